@@ -1,0 +1,1 @@
+# Installation of the libraries, headers and the package that other CMake projects find.

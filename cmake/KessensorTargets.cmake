@@ -1,0 +1,51 @@
+# The properties that every target of the project has, and the three kinds of target it is made of.
+
+# kes_properties(TARGET): language level, warnings, floating-point rules, sanitizers.
+function(kes_properties target)
+  target_compile_features(${target} PUBLIC cxx_std_17 PRIVATE cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_STANDARD 20 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  # A fused multiply-add rounds once where the formulae round twice: results would depend on the machine and the
+  # optimiser. Every float rounding of the library is told, so the compiler may neither drop nor add one.
+  target_compile_options(${target} PRIVATE -ffp-contract=off -fno-fast-math
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${KESSENSOR_WERROR}>:-Werror>)
+  target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS)
+  if(KESSENSOR_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${KESSENSOR_SANITIZE} -fno-omit-frame-pointer
+      -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${KESSENSOR_SANITIZE})
+  endif()
+  if(KESSENSOR_TIDY)
+    set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "clang-tidy;--quiet")
+  endif()
+endfunction()
+
+# kes_folder(NAME SOURCES... [DEPENDS folder...]): one folder of src/ as an internal static library. The shared library
+# is made of the objects of all of them; tests link the folder itself and so reach what is not exported.
+function(kes_folder name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  set(target kessensor_${name})
+  add_library(${target} STATIC ${ARG_UNPARSED_ARGUMENTS})
+  kes_properties(${target})
+  target_include_directories(${target} PUBLIC
+    "${PROJECT_SOURCE_DIR}/include" "${PROJECT_BINARY_DIR}/include" "${PROJECT_SOURCE_DIR}/src")
+  target_compile_definitions(${target} PRIVATE kessensor_EXPORTS)
+  target_link_libraries(${target} PUBLIC kesplatform Boost::headers)
+  foreach(folder IN LISTS ARG_DEPENDS)
+    target_link_libraries(${target} PUBLIC kessensor_${folder})
+  endforeach()
+  set_property(GLOBAL APPEND PROPERTY KESSENSOR_FOLDERS ${target})
+endfunction()
+
+# kes_test(NAME SOURCES... [LIBRARIES target...]): the test program of one folder, each test its own CTest entry.
+function(kes_test name)
+  cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
+  set(target kessensor_${name}_tests)
+  add_executable(${target} ${ARG_UNPARSED_ARGUMENTS})
+  kes_properties(${target})
+  target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} kessensor_test_support)
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+endfunction()

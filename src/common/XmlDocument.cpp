@@ -1,0 +1,48 @@
+#include "common/XmlDocument.h"
+
+#include <QXmlStreamReader>
+
+namespace sensor {
+
+namespace {
+
+constexpr int maxDepth = 64;
+constexpr int maxAttributes = 256;
+
+// Why the text must not reach the document model; empty when it may. What the stream reader can't follow to its end is
+// refused too: another parser might go on behind that place, and the limits would not have been looked at there.
+QString refusal(QByteArray const& text) {
+  QXmlStreamReader reader(text);
+  reader.setNamespaceProcessing(false);
+  int depth = 0;
+  while (!reader.atEnd()) {
+    switch (reader.readNext()) {
+    case QXmlStreamReader::DTD:
+      return QStringLiteral("document type declarations are not accepted");
+    case QXmlStreamReader::StartElement:
+      if (++depth > maxDepth) {
+        return QStringLiteral("elements are nested deeper than %1 levels").arg(maxDepth);
+      }
+      if (reader.attributes().size() > maxAttributes) {
+        return QStringLiteral("an element has more than %1 attributes").arg(maxAttributes);
+      }
+      break;
+    case QXmlStreamReader::EndElement:
+      --depth;
+      break;
+    default:
+      break;
+    }
+  }
+  return reader.errorString();
+}
+
+}  // namespace
+
+bool parseXml(QByteArray const& text, QDomDocument& document, QString& error) {
+  document.clear();
+  error = refusal(text);
+  return error.isEmpty() && document.setContent(text, &error);
+}
+
+}  // namespace sensor

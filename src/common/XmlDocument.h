@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDomDocument>
+#include <QString>
+
+#include <cstdint>
+
+namespace sensor {
+
+/// Largest project file that is read, 256 MiB.
+inline constexpr std::int64_t maxProjectFileSize = std::int64_t{256} << 20;
+
+/// Parses an XML document that may come from anywhere. Before the document model sees it, one pass of the stream reader
+/// refuses what would exhaust the stack or the memory: a document type declaration, elements nested deeper than 64
+/// levels, an element of more than 256 attributes.
+/// Gives false, and in `error` the reason or the parser's message, and leaves `document` empty, when the text is refused.
+bool parseXml(QByteArray const& text, QDomDocument& document, QString& error);
+
+}  // namespace sensor
