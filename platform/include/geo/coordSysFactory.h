@@ -1,0 +1,59 @@
+#pragma once
+
+#include <geo/XYZPoint.h>
+#include <util/kesplatform_export.h>
+
+#include <string>
+
+class QDomElement;
+
+namespace geo {
+
+class coordSys;
+
+/// Makes coordinate systems. One factory serves the process; all operations may be called from any number of threads.
+class KESPLATFORM_EXPORT coordSysFactory {
+public:
+  /// The factory of the process. Never delete it.
+  static coordSysFactory* getInstance();
+  coordSysFactory(coordSysFactory const&) = delete;
+  coordSysFactory& operator=(coordSysFactory const&) = delete;
+
+  /// The local space rectangular system at `anchor` (x longitude and y latitude on WGS 84 in radians, z ellipsoidal height
+  /// in metres): the anchor is the origin, x points east, y north, z up along the ellipsoid's normal, in metres.
+  /// The caller owns the new system.
+  coordSys* createLSR84(XYZPoint const& anchor) const;
+
+  /// The WGS 84 geographic system: longitude, latitude, ellipsoidal height in metres. Angles are in radians, or degrees
+  /// with `degrees`; with `latitudeFirst` x is the latitude and y the longitude. Longitudes come out within half a turn
+  /// of the Greenwich meridian.
+  /// Makes a new system at each call. The caller may delete it; the factory frees at exit what nobody deleted.
+  coordSys* createGEO84(bool degrees, bool latitudeFirst) const;
+
+  /// The system of a `<CoordinateSystem>` element: the definition in its attribute `definition` or, without one, its text.
+  /// Throws as the form from a definition does. The caller owns the new system.
+  coordSys* createCoordSys(QDomElement const& element) const;
+
+  /// The system of a definition: whatever PROJ understands as a coordinate reference system (an authority's code such as
+  /// "EPSG:32633" or "EPSG:32633+5773", a PROJ string, WKT, PROJJSON). The caller owns the new system.
+  ///
+  /// - x is the easting or longitude and y the northing or latitude, whatever order the definition has its axes in; an axis
+  ///   that is defined to point south or west keeps its sign. Units are those of the definition (degrees for "EPSG:4326").
+  /// - z of a system without a vertical part is the ellipsoidal height in metres. A vertical part is honoured.
+  /// - The way to WGS 84 is the most accurate one that PROJ has without a guess. A grid that such a way can't do without
+  ///   and that isn't installed is an error, as is a datum whose relation to WGS 84 is unknown (a PROJ string
+  ///   with an ellipsoid but neither `+datum` nor `+towgs84`). Grids are never fetched from a network.
+  /// - The definitions that `coordSys::toXml` writes give those very systems back. A local system has the PROJ string
+  ///   "+proj=topocentric +datum=WGS84 +lon_0=... +lat_0=... +h_0=... +type=crs" (degrees, or radians with an `r` behind the
+  ///   number). A GEO84 has a WKT text that PROJ reads, too, known again by its name: its order of axes alone is kept.
+  ///
+  /// Throws std::runtime_error: "Can't create coordinate system \"<definition>\": " and the reason, which names the grid
+  /// when one is missing.
+  coordSys* createCoordSys(std::string const& definition) const;
+
+private:
+  coordSysFactory();
+  ~coordSysFactory();
+};
+
+}  // namespace geo
