@@ -24,8 +24,8 @@ class units;
 /// Transformations meet in WGS 84: in geocentric coordinates between two systems with straight axes, and in longitude,
 /// latitude and height otherwise, so that no position makes a detour over numbers of the size of the Earth's radius.
 ///
-/// A system never changes. Any number of threads may transform with the same systems at the same time; whoever deletes a
-/// system sees to it that no thread is still at it.
+/// A system never changes. Any number of threads may transform with the same systems at the same time; whoever deletes
+/// one sees to it that no thread is still at it.
 class KESPLATFORM_EXPORT coordSys {
 public:
   virtual ~coordSys();
@@ -56,13 +56,13 @@ protected:
   coordSys();
 
 private:
-  // What a kind of system is made of. All convert n positions from in to out, which may be one array; a position that
-  // can't be converted becomes NaN in all members. The caller looks for those.
+  // What a kind of system is made of. All convert n positions in their place. A position that came as NaN, or that
+  // can't be converted, leaves with a member that isn't finite.
   // Geodetic: WGS 84 longitude and latitude in radians, ellipsoidal height in metres. Geocentric: WGS 84, metres.
-  virtual void toGeodetic(XYZPoint const* in, XYZPoint* out, std::size_t n) const = 0;
-  virtual void fromGeodetic(XYZPoint const* in, XYZPoint* out, std::size_t n) const = 0;
-  virtual void toGeocentric(XYZPoint const* in, XYZPoint* out, std::size_t n) const;
-  virtual void fromGeocentric(XYZPoint const* in, XYZPoint* out, std::size_t n) const;
+  virtual void toGeodetic(XYZPoint* points, std::size_t n) const = 0;
+  virtual void fromGeodetic(XYZPoint* points, std::size_t n) const = 0;
+  virtual void toGeocentric(XYZPoint* points, std::size_t n) const;
+  virtual void fromGeocentric(XYZPoint* points, std::size_t n) const;
   // Whether the axes are straight lines in space: the way to geocentric coordinates is a mere rotation and shift.
   virtual bool hasStraightAxes() const;
 };

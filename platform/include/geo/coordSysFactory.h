@@ -19,8 +19,8 @@ public:
   coordSysFactory(coordSysFactory const&) = delete;
   coordSysFactory& operator=(coordSysFactory const&) = delete;
 
-  /// The local space rectangular system at `anchor` (x longitude and y latitude on WGS 84 in radians, z ellipsoidal height
-  /// in metres): the anchor is the origin, x points east, y north, z up along the ellipsoid's normal, in metres.
+  /// The local space rectangular system at `anchor` (x longitude and y latitude on WGS 84 in radians, z ellipsoidal
+  /// height in metres): the anchor is the origin, x points east, y north, z up along the ellipsoid's normal, in metres.
   /// The caller owns the new system.
   coordSys* createLSR84(XYZPoint const& anchor) const;
 
@@ -30,25 +30,25 @@ public:
   /// Makes a new system at each call. The caller may delete it; the factory frees at exit what nobody deleted.
   coordSys* createGEO84(bool degrees, bool latitudeFirst) const;
 
-  /// The system of a `<CoordinateSystem>` element: the definition in its attribute `definition` or, without one, its text.
-  /// Throws as the form from a definition does. The caller owns the new system.
+  /// The system of a `<CoordinateSystem>` element: the definition is its attribute `definition` or, without one, its
+  /// text. Throws as the form from a definition does. The caller owns the new system.
   coordSys* createCoordSys(QDomElement const& element) const;
 
-  /// The system of a definition: whatever PROJ understands as a coordinate reference system (an authority's code such as
-  /// "EPSG:32633" or "EPSG:32633+5773", a PROJ string, WKT, PROJJSON). The caller owns the new system.
+  /// The system of a definition: whatever PROJ understands as a coordinate reference system, such as an authority's
+  /// code ("EPSG:32633", "EPSG:32633+5773"), a PROJ string, WKT or PROJJSON. The caller owns the new system.
   ///
-  /// - x is the easting or longitude and y the northing or latitude, whatever order the definition has its axes in; an axis
-  ///   that is defined to point south or west keeps its sign. Units are those of the definition (degrees for "EPSG:4326").
-  /// - z of a system without a vertical part is the ellipsoidal height in metres. A vertical part is honoured.
-  /// - The way to WGS 84 is the most accurate one that PROJ has without a guess. A grid that such a way can't do without
-  ///   and that isn't installed is an error, as is a datum whose relation to WGS 84 is unknown (a PROJ string
-  ///   with an ellipsoid but neither `+datum` nor `+towgs84`). Grids are never fetched from a network.
+  /// - x is the easting or longitude and y the northing or latitude, whatever order the definition has its axes in; an
+  ///   axis that is defined to point south or west keeps its sign. Units are the definition's (degrees: "EPSG:4326").
+  /// - z of a system without a vertical part is the height above its own ellipsoid in metres. A vertical part is honoured.
+  /// - The way to WGS 84 is the most accurate one that PROJ has without a guess. It is an error if there is none: a
+  ///   grid isn't installed (optional ones, "@name", count as one that may be any of them), or nothing relates the
+  ///   datum to WGS 84 (a PROJ string with `+ellps` alone). Grids are never fetched from a network.
   /// - The definitions that `coordSys::toXml` writes give those very systems back. A local system has the PROJ string
-  ///   "+proj=topocentric +datum=WGS84 +lon_0=... +lat_0=... +h_0=... +type=crs" (degrees, or radians with an `r` behind the
-  ///   number). A GEO84 has a WKT text that PROJ reads, too, known again by its name: its order of axes alone is kept.
+  ///   "+proj=topocentric +datum=WGS84 +lon_0=... +lat_0=... +h_0=... +type=crs" (degrees, or radians with an `r`
+  ///   behind the number). A GEO84 has a WKT text that PROJ reads, too; its name has its order of axes kept.
   ///
-  /// Throws std::runtime_error: "Can't create coordinate system \"<definition>\": " and the reason, which names the grid
-  /// when one is missing.
+  /// Throws std::runtime_error: "Can't create coordinate system \"<definition>\": " and the reason, which names the
+  /// grid when one is missing.
   coordSys* createCoordSys(std::string const& definition) const;
 
 private:

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace geo {
+
+class units;
+
+/// The units that many systems share.
+units const& metre();
+units const& radianOnEquator();
+units const& degreeOnEquator();
+
+}  // namespace geo

@@ -1,0 +1,35 @@
+#include "geo/Definition.h"
+
+#include <QDomDocument>
+#include <QString>
+
+#include <array>
+#include <charconv>
+
+namespace geo {
+QDomElement definitionToXml(QDomDocument& document, std::string const& definition) {
+  QDomElement element = document.createElement(QStringLiteral("CoordinateSystem"));
+  element.setAttribute(QStringLiteral("definition"), QString::fromStdString(definition));
+  return element;
+}
+
+std::string definitionFromXml(QDomElement const& element) {
+  QString const attribute = QStringLiteral("definition");
+  QString const text = element.hasAttribute(attribute) ? element.attribute(attribute) : element.text();
+  return text.trimmed().toStdString();
+}
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view BLANKS = " \t\r\n\v\f";
+  auto const begin = text.find_first_not_of(BLANKS);
+  return begin == std::string_view::npos ? std::string_view{}
+                                         : text.substr(begin, text.find_last_not_of(BLANKS) - begin + 1);
+}
+
+std::string numberText(double value) {
+  std::array<char, 32> buffer{};
+  auto const result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+  return {buffer.data(), result.ptr};
+}
+
+}  // namespace geo

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QDomElement>
+
+#include <string>
+#include <string_view>
+
+class QDomDocument;
+
+namespace geo {
+
+/// `<CoordinateSystem definition="..."/>` of `document`.
+QDomElement definitionToXml(QDomDocument& document, std::string const& definition);
+/// The definition in such an element's attribute or text, without blanks around it.
+std::string definitionFromXml(QDomElement const& element);
+
+/// `text` without the white space around it.
+std::string_view trimmed(std::string_view text);
+
+/// The shortest text that reads back to the same double, in the C locale.
+std::string numberText(double value);
+
+}  // namespace geo

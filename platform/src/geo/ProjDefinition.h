@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace geo {
+
+class coordSys;
+
+/// The system that PROJ reads from `definition` (without blanks around it). WGS 84 itself, geographic in degrees,
+/// geocentric or in a form of `GeographicSystem`, comes back in the kind with closed formulae.
+/// Throws std::runtime_error with the reason alone.
+std::unique_ptr<coordSys> systemFromProj(std::string const& definition);
+
+}  // namespace geo
