@@ -42,7 +42,9 @@ public:
   /// - z of a system without a vertical part is the height above its own ellipsoid in metres. A vertical part is honoured.
   /// - The way to WGS 84 is the most accurate one that PROJ has without a guess. It is an error if there is none: a
   ///   grid isn't installed (optional ones, "@name", count as one that may be any of them), or nothing relates the
-  ///   datum to WGS 84 (a PROJ string with `+ellps` alone). Grids are never fetched from a network.
+  ///   datum to WGS 84 (a PROJ string with `+ellps` alone). Grids are never fetched from a network. Where several ways
+  ///   serve parts of a datum's area, each position takes that of its part, as PROJ has it: at the edge of a part
+  ///   there is a step as large as the ways differ.
   /// - The definitions that `coordSys::toXml` writes give those very systems back. A local system has the PROJ string
   ///   "+proj=topocentric +datum=WGS84 +lon_0=... +lat_0=... +h_0=... +type=crs" (degrees, or radians with an `r`
   ///   behind the number). A GEO84 has a WKT text that PROJ reads, too; its name has its order of axes kept.

@@ -100,7 +100,8 @@ coordSys* coordSysFactory::createCoordSys(std::string const& definition) const {
   try {
     return systemOf(text).release();
   } catch (std::runtime_error const& error) {
-    throw std::runtime_error("Can't create coordinate system \"" + text + "\": " + error.what());
+    // c_str: a zero character within the text would end the message there.
+    throw std::runtime_error("Can't create coordinate system \"" + std::string(text.c_str()) + "\": " + error.what());
   }
 }
 
