@@ -53,16 +53,16 @@ void FileReplacement::write(void const* bytes, std::int64_t count) {
 }
 
 // QSaveFile doesn't report a write of its last buffer that fails, so look at what the disk has.
-bool FileReplacement::isWholeOnDisk() {
-  return !mFailed && mFile.flush() && mFile.error() == QFileDevice::NoError && mFile.size() == mCount &&
-         syncToDisk(mFile);
+bool FileReplacement::flush() {
+  mFailed = mFailed || !mFile.flush() || mFile.error() != QFileDevice::NoError || mFile.size() != mCount;
+  return !mFailed;
 }
 
 bool FileReplacement::commit() {
   if (!isOpen()) {
     return false;
   }
-  if (!isWholeOnDisk()) {
+  if (!flush() || !syncToDisk(mFile)) {
     mFile.cancelWriting();
   }
   if (!mFile.commit()) {

@@ -22,12 +22,14 @@ public:
   void write(void const* bytes, std::int64_t count);
   void write(std::string_view bytes) { write(bytes.data(), static_cast<std::int64_t>(bytes.size())); }
 
+  /// Hands what was written so far to the disk; false after a failure. For a reader of messages who wants to know which
+  /// piece of a file had no room.
+  bool flush();
+
   /// Replaces the file: true when it now holds all that was written. Called once, at the end.
   bool commit();
 
 private:
-  bool isWholeOnDisk();
-
   QSaveFile mFile;
   std::int64_t mCount = 0;
   bool mFailed = false;

@@ -1,0 +1,11 @@
+#include <sensor/TdiStage.h>
+
+namespace sensor {
+
+TdiStage::TdiStage(std::string const& fileName) : ScanlineData(fileName, 1.0) {}
+
+TdiStage::TdiStage(float constant) : ScanlineData(constant, 1.0) {}
+
+TdiStage::~TdiStage() = default;
+
+}  // namespace sensor
