@@ -61,6 +61,7 @@ std::vector<XYZPoint> walk(std::vector<System> const& systems, std::vector<XYZPo
 
 std::vector<System> someSystems() {
   std::vector<System> systems;
+  systems.reserve(DEFINITIONS.size() + 2);
   for (std::string const& definition : DEFINITIONS) {
     systems.push_back(systemOf(definition));
   }

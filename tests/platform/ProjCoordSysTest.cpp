@@ -2,7 +2,6 @@
 
 #include <geo/units.h>
 
-using geo::coordSys;
 using geo::XYZPoint;
 using test::converted;
 using test::DEGREE;

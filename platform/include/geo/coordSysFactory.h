@@ -55,7 +55,7 @@ public:
 
 private:
   coordSysFactory();
-  ~coordSysFactory();
+  ~coordSysFactory() = default;
 };
 
 }  // namespace geo

@@ -76,7 +76,6 @@ std::unique_ptr<coordSys> systemOf(std::string const& definition) {
 }  // namespace
 
 coordSysFactory::coordSysFactory() = default;
-coordSysFactory::~coordSysFactory() = default;
 
 coordSysFactory* coordSysFactory::getInstance() {
   static coordSysFactory factory;
@@ -100,8 +99,8 @@ coordSys* coordSysFactory::createCoordSys(std::string const& definition) const {
   try {
     return systemOf(text).release();
   } catch (std::runtime_error const& error) {
-    // c_str: a zero character within the text would end the message there.
-    throw std::runtime_error("Can't create coordinate system \"" + std::string(text.c_str()) + "\": " + error.what());
+    throw std::runtime_error("Can't create coordinate system \"" + text.substr(0, text.find('\0')) +
+                             "\": " + error.what());
   }
 }
 
