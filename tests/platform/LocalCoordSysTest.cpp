@@ -146,11 +146,23 @@ TEST(LocalCoordSys, LongitudeStaysWithinHalfATurnAcrossTheDateLine) {
   EXPECT_NEAR(converted(geographic(), west, place).x, 2000.0, 1.5e-9);
 }
 
+TEST(LocalCoordSys, LatitudeNeverPassesAPole) {
+  test::Random random(25);
+  for (double const pole : {-PI / 2, PI / 2}) {
+    System const local = localSystem({0.4, pole, 100.0});
+    for (int i = 0; i < 1000; ++i) {
+      XYZPoint const point(random.between(-1e-9, 1e-9), random.between(-1e-9, 1e-9), random.between(-1e3, 1e4));
+      EXPECT_LE(std::fabs(converted(local, geographic(), point).y), PI / 2);
+    }
+  }
+}
+
 TEST(LocalCoordSys, AnchorMayBeAFullTurnOff) {
   XYZPoint const place(0.21, 0.9, 100.0);
   XYZPoint const expected = converted(geographic(), localSystem({0.2, 0.9, 0.0}), place);
   XYZPoint const point = converted(geographic(), localSystem({0.2 + 2 * PI, 0.9, 0.0}), place);
   EXPECT_LT(test::distance(point, expected), 1e-8);
+  EXPECT_NEAR(converted(localSystem({0.2 + 2 * PI, 0.9, 0.0}), geographic(), point).x, 0.21, 1e-14);
 }
 
 // The reference works in geocentric doubles, whose steps at the Earth's surface are 0.9 nm, with a dozen roundings.
@@ -187,11 +199,25 @@ TEST(LocalCoordSys, TwoLocalSystemsMeetInGeocentric) {
   expectNear(converted(first, second, {5.0, 6.0, 7.0}), {-5.0, 6.0, -7.0 - 2.0 * test::A84}, 1e-8);
 }
 
-TEST(LocalCoordSys, EarthsCentreIsConvertedWithoutHarm) {
-  System const local = localSystem({0.0, 0.5 * PI, 0.0});
-  XYZPoint out;
-  coordSys::transform(local.get(), geographic().get(), {0.0, 0.0, -test::B84}, out);
-  EXPECT_TRUE(std::isfinite(out.z) || test::isNowhere(out));
+TEST(LocalCoordSys, ReturnsFromDeepBelow) {
+  System const geodetic = geographic();
+  for (double const latitude : {-PI / 2, -0.7, 0.0, 0.7}) {
+    System const local = localSystem({0.0, latitude, 0.0});
+    for (double const up : {-1e4, -1e5, -1e6, -5e6, -6.2e6}) {
+      XYZPoint const point(1000.0, 2000.0, up);
+      EXPECT_LT(test::distance(converted(geodetic, local, converted(local, geodetic, point)), point), 1e-8) << up;
+    }
+  }
+}
+
+TEST(LocalCoordSys, WayThroughTheEarthsCentreHasLatitudes) {
+  System const geodetic = geographic();
+  for (double const latitude : {PI / 2, 0.7, 0.0}) {
+    System const local = localSystem({0.0, latitude, 0.0});
+    for (double up = -6.30e6; up > -6.42e6; up -= 100.0) {
+      EXPECT_LE(std::fabs(converted(local, geodetic, {1.0, 2.0, up}).y), PI / 2) << latitude << " " << up;
+    }
+  }
 }
 
 TEST(LocalCoordSys, AnchorThatIsNoPlaceGivesNoPositions) {

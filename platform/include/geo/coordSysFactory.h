@@ -25,8 +25,8 @@ public:
   coordSys* createLSR84(XYZPoint const& anchor) const;
 
   /// The WGS 84 geographic system: longitude, latitude, ellipsoidal height in metres. Angles are in radians, or degrees
-  /// with `degrees`; with `latitudeFirst` x is the latitude and y the longitude. Longitudes come out within half a turn
-  /// of the Greenwich meridian.
+  /// with `degrees`; with `latitudeFirst` x is the latitude and y the longitude. Positions of all but other geographic
+  /// systems come out with longitudes within half a turn of Greenwich.
   /// Makes a new system at each call. The caller may delete it; the factory frees at exit what nobody deleted.
   coordSys* createGEO84(bool degrees, bool latitudeFirst) const;
 

@@ -13,7 +13,7 @@ constexpr double SEMI_MINOR_AXIS = SEMI_MAJOR_AXIS * (1.0 - FLATTENING);
 /// e'_c = sqrt(1 - e²), which is 1 - f.
 constexpr double AXIS_RATIO = 1.0 - FLATTENING;
 /// Distance from the evolute of the meridian, in metres, within which normals meet at too small an angle.
-constexpr double SMALLEST_RADIUS = 1e6;
+constexpr double SMALLEST_RADIUS = 1e4;
 
 /// The reduced latitude by its tangent s / c; any common factor of the two serves.
 struct ReducedLatitude {
@@ -41,7 +41,8 @@ ReducedLatitude reducedLatitude(double p, double z) {
   double const scaledP = p / SEMI_MAJOR_AXIS;
   double const scaledZ = AXIS_RATIO * z / SEMI_MAJOR_AXIS;
   ReducedLatitude const start{scaledZ, AXIS_RATIO * scaledP};
-  return halleyStep(halleyStep(start, scaledP, scaledZ), scaledP, scaledZ);
+  ReducedLatitude const end = halleyStep(halleyStep(start, scaledP, scaledZ), scaledP, scaledZ);
+  return {end.s, std::max(end.c, 0.0)};  // near the centre the steps may lead over a pole
 }
 
 }  // namespace

@@ -29,8 +29,8 @@ struct MeridianPosition {
 /// of the centre, where several latitudes serve one point, the result is finite. The centre is below the north pole.
 MeridianPosition meridianPosition(double p, double z);
 
-/// `position` moved by a few metres at most, `dP` away from the axis and `dZ` northwards along it. Where near the
-/// Earth's centre such a way has no one latitude, the position stays.
+/// `position` moved by a few metres at most, `dP` away from the axis and `dZ` northwards along it. Near the
+/// Earth's centre, where the way has no one latitude, the position stays, or goes no farther than the pole.
 MeridianPosition moved(MeridianPosition const& position, double dP, double dZ);
 
 XYZPoint toGeocentric(XYZPoint const& geodetic);
