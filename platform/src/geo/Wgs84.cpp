@@ -12,8 +12,6 @@ namespace {
 constexpr double SEMI_MINOR_AXIS = SEMI_MAJOR_AXIS * (1.0 - FLATTENING);
 /// e'_c = sqrt(1 - e²), which is 1 - f.
 constexpr double AXIS_RATIO = 1.0 - FLATTENING;
-/// Distance from the evolute of the meridian, in metres, within which normals meet at too small an angle.
-constexpr double SMALLEST_RADIUS = 1e4;
 
 /// The reduced latitude by its tangent s / c; any common factor of the two serves.
 struct ReducedLatitude {
@@ -68,11 +66,8 @@ MeridianPosition moved(MeridianPosition const& position, double dP, double dZ) {
   double const cosLatitude = std::cos(position.latitude);
   double const w2 = 1.0 - E2 * sinLatitude * sinLatitude;
   double const m = SEMI_MAJOR_AXIS * (1.0 - E2) / (w2 * std::sqrt(w2));  // radius of curvature in the meridian
-  double const radius = m + position.height;
-  if (radius < SMALLEST_RADIUS) {
-    return position;
-  }
-  double const latitude = position.latitude + (cosLatitude * dZ - sinLatitude * dP) / radius;
+  // Near the Earth's centre the divisor may be anything, and the way lead over a pole.
+  double const latitude = position.latitude + (cosLatitude * dZ - sinLatitude * dP) / (m + position.height);
   return {std::clamp(latitude, -0.5 * PI, 0.5 * PI), position.height + (cosLatitude * dP + sinLatitude * dZ)};
 }
 

@@ -30,7 +30,7 @@ struct MeridianPosition {
 MeridianPosition meridianPosition(double p, double z);
 
 /// `position` moved by a few metres at most, `dP` away from the axis and `dZ` northwards along it. Near the
-/// Earth's centre, where the way has no one latitude, the position stays, or goes no farther than the pole.
+/// Earth's centre, where the way has no one latitude, it ends at a pole.
 MeridianPosition moved(MeridianPosition const& position, double dP, double dZ);
 
 XYZPoint toGeocentric(XYZPoint const& geodetic);
