@@ -1,5 +1,7 @@
 #include "common/XmlDocument.h"
 
+#include "common/InputFile.h"
+
 #include <QXmlStreamReader>
 
 namespace sensor {
@@ -43,6 +45,20 @@ bool parseXml(QByteArray const& text, QDomDocument& document, QString& error) {
   document.clear();
   error = refusal(text);
   return error.isEmpty() && document.setContent(text, &error);
+}
+
+bool readXml(InputFile& file, QDomDocument& document, QString& error) {
+  document.clear();
+  if (file.size() > maxProjectFileSize) {
+    error = QStringLiteral("the file is larger than %1 bytes").arg(maxProjectFileSize);
+    return false;
+  }
+  auto const text = file.readAll();
+  if (!text) {
+    error = QStringLiteral("the file can't be read");
+    return false;
+  }
+  return parseXml(*text, document, error);
 }
 
 }  // namespace sensor

@@ -8,6 +8,8 @@
 
 namespace sensor {
 
+class InputFile;
+
 /// Largest project file that is read, 256 MiB.
 inline constexpr std::int64_t maxProjectFileSize = std::int64_t{256} << 20;
 
@@ -16,5 +18,8 @@ inline constexpr std::int64_t maxProjectFileSize = std::int64_t{256} << 20;
 /// levels, an element of more than 256 attributes.
 /// Gives false, and in `error` the reason or the parser's message, and leaves `document` empty, when the text is refused.
 bool parseXml(QByteArray const& text, QDomDocument& document, QString& error);
+
+/// The same for an open file, which is refused when it is larger than a project file may be.
+bool readXml(InputFile& file, QDomDocument& document, QString& error);
 
 }  // namespace sensor

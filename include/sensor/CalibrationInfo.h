@@ -1,0 +1,43 @@
+#pragma once
+
+#include <sensor/kessensor_export.h>
+
+#include <string>
+
+class QDateTime;
+
+namespace sensor {
+
+/// The identity of a calibration record: of which sensor and band it is, and where it came from.
+class KESSENSOR_EXPORT CalibrationInfo {
+public:
+  CalibrationInfo();
+  virtual ~CalibrationInfo();
+  CalibrationInfo(CalibrationInfo const&) = default;
+  CalibrationInfo& operator=(CalibrationInfo const&) = default;
+
+  virtual void setSensorId(std::string const& sensorId);
+  virtual void setBandId(std::string const& bandId);
+  virtual void setCalibSource(std::string const& source);
+  virtual void setCalibDateTime(QDateTime const& dateTime) = 0;
+  virtual void setFileName(std::string const& fileName);
+
+  /// Sensor that the record belongs to; "Unknown" until set.
+  virtual std::string const& sensorId() const;
+  /// Band, the key by which a camera finds the record; "Unknown" until set.
+  virtual std::string const& bandId() const;
+  /// Where the calibration came from; "Unknown" until set.
+  virtual std::string const& calibSource() const;
+  /// Time of the calibration; a null time until set.
+  virtual QDateTime const& calibDateTime() const = 0;
+  /// File that the record was read from; empty when it was read from none.
+  virtual std::string const& fileName() const;
+
+private:
+  std::string mCalibSource;
+  std::string mSensorId;
+  std::string mBandId;
+  std::string mFileName;
+};
+
+}  // namespace sensor

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <sensor/Serializer.h>
+#include <sensor/kessensor_export.h>
+
+#include <string>
+
+namespace sensor {
+
+class Misalignment;
+
+/// The text file "misalignment.dat" of the older cameras: comment lines that begin with "#", then one line of six numbers,
+/// omega, its standard deviation, phi, its deviation, kappa, its deviation, in radians.
+class KESSENSOR_EXPORT SerializerMisalignmentV1Dat : public Serializer<Misalignment> {
+public:
+  explicit SerializerMisalignmentV1Dat(std::string const& fileName);
+
+  /// Throws std::runtime_error "Failed to open misalignment file: " + name, "Not a valid misalignment file: " + name (no
+  /// line but comments), "Parse error in file: " + name + "(" + line + ")"; the target then stays as it was.
+  void read(Misalignment* target) const override;
+  /// Writes ten decimals. Throws std::runtime_error "Failed to write misalignment file: " + name; the old file then stays.
+  void write(Misalignment const* source) const override;
+  ~SerializerMisalignmentV1Dat() override;
+  SerializerMisalignmentV1Dat(SerializerMisalignmentV1Dat const&) = default;
+  SerializerMisalignmentV1Dat& operator=(SerializerMisalignmentV1Dat const&) = default;
+
+private:
+  std::string mFileName;
+};
+
+}  // namespace sensor

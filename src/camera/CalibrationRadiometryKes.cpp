@@ -1,0 +1,21 @@
+#include <sensor/CalibrationRadiometryKes.h>
+
+namespace sensor {
+
+CalibrationRadiometry::CalibrationRadiometry() = default;
+
+CalibrationRadiometry::~CalibrationRadiometry() = default;
+
+CalibrationRadiometryKes::CalibrationRadiometryKes() = default;
+
+CalibrationRadiometryKes::~CalibrationRadiometryKes() = default;
+
+void CalibrationRadiometryKes::setCalibDateTime(QDateTime const& dateTime) {
+  mCalibDate.set(dateTime);
+}
+
+QDateTime const& CalibrationRadiometryKes::calibDateTime() const {
+  return mCalibDate.get();
+}
+
+}  // namespace sensor

@@ -1,0 +1,238 @@
+#include "common/InputFile.h"
+#include "common/QtText.h"
+
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CalibrationRadiometryKesV1.h>
+#include <sensor/SerializerCameraKesV1Cam.h>
+
+#include <QDateTime>
+#include <QLocale>
+#include <QRegularExpression>
+#include <QTextStream>
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace sensor {
+
+namespace {
+
+constexpr float millimetre = 0.001F;
+constexpr double nanometre = 1e-9;
+// The least that a pair of coordinates takes in a file: two digits, a blank and a line end.
+constexpr unsigned bytesOfPair = 4;
+
+enum class Keyword {
+  source,
+  cameraName,
+  sensorLine,
+  date,
+  focalLength,
+  numPixels,
+  pixelSize,
+  radiometricGain,
+  irradianceGain,
+  leftSideGain,
+  centerWavelength,
+  spectralWidth,
+  startXY,
+  none
+};
+
+// In the order in which a line is held against them.
+constexpr std::array<std::pair<char const*, Keyword>, 13> keywords{{{"CALIBRATION_SOURCE", Keyword::source},
+                                                                    {"CAMERA_NAME", Keyword::cameraName},
+                                                                    {"SENSOR_LINE", Keyword::sensorLine},
+                                                                    {"CALIBRATION_DATE", Keyword::date},
+                                                                    {"FOCAL_LENGTH_MM", Keyword::focalLength},
+                                                                    {"NUM_PIXELS", Keyword::numPixels},
+                                                                    {"PIXEL_SIZE", Keyword::pixelSize},
+                                                                    {"RADIOMETRIC_GAIN", Keyword::radiometricGain},
+                                                                    {"IRRADIANCE_GAIN", Keyword::irradianceGain},
+                                                                    {"LEFTSIDE_GAIN", Keyword::leftSideGain},
+                                                                    {"CENTER_WAVELENGTH_NM", Keyword::centerWavelength},
+                                                                    {"SPECTRAL_WIDTH_NM", Keyword::spectralWidth},
+                                                                    {"START_XY", Keyword::startXY}}};
+
+Keyword keywordOf(QString const& line) {
+  for (auto const& [text, keyword] : keywords) {
+    if (line.startsWith(QLatin1String(text))) {
+      return keyword;
+    }
+  }
+  return Keyword::none;
+}
+
+// The file as text, its line ends as single line feeds.
+QString readText(std::string const& fileName) {
+  InputFile file(fileName);
+  auto bytes = file.isOpen() ? file.readAll() : std::nullopt;
+  if (!bytes) {
+    throw std::runtime_error("Failed to open calibration file: " + fileName);
+  }
+  bytes->replace("\r\n", "\n");
+  return QString::fromUtf8(*bytes);
+}
+
+void readCoordinates(QTextStream& stream, std::string const& fileName, std::vector<float>& xs, std::vector<float>& ys) {
+  auto const next = [&] {
+    float value = 0.0F;
+    stream >> value;
+    if (stream.status() != QTextStream::Ok) {
+      throw std::runtime_error("Parse error in file " + fileName);
+    }
+    return value * millimetre;
+  };
+  for (std::size_t i = 0; i < xs.size(); ++i) {
+    xs[i] = next();
+    ys[i] = next();
+  }
+}
+
+// Date and time are parsed apart and put together as UTC: as one local time, an hour that the change to summer time
+// leaves out on the host would be no time at all.
+QDateTime utcTime(QString const& date, QString const& dateFormat, QString const& time) {
+  QLocale const c = QLocale::c();
+  return {c.toDate(date, dateFormat), c.toTime(time, QStringLiteral(" hh:mm:ss")), Qt::UTC};
+}
+
+}  // namespace
+
+std::string const SerializerCameraKesV1Cam::CAM_FILE_ID = "KES_CALIBRATION_FILE";
+std::string const SerializerCameraKesV1Cam::CAM_FILE_ID_OLD = "KEC_CALIBRATION_FILE";
+char const* const SerializerCameraKesV1Cam::CAM_DATE_TIME_FORMAT = "MMM dd hh:mm:ss yyyy";
+char const* const SerializerCameraKesV1Cam::CAM_DATE_TIME_FORMAT_ALT = "MMM d hh:mm:ss yyyy";
+
+// What the header says of the coordinates behind it.
+struct SerializerCameraKesV1Cam::Header {
+  unsigned int count = 12000;
+  float pixelSize = 6.5e-6F;
+  bool atEnd = false;
+};
+
+void SerializerCameraKesV1Cam::readCam(std::string const& fileName, CalibrationGeometryKes* geometry,
+                                       CalibrationRadiometryKesV1* radiometry) const {
+  QString text = readText(fileName);
+  geometry->setFileName(fileName);
+  radiometry->setFileName(fileName);
+  QTextStream stream(&text, QIODevice::ReadOnly);
+  QString const first = stream.readLine();
+  if (!first.startsWith(fromUtf8(CAM_FILE_ID)) && !first.startsWith(fromUtf8(CAM_FILE_ID_OLD))) {
+    throw std::runtime_error("Not a valid calibration, missing \"" + CAM_FILE_ID + "\" or \"" + CAM_FILE_ID_OLD +
+                             "\" keyword in " + fileName);
+  }
+  Header header;
+  while (!header.atEnd && !stream.atEnd()) {
+    readHeaderLine(stream.readLine(), fileName, header, geometry, radiometry);
+  }
+  if (header.count > static_cast<std::size_t>(text.size()) / bytesOfPair) {
+    throw std::runtime_error("Parse error in file " + fileName);
+  }
+  std::vector<float> xs(header.count);
+  std::vector<float> ys(header.count);
+  readCoordinates(stream, fileName, xs, ys);
+  int const count = static_cast<int>(header.count);
+  geometry->setPixelData(header.pixelSize, count, count, xs, ys);
+}
+
+void SerializerCameraKesV1Cam::readHeaderLine(QString const& line, std::string const& fileName, Header& header,
+                                              CalibrationGeometryKes* geometry,
+                                              CalibrationRadiometryKesV1* radiometry) const {
+  static QRegularExpression const whiteSpace(QStringLiteral("\\s+"));
+  auto const real = [&] { return camLineToFloat(line, line.split(whiteSpace), fileName); };
+  auto const integer = [&] { return camLineToInt(line, line.split(whiteSpace), fileName); };
+  auto const metres = [&] { return static_cast<float>(static_cast<double>(real()) * nanometre); };
+  switch (keywordOf(line)) {
+  case Keyword::source:
+    geometry->setCalibSource(camLineToString(line));
+    radiometry->setCalibSource(camLineToString(line));
+    break;
+  case Keyword::cameraName:
+    geometry->setSensorId(camLineToString(line));
+    radiometry->setSensorId(camLineToString(line));
+    break;
+  case Keyword::sensorLine:
+    geometry->setBandId(camLineToString(line));
+    radiometry->setBandId(camLineToString(line));
+    break;
+  case Keyword::date:
+    geometry->setCalibDateTime(camLineToDateTime(line, fileName));
+    radiometry->setCalibDateTime(geometry->calibDateTime());
+    break;
+  case Keyword::focalLength:
+    geometry->setFocalLength(real() * millimetre);
+    break;
+  case Keyword::numPixels:
+    header.count = static_cast<unsigned int>(integer());
+    break;
+  case Keyword::pixelSize:
+    header.pixelSize = real() * millimetre;
+    break;
+  case Keyword::radiometricGain:
+    radiometry->setRadiometricGain(real());
+    break;
+  case Keyword::irradianceGain:
+    radiometry->setIrradianceGain(real());
+    break;
+  case Keyword::leftSideGain:
+    radiometry->setLeftSideGain(integer() != 0);
+    break;
+  case Keyword::centerWavelength:
+    radiometry->setCenterWavelength(metres());
+    break;
+  case Keyword::spectralWidth:
+    radiometry->setBandWidth(metres());
+    break;
+  case Keyword::startXY:
+    header.atEnd = true;
+    break;
+  case Keyword::none:
+    break;
+  }
+}
+
+// A line that ends in the closing quote gives what lies between the quotes. Otherwise the value goes on to the line's end.
+std::string SerializerCameraKesV1Cam::camLineToString(QString const& line) {
+  auto const begin = line.indexOf(QLatin1Char('"')) + 1;
+  bool const closed = line.endsWith(QLatin1Char('"'));
+  return (closed ? line.mid(begin).chopped(begin < line.size() ? 1 : 0) : line.mid(begin)).toStdString();
+}
+
+float SerializerCameraKesV1Cam::camLineToFloat(QString const& line, QStringList const& fields,
+                                               std::string const& fileName) {
+  bool isNumber = false;
+  float const value = fields.value(1).toFloat(&isNumber);
+  if (!isNumber) {
+    throw std::runtime_error("Parse error in file " + fileName + ": " + line.toStdString());
+  }
+  return value;
+}
+
+int SerializerCameraKesV1Cam::camLineToInt(QString const& line, QStringList const& fields,
+                                           std::string const& fileName) {
+  bool isNumber = false;
+  int const value = fields.value(1).toInt(&isNumber, 10);
+  if (!isNumber) {
+    throw std::runtime_error("Parse error in file " + fileName + ": " + line.toStdString());
+  }
+  return value;
+}
+
+// Date and time stand at the line's end, before the closing quote; a weekday in front of them is cut off with the rest.
+QDateTime SerializerCameraKesV1Cam::camLineToDateTime(QString const& line, std::string const& fileName) {
+  constexpr int length = 20;
+  QString const text = line.left(line.size() - 1).right(length);
+  QDateTime time = utcTime(text.left(6) + text.mid(15), QStringLiteral("MMM dd yyyy"), text.mid(6, 9));
+  if (!time.isValid()) {
+    QString const shorter = text.mid(1);
+    time = utcTime(shorter.left(5) + shorter.mid(14), QStringLiteral("MMM d yyyy"), shorter.mid(5, 9));
+  }
+  if (!time.isValid()) {
+    throw std::runtime_error("Cannot parse time: " + line.toStdString() + " in file: " + fileName);
+  }
+  return time;
+}
+
+}  // namespace sensor

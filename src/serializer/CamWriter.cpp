@@ -1,0 +1,96 @@
+#include "common/FileReplacement.h"
+
+#include <geo/XYZPoint.h>
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CalibrationRadiometryKesV1.h>
+#include <sensor/CameraKes.h>
+#include <sensor/SerializerCameraKesV1Cam.h>
+
+#include <QDateTime>
+#include <QLocale>
+
+#include <stdexcept>
+
+namespace sensor {
+
+namespace {
+
+constexpr int decimals = 5;
+
+std::string number(double value) {
+  return QString::number(value, 'f', decimals).toStdString();
+}
+
+std::string number(float value) {
+  return number(static_cast<double>(value));
+}
+
+std::string quoted(std::string const& text) {
+  return '"' + text + '"';
+}
+
+std::string millimetres(float metres) {
+  return number(metres * 1000.0F);
+}
+
+void addLine(std::string& text, std::string const& keyword, std::string const& value) {
+  text += keyword + '\t' + value + '\n';
+}
+
+void addCoordinates(std::string& text, CalibrationGeometryKes const& geometry) {
+  text += "START_XY\n";
+  for (unsigned int i = 0; i < geometry.numSamples(); ++i) {
+    auto const sample = static_cast<float>(i);
+    text += millimetres(geometry.x(sample, 0.0F, 0.0F, 0.0F)) + ' ' +
+            millimetres(geometry.y(sample, 0.0F, 0.0F, 0.0F)) + '\n';
+  }
+  text += "END_XY\n";
+}
+
+void requireOneLine(CalibrationGeometryKes const* geometry, CalibrationRadiometryKes const* radiometry) {
+  if (geometry == nullptr || radiometry == nullptr) {
+    throw std::runtime_error("Error while accessing calibration data for " +
+                             (geometry != nullptr ? geometry->bandId() : std::string()));
+  }
+  if (geometry->sensorId() != radiometry->sensorId() || geometry->bandId() != radiometry->bandId()) {
+    throw std::runtime_error("Mismatch between geometric and radiometric calibration info.");
+  }
+}
+
+}  // namespace
+
+void SerializerCameraKesV1Cam::writeCam(std::string const& fileName, CalibrationGeometryKes const* geometry,
+                                        CalibrationRadiometryKes const* radiometry, geo::XYZPoint mntOffset) const {
+  requireOneLine(geometry, radiometry);
+  CalibrationRadiometryKesV1 const fresh;
+  auto const* v1 = dynamic_cast<CalibrationRadiometryKesV1 const*>(radiometry);
+  CalibrationRadiometryKesV1 const& gains = v1 != nullptr ? *v1 : fresh;
+  std::string text;
+  addLine(text, CAM_FILE_ID, "1");
+  addLine(text, "CALIBRATION_SOURCE", quoted(geometry->calibSource()));
+  addLine(text, "CAMERA_NAME", quoted(geometry->sensorId()));
+  addLine(text, "SENSOR_LINE", quoted(geometry->bandId()));
+  addLine(text, "CALIBRATION_DATE", quoted(dateTimeToString(geometry->calibDateTime())));
+  addLine(text, "FOCAL_LENGTH_MM", millimetres(geometry->focalLength()));
+  addLine(text, "NUM_PIXELS", std::to_string(geometry->numSamples()));
+  addLine(text, "PIXEL_SIZE", millimetres(geometry->pixelSize()));
+  addLine(text, "RADIOMETRIC_GAIN", number(radiometry->radiometricGain()));
+  addLine(text, "IRRADIANCE_GAIN", number(gains.irradianceGain()));
+  addLine(text, "LEFTSIDE_GAIN", gains.leftSideGain() ? "1" : "0");
+  addLine(text, "MNT_Z_OFFSET", number(mntOffset.z));
+  addCoordinates(text, *geometry);
+  if (!replaceFile(fileName, text)) {
+    throw std::runtime_error("Failed to write calibration file: " + fileName);
+  }
+}
+
+void SerializerCameraKesV1Cam::writeCam(std::string const& fileName, CameraKes const* camera,
+                                        std::string const& bandId) const {
+  writeCam(fileName, camera->calibrationGeometry(bandId), camera->calibrationRadiometry(bandId), camera->mntOffset());
+}
+
+std::string SerializerCameraKesV1Cam::dateTimeToString(QDateTime const& dateTime) {
+  return QLocale::c().toString(dateTime, QLatin1String(CAM_DATE_TIME_FORMAT)).toStdString();
+}
+
+}  // namespace sensor

@@ -1,0 +1,146 @@
+#include "common/InputFile.h"
+#include "common/QtText.h"
+#include "common/XmlDocument.h"
+
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CalibrationRadiometryKesV1.h>
+#include <sensor/CameraKes.h>
+#include <sensor/Misalignment.h>
+#include <sensor/SerializerCameraKesV1Cam.h>
+
+#include <QDir>
+#include <QDomDocument>
+
+#include <iostream>
+#include <memory>
+#include <vector>
+
+namespace sensor {
+
+namespace {
+
+using ValuesByBand = std::map<std::string, float>;
+
+// Paths of the CAM files of a folder, in order of their names.
+std::vector<std::string> camFiles(std::string const& folder) {
+  std::vector<std::string> paths;
+  auto const entries = QDir(fromUtf8(folder)).entryInfoList({QStringLiteral("*.cam")}, QDir::Files, QDir::Name);
+  for (QFileInfo const& entry : entries) {
+    paths.push_back(entry.canonicalFilePath().toStdString());
+  }
+  return paths;
+}
+
+// A spectral value of the CAM file wins over the folder's table.
+void completeSpectralValues(CalibrationRadiometryKesV1& radiometry, ValuesByBand const& centers,
+                            ValuesByBand const& widths) {
+  auto const center = centers.find(radiometry.bandId());
+  if (!(radiometry.centerWavelength() > 0.0F) && center != centers.end()) {
+    radiometry.setCenterWavelength(center->second);
+  }
+  auto const width = widths.find(radiometry.bandId());
+  if (!(radiometry.bandWidth() > 0.0F) && width != widths.end()) {
+    radiometry.setBandWidth(width->second);
+  }
+}
+
+// Nanometres of an attribute in metres.
+float metresOf(QDomElement const& band, char const* attribute, bool& isNumber) {
+  return band.attribute(QLatin1String(attribute)).toFloat(&isNumber) * 1e-9F;
+}
+
+void addBand(QDomElement const& band, ValuesByBand& centers, ValuesByBand& widths) {
+  bool hasCenter = false;
+  bool hasWidth = false;
+  float const center = metresOf(band, "center_wavelength", hasCenter);
+  float const width = metresOf(band, "width", hasWidth);
+  std::string const name = band.attribute(QStringLiteral("name")).toStdString();
+  if (!name.empty() && hasCenter && hasWidth) {
+    centers[name] = center;
+    widths[name] = width;
+  }
+}
+
+}  // namespace
+
+SerializerCameraKesV1Cam::SerializerCameraKesV1Cam(std::string const& folder)
+    : SerializerCameraKes(folder), mMisalignment(folder + "/misalignment.dat") {}
+
+SerializerCameraKesV1Cam::~SerializerCameraKesV1Cam() = default;
+
+void SerializerCameraKesV1Cam::read(CameraKes* camera) const {
+  camera->setVersionInfo(versionInfo(folder()));
+  camera->setCalibrationFolder(folder());
+  auto misalignment = std::make_unique<Misalignment>();
+  mMisalignment.read(misalignment.get());
+  camera->setMisalignment(misalignment.release());
+  addCalibrations(camera);
+}
+
+void SerializerCameraKesV1Cam::write(CameraKes const* camera) const {
+  std::vector<std::string> bandIds;
+  camera->bandIds(bandIds);
+  for (std::string const& bandId : bandIds) {
+    writeCam(folder() + "/" + bandId + ".cam", camera, bandId);
+  }
+  if (camera->misalignment() != nullptr) {
+    mMisalignment.write(camera->misalignment());
+  }
+}
+
+void SerializerCameraKesV1Cam::addCalibrations(CameraKes* camera) const {
+  ValuesByBand centers;
+  ValuesByBand widths;
+  readRadiocal(folder() + "/radiocal.xml", centers, widths);
+  std::vector<std::string> const paths = camFiles(folder());
+  camera->setMntOffset({0.0, 0.0, static_cast<double>(nominalMNTZOffset)});
+  int const count = static_cast<int>(paths.size());
+#pragma omp parallel for schedule(static)
+  for (int i = 0; i < count; ++i) {
+    try {
+      auto geometry = std::make_unique<CalibrationGeometryKes>();
+      auto radiometry = std::make_unique<CalibrationRadiometryKesV1>();
+      readCam(paths[static_cast<std::size_t>(i)], geometry.get(), radiometry.get());
+      completeSpectralValues(*radiometry, centers, widths);
+#pragma omp critical(kessensorCameraBand)
+      {
+        camera->addCalibrationGeometry(geometry.release());
+        camera->addCalibrationRadiometry(radiometry.release());
+      }
+    } catch (std::exception const&) {
+      // The camera has no such band then.
+      continue;
+    }
+  }
+}
+
+void SerializerCameraKesV1Cam::readRadiocal(std::string const& fileName, ValuesByBand& centers,
+                                            ValuesByBand& widths) const {
+  InputFile file(fileName);
+  if (!file.isOpen()) {
+    return;
+  }
+  QDomDocument document;
+  QString error;
+  if (!readXml(file, document, error)) {
+    std::cerr << "Error parsing xml file:" << fileName << ": " << error.toStdString() << '\n';
+    return;
+  }
+  QDomElement const root = document.documentElement();
+  if (root.tagName() != QLatin1String("radiometric_calibration")) {
+    std::cerr << "Wrong file format: expected \"radiometric_calibration\" but saw \"" << root.tagName().toStdString()
+              << '"';
+    return;
+  }
+  QString const version = root.attribute(QStringLiteral("version"));
+  if (version != QLatin1String("1.0")) {
+    std::cerr << "Wrong file version: expected \"1\" but saw \"" << version.toStdString() << '"';
+    return;
+  }
+  for (QDomElement e = root.firstChildElement(QStringLiteral("band")); !e.isNull();
+       e = e.nextSiblingElement(QStringLiteral("band"))) {
+    addBand(e, centers, widths);
+  }
+}
+
+}  // namespace sensor
