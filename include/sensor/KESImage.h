@@ -1,0 +1,123 @@
+#pragma once
+
+#include <geo/XYPoint.h>
+#include <sensor/TimeQuantity.h>
+#include <sensor/kessensor_export.h>
+
+#include <cstdint>
+#include <string>
+
+class QDomElement;
+class XmlWriter;
+
+namespace raster {
+class Statistics;
+using LayerType = unsigned char;
+}  // namespace raster
+
+namespace sensor {
+
+class CalibrationGeometry;
+class CameraTime;
+class IntegrationTime;
+class KESStripModelData;
+class TdiStage;
+
+/// One line image of a strip: the files of one band of the camera, its swath and its line timing.
+///
+/// The band id has seven characters, such as "PANF02A": the spectral kind, the direction of view (B, F, or N), the angle,
+/// and the line of a staggered pair (A or B).
+///
+/// A copy is shallow: it shares the line timing and the strip with its source, which both believe they own the timing; so
+/// only one of an image and its copies may be destroyed.
+class KESSENSOR_EXPORT KESImage {
+public:
+  /// The image of an element `Image` of a strip file. Relative files are taken from `stripFolder`, the image itself from the
+  /// strip's folder of images at the time of use. The strip stays its caller's and may be null. With `loadData` the
+  /// line times are read. Throws what `ScanlineData` and `CameraTime` throw on a file that can't be read.
+  KESImage(QDomElement const& element, std::string const& stripFolder, KESStripModelData* parent, bool loadData);
+  KESImage(KESImage const&) = default;
+  KESImage& operator=(KESImage const&) = default;
+  ~KESImage();
+
+  /// Reads the line times unless they are loaded.
+  void loadData();
+  /// Marks the line times as not loaded, so that the next `loadData` reads them again; until then they stay.
+  void unloadData() { mDataLoaded = false; }
+  bool isDataLoaded() const { return mDataLoaded; }
+
+  /// Number of line times in memory.
+  std::int32_t numScanlines() const;
+  /// Samples of the image.
+  std::int32_t numSamples() const { return mNumSamples; }
+  /// Samples of the camera's line that collect light; loads the strip for it. Without a strip, `numSamples`.
+  std::int32_t numImagingSamples();
+  /// Ground sampling distance at the mean terrain height, metres. Loads the strip when it isn't known yet; an image
+  /// without a strip must not be asked then.
+  float gsd();
+  /// Sets the ground sampling distance from heights in metres: pixel size times flying height above ground by focal length.
+  void computeGSD(float terrainHeight, float flyingHeight, CalibrationGeometry const* calibration);
+  /// The terrain height at which the image has a ground sampling distance; all in metres.
+  float computeNominalHeight(float gsd, float flyingHeight, CalibrationGeometry const* calibration) const;
+
+  /// GPS time of a fractional line, and back; the time from a line to the next.
+  TimeQuantity<double> gpsTime(float line) const;
+  TimeQuantity<double> cycleTime(float line) const;
+  float line(TimeQuantity<double> const& time) const;
+  /// Integration time (seconds) and number of TDI stages of a fractional line.
+  float integrationTime(float line) const;
+  float tdi(float line) const;
+
+  /// The line timing; it belongs to the image.
+  IntegrationTime* integrationTime() const { return mIntegrationTime; }
+  TdiStage* tdiData() const { return mTdiData; }
+  CameraTime* cameraTime() const { return mCameraTime; }
+
+  KESStripModelData* parentStrip() const { return mParentStrip; }
+  void setParentStrip(KESStripModelData* strip) { mParentStrip = strip; }
+  std::string const& bandID() const { return mBandID; }
+  void setBandID(std::string const& bandID) { mBandID = bandID; }
+  std::string const& imageFileName() const { return mImageFileName; }
+  void setImageFileName(std::string const& fileName) { mImageFileName = fileName; }
+  std::string const& footprintFileName() const { return mFootprintFileName; }
+  void setFootprintFileName(std::string const& fileName) { mFootprintFileName = fileName; }
+  /// The list of image points that was found beside the strip or up to two folders above it, or empty.
+  std::string const& iptFileName() const { return mIptFileName; }
+  void setIPTFileName(std::string const& fileName) { mIptFileName = fileName; }
+  /// Ground size of a pixel across the flight by that of a line along it.
+  float scale() const { return mScale; }
+  void setScale(float scale) { mScale = scale; }
+  std::string const& ctgFileName() const;
+  /// Sample of the calibration at which the image's sample 0 lies; as a point, in x.
+  std::int32_t sampleOffsetFromCalib() const { return mSampleOffsetFromCalib; }
+  geo::XYPoint offsetFromCalib() const { return {static_cast<double>(mSampleOffsetFromCalib), 0.0}; }
+
+  /// Writes the element `Image`; files below `stripFolder` become relative to it. A null writer is ignored.
+  void write(XmlWriter* writer, std::string const& stripFolder) const;
+  /// The statistics beside the image; the caller owns them.
+  raster::Statistics* createStatistics() const;
+  /// Whether there are statistics of a band of the image, or of any for 255.
+  bool checkForStatistics(raster::LayerType layer) const;
+
+private:
+  void readAttributes(QDomElement const& element, std::string const& stripFolder);
+  void findPointList(std::string const& stripFolder);
+  std::string statsFilename() const;
+
+  std::string mImageFileName;
+  std::string mFootprintFileName;
+  std::string mReserved;
+  std::string mIptFileName;
+  std::string mBandID;
+  std::int32_t mNumSamples = 0;
+  std::int32_t mSampleOffsetFromCalib = 0;
+  float mGsd = -1.0F;
+  float mScale = 1.0F;
+  CameraTime* mCameraTime = nullptr;
+  IntegrationTime* mIntegrationTime = nullptr;
+  TdiStage* mTdiData = nullptr;
+  KESStripModelData* mParentStrip = nullptr;
+  bool mDataLoaded = false;
+};
+
+}  // namespace sensor

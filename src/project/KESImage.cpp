@@ -1,0 +1,225 @@
+#include "project/Path.h"
+
+#include <XmlWriter.h>
+#include <raster/Statistics.h>
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CameraTime.h>
+#include <sensor/IntegrationTime.h>
+#include <sensor/KESImage.h>
+#include <sensor/KESStripModelData.h>
+#include <sensor/TdiStage.h>
+
+#include <QDir>
+#include <QDomElement>
+#include <QFileInfo>
+
+#include <memory>
+
+namespace sensor {
+
+namespace {
+
+constexpr float unknownIntegrationTime = -1.0F;
+constexpr float noTdi = 1.0F;
+constexpr double millisecond = 0.001;
+
+std::string text(QDomElement const& element, char const* attribute) {
+  return element.attribute(QLatin1String(attribute)).toStdString();
+}
+
+// A number is milliseconds, any other text the name of a file.
+std::unique_ptr<IntegrationTime> integrationTimeOf(QDomElement const& element, std::string const& stripFolder) {
+  if (!element.hasAttribute(QStringLiteral("it"))) {
+    return std::make_unique<IntegrationTime>(unknownIntegrationTime);
+  }
+  bool isNumber = false;
+  float const value = element.attribute(QStringLiteral("it")).toFloat(&isNumber);
+  if (isNumber) {
+    return std::make_unique<IntegrationTime>(static_cast<float>(static_cast<double>(value) * millisecond));
+  }
+  return std::make_unique<IntegrationTime>(resolved(text(element, "it"), stripFolder));
+}
+
+std::unique_ptr<TdiStage> tdiStageOf(QDomElement const& element, std::string const& stripFolder) {
+  if (!element.hasAttribute(QStringLiteral("tdi"))) {
+    return std::make_unique<TdiStage>(noTdi);
+  }
+  return std::make_unique<TdiStage>(resolved(text(element, "tdi"), stripFolder));
+}
+
+// The text without the folder, whose length it is cut by, and the slash behind it.
+std::string withoutFolder(std::string const& name, std::string const& folder) {
+  if (name.find(folder) == std::string::npos) {
+    return name;
+  }
+  return name.size() > folder.size() ? name.substr(folder.size() + 1) : std::string();
+}
+
+raster::Statistics emptyStatistics() {
+  return {0, 50, 100, 1, 1.0F};
+}
+
+}  // namespace
+
+KESImage::KESImage(QDomElement const& element, std::string const& stripFolder, KESStripModelData* parent, bool load)
+    : mParentStrip(parent) {
+  auto cameraTime = std::make_unique<CameraTime>();
+  std::unique_ptr<IntegrationTime> integrationTime;
+  std::unique_ptr<TdiStage> tdi;
+  if (element.tagName().toLower() == QLatin1String("image")) {
+    readAttributes(element, stripFolder);
+    cameraTime->setCtgFileName(resolved(text(element, "timing"), stripFolder));
+    integrationTime = integrationTimeOf(element, stripFolder);
+    tdi = tdiStageOf(element, stripFolder);
+  }
+  findPointList(stripFolder);
+  if (load) {
+    cameraTime->loadData();
+    mDataLoaded = true;
+  }
+  mCameraTime = cameraTime.release();
+  mIntegrationTime = integrationTime.release();
+  mTdiData = tdi.release();
+}
+
+KESImage::~KESImage() {
+  mDataLoaded = false;
+  delete mCameraTime;
+  delete mIntegrationTime;
+  delete mTdiData;
+}
+
+void KESImage::readAttributes(QDomElement const& element, std::string const& stripFolder) {
+  mImageFileName = text(element, "filename");
+  mBandID = text(element, "band");
+  mFootprintFileName = resolved(text(element, "footprint"), stripFolder);
+  mNumSamples = element.attribute(QStringLiteral("swath"), QStringLiteral("12000")).toInt();
+  mSampleOffsetFromCalib = element.attribute(QStringLiteral("offset"), QStringLiteral("0")).toInt();
+}
+
+// The list has the image's name and lies beside the strip file, in the folder above, or in the one above that.
+void KESImage::findPointList(std::string const& stripFolder) {
+  QString const imageName = QFileInfo(fromUtf8(mImageFileName)).fileName();
+  auto const dot = imageName.lastIndexOf(QLatin1Char('.'));
+  if (dot < 0) {
+    return;
+  }
+  QString const listName = imageName.left(dot) + QStringLiteral(".ipt");
+  QDir folder(fromUtf8(stripFolder));
+  constexpr int levels = 3;
+  for (int level = 0; level < levels; ++level) {
+    QString const path = (level == 0 ? fromUtf8(stripFolder) : folder.path()) + QLatin1Char('/') + listName;
+    if (QFileInfo::exists(path)) {
+      mIptFileName = path.toStdString();
+      return;
+    }
+    if (!folder.cdUp()) {
+      return;
+    }
+  }
+}
+
+void KESImage::loadData() {
+  if (!mDataLoaded) {
+    mCameraTime->loadData();
+    mDataLoaded = true;
+  }
+}
+
+std::int32_t KESImage::numScanlines() const {
+  return static_cast<std::int32_t>(mCameraTime->size());
+}
+
+std::int32_t KESImage::numImagingSamples() {
+  if (mParentStrip == nullptr) {
+    return mNumSamples;
+  }
+  if (!mParentStrip->isDataLoaded()) {
+    mParentStrip->loadData(false, false);
+  }
+  return static_cast<std::int32_t>(mParentStrip->calibrationGeometry(mBandID)->numImagingSamples());
+}
+
+float KESImage::gsd() {
+  if (mGsd < 0.0F) {
+    if (!mParentStrip->isDataLoaded()) {
+      mParentStrip->loadData(false, false);
+    }
+    computeGSD(mParentStrip->meanTerrainHeight(), mParentStrip->meanFlyingHeight(),
+               mParentStrip->calibrationGeometry(mBandID));
+  }
+  return mGsd;
+}
+
+void KESImage::computeGSD(float terrainHeight, float flyingHeight, CalibrationGeometry const* calibration) {
+  mGsd = calibration->pixelSize() * (flyingHeight - terrainHeight) / calibration->focalLength();
+}
+
+float KESImage::computeNominalHeight(float gsd, float flyingHeight, CalibrationGeometry const* calibration) const {
+  return flyingHeight - calibration->focalLength() * gsd / calibration->pixelSize();
+}
+
+TimeQuantity<double> KESImage::gpsTime(float line) const {
+  return mCameraTime->gpsTime(line);
+}
+
+TimeQuantity<double> KESImage::cycleTime(float line) const {
+  return mCameraTime->cycleTime(line);
+}
+
+float KESImage::line(TimeQuantity<double> const& time) const {
+  return mCameraTime->line(time);
+}
+
+float KESImage::integrationTime(float line) const {
+  return mIntegrationTime->at(line);
+}
+
+float KESImage::tdi(float line) const {
+  return mTdiData->at(line);
+}
+
+std::string const& KESImage::ctgFileName() const {
+  return mCameraTime->ctgFileName();
+}
+
+void KESImage::write(XmlWriter* writer, std::string const& stripFolder) const {
+  if (writer == nullptr) {
+    return;
+  }
+  bool const isUsable = QFileInfo::exists(fromUtf8(stripFolder));
+  auto const relative = [&](std::string const& name) {
+    return fromUtf8(isUsable ? withoutFolder(name, stripFolder) : name);
+  };
+  writer->addAttribute(QStringLiteral("filename"), fromUtf8(mImageFileName));
+  writer->addAttribute(QStringLiteral("timing"), relative(ctgFileName()));
+  writer->addAttribute(QStringLiteral("footprint"), relative(mFootprintFileName));
+  writer->addAttribute(QStringLiteral("band"), fromUtf8(mBandID));
+  if (mIntegrationTime != nullptr && !mIntegrationTime->fileName().empty()) {
+    writer->addAttribute(QStringLiteral("it"), relative(mIntegrationTime->fileName()));
+  } else if (mIntegrationTime != nullptr && mIntegrationTime->at(0.0F) > 0.0F) {
+    writer->addAttribute(QStringLiteral("it"), static_cast<double>(mIntegrationTime->at(0.0F)) * 1000.0, 'f', 3);
+  }
+  if (mTdiData != nullptr && !mTdiData->fileName().empty()) {
+    writer->addAttribute(QStringLiteral("tdi"), fromUtf8(withoutFolder(mTdiData->fileName(), stripFolder)));
+  }
+  writer->addAttribute(QStringLiteral("swath"), mNumSamples);
+  writer->addAttribute(QStringLiteral("offset"), mSampleOffsetFromCalib);
+  writer->writeElement(QStringLiteral("Image"), "");
+}
+
+std::string KESImage::statsFilename() const {
+  return mParentStrip->imageDataLocation() + "/" + mImageFileName.substr(0, mImageFileName.rfind('.')) + ".stat";
+}
+
+raster::Statistics* KESImage::createStatistics() const {
+  auto statistics = std::make_unique<raster::Statistics>(emptyStatistics());
+  statistics->load(statsFilename(), 1.0F, raster::Statistics::allLayers);
+  return statistics.release();
+}
+
+bool KESImage::checkForStatistics(raster::LayerType layer) const {
+  return emptyStatistics().hasLayer(statsFilename(), layer);
+}
+
+}  // namespace sensor

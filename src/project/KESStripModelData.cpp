@@ -1,0 +1,183 @@
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CalibrationRadiometry.h>
+#include <sensor/Camera.h>
+#include <sensor/CameraFactory.h>
+#include <sensor/EOPData.h>
+#include <sensor/KESImage.h>
+#include <sensor/KESStripModelData.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+
+namespace sensor {
+
+KESStripModelData::KESStripModelData(std::string const& fileName, KESStripModel* owner, bool load, bool useOriginalEOP,
+                                     bool loadStdDevs)
+    : mOwner(owner) {
+  try {
+    read(fileName, load, useOriginalEOP, loadStdDevs);
+  } catch (...) {
+    destroy();
+    throw;
+  }
+}
+
+KESStripModelData::~KESStripModelData() {
+  unloadData();
+  destroy();
+}
+
+void KESStripModelData::destroy() {
+  for (KESImage* image : mImages) {
+    delete image;
+  }
+  mImages.clear();
+  delete mEop;
+  mEop = nullptr;
+}
+
+void KESStripModelData::loadData(bool useOriginalEOP, bool loadStdDevs) {
+  bool const original = useOriginalEOP || mAdjustedEOPFileName.empty();
+  if (original != mUseOriginalEOP) {
+    chooseEOP(original);
+  }
+  mEop->loadData(loadStdDevs);
+  if (mCamera == nullptr) {
+    findCamera();
+    if (mCamera == nullptr) {
+      throw std::runtime_error("KESStripModelData::loadData: no Camera found for sensor " + mSensorType +
+                               " ID: " + mSensorId + " version: " + mCameraVersion);
+    }
+  }
+  computeMeanFlyingHeight();
+  for (KESImage* image : mImages) {
+    image->loadData();
+  }
+  mCalibs.clear();
+  computeGSDs();
+  mDataLoaded = true;
+}
+
+// Reads the header alone. The old orientation goes when the new one stands.
+void KESStripModelData::chooseEOP(bool useOriginalEOP) {
+  auto eop = std::make_unique<EOPData>(useOriginalEOP ? mOriginalEOPFileName : mAdjustedEOPFileName, false, false);
+  delete mEop;
+  mEop = eop.release();
+  mUseOriginalEOP = useOriginalEOP;
+}
+
+void KESStripModelData::findCamera() {
+  mCamera = CameraFactory::instance()->camera(mSensorId, mSensorType, mCameraVersion);
+}
+
+// The middle between the lowest and the highest record, both held in single precision.
+void KESStripModelData::computeMeanFlyingHeight() {
+  EOP record;
+  mEop->atIndex(0, record);
+  auto minimum = static_cast<float>(record.z);
+  float maximum = minimum;
+  for (int i = 1; i < mEop->numSets(); ++i) {
+    mEop->atIndex(i, record);
+    if (record.z < static_cast<double>(minimum)) {
+      minimum = static_cast<float>(record.z);
+    } else if (record.z > static_cast<double>(maximum)) {
+      maximum = static_cast<float>(record.z);
+    }
+  }
+  mMeanFlyingHeight = (minimum + maximum) * 0.5F;
+}
+
+void KESStripModelData::computeGSDs() {
+  for (KESImage* image : mImages) {
+    CalibrationGeometryKes* const calibration = calibrationGeometry(image->bandID());
+    if (calibration == nullptr) {
+      throw std::runtime_error("Bad calibration !\nNo calibration found for band Id:\n" + image->bandID());
+    }
+    image->computeGSD(mMeanTerrainHeight, mMeanFlyingHeight, calibration);
+    mCalibs.push_back(calibration);
+  }
+}
+
+void KESStripModelData::unloadData() {
+  if (mDataLoaded) {
+    mCamera = nullptr;
+    mCalibs.clear();
+    mOwner = nullptr;
+  }
+  for (KESImage* image : mImages) {
+    image->unloadData();
+  }
+  mEop->unloadData();
+  mDataLoaded = false;
+}
+
+void KESStripModelData::attach(KESImage* image) {
+  if (image != nullptr) {
+    mImages.push_back(image);
+    image->setParentStrip(this);
+  }
+}
+
+void KESStripModelData::detach(KESImage* image) {
+  if (image != nullptr) {
+    mImages.erase(std::remove(mImages.begin(), mImages.end(), image), mImages.end());
+    image->setParentStrip(nullptr);
+  }
+}
+
+KESImage* KESStripModelData::img(int band) const {
+  return band < 0 ? nullptr : mImages[static_cast<std::size_t>(band)];
+}
+
+KESImage* KESStripModelData::img(std::string const& bandId) const {
+  return img(bandIndex(bandId));
+}
+
+int KESStripModelData::bandIndex(std::string const& bandId) const {
+  auto const found =
+      std::find_if(mImages.begin(), mImages.end(), [&](KESImage const* image) { return image->bandID() == bandId; });
+  return found == mImages.end() ? -1 : static_cast<int>(found - mImages.begin());
+}
+
+std::string KESStripModelData::bandID(int band) const {
+  return band < 0 || band >= numBands() ? std::string() : img(band)->bandID();
+}
+
+void KESStripModelData::bandIDs(std::vector<std::string>& bandIds) const {
+  for (KESImage const* image : mImages) {
+    bandIds.push_back(image->bandID());
+  }
+}
+
+CalibrationGeometryKes* KESStripModelData::calib(int band) const {
+  return mDataLoaded ? mCalibs[static_cast<std::size_t>(band)] : nullptr;
+}
+
+CalibrationGeometryKes* KESStripModelData::calibrationGeometry(std::string const& bandId) const {
+  return mCamera == nullptr ? nullptr : dynamic_cast<CalibrationGeometryKes*>(mCamera->calibrationGeometry(bandId));
+}
+
+CalibrationRadiometry* KESStripModelData::calibrationRadiometry(std::string const& bandId) const {
+  return mCamera == nullptr ? nullptr : mCamera->calibrationRadiometry(bandId);
+}
+
+void KESStripModelData::setMeanTerrainHeight(float height) {
+  mMeanTerrainHeight = height;
+  computeGSDs();
+}
+
+float KESStripModelData::computeNominalHeight(float gsd) const {
+  float sum = 0.0F;
+  int count = 0;
+  for (KESImage const* image : mImages) {
+    CalibrationGeometryKes const* calibration = calibrationGeometry(image->bandID());
+    if (calibration != nullptr) {
+      sum += image->computeNominalHeight(gsd, mMeanFlyingHeight, calibration);
+      ++count;
+    }
+  }
+  return count == 0 ? 0.0F : sum / static_cast<float>(count);
+}
+
+}  // namespace sensor
