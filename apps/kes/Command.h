@@ -1,0 +1,22 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+namespace kes {
+
+/// What the command line asked for; gives the exit code.
+using Run = std::function<int()>;
+
+/// Adds one command, with its options and its example, to the command line. When the command is called, `run` becomes
+/// what it does.
+void addSimulate(CLI::App& app, Run& run);
+void addInfo(CLI::App& app, Run& run);
+void addCheck(CLI::App& app, Run& run);
+void addProject(CLI::App& app, Run& run);
+void addClosure(CLI::App& app, Run& run);
+void addEop(CLI::App& app, Run& run);
+void addCamera(CLI::App& app, Run& run);
+
+}  // namespace kes

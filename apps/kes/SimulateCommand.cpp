@@ -1,0 +1,53 @@
+#include "Command.h"
+#include "Output.h"
+
+#include <iostream>
+#include <memory>
+#include <simulation/Flight.h>
+#include <string>
+
+namespace kes {
+
+namespace {
+
+struct Options {
+  std::string folder;
+  simulation::FlightPlan plan;
+};
+
+int simulate(Options const& options) {
+  Progress progress("simulating");
+  auto const files =
+      simulation::simulateFlight(options.plan, options.folder, [&](double done) { progress.show(done); });
+  Listing listing;
+  listing.add("strip", options.folder + "/" + files.strip);
+  listing.add("calibrations", options.folder + "/" + files.calibrations);
+  listing.add("true orientation", options.folder + "/" + files.trueEop);
+  listing.print();
+  return 0;
+}
+
+}  // namespace
+
+void addSimulate(CLI::App& app, Run& run) {
+  auto const options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("simulate", "Flies a strip over an elevation model and writes its project");
+  command->add_option("OUTDIR", options->folder, "Folder to write; new or empty")->required();
+  command->add_option("--dem", options->plan.dem, "Elevation model: any raster of GDAL")
+      ->type_name("FILE")
+      ->required()
+      ->check(CLI::ExistingFile);
+  command->add_option("--lines", options->plan.lines, "Lines of the images, 200 to 200000")->capture_default_str();
+  command->add_option("--samples", options->plan.samples, "Samples of the sensor lines")->capture_default_str();
+  command->add_option("--seed", options->plan.seed, "Everything else follows from it")->capture_default_str();
+  command->add_option("--height", options->plan.height, "Metres above the mean terrain")
+      ->type_name("M")
+      ->capture_default_str();
+  command->add_option("--heading", options->plan.heading, "Degrees clockwise from north")
+      ->type_name("DEG")
+      ->capture_default_str();
+  command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52");
+  command->callback([options, &run] { run = [options] { return simulate(*options); }; });
+}
+
+}  // namespace kes

@@ -1,0 +1,55 @@
+#include "Command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+
+namespace {
+
+constexpr int done = 0;
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+
+void addCommands(CLI::App& app, kes::Run& run) {
+  kes::addSimulate(app, run);
+  kes::addInfo(app, run);
+  kes::addCheck(app, run);
+  kes::addProject(app, run);
+  kes::addClosure(app, run);
+  kes::addEop(app, run);
+  kes::addCamera(app, run);
+}
+
+int parseAndRun(int argc, char** argv) {
+  CLI::App app("Projects, checks and describes the strips of airborne three-line pushbroom cameras.", "kes");
+  app.set_version_flag("--version", "kes " KESSENSOR_VERSION);
+  app.require_subcommand(1);
+  app.footer("Example: kes info flight/strip.stp --calibrations flight/calibration\n"
+             "'kes COMMAND --help' tells a command's options.");
+  kes::Run run;
+  addCommands(app, run);
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::ParseError const& error) {
+    return app.exit(error) == done ? done : wrongUsage;
+  }
+  int const code = run();
+  std::cout.flush();
+  if (!std::cout) {
+    throw std::runtime_error("can't write to standard output");
+  }
+  return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parseAndRun(argc, argv);
+  } catch (std::exception const& error) {
+    std::cerr << "kes: error: " << error.what() << '\n';
+    return failed;
+  }
+}

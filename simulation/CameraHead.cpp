@@ -1,0 +1,154 @@
+#include <geo/XYZPoint.h>
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CalibrationRadiometryKesV1.h>
+#include <sensor/Misalignment.h>
+#include <sensor/SerializerCameraKes.h>
+#include <sensor/SerializerCameraKesV1Cam.h>
+#include <sensor/SerializerMisalignmentV1Dat.h>
+
+#include <QDateTime>
+
+#include <array>
+#include <cmath>
+#include <simulation/CameraHead.h>
+#include <simulation/Output.h>
+
+namespace simulation {
+
+namespace {
+
+constexpr double degree = 0.017453292519943295;
+constexpr double nanometre = 1e-9;
+
+struct LineDesign {
+  char const* bandId;
+  double lookAngle;  // degrees, forward positive
+  double shift;      // pixels along the line
+  bool reverse;
+  double centreWavelength;  // nanometres
+  double bandWidth;
+};
+
+constexpr std::array<LineDesign, 10> designs{{{"PANF27A", 27.0, 0.0, false, 560, 370},
+                                              {"PANF27B", 27.05, 0.5, false, 560, 370},
+                                              {"PANN00A", 0.2, 0.0, false, 560, 370},
+                                              {"PANN00B", 0.25, 0.5, false, 560, 370},
+                                              {"PANB14A", -14.2, 0.0, true, 560, 370},
+                                              {"PANB14B", -14.25, 0.5, true, 560, 370},
+                                              {"REDF16A", 16.0, 0.0, false, 635, 50},
+                                              {"GRNF16A", 16.1, 0.0, false, 555, 50},
+                                              {"BLUF16A", 16.2, 0.0, false, 465, 50},
+                                              {"NIRF16A", 16.3, 0.0, false, 860, 55}}};
+
+// A lens bends a straight line: by the square of the distance from its middle along the flight, by the cube along the line.
+SensorLine sensorLine(LineDesign const& design, int samples) {
+  constexpr double bend = 0.35;     // along the flight at the ends of a line of 39 mm half length, mm
+  constexpr double stretch = 0.02;  // along the line there, mm
+  constexpr double reach = 39.0;
+  SensorLine line;
+  line.bandId = design.bandId;
+  line.centreWavelength = design.centreWavelength * nanometre;
+  line.bandWidth = design.bandWidth * nanometre;
+  double const middle = 0.5 * (samples - 1);
+  double const x0 = 1e3 * CameraHead::focalLength * std::tan(design.lookAngle * degree);
+  for (int i = 0; i < samples; ++i) {
+    double const straight = (i - middle + design.shift) * (1e3 * CameraHead::pixelSize);
+    double const y = design.reverse ? -straight : straight;
+    double const r = y / reach;
+    line.x.push_back(static_cast<float>((x0 + bend * r * r * std::sin(design.lookAngle * degree) + 0.004 * r) * 1e-3));
+    line.y.push_back(static_cast<float>((y + stretch * r * r * r) * 1e-3));
+  }
+  return line;
+}
+
+// How a version of the calibration differs from the newest one.
+struct Version {
+  unsigned number;
+  float focalLengthError;  // metres
+  float shiftX;            // metres
+  char const* note;
+  int year;
+};
+
+constexpr std::array<Version, 3> versions{{{1, 4.0e-5F, 6.0e-6F, "Laboratory calibration.\n", 2008},
+                                           {2, 1.0e-5F, 1.5e-6F, "Test field, first flight.\n", 2009},
+                                           {3, 0.0F, 0.0F, "Test field, second flight, all lines.\n", 2010}}};
+
+QDateTime calibrationTime(Version const& version) {
+  return {QDate(version.year, 3, 12), QTime(14, 15, 30), Qt::UTC};
+}
+
+void describe(sensor::CalibrationInfo& info, SensorLine const& line, Version const& version) {
+  info.setCalibSource("Simulated flight");
+  info.setSensorId(CameraHead::sensorId);
+  info.setBandId(line.bandId);
+  info.setCalibDateTime(calibrationTime(version));
+}
+
+void writeLine(sensor::SerializerCameraKesV1Cam const& serializer, std::string const& folder, SensorLine const& line,
+               Version const& version) {
+  sensor::CalibrationGeometryKes geometry;
+  describe(geometry, line, version);
+  int const count = static_cast<int>(line.x.size());
+  geometry.setFocalLength(CameraHead::focalLength + version.focalLengthError);
+  geometry.setPixelData(CameraHead::pixelSize, count, count, line.x, line.y);
+  geometry.shiftX(version.shiftX);
+  sensor::CalibrationRadiometryKesV1 radiometry;
+  describe(radiometry, line, version);
+  radiometry.setRadiometricGain(0.0125F);
+  serializer.writeCam(folder + "/" + line.bandId + ".cam", &geometry, &radiometry,
+                      geo::XYZPoint(0.0, 0.0, sensor::nominalMNTZOffset));
+}
+
+void writeRadiocal(std::string const& folder, std::vector<SensorLine> const& lines) {
+  std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<radiometric_calibration version=\"1.0\">\n";
+  for (SensorLine const& line : lines) {
+    text += "    <band name=\"" + line.bandId + "\" center_wavelength=\"" +
+            std::to_string(std::lround(line.centreWavelength / nanometre)) + "\" width=\"" +
+            std::to_string(std::lround(line.bandWidth / nanometre)) + "\"/>\n";
+  }
+  writeFile(folder + "/radiocal.xml", text + "</radiometric_calibration>\n");
+}
+
+void writeMisalignment(std::string const& folder, Version const& version) {
+  double const doubt = 1e-5 * (4 - static_cast<double>(version.number));
+  sensor::Misalignment misalignment;
+  misalignment.setValues(0.0012345678 + doubt, -0.0023456789, 0.0034567891 - doubt, doubt, doubt, 2 * doubt);
+  sensor::SerializerMisalignmentV1Dat(folder + "/misalignment.dat").write(&misalignment);
+}
+
+}  // namespace
+
+geo::XYPoint SensorLine::at(double pixel) const {
+  auto const last = static_cast<double>(x.size()) - 2.0;
+  double const whole = std::fmin(std::fmax(std::floor(pixel), 0.0), last);
+  auto const i = static_cast<std::size_t>(whole);
+  double const w = pixel - whole;
+  auto const between = [&](std::vector<float> const& v) {
+    return static_cast<double>(v[i]) + (static_cast<double>(v[i + 1]) - static_cast<double>(v[i])) * w;
+  };
+  return {between(x), between(y)};
+}
+
+CameraHead::CameraHead(int samples) {
+  for (LineDesign const& design : designs) {
+    mLines.push_back(sensorLine(design, samples));
+  }
+}
+
+void CameraHead::writeCalibrations(std::string const& folder) const {
+  std::string const camera = folder + "/" + sensor::SerializerCameraKes::cameraFolderName(type, sensorId);
+  for (Version const& version : versions) {
+    std::string const place = camera + "/" + sensor::SerializerCameraKes::versionFolderName(version.number);
+    makeFolder(place);
+    writeFile(place + "/readme.txt", version.note);
+    writeRadiocal(place, mLines);
+    writeMisalignment(place, version);
+    sensor::SerializerCameraKesV1Cam const serializer(place);
+    for (SensorLine const& line : mLines) {
+      writeLine(serializer, place, line, version);
+    }
+  }
+}
+
+}  // namespace simulation

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <geo/XYPoint.h>
+
+#include <simulation/FlightPlan.h>
+#include <string>
+#include <vector>
+
+namespace simulation {
+
+/// One sensor line of the camera: where each of its pixels lies in the focal plane.
+struct SensorLine {
+  std::string bandId;
+  /// Metres; x along the flight, y to the left.
+  std::vector<float> x;
+  std::vector<float> y;
+  /// Metres; of the spectral band.
+  double centreWavelength = 0.0;
+  double bandWidth = 0.0;
+
+  /// Focal-plane position of a pixel between the first and the last, linear between two pixels.
+  geo::XYPoint at(double pixel) const;
+};
+
+/// A three-line head: staggered pairs of panchromatic lines that look forward, down and backward, and four colour lines.
+/// The lines are curved by the lens; the backward pair runs reverse, from right to left.
+class CameraHead {
+public:
+  static constexpr float focalLength = 0.0627F;
+  static constexpr float pixelSize = 6.5e-6F;
+  static constexpr char const* type = "KESA0";
+  static constexpr char const* sensorId = "30512";
+  /// The version that strips use, the newest of three.
+  static constexpr unsigned currentVersion = 3;
+
+  explicit CameraHead(int samples);
+
+  std::vector<SensorLine> const& lines() const { return mLines; }
+
+  /// Writes the camera's folder, with all its versions, into a calibration folder: CAM files, radiometric table,
+  /// misalignment and note of each version. Earlier versions were less well known.
+  void writeCalibrations(std::string const& folder) const;
+
+private:
+  std::vector<SensorLine> mLines;
+};
+
+}  // namespace simulation

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <simulation/FlightPlan.h>
+#include <string>
+
+namespace simulation {
+
+/// The files of a simulated flight, relative to its folder.
+struct FlightFiles {
+  std::string strip;
+  std::string calibrations;
+  std::string originalEop;
+  std::string adjustedEop;
+  /// The orientation without the errors of navigation, at the same times, to measure accuracy by.
+  std::string trueEop;
+};
+
+/// Called with the part that is done, 0 to 1.
+using Progress = std::function<void(double)>;
+
+/// Flies a strip over the plan's terrain and writes it as a strip project into a new folder, with its camera beside it. The
+/// folder appears as a whole, or not at all. Equal plans give equal files.
+///
+/// The camera's ten bands have the same lines; of these, NIRF16A changes its rate twice, REDF16A has TDI stages and
+/// integration times that step, GRNF16A has a smaller swath with an offset, BLUF16A an integration time of its own, and the
+/// backward bands run reverse.
+///
+/// Throws std::runtime_error when the plan can't be flown, the terrain can't be read or lies elsewhere, or the folder can't
+/// be written or isn't empty.
+FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Progress const& progress = {});
+
+}  // namespace simulation

@@ -1,0 +1,23 @@
+#include <simulation/FlightPlan.h>
+#include <stdexcept>
+
+namespace simulation {
+
+namespace {
+
+void require(bool inRange, char const* message) {
+  if (!inRange) {
+    throw std::runtime_error(message);
+  }
+}
+
+}  // namespace
+
+void FlightPlan::validate() const {
+  require(lines >= minLines && lines <= maxLines, "the number of lines must be from 200 to 200000");
+  require(samples >= minSamples && samples <= maxSamples, "the number of samples must be from 64 to 60000");
+  require(height >= 200.0 && height <= 12000.0, "the height must be from 200 to 12000 metres");
+  require(heading >= 0.0 && heading <= 360.0, "the heading must be from 0 to 360 degrees");
+}
+
+}  // namespace simulation
