@@ -1,0 +1,23 @@
+#!/usr/bin/env python3
+"""Prints the results of the benchmark program: nanoseconds an item, and yardsticks an item."""
+
+import json
+import sys
+
+
+def nanoseconds(benchmark):
+    return 1e9 / benchmark["items_per_second"]
+
+
+def main():
+    with open(sys.argv[1], encoding="utf-8") as file:
+        rows = [b for b in json.load(file)["benchmarks"] if "items_per_second" in b]
+    yardsticks = [nanoseconds(b) for b in rows if b["name"].startswith("yardstick")]
+    print(f"{'':48}{'ns an item':>14}{'yardsticks':>12}")
+    for row in rows:
+        ratio = f"{nanoseconds(row) / yardsticks[0]:12.2f}" if yardsticks else ""
+        print(f"{row['name'].removesuffix('/real_time'):48}{nanoseconds(row):14.1f}{ratio}")
+
+
+if __name__ == "__main__":
+    main()

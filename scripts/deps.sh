@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, testing and the demo need, those that are missing. On a system without
+# apt it prints the list and goes on.
+set -euo pipefail
+
+packages=(
+  g++ clang clang-format clang-tidy libomp-dev cmake ninja-build ccache git pkg-config
+  qt6-base-dev qtbase5-dev libboost-dev
+  libproj-dev proj-data proj-bin libgdal-dev gdal-bin
+  libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind
+)
+
+if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+  echo "This system has no apt. Please see to these packages (Debian's names):"
+  printf '  %s\n' "${packages[@]}"
+  exit 0
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+    missing+=("$package")
+  fi
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+echo "Installing: ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
