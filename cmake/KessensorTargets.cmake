@@ -9,9 +9,13 @@ function(kes_properties target)
     POSITION_INDEPENDENT_CODE ON)
   # A fused multiply-add rounds once where the formulae round twice: results would depend on the machine and the
   # optimiser. Every float rounding of the library is told, so the compiler may neither drop nor add one.
-  target_compile_options(${target} PRIVATE -ffp-contract=off -fno-fast-math
+  # Nobody reads errno after a sine; without it calls whose result isn't used, and square roots, cost nothing.
+  target_compile_options(${target} PRIVATE -ffp-contract=off -fno-fast-math -fno-math-errno
+    # Exported functions of a library may be inlined within it: nobody replaces single functions of it.
+    -fno-semantic-interposition
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${KESSENSOR_WERROR}>:-Werror>)
+  target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS)
   if(KESSENSOR_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${KESSENSOR_SANITIZE} -fno-omit-frame-pointer
@@ -33,6 +37,11 @@ function(kes_folder name)
   target_include_directories(${target} PUBLIC
     "${PROJECT_SOURCE_DIR}/include" "${PROJECT_BINARY_DIR}/include" "${PROJECT_SOURCE_DIR}/src")
   target_compile_definitions(${target} PRIVATE kessensor_EXPORTS)
+  # A projection goes through small functions of several folders, which the shared library's link inlines into it. Tests
+  # link the same objects in the ordinary way.
+  if(KESSENSOR_LTO)
+    target_compile_options(${target} PRIVATE -flto=auto -ffat-lto-objects)
+  endif()
   target_link_libraries(${target} PUBLIC kesplatform Boost::headers)
   foreach(folder IN LISTS ARG_DEPENDS)
     target_link_libraries(${target} PUBLIC kessensor_${folder})

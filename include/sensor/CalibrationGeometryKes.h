@@ -79,6 +79,8 @@ private:
   template <class Real>
   struct Place;
   template <class Real>
+  Real tablePosition(Real sample) const;
+  template <class Real>
   Place<Real> place(Real sample) const;
   template <class Real>
   static Real between(std::vector<float> const& table, Place<Real> const& place);

@@ -121,10 +121,16 @@ void CalibrationGeometryKes::getPixelData(float& pixelSize, int& numSamples, int
   y.assign(mCoordY.begin(), mCoordY.end());
 }
 
+// A full table, the usual case, is spared a division that would change nothing.
+template <class Real>
+Real CalibrationGeometryKes::tablePosition(Real sample) const {
+  return mSampleSpacing == 1.0F ? sample : sample / static_cast<Real>(mSampleSpacing);
+}
+
 // `sample` counts from the first sample of the calibration.
 template <class Real>
 CalibrationGeometryKes::Place<Real> CalibrationGeometryKes::place(Real sample) const {
-  Real const p = sample / static_cast<Real>(mSampleSpacing);
+  Real const p = tablePosition(sample);
   auto const i = static_cast<std::int64_t>(truncated<std::int32_t>(p));
   if (p >= Real{0} && i + 1 <= static_cast<std::int64_t>(mNumCalibrated) - 1) {
     return {static_cast<std::size_t>(i), static_cast<std::size_t>(i) + 1, p - static_cast<Real>(i)};
@@ -156,15 +162,15 @@ Real CalibrationGeometryKes::position(Real y) const {
   if (!(q > Real{0}) || q >= static_cast<Real>(mNumSamples) - Real{1}) {
     return q;
   }
-  auto const spacing = static_cast<Real>(mSampleSpacing);
   std::int64_t const lastInterval = static_cast<std::int64_t>(mNumCalibrated) - 2;
   // How many entries, with its fraction, y lies behind entry i by the slope there.
   auto const entriesBehind = [&](std::int64_t i) {
     return (y - static_cast<Real>(table[i])) / static_cast<Real>(table[i + 1] - table[i]);
   };
-  std::int64_t const k = std::clamp<std::int64_t>(truncated<std::int32_t>(q / spacing), 0, lastInterval);
-  std::int64_t const m = std::clamp<std::int64_t>(k + truncated<std::int32_t>(entriesBehind(k)), 0, lastInterval);
-  return (entriesBehind(m) + static_cast<Real>(m)) * spacing;
+  std::int64_t const k = std::clamp<std::int64_t>(truncated<std::int32_t>(tablePosition(q)), 0, lastInterval);
+  Real const behind = entriesBehind(k);
+  std::int64_t const m = std::clamp<std::int64_t>(k + truncated<std::int32_t>(behind), 0, lastInterval);
+  return ((m == k ? behind : entriesBehind(m)) + static_cast<Real>(m)) * static_cast<Real>(mSampleSpacing);
 }
 
 void CalibrationGeometryKes::imageToFocal(geo::XYPoint const& image, geo::XYPoint const& offset,

@@ -68,7 +68,9 @@ void KESStripModel::initialize(bool load) {
 
 KESStripModel::Band KESStripModel::bandOf(int band) const {
   KESImage const& image = *mData->img(band);
-  return {image, *image.cameraTime(), *image.tdiData(), *image.integrationTime(), *mData->eop(), mData->calib(band)};
+  CalibrationGeometryKes const* const calibration = mData->calib(band);
+  return {image,         *image.cameraTime(), *image.tdiData(),           *image.integrationTime(),
+          *mData->eop(), calibration,         calibration->focalLength(), calibration->pixelSize()};
 }
 
 void KESStripModel::computeImageScales() {

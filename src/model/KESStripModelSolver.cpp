@@ -37,8 +37,7 @@ void KESStripModel::lsrToImage(geo::XYZPoint const& ground, int band, geo::XYPoi
 
 int KESStripModel::solveImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const {
   Band const b = bandOf(band);
-  LineScale const scale(ground, mData->meanTerrainHeight(), mData->meanFlyingHeight(), b.image.scale(),
-                        b.calibration->pixelSize());
+  LineScale const scale(ground, mData->meanTerrainHeight(), mData->meanFlyingHeight(), b.image.scale(), b.pixelSize);
   float const k = scale.linesPerUnit();
   geo::XYPoint const offset = b.offset();
   geo::XYPoint focal;
@@ -58,8 +57,8 @@ int KESStripModel::solveImage(geo::XYZPoint const& ground, int band, geo::XYPoin
     ++n;
     // The pass with the heading alone is never the last.
   } while ((std::fabs(step) > tolerance && n < maxPasses) || n == 1);
+  // The sample is that of the last pass's focal position, which the line's last step isn't part of.
   image.y = static_cast<double>(line);
-  b.calibration->focalToImage(focal, offset, image);
   return n;
 }
 
@@ -70,10 +69,10 @@ void KESStripModel::lsrToImage(std::vector<geo::XYZPoint> const& ground, int ban
   }
   Band const b = bandOf(band);
   CalibrationGeometryKes const& calibration = *b.calibration;
-  float const p = calibration.pixelSize();
+  float const p = b.pixelSize;
   float const k = LineScale(ground.front(), mData->meanTerrainHeight(), mData->meanFlyingHeight(), b.image.scale(), p)
                       .linesPerUnit();
-  float const invF = 1.0F / calibration.focalLength();
+  float const invF = 1.0F / b.focalLength;
   auto const offset = static_cast<float>(b.image.sampleOffsetFromCalib());
 
   // These go on from point to point: neighbours lie on neighbouring lines.

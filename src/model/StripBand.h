@@ -27,6 +27,8 @@ struct KESStripModel::Band {
   IntegrationTime const& integration;
   EOPData const& orientation;
   CalibrationGeometryKes const* calibration;
+  float focalLength;
+  float pixelSize;
 
   geo::XYPoint offset() const { return image.offsetFromCalib(); }
   /// The middle of the image, where the search for a line starts.
@@ -51,11 +53,7 @@ inline EOP unknownOrientation() {
 
 /// Drops roll and pitch: a camera that looks straight down with the heading of the flight.
 inline void reduceToHeading(EOP& eop) {
-  float omega = 0.0F;
-  float phi = 0.0F;
-  float kappa = 0.0F;
-  quaternionToOpk(eop, omega, phi, kappa);
-  opkToQuaternion(0.0, 0.0, static_cast<double>(kappa), eop);
+  kappaToQuaternion(static_cast<double>(kappaOf(eop)), eop);
 }
 
 inline void KESStripModel::Band::orientationOf(float line, EOP& eop, float& lineCorrection) const {
@@ -112,8 +110,8 @@ inline void KESStripModel::Band::orientationOf(float line, float tdiValue, EOP& 
 // focal plane along the flight.
 inline void KESStripModel::Band::project(geo::XYPoint const& focal, EOP const& eop, float lineCorrection, float height,
                                          geo::XYZPoint& ground) const {
-  auto const f = static_cast<double>(calibration->focalLength());
-  float const shift = calibration->pixelSize() * lineCorrection;
+  auto const f = static_cast<double>(focalLength);
+  float const shift = pixelSize * lineCorrection;
   RotationMatrix const r = quaternionToRotation(eop);
   double const x = focal.x + static_cast<double>(shift);
   double const y = focal.y;
@@ -128,7 +126,6 @@ inline void KESStripModel::Band::project(geo::XYPoint const& focal, EOP const& e
 // The undoing of `project`: the transpose of the rotation, and the correction taken off.
 inline void KESStripModel::Band::projectBack(geo::XYZPoint const& ground, float line, bool headingOnly,
                                              geo::XYPoint& focal) const {
-  float const f = calibration->focalLength();
   EOP eop = unknownOrientation();
   float lineCorrection = 0.0F;
   orientationOf(line, eop, lineCorrection);
@@ -142,8 +139,8 @@ inline void KESStripModel::Band::projectBack(geo::XYZPoint const& ground, float 
   double const w = r[5] * dy + r[2] * dx + r[8] * dz;
   double const u = r[3] * dy + r[0] * dx + r[6] * dz;
   double const v = r[4] * dy + r[1] * dx + r[7] * dz;
-  double const m = static_cast<double>(-f) / w;
-  float const shift = calibration->pixelSize() * lineCorrection;
+  double const m = static_cast<double>(-focalLength) / w;
+  float const shift = pixelSize * lineCorrection;
   focal.y = v * m;
   focal.x = u * m - static_cast<double>(shift);
 }

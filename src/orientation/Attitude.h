@@ -47,6 +47,19 @@ inline void opkToQuaternion(Angle omega, Angle phi, Angle kappa, EOP& eop) {
                                    eop);
 }
 
+/// Sets the quaternion of a camera that looks straight down with a heading kappa: what `opkToQuaternion` makes of the
+/// doubles 0, 0 and kappa.
+inline void kappaToQuaternion(double kappa, EOP& eop) {
+  // Half of minus 0 is -0, and so is its sine.
+  constexpr attitude::HalfAngle level{-0.0F, 1.0F};
+  attitude::quaternionOfHalfAngles(level, level, attitude::halfAngle(kappa), eop);
+}
+
+/// The last of the angles of the quaternion of `eop`.
+inline float kappaOf(EOP const& eop) {
+  return -std::atan2(2.0F * (eop.q3 * eop.q0 + eop.q1 * eop.q2), 1.0F - 2.0F * (eop.q2 * eop.q2 + eop.q3 * eop.q3));
+}
+
 /// The angles of the quaternion of `eop`. Rounding may carry the sine of phi beyond 1, which counts as 1.
 inline void quaternionToOpk(EOP const& eop, float& omega, float& phi, float& kappa) {
   float const q0 = eop.q0;
@@ -55,7 +68,7 @@ inline void quaternionToOpk(EOP const& eop, float& omega, float& phi, float& kap
   float const q3 = eop.q3;
   omega = -std::atan2(2.0F * (q1 * q0 + q2 * q3), 1.0F - 2.0F * (q1 * q1 + q2 * q2));
   phi = -std::asin(std::clamp(2.0F * (q0 * q2 - q1 * q3), -1.0F, 1.0F));
-  kappa = -std::atan2(2.0F * (q3 * q0 + q1 * q2), 1.0F - 2.0F * (q2 * q2 + q3 * q3));
+  kappa = kappaOf(eop);
 }
 
 /// The record between `a` (at w = 0) and `b` (at w = 1): time and position in double, the quaternion's components in single

@@ -53,7 +53,7 @@ float ScanlineData<Value, Stored>::at(float line) const {
     return absentValue<Stored>;
   }
   auto const first = mValues.begin();
-  if (!(line > static_cast<float>(first->first))) {
+  if (mValues.size() == 1 || !(line > static_cast<float>(first->first))) {
     return first->second;
   }
   // The smallest whole line that isn't below the line.
