@@ -1,0 +1,201 @@
+#include "EopFiles.h"
+#include "support/Matchers.h"
+#include "support/TempFolder.h"
+
+#include <sensor/EOPData.h>
+
+#include <cstring>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace {
+
+using sensor::EOPData;
+using test::EopFile;
+
+class EOPDataBadFiles : public testing::TestWithParam<int> {
+protected:
+  EopFile file() const {
+    EopFile result;
+    result.version = GetParam();
+    result.stdDevs = true;
+    return result;
+  }
+  std::string write(std::string const& bytes) const { return mFolder.file("a.eop", bytes); }
+  // Bytes with a 32-bit number at an offset.
+  static std::string with(std::string bytes, std::size_t offset, std::int32_t value) {
+    std::memcpy(&bytes[offset], &value, sizeof value);
+    return bytes;
+  }
+  static std::size_t stdDevOffsetAt(int version) { return version == 3 ? 12 : 16; }
+
+  test::TempFolder mFolder;
+};
+
+std::string mismatch(std::string const& name) {
+  return "Header/data mismatch in EOP file: " + name;
+}
+
+TEST_P(EOPDataBadFiles, FewerRecordsThanPromisedAreAMismatch) {
+  EopFile source = file();
+  source.stdDevs = false;
+  source.promised = 4;
+  std::string const name = write(source.bytes());
+  EXPECT_MESSAGE(EOPData{name}, mismatch(name));
+}
+
+TEST_P(EOPDataBadFiles, NoRecordsAreAMismatch) {
+  EopFile source = file();
+  source.records.clear();
+  std::string const name = write(source.bytes());
+  EXPECT_MESSAGE(EOPData{name}, mismatch(name));
+}
+
+TEST_P(EOPDataBadFiles, CountsThatLieAreAMismatchAndTakeNoMemory) {
+  for (int const count : {-1, -2147483647, 1000000000, 2147483647}) {
+    EopFile source = file();
+    std::string bytes = source.bytes();
+    if (GetParam() == 1) {
+      bytes = with(bytes, 20, count);
+    } else {
+      source.block = test::parameterBlock(count);
+      bytes = source.bytes();
+    }
+    std::string const name = write(bytes);
+    EXPECT_MESSAGE(EOPData{name}, mismatch(name));
+    EXPECT_EQ(EOPData(name, false).numSets(), 0);
+  }
+}
+
+TEST_P(EOPDataBadFiles, OffsetsThatLieAreAMismatch) {
+  for (int const offset : {-1, -2147483647, 100000, 2147483647}) {
+    std::string const data = write(with(file().bytes(), 8, offset));
+    EXPECT_MESSAGE(EOPData{data}, mismatch(data));
+    std::string const devs = write(with(file().bytes(), stdDevOffsetAt(GetParam()), offset));
+    EXPECT_MESSAGE((EOPData{devs, true, true}), "Header/std.dev. data mismatch in EOP file: " + devs);
+    EXPECT_EQ(EOPData(devs).numSets(), 3);
+  }
+}
+
+TEST_P(EOPDataBadFiles, BlockLengthsThatLieAreAMismatch) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  for (int const length : {-1, -2147483647, 100000, 2147483647}) {
+    std::string const name = write(with(file().bytes(), GetParam() == 3 ? 16 : 20, length));
+    EXPECT_MESSAGE(EOPData{name}, mismatch(name));
+  }
+}
+
+TEST_P(EOPDataBadFiles, UnknownVersionsFailWhenDataAreLoaded) {
+  for (int const version : {0, 4, -1}) {
+    std::string const name = write(with(file().bytes(), 4, version));
+    EOPData eop(name, false);
+    EXPECT_MESSAGE(eop.loadData(false), "Unknown EOP version in file: " + name);
+  }
+}
+
+TEST_P(EOPDataBadFiles, FileCutAnywhereFailsWithAMessage) {
+  std::string const bytes = file().bytes();
+  for (std::size_t size = 0; size < bytes.size(); ++size) {
+    std::string const name = write(bytes.substr(0, size));
+    std::string const message = test::messageOf([&] { EOPData(name, true, true); });
+    bool const told = message == mismatch(name) || message == "Unknown EOP version in file: " + name ||
+                      message == "Header/std.dev. data mismatch in EOP file: " + name;
+    EXPECT_TRUE(told) << size << ": " << message;
+  }
+}
+
+// Whatever a byte says, reading ends in a store or in a message, and within the memory that a small file may take.
+TEST_P(EOPDataBadFiles, AnyByteMayChange) {
+  std::string const bytes = file().bytes();
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    for (char const change : {'\x01', '\x80', '\xFF'}) {
+      std::string changed = bytes;
+      changed[at] = static_cast<char>(changed[at] ^ change);
+      std::string const name = write(changed);
+      try {
+        EOPData const eop(name, true, true);
+        EXPECT_LE(eop.numSets(), 100);
+        sensor::EOP out;
+        eop.atGPS(sensor::seconds(50.05), out);
+      } catch (std::runtime_error const&) {
+        continue;
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, EOPDataBadFiles, testing::Values(1, 2, 3));
+
+TEST(EOPDataFiles, MissingFileFolderAndFifoCantBeOpened) {
+  test::TempFolder const folder;
+  std::string const fifo = folder / "pipe";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  for (std::string const& name : {folder / "none", folder.path(), fifo}) {
+    EXPECT_MESSAGE((EOPData{name, false}), "failed to open EOP file: " + name);
+  }
+}
+
+TEST(EOPDataFiles, FailedOpenKeepsTheOldName) {
+  test::TempFolder const folder;
+  std::string const name = folder.file("a.eop", EopFile().bytes());
+  EOPData eop(name);
+  EXPECT_MESSAGE(eop.read(folder / "none", true, false), "failed to open EOP file: " + (folder / "none"));
+  EXPECT_EQ(eop.fileName(), name);
+}
+
+TEST(EOPDataFiles, FileThatVanishedCantBeLoaded) {
+  test::TempFolder const folder;
+  std::string const name = folder.file("a.eop", EopFile().bytes());
+  EOPData eop(name, false);
+  std::remove(name.c_str());
+  EXPECT_MESSAGE(eop.loadData(false), "failed to open EOP file: " + name);
+}
+
+TEST(EOPDataFiles, FileWithoutTheMagicHasNoRecordsAndNoVersion) {
+  test::TempFolder const folder;
+  std::string const name = folder.file("a.eop", "something else entirely");
+  EOPData eop(name, false);
+  EXPECT_EQ(eop.eopVersion(), 0);
+  EXPECT_MESSAGE(eop.loadData(false), "Unknown EOP version in file: " + name);
+}
+
+TEST(EOPDataFiles, BlockOfVersionOneIsRefused) {
+  test::TempFolder const folder;
+  EopFile file;
+  file.block = test::parameterBlock(3, "1");
+  std::string const name = folder.file("a.eop", file.bytes());
+  EXPECT_MESSAGE(EOPData{name}, "version mismatch!!");
+  file.block = "<EOPData numsets=\"3\"/>";
+  EXPECT_EQ(EOPData(folder.file("b.eop", file.bytes())).numSets(), 3);
+}
+
+TEST(EOPDataFiles, BlockThatIsNoXmlIsRefusedWithTheReason) {
+  test::TempFolder const folder;
+  EopFile file;
+  for (std::string const block : {"<EOPData", "no xml", "<a><b></a>"}) {
+    file.block = block;
+    std::string const name = folder.file("a.eop", file.bytes());
+    std::string const message = test::messageOf([&] { EOPData{name}; });
+    EXPECT_THAT(message, testing::StartsWith("error reading EOP parameter block "));
+    EXPECT_GT(message.size(), std::strlen("error reading EOP parameter block "));
+  }
+}
+
+TEST(EOPDataFiles, HostileBlockIsRefusedWithTheReason) {
+  test::TempFolder const folder;
+  EopFile file;
+  file.block = "<!DOCTYPE a [<!ENTITY b \"c\">]><EOPData numsets=\"3\"/>";
+  std::string const name = folder.file("a.eop", file.bytes());
+  EXPECT_MESSAGE(EOPData{name}, "error reading EOP parameter block document type declarations are not accepted");
+}
+
+TEST(EOPDataFiles, BytesThatAreNoTextInASourceDontMatter) {
+  test::TempFolder const folder;
+  EopFile file;
+  file.block = "<EOPData numsets=\"3\"><POS source=\"a\xE4z\"/></EOPData>";
+  EXPECT_EQ(EOPData(folder.file("a.eop", file.bytes())).numSets(), 3);
+}
+
+}  // namespace

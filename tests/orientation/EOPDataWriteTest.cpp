@@ -1,0 +1,225 @@
+#include "EopFiles.h"
+#include "orientation/Attitude.h"
+#include "support/Matchers.h"
+#include "support/TempFolder.h"
+
+#include <sensor/EOPData.h>
+
+#include <locale>
+
+namespace {
+
+using sensor::EOP;
+using sensor::EOPData;
+using test::valueAt;
+
+// Two records with simple numbers; kappa a quarter of a radian.
+EOPData source() {
+  EOPData eop;
+  eop.setAnchorPoint({0.25, 0.75, 123.5});
+  eop.setAppSource("app <&\">");
+  eop.setPOSSource("pos");
+  eop.setTMSource("tm");
+  eop.setAbsTime(sensor::seconds(std::uint32_t{1268612270U}));
+  for (int i = 0; i < 2; ++i) {
+    EOP record;
+    sensor::opkToQuaternion(0.0F, 0.0F, 0.25F, record);
+    record.gpsTime = 100.5 + i;
+    record.x = 1.5 * i;
+    record.y = -2.25;
+    record.z = 1000.0;
+    record.status = static_cast<float>(i);
+    eop.addEOP(record);
+  }
+  return eop;
+}
+
+std::string const block = "<?xml version=\"1.0\"?>\n"
+                          "<EOPData version=\"3\" numsets=\"2\">\n"
+                          "<Source name=\"app &lt;&amp;&quot;&gt;\" />\n"
+                          "<POS source=\"pos\" />\n"
+                          "<TM source=\"tm\" />\n"
+                          "<AnchorPoint lat=\"0.75000000000000\" lon=\"0.25000000000000\" h=\"123.50000000000000\" />\n"
+                          "<AbsoluteTime value=\"1268612270\" />\n"
+                          "<DefaultStandardDeviation x=\"0.05\" y=\"0.05\" z=\"0.05\" omega=\"1e-05\" phi=\"1e-05\" "
+                          "kappa=\"1e-05\" />\n"
+                          "</EOPData>";
+
+TEST(EOPDataWrite, BinaryFileHasHeaderBlockAndRecords) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.write(folder / "a.eop", 0);
+  std::string const bytes = test::contents(folder / "a.eop");
+  EXPECT_EQ(bytes.substr(0, 4), "EOP_");
+  EXPECT_EQ(valueAt<std::int32_t>(bytes, 4), 3);
+  auto const length = static_cast<std::int32_t>(block.size() + 1);
+  EXPECT_EQ(valueAt<std::int32_t>(bytes, 8), 20 + length);
+  EXPECT_EQ(valueAt<std::int32_t>(bytes, 12), 0);
+  EXPECT_EQ(valueAt<std::int32_t>(bytes, 16), length);
+  EXPECT_EQ(bytes.substr(20, static_cast<std::size_t>(length)), block + '\0');
+  std::size_t const second = static_cast<std::size_t>(20 + length + 48);
+  ASSERT_EQ(bytes.size(), second + 48);
+  EXPECT_EQ(valueAt<double>(bytes, second), 101.5);
+  EXPECT_EQ(valueAt<double>(bytes, second + 8), 1.5);
+  EXPECT_EQ(valueAt<double>(bytes, second + 16), -2.25);
+  EXPECT_EQ(valueAt<double>(bytes, second + 24), 1000.0);
+  EXPECT_EQ(valueAt<float>(bytes, second + 32), 0.0F);
+  EXPECT_EQ(valueAt<float>(bytes, second + 36), 0.0F);
+  EXPECT_FLOAT_EQ(valueAt<float>(bytes, second + 40), 0.25F);
+  EXPECT_EQ(valueAt<float>(bytes, second + 44), 1.0F);
+  EXPECT_EQ(eop.eopVersion(), 3);
+  EXPECT_EQ(eop.fileName(), folder / "a.eop");
+}
+
+TEST(EOPDataWrite, WrittenFileReadsBack) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setStdDevs(0, 1, 2, 3, 4, 5, 6);
+  eop.write(folder / "a.eop", 0);
+  EOPData const back(folder / "a.eop", true, true);
+  EXPECT_EQ(back.numSets(), 2);
+  EXPECT_TRUE(back.hasStdDevs());
+  EXPECT_EQ(back.appSource(), "app <&\">");
+  EXPECT_EQ(back.anchorPoint().x, 0.25);
+  EXPECT_EQ(back.absTime().value(), 1268612270U);
+  for (int i = 0; i < 2; ++i) {
+    EOP a;
+    EOP b;
+    eop.atIndex(i, a);
+    back.atIndex(i, b);
+    EXPECT_EQ(a.gpsTime, b.gpsTime);
+    EXPECT_EQ(a.x, b.x);
+    EXPECT_EQ(a.status, b.status);
+    EXPECT_NEAR(a.q3, b.q3, 1e-7F);
+  }
+}
+
+TEST(EOPDataWrite, EmptyNameWritesTheCurrentFile) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setFileName(folder / "b.eop");
+  eop.write("", 0);
+  EXPECT_TRUE(test::exists(folder / "b.eop"));
+}
+
+TEST(EOPDataWrite, TableOfAnotherSizeThanTheRecordsIsLeftOut) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setStdDevs(0, 1, 2, 3, 4, 5, 6);
+  EOP third;
+  third.q0 = 1.0F;
+  eop.addEOP(third);
+  eop.write(folder / "a.eop", 0);
+  EXPECT_EQ(valueAt<std::int32_t>(test::contents(folder / "a.eop"), 12), 0);
+}
+
+TEST(EOPDataWrite, StoreThatWasWrittenLoadsAgain) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.write(folder / "a.eop", 0);
+  eop.unloadData();
+  EOPData again(folder / "a.eop", false);
+  again.loadData(false);
+  EXPECT_EQ(again.numSets(), 2);
+}
+
+TEST(EOPDataWrite, LopFileHasSixDoublesARecord) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.write(folder / "a.lop", 3);
+  std::string const bytes = test::contents(folder / "a.lop");
+  ASSERT_EQ(bytes.size(), 96U);
+  EXPECT_EQ(valueAt<double>(bytes, 48), 1.5);
+  EXPECT_EQ(valueAt<double>(bytes, 56), -2.25);
+  EXPECT_EQ(valueAt<double>(bytes, 64), 1000.0);
+  EXPECT_EQ(valueAt<double>(bytes, 72), 0.0);
+  EXPECT_NEAR(valueAt<double>(bytes, 88), 0.25, 3e-8);
+}
+
+std::string const listing = "Anchor Point [rad/m]\n"
+                            "latitude:  0.7500000000\n"
+                            "longitude: 0.2500000000\n"
+                            "height:    123.5000\n"
+                            "\n"
+                            "100.5000  0.0000  -2.2500  1000.0000  0.0000000  0.0000000  0.2500000  0\n"
+                            "101.5000  1.5000  -2.2500  1000.0000  0.0000000  0.0000000  0.2500000  1\n";
+
+TEST(EOPDataWrite, ListingHasTheAnchorAndALineARecord) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.write(folder / "a.txt", 1);
+  EXPECT_EQ(test::contents(folder / "a.txt"), listing);
+}
+
+TEST(EOPDataWrite, ListingHasStandardDeviationsThatWereLoaded) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setStdDevs(0, 1, 2, 3, 4, 5, 6);
+  eop.setStdDevs(1, 1, 2, 3, 4, 5, 6);
+  eop.write(folder / "a.eop", 0);
+  EOPData loaded(folder / "a.eop", true, true);
+  loaded.writeToASCII(folder / "a.txt");
+  EXPECT_THAT(test::contents(folder / "a.txt"),
+              testing::HasSubstr("  1.0000  2.0000  3.0000  4.0000000  5.0000000  6.0000000  1\n"));
+}
+
+// A host's locale with a decimal comma and groups of digits.
+struct GermanNumbers : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(EOPDataWrite, LocaleOfTheHostDoesntMatter) {
+  std::locale const before = std::locale::global(std::locale(std::locale::classic(), new GermanNumbers));
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.write(folder / "a.txt", 1);
+  eop.write(folder / "a.eop", 0);
+  std::string const text = test::contents(folder / "a.txt");
+  std::string const bytes = test::contents(folder / "a.eop");
+  std::locale::global(before);
+  EXPECT_EQ(text, listing);
+  EXPECT_THAT(bytes, testing::HasSubstr(block));
+}
+
+TEST(EOPDataWrite, PlaceThatCantBeWrittenSaysSo) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  std::string const name = folder / "none/a.eop";
+  EXPECT_MESSAGE(eop.write(name, 0), "failed to write EOP file: " + name);
+  EXPECT_MESSAGE(eop.write(name, 1), "failed to open EOP file: " + name);
+  EXPECT_MESSAGE(eop.write(name, 3), "failed to open LOP file: " + name);
+}
+
+TEST(EOPDataWrite, FullDiskKeepsTheOldFile) {
+  test::SmallFileSystem const disk(1 << 18);
+  if (!disk.isMounted()) {
+    GTEST_SKIP() << "no file system may be mounted here";
+  }
+  EOPData eop = source();
+  eop.write(disk / "a.eop", 0);
+  std::string const old = test::contents(disk / "a.eop");
+  EOP record;
+  eop.atIndex(0, record);
+  for (int i = 0; i < 1000; ++i) {
+    eop.addEOP(record);
+  }
+  disk.fill(8192);
+  EXPECT_MESSAGE(eop.write("", 0), "failed to write EOP file: " + (disk / "a.eop"));
+  EXPECT_EQ(test::contents(disk / "a.eop"), old);
+  EXPECT_EQ(test::entryCount(disk.path()), 2);
+}
+
+TEST(EOPDataWrite, DiskWithoutRoomForTheHeaderSaysSo) {
+  test::SmallFileSystem const disk(1 << 18);
+  if (!disk.isMounted()) {
+    GTEST_SKIP() << "no file system may be mounted here";
+  }
+  disk.fill(0);
+  EOPData eop = source();
+  EXPECT_MESSAGE(eop.write(disk / "a.eop", 0), "error writing EOP header");
+  EXPECT_EQ(test::entryCount(disk.path()), 1);
+}
+
+}  // namespace
