@@ -5,22 +5,30 @@
 
 namespace util {
 
-// The loader knows which file this function came from.
+namespace {
+
+// A place within this library. The address of an exported function won't do: in a program that isn't position independent
+// it is a place in the program.
+char const anchor = 0;
+
+}  // namespace
+
 std::string getSkerryRoot() {
   Dl_info info{};
-  std::error_code error;
-  if (dladdr(reinterpret_cast<void const*>(&getSkerryRoot), &info) != 0 && info.dli_fname != nullptr) {
-    auto const library = std::filesystem::canonical(info.dli_fname, error);
-    if (!error) {
-      auto folder = library.parent_path();
-      // Debian's libraries lie in a folder of the architecture below "lib".
-      if (folder.filename() != "lib" && folder.filename() != "lib64" && folder.parent_path().filename() == "lib") {
-        folder = folder.parent_path();
-      }
-      return folder.parent_path().string();
-    }
+  if (dladdr(&anchor, &info) == 0 || info.dli_fname == nullptr) {
+    return KESSENSOR_INSTALL_PREFIX;
   }
-  return KESSENSOR_INSTALL_PREFIX;
+  std::error_code error;
+  auto const library = std::filesystem::canonical(info.dli_fname, error);
+  if (error) {
+    return KESSENSOR_INSTALL_PREFIX;
+  }
+  auto folder = library.parent_path();
+  // Debian's libraries lie in a folder of the architecture below "lib".
+  if (folder.filename() != "lib" && folder.filename() != "lib64" && folder.parent_path().filename() == "lib") {
+    folder = folder.parent_path();
+  }
+  return folder.parent_path().string();
 }
 
 }  // namespace util

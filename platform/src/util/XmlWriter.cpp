@@ -5,43 +5,50 @@
 
 namespace {
 
+using QStringSize = decltype(QString().size());
+
 constexpr int indent = 4;
 
-bool isXmlCharacter(QChar c) {
+// Halves of a surrogate pair are told apart from whole ones by what stands beside them.
+bool isXmlCharacter(QString const& text, QStringSize i) {
+  QChar const c = text.at(i);
+  if (c.isHighSurrogate()) {
+    return i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
+  }
+  if (c.isLowSurrogate()) {
+    return i > 0 && text.at(i - 1).isHighSurrogate();
+  }
   return c.unicode() >= 0x20 ? c.unicode() < 0xFFFE
                              : c == QLatin1Char('\t') || c == QLatin1Char('\n') || c == QLatin1Char('\r');
 }
 
 // White space other than a blank would become a blank when an attribute is read, and a carriage return a line feed.
+QString escaped(QChar c, bool attribute) {
+  switch (c.unicode()) {
+  case '<':
+    return QStringLiteral("&lt;");
+  case '>':
+    return QStringLiteral("&gt;");
+  case '&':
+    return QStringLiteral("&amp;");
+  case '"':
+    return QStringLiteral("&quot;");
+  case '\r':
+    return QStringLiteral("&#13;");
+  case '\n':
+  case '\t':
+    return attribute ? QStringLiteral("&#%1;").arg(c.unicode()) : QString(c);
+  default:
+    return c;
+  }
+}
+
 QString escaped(QString const& text, bool attribute) {
   QString result;
   result.reserve(text.size());
-  for (QChar const c : text) {
-    if (!isXmlCharacter(c)) {
-      continue;
-    }
-    switch (c.unicode()) {
-    case '<':
-      result += QLatin1String("&lt;");
-      break;
-    case '>':
-      result += QLatin1String("&gt;");
-      break;
-    case '&':
-      result += QLatin1String("&amp;");
-      break;
-    case '"':
-      result += QLatin1String("&quot;");
-      break;
-    case '\r':
-      result += QLatin1String("&#13;");
-      break;
-    case '\n':
-    case '\t':
-      result += attribute ? QStringLiteral("&#%1;").arg(c.unicode()) : QString(c);
-      break;
-    default:
-      result += c;
+  for (QStringSize i = 0; i < text.size(); ++i) {
+    if (isXmlCharacter(text, i)) {
+      result += escaped(text.at(i), attribute);
     }
   }
   return result;
@@ -102,7 +109,9 @@ void XmlWriter::writeExternalNode(QDomNode* node) {
   }
   closeStartTag();
   writeIndent();
-  node->save(mStream, indent);
+  // Without white space of its own: it would become part of the node's texts.
+  node->save(mStream, -1, QDomNode::EncodingFromTextStream);
+  mStream << '\n';
 }
 
 void XmlWriter::addAttribute(QString const& name, QString const& value) {

@@ -1,0 +1,122 @@
+#include "raster/BandStatistics.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace raster {
+
+namespace {
+
+constexpr int classCount = 256;
+
+class Pixels {
+public:
+  Pixels(GDALRasterBand& band, int step) : mBand(band), mStep(step) {
+    auto const width = static_cast<std::size_t>(band.GetXSize());
+    mLine.resize(width);
+    if ((band.GetMaskFlags() & GMF_ALL_VALID) == 0) {
+      mMask.resize(width);
+    }
+  }
+
+  /// Calls `visit` with the value of each pixel that has one.
+  template <class Visitor>
+  void forEach(Visitor visit) {
+    for (std::int64_t y = 0; y < mBand.GetYSize(); y += mStep) {
+      readLine(static_cast<int>(y));
+      for (std::size_t x = 0; x < mLine.size(); x += static_cast<std::size_t>(mStep)) {
+        if (std::isfinite(mLine[x]) && (mMask.empty() || mMask[x] != 0)) {
+          visit(mLine[x]);
+        }
+      }
+    }
+  }
+
+private:
+  void readLine(int y) {
+    bool good = read(mBand, y, mLine.data(), GDT_Float64);
+    if (good && !mMask.empty()) {
+      good = read(*mBand.GetMaskBand(), y, mMask.data(), GDT_Byte);
+    }
+    if (!good) {
+      throw std::runtime_error("line " + std::to_string(y) + " can't be read");
+    }
+  }
+
+  static bool read(GDALRasterBand& band, int y, void* to, GDALDataType type) {
+    int const width = band.GetXSize();
+    return band.RasterIO(GF_Read, 0, y, width, 1, to, width, 1, type, 0, 0, nullptr) == CE_None;
+  }
+
+  GDALRasterBand& mBand;
+  int mStep;
+  std::vector<double> mLine;
+  std::vector<GByte> mMask;
+};
+
+// Mean and squares are carried along from pixel to pixel (Welford's recurrence): a sum of squares would lose the
+// deviation of bright images with little contrast.
+class Moments {
+public:
+  void add(double value) {
+    mMinimum = std::min(mMinimum, value);
+    mMaximum = std::max(mMaximum, value);
+    ++mCount;
+    double const difference = value - mMean;
+    mMean += difference / static_cast<double>(mCount);
+    mSquares += difference * (value - mMean);
+  }
+  bool isEmpty() const { return mCount == 0; }
+  Statistics::Layer layer() const {
+    Statistics::Layer layer;
+    layer.minimum = mMinimum;
+    layer.maximum = mMaximum;
+    layer.mean = mMean;
+    layer.standardDeviation = std::sqrt(mSquares / static_cast<double>(mCount));
+    return layer;
+  }
+
+private:
+  std::uint64_t mCount = 0;
+  double mMinimum = std::numeric_limits<double>::infinity();
+  double mMaximum = -std::numeric_limits<double>::infinity();
+  double mMean = 0.0;
+  double mSquares = 0.0;
+};
+
+// Half the width of a class when the extremes stand in the middle of the outer classes; an image of one value has the
+// classes of a width that still moves that value.
+double halfClass(Statistics::Layer const& layer) {
+  double const least = 1e-12 * std::max(std::abs(layer.minimum), std::abs(layer.maximum));
+  double const half = 0.5 * (layer.maximum - layer.minimum) / (classCount - 1);
+  return std::max(half > 0.0 ? half : 0.5, least);
+}
+
+}  // namespace
+
+std::optional<Statistics::Layer> bandStatistics(GDALRasterBand& band, int step) {
+  Pixels pixels(band, step);
+  Moments moments;
+  pixels.forEach([&](double value) { moments.add(value); });
+  if (moments.isEmpty()) {
+    return std::nullopt;
+  }
+  Statistics::Layer layer = moments.layer();
+  double const half = halfClass(layer);
+  layer.histogramMinimum = layer.minimum - half;
+  layer.histogramMaximum = layer.maximum + half;
+  layer.histogram.assign(classCount, 0);
+  pixels.forEach([&](double value) {
+    double const position = (value - layer.histogramMinimum) / (2.0 * half);
+    ++layer.histogram[static_cast<std::size_t>(std::clamp(position, 0.0, classCount - 1.0))];
+  });
+  return layer;
+}
+
+}  // namespace raster
