@@ -38,8 +38,9 @@ void syncFolder(QString const&) {}
 }  // namespace
 
 FileReplacement::FileReplacement(std::string const& name) : mFile(fromUtf8(name)) {
+  // An empty name would have a temporary file that can never become a file.
   QFileInfo const old(mFile.fileName());
-  if (!old.exists() || old.isFile()) {
+  if (!name.empty() && (!old.exists() || old.isFile())) {
     mFile.open(QIODevice::WriteOnly);
   }
 }

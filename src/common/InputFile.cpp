@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include <limits>
+#include <new>
 
 namespace sensor {
 
@@ -15,7 +16,7 @@ InputFile::InputFile(std::string const& name) : mFile(fromUtf8(name)) {
 }
 
 bool InputFile::read(std::int64_t offset, void* to, std::int64_t count) {
-  if (offset < 0 || count < 0 || offset > mSize || count > mSize - offset || !mFile.seek(offset)) {
+  if (!isOpen() || offset < 0 || count < 0 || offset > mSize || count > mSize - offset || !mFile.seek(offset)) {
     return false;
   }
   auto* bytes = static_cast<char*>(to);
@@ -35,11 +36,16 @@ std::optional<QByteArray> InputFile::readAll() {
   if (mSize > std::numeric_limits<QStringSize>::max() - 64) {
     return std::nullopt;
   }
-  QByteArray bytes(static_cast<QStringSize>(mSize), Qt::Uninitialized);
-  if (!read(0, bytes.data(), mSize)) {
+  // A file with holes may be larger than any memory.
+  try {
+    QByteArray bytes(static_cast<QStringSize>(mSize), Qt::Uninitialized);
+    if (read(0, bytes.data(), mSize)) {
+      return bytes;
+    }
+  } catch (std::bad_alloc const&) {
     return std::nullopt;
   }
-  return bytes;
+  return std::nullopt;
 }
 
 }  // namespace sensor

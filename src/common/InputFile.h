@@ -24,7 +24,7 @@ public:
   /// Fills the `count` bytes at `to` from the bytes behind `offset`: true when the file has them all.
   bool read(std::int64_t offset, void* to, std::int64_t count);
 
-  /// The whole file, or nothing when a read fails.
+  /// The whole file, or nothing when a read fails or the memory has no room for it.
   std::optional<QByteArray> readAll();
 
 private:

@@ -1,6 +1,7 @@
 #include "common/XmlDocument.h"
 
 #include "common/InputFile.h"
+#include "common/XmlMarkup.h"
 
 #include <QXmlStreamReader>
 
@@ -11,9 +12,16 @@ namespace {
 constexpr int maxDepth = 64;
 constexpr int maxAttributes = 256;
 
+QString tooManyAttributes() {
+  return QStringLiteral("an element has more than %1 attributes").arg(maxAttributes);
+}
+
 // Why the text must not reach the document model; empty when it may. What the stream reader can't follow to its end is
 // refused too: another parser might go on behind that place, and the limits would not have been looked at there.
 QString refusal(QByteArray const& text) {
+  if (hasTagOfMoreAttributes(text, maxAttributes)) {
+    return tooManyAttributes();
+  }
   QXmlStreamReader reader(text);
   reader.setNamespaceProcessing(false);
   int depth = 0;
@@ -26,7 +34,7 @@ QString refusal(QByteArray const& text) {
         return QStringLiteral("elements are nested deeper than %1 levels").arg(maxDepth);
       }
       if (reader.attributes().size() > maxAttributes) {
-        return QStringLiteral("an element has more than %1 attributes").arg(maxAttributes);
+        return tooManyAttributes();
       }
       break;
     case QXmlStreamReader::EndElement:

@@ -1,0 +1,192 @@
+#include "common/XmlDocument.h"
+
+#include "common/InputFile.h"
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+
+namespace {
+
+using sensor::parseXml;
+using sensor::readXml;
+
+struct Result {
+  bool accepted;
+  std::string error;
+  QDomDocument document;
+};
+
+// What an earlier document held must not be left in one that is refused.
+Result parsed(QByteArray const& text) {
+  Result result;
+  QString error;
+  result.document.setContent(QByteArray("<earlier/>"));
+  result.accepted = parseXml(text, result.document, error);
+  result.error = error.toStdString();
+  EXPECT_EQ(result.accepted, result.error.empty());
+  EXPECT_EQ(result.accepted, !result.document.documentElement().isNull());
+  return result;
+}
+
+QByteArray nested(int levels) {
+  return QByteArray("<a>").repeated(levels) + QByteArray("</a>").repeated(levels);
+}
+
+QByteArray withAttributes(int count) {
+  QByteArray text = "<r><a";
+  for (int i = 0; i < count; ++i) {
+    text += " a" + QByteArray::number(i) + "='='";
+  }
+  return text + "/></r>";
+}
+
+TEST(XmlDocument, GivesTheDocument) {
+  auto const result =
+      parsed("<?xml version='1.0' encoding='UTF-8'?>\n<a b=\"Z\xC3\xBCrich\"><c>\xE2\x82\xAC &lt; &#65;</c></a>");
+  ASSERT_TRUE(result.accepted) << result.error;
+  auto const root = result.document.documentElement();
+  EXPECT_EQ(root.tagName(), "a");
+  EXPECT_EQ(root.attribute("b").toStdString(), "Z\xC3\xBCrich");
+  EXPECT_EQ(root.firstChildElement("c").text().toStdString(), "\xE2\x82\xAC < A");
+}
+
+TEST(XmlDocument, PrefixesNeedNoDeclaration) {
+  EXPECT_TRUE(parsed("<x:a y:b='1'/>").accepted);
+}
+
+TEST(XmlDocument, SixtyFourLevelsAreAccepted) {
+  EXPECT_TRUE(parsed(nested(64)).accepted);
+}
+
+TEST(XmlDocument, DeeperNestingIsRefused) {
+  EXPECT_EQ(parsed(nested(65)).error, "elements are nested deeper than 64 levels");
+  EXPECT_EQ(parsed(QByteArray("<a>").repeated(1000000)).error, "elements are nested deeper than 64 levels");
+}
+
+TEST(XmlDocument, DepthCountsOpenElementsOnly) {
+  EXPECT_TRUE(parsed("<r>" + (nested(63) + "<b/>").repeated(10) + "</r>").accepted);
+}
+
+TEST(XmlDocument, TwoHundredFiftySixAttributesAreAccepted) {
+  EXPECT_TRUE(parsed(withAttributes(256)).accepted);
+}
+
+TEST(XmlDocument, MoreAttributesAreRefusedAtOnce) {
+  EXPECT_EQ(parsed(withAttributes(257)).error, "an element has more than 256 attributes");
+  auto const start = std::chrono::steady_clock::now();
+  EXPECT_EQ(parsed(withAttributes(300000)).error, "an element has more than 256 attributes");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+TEST(XmlDocument, DocumentTypeDeclarationsAreRefused) {
+  std::string const reason = "document type declarations are not accepted";
+  EXPECT_EQ(parsed("<!DOCTYPE a><a/>").error, reason);
+  EXPECT_EQ(parsed("<!DOCTYPE a SYSTEM 'file:///etc/passwd'><a/>").error, reason);
+  EXPECT_EQ(parsed("<!DOCTYPE a [<!ENTITY b 'cc'><!ENTITY d '&b;&b;'>]><a>&d;</a>").error, reason);
+  EXPECT_EQ(parsed("<!DOCTYPE a [<!ATTLIST a b CDATA 'c'>]><a/>").error, reason);
+}
+
+TEST(XmlDocument, EntitiesThatNobodyDeclaredAreRefused) {
+  EXPECT_FALSE(parsed("<a>&b;</a>").accepted);
+  EXPECT_FALSE(parsed("<a b='&c;'/>").accepted);
+}
+
+TEST(XmlDocument, EmptyTextIsRefused) {
+  EXPECT_FALSE(parsed("").accepted);
+  EXPECT_FALSE(parsed("  \n").accepted);
+  EXPECT_FALSE(parsed("<?xml version='1.0'?>").accepted);
+  EXPECT_FALSE(parsed("<!-- nothing -->").accepted);
+}
+
+TEST(XmlDocument, TextThatIsNotWellFormedIsRefused) {
+  for (char const* const text : {"text", "<a>", "<a></b>", "<a/><b/>", "<a/>text", "<a b='1' b='2'/>", "<a b=1/>",
+                                 "<a b/>", "<a>&#0;</a>", "<a>\x01</a>", "<a b='<'/>", "< a/>", "<1/>"}) {
+    EXPECT_FALSE(parsed(text).accepted) << text;
+  }
+}
+
+TEST(XmlDocument, TextThatIsCutAnywhereIsRefused) {
+  QByteArray const whole =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a b=\"c\"><!-- d --><e>f&amp;</e><![CDATA[g]]></a>";
+  ASSERT_TRUE(parsed(whole).accepted);
+  for (int size = 0; size < whole.size(); ++size) {
+    EXPECT_FALSE(parsed(whole.left(size)).accepted) << size;
+  }
+}
+
+TEST(XmlDocument, ByteThatIsChangedDoesNoHarm) {
+  QByteArray const whole = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a b=\"c\"><e>f&amp;</e></a>";
+  for (int i = 0; i < whole.size(); ++i) {
+    for (int byte = 0; byte < 256; ++byte) {
+      QByteArray changed = whole;
+      changed[i] = static_cast<char>(byte);
+      parsed(changed);
+    }
+  }
+}
+
+TEST(XmlDocument, MarkOfTheOrderOfBytesIsNoPartOfTheText) {
+  auto const result = parsed("\xEF\xBB\xBF<a b='\xC3\xBC'/>");
+  ASSERT_TRUE(result.accepted) << result.error;
+  EXPECT_EQ(result.document.documentElement().attribute("b").toStdString(), "\xC3\xBC");
+}
+
+TEST(XmlDocument, DeclaredEncodingHolds) {
+  auto const result = parsed("<?xml version='1.0' encoding='ISO-8859-1'?><a b='\xFC'/>");
+  ASSERT_TRUE(result.accepted) << result.error;
+  EXPECT_EQ(result.document.documentElement().attribute("b").toStdString(), "\xC3\xBC");
+}
+
+TEST(XmlDocument, Utf16IsRead) {
+  QString const text = QString::fromUtf8("\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-16'?><a b='\xE2\x82\xAC'/>");
+  QByteArray const bytes(reinterpret_cast<char const*>(text.utf16()), 2 * text.size());
+  auto const result = parsed(bytes);
+  ASSERT_TRUE(result.accepted) << result.error;
+  EXPECT_EQ(result.document.documentElement().attribute("b").toStdString(), "\xE2\x82\xAC");
+}
+
+class XmlFile : public testing::Test {
+protected:
+  // What reading the file says; "accepted" when it is accepted.
+  std::string reading(sensor::InputFile& file) {
+    QString error;
+    bool const accepted = readXml(file, document, error);
+    EXPECT_EQ(accepted, !document.documentElement().isNull());
+    return accepted ? "accepted" : error.toStdString();
+  }
+  std::string reading(std::string const& name) {
+    sensor::InputFile file(name);
+    return reading(file);
+  }
+
+  test::TempFolder folder;
+  QDomDocument document;
+};
+
+TEST_F(XmlFile, IsParsedAsItsTextIs) {
+  EXPECT_EQ(reading(folder.file("a", "<a/>")), "accepted");
+  EXPECT_EQ(reading(folder.file("b", "<!DOCTYPE a><a/>")), "document type declarations are not accepted");
+}
+
+TEST_F(XmlFile, LargerThanAnyProjectIsNotRead) {
+  std::string const name = folder.file("a", "<a/>");
+  std::filesystem::resize_file(name, (std::uintmax_t{256} << 20) + 1);
+  EXPECT_EQ(reading(name), "the file is larger than 268435456 bytes");
+}
+
+TEST_F(XmlFile, ThatShrankSinceItWasOpenedCannotBeRead) {
+  std::string const name = folder.file("a", "<a/>");
+  sensor::InputFile file(name);
+  std::filesystem::resize_file(name, 1);
+  EXPECT_EQ(reading(file), "the file can't be read");
+}
+
+TEST_F(XmlFile, ThatIsEmptyOrMissingIsRefused) {
+  EXPECT_NE(reading(folder.file("a", "")), "accepted");
+  EXPECT_NE(reading(folder / "missing"), "accepted");
+}
+
+}  // namespace
