@@ -1,1 +1,40 @@
 # Installation of the libraries, headers and the package that other CMake projects find.
+include(CMakePackageConfigHelpers)
+
+set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/kessensor")
+
+# Libraries and tool find each other by their places, so that the whole can be moved.
+set_target_properties(kessensor PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(kesplatform PROPERTIES EXPORT_NAME platform)
+install(TARGETS kessensor kesplatform EXPORT kessensorTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+if(TARGET kes)
+  file(RELATIVE_PATH library_folder "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  set_target_properties(kes PROPERTIES INSTALL_RPATH "$ORIGIN/${library_folder}")
+  install(TARGETS kes RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
+
+# kes_install_headers(FROM FOLDER...): the headers that lie in each of the folders below FROM.
+function(kes_install_headers from)
+  foreach(folder IN LISTS ARGN)
+    file(GLOB headers CONFIGURE_DEPENDS "${from}/${folder}/*.h")
+    install(FILES ${headers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${folder}")
+  endforeach()
+endfunction()
+kes_install_headers("${PROJECT_SOURCE_DIR}/include" sensor xmlFileData)
+kes_install_headers("${PROJECT_SOURCE_DIR}/platform/include" . geo dsm raster util)
+install(FILES "${PROJECT_BINARY_DIR}/include/sensor/kessensor_export.h"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/sensor")
+install(FILES "${PROJECT_BINARY_DIR}/platform/include/util/kesplatform_export.h"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/util")
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
+install(EXPORT kessensorTargets NAMESPACE kessensor:: DESTINATION "${package_folder}")
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/kessensorConfig.cmake.in" kessensorConfig.cmake
+  INSTALL_DESTINATION "${package_folder}")
+write_basic_package_version_file(kessensorConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  "${CMAKE_CURRENT_BINARY_DIR}/kessensorConfig.cmake" "${CMAKE_CURRENT_BINARY_DIR}/kessensorConfigVersion.cmake"
+  DESTINATION "${package_folder}")

@@ -95,7 +95,9 @@ void readCoordinates(QTextStream& stream, std::string const& fileName, std::vect
 // leaves out on the host would be no time at all.
 QDateTime utcTime(QString const& date, QString const& dateFormat, QString const& time) {
   QLocale const c = QLocale::c();
-  return {c.toDate(date, dateFormat), c.toTime(time, QStringLiteral(" hh:mm:ss")), Qt::UTC};
+  QTime const timeOfDay = c.toTime(time, QStringLiteral(" hh:mm:ss"));
+  // A date with an invalid time would be taken for midnight.
+  return timeOfDay.isValid() ? QDateTime(c.toDate(date, dateFormat), timeOfDay, Qt::UTC) : QDateTime();
 }
 
 }  // namespace

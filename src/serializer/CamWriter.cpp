@@ -1,4 +1,5 @@
 #include "common/FileReplacement.h"
+#include "common/FixedText.h"
 
 #include <geo/XYZPoint.h>
 #include <sensor/CalibrationGeometryKes.h>
@@ -18,7 +19,7 @@ namespace {
 constexpr int decimals = 5;
 
 std::string number(double value) {
-  return QString::number(value, 'f', decimals).toStdString();
+  return fixedText(value, decimals);
 }
 
 std::string number(float value) {

@@ -1,11 +1,11 @@
 #include "common/FileReplacement.h"
+#include "common/FixedText.h"
 #include "common/InputFile.h"
 
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>
 
 #include <QByteArray>
-#include <QString>
 
 #include <array>
 #include <locale>
@@ -18,7 +18,7 @@ namespace sensor {
 namespace {
 
 std::string decimal(double value) {
-  return QString::number(value, 'f', 10).toStdString();
+  return fixedText(value, 10);
 }
 
 // Takes the first line off a text.

@@ -1,0 +1,64 @@
+#include "support/TempFolder.h"
+
+#include <sensor/SerializerCameraKes.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using sensor::SerializerCameraKes;
+
+TEST(SerializerCameraKes, FoldersAreNamedByTypeIdAndVersion) {
+  EXPECT_EQ(SerializerCameraKes::cameraFolderName("HDB00", "90214"), "HDB00_90214");
+  EXPECT_EQ(SerializerCameraKes::versionFolderName(7), "v007");
+  EXPECT_EQ(SerializerCameraKes::versionFolderName(123), "v123");
+  EXPECT_EQ(SerializerCameraKes::versionFolderName(1234), "v1234");
+}
+
+TEST(SerializerCameraKes, NoteIsTheWholeTextOfItsFile) {
+  test::TempFolder const folder;
+  EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "No calibration info found.");
+  folder.file("readme.txt", "");
+  EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "");
+  folder.file("readme.txt", "two\nlines, m\xC3\xA4\xC3\x9Fig\n");
+  EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "two\nlines, m\xC3\xA4\xC3\x9Fig\n");
+}
+
+TEST(SerializerCameraKes, NoteThatIsAFolderIsNone) {
+  test::TempFolder const folder;
+  folder.folder("readme.txt");
+  EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "No calibration info found.");
+}
+
+std::vector<unsigned> versionsOf(std::vector<std::string> const& names) {
+  test::TempFolder const folder;
+  for (std::string const& name : names) {
+    folder.folder(name);
+  }
+  std::vector<unsigned> versions{99};
+  SerializerCameraKes::calibrationVersions(folder.path(), versions);
+  return versions;
+}
+
+TEST(SerializerCameraKes, LastDigitOfAVersionFolderCounts) {
+  EXPECT_EQ(versionsOf({"v012", "v010", "v7"}), (std::vector<unsigned>{7, 2, 0}));
+  EXPECT_EQ(versionsOf({"v001", "v011"}), (std::vector<unsigned>{1, 1}));
+  EXPECT_EQ(versionsOf({"v12"}), (std::vector<unsigned>{2}));
+}
+
+TEST(SerializerCameraKes, OtherNamesAreNotListed) {
+  EXPECT_TRUE(versionsOf({"v1x", "V001", "v", "w001", "xv001"}).empty());
+}
+
+TEST(SerializerCameraKes, FilesAndMissingFoldersAreNotListed) {
+  test::TempFolder const folder;
+  folder.file("v001", "");
+  std::vector<unsigned> versions{99};
+  SerializerCameraKes::calibrationVersions(folder.path(), versions);
+  EXPECT_TRUE(versions.empty());
+  versions = {99};
+  SerializerCameraKes::calibrationVersions(folder / "none", versions);
+  EXPECT_TRUE(versions.empty());
+}
+
+}  // namespace

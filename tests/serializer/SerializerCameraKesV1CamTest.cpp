@@ -1,0 +1,148 @@
+#include "support/CamFolder.h"
+#include "support/Matchers.h"
+
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CalibrationRadiometryKes.h>
+#include <sensor/CameraKes.h>
+#include <sensor/Misalignment.h>
+#include <sensor/SerializerCameraKesV1Cam.h>
+
+#include <memory>
+#include <sys/stat.h>
+
+namespace {
+
+using sensor::CameraKes;
+using sensor::SerializerCameraKesV1Cam;
+using test::camText;
+using test::SameBits;
+
+class CamFolder : public testing::Test {
+protected:
+  CamFolder() { mFolder.file("misalignment.dat", test::misalignmentText); }
+
+  std::unique_ptr<CameraKes> read() const {
+    return std::make_unique<CameraKes>("KESA0", "007", 1, SerializerCameraKesV1Cam(mFolder.path()));
+  }
+  std::vector<std::string> bands() const {
+    std::vector<std::string> ids;
+    read()->bandIds(ids);
+    return ids;
+  }
+  std::string radiocalNotes(std::string const& text) const {
+    mFolder.file("radiocal.xml", text);
+    testing::internal::CaptureStderr();
+    read();
+    return testing::internal::GetCapturedStderr();
+  }
+
+  test::TempFolder mFolder;
+};
+
+TEST_F(CamFolder, CameraHasNoteFolderMisalignmentAndNominalOffset) {
+  mFolder.file("readme.txt", "a note");
+  auto const camera = read();
+  EXPECT_EQ(camera->versionInfo(), "a note");
+  EXPECT_EQ(camera->calibrationFolder(), mFolder.path());
+  EXPECT_EQ(camera->misalignment()->phi(), 0.2);
+  EXPECT_EQ(camera->misalignment()->stdDevOmega(), 0.4);
+  EXPECT_EQ(camera->mntOffset().x, 0.0);
+  EXPECT_EQ(camera->mntOffset().z, 0.17100000381469727);
+}
+
+TEST_F(CamFolder, OffsetOfAFileIsNotUsed) {
+  mFolder.file("a.cam", camText("PANN00A", "MNT_Z_OFFSET\t9.5\n"));
+  EXPECT_EQ(read()->mntOffset().z, static_cast<double>(0.171F));
+}
+
+TEST_F(CamFolder, ManyFilesAreReadAndBadOnesPassedOver) {
+  for (int i = 10; i < 40; ++i) {
+    mFolder.file(std::to_string(i) + ".cam", camText("BAND" + std::to_string(i)));
+  }
+  mFolder.file("bad1.cam", "nonsense");
+  mFolder.file("bad2.cam", camText("BAD").substr(0, 200));
+  mFolder.folder("folder.cam");
+  ASSERT_EQ(mkfifo((mFolder / "pipe.cam").c_str(), 0600), 0);
+  mFolder.file("other.txt", camText("OTHER"));
+  std::vector<std::string> const ids = bands();
+  EXPECT_EQ(ids.size(), 30U);
+  EXPECT_EQ(ids.front(), "BAND10");
+  EXPECT_EQ(ids.back(), "BAND39");
+}
+
+TEST_F(CamFolder, FolderWithoutAnyBandIsACamera) {
+  EXPECT_TRUE(bands().empty());
+}
+
+TEST_F(CamFolder, SecondFileOfABandReplacesTheFirst) {
+  mFolder.file("a.cam", camText("PANN00A"));
+  mFolder.file("b.cam", camText("PANN00A"));
+  EXPECT_EQ(bands(), (std::vector<std::string>{"PANN00A"}));
+}
+
+TEST_F(CamFolder, WithoutAMisalignmentThereIsNoCamera) {
+  test::TempFolder const empty;
+  EXPECT_MESSAGE(CameraKes("KESA0", "007", 1, SerializerCameraKesV1Cam(empty.path())),
+                 "Failed to open misalignment file: " + (empty / "misalignment.dat"));
+}
+
+TEST_F(CamFolder, SpectralTableCompletesTheFiles) {
+  mFolder.file("a.cam", camText("ONE"));
+  mFolder.file("b.cam", camText("TWO", "CENTER_WAVELENGTH_NM\t700\n"));
+  mFolder.file("c.cam", camText("THREE"));
+  mFolder.file("radiocal.xml", "<radiometric_calibration version=\"1.0\"><other name=\"ONE\"/>"
+                               "<band name=\"ONE\" center_wavelength=\"1\" width=\"2\"/>"
+                               "<band name=\"ONE\" center_wavelength=\"560.5\" width=\"70\"/>"
+                               "<band name=\"TWO\" center_wavelength=\"500\" width=\"50\"/>"
+                               "<band name=\"THREE\" center_wavelength=\"500\" width=\"wide\"/>"
+                               "<band center_wavelength=\"500\" width=\"50\"/></radiometric_calibration>");
+  auto const camera = read();
+  EXPECT_THAT(camera->calibrationRadiometry("ONE")->centerWavelength(), SameBits(560.5F * 1e-9F));
+  EXPECT_THAT(camera->calibrationRadiometry("ONE")->bandWidth(), SameBits(70.0F * 1e-9F));
+  EXPECT_THAT(camera->calibrationRadiometry("TWO")->centerWavelength(), SameBits(static_cast<float>(700.0 * 1e-9)));
+  EXPECT_THAT(camera->calibrationRadiometry("TWO")->bandWidth(), SameBits(50.0F * 1e-9F));
+  EXPECT_EQ(camera->calibrationRadiometry("THREE")->centerWavelength(), 0.0F);
+}
+
+TEST_F(CamFolder, SpectralTablesThatCantBeUsedLeaveANote) {
+  std::string const name = mFolder / "radiocal.xml";
+  EXPECT_EQ(radiocalNotes("<wrong/>"), "Wrong file format: expected \"radiometric_calibration\" but saw \"wrong\"");
+  EXPECT_EQ(radiocalNotes("<radiometric_calibration version=\"1\"/>"),
+            "Wrong file version: expected \"1\" but saw \"1\"");
+  EXPECT_EQ(radiocalNotes("<radiometric_calibration/>"), "Wrong file version: expected \"1\" but saw \"\"");
+  std::string const note = radiocalNotes("<radiometric_calibration");
+  EXPECT_THAT(note, testing::StartsWith("Error parsing xml file:" + name + ": "));
+  EXPECT_THAT(note, testing::EndsWith("\n"));
+  EXPECT_EQ(radiocalNotes("<!DOCTYPE a><radiometric_calibration version=\"1.0\"/>"),
+            "Error parsing xml file:" + name + ": document type declarations are not accepted\n");
+  EXPECT_EQ(radiocalNotes("<radiometric_calibration version=\"1.0\"/>"), "");
+}
+
+TEST_F(CamFolder, WrittenCameraReadsBack) {
+  mFolder.file("a.cam", camText("ONE"));
+  mFolder.file("b.cam", camText("TWO"));
+  auto const camera = read();
+  test::TempFolder const out;
+  SerializerCameraKesV1Cam const serializer(out.path());
+  serializer.write(camera.get());
+  CameraKes const back("KESA0", "007", 1, serializer);
+  std::vector<std::string> ids;
+  back.bandIds(ids);
+  EXPECT_EQ(ids, (std::vector<std::string>{"ONE", "TWO"}));
+  EXPECT_TRUE(*back.misalignment() == *camera->misalignment());
+  EXPECT_THAT(back.calibrationGeometry("TWO")->coordX(2), SameBits(camera->calibrationGeometry("TWO")->coordX(2)));
+}
+
+TEST_F(CamFolder, FailedWriteKeepsTheBandsBefore) {
+  mFolder.file("a.cam", camText("ONE"));
+  mFolder.file("b.cam", camText("TWO"));
+  auto const camera = read();
+  test::TempFolder const out;
+  std::string const place = out.folder("TWO.cam");
+  EXPECT_MESSAGE(SerializerCameraKesV1Cam(out.path()).write(camera.get()),
+                 "Failed to write calibration file: " + place);
+  EXPECT_TRUE(test::exists(out / "ONE.cam"));
+  EXPECT_FALSE(test::exists(out / "misalignment.dat"));
+}
+
+}  // namespace
