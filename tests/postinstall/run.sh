@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# run.sh BUILD_DIR: installs a finished build into a temporary folder, builds a host against what is there, and runs it.
+# Also holds every installed header to compile on its own as C++17, and the names that the library exports against the
+# reviewed list beside this script.
+set -euo pipefail
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+build=$(cd "${1:?usage: run.sh BUILD_DIR}" && pwd)
+work=$(mktemp -d "${TMPDIR:-/tmp}/kessensor-postinstall-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+prefix=$(cd "$work" && pwd -P)/prefix
+
+# cached NAME: a value of the build's cache.
+cached() {
+  sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"
+}
+
+# exported LIBRARY: the classes and functions that a library defines for others, a name a line. What its compiler
+# leaves of the headers of other libraries (weak copies of their templates) is none of them.
+exported() {
+  nm -DC --defined-only "$1" | cut -d' ' -f3- |
+    sed -E -e 's/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for //' \
+      -e 's/^(non-virtual|virtual) thunk to //' |
+    grep -vE '^([a-z][a-z_ ]*[*&]* )?(std|__gnu_cxx|boost|Qt[A-Za-z]*|Q[A-Z][A-Za-z]*)(::|<|\()|^(decltype|operator)' |
+    grep -vE '^(_init|_fini|_edata|_end|__bss_start|\.gomp_critical_user_.*|__(a|t|ub)san.*|__odr_asan.*|__covrec.*)$' |
+    sed -E 's/^([A-Za-z_]+::[A-Za-z_0-9]+).*/\1/' | LC_ALL=C sort -u
+}
+
+echo "== install"
+cmake --install "$build" --prefix "$prefix" >"$work/install.log"
+library=$(find "$prefix" -name libkessensor.so)
+
+echo "== exported names"
+exported "$library" >"$work/exported.txt"
+diff -u --label reviewed --label exported "$here/exported-classes.txt" "$work/exported.txt" || {
+  echo "The library exports other names than the reviewed ones in exported-classes.txt."
+  exit 1
+}
+
+echo "== build a host"
+cmake -S "$here/consumer" -B "$work/consumer" -G "$(cached CMAKE_GENERATOR)" \
+  -DCMAKE_CXX_COMPILER="$(cached CMAKE_CXX_COMPILER)" \
+  -DCMAKE_CXX_COMPILER_LAUNCHER="$(cached KESSENSOR_CCACHE | grep -v NOTFOUND || true)" \
+  -DCMAKE_CXX_FLAGS="$(cached CMAKE_CXX_FLAGS)" \
+  -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE= >"$work/configure.log"
+cmake --build "$work/consumer" --parallel 2 >"$work/build.log" || {
+  cat "$work/build.log"
+  exit 1
+}
+
+echo "== run it"
+"$work/consumer/platform_consumer" "$prefix"
+"$work/consumer/consumer" "$here/../data/strip-a"
+
+echo "== run the tool from where it is installed"
+if [ -x "$prefix/bin/kes" ]; then
+  "$prefix/bin/kes" --version
+fi
