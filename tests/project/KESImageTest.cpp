@@ -1,0 +1,195 @@
+#include "support/Bytes.h"
+#include "support/Matchers.h"
+#include "support/TempFolder.h"
+
+#include <XmlWriter.h>
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CameraTime.h>
+#include <sensor/IntegrationTime.h>
+#include <sensor/KESImage.h>
+#include <sensor/TdiStage.h>
+
+#include <QDomDocument>
+#include <QTextStream>
+
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+using sensor::KESImage;
+using test::SameBits;
+
+class KESImageOf : public testing::Test {
+protected:
+  // The image of an element with these attributes, in the folder of the test.
+  std::unique_ptr<KESImage> image(std::string const& attributes, bool load = false, char const* tag = "Image") {
+    QDomDocument document;
+    EXPECT_TRUE(document.setContent(QString::fromStdString("<" + std::string(tag) + " " + attributes + "/>")));
+    return std::make_unique<KESImage>(document.documentElement(), mFolder.path(), nullptr, load);
+  }
+  std::string written(KESImage const& image) const { return written(image, mFolder.path()); }
+  static std::string written(KESImage const& image, std::string const& folder) {
+    QString text;
+    QTextStream stream(&text);
+    XmlWriter writer(stream, 0);
+    image.write(&writer, folder);
+    stream.flush();
+    return text.toStdString();
+  }
+
+  test::TempFolder mFolder;
+};
+
+TEST_F(KESImageOf, AttributesAreReadAndPathsResolved) {
+  auto const read =
+      image("filename=\"a.tif\" band=\"PANF27A\" footprint=\"f/a.xml\" timing=\"/abs/a.ctg\" swath=\"90\" "
+            "offset=\"-4\"");
+  EXPECT_EQ(read->imageFileName(), "a.tif");
+  EXPECT_EQ(read->bandID(), "PANF27A");
+  EXPECT_EQ(read->footprintFileName(), mFolder / "f/a.xml");
+  EXPECT_EQ(read->ctgFileName(), "/abs/a.ctg");
+  EXPECT_EQ(read->numSamples(), 90);
+  EXPECT_EQ(read->sampleOffsetFromCalib(), -4);
+  EXPECT_EQ(read->offsetFromCalib().x, -4.0);
+  EXPECT_EQ(read->offsetFromCalib().y, 0.0);
+  EXPECT_EQ(read->parentStrip(), nullptr);
+}
+
+TEST_F(KESImageOf, MissingAttributesHaveTheirDefaults) {
+  auto const read = image("");
+  EXPECT_EQ(read->imageFileName(), "");
+  EXPECT_EQ(read->footprintFileName(), mFolder / "");
+  EXPECT_EQ(read->ctgFileName(), mFolder / "");
+  EXPECT_EQ(read->numSamples(), 12000);
+  EXPECT_EQ(read->sampleOffsetFromCalib(), 0);
+  EXPECT_EQ(read->integrationTime(5.0F), -1.0F);
+  EXPECT_EQ(read->tdi(5.0F), 1.0F);
+  EXPECT_EQ(read->scale(), 1.0F);
+  EXPECT_FALSE(read->isDataLoaded());
+  EXPECT_EQ(read->numScanlines(), 0);
+  EXPECT_EQ(read->numImagingSamples(), 12000);
+}
+
+TEST_F(KESImageOf, NumbersThatAreNoneAreZero) {
+  auto const read = image("swath=\"many\" offset=\"1.5\"");
+  EXPECT_EQ(read->numSamples(), 0);
+  EXPECT_EQ(read->sampleOffsetFromCalib(), 0);
+}
+
+TEST_F(KESImageOf, TagMayBeWrittenInAnyCase) {
+  EXPECT_EQ(image("band=\"X\"", false, "IMAGE")->bandID(), "X");
+  auto const other = image("band=\"X\" swath=\"7\"", false, "Picture");
+  EXPECT_EQ(other->bandID(), "");
+  EXPECT_EQ(other->numSamples(), 0);
+  EXPECT_EQ(other->tdiData(), nullptr);
+  EXPECT_EQ(other->integrationTime(), nullptr);
+}
+
+TEST_F(KESImageOf, IntegrationTimeIsMillisecondsOrAFile) {
+  EXPECT_THAT(image("it=\"0.5\"")->integrationTime(0.0F), SameBits(static_cast<float>(0.5 * 0.001)));
+  mFolder.file("12.bad", (test::Bytes() << std::uint32_t{0} << std::uint32_t{2000}).str());
+  EXPECT_THAT(image("it=\"12.bad\"")->integrationTime(0.0F), SameBits(0.002F));
+  EXPECT_MESSAGE(image("it=\"none\""), "Can't open file: " + (mFolder / "none"));
+}
+
+TEST_F(KESImageOf, TdiIsAlwaysAFile) {
+  EXPECT_MESSAGE(image("tdi=\"3\""), "Can't open file: " + (mFolder / "3"));
+  mFolder.file("3", (test::Bytes() << std::uint32_t{0} << std::uint8_t{4}).str());
+  EXPECT_EQ(image("tdi=\"3\"")->tdi(0.0F), 4.0F);
+}
+
+TEST_F(KESImageOf, LineTimesAreLoadedOnRequest) {
+  mFolder.file("a.ctg", (test::Bytes() << 10.0 << 10.5 << 11.0).str());
+  auto const loaded = image("timing=\"a.ctg\"", true);
+  EXPECT_TRUE(loaded->isDataLoaded());
+  EXPECT_EQ(loaded->numScanlines(), 3);
+  EXPECT_EQ(loaded->gpsTime(0.5F).value(), 10.25);
+  EXPECT_EQ(loaded->cycleTime(0.5F).value(), 0.5);
+  EXPECT_EQ(loaded->line(sensor::seconds(10.75)), 1.5F);
+  loaded->unloadData();
+  EXPECT_FALSE(loaded->isDataLoaded());
+  EXPECT_EQ(loaded->numScanlines(), 3);
+  mFolder.file("a.ctg", (test::Bytes() << 10.0 << 10.5).str());
+  loaded->loadData();
+  EXPECT_EQ(loaded->numScanlines(), 2);
+  mFolder.file("a.ctg", (test::Bytes() << 10.0).str());
+  loaded->loadData();
+  EXPECT_EQ(loaded->numScanlines(), 2);
+  EXPECT_MESSAGE(image("timing=\"none.ctg\"", true), "failed to open CTG file: " + (mFolder / "none.ctg"));
+}
+
+TEST_F(KESImageOf, PointListIsFoundUpToTwoFoldersAbove) {
+  test::TempFolder const top;
+  std::string const stripFolder = top.folder("a/b/c");
+  auto const listOf = [&](std::string const& name) {
+    QDomDocument document;
+    document.setContent(QString::fromStdString("<Image filename=\"" + name + "\"/>"));
+    return KESImage(document.documentElement(), stripFolder, nullptr, false).iptFileName();
+  };
+  EXPECT_EQ(listOf("x.tif"), "");
+  top.file("x.ipt", "");
+  EXPECT_EQ(listOf("x.tif"), "");
+  top.file("a/x.ipt", "");
+  EXPECT_EQ(listOf("x.tif"), top / "a/x.ipt");
+  top.file("a/b/x.ipt", "");
+  EXPECT_EQ(listOf("x.tif"), top / "a/b/x.ipt");
+  top.file("a/b/c/x.ipt", "");
+  EXPECT_EQ(listOf("x.tif"), top / "a/b/c/x.ipt");
+  EXPECT_EQ(listOf("sub/x.y.tif"), "");
+  top.file("a/b/c/x.y.ipt", "");
+  EXPECT_EQ(listOf("sub/x.y.tif"), top / "a/b/c/x.y.ipt");
+  EXPECT_EQ(listOf("x"), "");
+  EXPECT_EQ(listOf(""), "");
+}
+
+TEST_F(KESImageOf, SamplingDistanceAndNominalHeightFollowTheirFormulae) {
+  auto const read = image("");
+  sensor::CalibrationGeometryKes calibration;
+  calibration.setFocalLength(0.0625F);
+  calibration.setPixelData(6.5e-6F, 2, 2, std::vector<float>{0, 0}, std::vector<float>{0, 1});
+  read->computeGSD(100.0F, 2100.0F, &calibration);
+  EXPECT_THAT(read->gsd(), SameBits(6.5e-6F * (2100.0F - 100.0F) / 0.0625F));
+  EXPECT_THAT(read->computeNominalHeight(0.2F, 2100.0F, &calibration), SameBits(2100.0F - 0.0625F * 0.2F / 6.5e-6F));
+}
+
+TEST_F(KESImageOf, ElementIsWrittenWithPathsBelowTheStrip) {
+  mFolder.file("a.it", (test::Bytes() << std::uint32_t{0} << std::uint32_t{2000}).str());
+  mFolder.file("a.tdi", (test::Bytes() << std::uint32_t{0} << std::uint8_t{2}).str());
+  auto const read = image("filename=\"a.tif\" band=\"PANF27A\" footprint=\"f/a.xml\" timing=\"a.ctg\" it=\"a.it\" "
+                          "tdi=\"a.tdi\" swath=\"90\" offset=\"4\"");
+  EXPECT_EQ(written(*read), "<Image filename=\"a.tif\" timing=\"a.ctg\" footprint=\"f/a.xml\" band=\"PANF27A\" "
+                            "it=\"a.it\" tdi=\"a.tdi\" swath=\"90\" offset=\"4\"/>\n");
+}
+
+TEST_F(KESImageOf, IntegrationTimeIsWrittenInMillisecondsWhenItIsPositive) {
+  EXPECT_THAT(written(*image("it=\"2.5\"")), testing::HasSubstr(" it=\"2.500\" swath"));
+  EXPECT_THAT(written(*image("it=\"0\"")), testing::Not(testing::HasSubstr(" it=")));
+  EXPECT_THAT(written(*image("it=\"-3\"")), testing::Not(testing::HasSubstr(" it=")));
+  EXPECT_THAT(written(*image("")), testing::Not(testing::HasSubstr(" tdi=")));
+}
+
+TEST_F(KESImageOf, FolderThatDoesntExistLeavesPathsWholeButThatOfTheTdi) {
+  std::string const file = mFolder.file("sub/a.tdi", (test::Bytes() << std::uint32_t{0} << std::uint8_t{2}).str());
+  auto const read = image("timing=\"/gone/a.ctg\" footprint=\"/gone/a.xml\" tdi=\"" + file + "\"");
+  EXPECT_EQ(written(*read, "/gone"), "<Image filename=\"\" timing=\"/gone/a.ctg\" footprint=\"/gone/a.xml\" band=\"\" "
+                                     "tdi=\"" +
+                                         file + "\" swath=\"12000\" offset=\"0\"/>\n");
+  std::filesystem::rename(mFolder / "sub", mFolder / "moved");
+  EXPECT_THAT(written(*read, mFolder / "sub"), testing::HasSubstr(" tdi=\"a.tdi\""));
+}
+
+// The folder may stand anywhere in the path; what is cut off is its length.
+TEST_F(KESImageOf, PathThatHoldsTheFolderIsCutByItsLength) {
+  auto const read = image("timing=\"/x" + mFolder.path() + "/a.ctg\"");
+  std::string const whole = "/x" + mFolder.path() + "/a.ctg";
+  EXPECT_THAT(written(*read), testing::HasSubstr(" timing=\"" + whole.substr(mFolder.path().size() + 1) + "\""));
+  auto const same = image("timing=\"" + mFolder.path() + "\"");
+  EXPECT_THAT(written(*same), testing::HasSubstr(" timing=\"\""));
+}
+
+TEST_F(KESImageOf, NullWriterIsIgnored) {
+  image("")->write(nullptr, mFolder.path());
+}
+
+}  // namespace
