@@ -1,17 +1,20 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
+#include "common/TextLine.h"
+#include "serializer/FloatScanner.h"
 
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometryKesV1.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QLocale>
 #include <QRegularExpression>
-#include <QTextStream>
 
 #include <array>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -21,7 +24,7 @@ namespace {
 
 constexpr float millimetre = 0.001F;
 constexpr double nanometre = 1e-9;
-// The least that a pair of coordinates takes in a file: two digits, a blank and a line end.
+// The least that a pair of coordinates takes in a file: two digits and what stands behind each of them.
 constexpr unsigned bytesOfPair = 4;
 
 enum class Keyword {
@@ -65,25 +68,30 @@ Keyword keywordOf(QString const& line) {
   return Keyword::none;
 }
 
-// The file as text, its line ends as single line feeds.
-QString readText(std::string const& fileName) {
+// The file's text in UTF-8, its line ends as single line feeds.
+QByteArray readText(std::string const& fileName) {
   InputFile file(fileName);
-  auto bytes = file.isOpen() ? file.readAll() : std::nullopt;
-  if (!bytes) {
+  auto text = file.isOpen() ? file.readAll() : std::nullopt;
+  if (!text) {
     throw std::runtime_error("Failed to open calibration file: " + fileName);
   }
-  bytes->replace("\r\n", "\n");
-  return QString::fromUtf8(*bytes);
+  return text->replace("\r\n", "\n");
 }
 
-void readCoordinates(QTextStream& stream, std::string const& fileName, std::vector<float>& xs, std::vector<float>& ys) {
+QString nextLine(std::string_view& text) {
+  std::string_view const line = takeLine(text);
+  return QString::fromUtf8(line.data(), static_cast<QStringSize>(line.size()));
+}
+
+void readCoordinates(std::string_view text, std::string const& fileName, std::vector<float>& xs,
+                     std::vector<float>& ys) {
+  FloatScanner scanner(text);
   auto const next = [&] {
-    float value = 0.0F;
-    stream >> value;
-    if (stream.status() != QTextStream::Ok) {
+    auto const value = scanner.next();
+    if (!value) {
       throw std::runtime_error("Parse error in file " + fileName);
     }
-    return value * millimetre;
+    return *value * millimetre;
   };
   for (std::size_t i = 0; i < xs.size(); ++i) {
     xs[i] = next();
@@ -116,25 +124,26 @@ struct SerializerCameraKesV1Cam::Header {
 
 void SerializerCameraKesV1Cam::readCam(std::string const& fileName, CalibrationGeometryKes* geometry,
                                        CalibrationRadiometryKesV1* radiometry) const {
-  QString text = readText(fileName);
+  QByteArray const text = readText(fileName);
+  std::string_view rest(text.constData(), static_cast<std::size_t>(text.size()));
   geometry->setFileName(fileName);
   radiometry->setFileName(fileName);
-  QTextStream stream(&text, QIODevice::ReadOnly);
-  QString const first = stream.readLine();
+  QString const first = nextLine(rest);
   if (!first.startsWith(fromUtf8(CAM_FILE_ID)) && !first.startsWith(fromUtf8(CAM_FILE_ID_OLD))) {
     throw std::runtime_error("Not a valid calibration, missing \"" + CAM_FILE_ID + "\" or \"" + CAM_FILE_ID_OLD +
                              "\" keyword in " + fileName);
   }
   Header header;
-  while (!header.atEnd && !stream.atEnd()) {
-    readHeaderLine(stream.readLine(), fileName, header, geometry, radiometry);
+  while (!header.atEnd && !rest.empty()) {
+    readHeaderLine(nextLine(rest), fileName, header, geometry, radiometry);
   }
-  if (header.count > static_cast<std::size_t>(text.size()) / bytesOfPair) {
+  // Behind the last number there may be no line end.
+  if (header.count > (rest.size() + 1) / bytesOfPair) {
     throw std::runtime_error("Parse error in file " + fileName);
   }
   std::vector<float> xs(header.count);
   std::vector<float> ys(header.count);
-  readCoordinates(stream, fileName, xs, ys);
+  readCoordinates(rest, fileName, xs, ys);
   int const count = static_cast<int>(header.count);
   geometry->setPixelData(header.pixelSize, count, count, xs, ys);
 }

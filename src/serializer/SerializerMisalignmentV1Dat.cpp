@@ -1,6 +1,7 @@
 #include "common/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/InputFile.h"
+#include "common/TextLine.h"
 
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>
@@ -19,14 +20,6 @@ namespace {
 
 std::string decimal(double value) {
   return fixedText(value, 10);
-}
-
-// Takes the first line off a text.
-std::string_view takeLine(std::string_view& text) {
-  std::size_t const end = text.find('\n');
-  std::string_view const line = text.substr(0, end);
-  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-  return line;
 }
 
 }  // namespace
