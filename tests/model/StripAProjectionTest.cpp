@@ -1,14 +1,13 @@
 #include "support/Matchers.h"
 #include "support/StripA.h"
 
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
 #include <sensor/CameraFactory.h>
 #include <sensor/EOP.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
-
-#include <geo/XYPoint.h>
-#include <geo/XYZPoint.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,238 @@
+#include "SmallModel.h"
+#include "support/Matchers.h"
+
+#include <geo/coordSys.h>
+#include <geo/coordSysFactory.h>
+#include <geo/units.h>
+#include <sensor/CalibrationRadiometry.h>
+#include <sensor/EOPData.h>
+#include <sensor/TdiStage.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using sensor::KESStripModel;
+using test::SameBits;
+
+class StripModel : public test::SmallModel {};
+
+TEST_F(StripModel, PlaceHolderAnswersForWhatItHas) {
+  KESStripModel const none;
+  EXPECT_EQ(none.modelData(), nullptr);
+  EXPECT_EQ(none.lsrSystem(), nullptr);
+  EXPECT_EQ(none.mappingSystem(), nullptr);
+  EXPECT_EQ(none.parentBlock(), nullptr);
+  EXPECT_EQ(none.eop(), nullptr);
+  EXPECT_EQ(none.img(0), nullptr);
+  EXPECT_EQ(none.numBands(), 0);
+  EXPECT_EQ(none.bandID(0), "");
+  EXPECT_EQ(none.bandIndex("X"), -1);
+  EXPECT_EQ(none.name(), "");
+  EXPECT_EQ(none.eopFileName(), "");
+  EXPECT_FALSE(none.isDataLoaded());
+  EXPECT_FALSE(none.isValid());
+  EXPECT_FALSE(none.isAdjustedEOPFile());
+  EXPECT_EQ(none.meanFlyingHeight(), 0.0);
+  EXPECT_EQ(none.calibrationGeometry(0), nullptr);
+}
+
+TEST_F(StripModel, StripThatIsntLoadedHasItsProjectAndSystems) {
+  auto const strip = model(false);
+  EXPECT_FALSE(strip->isDataLoaded());
+  EXPECT_EQ(strip->name(), "Small");
+  EXPECT_EQ(strip->numBands(), 1);
+  EXPECT_NE(strip->lsrSystem(), nullptr);
+  EXPECT_NE(strip->mappingSystem(), nullptr);
+  EXPECT_EQ(strip->calibrationGeometry(0), nullptr);
+  EXPECT_EQ(strip->imageHeight(0), 0U);
+  EXPECT_EQ(strip->img(-1), nullptr);
+  EXPECT_EQ(strip->modelData()->owner(), strip.get());
+}
+
+TEST_F(StripModel, LoadingLaterGivesWhatLoadingAtOnceDoes) {
+  auto const atOnce = model();
+  auto const later = model(false);
+  later->loadData(false, false);
+  EXPECT_THAT(later->scale(0), SameBits(atOnce->scale(0)));
+  EXPECT_THAT(later->flightAzimuth(), SameBits(atOnce->flightAzimuth()));
+  later->unloadData();
+  EXPECT_FALSE(later->isDataLoaded());
+  EXPECT_THAT(later->scale(0), SameBits(atOnce->scale(0)));
+  EXPECT_THAT(later->flightAzimuth(), SameBits(atOnce->flightAzimuth()));
+}
+
+TEST_F(StripModel, StripOutsideABlockIsNotValid) {
+  auto const strip = model();
+  EXPECT_FALSE(strip->isValid());
+  int block = 0;
+  strip->setParentBlock(reinterpret_cast<sensor::BlockModelData*>(&block));
+  EXPECT_TRUE(strip->isValid());
+  EXPECT_EQ(static_cast<void*>(strip->parentBlock()), &block);
+}
+
+TEST_F(StripModel, BlockIsStoredByItsConstructor) {
+  int block = 0;
+  KESStripModel const strip(mStrip.write(mFolder), reinterpret_cast<sensor::BlockModelData*>(&block), false, false,
+                            false);
+  EXPECT_TRUE(strip.isValid());
+}
+
+TEST_F(StripModel, FailingStripFileLeavesTheConstructor) {
+  EXPECT_MESSAGE((KESStripModel{mFolder / "none.stp", true, false, false}),
+                 "Error opening strip file:" + (mFolder / "none.stp"));
+}
+
+TEST_F(StripModel, LocalSystemLiesAtTheAnchor) {
+  auto const strip = model();
+  geo::XYZPoint point(0.0, 0.0, 10.0);
+  EXPECT_EQ(geo::coordSys::transform(strip->lsrSystem(), strip->mappingSystem(), point, point), 0);
+  EXPECT_NEAR(point.x, -1.4, 1e-12);
+  EXPECT_NEAR(point.y, 0.6, 1e-12);
+  EXPECT_NEAR(point.z, 510.0, 1e-8);
+}
+
+TEST_F(StripModel, MappingSystemIsReplacedWithoutBeingDeletedOrUsed) {
+  auto const strip = model();
+  geo::coordSys* const before = strip->mappingSystem();
+  std::unique_ptr<geo::coordSys> const feet(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:2225"));
+  strip->setMappingSystem(feet.get());
+  EXPECT_EQ(strip->mappingSystem(), feet.get());
+  EXPECT_NE(before->verticalUnits().getScale(), 0.0);
+  // 2 m in US survey feet.
+  EXPECT_NEAR(strip->mappingSystemGsd(0), 2.0F * 3937.0F / 1200.0F, 1e-5F);
+}
+
+TEST_F(StripModel, LevelZeroIsTheImageToTheBit) {
+  KESStripModel const none;
+  for (int const band : {-7, 0, 99}) {
+    geo::XYPoint out(1, 1);
+    none.imageToL0({-0.0, 1e300}, band, out);
+    EXPECT_THAT(out.x, SameBits(-0.0));
+    EXPECT_THAT(out.y, SameBits(1e300));
+    none.l0ToImage({3.25, -7.5}, band, out);
+    EXPECT_THAT(out.x, SameBits(3.25));
+    EXPECT_THAT(out.y, SameBits(-7.5));
+  }
+}
+
+TEST_F(StripModel, LineCorrectionIsAddedToOrTakenFromFocalX) {
+  KESStripModel const none;
+  geo::XYPoint out;
+  none.applyLineCorrection(true, {1.0, 5.0}, 0.25F, out);
+  EXPECT_EQ(out.x, 1.25);
+  EXPECT_EQ(out.y, 5.0);
+  none.applyLineCorrection(false, {1.0, 5.0}, 0.25F, out);
+  EXPECT_EQ(out.x, 0.75);
+}
+
+TEST_F(StripModel, AccessorsForwardToImageAndOrientation) {
+  mStrip.bands = {{"PANN00A", 0.0, false, "swath=\"90\" offset=\"5\" it=\"2\""}};
+  mStrip.terrainHeight = "20";
+  auto const strip = model();
+  EXPECT_EQ(strip->imageWidth(0), 90U);
+  EXPECT_EQ(strip->imageIlluminatedWidth(0), 101U);
+  EXPECT_EQ(strip->imageHeight(0), 101U);
+  EXPECT_EQ(strip->meanTerrainHeight(), 20.0);
+  EXPECT_EQ(strip->meanFlyingHeight(), 1000.0);
+  EXPECT_EQ(strip->absTime().value(), 77U);
+  EXPECT_EQ(strip->integrationTime(0, 3.0F).value(), static_cast<double>(0.002F));
+  EXPECT_EQ(strip->tdi(0, 3.0F), 1.0F);
+  EXPECT_EQ(strip->tdiData(0), strip->img(0)->tdiData());
+  EXPECT_EQ(strip->gpsTime({77.0, 1.5}, 0).value(), strip->gpsTime({-5.0, 1.5}, 0).value());
+  EXPECT_NEAR(strip->gpsTime({0.0, 1.5}, 0).value(), 100.015, 1e-12);
+  ASSERT_NE(strip->calibrationRadiometry(0), nullptr);
+  EXPECT_EQ(strip->calibrationRadiometry(0)->bandId(), "PANN00A");
+  EXPECT_TRUE(strip->isEpipolarCurved());
+  EXPECT_TRUE(strip->isUseOriginalEOP());
+  EXPECT_FALSE(strip->isUseAdjustedEOP());
+}
+
+TEST_F(StripModel, IlluminatedWidthLoadsTheStrip) {
+  auto const strip = model(false);
+  EXPECT_EQ(strip->imageIlluminatedWidth(0), 101U);
+  EXPECT_TRUE(strip->isDataLoaded());
+}
+
+TEST_F(StripModel, TerrainHeightChangesSamplingDistanceAndNotScale) {
+  auto const strip = model();
+  float const scale = strip->scale(0);
+  strip->setMeanTerrainHeight(500.0F);
+  EXPECT_NEAR(strip->gsd(0), 1.0F, 1e-6F);
+  EXPECT_EQ(strip->scale(0), scale);
+  EXPECT_EQ(strip->meanTerrainHeight(), 500.0);
+}
+
+TEST_F(StripModel, StereoIsWithinOneModelAlone) {
+  mStrip.bands = {{"PANF27A", 25.0}, {"PANB14A", -12.5}};
+  auto const strip = model();
+  KESStripModel const other(mFolder / "strip.stp", true, false, false);
+  std::string const message = "KES stereo between different strips is not supported.";
+  EXPECT_EQ(strip->stereoAzimuth(*strip), strip->flightAzimuth());
+  EXPECT_MESSAGE(strip->stereoAzimuth(other), message);
+  EXPECT_MESSAGE(strip->baseHeightRatio(other, 0, 1), message);
+  EXPECT_MESSAGE(strip->baseHeightRatio(other, 0, 1, 5.0F), message);
+  EXPECT_NEAR(strip->baseHeightRatio(*strip, 0, 1), 0.5 + 0.25, 1e-6);
+  EXPECT_EQ(strip->baseHeightRatio(*strip, 0, 1), strip->baseHeightRatio(*strip, 1, 0));
+  EXPECT_EQ(strip->baseHeightRatio(*strip, 0, 1), strip->baseHeightRatio(*strip, 0, 1, 9.0F));
+  EXPECT_EQ(strip->baseHeightRatio(*strip, 1, 1), 0.0);
+}
+
+TEST_F(StripModel, VectorOperationsNeedLevelFourPointOne) {
+  EXPECT_TRUE(KESStripModel::vectorOpEnabled(4.1F));
+  EXPECT_TRUE(KESStripModel::vectorOpEnabled(5.2F));
+  EXPECT_FALSE(KESStripModel::vectorOpEnabled(4.0F));
+  EXPECT_FALSE(KESStripModel::vectorOpEnabled(0.0F));
+}
+
+TEST_F(StripModel, ProjectionsAnswerThroughTheBase) {
+  auto const strip = model();
+  sensor::SensorModelBase const& base = *strip;
+  geo::XYZPoint point;
+  base.imageToLsr({60.0, 50.0}, 0.0F, 0, point);
+  geo::XYPoint image;
+  base.lsrToImage(point, 0, image);
+  EXPECT_NEAR(image.x, 60.0, 0.05);
+  EXPECT_EQ(base.bandIndex("PANN00A"), 0);
+}
+
+TEST_F(StripModel, AdjustmentIsCompletedThroughTheModel) {
+  auto const strip = model();
+  strip->completeEOPAdjustment();
+  EXPECT_TRUE(strip->isAdjustedEOPFile());
+  EXPECT_TRUE(strip->isUseAdjustedEOP());
+  EXPECT_EQ(strip->eopFileName(), mFolder / "flight.eop.adj");
+}
+
+TEST_F(StripModel, CopySharesWhatItsSourceHas) {
+  auto const strip = model();
+  // Never destroyed: it shares the data of its source.
+  static KESStripModel const* copy = nullptr;
+  copy = new KESStripModel(*strip);
+  EXPECT_EQ(copy->modelData(), strip->modelData());
+  EXPECT_EQ(copy->lsrSystem(), strip->lsrSystem());
+  EXPECT_EQ(copy->sseEnabled(), strip->sseEnabled());
+}
+
+TEST_F(StripModel, PositionsThatAreNoneGiveNone) {
+  auto const strip = model();
+  float const nanF = std::numeric_limits<float>::quiet_NaN();
+  double const nan = std::numeric_limits<double>::quiet_NaN();
+  double const infinity = std::numeric_limits<double>::infinity();
+  EXPECT_TRUE(std::isnan(ground(*strip, nan, 5.0, 0.0F).x));
+  EXPECT_TRUE(std::isnan(ground(*strip, 5.0, nan, 0.0F).x));
+  EXPECT_TRUE(std::isnan(ground(*strip, 5.0, 5.0, nanF).x));
+  for (double const value : {nan, infinity, -infinity, 1e300}) {
+    ground(*strip, value, 5.0, 0.0F);
+    ground(*strip, 5.0, value, 0.0F);
+    geo::XYPoint image;
+    EXPECT_LE(strip->solveImage({value, 0.0, 0.0}, 0, image), 250);
+    EXPECT_LE(strip->solveImage({0.0, value, 0.0}, 0, image), 250);
+    EXPECT_LE(strip->solveImage({0.0, 0.0, value}, 0, image), 250);
+    std::vector<geo::XYPoint> run(3);
+    strip->lsrToImage({{value, 0.0, 0.0}, {0.0, value, 0.0}, {0.0, 0.0, value}}, 0, run);
+  }
+}
+
+}  // namespace
