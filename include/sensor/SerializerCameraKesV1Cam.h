@@ -50,7 +50,8 @@ public:
   /// - "Parse error in file " + name, for a coordinate that is missing or no number.
   void readCam(std::string const& fileName, CalibrationGeometryKes* geometry,
                CalibrationRadiometryKesV1* radiometry) const;
-  /// Writes one CAM file. `mntOffset` is in metres. Throws std::runtime_error
+  /// Writes one CAM file, without the line of the date when there is none. `mntOffset` is in metres. Throws
+  /// std::runtime_error
   /// "Error while accessing calibration data for " + band id (an object is missing),
   /// "Mismatch between geometric and radiometric calibration info.",
   /// "Failed to write calibration file: " + name; the old file then stays.

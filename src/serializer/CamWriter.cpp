@@ -26,12 +26,13 @@ std::string number(float value) {
   return number(static_cast<double>(value));
 }
 
-std::string quoted(std::string const& text) {
-  return '"' + text + '"';
+// Metres as millimetres, which are taken in single precision.
+double millimetres(float metres) {
+  return static_cast<double>(metres * 1000.0F);
 }
 
-std::string millimetres(float metres) {
-  return number(metres * 1000.0F);
+std::string quoted(std::string const& text) {
+  return '"' + text + '"';
 }
 
 void addLine(std::string& text, std::string const& keyword, std::string const& value) {
@@ -42,8 +43,10 @@ void addCoordinates(std::string& text, CalibrationGeometryKes const& geometry) {
   text += "START_XY\n";
   for (unsigned int i = 0; i < geometry.numSamples(); ++i) {
     auto const sample = static_cast<float>(i);
-    text += millimetres(geometry.x(sample, 0.0F, 0.0F, 0.0F)) + ' ' +
-            millimetres(geometry.y(sample, 0.0F, 0.0F, 0.0F)) + '\n';
+    appendFixed(text, millimetres(geometry.x(sample, 0.0F, 0.0F, 0.0F)), decimals);
+    text += ' ';
+    appendFixed(text, millimetres(geometry.y(sample, 0.0F, 0.0F, 0.0F)), decimals);
+    text += '\n';
   }
   text += "END_XY\n";
 }
@@ -71,10 +74,13 @@ void SerializerCameraKesV1Cam::writeCam(std::string const& fileName, Calibration
   addLine(text, "CALIBRATION_SOURCE", quoted(geometry->calibSource()));
   addLine(text, "CAMERA_NAME", quoted(geometry->sensorId()));
   addLine(text, "SENSOR_LINE", quoted(geometry->bandId()));
-  addLine(text, "CALIBRATION_DATE", quoted(dateTimeToString(geometry->calibDateTime())));
-  addLine(text, "FOCAL_LENGTH_MM", millimetres(geometry->focalLength()));
+  // A reader refuses a line without a date.
+  if (geometry->calibDateTime().isValid()) {
+    addLine(text, "CALIBRATION_DATE", quoted(dateTimeToString(geometry->calibDateTime())));
+  }
+  addLine(text, "FOCAL_LENGTH_MM", number(millimetres(geometry->focalLength())));
   addLine(text, "NUM_PIXELS", std::to_string(geometry->numSamples()));
-  addLine(text, "PIXEL_SIZE", millimetres(geometry->pixelSize()));
+  addLine(text, "PIXEL_SIZE", number(millimetres(geometry->pixelSize())));
   addLine(text, "RADIOMETRIC_GAIN", number(radiometry->radiometricGain()));
   addLine(text, "IRRADIANCE_GAIN", number(gains.irradianceGain()));
   addLine(text, "LEFTSIDE_GAIN", gains.leftSideGain() ? "1" : "0");

@@ -11,8 +11,10 @@
 #include <QDir>
 #include <QDomDocument>
 
+#include <exception>
 #include <iostream>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace sensor {
@@ -41,6 +43,18 @@ void completeSpectralValues(CalibrationRadiometryKesV1& radiometry, ValuesByBand
   auto const width = widths.find(radiometry.bandId());
   if (!(radiometry.bandWidth() > 0.0F) && width != widths.end()) {
     radiometry.setBandWidth(width->second);
+  }
+}
+
+// Enters a band into the camera. When there is no memory for it the camera hasn't the band: nothing may be thrown out of a
+// critical section.
+void enterBand(CameraKes& camera, std::unique_ptr<CalibrationGeometryKes> geometry,
+               std::unique_ptr<CalibrationRadiometryKesV1> radiometry) {
+  try {
+    camera.addCalibrationGeometry(geometry.release());
+    camera.addCalibrationRadiometry(radiometry.release());
+  } catch (std::exception const&) {
+    return;
   }
 }
 
@@ -103,10 +117,7 @@ void SerializerCameraKesV1Cam::addCalibrations(CameraKes* camera) const {
       readCam(paths[static_cast<std::size_t>(i)], geometry.get(), radiometry.get());
       completeSpectralValues(*radiometry, centers, widths);
 #pragma omp critical(kessensorCameraBand)
-      {
-        camera->addCalibrationGeometry(geometry.release());
-        camera->addCalibrationRadiometry(radiometry.release());
-      }
+      enterBand(*camera, std::move(geometry), std::move(radiometry));
     } catch (std::exception const&) {
       // The camera has no such band then.
       continue;

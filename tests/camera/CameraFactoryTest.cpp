@@ -4,7 +4,7 @@
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CameraFactory.h>
 #include <sensor/CameraKes.h>
-#include <sensor/Misalignment.h>
+#include <sensor/SerializerCameraKesV1Cam.h>
 #include <util/SkerryIni.h>
 
 #include <QSettings>
@@ -102,15 +102,33 @@ TEST_F(CameraFactoryOf, TypeOfXmlCalibrationsIsNotReadAsCamFiles) {
   EXPECT_TRUE(factory().validateCamera(id(), "HDB00", 1U));
 }
 
+TEST_F(CameraFactoryOf, OtherTypesAreReadAsCamFiles) {
+  test::writeCamera(mFolder, "one", "hdb00_" + id(), "v001");
+  test::writeCamera(mFolder, "one", "HDB001_" + id(), "v002");
+  factory().addSearchPath(mFolder / "one");
+  EXPECT_NE(camera(1, "hdb00"), nullptr);
+  EXPECT_NE(camera(2, "HDB001"), nullptr);
+}
+
+TEST_F(CameraFactoryOf, CalibrationsAreReadBehindSlashesButTheMisalignmentIsNot) {
+  write("up/one", "v001");
+  std::string const version = "/KESA0_" + id() + "/v001";
+  factory().addSearchPath(mFolder / "up\\one");
+  EXPECT_EQ(camera(1), nullptr);
+  mFolder.file("up\\one" + version + "/misalignment.dat", test::misalignmentText);
+  ASSERT_NE(camera(1), nullptr);
+  EXPECT_EQ(camera(1)->calibrationFolder(), mFolder / ("up/one" + version));
+}
+
 TEST_F(CameraFactoryOf, VersionMayBeAText) {
   write("one", "v003");
   factory().addSearchPath(mFolder / "one");
   Camera const* third = camera(3);
-  for (char const* text : {"v003", "3", "v3", "version v3", "3rd"}) {
-    bool const afterV = std::string(text).find('v') == std::string::npos || std::string(text) != "version v3";
-    EXPECT_EQ(factory().camera(id(), "KESA0", std::string(text)), afterV ? third : nullptr) << text;
+  for (char const* text : {"v003", "3", "v3", "3rd", "camera v3", "v 3"}) {
+    EXPECT_EQ(factory().camera(id(), "KESA0", std::string(text)), third) << text;
   }
-  for (char const* text : {"x", "", "v", "-3", "v-3", "v99999999999"}) {
+  // The number of the last one should stand behind its first "v".
+  for (char const* text : {"x", "", "v", "-3", "v-3", "v99999999999", "version v3"}) {
     EXPECT_EQ(factory().camera(id(), "KESA0", std::string(text)), nullptr) << text;
     EXPECT_FALSE(factory().validateCamera(id(), "KESA0", std::string(text))) << text;
   }
@@ -140,6 +158,22 @@ TEST_F(CameraFactoryOf, VersionsOfALaterFolderAreHidden) {
   std::vector<int> numbers = factory().calibrationVersions(id(), "KESA0");
   std::sort(numbers.begin(), numbers.end());
   EXPECT_EQ(numbers, (std::vector<int>{2, 12}));
+}
+
+TEST_F(CameraFactoryOf, NamesOfVersionsAreAddedToThoseOfTheFirstFolder) {
+  mFolder.folder("one/KESA0_" + id() + "/v001");
+  mFolder.folder("two/OTHER");
+  factory().addSearchPath(mFolder / "one");
+  factory().addSearchPath(mFolder / "two");
+  std::vector<std::string> names;
+  factory().calibrationVersions(id(), "KESA0", names);
+  EXPECT_EQ(names, (std::vector<std::string>{"v001"}));
+  // With a name in the list, the search ends at its first folder, which has none.
+  factory().calibrationVersions(id(), "KESA0", names);
+  EXPECT_EQ(names, (std::vector<std::string>{"v001"}));
+  factory().addSearchPath(mFolder / "one");
+  factory().calibrationVersions(id(), "KESA0", names);
+  EXPECT_EQ(names, (std::vector<std::string>{"v001", "v001"}));
 }
 
 TEST_F(CameraFactoryOf, NoteOfAVersionThatIsntBuiltIsReadFromItsFolder) {
@@ -180,6 +214,28 @@ TEST_F(Adjustment, AdjustedCameraIsWrittenAndTheOriginalComesBack) {
   auto const* fresh = dynamic_cast<sensor::CalibrationGeometryKes*>(camera(1)->calibrationGeometry("PANN00A"));
   ASSERT_NE(fresh, nullptr);
   EXPECT_FLOAT_EQ(fresh->coordX(0), 0.001F);
+}
+
+TEST_F(Adjustment, CameraThatIsntInTheFactoryIsWrittenAndNothingReloaded) {
+  sensor::SerializerCameraKesV1Cam const serializer(test::writeCamera(mFolder, "one", "KESA0_" + id(), "v001"));
+  sensor::CameraKes const own("KESA0", id(), 1, serializer);
+  setOutput(mFolder / "out");
+  factory().addSearchPath(mFolder / "one");
+  factory().writeAdjustedCamera(&own);
+  EXPECT_TRUE(test::exists(mFolder / ("out/" + id() + "/PANN00A.cam")));
+  std::filesystem::remove_all(mFolder / "one");
+  EXPECT_EQ(camera(1), nullptr);
+}
+
+TEST_F(Adjustment, OriginalThatIsGoneIsNotKept) {
+  write("one", "v001");
+  factory().addSearchPath(mFolder / "one");
+  setOutput(mFolder / "out");
+  Camera const* adjusted = camera(1);
+  std::filesystem::remove_all(mFolder / "one");
+  factory().writeAdjustedCamera(adjusted);
+  EXPECT_TRUE(test::exists(mFolder / ("out/" + id() + "/PANN00A.cam")));
+  EXPECT_EQ(camera(1), nullptr);
 }
 
 TEST_F(Adjustment, FailedWriteReloadsBeforeItIsReported) {

@@ -6,9 +6,8 @@
 #include <sensor/SerializerCameraKesV1Cam.h>
 
 #include <QDateTime>
-#include <QTextStream>
 
-#include <cmath>
+#include <ctime>
 #include <sys/stat.h>
 
 namespace {
@@ -104,6 +103,14 @@ TEST_F(CamReader, CountsThatTheFileCantHoldFailLikeMissingCoordinates) {
   }
 }
 
+TEST_F(CamReader, LastPairNeedsNoLineEnd) {
+  std::string const header = "KES_CALIBRATION_FILE\nNUM_PIXELS 2\nSTART_XY\n";
+  read(header + "1 2\n3 4");
+  EXPECT_THAT(mGeometry.coordY(1), SameBits(4.0F * 0.001F));
+  EXPECT_MESSAGE(read(header + "1 2\n3"), "Parse error in file " + name());
+  EXPECT_MESSAGE(read(header + "1 2\n3 "), "Parse error in file " + name());
+}
+
 TEST_F(CamReader, WithoutAStartThereAreNoCoordinates) {
   EXPECT_MESSAGE(read(with("START_XY", "STOP_XY")), "Parse error in file " + name());
 }
@@ -117,6 +124,27 @@ TEST_F(CamReader, NumbersOnKeywordLinesAreQuotedWhenTheyAreNone) {
   EXPECT_MESSAGE(read(with("FOCAL_LENGTH_MM\t62.50000", "FOCAL_LENGTH_MM")), parseError("FOCAL_LENGTH_MM"));
   EXPECT_MESSAGE(read(with("NUM_PIXELS\t3", "NUM_PIXELS\t3.0")), parseError("NUM_PIXELS\t3.0"));
   EXPECT_MESSAGE(read(with("PIXEL_SIZE\t0.00650", "PIXEL_SIZE\t0,0065")), parseError("PIXEL_SIZE\t0,0065"));
+}
+
+TEST_F(CamReader, NumberOnEveryKeywordLineIsChecked) {
+  for (std::string const keyword : {"FOCAL_LENGTH_MM", "NUM_PIXELS", "PIXEL_SIZE", "RADIOMETRIC_GAIN",
+                                    "IRRADIANCE_GAIN", "LEFTSIDE_GAIN", "CENTER_WAVELENGTH_NM", "SPECTRAL_WIDTH_NM"}) {
+    EXPECT_MESSAGE(read(camText("PANN00A", keyword + "\tx 1\n")), parseError(keyword + "\tx 1"));
+  }
+}
+
+TEST_F(CamReader, LeftSideGainIsAnIntegerThatIsNotZero) {
+  read(camText("PANN00A", "LEFTSIDE_GAIN\t0\n"));
+  EXPECT_FALSE(mRadiometry.leftSideGain());
+  read(camText("PANN00A", "LEFTSIDE_GAIN\t-2\n"));
+  EXPECT_TRUE(mRadiometry.leftSideGain());
+  EXPECT_MESSAGE(read(camText("PANN00A", "LEFTSIDE_GAIN\ttrue\n")), parseError("LEFTSIDE_GAIN\ttrue"));
+}
+
+TEST_F(CamReader, FileNameIsSetBeforeTheTextIsLookedAt) {
+  EXPECT_ANY_THROW(read("nonsense"));
+  EXPECT_EQ(mGeometry.fileName(), name());
+  EXPECT_EQ(mRadiometry.fileName(), name());
 }
 
 TEST_F(CamReader, FieldsAreSeparatedByAnyWhiteSpace) {
@@ -167,6 +195,17 @@ TEST_F(CamReader, DatesHaveOneOrTwoDigitsForTheDay) {
   EXPECT_EQ(mGeometry.calibDateTime(), QDateTime(QDate(2010, 3, 12), QTime(14, 15, 31), Qt::UTC));
   read(with("Mar 12 14:15:30 2010", "Mon Jan 5 10:20:30 2004"));
   EXPECT_EQ(mGeometry.calibDateTime(), QDateTime(QDate(2004, 1, 5), QTime(10, 20, 30), Qt::UTC));
+}
+
+TEST_F(CamReader, HourThatTheHostsSummerTimeLeavesOutIsATime) {
+  std::string const before = qgetenv("TZ").toStdString();
+  bool const wasSet = qEnvironmentVariableIsSet("TZ");
+  qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
+  tzset();
+  read(with("Mar 12 14:15:30 2010", "Mar 28 02:30:00 2010"));
+  wasSet ? qputenv("TZ", before.c_str()) : qunsetenv("TZ");
+  tzset();
+  EXPECT_EQ(mGeometry.calibDateTime(), QDateTime(QDate(2010, 3, 28), QTime(2, 30), Qt::UTC));
 }
 
 TEST_F(CamReader, DatesThatAreNoneAreQuoted) {

@@ -69,6 +69,26 @@ TEST_F(CamWriter, FileHasItsLinesInOrder) {
   EXPECT_EQ(test::contents(name()), expectedText);
 }
 
+TEST_F(CamWriter, NumbersAreRoundedAsTheCLocaleDoes) {
+  // Times 1000 the float below is 239796.515625 mm, a tie that goes to the even digit.
+  float const tie = 239.796515625F;
+  ASSERT_EQ(tie * 1000.0F, 239796.515625F);
+  mGeometry.setPixelData(0.25F, 2, 2, std::vector<float>{-1e-9F, tie}, std::vector<float>{1, 2});
+  write(&mRadiometry);
+  EXPECT_THAT(test::contents(name()), testing::HasSubstr("START_XY\n-0.00000 1000.00000\n239796.51562 2000.00000\n"));
+}
+
+TEST_F(CamWriter, WithoutADateItsLineIsLeftOut) {
+  mGeometry.setCalibDateTime(QDateTime());
+  write(&mRadiometry);
+  EXPECT_THAT(test::contents(name()), testing::HasSubstr("SENSOR_LINE\t\"PANN00A\"\nFOCAL_LENGTH_MM\t62.50000\n"));
+  CalibrationGeometryKes geometry;
+  CalibrationRadiometryKesV1 radiometry;
+  SerializerCameraKesV1Cam(mFolder.path()).readCam(name(), &geometry, &radiometry);
+  EXPECT_TRUE(geometry.calibDateTime().isNull());
+  EXPECT_EQ(geometry.numSamples(), 3U);
+}
+
 TEST_F(CamWriter, LocaleOfTheHostDoesntMatter) {
   struct GermanNumbers : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }

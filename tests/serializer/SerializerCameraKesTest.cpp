@@ -1,8 +1,10 @@
 #include "support/TempFolder.h"
 
-#include <sensor/SerializerCameraKes.h>
+#include <sensor/SerializerCameraKesV1Cam.h>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -24,10 +26,41 @@ TEST(SerializerCameraKes, NoteIsTheWholeTextOfItsFile) {
   EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "two\nlines, m\xC3\xA4\xC3\x9Fig\n");
 }
 
-TEST(SerializerCameraKes, NoteThatIsAFolderIsNone) {
+TEST(SerializerCameraKes, NoteThatIsNoFileIsNone) {
   test::TempFolder const folder;
-  folder.folder("readme.txt");
+  folder.folder("a/readme.txt");
+  EXPECT_EQ(SerializerCameraKes::versionInfo(folder / "a"), "No calibration info found.");
+  ASSERT_EQ(mkfifo((folder / "readme.txt").c_str(), 0600), 0);
   EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "No calibration info found.");
+}
+
+TEST(SerializerCameraKes, BytesOfANoteThatAreNoTextAreReplaced) {
+  test::TempFolder const folder;
+  folder.file("readme.txt", "a\xFF"
+                            "b");
+  EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "a\xEF\xBF\xBD"
+                                                             "b");
+}
+
+// A serializer whose folder can be seen.
+class Place : public sensor::SerializerCameraKesV1Cam {
+public:
+  using SerializerCameraKesV1Cam::folder;
+  using SerializerCameraKesV1Cam::SerializerCameraKesV1Cam;
+};
+
+TEST(SerializerCameraKes, BackslashesOfTheFolderBecomeSlashes) {
+  EXPECT_EQ(Place("C:\\a\\b").folder(), "C:/a/b");
+  EXPECT_EQ(Place("a/../b").folder(), "a/../b");
+  EXPECT_EQ(Place("").folder(), "");
+}
+
+TEST(SerializerCameraKes, CopiesHaveTheFolder) {
+  Place const place("a\\b");
+  Place copy = place;
+  EXPECT_EQ(copy.folder(), "a/b");
+  copy = Place("c");
+  EXPECT_EQ(copy.folder(), "c");
 }
 
 std::vector<unsigned> versionsOf(std::vector<std::string> const& names) {

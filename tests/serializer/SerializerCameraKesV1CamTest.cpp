@@ -104,6 +104,25 @@ TEST_F(CamFolder, SpectralTableCompletesTheFiles) {
   EXPECT_EQ(camera->calibrationRadiometry("THREE")->centerWavelength(), 0.0F);
 }
 
+TEST_F(CamFolder, SpectralValueOfAFileThatIsNotAboveZeroIsCompleted) {
+  mFolder.file("a.cam", camText("ONE", "CENTER_WAVELENGTH_NM\t-1\nSPECTRAL_WIDTH_NM\tnan\n"));
+  mFolder.file("radiocal.xml", "<radiometric_calibration version=\"1.0\">"
+                               "<band name=\"ONE\" center_wavelength=\"500\" width=\"50\"/>"
+                               "</radiometric_calibration>");
+  auto const camera = read();
+  EXPECT_THAT(camera->calibrationRadiometry("ONE")->centerWavelength(), SameBits(500.0F * 1e-9F));
+  EXPECT_THAT(camera->calibrationRadiometry("ONE")->bandWidth(), SameBits(50.0F * 1e-9F));
+}
+
+TEST_F(CamFolder, SpectralTableThatIsNoFileIsNoneAndLeavesNoNote) {
+  mFolder.file("a.cam", camText("ONE"));
+  ASSERT_EQ(mkfifo((mFolder / "radiocal.xml").c_str(), 0600), 0);
+  testing::internal::CaptureStderr();
+  auto const camera = read();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(camera->calibrationRadiometry("ONE")->centerWavelength(), 0.0F);
+}
+
 TEST_F(CamFolder, SpectralTablesThatCantBeUsedLeaveANote) {
   std::string const name = mFolder / "radiocal.xml";
   EXPECT_EQ(radiocalNotes("<wrong/>"), "Wrong file format: expected \"radiometric_calibration\" but saw \"wrong\"");
@@ -131,6 +150,24 @@ TEST_F(CamFolder, WrittenCameraReadsBack) {
   EXPECT_EQ(ids, (std::vector<std::string>{"ONE", "TWO"}));
   EXPECT_TRUE(*back.misalignment() == *camera->misalignment());
   EXPECT_THAT(back.calibrationGeometry("TWO")->coordX(2), SameBits(camera->calibrationGeometry("TWO")->coordX(2)));
+}
+
+TEST_F(CamFolder, OlderFileIsWrittenAsANewerOne) {
+  std::string text = camText("ONE");
+  mFolder.file("a.cam", text.replace(0, 20, "KEC_CALIBRATION_FILE"));
+  test::TempFolder const out;
+  SerializerCameraKesV1Cam(out.path()).write(read().get());
+  EXPECT_THAT(test::contents(out / "ONE.cam"), testing::StartsWith("KES_CALIBRATION_FILE\t1\n"));
+}
+
+TEST_F(CamFolder, MisalignmentIsReadFromTheFolderAsItWasGiven) {
+  // One folder whose name has a backslash, and the one that the slash in its place leads to.
+  mFolder.file("a\\b/misalignment.dat", test::misalignmentText);
+  mFolder.file("a/b/c.cam", camText("ONE"));
+  CameraKes const camera("KESA0", "007", 1, SerializerCameraKesV1Cam(mFolder / "a\\b"));
+  EXPECT_EQ(camera.misalignment()->phi(), 0.2);
+  EXPECT_EQ(camera.calibrationFolder(), mFolder / "a/b");
+  EXPECT_NE(camera.calibrationGeometry("ONE"), nullptr);
 }
 
 TEST_F(CamFolder, FailedWriteKeepsTheBandsBefore) {
