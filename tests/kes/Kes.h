@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace test {
+
+/// What a run of the tool printed and gave.
+struct KesRun {
+  int code = -1;
+  std::string out;
+  std::string err;
+};
+
+/// Runs the tool with arguments, which the shell doesn't see, and a standard input.
+KesRun kes(std::vector<std::string> const& arguments, std::string const& input = "");
+
+/// The strip of the independent flight, with its calibrations.
+std::vector<std::string> onStripA(std::vector<std::string> const& before, std::vector<std::string> const& after = {});
+
+}  // namespace test
