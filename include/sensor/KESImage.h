@@ -18,6 +18,7 @@ using LayerType = unsigned char;
 namespace sensor {
 
 class CalibrationGeometry;
+class CalibrationGeometryKes;
 class CameraTime;
 class IntegrationTime;
 class KESStripModelData;
@@ -28,19 +29,23 @@ class TdiStage;
 /// The band id has seven characters, such as "PANF02A": the spectral kind, the direction of view (B, F, or N), the angle,
 /// and the line of a staggered pair (A or B).
 ///
-/// A copy is shallow: it shares the line timing and the strip with its source, which both believe they own the timing; so
-/// only one of an image and its copies may be destroyed.
+/// It owns its line timing by plain pointers, since a copy is shallow: image and copy share timing and strip, and each
+/// believes the timing its own, so only one of an image and its copies may be destroyed.
+///
+/// Reading operations may run in any number of threads, but for `gsd` and `numImagingSamples`, which may load the strip;
+/// they and all others need image and strip to themselves.
 class KESSENSOR_EXPORT KESImage {
 public:
   /// The image of an element `Image` of a strip file. Relative files are taken from `stripFolder`, the image itself from the
   /// strip's folder of images at the time of use. The strip stays its caller's and may be null. With `loadData` the
-  /// line times are read. Throws what `ScanlineData` and `CameraTime` throw on a file that can't be read.
+  /// line times are read. An element of another name, in any case of letters, leaves the image empty, without integration
+  /// time and TDI stages. Throws what `ScanlineData` and `CameraTime` throw on a file that can't be read.
   KESImage(QDomElement const& element, std::string const& stripFolder, KESStripModelData* parent, bool loadData);
   KESImage(KESImage const&) = default;
   KESImage& operator=(KESImage const&) = default;
   ~KESImage();
 
-  /// Reads the line times unless they are loaded.
+  /// Reads the line times unless they are loaded; throws what `CameraTime::loadData` throws.
   void loadData();
   /// Marks the line times as not loaded, so that the next `loadData` reads them again; until then they stay.
   void unloadData() { mDataLoaded = false; }
@@ -50,10 +55,11 @@ public:
   std::int32_t numScanlines() const;
   /// Samples of the image.
   std::int32_t numSamples() const { return mNumSamples; }
-  /// Samples of the camera's line that collect light; loads the strip for it. Without a strip, `numSamples`.
+  /// Samples of the camera's line that collect light; loads the strip for it. Without a strip, `numSamples`. Throws what
+  /// the strip's `loadData` throws.
   std::int32_t numImagingSamples();
-  /// Ground sampling distance at the mean terrain height, metres. Loads the strip when it isn't known yet; an image
-  /// without a strip must not be asked then.
+  /// Ground sampling distance at the mean terrain height, metres. Loads the strip when it isn't known yet, and throws what
+  /// the strip's `loadData` throws; an image without a strip must not be asked then.
   float gsd();
   /// Sets the ground sampling distance from heights in metres: pixel size times flying height above ground by focal length.
   void computeGSD(float terrainHeight, float flyingHeight, CalibrationGeometry const* calibration);
@@ -68,13 +74,15 @@ public:
   float integrationTime(float line) const;
   float tdi(float line) const;
 
-  /// The line timing; it belongs to the image.
+  /// The line timing; it belongs to the image. The line times are there always.
   IntegrationTime* integrationTime() const { return mIntegrationTime; }
   TdiStage* tdiData() const { return mTdiData; }
   CameraTime* cameraTime() const { return mCameraTime; }
 
+  /// The strip that owns the image, or null.
   KESStripModelData* parentStrip() const { return mParentStrip; }
   void setParentStrip(KESStripModelData* strip) { mParentStrip = strip; }
+  /// Texts of the strip file: the band id, the image file as it stands there, and the resolved footprint file.
   std::string const& bandID() const { return mBandID; }
   void setBandID(std::string const& bandID) { mBandID = bandID; }
   std::string const& imageFileName() const { return mImageFileName; }
@@ -87,14 +95,17 @@ public:
   /// Ground size of a pixel across the flight by that of a line along it.
   float scale() const { return mScale; }
   void setScale(float scale) { mScale = scale; }
+  /// The file of the line times, resolved.
   std::string const& ctgFileName() const;
   /// Sample of the calibration at which the image's sample 0 lies; as a point, in x.
   std::int32_t sampleOffsetFromCalib() const { return mSampleOffsetFromCalib; }
   geo::XYPoint offsetFromCalib() const { return {static_cast<double>(mSampleOffsetFromCalib), 0.0}; }
 
-  /// Writes the element `Image`; files below `stripFolder` become relative to it. A null writer is ignored.
+  /// Writes the element `Image`; files below `stripFolder` become relative to it when it exists, that of the TDI stages
+  /// also when it doesn't. An integration time that isn't above 0 is left out. A null writer is ignored.
   void write(XmlWriter* writer, std::string const& stripFolder) const;
-  /// The statistics beside the image; the caller owns them.
+  /// The statistics of all bands beside the image, in the ".stat" file of its name; the caller owns them. Without such a
+  /// file they are empty. Needs a strip, as the next does.
   raster::Statistics* createStatistics() const;
   /// Whether there are statistics of a band of the image, or of any for 255.
   bool checkForStatistics(raster::LayerType layer) const;
@@ -102,6 +113,7 @@ public:
 private:
   void readAttributes(QDomElement const& element, std::string const& stripFolder);
   void findPointList(std::string const& stripFolder);
+  CalibrationGeometryKes const& calibration();
   std::string statsFilename() const;
 
   std::string mImageFileName;

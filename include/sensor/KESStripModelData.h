@@ -22,9 +22,9 @@ class KESStripModel;
 /// The strip file is XML with the root `Strip`. Nothing here makes one; of an existing one, the name of the adjusted
 /// orientation is all that is ever changed. Relative paths in it are taken from its folder.
 ///
-/// It owns its images and its orientation. A copy is shallow and shares both, as well as the camera, which belongs to the
-/// factory, and the owner; so only one of an object and its copies may be destroyed. Reading operations may run in any
-/// number of threads; all others need the object to themselves.
+/// It owns its images and its orientation, by plain pointers, since a copy is shallow: it shares both, as well as the
+/// camera, which belongs to the factory, and the owner; so only one of an object and its copies may be destroyed. Reading
+/// operations may run in any number of threads; all others need the object to themselves.
 class KESSENSOR_EXPORT KESStripModelData {
 public:
   /// Reads a strip file and, with `loadData`, all data as `loadData` does. The owner stays its caller's and may be null.
@@ -54,8 +54,9 @@ public:
   /// Whether all that the strip names is there: folders, camera, orientation and, with `checkImages`, the files of each
   /// image. The first thing that isn't is appended to `message`.
   bool isDataValid(std::string& message, bool checkImages) const;
-  /// Enters the file name of the adjusted orientation in a strip file, which becomes this strip's file. The file is replaced
-  /// as a whole. Throws "Unable to open Stp file", "Unable to update Stp file".
+  /// Enters the file name of the adjusted orientation, without its folder, in a strip file, which becomes this strip's file.
+  /// The file is replaced as a whole, in UTF-8, with its attributes in no particular order; one that no longer parses becomes
+  /// an empty document. Throws "Unable to open Stp file", "Unable to update Stp file", and then leaves it as it was.
   void write(std::string const& fileName);
   /// Writes the orientation in memory as the strip's adjusted one, which is in use from then on. An adjusted file that was
   /// there becomes ".bak", unless there is one; without one the new name, the original's with ".adj", is entered in
@@ -84,7 +85,10 @@ public:
   CalibrationRadiometry* calibrationRadiometry(std::string const& bandId) const;
   /// The camera; a strip that was unloaded has none.
   Camera const& camera() const { return *mCamera; }
+  /// The orientation in use; it belongs to the strip, and `loadData` may replace it.
   EOPData* eop() const { return mEop; }
+  /// What the strip file tells: its own path as it was given, the strip's name, which camera it uses, and the resolved folders
+  /// of raw data and images.
   std::string const& fileName() const { return mFileName; }
   std::string const& name() const { return mName; }
   void setName(std::string const& name) { mName = name; }
@@ -93,18 +97,23 @@ public:
   std::string const& sensorId() const { return mSensorId; }
   std::string const& rawDataLocation() const { return mRawDataLocation; }
   std::string const& imageDataLocation() const { return mImageDataLocation; }
+  /// The model that owns the strip; null without one, and after a loaded strip was unloaded.
   KESStripModel* owner() const { return mOwner; }
+  /// Metres; the flying height is 0 until the data are loaded, then the middle between the lowest and the highest record.
   float meanTerrainHeight() const { return mMeanTerrainHeight; }
   float meanFlyingHeight() const { return mMeanFlyingHeight; }
-  /// Stores the height and computes the ground sampling distances anew; throws as `loadData` on a missing calibration.
+  /// Stores the height and computes the ground sampling distances anew; throws as `loadData` on a missing calibration, and so
+  /// on a strip that was unloaded.
   void setMeanTerrainHeight(float height);
   /// Mean over all calibrated images of the terrain height at which they have a ground sampling distance; 0 without one.
   float computeNominalHeight(float gsd) const;
 
+  /// The resolved files of the original and the adjusted orientation; the latter empty without one.
   std::string const& originalEOPFileName() const { return mOriginalEOPFileName; }
   void setOriginalEOPFileName(std::string const& fileName) { mOriginalEOPFileName = fileName; }
   std::string const& adjustedEOPFileName() const { return mAdjustedEOPFileName; }
   void setAdjustedEOPFileName(std::string const& fileName) { mAdjustedEOPFileName = fileName; }
+  /// Which of the two is in use.
   bool isUseOriginalEOP() const { return mUseOriginalEOP; }
   bool isUseAdjustedEOP() const { return !mUseOriginalEOP; }
   /// Whether the strip has an adjusted orientation, in use or not.

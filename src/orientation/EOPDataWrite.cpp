@@ -1,4 +1,5 @@
 #include "common/FileReplacement.h"
+#include "common/FixedText.h"
 #include "common/QtText.h"
 #include "common/Record.h"
 #include "orientation/Attitude.h"
@@ -33,11 +34,7 @@ Angles anglesOf(EOP const& eop) {
   return angles;
 }
 
-// Numbers in the C locale, whatever the host has set.
-std::string fixedText(double value, int decimals) {
-  return QString::number(value, 'f', decimals).toStdString();
-}
-
+// In the shorter of fixed and exponent notation.
 std::string shortText(float value) {
   return QString::number(static_cast<double>(value), 'g', 6).toStdString();
 }

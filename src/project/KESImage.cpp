@@ -1,3 +1,5 @@
+#include "project/Attribute.h"
+#include "project/BadCalibration.h"
 #include "project/Path.h"
 
 #include <XmlWriter.h>
@@ -23,10 +25,6 @@ constexpr float unknownIntegrationTime = -1.0F;
 constexpr float noTdi = 1.0F;
 constexpr double millisecond = 0.001;
 
-std::string text(QDomElement const& element, char const* attribute) {
-  return element.attribute(QLatin1String(attribute)).toStdString();
-}
-
 // A number is milliseconds, any other text the name of a file.
 std::unique_ptr<IntegrationTime> integrationTimeOf(QDomElement const& element, std::string const& stripFolder) {
   if (!element.hasAttribute(QStringLiteral("it"))) {
@@ -37,14 +35,14 @@ std::unique_ptr<IntegrationTime> integrationTimeOf(QDomElement const& element, s
   if (isNumber) {
     return std::make_unique<IntegrationTime>(static_cast<float>(static_cast<double>(value) * millisecond));
   }
-  return std::make_unique<IntegrationTime>(resolved(text(element, "it"), stripFolder));
+  return std::make_unique<IntegrationTime>(resolved(attributeText(element, "it"), stripFolder));
 }
 
 std::unique_ptr<TdiStage> tdiStageOf(QDomElement const& element, std::string const& stripFolder) {
   if (!element.hasAttribute(QStringLiteral("tdi"))) {
     return std::make_unique<TdiStage>(noTdi);
   }
-  return std::make_unique<TdiStage>(resolved(text(element, "tdi"), stripFolder));
+  return std::make_unique<TdiStage>(resolved(attributeText(element, "tdi"), stripFolder));
 }
 
 // The text without the folder, whose length it is cut by, and the slash behind it.
@@ -68,7 +66,7 @@ KESImage::KESImage(QDomElement const& element, std::string const& stripFolder, K
   std::unique_ptr<TdiStage> tdi;
   if (element.tagName().toLower() == QLatin1String("image")) {
     readAttributes(element, stripFolder);
-    cameraTime->setCtgFileName(resolved(text(element, "timing"), stripFolder));
+    cameraTime->setCtgFileName(resolved(attributeText(element, "timing"), stripFolder));
     integrationTime = integrationTimeOf(element, stripFolder);
     tdi = tdiStageOf(element, stripFolder);
   }
@@ -90,9 +88,9 @@ KESImage::~KESImage() {
 }
 
 void KESImage::readAttributes(QDomElement const& element, std::string const& stripFolder) {
-  mImageFileName = text(element, "filename");
-  mBandID = text(element, "band");
-  mFootprintFileName = resolved(text(element, "footprint"), stripFolder);
+  mImageFileName = attributeText(element, "filename");
+  mBandID = attributeText(element, "band");
+  mFootprintFileName = resolved(attributeText(element, "footprint"), stripFolder);
   mNumSamples = element.attribute(QStringLiteral("swath"), QStringLiteral("12000")).toInt();
   mSampleOffsetFromCalib = element.attribute(QStringLiteral("offset"), QStringLiteral("0")).toInt();
 }
@@ -134,21 +132,27 @@ std::int32_t KESImage::numImagingSamples() {
   if (mParentStrip == nullptr) {
     return mNumSamples;
   }
-  if (!mParentStrip->isDataLoaded()) {
-    mParentStrip->loadData(false, false);
-  }
-  return static_cast<std::int32_t>(mParentStrip->calibrationGeometry(mBandID)->numImagingSamples());
+  return static_cast<std::int32_t>(calibration().numImagingSamples());
 }
 
 float KESImage::gsd() {
   if (mGsd < 0.0F) {
-    if (!mParentStrip->isDataLoaded()) {
-      mParentStrip->loadData(false, false);
-    }
-    computeGSD(mParentStrip->meanTerrainHeight(), mParentStrip->meanFlyingHeight(),
-               mParentStrip->calibrationGeometry(mBandID));
+    CalibrationGeometryKes const& geometry = calibration();
+    computeGSD(mParentStrip->meanTerrainHeight(), mParentStrip->meanFlyingHeight(), &geometry);
   }
   return mGsd;
+}
+
+// Loads the strip unless it is loaded. The band id may have changed since then, to one that the camera doesn't have.
+CalibrationGeometryKes const& KESImage::calibration() {
+  if (!mParentStrip->isDataLoaded()) {
+    mParentStrip->loadData(false, false);
+  }
+  CalibrationGeometryKes const* geometry = mParentStrip->calibrationGeometry(mBandID);
+  if (geometry == nullptr) {
+    throw badCalibration(mBandID);
+  }
+  return *geometry;
 }
 
 void KESImage::computeGSD(float terrainHeight, float flyingHeight, CalibrationGeometry const* calibration) {

@@ -1,3 +1,5 @@
+#include "project/BadCalibration.h"
+
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometry.h>
 #include <sensor/Camera.h>
@@ -92,7 +94,7 @@ void KESStripModelData::computeGSDs() {
   for (KESImage* image : mImages) {
     CalibrationGeometryKes* const calibration = calibrationGeometry(image->bandID());
     if (calibration == nullptr) {
-      throw std::runtime_error("Bad calibration !\nNo calibration found for band Id:\n" + image->bandID());
+      throw badCalibration(image->bandID());
     }
     image->computeGSD(mMeanTerrainHeight, mMeanFlyingHeight, calibration);
     mCalibs.push_back(calibration);

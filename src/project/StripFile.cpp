@@ -1,6 +1,7 @@
 #include "common/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
+#include "project/Attribute.h"
 #include "project/Path.h"
 
 #include <sensor/CameraFactory.h>
@@ -16,6 +17,7 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 namespace sensor {
@@ -23,14 +25,6 @@ namespace sensor {
 namespace {
 
 constexpr int indent = 4;
-
-std::string text(QDomElement const& element, char const* attribute) {
-  return element.attribute(QLatin1String(attribute)).toStdString();
-}
-
-std::string trimmed(QDomElement const& element, char const* attribute) {
-  return element.attribute(QLatin1String(attribute)).trimmed().toStdString();
-}
 
 bool exists(std::string const& path) {
   return QFileInfo::exists(fromUtf8(path));
@@ -47,10 +41,24 @@ QDomElement requireStrip(QDomDocument const& document) {
   if (root.tagName() != QLatin1String("Strip")) {
     throw std::runtime_error("Wrong file format: expected \"Strip\" but saw \"" + root.tagName().toStdString() + "\"");
   }
-  if (text(root, "version") != "1.0") {
-    throw std::runtime_error("Wrong file version: expected \"1.0\" but saw \"" + text(root, "version") + "\"");
+  if (attributeText(root, "version") != "1.0") {
+    throw std::runtime_error("Wrong file version: expected \"1.0\" but saw \"" + attributeText(root, "version") + "\"");
   }
   return root;
+}
+
+// A file that no longer parses is replaced by an empty document, but one that can't be read whole is left alone.
+QDomDocument documentToChange(std::string const& fileName) {
+  InputFile file(fileName);
+  bool const isReadable = file.isOpen() && file.size() <= maxProjectFileSize;
+  auto const text = isReadable ? file.readAll() : std::nullopt;
+  if (!text) {
+    throw std::runtime_error("Unable to open Stp file");
+  }
+  QDomDocument document;
+  QString ignored;
+  parseXml(*text, document, ignored);
+  return document;
 }
 
 // What is missing first is appended to the message.
@@ -115,7 +123,7 @@ void KESStripModelData::readRoot(QDomElement const& root, std::string const& str
 }
 
 void KESStripModelData::readImages(QDomElement const& element, std::string const& stripFolder, bool load) {
-  mImageDataLocation = resolved(trimmed(element, "location"), stripFolder);
+  mImageDataLocation = resolved(trimmedAttributeText(element, "location"), stripFolder);
   QString const tag = QStringLiteral("Image");
   for (QDomElement e = element.firstChildElement(tag); !e.isNull(); e = e.nextSiblingElement(tag)) {
     try {
@@ -128,27 +136,27 @@ void KESStripModelData::readImages(QDomElement const& element, std::string const
 }
 
 void KESStripModelData::readCalibration(QDomElement const& element) {
-  mCameraVersion = text(element, "version");
+  mCameraVersion = attributeText(element, "version");
   requireAttribute(mCameraVersion, "version", "Calibration");
-  mSensorId = text(element, "sensor_id");
+  mSensorId = attributeText(element, "sensor_id");
   requireAttribute(mSensorId, "sensor_id", "Calibration");
   mSensorType = element.attribute(QStringLiteral("sensor_type"), QStringLiteral("KESA0")).toStdString();
 }
 
 void KESStripModelData::readEOP(QDomElement const& element, std::string const& stripFolder) {
-  mOriginalEOPFileName = resolved(text(element, "filename"), stripFolder);
+  mOriginalEOPFileName = resolved(attributeText(element, "filename"), stripFolder);
   if (mOriginalEOPFileName.empty()) {
     throw std::runtime_error("Element \"eop\" is empty!");
   }
   mAdjustedEOPFileName.clear();
-  if (!trimmed(element, "filename_adjusted").empty()) {
-    mAdjustedEOPFileName = resolved(text(element, "filename_adjusted"), stripFolder);
+  if (!trimmedAttributeText(element, "filename_adjusted").empty()) {
+    mAdjustedEOPFileName = resolved(attributeText(element, "filename_adjusted"), stripFolder);
   }
 }
 
 void KESStripModelData::readRawData(QDomElement const& element, std::string const& stripFolder) {
-  requireAttribute(text(element, "location"), "location", "RawData");
-  mRawDataLocation = resolved(trimmed(element, "location"), stripFolder);
+  requireAttribute(attributeText(element, "location"), "location", "RawData");
+  mRawDataLocation = resolved(trimmedAttributeText(element, "location"), stripFolder);
 }
 
 void KESStripModelData::requireCompleteness() const {
@@ -203,16 +211,7 @@ void KESStripModelData::completeEOPAdjustment() {
 }
 
 void KESStripModelData::write(std::string const& fileName) {
-  QDomDocument document;
-  {
-    InputFile file(fileName);
-    if (!file.isOpen()) {
-      throw std::runtime_error("Unable to open Stp file");
-    }
-    // A file that no longer parses is replaced by an empty document.
-    QString ignored;
-    readXml(file, document, ignored);
-  }
+  QDomDocument document = documentToChange(fileName);
   QDomElement eop = document.firstChildElement(QStringLiteral("Strip")).firstChildElement(QStringLiteral("EOP"));
   if (!eop.isNull()) {
     eop.setAttribute(QStringLiteral("filename_adjusted"), QFileInfo(fromUtf8(mAdjustedEOPFileName)).fileName());

@@ -17,7 +17,8 @@ namespace {
 using sensor::Camera;
 using sensor::CameraFactory;
 
-// The factory lives as long as the process, so each test has sensor ids of its own, and starts without folders.
+// The factory lives as long as the process, so each test has a sensor id of its own, also when it is repeated, and starts
+// without folders.
 class CameraFactoryOf : public testing::Test {
 protected:
   void SetUp() override {
@@ -30,7 +31,7 @@ protected:
   }
 
   static CameraFactory& factory() { return *CameraFactory::instance(); }
-  std::string id() const { return testing::UnitTest::GetInstance()->current_test_info()->name(); }
+  std::string const& id() const { return mId; }
   // Writes a version below a folder with calibrations.
   void write(std::string const& calibrations, std::string const& version, std::string const& note = "A note.\n") {
     test::writeCamera(mFolder, calibrations, "KESA0_" + id(), version, note);
@@ -40,6 +41,10 @@ protected:
   }
 
   test::TempFolder mFolder;
+
+private:
+  static inline int sCount = 0;
+  std::string mId = testing::UnitTest::GetInstance()->current_test_info()->name() + std::to_string(++sCount);
 };
 
 TEST_F(CameraFactoryOf, WithoutFoldersThereIsNoCamera) {

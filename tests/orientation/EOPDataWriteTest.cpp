@@ -136,13 +136,14 @@ TEST(EOPDataWrite, LopFileHasSixDoublesARecord) {
   EXPECT_NEAR(valueAt<double>(bytes, 88), 0.25, 3e-8);
 }
 
+// Phi is minus the arcsine of 0, and a zero keeps its sign.
 std::string const listing = "Anchor Point [rad/m]\n"
                             "latitude:  0.7500000000\n"
                             "longitude: 0.2500000000\n"
                             "height:    123.5000\n"
                             "\n"
-                            "100.5000  0.0000  -2.2500  1000.0000  0.0000000  0.0000000  0.2500000  0\n"
-                            "101.5000  1.5000  -2.2500  1000.0000  0.0000000  0.0000000  0.2500000  1\n";
+                            "100.5000  0.0000  -2.2500  1000.0000  0.0000000  -0.0000000  0.2500000  0\n"
+                            "101.5000  1.5000  -2.2500  1000.0000  0.0000000  -0.0000000  0.2500000  1\n";
 
 TEST(EOPDataWrite, ListingHasTheAnchorAndALineARecord) {
   test::TempFolder const folder;
