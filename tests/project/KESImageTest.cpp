@@ -12,6 +12,7 @@
 #include <QDomDocument>
 #include <QTextStream>
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 
@@ -77,6 +78,16 @@ TEST_F(KESImageOf, NumbersThatAreNoneAreZero) {
   EXPECT_EQ(read->sampleOffsetFromCalib(), 0);
 }
 
+TEST_F(KESImageOf, NumbersBeyondAnIntAreZeroAndNegativeOnesStay) {
+  for (char const* number : {"nan", "inf", "1e3", "0x10", "2147483648", "99999999999999999999", ""}) {
+    auto const read = image(std::string("swath=\"") + number + "\" offset=\"" + number + "\"");
+    EXPECT_EQ(read->numSamples(), 0) << number;
+    EXPECT_EQ(read->sampleOffsetFromCalib(), 0) << number;
+  }
+  EXPECT_EQ(image("swath=\"-7\"")->numSamples(), -7);
+  EXPECT_EQ(image("swath=\" 2147483647 \"")->numSamples(), 2147483647);
+}
+
 TEST_F(KESImageOf, TagMayBeWrittenInAnyCase) {
   EXPECT_EQ(image("band=\"X\"", false, "IMAGE")->bandID(), "X");
   auto const other = image("band=\"X\" swath=\"7\"", false, "Picture");
@@ -91,6 +102,10 @@ TEST_F(KESImageOf, IntegrationTimeIsMillisecondsOrAFile) {
   mFolder.file("12.bad", (test::Bytes() << std::uint32_t{0} << std::uint32_t{2000}).str());
   EXPECT_THAT(image("it=\"12.bad\"")->integrationTime(0.0F), SameBits(0.002F));
   EXPECT_MESSAGE(image("it=\"none\""), "Can't open file: " + (mFolder / "none"));
+  EXPECT_MESSAGE(image("it=\"\""), "Can't open file: " + (mFolder / ""));
+  // The product is one of doubles: in singles it would differ in its last bit.
+  EXPECT_THAT(image("it=\"3.3\"")->integrationTime(0.0F),
+              SameBits(static_cast<float>(static_cast<double>(3.3F) * 0.001)));
 }
 
 TEST_F(KESImageOf, TdiIsAlwaysAFile) {
@@ -186,6 +201,56 @@ TEST_F(KESImageOf, PathThatHoldsTheFolderIsCutByItsLength) {
   EXPECT_THAT(written(*read), testing::HasSubstr(" timing=\"" + whole.substr(mFolder.path().size() + 1) + "\""));
   auto const same = image("timing=\"" + mFolder.path() + "\"");
   EXPECT_THAT(written(*same), testing::HasSubstr(" timing=\"\""));
+}
+
+// Even an empty folder is held by every path, so that the first letter goes.
+TEST_F(KESImageOf, TdiIsCutBehindAnEmptyFolderToo) {
+  std::string const file = mFolder.file("a.tdi", (test::Bytes() << std::uint32_t{0} << std::uint8_t{2}).str());
+  auto const read = image("timing=\"a.ctg\" tdi=\"a.tdi\"");
+  EXPECT_THAT(written(*read, ""), testing::HasSubstr(" tdi=\"" + file.substr(1) + "\""));
+  EXPECT_THAT(written(*read, ""), testing::HasSubstr(" timing=\"" + (mFolder / "a.ctg") + "\""));
+}
+
+TEST_F(KESImageOf, WhatWasWrittenReadsBack) {
+  mFolder.file("a.it", (test::Bytes() << std::uint32_t{0} << std::uint32_t{2000}).str());
+  auto const first =
+      image("filename=\"a &amp; b.tif\" band=\"X\" footprint=\"f.xml\" timing=\"a.ctg\" it=\"a.it\" swath=\"90\"");
+  QDomDocument document;
+  ASSERT_TRUE(document.setContent(QString::fromStdString(written(*first))));
+  KESImage const second(document.documentElement(), mFolder.path(), nullptr, false);
+  EXPECT_EQ(second.imageFileName(), "a & b.tif");
+  EXPECT_EQ(second.footprintFileName(), first->footprintFileName());
+  EXPECT_EQ(second.ctgFileName(), first->ctgFileName());
+  EXPECT_EQ(second.integrationTime()->fileName(), mFolder / "a.it");
+  EXPECT_EQ(second.numSamples(), 90);
+}
+
+// Copies are never destroyed: they share the line timing of their source.
+TEST_F(KESImageOf, CopySharesTheLineTiming) {
+  mFolder.file("a.ctg", (test::Bytes() << 10.0 << 10.5).str());
+  auto const source = image("filename=\"a.tif\" band=\"X\" timing=\"a.ctg\" swath=\"90\" offset=\"4\"", true);
+  source->setScale(1.5F);
+  alignas(KESImage) std::byte memory[sizeof(KESImage)];
+  auto const& copy = *new (memory) KESImage(*source);
+  EXPECT_EQ(copy.cameraTime(), source->cameraTime());
+  EXPECT_EQ(copy.integrationTime(), source->integrationTime());
+  EXPECT_EQ(copy.tdiData(), source->tdiData());
+  EXPECT_EQ(copy.bandID(), "X");
+  EXPECT_EQ(copy.scale(), 1.5F);
+  EXPECT_EQ(copy.sampleOffsetFromCalib(), 4);
+  EXPECT_TRUE(copy.isDataLoaded());
+}
+
+TEST_F(KESImageOf, PlainValuesAreReadAndWritten) {
+  auto const read = image("");
+  read->setBandID("a");
+  read->setImageFileName("b");
+  read->setFootprintFileName("c");
+  read->setIPTFileName("d");
+  EXPECT_EQ(read->bandID(), "a");
+  EXPECT_EQ(read->imageFileName(), "b");
+  EXPECT_EQ(read->footprintFileName(), "c");
+  EXPECT_EQ(read->iptFileName(), "d");
 }
 
 TEST_F(KESImageOf, NullWriterIsIgnored) {

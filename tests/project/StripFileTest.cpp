@@ -1,46 +1,12 @@
-#include "support/Matchers.h"
-#include "support/SmallStrip.h"
+#include "project/StripFolder.h"
 
-#include <sensor/CameraFactory.h>
-#include <sensor/EOPData.h>
-#include <sensor/KESImage.h>
-#include <sensor/KESStripModelData.h>
-
-#include <sys/stat.h>
+#include <filesystem>
 
 namespace {
 
 using sensor::KESStripModelData;
-using test::SmallStrip;
 
-class StripFile : public testing::Test {
-protected:
-  StripFile() {
-    mStrip.sensorId = testing::UnitTest::GetInstance()->current_test_info()->name();
-    mFile = mStrip.write(mFolder);
-    sensor::CameraFactory::instance()->addSearchPath(mFolder / "calibration");
-  }
-
-  KESStripModelData read(bool load = false, bool original = false) const {
-    return KESStripModelData(mFile, nullptr, load, original, false);
-  }
-  // The message that a strip file of this text gives.
-  std::string messageOf(std::string const& text) const {
-    mFolder.file("strip.stp", text);
-    return test::messageOf([&] { read(); });
-  }
-  // The strip file with one text in place of another.
-  std::string with(std::string const& from, std::string const& to) const {
-    std::string text = mStrip.text();
-    text.replace(text.find(from), from.size(), to);
-    return text;
-  }
-  std::string contents() const { return test::contents(mFile); }
-
-  test::TempFolder mFolder;
-  SmallStrip mStrip;
-  std::string mFile;
-};
+class StripFile : public test::StripFolder {};
 
 TEST_F(StripFile, AttributesAndElementsAreRead) {
   mFolder.file("strip.stp", with("mean_terrain_height=\"0\"", "mean_terrain_height=\"12.5\""));
@@ -67,24 +33,6 @@ TEST_F(StripFile, AttributesThatAreMissingOrNoNumbersHaveDefaults) {
   EXPECT_EQ(read().meanTerrainHeight(), 0.0F);
   mFolder.file("strip.stp", with("mean_terrain_height=\"0\"", "mean_terrain_height=\"high\""));
   EXPECT_EQ(read().meanTerrainHeight(), 0.0F);
-}
-
-TEST_F(StripFile, WhatIsNoFileCantBeOpened) {
-  std::string const fifo = mFolder / "pipe";
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  for (std::string const& name : {mFolder / "none.stp", mFolder.path(), fifo}) {
-    EXPECT_MESSAGE((KESStripModelData{name, nullptr, false, false, false}), "Error opening strip file:" + name);
-  }
-}
-
-TEST_F(StripFile, TextThatIsNoXmlIsRefusedWithTheReason) {
-  for (char const* text : {"", "no xml", "<Strip", "<Strip></Stripes>"}) {
-    std::string const message = messageOf(text);
-    EXPECT_THAT(message, testing::StartsWith("Error parsing xml file:" + mFile + ": "));
-    EXPECT_GT(message.size(), ("Error parsing xml file:" + mFile + ": ").size());
-  }
-  EXPECT_EQ(messageOf("<!DOCTYPE Strip>" + std::string("<Strip/>")),
-            "Error parsing xml file:" + mFile + ": document type declarations are not accepted");
 }
 
 TEST_F(StripFile, OtherRootsAndVersionsAreRefused) {
@@ -148,20 +96,73 @@ TEST_F(StripFile, LocationsAreTrimmedAndResolved) {
   EXPECT_EQ(read().rawDataLocation(), mFolder / "");
 }
 
-TEST_F(StripFile, FailingImageIsPrintedAndThrownOn) {
-  std::string const text = with("swath", "tdi=\"none\" swath");
-  testing::internal::CaptureStderr();
-  std::string const message = messageOf(text);
-  EXPECT_EQ(message, "Can't open file: " + (mFolder / "none"));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), message + "\n");
-}
-
 TEST_F(StripFile, WithoutAnOrientationLoadingFails) {
   mFolder.file("strip.stp", with("<EOP filename=\"flight.eop\"/>", ""));
   KESStripModelData data = read();
   EXPECT_EQ(data.eopFileName(), "");
   EXPECT_MESSAGE(data.loadData(false, false), "failed to open EOP file: ");
   EXPECT_EQ(messageOf(with(" filename=\"flight.eop\"", "")), "failed to open EOP file: " + (mFolder / ""));
+}
+
+TEST_F(StripFile, RelativePathIsKeptAndItsFolderMadeAbsolute) {
+  std::string const relative = std::filesystem::relative(mFile).string();
+  KESStripModelData const data(relative, nullptr, false, false, false);
+  EXPECT_EQ(data.fileName(), relative);
+  EXPECT_EQ(data.rawDataLocation(), mFolder / "raw");
+  EXPECT_EQ(data.originalEOPFileName(), mFolder / "flight.eop");
+}
+
+TEST_F(StripFile, LaterElementsOverwriteEarlierOnes) {
+  std::string text =
+      with("<Calibration ", "<EOP filename=\"x\" filename_adjusted=\"y\"/><RawData location=\"z\"/>"
+                            "<Calibration version=\"v7\" sensor_id=\"7\" sensor_type=\"T\"/><Calibration ");
+  auto const data = readText(text);
+  EXPECT_EQ(data->originalEOPFileName(), mFolder / "flight.eop");
+  EXPECT_EQ(data->adjustedEOPFileName(), "");
+  EXPECT_EQ(data->rawDataLocation(), mFolder / "raw");
+  EXPECT_EQ(data->cameraVersion(), "v001");
+  EXPECT_EQ(data->sensorId(), mStrip.sensorId);
+  EXPECT_EQ(data->sensorType(), "KESA0");
+}
+
+TEST_F(StripFile, ImagesAreNamedExactlySo) {
+  EXPECT_EQ(readText(with("<Image ", "<image band=\"X\"/><Images band=\"Y\"/><Image "))->numBands(), 1);
+}
+
+TEST_F(StripFile, CalibrationIsKeptAsText) {
+  // The camera is in the factory, under its id and the number of its version alone.
+  read();
+  auto const data = readText(with("<Calibration version=\"v001\"", "<Calibration sensor_type=\"\" version=\"xv1 \""));
+  EXPECT_EQ(data->sensorType(), "");
+  EXPECT_EQ(data->cameraVersion(), "xv1 ");
+  EXPECT_EQ(data->camera().version(), 1U);
+}
+
+TEST_F(StripFile, OtherEncodingsAreRead) {
+  std::string text = with("encoding=\"UTF-8\"", "encoding=\"ISO-8859-1\"");
+  text.replace(text.find("Small"), 5, "\xE4");
+  EXPECT_EQ(readText(text)->name(), "\xC3\xA4");
+  std::u16string wide = u"\uFEFF";
+  for (char const c : with("encoding=\"UTF-8\"", "encoding=\"UTF-16\"")) {
+    wide += static_cast<char16_t>(c);
+  }
+  EXPECT_EQ(readText({reinterpret_cast<char const*>(wide.data()), 2 * wide.size()})->name(), "Small");
+}
+
+TEST_F(StripFile, OrientationFilesArentTrimmed) {
+  mStrip.writeEop(mFolder, " b.eop ");
+  auto const data = readText(with("\"flight.eop\"", "\" a.eop\" filename_adjusted=\" b.eop \""));
+  EXPECT_EQ(data->originalEOPFileName(), mFolder / " a.eop");
+  EXPECT_EQ(data->adjustedEOPFileName(), mFolder / " b.eop ");
+}
+
+TEST_F(StripFile, AbsoluteOrientationFilesStayAsTheyAre) {
+  mStrip.writeEop(mFolder, "elsewhere/a.eop");
+  mStrip.writeEop(mFolder, "elsewhere/b.eop");
+  auto const data = readText(with("\"flight.eop\"", "\"" + mFolder.path() + "/elsewhere//a.eop\" filename_adjusted=\"" +
+                                                        mFolder.path() + "/elsewhere/b.eop\""));
+  EXPECT_EQ(data->originalEOPFileName(), mFolder / "elsewhere//a.eop");
+  EXPECT_EQ(data->adjustedEOPFileName(), mFolder / "elsewhere/b.eop");
 }
 
 TEST_F(StripFile, AdjustedOrientationOfBlanksIsNone) {
@@ -179,101 +180,6 @@ TEST_F(StripFile, AdjustedOrientationIsUsedUnlessTheOriginalIsWanted) {
   EXPECT_TRUE(original.isAdjustedEOPFile());
   EXPECT_FALSE(original.isUseAdjustedEOP());
   EXPECT_EQ(original.eopFileName(), mFolder / "flight.eop");
-}
-
-TEST_F(StripFile, WritingEntersTheAdjustedFileName) {
-  KESStripModelData data = read();
-  data.setAdjustedEOPFileName("/somewhere/else/new.eop");
-  data.write(mFile);
-  EXPECT_THAT(contents(), testing::HasSubstr("filename_adjusted=\"new.eop\""));
-  EXPECT_EQ(read(false, true).adjustedEOPFileName(), mFolder / "new.eop");
-}
-
-TEST_F(StripFile, WritingAnotherFileChangesThatOne) {
-  std::string const other = mFolder.file("other.stp", "<Strip version=\"1.0\">\n<EOP filename=\"\xC3\xA4\"/></Strip>");
-  KESStripModelData data = read();
-  data.setAdjustedEOPFileName("new.eop");
-  data.write(other);
-  EXPECT_EQ(data.fileName(), other);
-  std::string const text = test::contents(other);
-  EXPECT_THAT(text, testing::HasSubstr("filename_adjusted=\"new.eop\""));
-  EXPECT_THAT(text, testing::HasSubstr("\xC3\xA4"));
-  EXPECT_EQ(contents(), mStrip.text());
-}
-
-TEST_F(StripFile, FileThatNoLongerParsesBecomesAnEmptyDocument) {
-  KESStripModelData data = read();
-  mFolder.file("strip.stp", "<Strip><EOP></Strip>");
-  data.write(mFile);
-  EXPECT_THAT(contents(), testing::Not(testing::HasSubstr("<Strip")));
-}
-
-TEST_F(StripFile, DocumentWithoutAnOrientationGetsNoAttribute) {
-  std::string const other = mFolder.file("other.stp", "<Strip version=\"1.0\"/>");
-  KESStripModelData data = read();
-  data.setAdjustedEOPFileName("new.eop");
-  data.write(other);
-  EXPECT_THAT(test::contents(other), testing::Not(testing::HasSubstr("new.eop")));
-}
-
-TEST_F(StripFile, WritingWhatIsMissingSaysSo) {
-  KESStripModelData data = read();
-  EXPECT_MESSAGE(data.write(mFolder / "none.stp"), "Unable to open Stp file");
-  EXPECT_EQ(data.fileName(), mFile);
-}
-
-TEST_F(StripFile, FullDiskKeepsTheOldFile) {
-  test::SmallFileSystem const disk(1 << 18);
-  if (!disk.isMounted()) {
-    GTEST_SKIP() << "no file system may be mounted here";
-  }
-  std::string const large = "<Strip version=\"1.0\"><EOP/><!--" + std::string(20000, 'x') + "--></Strip>";
-  std::string const name = disk / "strip.stp";
-  {
-    FILE* out = fopen(name.c_str(), "wb");
-    fwrite(large.data(), 1, large.size(), out);
-    fclose(out);
-  }
-  disk.fill(4096);
-  KESStripModelData data = read();
-  EXPECT_MESSAGE(data.write(name), "Unable to update Stp file");
-  EXPECT_EQ(test::contents(name), large);
-  EXPECT_EQ(test::entryCount(disk.path()), 2);
-}
-
-TEST_F(StripFile, ValidityStopsAtTheFirstThingThatIsMissing) {
-  auto const validity = [&](std::string const& text, bool images) {
-    mFolder.file("strip.stp", text);
-    std::string message = "before;";
-    bool const valid = read().isDataValid(message, images);
-    EXPECT_EQ(valid, message == "before;");
-    return message.substr(7);
-  };
-  EXPECT_EQ(validity(mStrip.text(), false), "");
-  EXPECT_EQ(validity(with("location=\"raw\"", "location=\"r\""), false),
-            "Raw data location: " + (mFolder / "r") + " doesn't exist!\n");
-  EXPECT_EQ(validity(with("location=\"images\"", "location=\"i\""), false),
-            "Image data location: " + (mFolder / "i") + " doesn't exist!\n");
-  mFolder.file("flight2.eop", test::contents(mFolder / "flight.eop"));
-  EXPECT_EQ(validity(mStrip.text(), true), "Image: " + (mFolder / "images/PANN00A.tif") + " doesn't exist!\n");
-  mFolder.file("images/PANN00A.tif", "");
-  EXPECT_EQ(validity(mStrip.text(), true), "Footprint file: " + (mFolder / "PANN00A.xml") + " doesn't exist!\n");
-  EXPECT_EQ(validity(with("PANN00A.ctg", "none.ctg"), true),
-            "CTG file: " + (mFolder / "none.ctg") + " doesn't exist!\n");
-  mFolder.file("PANN00A.xml", "");
-  EXPECT_EQ(validity(mStrip.text(), true), "");
-}
-
-TEST_F(StripFile, ValidityLooksForBothOrientations) {
-  KESStripModelData data = read();
-  std::string message;
-  data.setAdjustedEOPFileName(mFolder / "gone.adj");
-  EXPECT_FALSE(data.isDataValid(message, false));
-  EXPECT_EQ(message, "Adjusted EOP file: " + (mFolder / "gone.adj") + " doesn't exist!\n");
-  message.clear();
-  data.setOriginalEOPFileName(mFolder / "gone.eop");
-  EXPECT_FALSE(data.isDataValid(message, false));
-  EXPECT_EQ(message, "Original EOP file: " + (mFolder / "gone.eop") + " doesn't exist!\n");
 }
 
 }  // namespace
