@@ -7,4 +7,6 @@ shift
 # Equal sources of another checkout or build folder are found in the compiler cache.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset" ${*:+--target "$@"}
+targets=()
+[ $# -gt 0 ] && targets=(--target "$@")
+cmake --build --preset "$preset" "${targets[@]}"

@@ -7,7 +7,7 @@ packages=(
   g++ clang clang-format clang-tidy libomp-dev cmake ninja-build ccache git pkg-config
   qt6-base-dev qtbase5-dev libboost-dev
   libproj-dev proj-data proj-bin libgdal-dev gdal-bin
-  libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind
+  libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind python3
 )
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then

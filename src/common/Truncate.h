@@ -13,7 +13,8 @@ inline Integer truncated(Real value) {
   static_assert(std::is_integral_v<Integer> && std::is_floating_point_v<Real>);
   using Limits = std::numeric_limits<Integer>;
   // One above the largest number is a power of two, which both floating-point types hold exactly; the largest is not.
-  constexpr Real end = static_cast<Real>(Limits::max() / 2 + 1) * Real{2};
+  constexpr Integer half = Limits::max() / 2 + 1;
+  constexpr Real end = static_cast<Real>(half) * Real{2};
   if (value >= end) {
     return Limits::max();
   }

@@ -65,7 +65,7 @@ TEST(SkerryIni, WhatIsSetReadsBackFromTheFile) {
 
 TEST(SkerryIni, FileThatIsNoIniFileHasNoSettings) {
   test::TempFolder const folder;
-  util::setSkerryIni(folder.file("binary.ini", std::string("\x00\xFF\xFE\n[[[\n=\n", 11)));
+  util::setSkerryIni(folder.file("binary.ini", std::string("\x00\xFF\xFE\n[[[\n=\n", 10)));
   EXPECT_EQ(valueOf("g/k"), "default");
   util::setSkerryIni(folder.path());
   EXPECT_EQ(valueOf("g/k"), "default");

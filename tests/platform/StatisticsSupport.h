@@ -18,7 +18,7 @@ inline std::string writeImage(TempFolder const& folder, std::string const& name,
   GDALAllRegister();
   int const height = static_cast<int>(bands.front().size()) / width;
   auto* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
-  std::string const path = folder / name;
+  std::string path = folder / name;
   GDALDatasetUniquePtr const image(
       driver->Create(path.c_str(), width, height, static_cast<int>(bands.size()), type, nullptr));
   for (std::size_t i = 0; i < bands.size(); ++i) {

@@ -138,7 +138,7 @@ void XmlWriter::closeStartTag() {
 }
 
 void XmlWriter::writeIndent() {
-  mStream << QString(indent * mLevel, QLatin1Char(' '));
+  mStream << QString(QStringSize{indent} * mLevel, QLatin1Char(' '));
 }
 
 // The start tag without its end, with all attributes that were waiting.
