@@ -78,6 +78,12 @@ TEST_F(CamWriter, NumbersAreRoundedAsTheCLocaleDoes) {
   EXPECT_THAT(test::contents(name()), testing::HasSubstr("START_XY\n-0.00000 1000.00000\n239796.51562 2000.00000\n"));
 }
 
+TEST_F(CamWriter, DateIsWrittenInItsOwnTimeZone) {
+  mGeometry.setCalibDateTime(QDateTime(QDate(2010, 12, 31), QTime(23, 5, 6), Qt::OffsetFromUTC, -7200));
+  write(&mRadiometry);
+  EXPECT_THAT(test::contents(name()), testing::HasSubstr("CALIBRATION_DATE\t\"Dec 31 23:05:06 2010\"\n"));
+}
+
 TEST_F(CamWriter, WithoutADateItsLineIsLeftOut) {
   mGeometry.setCalibDateTime(QDateTime());
   write(&mRadiometry);

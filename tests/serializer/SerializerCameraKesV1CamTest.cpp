@@ -7,6 +7,7 @@
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
 
+#include <filesystem>
 #include <memory>
 #include <sys/stat.h>
 
@@ -68,6 +69,15 @@ TEST_F(CamFolder, ManyFilesAreReadAndBadOnesPassedOver) {
   EXPECT_EQ(ids.size(), 30U);
   EXPECT_EQ(ids.front(), "BAND10");
   EXPECT_EQ(ids.back(), "BAND39");
+}
+
+TEST_F(CamFolder, FilesAreKnownByTheirCanonicalPaths) {
+  std::string const file = mFolder.file("elsewhere/one.txt", camText("ONE"));
+  std::filesystem::create_symlink(file, mFolder / "a.cam");
+  std::filesystem::create_symlink(mFolder / "none", mFolder / "b.cam");
+  auto const camera = read();
+  ASSERT_NE(camera->calibrationGeometry("ONE"), nullptr);
+  EXPECT_EQ(camera->calibrationGeometry("ONE")->fileName(), std::filesystem::canonical(file).string());
 }
 
 TEST_F(CamFolder, FolderWithoutAnyBandIsACamera) {
