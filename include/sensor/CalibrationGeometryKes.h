@@ -10,17 +10,20 @@
 
 namespace sensor {
 
-/// Nominal height of the stabilised mount's centre above the camera, metres.
+/// Nominal height offset of the stabilised mount, metres. Published for callers.
 inline constexpr float nominalMNTZOffset = 0.171F;
 
-/// The geometry of a sensor line by a table of its calibrated pixels. The table may be sparser than the line; positions
-/// between two entries are linear. A line may run reverse, against the focal y.
+/// The geometry of a sensor line by a table of its calibrated pixels: focal x (along the flight) and focal y (along the line)
+/// of each, in metres. The table may be sparser than the line, which it then spans evenly; between two entries, positions
+/// are linear. A line may run reverse, against the focal y.
 ///
-/// Outside the table, a sample lies on the chord through the first and last entries, and a focal position has the sample that
-/// the mean scale of the line gives it. The way from focal plane to sample makes one correction of the mean scale's
-/// guess, and is the exact inverse as long as a table is smooth enough for the guess to be within one entry.
+/// Beyond the table, a sample lies on the chord through the first and last entries, and a focal position has the sample that
+/// the mean scale of the line gives it. The way from focal plane to sample corrects the entry that the mean scale points to
+/// once, by the local slope. It is the exact inverse for a table so smooth that the corrected entry is the right one, as
+/// those of lenses are; on any other it interpolates in a neighbouring interval. Neither way searches or allocates.
 ///
-/// The operations with float arguments are the single-precision forms of those with points.
+/// The operations with float arguments are the single-precision forms of those with points. A position that is NaN gives NaN.
+/// A table of one entry has this very position at every sample, an empty one NaN, and from the focal plane both give NaN.
 ///
 /// A value: copies are deep. Filled once, it may be used in any number of threads.
 class KESSENSOR_EXPORT CalibrationGeometryKes : public CalibrationGeometry {
@@ -28,7 +31,8 @@ public:
   /// Empty tables, all numbers 0, no date.
   CalibrationGeometryKes();
   /// A copy or, with a `sampleCount` that differs from the other's samples, a cut-out of that many samples (0: all that
-  /// are left) from `firstSample` on, resampled to one entry a sample.
+  /// are left) from `firstSample` on, resampled to one entry a sample. In both all samples count as imaging ones. A cut-out
+  /// of all samples is a copy wherever it begins, and one of fewer than no samples is empty.
   CalibrationGeometryKes(CalibrationGeometryKes const& other, int firstSample = 0, int sampleCount = 0);
   ~CalibrationGeometryKes() override;
   CalibrationGeometryKes& operator=(CalibrationGeometryKes const&) = default;
@@ -43,9 +47,11 @@ public:
   void focalToImage(geo::XYPoint const& focal, geo::XYPoint const& offset, geo::XYPoint& image) const override;
   void imageToFocal(geo::XYPoint const& image, geo::XYPoint const& offset, geo::XYPoint& focal) const override;
 
+  /// Metres.
   virtual void setFocalLength(float focalLength);
-  /// Fills the tables: x along the flight and y along the line of each calibrated pixel, metres. Throws std::runtime_error
-  /// "Disagreement in the number of calibrated pixels." when they differ in length; the tables are replaced all the same.
+  /// Fills the tables: x along the flight and y along the line of each calibrated pixel, metres, as the pixel size. The line
+  /// has `numSamples` samples, of which `numImagingSamples` collect light. Throws std::runtime_error "Disagreement in the
+  /// number of calibrated pixels." when the tables differ in length; the tables are replaced all the same, the numbers stay.
   virtual void setPixelData(float pixelSize, int numSamples, int numImagingSamples, std::vector<double> const& x,
                             std::vector<double> const& y);
   virtual void setPixelData(float pixelSize, int numSamples, int numImagingSamples, std::vector<float> const& x,
@@ -55,10 +61,11 @@ public:
                             std::vector<double>& y, double scale);
   /// Samples that collect light.
   virtual unsigned int numImagingSamples() const;
-  /// The sample of a focal position; reads `y` and `offsetX` alone.
+  /// The sample of a focal position, less `offsetX`; reads `y` and `offsetX` alone.
   virtual float sample(float x, float y, float offsetX, float offsetY) const;
-  /// Focal x and y of a sample; read `sample` and `offsetSample` alone.
+  /// Focal x of a sample; reads `sample` and `offsetSample` alone.
   virtual float x(float sample, float line, float offsetSample, float offsetLine) const;
+  /// Focal y of a sample; reads `sample` and `offsetSample` alone.
   virtual float y(float sample, float line, float offsetSample, float offsetLine) const;
   /// Direction of view in the camera's plane, radians from focal x towards focal y.
   virtual float azimuth(geo::XYPoint const& image, geo::XYPoint const& offset) const;
@@ -83,10 +90,13 @@ private:
   template <class Real>
   Place<Real> place(Real sample) const;
   template <class Real>
+  Place<Real> chord(Real sample) const;
+  template <class Real>
   static Real between(std::vector<float> const& table, Place<Real> const& place);
   template <class Real>
   Real position(Real y) const;
-  void cutOut(CalibrationGeometryKes const& other, int firstSample, int sampleCount);
+  void cutOut(CalibrationGeometryKes const& other, int firstSample);
+  float meanScale() const;
 
   CalibrationDate mCalibDate;
   std::vector<float> mCoordX;

@@ -6,7 +6,7 @@
 
 namespace sensor {
 
-/// The radiometric values that the calibrations of all these cameras have.
+/// The radiometric values that the calibrations of all these cameras have, and the time of the calibration.
 class KESSENSOR_EXPORT CalibrationRadiometryKes : public CalibrationRadiometry {
 public:
   CalibrationRadiometryKes();
@@ -17,11 +17,11 @@ public:
   void setCalibDateTime(QDateTime const& dateTime) override;
   QDateTime const& calibDateTime() const override;
 
-  /// From digital numbers to radiance.
+  /// From digital numbers to radiance; 1 until set.
   virtual float radiometricGain() const = 0;
-  /// Metres; 0 when not known.
+  /// Middle of the band's spectrum, metres; 0 when not known.
   virtual float centerWavelength() const = 0;
-  /// Metres; 0 when not known.
+  /// Width of the band's spectrum, metres; 0 when not known.
   virtual float bandWidth() const = 0;
 
 private:

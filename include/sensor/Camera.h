@@ -17,7 +17,9 @@ class KESSENSOR_EXPORT Camera {
 public:
   virtual ~Camera();
 
+  /// Type of the camera, the first part of its folder's name.
   virtual std::string const& type() const = 0;
+  /// Serial number or name of the sensor head.
   virtual std::string const& sensorId() const = 0;
   /// Version of the calibration.
   virtual unsigned int version() const = 0;
@@ -25,7 +27,7 @@ public:
   virtual std::string const& versionInfo() const = 0;
   /// The folder that the calibration came from.
   virtual std::string const& calibrationFolder() const = 0;
-  /// Appends the ids of all bands that have a geometry, in the order of their texts.
+  /// Appends the ids of all bands that have a geometry, in the order of their texts. The vector isn't cleared.
   virtual void bandIds(std::vector<std::string>& ids) const = 0;
   /// The geometry of a band; null when there is none.
   virtual CalibrationGeometry* calibrationGeometry(std::string const& bandId) const = 0;

@@ -15,12 +15,15 @@ namespace sensor {
 
 class SerializerCameraKes;
 
-/// A camera as a serializer fills it. Read-only for everybody else; then any number of threads may use it.
+/// A camera as a serializer fills it: the geometries and radiometries of its bands, the misalignment of the inertial unit
+/// and the offset of the mount. It owns all of them, and can't be copied. Read-only for everybody but the serializer; then
+/// any number of threads may use it.
 class KESSENSOR_EXPORT CameraKes : public Camera {
 public:
-  /// Has the serializer read into the new camera; what it throws leaves the constructor.
+  /// Has the serializer read into the new camera, which has no calibration before; what it throws leaves the constructor.
   CameraKes(std::string const& type, std::string const& sensorId, unsigned int version,
             SerializerCameraKes const& serializer);
+  /// Frees the misalignment, the geometries and then the radiometries, in the order of their bands.
   ~CameraKes() override;
   CameraKes(CameraKes const&) = delete;
   CameraKes& operator=(CameraKes const&) = delete;
@@ -38,6 +41,7 @@ public:
   /// Offset of the stabilised mount, metres.
   geo::XYZPoint mntOffset() const { return mMntOffset; }
 
+  /// For serializers: what the getters of the same name give. The offset is in metres.
   void setType(std::string const& type) { mType = type; }
   void setSensorId(std::string const& sensorId) { mSensorId = sensorId; }
   void setVersion(unsigned int version) { mVersion = version; }
@@ -45,11 +49,11 @@ public:
   void setCalibrationFolder(std::string const& folder) { mCalibrationFolder = folder; }
   void setMntOffset(geo::XYZPoint const& offset) { mMntOffset = offset; }
 
-  /// Takes over a geometry under the band id that it has now; one that was there under that id is freed.
+  /// Takes over a geometry, not null, under the band id that it has now; another one that was there under that id is freed.
   void addCalibrationGeometry(CalibrationGeometryKes* geometry);
   /// The same for a radiometry.
   void addCalibrationRadiometry(CalibrationRadiometryKes* radiometry);
-  /// Takes over a misalignment in place of the one before, which is freed.
+  /// Takes over a misalignment, or null for none, in place of the one before, which is freed.
   void setMisalignment(Misalignment* misalignment);
 
 private:

@@ -18,11 +18,14 @@ public:
   /// Whether no value is less or greater than the other's; so a NaN equals anything.
   bool operator==(Misalignment const& other) const;
 
+  /// Sets all six, radians.
   void setValues(double omega, double phi, double kappa, double stdDevOmega, double stdDevPhi, double stdDevKappa);
 
+  /// Rotation, radians.
   double omega() const { return mRotation.x; }
   double phi() const { return mRotation.y; }
   double kappa() const { return mRotation.z; }
+  /// Standard deviations, radians.
   double stdDevOmega() const { return mStdDev.x; }
   double stdDevPhi() const { return mStdDev.y; }
   double stdDevKappa() const { return mStdDev.z; }

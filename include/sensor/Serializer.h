@@ -1,10 +1,12 @@
 #pragma once
 
+#include <sensor/kessensor_export.h>
+
 namespace sensor {
 
-/// Reads objects of one class from a file or a folder, and writes them there.
+/// Reads objects of one class, `CameraKes` or `Misalignment`, from a file or a folder, and writes them there.
 template <class T>
-class Serializer {
+class KESSENSOR_EXPORT Serializer {
 public:
   /// Fills the object; throws std::runtime_error when that fails.
   virtual void read(T* object) const = 0;

@@ -10,9 +10,11 @@ namespace sensor {
 class Misalignment;
 
 /// The text file "misalignment.dat" of the older cameras: comment lines that begin with "#", then one line of six numbers,
-/// omega, its standard deviation, phi, its deviation, kappa, its deviation, in radians.
+/// omega, its standard deviation, phi, its deviation, kappa, its deviation, in radians. What follows in that line or behind it
+/// is ignored. Numbers are read and written in the C locale. Of a line of numbers the first 64 KiB count.
 class KESSENSOR_EXPORT SerializerMisalignmentV1Dat : public Serializer<Misalignment> {
 public:
+  /// `fileName` is a UTF-8 path; nothing is opened yet.
   explicit SerializerMisalignmentV1Dat(std::string const& fileName);
 
   /// Throws std::runtime_error "Failed to open misalignment file: " + name, "Not a valid misalignment file: " + name (no

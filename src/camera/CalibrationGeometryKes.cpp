@@ -10,6 +10,17 @@
 
 namespace sensor {
 
+namespace {
+
+// Samples of a cut-out of `sampleCount` samples, or of all that are left from `firstSample` on when that is 0.
+std::int32_t samplesOfCutOut(std::int32_t samples, int firstSample, int sampleCount) {
+  std::int64_t const left = static_cast<std::int64_t>(samples) - firstSample;
+  std::int64_t const count = sampleCount != 0 ? sampleCount : left;
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(count, 0, std::numeric_limits<std::int32_t>::max()));
+}
+
+}  // namespace
+
 // Two entries of a table, and the part of the way from the first to the second.
 template <class Real>
 struct CalibrationGeometryKes::Place {
@@ -25,26 +36,30 @@ CalibrationGeometryKes::~CalibrationGeometryKes() = default;
 CalibrationGeometryKes::CalibrationGeometryKes(CalibrationGeometryKes const& other, int firstSample, int sampleCount)
     : CalibrationGeometry(other), mCalibDate(other.mCalibDate), mFocalLength(other.mFocalLength),
       mPixelSize(other.mPixelSize), mSampleScale(other.mSampleScale),
-      mNumSamples(sampleCount != 0 ? sampleCount : other.mNumSamples - firstSample), mNumImagingSamples(mNumSamples),
+      mNumSamples(samplesOfCutOut(other.mNumSamples, firstSample, sampleCount)), mNumImagingSamples(mNumSamples),
       mNumCalibrated(other.mNumCalibrated), mSampleSpacing(other.mSampleSpacing), mReverse(other.mReverse) {
   if (mNumSamples == other.mNumSamples) {
     mCoordX = other.mCoordX;
     mCoordY = other.mCoordY;
   } else {
-    cutOut(other, firstSample, std::max(mNumSamples, 0));
+    cutOut(other, firstSample);
   }
 }
 
-void CalibrationGeometryKes::cutOut(CalibrationGeometryKes const& other, int firstSample, int sampleCount) {
+void CalibrationGeometryKes::cutOut(CalibrationGeometryKes const& other, int firstSample) {
   mSampleSpacing = 1.0F;
-  mNumCalibrated = sampleCount;
-  mCoordX.reserve(static_cast<std::size_t>(sampleCount));
-  mCoordY.reserve(static_cast<std::size_t>(sampleCount));
-  for (int i = 0; i < sampleCount; ++i) {
+  mNumCalibrated = mNumSamples;
+  mCoordX.reserve(static_cast<std::size_t>(mNumSamples));
+  mCoordY.reserve(static_cast<std::size_t>(mNumSamples));
+  for (int i = 0; i < mNumSamples; ++i) {
     mCoordX.push_back(other.x(static_cast<float>(i), 0.0F, static_cast<float>(firstSample), 0.0F));
     mCoordY.push_back(other.y(static_cast<float>(i), 0.0F, static_cast<float>(firstSample), 0.0F));
   }
-  mSampleScale = sampleCount < 2 ? 0.0F : (static_cast<float>(sampleCount) - 1.0F) / (mCoordY.back() - mCoordY.front());
+  mSampleScale = mNumSamples < 2 ? 0.0F : meanScale();
+}
+
+float CalibrationGeometryKes::meanScale() const {
+  return (static_cast<float>(mNumSamples) - 1.0F) / (mCoordY.back() - mCoordY.front());
 }
 
 void CalibrationGeometryKes::setCalibDateTime(QDateTime const& dateTime) {
@@ -108,7 +123,7 @@ void CalibrationGeometryKes::setPixelData(float pixelSize, int numSamples, int n
     return;
   }
   mSampleSpacing = static_cast<float>(static_cast<double>(mNumSamples) - 1.0) / static_cast<float>(mNumCalibrated - 1);
-  mSampleScale = (static_cast<float>(mNumSamples) - 1.0F) / (mCoordY.back() - mCoordY.front());
+  mSampleScale = meanScale();
   mReverse = mCoordY[0] > mCoordY[1];
 }
 
@@ -131,27 +146,37 @@ Real CalibrationGeometryKes::tablePosition(Real sample) const {
 template <class Real>
 CalibrationGeometryKes::Place<Real> CalibrationGeometryKes::place(Real sample) const {
   Real const p = tablePosition(sample);
-  auto const i = static_cast<std::int64_t>(truncated<std::int32_t>(p));
-  if (p >= Real{0} && i + 1 <= static_cast<std::int64_t>(mNumCalibrated) - 1) {
-    return {static_cast<std::size_t>(i), static_cast<std::size_t>(i) + 1, p - static_cast<Real>(i)};
+  // In double, which holds every count exactly. A NaN is outside.
+  if (!(p >= Real{0} && static_cast<double>(p) < static_cast<double>(mNumCalibrated) - 1.0)) {
+    return chord(sample);
   }
-  // Outside: on the chord through the ends.
-  auto const last = static_cast<std::size_t>(std::max(mNumCalibrated - 1, 0));
-  return {0, last, sample / static_cast<Real>(static_cast<double>(mNumSamples) - 1.0)};
+  auto const i = static_cast<std::int32_t>(p);
+  return {static_cast<std::size_t>(i), static_cast<std::size_t>(i) + 1, p - static_cast<Real>(i)};
+}
+
+// On the straight line through the first entry, at sample 0, and the last one, at the last sample.
+template <class Real>
+CalibrationGeometryKes::Place<Real> CalibrationGeometryKes::chord(Real sample) const {
+  if (mNumCalibrated < 2) {
+    return {0, 0, Real{0}};
+  }
+  return {0, static_cast<std::size_t>(mNumCalibrated) - 1,
+          sample / static_cast<Real>(static_cast<double>(mNumSamples) - 1.0)};
 }
 
 template <class Real>
 Real CalibrationGeometryKes::between(std::vector<float> const& table, Place<Real> const& place) {
-  if (table.size() < 2) {
-    return table.empty() ? std::numeric_limits<Real>::quiet_NaN() : static_cast<Real>(table.front());
+  // An empty table, or the shorter one of two that were refused.
+  if (place.second >= table.size()) {
+    return std::numeric_limits<Real>::quiet_NaN();
   }
   float const a = table[place.first];
   float const b = table[place.second];
   return static_cast<Real>(b - a) * place.part + static_cast<Real>(a);
 }
 
-// The sample, from the first of the calibration on, whose focal y is given: by the mean scale of the line, corrected once
-// by the local slope.
+// The sample, from the first of the calibration on, whose focal y is given: q by the mean scale of the line, which points
+// to the table's entry k; corrected once, to entry m, by the local slope there.
 template <class Real>
 Real CalibrationGeometryKes::position(Real y) const {
   if (mCoordY.size() < 2) {
@@ -162,11 +187,12 @@ Real CalibrationGeometryKes::position(Real y) const {
   if (!(q > Real{0}) || q >= static_cast<Real>(mNumSamples) - Real{1}) {
     return q;
   }
-  std::int64_t const lastInterval = static_cast<std::int64_t>(mNumCalibrated) - 2;
+  std::int64_t const lastInterval = static_cast<std::int64_t>(mCoordY.size()) - 2;
   // How many entries, with its fraction, y lies behind entry i by the slope there.
   auto const entriesBehind = [&](std::int64_t i) {
     return (y - static_cast<Real>(table[i])) / static_cast<Real>(table[i + 1] - table[i]);
   };
+  // With a sparse table, rounding can lead to the last entry, where no interval begins.
   std::int64_t const k = std::clamp<std::int64_t>(truncated<std::int32_t>(tablePosition(q)), 0, lastInterval);
   Real const behind = entriesBehind(k);
   std::int64_t const m = std::clamp<std::int64_t>(k + truncated<std::int32_t>(behind), 0, lastInterval);

@@ -12,6 +12,23 @@ T* find(std::map<std::string, std::unique_ptr<T>> const& records, std::string co
   return found == records.end() ? nullptr : found->second.get();
 }
 
+// A record that is entered again where it already stands must not be freed by that.
+template <class T>
+void enter(std::map<std::string, std::unique_ptr<T>>& records, T* record) {
+  std::string const& bandId = record->bandId();
+  if (record != find(records, bandId)) {
+    std::unique_ptr<T> owned(record);
+    records[bandId] = std::move(owned);
+  }
+}
+
+template <class T>
+void freeAll(std::map<std::string, std::unique_ptr<T>>& records) {
+  for (auto& [bandId, record] : records) {
+    record.reset();
+  }
+}
+
 }  // namespace
 
 Camera::Camera() = default;
@@ -24,7 +41,12 @@ CameraKes::CameraKes(std::string const& type, std::string const& sensorId, unsig
   serializer.read(this);
 }
 
-CameraKes::~CameraKes() = default;
+// Members would go the other way round, and a map's values in no order that is told; derived calibrations see it.
+CameraKes::~CameraKes() {
+  mMisalignment.reset();
+  freeAll(mGeometries);
+  freeAll(mRadiometries);
+}
 
 std::string const& CameraKes::type() const {
   return mType;
@@ -65,17 +87,17 @@ Misalignment const* CameraKes::misalignment() const {
 }
 
 void CameraKes::addCalibrationGeometry(CalibrationGeometryKes* geometry) {
-  std::unique_ptr<CalibrationGeometryKes> owned(geometry);
-  mGeometries[owned->bandId()] = std::move(owned);
+  enter(mGeometries, geometry);
 }
 
 void CameraKes::addCalibrationRadiometry(CalibrationRadiometryKes* radiometry) {
-  std::unique_ptr<CalibrationRadiometryKes> owned(radiometry);
-  mRadiometries[owned->bandId()] = std::move(owned);
+  enter(mRadiometries, radiometry);
 }
 
 void CameraKes::setMisalignment(Misalignment* misalignment) {
-  mMisalignment.reset(misalignment);
+  if (misalignment != mMisalignment.get()) {
+    mMisalignment.reset(misalignment);
+  }
 }
 
 }  // namespace sensor

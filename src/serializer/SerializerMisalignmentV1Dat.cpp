@@ -1,22 +1,77 @@
 #include "common/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/InputFile.h"
-#include "common/TextLine.h"
 
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>
 
-#include <QByteArray>
-
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <locale>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 namespace sensor {
 
 namespace {
+
+// Bytes that are read at a time, and of a line of numbers: no line of six numbers is as long, and a message quotes it.
+constexpr std::int64_t blockSize = std::int64_t{1} << 16;
+
+// omega, its standard deviation, phi, its deviation, kappa, its deviation: the order in the file.
+using Numbers = std::array<double, 6>;
+
+bool readBlock(InputFile& file, std::int64_t offset, std::string& block) {
+  block.resize(static_cast<std::size_t>(std::min(blockSize, file.size() - offset)));
+  return file.read(offset, block.data(), static_cast<std::int64_t>(block.size()));
+}
+
+// Where in the block the first line begins that is no comment, or its size when there is none. `atStart` tells whether the
+// block begins a line, and then whether the next block does.
+std::size_t skipComments(std::string_view block, bool& atStart) {
+  std::size_t i = 0;
+  while (i < block.size() && !(atStart && block[i] != '#')) {
+    std::size_t const end = block.find('\n', i);
+    atStart = end != std::string_view::npos;
+    i = atStart ? end + 1 : block.size();
+  }
+  return i;
+}
+
+// The first line that is no comment, up to a block of it; nothing when there are comments alone or a read fails.
+std::optional<std::string> dataLine(InputFile& file) {
+  std::string block;
+  bool atStart = true;
+  for (std::int64_t offset = 0; offset < file.size(); offset += static_cast<std::int64_t>(block.size())) {
+    if (!readBlock(file, offset, block)) {
+      return std::nullopt;
+    }
+    std::size_t const start = skipComments(block, atStart);
+    if (start < block.size()) {
+      if (!readBlock(file, offset + static_cast<std::int64_t>(start), block)) {
+        return std::nullopt;
+      }
+      return block.substr(0, block.find('\n'));
+    }
+  }
+  return file.size() == 0 ? std::optional<std::string>("") : std::nullopt;
+}
+
+// Six numbers at the start of the line; nothing when it has fewer, or when the last one may go on behind what was read.
+std::optional<Numbers> numbersOf(std::string const& line) {
+  std::istringstream stream(line);
+  stream.imbue(std::locale::classic());
+  Numbers numbers{};
+  for (double& number : numbers) {
+    stream >> number;
+  }
+  bool const isCut = stream.eof() && static_cast<std::int64_t>(line.size()) == blockSize;
+  return stream && !isCut ? std::optional<Numbers>(numbers) : std::nullopt;
+}
 
 std::string decimal(double value) {
   return fixedText(value, 10);
@@ -33,28 +88,16 @@ void SerializerMisalignmentV1Dat::read(Misalignment* target) const {
   if (!file.isOpen()) {
     throw std::runtime_error("Failed to open misalignment file: " + mFileName);
   }
-  auto const contents = file.readAll();
-  if (!contents) {
+  std::optional<std::string> const line = dataLine(file);
+  if (!line) {
     throw std::runtime_error("Not a valid misalignment file: " + mFileName);
   }
-  std::string_view text(contents->constData(), static_cast<std::size_t>(contents->size()));
-  std::string_view line = takeLine(text);
-  while (line.starts_with('#')) {
-    if (text.empty()) {
-      throw std::runtime_error("Not a valid misalignment file: " + mFileName);
-    }
-    line = takeLine(text);
-  }
-  std::istringstream numbers{std::string(line)};
-  numbers.imbue(std::locale::classic());
-  std::array<double, 6> v{};
-  for (double& value : v) {
-    numbers >> value;
-  }
+  std::optional<Numbers> const numbers = numbersOf(*line);
   if (!numbers) {
-    throw std::runtime_error("Parse error in file: " + mFileName + "(" + std::string(line) + ")");
+    throw std::runtime_error("Parse error in file: " + mFileName + "(" + *line + ")");
   }
-  target->setValues(v[0], v[2], v[4], v[1], v[3], v[5]);
+  auto const& [omega, stdDevOmega, phi, stdDevPhi, kappa, stdDevKappa] = *numbers;
+  target->setValues(omega, phi, kappa, stdDevOmega, stdDevPhi, stdDevKappa);
 }
 
 void SerializerMisalignmentV1Dat::write(Misalignment const* source) const {
