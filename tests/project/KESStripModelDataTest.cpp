@@ -161,18 +161,24 @@ TEST_F(StripData, StatisticsAreNamedByWhatStandsBeforeTheLastDot) {
   }
 }
 
-// Copies are never destroyed: they share the images and the orientation of their source.
-TEST_F(StripData, CopySharesWhatItsSourceOwns) {
+TEST_F(StripData, CopyAndAssignmentShareWhatTheirSourceOwns) {
   auto const strip = data();
-  alignas(KESStripModelData) std::byte memory[sizeof(KESStripModelData)];
-  auto const& copy = *new (memory) KESStripModelData(*strip);
-  EXPECT_EQ(copy.img(0), strip->img(0));
-  EXPECT_EQ(copy.eop(), strip->eop());
-  EXPECT_EQ(copy.owner(), strip->owner());
-  EXPECT_EQ(&copy.camera(), &strip->camera());
-  EXPECT_EQ(copy.calib(1), strip->calib(1));
-  EXPECT_TRUE(copy.isDataLoaded());
-  EXPECT_EQ(copy.img(0)->parentStrip(), strip.get());
+  // Never destroyed: it shares the images and the orientation of its source.
+  static KESStripModelData* copy = nullptr;
+  copy = new KESStripModelData(*strip);
+  EXPECT_EQ(copy->img(0), strip->img(0));
+  EXPECT_EQ(copy->eop(), strip->eop());
+  EXPECT_EQ(copy->owner(), strip->owner());
+  EXPECT_EQ(&copy->camera(), &strip->camera());
+  EXPECT_EQ(copy->calib(1), strip->calib(1));
+  EXPECT_TRUE(copy->isDataLoaded());
+  EXPECT_EQ(copy->img(0)->parentStrip(), strip.get());
+  auto const other = data(false);
+  *copy = *other;
+  EXPECT_EQ(copy->img(1), other->img(1));
+  EXPECT_EQ(copy->eop(), other->eop());
+  EXPECT_FALSE(copy->isDataLoaded());
+  EXPECT_EQ(copy->img(1)->parentStrip(), other.get());
 }
 
 }  // namespace

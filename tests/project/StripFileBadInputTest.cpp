@@ -48,7 +48,7 @@ TEST_F(BadStripFile, DeepNestingIsRefused) {
   auto const nested = [](int levels) {
     std::string text;
     for (int i = 0; i < levels; ++i) {
-      text = "<a>" + text + "</a>";
+      text.insert(0, "<a>").append("</a>");
     }
     return text;
   };

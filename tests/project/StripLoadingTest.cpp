@@ -2,6 +2,7 @@
 
 #include <sensor/CalibrationGeometryKes.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -174,7 +175,7 @@ TEST_F(StripLoading, UnloadingLetsGoOfCameraAndOwner) {
 TEST_F(StripLoading, AfterUnloadingReadsAgainAndStaysWithoutOwner) {
   auto const strip = data();
   strip->unloadData();
-  mFolder.file("PANN00A.ctg", test::contents(mFolder / "PANN00A.ctg").substr(0, 8 * 40));
+  mFolder.file("PANN00A.ctg", test::contents(mFolder / "PANN00A.ctg").substr(0, 40 * sizeof(double)));
   strip->loadData(false, false);
   EXPECT_TRUE(strip->isDataLoaded());
   EXPECT_EQ(strip->owner(), nullptr);
