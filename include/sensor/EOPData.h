@@ -33,18 +33,23 @@ public:
   /// An empty store, then `read` unless the name is empty.
   explicit EOPData(std::string const& fileName = "", bool const& loadData = true, bool const& loadStdDevs = false);
 
-  /// Reads the header of a binary file and, with `loadData`, its records. Throws std::runtime_error
-  /// "failed to open EOP file: " + name (the old name stays);
+  /// Reads the header of a binary file and, with `loadData`, its records; records that are in memory already stay, so unload
+  /// them first. Throws std::runtime_error "failed to open EOP file: " + name (the old name stays);
   /// "error reading EOP parameter block " + reason, "version mismatch!!"; and what `loadData` throws.
   /// A file that is no orientation file has no records, and fails when they are loaded.
+  ///
+  /// The parameter block is taken as UTF-8, whatever encoding it declares; bytes that are no UTF-8 become U+FFFD. Sources in
+  /// ASCII are the ones that every program reads back unchanged.
   void read(std::string const& fileName, bool const& loadData, bool const& loadStdDevs);
 
   /// Reads the records, and with `loadStdDevs` the standard deviations, of the current file, unless they are there.
   /// Throws std::runtime_error "failed to open EOP file: " + name, "Unknown EOP version in file: " + name,
   /// "Header/data mismatch in EOP file: " + name (also for a header that promises no record),
-  /// "Header/std.dev. data mismatch in EOP file: " + name.
+  /// "Header/std.dev. data mismatch in EOP file: " + name. Of a file that is cut, the records before the cut stay in the
+  /// store, which doesn't count as loaded; of version 3 those of whole groups of eight.
   void loadData(bool const& loadStdDevs);
-  /// Frees the records and the standard deviations; header, count and times stay.
+  /// Frees the records if they were loaded and, if they were dealt with, the standard deviations and the marks of changed
+  /// records; header, count and times stay.
   void unloadData();
   bool isDataLoaded() const { return mDataLoaded; }
   /// Whether standard deviations were dealt with; also true of a file that has none.
@@ -52,6 +57,8 @@ public:
 
   /// Writes what is in memory; a non-empty name becomes the current file. Format 1 is the listing of `writeToASCII`, 3 the
   /// LOP file of `writeToLOP`, anything else a binary file of version 3. The old file stays until the new one is whole.
+  /// Standard deviations that weren't loaded aren't written: load them before writing over their own file. Characters of a
+  /// source that XML doesn't have become blanks.
   /// Throws std::runtime_error "failed to write EOP file: " + name, "error writing EOP header", and what the two throw.
   void write(std::string const& fileName, int const& format);
   /// A listing for people. Throws "failed to open EOP file: " + name, "failed to write EOP file: " + name.
@@ -100,7 +107,7 @@ public:
   /// Replaces record i; false when there is none.
   bool setEOP(int i, EOP const& eop);
   /// Adds corrections to position (metres) and angles (radians) of record i. False when there is none, or when it was corrected
-  /// or updated before: a record takes one change until the data are unloaded.
+  /// or updated before: a record takes one change, until data with standard deviations dealt with are unloaded.
   bool correctEOP(int i, float const& dx, float const& dy, float const& dz, float const& domega, float const& dphi,
                   float const& dkappa);
   /// Replaces position and attitude of record i, under the same condition.
@@ -125,21 +132,29 @@ private:
 
   // x, y, z, omega, phi, kappa.
   using StdDevs = std::array<float, 6>;
+  // Where the records and the standard deviations stand in a file.
+  struct Offsets {
+    std::int32_t data;
+    std::int32_t stdDevs;
+  };
 
   int readHeader(InputFile& file);
   int readHeaderOfVersion1(InputFile& file);
   int readHeaderWithBlock(InputFile& file);
   int parseXMLHeader(QByteArray const& block);
+  void loadRecords(InputFile& file);
   bool readRecords(InputFile& file);
   bool readStdDevs(InputFile& file);
   void makeSignsContinuous();
   void writeBinary();
-  void writeHeader(FileReplacement& file) const;
-  void updateHeader(std::int64_t headerSize);
+  Offsets offsetsBehind(std::string const& block) const;
+  static void writeHeader(FileReplacement& file, Offsets const& offsets, std::string const& block);
+  void updateHeader(Offsets const& offsets);
   std::string createXMLHeader() const;
   bool hasRecord(int i) const;
   bool takeChange(int i);
   int firstGuess(double t) const;
+  int stdDevsAt(double t, StdDevs& out) const;
   void extrapolate(EOP const& from, EOP const& to, EOP const& end, double span, double t, EOP& out) const;
 
   std::vector<EOP> mEops;

@@ -18,11 +18,7 @@ QString tooManyAttributes() {
 
 // Why the text must not reach the document model; empty when it may. What the stream reader can't follow to its end is
 // refused too: another parser might go on behind that place, and the limits would not have been looked at there.
-QString refusal(QByteArray const& text) {
-  if (hasTagOfMoreAttributes(text, maxAttributes)) {
-    return tooManyAttributes();
-  }
-  QXmlStreamReader reader(text);
+QString refusal(QXmlStreamReader& reader) {
   reader.setNamespaceProcessing(false);
   int depth = 0;
   while (!reader.atEnd()) {
@@ -47,12 +43,23 @@ QString refusal(QByteArray const& text) {
   return reader.errorString();
 }
 
+// `bytes` is the text as bytes, whatever form `text` has.
+template <class Text>
+bool parse(Text const& text, QByteArray const& bytes, QDomDocument& document, QString& error) {
+  document.clear();
+  QXmlStreamReader reader(text);
+  error = hasTagOfMoreAttributes(bytes, maxAttributes) ? tooManyAttributes() : refusal(reader);
+  return error.isEmpty() && document.setContent(text, &error);
+}
+
 }  // namespace
 
 bool parseXml(QByteArray const& text, QDomDocument& document, QString& error) {
-  document.clear();
-  error = refusal(text);
-  return error.isEmpty() && document.setContent(text, &error);
+  return parse(text, text, document, error);
+}
+
+bool parseXml(QString const& text, QDomDocument& document, QString& error) {
+  return parse(text, text.toUtf8(), document, error);
 }
 
 bool readXml(InputFile& file, QDomDocument& document, QString& error) {

@@ -19,6 +19,9 @@ inline constexpr std::int64_t maxProjectFileSize = std::int64_t{256} << 20;
 /// Gives false, and in `error` the reason or the parser's message, and leaves `document` empty, when the text is refused.
 bool parseXml(QByteArray const& text, QDomDocument& document, QString& error);
 
+/// The same for text that was decoded already: an encoding that it declares doesn't matter.
+bool parseXml(QString const& text, QDomDocument& document, QString& error);
+
 /// The same for an open file, which is refused when it is larger than a project file may be.
 bool readXml(InputFile& file, QDomDocument& document, QString& error);
 

@@ -27,6 +27,31 @@ void interpolate(EOP const& a, EOP const& b, double t, EOP& out) {
   out.gpsTime = t;
 }
 
+using StdDevs = std::array<float, 6>;
+
+void copyStdDevs(StdDevs const& from, float& x, float& y, float& z, float& omega, float& phi, float& kappa) {
+  x = from[0];
+  y = from[1];
+  z = from[2];
+  omega = from[3];
+  phi = from[4];
+  kappa = from[5];
+}
+
+// The way from `a` to `b` is measured in single precision; of a pair of equal times the first counts.
+float weightOfStdDevs(double a, double b, double t) {
+  auto const way = static_cast<double>(static_cast<float>(t - a));
+  return a == b ? 0.0F : static_cast<float>(way / (b - a));
+}
+
+StdDevs blend(StdDevs const& a, StdDevs const& b, float w) {
+  StdDevs between{};
+  for (std::size_t i = 0; i < between.size(); ++i) {
+    between[i] = a[i] + (b[i] - a[i]) * w;
+  }
+  return between;
+}
+
 // The next interval to look at for a time that lies in none of those before: back, forward, or behind a time that is
 // no number, where there is no order to follow, nowhere.
 int nextInterval(int i, EOP const& a, EOP const& b, double t) {
@@ -49,7 +74,7 @@ EOPData::EOPData(std::string const& fileName, bool const& loadData, bool const& 
 int EOPData::firstGuess(double t) const {
   int const n = static_cast<int>(mEops.size());
   int const i = truncated<std::int32_t>(mFrequency * (t - mStartTime));
-  return mStartTime <= t && t <= mEndTime && i >= n - 1 ? n - 2 : i;
+  return i >= n - 1 && mStartTime <= t && t <= mEndTime ? n - 2 : i;
 }
 
 int EOPData::atGPS(TimeQuantity<double> const& time, EOP& out) const {
@@ -113,19 +138,16 @@ int EOPData::atIndex(int i, EOP& out) const {
 
 int EOPData::stdDevAtGPS(TimeQuantity<double> const& time, float& x, float& y, float& z, float& omega, float& phi,
                          float& kappa) const {
-  double const t = time.value();
-  auto const give = [&](StdDevs const& s, int status) {
-    x = s[0];
-    y = s[1];
-    z = s[2];
-    omega = s[3];
-    phi = s[4];
-    kappa = s[5];
-    return status;
-  };
+  StdDevs deviations = mDefaultStdDevs;
+  int const result = stdDevsAt(time.value(), deviations);
+  copyStdDevs(deviations, x, y, z, omega, phi, kappa);
+  return result;
+}
+
+int EOPData::stdDevsAt(double t, StdDevs& out) const {
   int const n = static_cast<int>(mEops.size());
-  if (mStdDevs.empty() || mStdDevs.size() < mEops.size() || n == 0) {
-    return give(mDefaultStdDevs, notFound);
+  if (n == 0 || mStdDevs.size() < mEops.size()) {
+    return notFound;
   }
   int i = firstGuess(t);
   while (i >= 0 && i < n - 1) {
@@ -133,34 +155,24 @@ int EOPData::stdDevAtGPS(TimeQuantity<double> const& time, float& x, float& y, f
     EOP const& a = mEops[k];
     EOP const& b = mEops[k + 1];
     if (a.gpsTime <= t && t <= b.gpsTime) {
-      double const span = b.gpsTime - a.gpsTime;
-      auto const part = static_cast<double>(static_cast<float>(t - a.gpsTime));
-      float const w = span == 0.0 ? 0.0F : static_cast<float>(part / span);
-      StdDevs between{};
-      for (std::size_t j = 0; j < between.size(); ++j) {
-        between[j] = mStdDevs[k][j] + (mStdDevs[k + 1][j] - mStdDevs[k][j]) * w;
-      }
-      return give(between, found);
+      out = blend(mStdDevs[k], mStdDevs[k + 1], weightOfStdDevs(a.gpsTime, b.gpsTime, t));
+      return found;
     }
     i = nextInterval(i, a, b, t);
   }
   if (t < mStartTime) {
-    return give(mStdDevs.front(), found);
+    out = mStdDevs.front();
+    return found;
   }
   if (t > mEndTime || i == n - 1) {
-    return give(mStdDevs[static_cast<std::size_t>(n) - 1], found);
+    out = mStdDevs.back();
+    return found;
   }
-  return give(mDefaultStdDevs, notFound);
+  return notFound;
 }
 
 int EOPData::stdDevAtIndex(int i, float& x, float& y, float& z, float& omega, float& phi, float& kappa) const {
-  StdDevs const& s = mStdDevs[static_cast<std::size_t>(i)];
-  x = s[0];
-  y = s[1];
-  z = s[2];
-  omega = s[3];
-  phi = s[4];
-  kappa = s[5];
+  copyStdDevs(mStdDevs[static_cast<std::size_t>(i)], x, y, z, omega, phi, kappa);
   return found;
 }
 

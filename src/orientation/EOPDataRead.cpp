@@ -147,7 +147,7 @@ int EOPData::readHeaderWithBlock(InputFile& file) {
   mDataOffset = loadValue<std::int32_t>(&header[8]);
   mStdDevOffset = loadValue<std::int32_t>(header.data() + 12 + reserved);
   std::int64_t const length = loadValue<std::int32_t>(header.data() + 16 + reserved);
-  if (length < 0 || length > file.size() - size) {
+  if (length < 0 || length > std::min(file.size() - size, maxProjectFileSize)) {
     return 0;
   }
   QByteArray block(static_cast<QStringSize>(length), '\0');
@@ -162,7 +162,7 @@ int EOPData::parseXMLHeader(QByteArray const& block) {
   QDomDocument document;
   QString error;
   // Bytes that are no text become replacement characters, not an error: only the sources are free text.
-  if (!parseXml(QString::fromUtf8(block).toUtf8(), document, error)) {
+  if (!parseXml(QString::fromUtf8(block), document, error)) {
     throw std::runtime_error("error reading EOP parameter block " + error.toStdString());
   }
   QDomElement const root = document.documentElement();
@@ -198,18 +198,8 @@ void EOPData::loadData(bool const& loadStdDevs) {
     throw std::runtime_error("failed to open EOP file: " + mFileName);
   }
   if (!mDataLoaded) {
-    if (mEopVersion < EOP_VERSION_1 || mEopVersion > EOP_VERSION_3) {
-      throw std::runtime_error("Unknown EOP version in file: " + mFileName);
-    }
-    if (!readRecords(file)) {
-      throw std::runtime_error("Header/data mismatch in EOP file: " + mFileName);
-    }
-    mDataLoaded = true;
+    loadRecords(file);
   }
-  makeSignsContinuous();
-  mNumSets = static_cast<std::int32_t>(mEops.size());
-  mStartTime = mEops.front().gpsTime;
-  mEndTime = mEops.back().gpsTime;
   if (loadStdDevs && !mStdDevLoaded) {
     if (!readStdDevs(file)) {
       throw std::runtime_error("Header/std.dev. data mismatch in EOP file: " + mFileName);
@@ -217,6 +207,21 @@ void EOPData::loadData(bool const& loadStdDevs) {
     mStdDevLoaded = true;
   }
   recomputeFrequency();
+}
+
+void EOPData::loadRecords(InputFile& file) {
+  mEops.clear();
+  if (mEopVersion < EOP_VERSION_1 || mEopVersion > EOP_VERSION_3) {
+    throw std::runtime_error("Unknown EOP version in file: " + mFileName);
+  }
+  if (!readRecords(file)) {
+    throw std::runtime_error("Header/data mismatch in EOP file: " + mFileName);
+  }
+  mDataLoaded = true;
+  makeSignsContinuous();
+  mNumSets = static_cast<std::int32_t>(mEops.size());
+  mStartTime = mEops.front().gpsTime;
+  mEndTime = mEops.back().gpsTime;
 }
 
 bool EOPData::readRecords(InputFile& file) {
@@ -227,7 +232,6 @@ bool EOPData::readRecords(InputFile& file) {
   if (!old && count < promised) {
     count = count / groupSize * groupSize;
   }
-  mEops.clear();
   bool const read = readEntries(file, mDataOffset, count, size, old ? oldRecord : record, mEops);
   return read && promised > 0 && count == promised;
 }

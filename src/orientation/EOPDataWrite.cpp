@@ -8,9 +8,11 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <stdexcept>
+#include <vector>
 
 namespace sensor {
 
@@ -18,9 +20,15 @@ namespace {
 
 constexpr int formatASCII = 1;
 constexpr int formatLOP = 3;
-constexpr std::int64_t sizeOfRecord = 48;
-constexpr std::int64_t sizeOfStdDevs = 24;
 constexpr std::int64_t sizeOfFixedHeader = 20;
+constexpr std::size_t sizeOfStdDevs = 24;
+// Of a record in a binary file, and of one in a LOP file.
+constexpr std::size_t sizeOfRecord = 48;
+// Records, and characters of a listing, of one write.
+constexpr std::size_t blockSize = 8192;
+constexpr std::size_t textSize = 1 << 18;
+constexpr int metreDecimals = 4;
+constexpr int angleDecimals = 7;
 
 struct Angles {
   float omega = 0.0F;
@@ -39,25 +47,81 @@ std::string shortText(float value) {
   return QString::number(static_cast<double>(value), 'g', 6).toStdString();
 }
 
+// The text of an attribute from which a parser gets `value` back. White space but the blank has to be told by its number,
+// or it comes back as blanks; what XML has no way to tell becomes a blank.
+QString escaped(std::string const& value) {
+  QString result;
+  for (QChar const c : fromUtf8(value).toHtmlEscaped()) {
+    bool const special = c < QChar(u' ') || c >= QChar(0xFFFE);
+    if (c == QChar(u'\t') || c == QChar(u'\n') || c == QChar(u'\r')) {
+      result += QStringLiteral("&#%1;").arg(c.unicode());
+    } else {
+      result += special ? QChar(u' ') : c;
+    }
+  }
+  return result;
+}
+
 std::string attribute(char const* name, std::string const& value) {
-  return std::string(" ") + name + "=\"" + fromUtf8(value).toHtmlEscaped().toStdString() + "\"";
+  return std::string(" ") + name + "=\"" + escaped(value).toStdString() + "\"";
 }
 
 std::string emptyElement(char const* name, std::string const& attributes) {
   return std::string("<") + name + attributes + " />\n";
 }
 
-void writeRecord(FileReplacement& file, EOP const& eop) {
+void encodeRecord(EOP const& eop, char* to) {
   Angles const angles = anglesOf(eop);
-  std::array<char, sizeOfRecord> bytes{};
-  char* end = bytes.data();
   for (double const value : {eop.gpsTime, eop.x, eop.y, eop.z}) {
-    end = storeValue(end, value);
+    to = storeValue(to, value);
   }
   for (float const value : {angles.omega, angles.phi, angles.kappa, eop.status}) {
-    end = storeValue(end, value);
+    to = storeValue(to, value);
   }
-  file.write(bytes.data(), sizeOfRecord);
+}
+
+void encodeLopRecord(EOP const& eop, char* to) {
+  Angles const angles = anglesOf(eop);
+  for (double const value : {eop.x, eop.y, eop.z}) {
+    to = storeValue(to, value);
+  }
+  for (float const value : {angles.omega, angles.phi, angles.kappa}) {
+    to = storeValue(to, static_cast<double>(value));
+  }
+}
+
+// Adds the records to the file, some thousands at once.
+void writeRecords(FileReplacement& file, std::vector<EOP> const& eops, void (*encode)(EOP const&, char*)) {
+  std::vector<char> bytes(std::min(eops.size(), blockSize) * sizeOfRecord);
+  for (std::size_t done = 0; done < eops.size(); done += blockSize) {
+    std::size_t const count = std::min(blockSize, eops.size() - done);
+    for (std::size_t i = 0; i < count; ++i) {
+      encode(eops[done + i], bytes.data() + i * sizeOfRecord);
+    }
+    file.write(bytes.data(), static_cast<std::int64_t>(count * sizeOfRecord));
+  }
+}
+
+// A field of a listing, with the blanks behind it.
+void appendField(std::string& text, double value, int decimals) {
+  appendFixed(text, value, decimals);
+  text += "  ";
+}
+
+// A line of a listing; `deviations` is null where there are none.
+void appendLine(std::string& text, EOP const& eop, std::array<float, 6> const* deviations) {
+  Angles const angles = anglesOf(eop);
+  for (double const value : {eop.gpsTime, eop.x, eop.y, eop.z}) {
+    appendField(text, value, metreDecimals);
+  }
+  for (float const value : {angles.omega, angles.phi, angles.kappa}) {
+    appendField(text, static_cast<double>(value), angleDecimals);
+  }
+  for (std::size_t i = 0; deviations != nullptr && i < deviations->size(); ++i) {
+    appendField(text, static_cast<double>((*deviations)[i]), i < 3 ? metreDecimals : angleDecimals);
+  }
+  appendFixed(text, static_cast<double>(eop.status), 0);
+  text += '\n';
 }
 
 }  // namespace
@@ -83,38 +147,42 @@ void EOPData::writeBinary() {
   if (!file.isOpen()) {
     throw std::runtime_error("failed to write EOP file: " + mFileName);
   }
-  std::int64_t const headerSize = sizeOfFixedHeader + static_cast<std::int64_t>(createXMLHeader().size()) + 1;
-  updateHeader(headerSize);
-  writeHeader(file);
-  for (EOP const& eop : mEops) {
-    writeRecord(file, eop);
-  }
+  std::string const block = createXMLHeader();
+  Offsets const offsets = offsetsBehind(block);
+  writeHeader(file, offsets, block);
+  writeRecords(file, mEops, encodeRecord);
   if (hasStdDevs()) {
-    file.write(mStdDevs.data(), static_cast<std::int64_t>(mStdDevs.size()) * sizeOfStdDevs);
+    file.write(mStdDevs.data(), static_cast<std::int64_t>(mStdDevs.size() * sizeOfStdDevs));
   }
   if (!file.commit()) {
     throw std::runtime_error("failed to write EOP file: " + mFileName);
   }
+  updateHeader(offsets);
+}
+
+// The records stand directly behind the header, the standard deviations directly behind the records.
+EOPData::Offsets EOPData::offsetsBehind(std::string const& block) const {
+  auto const data = sizeOfFixedHeader + static_cast<std::int64_t>(block.size()) + 1;
+  auto const stdDevs = hasStdDevs() ? data + static_cast<std::int64_t>(mEops.size() * sizeOfRecord) : 0;
+  if (std::max(data, stdDevs) > std::numeric_limits<std::int32_t>::max()) {
+    throw std::runtime_error("failed to write EOP file: " + mFileName);
+  }
+  return {static_cast<std::int32_t>(data), static_cast<std::int32_t>(stdDevs)};
+}
+
+// Only now is the new file there: until here the header of the old one holds.
+void EOPData::updateHeader(Offsets const& offsets) {
+  mDataOffset = offsets.data;
+  mStdDevOffset = offsets.stdDevs;
   mHeaderNumSets = static_cast<std::int32_t>(mEops.size());
   mEopVersion = EOP_VERSION_3;
 }
 
-// The records stand directly behind the header, the standard deviations directly behind the records.
-void EOPData::updateHeader(std::int64_t headerSize) {
-  std::int64_t const stdDevOffset = headerSize + static_cast<std::int64_t>(mEops.size()) * sizeOfRecord;
-  if (stdDevOffset > std::numeric_limits<std::int32_t>::max()) {
-    throw std::runtime_error("failed to write EOP file: " + mFileName);
-  }
-  mDataOffset = static_cast<std::int32_t>(headerSize);
-  mStdDevOffset = hasStdDevs() ? static_cast<std::int32_t>(stdDevOffset) : 0;
-}
-
-void EOPData::writeHeader(FileReplacement& file) const {
-  std::string const block = createXMLHeader();
+void EOPData::writeHeader(FileReplacement& file, Offsets const& offsets, std::string const& block) {
   std::array<char, sizeOfFixedHeader> fixed{'E', 'O', 'P', '_'};
   char* end = fixed.data() + 4;
   for (std::int32_t const value :
-       {EOP_VERSION_3, mDataOffset, mStdDevOffset, static_cast<std::int32_t>(block.size() + 1)}) {
+       {EOP_VERSION_3, offsets.data, offsets.stdDevs, static_cast<std::int32_t>(block.size() + 1)}) {
     end = storeValue(end, value);
   }
   file.write(fixed.data(), sizeOfFixedHeader);
@@ -151,16 +219,7 @@ void EOPData::writeToLOP(std::string const& fileName) const {
   if (!file.isOpen()) {
     throw std::runtime_error("failed to open LOP file: " + fileName);
   }
-  for (EOP const& eop : mEops) {
-    Angles const angles = anglesOf(eop);
-    std::array<double, 6> const values{eop.x,
-                                       eop.y,
-                                       eop.z,
-                                       static_cast<double>(angles.omega),
-                                       static_cast<double>(angles.phi),
-                                       static_cast<double>(angles.kappa)};
-    file.write(values.data(), sizeof values);
-  }
+  writeRecords(file, mEops, encodeLopRecord);
   if (!file.commit()) {
     throw std::runtime_error("failed to write EOP file: " + fileName);
   }
@@ -171,24 +230,17 @@ void EOPData::writeToASCII(std::string const& fileName) const {
   if (!file.isOpen()) {
     throw std::runtime_error("failed to open EOP file: " + fileName);
   }
-  file.write("Anchor Point [rad/m]\nlatitude:  " + fixedText(mAnchorPoint.y, 10) +
-             "\nlongitude: " + fixedText(mAnchorPoint.x, 10) + "\nheight:    " + fixedText(mAnchorPoint.z, 4) + "\n\n");
+  std::string text = "Anchor Point [rad/m]\nlatitude:  " + fixedText(mAnchorPoint.y, 10) +
+                     "\nlongitude: " + fixedText(mAnchorPoint.x, 10) + "\nheight:    " + fixedText(mAnchorPoint.z, 4) +
+                     "\n\n";
   for (std::size_t i = 0; i < mEops.size(); ++i) {
-    EOP const& eop = mEops[i];
-    Angles const angles = anglesOf(eop);
-    std::string line;
-    auto const add = [&](double value, int decimals) { line += fixedText(value, decimals) + "  "; };
-    for (double const value : {eop.gpsTime, eop.x, eop.y, eop.z}) {
-      add(value, 4);
+    appendLine(text, mEops[i], mStdDevLoaded && i < mStdDevs.size() ? &mStdDevs[i] : nullptr);
+    if (text.size() > textSize) {
+      file.write(text);
+      text.clear();
     }
-    for (float const value : {angles.omega, angles.phi, angles.kappa}) {
-      add(static_cast<double>(value), 7);
-    }
-    for (std::size_t j = 0; mStdDevLoaded && i < mStdDevs.size() && j < mStdDevs[i].size(); ++j) {
-      add(static_cast<double>(mStdDevs[i][j]), j < 3 ? 4 : 7);
-    }
-    file.write(line + fixedText(static_cast<double>(eop.status), 0) + "\n");
   }
+  file.write(text);
   if (!file.commit()) {
     throw std::runtime_error("failed to write EOP file: " + fileName);
   }

@@ -1,12 +1,11 @@
+#include "EopStore.h"
 #include "orientation/Attitude.h"
-#include "support/Matchers.h"
-
-#include <sensor/EOPData.h>
 
 namespace {
 
 using sensor::EOP;
 using sensor::EOPData;
+using test::recordOf;
 using test::SameBits;
 
 EOP eopAt(double time, double x) {
@@ -27,12 +26,6 @@ EOPData twoRecords() {
   return eop;
 }
 
-EOP record(EOPData const& eop, int i) {
-  EOP out;
-  EXPECT_EQ(eop.atIndex(i, out), 0);
-  return out;
-}
-
 TEST(EOPDataChange, AddingMovesTheEndAndNothingElse) {
   EOPData eop = twoRecords();
   EXPECT_EQ(eop.numSets(), 2);
@@ -51,16 +44,17 @@ TEST(EOPDataChange, FrequencyNeedsTwoRecords) {
 TEST(EOPDataChange, RecordIsReplaced) {
   EOPData eop = twoRecords();
   EXPECT_TRUE(eop.setEOP(1, eopAt(9.0, 7.0)));
-  EXPECT_EQ(record(eop, 1).x, 7.0);
+  EXPECT_EQ(recordOf(eop, 1).x, 7.0);
   EXPECT_FALSE(eop.setEOP(2, EOP()));
   EXPECT_FALSE(eop.setEOP(-1, EOP()));
 }
 
 TEST(EOPDataChange, CorrectionIsAddedToPositionAndAngles) {
   EOPData eop = twoRecords();
-  EXPECT_TRUE(eop.correctEOP(1, 0.5F, 0.25F, -0.125F, 0.01F, 0.02F, 0.03F));
-  EOP const out = record(eop, 1);
-  EXPECT_EQ(out.x, 2.5);
+  EOP const before = recordOf(eop, 1);
+  EXPECT_TRUE(eop.correctEOP(1, 0.1F, 0.25F, -0.125F, 0.01F, 0.02F, 0.03F));
+  EOP const out = recordOf(eop, 1);
+  EXPECT_EQ(out.x, 2.0 + static_cast<double>(0.1F));
   EXPECT_EQ(out.y, 20.25);
   EXPECT_EQ(out.z, 199.875);
   EXPECT_EQ(out.gpsTime, 5.25);
@@ -68,10 +62,25 @@ TEST(EOPDataChange, CorrectionIsAddedToPositionAndAngles) {
   float omega = 0;
   float phi = 0;
   float kappa = 0;
-  sensor::quaternionToOpk(out, omega, phi, kappa);
-  EXPECT_NEAR(omega, 0.11F, 3e-7F);
-  EXPECT_NEAR(phi, 0.22F, 3e-7F);
-  EXPECT_NEAR(kappa, 0.33F, 3e-7F);
+  sensor::quaternionToOpk(before, omega, phi, kappa);
+  auto const sum = [](float a, float b) { return static_cast<float>(static_cast<double>(a) + static_cast<double>(b)); };
+  EOP expected;
+  sensor::opkToQuaternion(sum(0.01F, omega), sum(0.02F, phi), sum(0.03F, kappa), expected);
+  test::expectSameAttitude(out, expected);
+  EXPECT_NEAR(omega, 0.1F, 3e-7F);
+  EXPECT_NEAR(phi, 0.2F, 3e-7F);
+  EXPECT_NEAR(kappa, 0.3F, 3e-7F);
+}
+
+// Kappa of this record turns on from 3.0 over half a turn: the new angles give the sign that they give.
+TEST(EOPDataChange, ChangeLeavesTheSignsOfItsNeighboursAlone) {
+  EOPData eop;
+  EOP record;
+  sensor::opkToQuaternion(0.0F, 0.0F, 3.0F, record);
+  eop.addEOP(record);
+  eop.addEOP(record);
+  EXPECT_TRUE(eop.updateEOP(1, 0.0, 0.0, 0.0, 0.0F, 0.0F, -3.0F));
+  EXPECT_LT(sensor::dotProduct(recordOf(eop, 0), recordOf(eop, 1)), 0.0F);
 }
 
 TEST(EOPDataChange, RecordTakesOneCorrection) {
@@ -79,7 +88,8 @@ TEST(EOPDataChange, RecordTakesOneCorrection) {
   EXPECT_TRUE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
   EXPECT_FALSE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
   EXPECT_FALSE(eop.updateEOP(0, 9.0, 9.0, 9.0, 0, 0, 0));
-  EXPECT_EQ(record(eop, 0).x, 2.0);
+  EXPECT_FALSE(eop.updateEOP(2, 9.0, 9.0, 9.0, 0, 0, 0));
+  EXPECT_EQ(recordOf(eop, 0).x, 2.0);
   EXPECT_TRUE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
   EXPECT_FALSE(eop.correctEOP(2, 1, 0, 0, 0, 0, 0));
   EXPECT_FALSE(eop.correctEOP(-1, 1, 0, 0, 0, 0, 0));
@@ -90,7 +100,7 @@ TEST(EOPDataChange, UpdateReplacesPositionAndAttitude) {
   EXPECT_TRUE(eop.updateEOP(0, 7.0, 8.0, 9.0, 0.4F, 0.5F, 0.6F));
   EOP expected = eopAt(5.0, 1.0);
   sensor::opkToQuaternion(0.4F, 0.5F, 0.6F, expected);
-  EOP const out = record(eop, 0);
+  EOP const out = recordOf(eop, 0);
   EXPECT_EQ(out.x, 7.0);
   EXPECT_EQ(out.y, 8.0);
   EXPECT_EQ(out.z, 9.0);
@@ -102,32 +112,40 @@ TEST(EOPDataChange, UpdateReplacesPositionAndAttitude) {
   EXPECT_EQ(out.status, 3.0F);
 }
 
-TEST(EOPDataChange, SettingStandardDeviationsFillsTheTableWithDefaults) {
+TEST(EOPDataChange, RecordThatWasUpdatedTakesNoMore) {
   EOPData eop = twoRecords();
-  EXPECT_FALSE(eop.hasStdDevs());
-  EXPECT_TRUE(eop.setStdDevs(1, 1, 2, 3, 4, 5, 6));
-  EXPECT_TRUE(eop.hasStdDevs());
-  float v[6];
-  eop.stdDevAtIndex(0, v[0], v[1], v[2], v[3], v[4], v[5]);
-  EXPECT_EQ(v[0], 0.05F);
-  EXPECT_EQ(v[5], 1e-5F);
-  eop.stdDevAtIndex(1, v[0], v[1], v[2], v[3], v[4], v[5]);
-  EXPECT_EQ(v[1], 2.0F);
-  EXPECT_FALSE(eop.setStdDevs(2, 1, 2, 3, 4, 5, 6));
+  EXPECT_TRUE(eop.updateEOP(1, 7.0, 8.0, 9.0, 0, 0, 0));
+  EXPECT_FALSE(eop.updateEOP(1, 1.0, 1.0, 1.0, 0, 0, 0));
+  EXPECT_FALSE(eop.correctEOP(1, 1, 1, 1, 0, 0, 0));
+  EXPECT_EQ(recordOf(eop, 1).x, 7.0);
 }
 
-TEST(EOPDataChange, EmptyStoreHasStandardDeviationsForAllItsRecords) {
-  EXPECT_TRUE(EOPData().hasStdDevs());
+TEST(EOPDataChange, RecordAddedAfterAChangeMayBeChanged) {
+  EOPData eop = twoRecords();
+  EXPECT_TRUE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
+  eop.addEOP(eopAt(5.5, 3.0));
+  EXPECT_TRUE(eop.correctEOP(2, 1, 0, 0, 0, 0, 0));
+  EXPECT_FALSE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
 }
 
 TEST(EOPDataChange, CopyIsAValueOfItsOwn) {
-  EOPData const source = twoRecords();
+  EOPData source = twoRecords();
+  source.setPOSSource("source");
+  source.setStdDevs(0, 1, 2, 3, 4, 5, 6);
+  source.correctEOP(0, 1, 0, 0, 0, 0, 0);
   EOPData copy = source;
+  EXPECT_EQ(copy.numSets(), 2);
+  EXPECT_EQ(copy.posSource(), "source");
+  EXPECT_EQ(test::deviationsOf(copy, 0), (std::array<float, 6>{1, 2, 3, 4, 5, 6}));
+  EXPECT_FALSE(copy.correctEOP(0, 1, 0, 0, 0, 0, 0));
   copy.setEOP(0, eopAt(1.0, 99.0));
   copy.setPOSSource("other");
-  EXPECT_EQ(record(source, 0).x, 1.0);
-  EXPECT_EQ(source.posSource(), "");
-  EXPECT_EQ(copy.numSets(), 2);
+  copy.setStdDevs(0, 9, 9, 9, 9, 9, 9);
+  EXPECT_EQ(recordOf(source, 0).x, 2.0);
+  EXPECT_EQ(source.posSource(), "source");
+  EXPECT_EQ(test::deviationsOf(source, 0)[0], 1.0F);
+  copy = source;
+  EXPECT_EQ(recordOf(copy, 0).x, 2.0);
 }
 
 TEST(EOPDataChange, DescriptionsAreKept) {
