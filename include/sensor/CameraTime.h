@@ -27,8 +27,10 @@ public:
 
   /// Reads the CTG file, and the CTGL file if there is one; what was read before is dropped. Throws std::runtime_error and
   /// leaves the object as it was:
-  /// - "failed to open CTG file: " + name; "failed to read CTG file: " + name, also when it holds no line;
-  /// - "Failed to open CTGL file: " + name; "failed to read CTGL file: " + name, also when it is empty;
+  /// - "failed to open CTG file: " + name; "failed to read CTG file: " + name, also when it holds no line, or more lines than
+  ///   an int can count;
+  /// - "Failed to open CTGL file: " + name; "failed to read CTGL file: " + name, also when it is empty, or has a time that
+  ///   is no number;
   /// - "Incorrect size on CTGL file. Size = " + size + ", not divisible by 16, on file " + CTG name.
   void loadData();
 
@@ -44,7 +46,8 @@ public:
 
   /// Fractional line of a GPS time. At a uniform rate the table's first time and the mean rate alone decide; where
   /// the rate changes, the estimate from the governing change is refined on the table until its time is met to 0.1 ms,
-  /// at most ten times. Outside the table the line is extrapolated.
+  /// at most ten times, and comes back as it is then. A time in front of the table, or an estimate in front of line 0, isn't
+  /// refined.
   float line(TimeQuantity<double> const& t) const;
 
   /// Time from a fractional line to the next. Behind a change the new rate holds; over the one line in front of it the cycle

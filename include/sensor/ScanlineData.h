@@ -39,7 +39,7 @@ public:
   /// Values are rounded to the stored type. Throws std::runtime_error "Can't open file for writing: " + name, and then
   /// neither the old file nor `fileName` has changed.
   virtual void write(std::string const& fileName);
-  /// Reads `fileName`. Throws std::runtime_error
+  /// Adds the records of `fileName` to the table; an empty file leaves it as it is. Throws std::runtime_error
   /// "Can't open file: " + name, "File size is no multiple of the data size, in: " + name,
   /// "Failed to read file: " + name (the table is empty then).
   virtual void read();

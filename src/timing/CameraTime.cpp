@@ -12,6 +12,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -21,6 +22,8 @@ namespace {
 
 constexpr std::int64_t timeSize = 8;
 constexpr std::int64_t entrySize = 16;
+// A line has its number in an int.
+constexpr std::int64_t maxLines = std::numeric_limits<std::int32_t>::max();
 constexpr double microsecond = 1e-6;
 
 // The line is searched until its time is met to a tenth of a millisecond, as single precision has that number.
@@ -39,8 +42,11 @@ std::vector<double> readTimes(std::string const& fileName) {
     fail("failed to open CTG file: ", fileName);
   }
   std::int64_t const count = file.size() / timeSize;
+  if (count == 0 || count > maxLines) {
+    fail("failed to read CTG file: ", fileName);
+  }
   std::vector<double> times(static_cast<std::size_t>(count));
-  if (count == 0 || !file.read(0, times.data(), count * timeSize)) {
+  if (!file.read(0, times.data(), count * timeSize)) {
     fail("failed to read CTG file: ", fileName);
   }
   return times;
@@ -64,13 +70,13 @@ Entries readEntries(std::string const& fileName, std::string const& ctgFileName)
              ", on file ",
          ctgFileName);
   }
-  std::vector<char> bytes(static_cast<std::size_t>(file.size()));
-  if (bytes.empty() || !file.read(0, bytes.data(), file.size())) {
+  auto const bytes = file.readAll();
+  if (!bytes || bytes->isEmpty()) {
     fail("failed to read CTGL file: ", fileName);
   }
   Entries entries;
-  for (std::size_t at = 0; at < bytes.size(); at += entrySize) {
-    CtglEntry const entry = entryAt(bytes.data() + at);
+  for (char const* record = bytes->cbegin(); record != bytes->cend(); record += entrySize) {
+    CtglEntry const entry = entryAt(record);
     // A time that is no number has no place in an order.
     if (std::isnan(entry.time)) {
       fail("failed to read CTGL file: ", fileName);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -24,9 +25,10 @@ template <>
 constexpr float absentValue<unsigned int> = -1.0F;
 
 constexpr double singleEpsilon = 1.1920929e-07;
+constexpr std::uint64_t maxLine = std::numeric_limits<std::uint32_t>::max();
 
 template <class Stored>
-constexpr std::size_t recordSize = sizeof(std::uint32_t) + sizeof(Stored);
+constexpr std::int64_t recordSize = sizeof(std::uint32_t) + sizeof(Stored);
 
 bool lessValue(std::pair<std::uint32_t const, float> const& a, std::pair<std::uint32_t const, float> const& b) {
   return a.second < b.second;
@@ -56,9 +58,9 @@ float ScanlineData<Value, Stored>::at(float line) const {
   if (mValues.size() == 1 || !(line > static_cast<float>(first->first))) {
     return first->second;
   }
-  // The smallest whole line that isn't below the line.
-  auto const k = truncated<std::uint32_t>(static_cast<double>(line) + 1.0 - singleEpsilon);
-  auto const b = mValues.lower_bound(k);
+  // The smallest whole line that isn't below the line. It may be above every line that a table can have.
+  auto const k = truncated<std::uint64_t>(static_cast<double>(line) + 1.0 - singleEpsilon);
+  auto const b = k > maxLine ? mValues.end() : mValues.lower_bound(static_cast<std::uint32_t>(k));
   if (b == mValues.end()) {
     return std::prev(b)->second;
   }
@@ -113,25 +115,24 @@ void ScanlineData<Value, Stored>::read() {
   if (!file.isOpen()) {
     throw std::runtime_error("Can't open file: " + mFileName);
   }
-  auto const size = static_cast<std::size_t>(file.size());
-  if (size % recordSize<Stored> != 0) {
+  if (file.size() % recordSize<Stored> != 0) {
     throw std::runtime_error("File size is no multiple of the data size, in: " + mFileName);
   }
-  std::vector<char> bytes(size);
-  if (!file.read(0, bytes.data(), file.size())) {
+  auto const bytes = file.readAll();
+  if (!bytes) {
     mValues.clear();
     throw std::runtime_error("Failed to read file: " + mFileName);
   }
   std::uint32_t previous = 0;
   Value value = 0;
-  for (std::size_t at = 0; at < size; at += recordSize<Stored>) {
-    auto const line = loadValue<std::uint32_t>(&bytes[at]);
+  for (char const* record = bytes->cbegin(); record != bytes->cend(); record += recordSize<Stored>) {
+    auto const line = loadValue<std::uint32_t>(record);
     // The old value holds up to the line in front of the change.
-    if (at > 0 && line > 0 && line - 1 > previous) {
+    if (record != bytes->cbegin() && line > 0 && line - 1 > previous) {
       mValues[line - 1] = value;
     }
     previous = line;
-    value = static_cast<Value>(static_cast<double>(loadValue<Stored>(&bytes[at + sizeof line])) * mScale);
+    value = static_cast<Value>(static_cast<double>(loadValue<Stored>(record + sizeof line)) * mScale);
     mValues[line] = value;
   }
 }
