@@ -141,14 +141,11 @@ private:
   // Computes scales and azimuth after it has loaded a strip's data by itself.
   friend class BlockModelData;
 
-  struct Band;
-
   void build(std::string const& fileName, bool loadData, bool useOriginalEOP, bool loadStdDevs);
   void initialize(bool load);
   void computeImageScales();
   float imageScale(int band) const;
   void calculateAzimuth();
-  Band bandOf(int band) const;
   void requireSelf(SensorModelBase const& other) const;
 
   KESStripModelData* mData = nullptr;

@@ -66,13 +66,6 @@ void KESStripModel::initialize(bool load) {
   }
 }
 
-KESStripModel::Band KESStripModel::bandOf(int band) const {
-  KESImage const& image = *mData->img(band);
-  CalibrationGeometryKes const* const calibration = mData->calib(band);
-  return {image,         *image.cameraTime(), *image.tdiData(),           *image.integrationTime(),
-          *mData->eop(), calibration,         calibration->focalLength(), calibration->pixelSize()};
-}
-
 void KESStripModel::computeImageScales() {
   for (int band = 0; band < numBands(); ++band) {
     mData->img(band)->setScale(imageScale(band));
@@ -81,10 +74,10 @@ void KESStripModel::computeImageScales() {
 
 // From the ground positions of the image's corners at the mean terrain height.
 float KESStripModel::imageScale(int band) const {
-  Band const b = bandOf(band);
+  KESImage const& image = *mData->img(band);
   float const height = mData->meanTerrainHeight();
-  auto const lastSample = static_cast<float>(truncated<std::int32_t>(static_cast<float>(b.image.numSamples()) - 1.0F));
-  float const lastLine = static_cast<float>(b.time.size()) - 1.0F;
+  auto const lastSample = static_cast<float>(truncated<std::int32_t>(static_cast<float>(image.numSamples()) - 1.0F));
+  float const lastLine = static_cast<float>(image.cameraTime()->size()) - 1.0F;
   auto const corner = [&](float sample, float line) {
     geo::XYZPoint ground;
     imageToLsr({static_cast<double>(sample), static_cast<double>(line)}, height, band, ground);
@@ -100,6 +93,9 @@ float KESStripModel::imageScale(int band) const {
 }
 
 void KESStripModel::calculateAzimuth() {
+  if (numBands() == 0) {
+    return;
+  }
   CameraTime const& time = *mData->img(0)->cameraTime();
   EOP first = unknownOrientation();
   EOP last = unknownOrientation();
@@ -137,11 +133,11 @@ void KESStripModel::imageToFocal(geo::XYPoint const& image, int band, geo::XYPoi
 }
 
 void KESStripModel::computeOrientation(float line, int band, EOP& eop, float& lineCorrection) const {
-  bandOf(band).orientationOf(line, eop, lineCorrection);
+  LineOrientation(*mData->img(band), *mData->eop()).computeOrientation(line, eop, lineCorrection);
 }
 
 void KESStripModel::computeOrientation(float line, int band, float tdi, EOP& eop, float& lineCorrection) const {
-  bandOf(band).orientationOf(line, tdi, eop, lineCorrection);
+  LineOrientation(*mData->img(band), *mData->eop()).computeOrientation(line, tdi, eop, lineCorrection);
 }
 
 void KESStripModel::applyLineCorrection(bool add, geo::XYPoint const& focal, float lineCorrection,
@@ -151,24 +147,12 @@ void KESStripModel::applyLineCorrection(bool add, geo::XYPoint const& focal, flo
 }
 
 void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band, geo::XYZPoint& ground) const {
-  Band const b = bandOf(band);
-  geo::XYPoint focal;
-  b.calibration->imageToFocal(image, b.offset(), focal);
-  EOP eop = unknownOrientation();
-  float lineCorrection = 0.0F;
-  b.orientationOf(static_cast<float>(image.y), eop, lineCorrection);
-  b.project(focal, eop, lineCorrection, height, ground);
+  StripBand(*mData, band).imageToLsr(image, height, ground);
 }
 
 void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band, float tdi,
                                geo::XYZPoint& ground) const {
-  Band const b = bandOf(band);
-  geo::XYPoint focal;
-  b.calibration->imageToFocal(image, b.offset(), focal);
-  EOP eop = unknownOrientation();
-  float lineCorrection = 0.0F;
-  b.orientationOf(static_cast<float>(image.y), tdi, eop, lineCorrection);
-  b.project(focal, eop, lineCorrection, height, ground);
+  StripBand(*mData, band).imageToLsr(image, height, ground, tdi);
 }
 
 void KESStripModel::imageToL0(geo::XYPoint const& image, int /*band*/, geo::XYPoint& l0) const {
