@@ -3,8 +3,6 @@
 #include <QString>
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 namespace {
 
 using sensor::hasTagOfMoreAttributes;
@@ -74,12 +72,11 @@ TEST(XmlMarkup, TextThatEndsAnywhereIsReadToItsEnd) {
   }
 }
 
-TEST(XmlMarkup, TakesTimeInProportionToTheText) {
+// What compared each attribute with each other one would be at it for tens of minutes.
+TEST(XmlMarkup, TagOfMillionsOfAttributesIsCountedInOnePass) {
   QByteArray const text = "<a" + attributes(2000000) + "/>" + QByteArray(4000000, '<');
-  auto const start = std::chrono::steady_clock::now();
   EXPECT_FALSE(hasTagOfMoreAttributes(text, 2000000));
-  // Some hundredths of a second, and tens of minutes if it compared each attribute with each.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_TRUE(hasTagOfMoreAttributes(text, 1999999));
 }
 
 }  // namespace

@@ -1,30 +1,9 @@
+#include "AllocationCount.h"
 #include "SmallModel.h"
 #include "support/Bytes.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
+#include <memory>
 #include <vector>
-
-namespace {
-std::atomic<long> allocations{0};
-}
-
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -34,9 +13,9 @@ class Allocation : public test::SmallModel {
 protected:
   template <class Projection>
   static long during(Projection projection) {
-    long const before = allocations;
+    long const before = test::allocationCount();
     projection();
-    return allocations - before;
+    return test::allocationCount() - before;
   }
 };
 

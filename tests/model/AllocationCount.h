@@ -1,0 +1,9 @@
+#pragma once
+
+namespace test {
+
+/// How often this process has asked for memory with `new`. The operators that count stand in a source of their own: a compiler
+/// that could see into them would rightly wonder at the pairs of `new` and `free`.
+long allocationCount();
+
+}  // namespace test
