@@ -1,0 +1,80 @@
+#pragma once
+
+#include <dsm/ProjectedElevationSource.h>
+#include <geo/XYPoint.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace dsm {
+
+/// An elevation model: the heights in the cells of the first band of a raster, any that GDAL reads, of any size and in
+/// any coordinate reference system with a horizontal part, projected or geographic.
+///
+/// Place. x is the easting or longitude and y the northing or latitude, in the units of the raster's own system, and
+/// the raster may lie turned or sheared. In a geographic system a longitude that is a full turn away from the raster's
+/// counts as the one within it, and a raster all around the globe has no seam.
+///
+/// Heights are those of the raster's system, in the unit of its vertical axis: above the datum of its vertical part or,
+/// without one, above its ellipsoid in metres. `geo::coordSys::transform` from `coordSystem()` leads to any other.
+/// The band's scale and offset are applied first. Then a band that names its unit of length ("m", "ft", "US survey foot"
+/// and whatever else PROJ knows) is converted from it; a band that names none is in the unit of the vertical axis.
+///
+/// Surface. A height is interpolated bilinearly between the centres of the four cells around a position. A cell has no
+/// height where the band's mask or no-data value says so, or where its value is NaN or infinite. The surface is made of
+/// all the cells that have a height, whole to their edges: where the cell around a position has none, there is no
+/// height; where some of the other three have none, or lie outside the raster, those that have one share their weights
+/// in proportion. So nothing is lost along the outer half of a border cell, nothing is made up beyond it, and the
+/// surface is continuous, as it is in GDAL's bilinear warping. A position counts as on an edge, which belongs to the
+/// cells on both sides, up to a millionth of a cell away. Heights are good to a unit in the last place of a float.
+///
+/// Memory. Cells are read as they are needed, in square tiles, and those used last are kept: as many as `cacheSize`
+/// holds, one at the least, and for each thread another eight of those it met last, 67 KB each, until it ends or needs
+/// the room. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
+///
+/// Threads may share a source. Each sees the same heights to the bit, and those in tiles that a thread met last cost
+/// neither a lock nor an allocation.
+class KESPLATFORM_EXPORT RasterElevationSource final : public ProjectedElevationSource {
+public:
+  /// Least and greatest x and y of the raster's corners, in the horizontal unit of `coordSystem()`.
+  struct Bounds {
+    geo::XYPoint minimum;
+    geo::XYPoint maximum;
+  };
+  /// Heights in the vertical unit of `coordSystem()`.
+  struct HeightRange {
+    float lowest;
+    float highest;
+  };
+
+  /// 256 MiB.
+  static constexpr std::size_t DEFAULT_CACHE_SIZE = std::size_t{256} << 20U;
+
+  /// Opens a raster (UTF-8), and holds it open. `cacheSize` is the memory for tiles, in bytes. Throws std::runtime_error
+  /// "Can't open elevation model \"<name>\": " and the reason: it isn't there or no raster, has no place on the ground
+  /// or no coordinate system; the system can't be related to WGS 84 (a grid isn't installed, see
+  /// `geo::coordSysFactory::createCoordSys`); or the values aren't real numbers or in no unit of length.
+  explicit RasterElevationSource(std::string const& fileName, std::size_t cacheSize = DEFAULT_CACHE_SIZE);
+  ~RasterElevationSource() override;
+
+  /// As told above. Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason when cells around
+  /// the position can't be read; `height` is then untouched, and the next call tries again.
+  bool height(geo::XYZPoint const& position, float& height) const override;
+
+  std::string const& fileName() const;
+  /// A box around the raster, in which it fills all but the corners it leaves when it lies turned.
+  Bounds const& bounds() const;
+  /// The least and the greatest height of all cells, between which all heights lie; nothing when no cell has a height.
+  /// The first call reads the whole raster, past the kept tiles. Throws as `height` does.
+  std::optional<HeightRange> heightRange() const;
+
+private:
+  class Surface;
+  explicit RasterElevationSource(std::unique_ptr<Surface const> surface);
+
+  std::unique_ptr<Surface const> mSurface;
+};
+
+}  // namespace dsm
