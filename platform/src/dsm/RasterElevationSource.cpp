@@ -1,0 +1,184 @@
+#include "dsm/HeightTile.h"
+#include "dsm/RasterFile.h"
+#include "dsm/TileCache.h"
+
+#include <dsm/RasterElevationSource.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+namespace dsm {
+namespace {
+
+/// A tile that a thread met lately. It keeps the tile alive while others drop it from the cache.
+struct RecentTile {
+  std::uint64_t surface = 0;  ///< 0 for none.
+  std::uint64_t number = 0;
+  TileCache::Tile tile;
+};
+
+/// Of the thread, and of all surfaces it asks: the four tiles that meet in a corner, of two surfaces in turn.
+thread_local std::array<RecentTile, 8> recentTiles;
+
+std::string failure(char const* what, std::string const& fileName, std::exception const& reason) {
+  return std::string("Can't ") + what + " elevation model \"" + fileName + "\": " + reason.what();
+}
+
+RasterFile openFile(std::string const& fileName) {
+  try {
+    return RasterFile(fileName);
+  } catch (std::runtime_error const& error) {
+    throw std::runtime_error(failure("open", fileName, error));
+  }
+}
+
+/// Of numbers that no two surfaces of the process share, also one after the other in the same place of memory.
+std::uint64_t nextSurface() {
+  static std::atomic<std::uint64_t> last{0};
+  return ++last;
+}
+
+}  // namespace
+
+/// The file with its tiles.
+class RasterElevationSource::Surface {
+public:
+  Surface(std::string const& fileName, std::size_t cacheSize);
+
+  bool height(geo::XYZPoint const& position, float& height) const;
+  std::optional<HeightRange> heightRange() const;
+
+  geo::coordSys const* coordSystem() const { return mFile.coordSystem(); }
+  std::string const& fileName() const { return mFileName; }
+  Bounds const& bounds() const { return mBounds; }
+
+private:
+  HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
+  TileCache::Tile sharedTile(std::uint64_t column, std::uint64_t row) const;
+  TileCache::Tile read(std::uint64_t column, std::uint64_t row) const;
+  std::optional<HeightRange> findRange() const;
+
+  std::string mFileName;
+  std::uint64_t const mNumber = nextSurface();
+  mutable std::mutex mFileMutex;
+  mutable RasterFile mFile;
+  RasterPlace const mPlace;
+  Bounds const mBounds;
+  // A raster has a mesh more than cells each way: those beyond its first and last centres.
+  std::uint64_t const mTileColumns;
+  std::uint64_t const mTileRows;
+  mutable TileCache mCache;
+  mutable std::once_flag mRangeFound;
+  mutable std::optional<HeightRange> mRange;
+};
+
+RasterElevationSource::Surface::Surface(std::string const& fileName, std::size_t cacheSize)
+    : mFileName(fileName), mFile(openFile(fileName)),
+      mPlace(mFile.place()), mBounds{mPlace.minimum(), mPlace.maximum()},
+      mTileColumns((static_cast<std::uint64_t>(mPlace.columns()) >> HeightTile::MESH_BITS) + 1),
+      mTileRows((static_cast<std::uint64_t>(mPlace.rows()) >> HeightTile::MESH_BITS) + 1), mCache(cacheSize) {}
+
+bool RasterElevationSource::Surface::height(geo::XYZPoint const& position, float& height) const {
+  CellPosition cell{};
+  if (!mPlace.find(position.x, position.y, cell)) {
+    return false;
+  }
+  // Mesh i lies between the centres of the cells i - 1 and i.
+  double const x = cell.column + 0.5;
+  double const y = cell.row + 0.5;
+  auto const column = static_cast<std::uint64_t>(static_cast<std::int64_t>(x));
+  auto const row = static_cast<std::uint64_t>(static_cast<std::int64_t>(y));
+  constexpr std::uint64_t IN_TILE = HeightTile::MESHES - 1;
+  return tile(column >> HeightTile::MESH_BITS, row >> HeightTile::MESH_BITS)
+      .height(column & IN_TILE, row & IN_TILE, x - static_cast<double>(column), y - static_cast<double>(row), height);
+}
+
+HeightTile const& RasterElevationSource::Surface::tile(std::uint64_t column, std::uint64_t row) const {
+  std::uint64_t const number = row * mTileColumns + column;
+  RecentTile& recent = recentTiles[(column & 1U) | (row & 1U) << 1U | (mNumber & 1U) << 2U];
+  if (recent.surface != mNumber || recent.number != number) {
+    recent.tile = sharedTile(column, row);
+    recent.surface = mNumber;
+    recent.number = number;
+  }
+  return *recent.tile;
+}
+
+TileCache::Tile RasterElevationSource::Surface::sharedTile(std::uint64_t column, std::uint64_t row) const {
+  std::uint64_t const number = row * mTileColumns + column;
+  if (auto tile = mCache.find(number)) {
+    return tile;
+  }
+  std::lock_guard const lock(mFileMutex);
+  if (auto tile = mCache.find(number)) {  // another thread has read it meanwhile
+    return tile;
+  }
+  auto tile = read(column, row);
+  mCache.insert(number, tile);
+  return tile;
+}
+
+/// With the lock on the file.
+TileCache::Tile RasterElevationSource::Surface::read(std::uint64_t column, std::uint64_t row) const {
+  auto tile = std::make_shared<HeightTile>();
+  try {
+    mFile.read(static_cast<std::int64_t>(column * HeightTile::MESHES) - 1,
+               static_cast<std::int64_t>(row * HeightTile::MESHES) - 1, *tile);
+  } catch (std::runtime_error const& error) {
+    throw std::runtime_error(failure("read", mFileName, error));
+  }
+  return tile;
+}
+
+std::optional<RasterElevationSource::HeightRange> RasterElevationSource::Surface::heightRange() const {
+  std::call_once(mRangeFound, [this] { mRange = findRange(); });
+  return mRange;
+}
+
+std::optional<RasterElevationSource::HeightRange> RasterElevationSource::Surface::findRange() const {
+  constexpr float INFINITE = std::numeric_limits<float>::infinity();
+  HeightRange range{INFINITE, -INFINITE};
+  for (std::uint64_t i = 0; i < mTileColumns * mTileRows; ++i) {
+    std::unique_lock lock(mFileMutex);
+    auto const tile = read(i % mTileColumns, i / mTileColumns);
+    lock.unlock();
+    for (float const height : tile->heights()) {  // a comparison with NaN changes nothing
+      range.lowest = height < range.lowest ? height : range.lowest;
+      range.highest = height > range.highest ? height : range.highest;
+    }
+  }
+  return range.lowest <= range.highest ? std::optional(range) : std::nullopt;
+}
+
+RasterElevationSource::RasterElevationSource(std::string const& fileName, std::size_t cacheSize)
+    : RasterElevationSource(std::make_unique<Surface const>(fileName, cacheSize)) {}
+
+RasterElevationSource::RasterElevationSource(std::unique_ptr<Surface const> surface)
+    : ProjectedElevationSource(surface->coordSystem()), mSurface(std::move(surface)) {}
+
+RasterElevationSource::~RasterElevationSource() = default;
+
+bool RasterElevationSource::height(geo::XYZPoint const& position, float& height) const {
+  return mSurface->height(position, height);
+}
+
+std::string const& RasterElevationSource::fileName() const {
+  return mSurface->fileName();
+}
+
+RasterElevationSource::Bounds const& RasterElevationSource::bounds() const {
+  return mSurface->bounds();
+}
+
+std::optional<RasterElevationSource::HeightRange> RasterElevationSource::heightRange() const {
+  return mSurface->heightRange();
+}
+
+}  // namespace dsm

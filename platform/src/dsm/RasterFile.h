@@ -1,0 +1,54 @@
+#pragma once
+
+#include "dsm/RasterPlace.h"
+
+#include <geo/coordSys.h>
+
+#include <gdal_priv.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace dsm {
+
+class HeightTile;
+
+/// The file of an elevation model, open. Serves one thread at a time.
+class RasterFile {
+public:
+  /// Throws std::runtime_error with the reason alone.
+  explicit RasterFile(std::string const& name);
+
+  geo::coordSys const* coordSystem() const { return mCoordSystem.get(); }
+  RasterPlace const& place() const { return *mPlace; }
+
+  /// Reads the heights of the cells from a column and row on, either of which may be -1. Throws std::runtime_error with
+  /// the reason alone.
+  void read(std::int64_t firstColumn, std::int64_t firstRow, HeightTile& tile);
+
+private:
+  struct Window;
+  void open(std::string const& name);
+  void setCoordSystem();
+  void setPlace();
+  void setHeights();
+  double factorOfUnit() const;
+  void readWindow(Window const& window, HeightTile& tile);
+  void readValues(Window const& window, GDALRasterBand& band, void* values, GDALDataType type) const;
+
+  GDALDatasetUniquePtr mDataset;
+  GDALRasterBand* mBand = nullptr;
+  std::unique_ptr<geo::coordSys const> mCoordSystem;
+  std::optional<RasterPlace> mPlace;
+  /// A height is mScale times the value of a cell plus mOffset, in the vertical unit of the system.
+  double mScale = 1.0;
+  double mOffset = 0.0;
+  bool mIsMasked = false;
+  std::vector<double> mValues;
+  std::vector<GByte> mMask;
+};
+
+}  // namespace dsm
