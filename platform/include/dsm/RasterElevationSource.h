@@ -3,6 +3,7 @@
 #include <dsm/ProjectedElevationSource.h>
 #include <geo/XYPoint.h>
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -28,11 +29,12 @@ namespace dsm {
 /// height; where some of the other three have none, or lie outside the raster, those that have one share their weights
 /// in proportion. So nothing is lost along the outer half of a border cell, nothing is made up beyond it, and the
 /// surface is continuous, as it is in GDAL's bilinear warping. A position counts as on an edge, which belongs to the
-/// cells on both sides, up to a millionth of a cell away. Heights are good to a unit in the last place of a float.
+/// cells on both sides, up to a millionth of a cell away. Heights are good to a unit in the last place of the
+/// greatest of the four as a float.
 ///
 /// Memory. Cells are read as they are needed, in square tiles, and those used last are kept: as many as `cacheSize`
-/// holds, one at the least, and for each thread another eight of those it met last, 67 KB each, until it ends or needs
-/// the room. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
+/// holds, one at the least, and up to sixteen more for each thread, of those it met last, until it ends or meets others. A
+/// tile takes 67 KB. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
 ///
 /// Threads may share a source. Each sees the same heights to the bit, and those in tiles that a thread met last cost
 /// neither a lock nor an allocation.
@@ -42,6 +44,14 @@ public:
   struct Bounds {
     geo::XYPoint minimum;
     geo::XYPoint maximum;
+  };
+  /// The cells, and where they lie: column c and row r, counted from 0 at the outer corner of the first cell, are at
+  /// x = geoTransform[0] + geoTransform[1] c + geoTransform[2] r and
+  /// y = geoTransform[3] + geoTransform[4] c + geoTransform[5] r.
+  struct Grid {
+    int columns;
+    int rows;
+    std::array<double, 6> geoTransform;
   };
   /// Heights in the vertical unit of `coordSystem()`.
   struct HeightRange {
@@ -66,6 +76,7 @@ public:
   std::string const& fileName() const;
   /// A box around the raster, in which it fills all but the corners it leaves when it lies turned.
   Bounds const& bounds() const;
+  Grid const& grid() const;
   /// The least and the greatest height of all cells, between which all heights lie; nothing when no cell has a height.
   /// The first call reads the whole raster, past the kept tiles. Throws as `height` does.
   std::optional<HeightRange> heightRange() const;

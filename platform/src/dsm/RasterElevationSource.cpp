@@ -24,8 +24,15 @@ struct RecentTile {
   TileCache::Tile tile;
 };
 
-/// Of the thread, and of all surfaces it asks: the four tiles that meet in a corner, of two surfaces in turn.
-thread_local std::array<RecentTile, 8> recentTiles;
+/// Of the thread, and of all surfaces it asks.
+thread_local std::array<RecentTile, 16> recentTiles;
+
+/// Where a tile has its place: 4 by 4 tiles side by side don't meet, nor do the groups of four around the same corner of
+/// two surfaces that a thread asks in turn.
+std::size_t recentPlace(std::uint64_t surface, std::uint64_t column, std::uint64_t row) {
+  std::uint64_t const place = (row & 3U) << 2U | (column & 3U);
+  return (surface & 1U) != 0 ? place ^ 0b1010U : place;
+}
 
 std::string failure(char const* what, std::string const& fileName, std::exception const& reason) {
   return std::string("Can't ") + what + " elevation model \"" + fileName + "\": " + reason.what();
@@ -58,6 +65,7 @@ public:
   geo::coordSys const* coordSystem() const { return mFile.coordSystem(); }
   std::string const& fileName() const { return mFileName; }
   Bounds const& bounds() const { return mBounds; }
+  Grid const& grid() const { return mGrid; }
 
 private:
   HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
@@ -71,6 +79,7 @@ private:
   mutable RasterFile mFile;
   RasterPlace const mPlace;
   Bounds const mBounds;
+  Grid const mGrid;
   // A raster has a mesh more than cells each way: those beyond its first and last centres.
   std::uint64_t const mTileColumns;
   std::uint64_t const mTileRows;
@@ -81,7 +90,8 @@ private:
 
 RasterElevationSource::Surface::Surface(std::string const& fileName, std::size_t cacheSize)
     : mFileName(fileName), mFile(openFile(fileName)),
-      mPlace(mFile.place()), mBounds{mPlace.minimum(), mPlace.maximum()},
+      mPlace(mFile.place()), mBounds{mPlace.minimum(), mPlace.maximum()}, mGrid{mPlace.columns(), mPlace.rows(),
+                                                                                mPlace.geoTransform()},
       mTileColumns((static_cast<std::uint64_t>(mPlace.columns()) >> HeightTile::MESH_BITS) + 1),
       mTileRows((static_cast<std::uint64_t>(mPlace.rows()) >> HeightTile::MESH_BITS) + 1), mCache(cacheSize) {}
 
@@ -102,7 +112,7 @@ bool RasterElevationSource::Surface::height(geo::XYZPoint const& position, float
 
 HeightTile const& RasterElevationSource::Surface::tile(std::uint64_t column, std::uint64_t row) const {
   std::uint64_t const number = row * mTileColumns + column;
-  RecentTile& recent = recentTiles[(column & 1U) | (row & 1U) << 1U | (mNumber & 1U) << 2U];
+  RecentTile& recent = recentTiles[recentPlace(mNumber, column, row)];
   if (recent.surface != mNumber || recent.number != number) {
     recent.tile = sharedTile(column, row);
     recent.surface = mNumber;
@@ -175,6 +185,10 @@ std::string const& RasterElevationSource::fileName() const {
 
 RasterElevationSource::Bounds const& RasterElevationSource::bounds() const {
   return mSurface->bounds();
+}
+
+RasterElevationSource::Grid const& RasterElevationSource::grid() const {
+  return mSurface->grid();
 }
 
 std::optional<RasterElevationSource::HeightRange> RasterElevationSource::heightRange() const {

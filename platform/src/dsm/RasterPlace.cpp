@@ -13,8 +13,8 @@ constexpr double RING_MARGIN = 0.01;
 }  // namespace
 
 RasterPlace::RasterPlace(std::array<double, 6> const& geoTransform, int columns, int rows, double fullTurn)
-    : mColumns(columns), mRows(rows), mOrigin(geoTransform[0], geoTransform[3]), mLastColumnEdge(columns + EDGE_MARGIN),
-      mLastRowEdge(rows + EDGE_MARGIN), mFullTurn(fullTurn) {
+    : mGeoTransform(geoTransform), mColumns(columns), mRows(rows), mOrigin(geoTransform[0], geoTransform[3]),
+      mLastColumnEdge(columns + EDGE_MARGIN), mLastRowEdge(rows + EDGE_MARGIN), mFullTurn(fullTurn) {
   double const xPerColumn = geoTransform[1];
   double const xPerRow = geoTransform[2];
   double const yPerColumn = geoTransform[4];
@@ -29,15 +29,15 @@ RasterPlace::RasterPlace(std::array<double, 6> const& geoTransform, int columns,
       throw std::runtime_error("its geotransform can't be inverted");
     }
   }
-  setBounds(geoTransform);
-  closeRing(geoTransform);
+  setBounds();
+  closeRing();
 }
 
-void RasterPlace::setBounds(std::array<double, 6> const& geoTransform) {
-  double const alongColumnsX = geoTransform[1] * mColumns;
-  double const alongRowsX = geoTransform[2] * mRows;
-  double const alongColumnsY = geoTransform[4] * mColumns;
-  double const alongRowsY = geoTransform[5] * mRows;
+void RasterPlace::setBounds() {
+  double const alongColumnsX = mGeoTransform[1] * mColumns;
+  double const alongRowsX = mGeoTransform[2] * mRows;
+  double const alongColumnsY = mGeoTransform[4] * mColumns;
+  double const alongRowsY = mGeoTransform[5] * mRows;
   mMinimum = {mOrigin.x + std::min(alongColumnsX, 0.0) + std::min(alongRowsX, 0.0),
               mOrigin.y + std::min(alongColumnsY, 0.0) + std::min(alongRowsY, 0.0)};
   mMaximum = {mOrigin.x + std::max(alongColumnsX, 0.0) + std::max(alongRowsX, 0.0),
@@ -45,9 +45,9 @@ void RasterPlace::setBounds(std::array<double, 6> const& geoTransform) {
   mMiddleX = 0.5 * (mMinimum.x + mMaximum.x);
 }
 
-void RasterPlace::closeRing(std::array<double, 6> const& geoTransform) {
-  bool const isTurned = geoTransform[2] != 0.0 || geoTransform[4] != 0.0;
-  double const gap = mFullTurn / std::abs(geoTransform[1]) - mColumns;
+void RasterPlace::closeRing() {
+  bool const isTurned = mGeoTransform[2] != 0.0 || mGeoTransform[4] != 0.0;
+  double const gap = mFullTurn / std::abs(mGeoTransform[1]) - mColumns;
   mIsRing = mFullTurn != 0.0 && !isTurned && std::abs(gap) <= RING_MARGIN;
   if (mIsRing) {
     mLastColumnEdge += std::max(gap, 0.0);

@@ -41,6 +41,7 @@ public:
   int rows() const { return mRows; }
   /// Whether the last column and the first are neighbours, all around the globe.
   bool isRing() const { return mIsRing; }
+  std::array<double, 6> const& geoTransform() const { return mGeoTransform; }
   geo::XYPoint const& minimum() const { return mMinimum; }
   geo::XYPoint const& maximum() const { return mMaximum; }
 
@@ -56,9 +57,10 @@ private:
     return position.column >= -EDGE_MARGIN && position.column <= mLastColumnEdge && position.row >= -EDGE_MARGIN &&
            position.row <= mLastRowEdge;
   }
-  void setBounds(std::array<double, 6> const& geoTransform);
-  void closeRing(std::array<double, 6> const& geoTransform);
+  void setBounds();
+  void closeRing();
 
+  std::array<double, 6> mGeoTransform;
   int mColumns;
   int mRows;
   geo::XYPoint mOrigin;
