@@ -101,4 +101,17 @@ void lsrToImageRun(benchmark::State& state) {
 }
 BENCHMARK(lsrToImageRun)->Name("lsrToImage, a run")->Unit(benchmark::kMillisecond);
 
+void lsrToImageFourLanes(benchmark::State& state) {
+  sensor::KESStripModel const& model = strip();
+  int const band = panNadir();
+  std::vector<geo::XYZPoint> const& ground = groundGrid();
+  std::vector<geo::XYPoint> image(ground.size());
+  for (auto _ : state) {
+    model.lsrToImageSSE(ground, band, image);
+    benchmark::DoNotOptimize(image.data());
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(ground.size()));
+}
+BENCHMARK(lsrToImageFourLanes)->Name("lsrToImageSSE, a run")->Unit(benchmark::kMillisecond);
+
 }  // namespace

@@ -79,6 +79,8 @@ public:
   /// Entry i of the tables; the index isn't tested.
   float const& coordX(unsigned int i) const { return mCoordX[i]; }
   float const& coordY(unsigned int i) const { return mCoordY[i]; }
+  /// Whether the tables have an entry for each sample of a line of two samples or more.
+  bool isFull() const;
   /// Adds `d` to the focal x of every entry.
   void shiftX(float d);
 

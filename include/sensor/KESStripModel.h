@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace dsm {
+class ProjectedElevationSource;
+}
+
 namespace sensor {
 
 class BlockModelData;
@@ -47,6 +51,12 @@ public:
   void lsrToImage(std::vector<geo::XYZPoint> const& ground, int band, std::vector<geo::XYPoint>& image) const override;
   /// The form for one position, in double precision; the last step is at most 0.05 lines.
   void lsrToImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const override;
+  /// The form for runs in four lanes: positions 4i to 4i + 3 are solved at once in single precision, and position k starts
+  /// from the line of position k - 4. Neighbours should follow one another; their order decides the speed, not the
+  /// result. A calibration table without an entry for each sample can't be read in lanes: the form for runs serves it then.
+  /// Throws std::runtime_error "lsrToImageSSE: grndPts vector not a multiple of 4 in size."; an empty run returns at once.
+  void lsrToImageSSE(std::vector<geo::XYZPoint> const& ground, int band,
+                     std::vector<geo::XYPoint>& image) const override;
   void imageToLsr(geo::XYPoint const& image, float height, int band, float tdi, geo::XYZPoint& ground) const override;
   void imageToLsr(geo::XYPoint const& image, float height, int band, geo::XYZPoint& ground) const override;
   void imageToL0(geo::XYPoint const& image, int band, geo::XYPoint& l0) const override;
@@ -88,6 +98,27 @@ public:
   /// replaced is neither deleted nor used any longer.
   virtual void setMappingSystem(geo::coordSys* system);
   virtual geo::coordSys* mappingSystem() const;
+
+  /// Image position of a map position, by `lsrToImage` for one position.
+  void mapToImage(geo::XYZPoint const& map, int band, geo::XYPoint& image) const;
+  /// Image positions of many map positions, and their LSR positions; both vectors hold as many elements as `map`. By the
+  /// form for runs, or, where `sseEnabled`, by the one in lanes: then both vectors come back longer, filled with copies of the
+  /// last position up to a multiple of four, unless they all were of one size that is one. Positions that the coordinate
+  /// systems can't convert come back as NaN. No positions return at once.
+  void mapToImage(std::vector<geo::XYZPoint> const& map, int band, std::vector<geo::XYPoint>& image,
+                  std::vector<geo::XYZPoint>& lsr) const;
+  /// Map position of an image position at a height of the mapping system. The ray is cut at LSR heights, which are improved
+  /// until the position's height is met to a tenth of the ground sampling distance, at most ten times; `map.z` is the height
+  /// that was reached.
+  void imageToMap(geo::XYPoint const& image, float height, int band, geo::XYZPoint& map) const;
+  /// Map position of an image position on a surface, with at most 100 cuts, to `toleranceFactor` ground sampling distances
+  /// in height. `height` goes in as the LSR height of the first cut, and comes back as the last height of the surface in the
+  /// surface's own system; a caller with neighbouring positions hands it on from one to the next. Of several cuts of a
+  /// ray, the one nearby is found.
+  /// Throws std::runtime_error "Image to map: Unable to a retrieve DSM height." where the surface has no height; `map` and
+  /// `height` then are those of the last cut.
+  void imageToMap(geo::XYPoint const& image, int band, geo::XYZPoint& map, dsm::ProjectedElevationSource* surface,
+                  float& height, float toleranceFactor) const;
 
   /// Focal-plane position (x along the flight, y along the line, metres) of an image position.
   void imageToFocal(geo::XYPoint const& image, int band, geo::XYPoint& focal) const;

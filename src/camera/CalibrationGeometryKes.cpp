@@ -240,6 +240,11 @@ float CalibrationGeometryKes::lookAngle() const {
   return std::atan(x(static_cast<float>(mNumSamples) * 0.5F, 0.0F, 0.0F, 0.0F) / focalLength());
 }
 
+bool CalibrationGeometryKes::isFull() const {
+  return mNumSamples >= 2 && mCoordX.size() == static_cast<std::size_t>(mNumSamples) &&
+         mCoordY.size() == mCoordX.size();
+}
+
 void CalibrationGeometryKes::shiftX(float d) {
   for (float& entry : mCoordX) {
     entry += d;

@@ -1,8 +1,22 @@
+#include "model/FourLaneSolver.h"
 #include "model/LineSolver.h"
 
 #include <sensor/KESStripModel.h>
 
+#include <stdexcept>
+
 namespace sensor {
+
+namespace {
+
+// Single precision counts samples exactly up to here.
+constexpr unsigned int maxSamplesOfLanes = 1U << 24;
+
+bool isReadInLanes(CalibrationGeometryKes const& calibration) {
+  return calibration.isFull() && calibration.numSamples() <= maxSamplesOfLanes;
+}
+
+}  // namespace
 
 void KESStripModel::lsrToImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const {
   solveImage(ground, band, image);
@@ -17,6 +31,23 @@ void KESStripModel::lsrToImage(std::vector<geo::XYZPoint> const& ground, int ban
   if (!ground.empty()) {
     solveLines(StripBand(*mData, band), ground, image, Unobserved());
   }
+}
+
+void KESStripModel::lsrToImageSSE(std::vector<geo::XYZPoint> const& ground, int band,
+                                  std::vector<geo::XYPoint>& image) const {
+  if (ground.size() % 4 != 0) {
+    throw std::runtime_error("lsrToImageSSE: grndPts vector not a multiple of 4 in size.");
+  }
+  if (ground.empty()) {
+    return;
+  }
+  StripBand const b(*mData, band);
+  if (!isReadInLanes(b.calibration)) {
+    solveLines(b, ground, image, Unobserved());
+    return;
+  }
+  auto const solve = mSseEnabled ? solveInSseLanes : solveInPlainLanes;
+  solve(fourLaneConstants(b, ground.front()), LineOrientations(b), ground.data(), ground.size(), image.data());
 }
 
 }  // namespace sensor

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/SolverLimits.h"
 #include "model/StripBand.h"
 
 #include <cmath>
@@ -18,21 +19,17 @@ struct Unobserved {
   void orientationAt(float /*line*/) const {}
 };
 
-namespace solver {
-
-constexpr float tolerance = 0.05F;           // lines
-constexpr float squaredTolerance = 0.0025F;  // lines squared
-constexpr int firstHalvedPass = 21;          // counted from 0
-constexpr int maxPasses = 250;
-
-}  // namespace solver
-
-/// How many lines a unit of the focal plane is, at the height of a ground position: the nearer to the aircraft, the fewer.
-inline float linesPerUnit(StripBand const& band, geo::XYZPoint const& ground) {
+/// The size of a line in the focal plane at the height of a ground position: the nearer to the aircraft, the larger.
+inline float lineSize(StripBand const& band, geo::XYZPoint const& ground) {
   auto const terrain = static_cast<double>(band.terrainHeight);
   double const r = (ground.z - terrain) / static_cast<double>(band.flyingHeight - band.terrainHeight);
   auto const a = static_cast<float>((1.0 - r) * static_cast<double>(band.image.scale()));
-  return 1.0F / (band.pixelSize / a);
+  return band.pixelSize / a;
+}
+
+/// How many lines a unit of the focal plane is.
+inline float linesPerUnit(StripBand const& band, geo::XYZPoint const& ground) {
+  return 1.0F / lineSize(band, ground);
 }
 
 /// The form for one position. Gives the number of passes.

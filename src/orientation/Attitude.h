@@ -7,6 +7,7 @@
 #include <sensor/EOP.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace sensor {
@@ -75,15 +76,17 @@ inline void quaternionToOpk(EOP const& eop, float& omega, float& phi, float& kap
 /// precision and without a new normalisation. The status is that of the nearer record.
 inline void interpolateEOP(float w, EOP const& a, EOP const& b, EOP& out) {
   auto const wide = static_cast<double>(w);
-  out.gpsTime = a.gpsTime + (b.gpsTime - a.gpsTime) * wide;
-  out.status = w >= 0.5F ? b.status : a.status;
-  out.q0 = a.q0 + (b.q0 - a.q0) * w;
-  out.q1 = a.q1 + (b.q1 - a.q1) * w;
-  out.q2 = a.q2 + (b.q2 - a.q2) * w;
-  out.q3 = a.q3 + (b.q3 - a.q3) * w;
-  out.x = a.x + (b.x - a.x) * wide;
-  out.y = a.y + (b.y - a.y) * wide;
-  out.z = a.z + (b.z - a.z) * wide;
+  // Picked from a table: which record is the nearer one is anybody's guess, and so a branch would be slow.
+  std::array<float, 2> const status{a.status, b.status};
+  out = {a.gpsTime + (b.gpsTime - a.gpsTime) * wide,
+         status[w >= 0.5F ? 1 : 0],
+         a.q0 + (b.q0 - a.q0) * w,
+         a.q1 + (b.q1 - a.q1) * w,
+         a.q2 + (b.q2 - a.q2) * w,
+         a.q3 + (b.q3 - a.q3) * w,
+         a.x + (b.x - a.x) * wide,
+         a.y + (b.y - a.y) * wide,
+         a.z + (b.z - a.z) * wide};
 }
 
 /// The dot product of two attitudes; negative when they lie on opposite sides, as q and -q, which turn alike, do.

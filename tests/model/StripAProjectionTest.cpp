@@ -1,5 +1,5 @@
+#include "StripAFlight.h"
 #include "support/Matchers.h"
-#include "support/StripA.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
@@ -20,27 +20,23 @@ namespace {
 using nlohmann::json;
 using sensor::EOP;
 using sensor::KESStripModel;
+using test::farImagePoints;
+using test::groundPoint;
+using test::imagePoint;
 using test::realOf;
 using test::SameBits;
 using test::Table;
 using test::WithinUlps;
 
 constexpr double metres = 1e-3;
-constexpr double solverLines = 0.01;
-constexpr double onePassMore = 0.2;
 
 // Both choices of the orientation of the strip with a CAM calibration. The second has fewer tables.
 class StripAProjection : public testing::TestWithParam<int> {
 protected:
-  static void SetUpTestSuite() { sensor::CameraFactory::instance()->addSearchPath(test::stripA::path("calibration")); }
-
   json const& strip() const { return test::stripA::expected().at("strips").at(static_cast<std::size_t>(GetParam())); }
 
   // The strip, loaded.
-  std::unique_ptr<KESStripModel> model() const {
-    return std::make_unique<KESStripModel>(test::stripA::path(strip().at("file").get<std::string>()), true,
-                                           strip().at("useOriginalEOP").get<bool>(), false);
-  }
+  std::unique_ptr<KESStripModel> model() const { return test::stripAModel(strip()); }
 };
 
 void expectAttitude(Table const& table, std::size_t row, EOP const& eop) {
@@ -66,28 +62,6 @@ void expectGround(Table const& table, std::size_t row, geo::XYZPoint const& grou
   EXPECT_NEAR(ground.x, table.number(row, "x"), metres);
   EXPECT_NEAR(ground.y, table.number(row, "y"), metres);
   EXPECT_EQ(ground.z, table.number(row, "z"));
-}
-
-geo::XYPoint imagePoint(Table const& table, std::size_t row) {
-  return {table.number(row, "sample"), table.number(row, "line")};
-}
-
-geo::XYZPoint groundPoint(Table const& table, std::size_t row) {
-  return {table.number(row, "x"), table.number(row, "y"), table.number(row, "z")};
-}
-
-// How many image points of a table lie further from the expected ones than the solver's own tolerance, after having held
-// all of them against the tolerance of one pass more.
-std::size_t farImagePoints(Table const& table, std::vector<geo::XYPoint> const& image) {
-  std::size_t far = 0;
-  for (std::size_t row = 0; row < table.size(); ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
-    geo::XYPoint const expected = imagePoint(table, row);
-    EXPECT_NEAR(image[row].x, expected.x, onePassMore);
-    EXPECT_NEAR(image[row].y, expected.y, onePassMore);
-    far += std::fabs(image[row].x - expected.x) > solverLines || std::fabs(image[row].y - expected.y) > solverLines;
-  }
-  return far;
 }
 
 TEST_P(StripAProjection, HasTheExpectedHeightsAzimuthScalesAndSamplingDistances) {
@@ -207,10 +181,7 @@ TEST_P(StripAProjection, SolvesForRunsOfPoints) {
     for (json const& run : band.value("lsrToImage_runs", json::array())) {
       SCOPED_TRACE(band.at("band").get<std::string>() + " " + run.at("run").get<std::string>());
       Table const table(run.at("points"));
-      std::vector<geo::XYZPoint> ground;
-      for (std::size_t row = 0; row < table.size(); ++row) {
-        ground.push_back(groundPoint(table, row));
-      }
+      std::vector<geo::XYZPoint> const ground = test::groundPoints(table);
       std::vector<geo::XYPoint> image(ground.size());
       strip->lsrToImage(ground, index, image);
       EXPECT_LE(farImagePoints(table, image), table.size() / 20);

@@ -1,0 +1,48 @@
+#include "model/FourLaneSolver.h"
+
+#include "model/LineSolver.h"
+#include "model/PlainLanes.h"
+
+namespace sensor {
+
+FourLaneConstants fourLaneConstants(StripBand const& band, geo::XYZPoint const& first) {
+  CalibrationGeometryKes const& calibration = band.calibration;
+  return {&calibration.coordX(0),
+          &calibration.coordY(0),
+          static_cast<std::int32_t>(calibration.numSamples()) - 1,
+          static_cast<float>(band.image.sampleOffsetFromCalib()),
+          band.focalLength,
+          lineSize(band, first),
+          band.orientation.middleLine()};
+}
+
+void LineOrientations::operator()(float line, bool headingOnly, unsigned lane, FourLaneOrientation& lanes) const {
+  EOP eop = unknownOrientation();
+  float lineCorrection = 0.0F;
+  mBand.orientation.computeOrientation(line, eop, lineCorrection);
+  if (headingOnly) {
+    reduceToHeading(eop);
+  }
+  lanes.q[0][lane] = eop.q0;
+  lanes.q[1][lane] = eop.q1;
+  lanes.q[2][lane] = eop.q2;
+  lanes.q[3][lane] = eop.q3;
+  lanes.centre[0][lane] = static_cast<float>(eop.x);
+  lanes.centre[1][lane] = static_cast<float>(eop.y);
+  lanes.centre[2][lane] = static_cast<float>(eop.z);
+  lanes.shift[lane] = lineCorrection * mBand.pixelSize;
+}
+
+void solveInPlainLanes(FourLaneConstants const& constants, LineOrientations const& orientations,
+                       geo::XYZPoint const* ground, std::size_t count, geo::XYPoint* image) {
+  solveFourLanes<PlainLanes>(constants, orientations, ground, count, image);
+}
+
+#ifndef KESSENSOR_SSE
+void solveInSseLanes(FourLaneConstants const& constants, LineOrientations const& orientations,
+                     geo::XYZPoint const* ground, std::size_t count, geo::XYPoint* image) {
+  solveInPlainLanes(constants, orientations, ground, count, image);
+}
+#endif
+
+}  // namespace sensor

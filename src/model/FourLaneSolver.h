@@ -1,0 +1,294 @@
+#pragma once
+
+#include "model/SolverLimits.h"
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+// The search for lines in four lanes of single precision: four positions at a time, each with a candidate line and an orientation
+// of its own. It is written once, over a type of lanes: `SseLanes` where the processor has them, `PlainLanes` elsewhere.
+//
+// A source that is compiled for more than the least processor must not bring inline functions with it that others use
+// as well: the linker keeps one copy of each. So nothing here reaches a model but through `LineOrientations`, whose
+// functions stand elsewhere.
+
+namespace sensor {
+
+class StripBand;
+
+/// What is the same for all positions of a run.
+struct FourLaneConstants {
+  /// Focal positions of the samples, one entry each. They belong to the calibration.
+  float const* x;
+  float const* y;
+  std::int32_t lastSample;
+  float sampleOffset;
+  float focalLength;
+  /// Size of a line in the focal plane at the height of the first position.
+  float lineSize;
+  float middleLine;
+};
+
+/// Those of a run over a band, whose calibration has full tables.
+FourLaneConstants fourLaneConstants(StripBand const& band, geo::XYZPoint const& first);
+
+/// The orientations of the lanes: quaternions, perspective centres, and what their line corrections move in the focal plane.
+struct FourLaneOrientation {
+  float q[4][4];  // component, lane
+  float centre[3][4];
+  float shift[4];
+};
+
+/// Looks up orientations for the solver.
+class LineOrientations {
+public:
+  explicit LineOrientations(StripBand const& band) : mBand(band) {}
+  /// The orientation of a line, or its heading alone, into a lane.
+  void operator()(float line, bool headingOnly, unsigned lane, FourLaneOrientation& lanes) const;
+
+private:
+  StripBand const& mBand;
+};
+
+/// One call of `solve` after the other, each starts from where the last one ended.
+template <class Lanes, class Orientations>
+class FourLaneSolver {
+public:
+  FourLaneSolver(FourLaneConstants const& constants, Orientations const& orientations)
+      : mConstants(constants), mOrientations(orientations),
+        mLast(Lanes::same(static_cast<float>(constants.lastSample))), mLineSize(Lanes::same(constants.lineSize)),
+        mNegativeF(Lanes::same(-constants.focalLength)), mOffset(Lanes::same(constants.sampleOffset)),
+        mFirstX(Lanes::same(constants.x[0])), mLastX(Lanes::same(constants.x[constants.lastSample])),
+        mFirstY(Lanes::same(constants.y[0])), mWidthY(Lanes::same(constants.y[constants.lastSample] - constants.y[0])),
+        mLine(Lanes::same(constants.middleLine)) {}
+
+  /// Solves four positions.
+  void solve(geo::XYZPoint const* ground, geo::XYPoint* image) {
+    load(ground);
+    int n = 0;
+    Floats sample = mZero;
+    do {
+      if (mActive || mHeadingOnly) {
+        moveLines();
+      }
+      sample = pass();
+      mMask = Lanes::below(Lanes::same(solver::squaredTolerance), mStep * mStep);
+      mActive = Lanes::any(mMask);
+      if (n >= solver::firstHalvedPass) {
+        mStep = mStep / Lanes::same(2.0F);
+      }
+      ++n;
+      // The pass with the heading alone is never the last.
+    } while ((mActive && n < solver::maxPasses) || mHeadingOnly);
+    store(sample - mOffset, mLine + mStep, image);
+    forgetWhatIsNoPlace();
+  }
+
+private:
+  using Floats = typename Lanes::Floats;
+  using Ints = typename Lanes::Ints;
+  using Mask = typename Lanes::Mask;
+
+  void load(geo::XYZPoint const* ground) {
+    float point[3][4];
+    for (unsigned lane = 0; lane < 4; ++lane) {
+      point[0][lane] = static_cast<float>(ground[lane].x);
+      point[1][lane] = static_cast<float>(ground[lane].y);
+      point[2][lane] = static_cast<float>(ground[lane].z);
+    }
+    for (unsigned axis = 0; axis < 3; ++axis) {
+      mGround[axis] = Lanes::load(point[axis]);
+    }
+  }
+
+  static void store(Floats samples, Floats lines, geo::XYPoint* image) {
+    float sample[4];
+    float line[4];
+    Lanes::store(sample, samples);
+    Lanes::store(line, lines);
+    for (unsigned lane = 0; lane < 4; ++lane) {
+      image[lane] = {static_cast<double>(sample[lane]), static_cast<double>(line[lane])};
+    }
+  }
+
+  // Takes the lanes that have to move to their next line, and looks up the orientation there; all of them behind the pass
+  // with the heading alone.
+  void moveLines() {
+    mLine = Lanes::select(mMask, mLine + mStep, mLine);
+    unsigned moved = mHeadingOnly ? 0xFU : Lanes::bits(mMask);
+    mHeadingOnly = mCold;
+    mCold = false;
+    float line[4];
+    Lanes::store(line, mLine);
+    for (; moved != 0; moved &= moved - 1) {
+      auto const lane = static_cast<unsigned>(std::countr_zero(moved));
+      mOrientations(line[lane], mHeadingOnly, lane, mOrientation);
+    }
+    for (unsigned axis = 0; axis < 3; ++axis) {
+      mCentre[axis] = Lanes::load(mOrientation.centre[axis]);
+    }
+    mShift = Lanes::load(mOrientation.shift);
+    buildRotations();
+  }
+
+  // `quaternionToRotation`, in single precision.
+  void buildRotations() {
+    Floats const one = Lanes::same(1.0F);
+    Floats const two = Lanes::same(2.0F);
+    Floats const q0 = Lanes::load(mOrientation.q[0]);
+    Floats const q1 = Lanes::load(mOrientation.q[1]);
+    Floats const q2 = Lanes::load(mOrientation.q[2]);
+    Floats const q3 = Lanes::load(mOrientation.q[3]);
+    mRotation[0] = one - two * (q2 * q2 + q3 * q3);
+    mRotation[1] = two * (q3 * q0 + q2 * q1);
+    mRotation[2] = two * (q3 * q1 - q2 * q0);
+    mRotation[3] = two * (q2 * q1 - q3 * q0);
+    mRotation[4] = one - two * (q1 * q1 + q3 * q3);
+    mRotation[5] = two * (q1 * q0 + q3 * q2);
+    mRotation[6] = two * (q2 * q0 + q3 * q1);
+    mRotation[7] = two * (q3 * q2 - q1 * q0);
+    mRotation[8] = one - two * (q1 * q1 + q2 * q2);
+  }
+
+  // Sets the steps of the positions from the current lines, and gives their samples in the calibration.
+  Floats pass() {
+    Floats const* const m = mRotation;
+    Floats const dx = mGround[0] - mCentre[0];
+    Floats const dy = mGround[1] - mCentre[1];
+    Floats const dz = mGround[2] - mCentre[2];
+    Floats const w = (m[5] * dy + m[2] * dx + m[8] * dz) / mNegativeF;
+    Floats const x = (m[3] * dy + m[0] * dx + m[6] * dz) / w - mShift;
+    Floats const y = (m[4] * dy + m[1] * dx + m[7] * dz) / w;
+    // By the straight line from the first sample to the last one.
+    Floats const estimate = (y - mFirstY) / mWidthY * mLast;
+    Floats const sample = refine(y, estimate);
+    mStep = (x - sensorLineX(sample, estimate)) / mLineSize;
+    return sample;
+  }
+
+  // Nearly always all lanes are within the sensor line: `oneOf` then skips the choice by a branch that is foreseen, and its
+  // result doesn't have to wait for the mask.
+  static Floats oneOf(Mask mask, Floats a, Floats b) { return Lanes::all(mask) ? a : Lanes::select(mask, a, b); }
+
+  // Within the sensor line: corrects the estimate once by the slope of the table at the entry that it points to.
+  Floats refine(Floats y, Floats estimate) const {
+    Mask const within = Lanes::both(Lanes::below(mZero, estimate), Lanes::below(estimate, mLast));
+    Ints const k = Lanes::truncate(oneOf(within, estimate, mZero));
+    Floats const behind = entriesBehind(y, k);
+    Ints const i = Lanes::limit(Lanes::add(k, Lanes::truncate(limited(behind))), 0, mConstants.lastSample - 1);
+    return oneOf(within, entriesBehind(y, i) + Lanes::toFloats(i), estimate);
+  }
+
+  // How many entries, with its fraction, y lies behind an entry by the slope there.
+  Floats entriesBehind(Floats y, Ints entry) const {
+    Floats here = mZero;
+    Floats next = mZero;
+    Lanes::loadPairs(mConstants.y, entry, here, next);
+    return (y - here) / (next - here);
+  }
+
+  // Within a line's length back and forward, which integers hold; no number counts as none.
+  Floats limited(Floats entries) const {
+    Floats const back = mZero - mLast;
+    Mask const within = Lanes::both(Lanes::notAbove(back, entries), Lanes::notAbove(entries, mLast));
+    if (Lanes::all(within)) {
+      return entries;
+    }
+    Floats const ends =
+        Lanes::select(Lanes::below(entries, back), back, Lanes::select(Lanes::below(mLast, entries), mLast, mZero));
+    return Lanes::select(within, entries, ends);
+  }
+
+  // Focal x of the sensor line at a sample: behind its ends that of the ends, if the estimate is behind them; on the chord from
+  // the first sample to the last one, if only the sample is.
+  Floats sensorLineX(Floats sample, Floats estimate) const {
+    Mask const within = Lanes::both(Lanes::below(Lanes::same(-1.0F), sample), Lanes::below(sample, mLast));
+    Ints const a = Lanes::truncate(oneOf(within, sample, mZero));
+    Floats here = mZero;
+    Floats next = mZero;
+    Lanes::loadPairs(mConstants.x, a, here, next);
+    Floats u = sample - Lanes::toFloats(a);
+    if (!Lanes::all(within)) {
+      next = Lanes::select(within, next, mLastX);
+      u = Lanes::select(within, u, sample / mLast);
+    }
+    Floats const x = (next - here) * u + here;
+    Mask const before = Lanes::below(estimate, mZero);
+    Mask const behind = Lanes::notAbove(mLast, estimate);
+    if (!Lanes::any(before) && !Lanes::any(behind)) {
+      return x;
+    }
+    return Lanes::select(behind, mLastX, Lanes::select(before, mFirstX, x));
+  }
+
+  // A position without a solution can carry a lane's line or its orientation off to where there are no numbers, from where
+  // no step leads back. The lane then begins in the middle again.
+  void forgetWhatIsNoPlace() {
+    if (Lanes::all(Lanes::notAbove(mStep, mStep))) {
+      return;
+    }
+    float step[4];
+    float line[4];
+    float turn[4];
+    Lanes::store(step, mStep);
+    Lanes::store(line, mLine);
+    Lanes::store(turn, mRotation[0]);
+    for (unsigned lane = 0; lane < 4; ++lane) {
+      if (std::isnan(step[lane]) && !(std::isfinite(line[lane]) && std::isfinite(turn[lane]))) {
+        line[lane] = mConstants.middleLine;
+        step[lane] = 0.0F;
+        mMask = Lanes::with(mMask, lane);
+        mActive = true;
+      }
+    }
+    mLine = Lanes::load(line);
+    mStep = Lanes::load(step);
+  }
+
+  FourLaneConstants const mConstants;
+  Orientations const mOrientations;
+  Floats const mZero = Lanes::same(0.0F);
+  Floats const mLast;
+  Floats const mLineSize;
+  Floats const mNegativeF;
+  Floats const mOffset;
+  Floats const mFirstX;
+  Floats const mLastX;
+  Floats const mFirstY;
+  Floats const mWidthY;
+  FourLaneOrientation mOrientation{};
+  Floats mGround[3]{};
+  Floats mCentre[3]{};
+  Floats mRotation[9]{};
+  Floats mShift{};
+  Floats mLine;
+  Floats mStep = Lanes::same(0.0F);
+  Mask mMask = Lanes::everywhere();
+  bool mActive = true;
+  bool mHeadingOnly = false;
+  bool mCold = true;
+};
+
+/// Solves `count` positions, a multiple of four.
+template <class Lanes, class Orientations>
+void solveFourLanes(FourLaneConstants const& constants, Orientations const& orientations, geo::XYZPoint const* ground,
+                    std::size_t count, geo::XYPoint* image) {
+  FourLaneSolver<Lanes, Orientations> solver(constants, orientations);
+  for (std::size_t i = 0; i < count; i += 4) {
+    solver.solve(ground + i, image + i);
+  }
+}
+
+/// The two forms, which give the same bits. The first needs a processor with SSE level 4.1, and is the second where the
+/// library is built for another kind of processor.
+void solveInSseLanes(FourLaneConstants const& constants, LineOrientations const& orientations,
+                     geo::XYZPoint const* ground, std::size_t count, geo::XYPoint* image);
+void solveInPlainLanes(FourLaneConstants const& constants, LineOrientations const& orientations,
+                       geo::XYZPoint const* ground, std::size_t count, geo::XYPoint* image);
+
+}  // namespace sensor

@@ -1,0 +1,11 @@
+#include "model/FourLaneSolver.h"
+#include "model/SseLanes.h"
+
+namespace sensor {
+
+void solveInSseLanes(FourLaneConstants const& constants, LineOrientations const& orientations,
+                     geo::XYZPoint const* ground, std::size_t count, geo::XYPoint* image) {
+  solveFourLanes<SseLanes>(constants, orientations, ground, count, image);
+}
+
+}  // namespace sensor

@@ -1,0 +1,91 @@
+#include <dsm/ProjectedElevationSource.h>
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+#include <geo/coordSys.h>
+#include <geo/units.h>
+#include <sensor/KESStripModel.h>
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace sensor {
+
+namespace {
+
+constexpr int maxPassesAtHeight = 10;
+constexpr int maxPassesOnSurface = 100;
+constexpr float toleranceAtHeight = 0.1F;  // ground sampling distances
+
+// A part of the ground sampling distance in the unit of a system's heights.
+float heightTolerance(float gsd, float factor, geo::coordSys const& system) {
+  return gsd * factor / static_cast<float>(system.verticalUnits().getScale());
+}
+
+// The projection cuts a ray at an LSR height, while the wanted height is told in another system. Pass by pass, the cut is made
+// at the LSR height that the wanted height has at the place of the cut before, until the two heights agree.
+// `wantedHeight` gives the wanted height at a place, in the system.
+template <class WantedHeight>
+void cutAtHeight(KESStripModel const& model, geo::XYPoint const& image, int band, geo::coordSys const* system,
+                 float start, float tolerance, int maxPasses, geo::XYZPoint& ground, WantedHeight wantedHeight) {
+  geo::coordSys const* const lsrSystem = model.lsrSystem();
+  float lsrHeight = start;
+  bool close = false;
+  for (int n = 0; n < maxPasses && !close; ++n) {
+    geo::XYZPoint lsr;
+    model.imageToLsr(image, lsrHeight, band, lsr);
+    geo::coordSys::transform(lsrSystem, system, lsr, ground);
+    auto const height = static_cast<double>(wantedHeight());
+    geo::coordSys::transform(system, lsrSystem, {ground.x, ground.y, height}, lsr);
+    lsrHeight = static_cast<float>(lsr.z);
+    close = !(std::fabs(ground.z - height) > static_cast<double>(tolerance));
+  }
+}
+
+}  // namespace
+
+void KESStripModel::mapToImage(geo::XYZPoint const& map, int band, geo::XYPoint& image) const {
+  geo::XYZPoint lsr;
+  geo::coordSys::transform(mMappingSystem, mLsrSystem, map, lsr);
+  lsrToImage(lsr, band, image);
+}
+
+void KESStripModel::mapToImage(std::vector<geo::XYZPoint> const& map, int band, std::vector<geo::XYPoint>& image,
+                               std::vector<geo::XYZPoint>& lsr) const {
+  std::size_t const n = map.size();
+  if (n == 0) {
+    return;
+  }
+  geo::coordSys::transform(mMappingSystem, mLsrSystem, map.data(), lsr.data(), n);
+  if (!mSseEnabled) {
+    lsrToImage(lsr, band, image);
+    return;
+  }
+  if (n % 4 != 0 || lsr.size() != image.size()) {
+    std::size_t const padded = n + 4 - n % 4;
+    lsr.resize(padded);
+    image.resize(padded);
+    std::fill(lsr.begin() + static_cast<std::ptrdiff_t>(n), lsr.end(), lsr[n - 1]);
+  }
+  lsrToImageSSE(lsr, band, image);
+}
+
+void KESStripModel::imageToMap(geo::XYPoint const& image, float height, int band, geo::XYZPoint& map) const {
+  float const tolerance = heightTolerance(gsd(band), toleranceAtHeight, *mMappingSystem);
+  cutAtHeight(*this, image, band, mMappingSystem, height, tolerance, maxPassesAtHeight, map, [&] { return height; });
+}
+
+void KESStripModel::imageToMap(geo::XYPoint const& image, int band, geo::XYZPoint& map,
+                               dsm::ProjectedElevationSource* surface, float& height, float toleranceFactor) const {
+  geo::coordSys const* const system = surface->coordSystem();
+  float const tolerance = heightTolerance(gsd(band), toleranceFactor, *system);
+  cutAtHeight(*this, image, band, system, height, tolerance, maxPassesOnSurface, map, [&] {
+    if (!surface->height(map, height)) {
+      throw std::runtime_error("Image to map: Unable to a retrieve DSM height.");
+    }
+    return height;
+  });
+  geo::coordSys::transform(system, mMappingSystem, map, map);
+}
+
+}  // namespace sensor

@@ -1,0 +1,165 @@
+#include "model/FourLaneSolver.h"
+
+#include "RandomFlight.h"
+#include "StripAFlight.h"
+#include "model/PlainLanes.h"
+#include "model/StripBand.h"
+#include "support/Matchers.h"
+
+#include <cstring>
+#include <limits>
+#include <random>
+
+// The search for lines in four lanes, below the model: its two kinds of lanes against each other, and its look-ups counted.
+
+namespace {
+
+using sensor::FourLaneConstants;
+using sensor::FourLaneOrientation;
+using sensor::PlainLanes;
+using test::RandomFlight;
+using test::Table;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+// Orientations of a flight, counted.
+template <class Orientations>
+struct Counted {
+  Orientations const& orientations;
+  int& count;
+
+  void operator()(float line, bool headingOnly, unsigned lane, FourLaneOrientation& lanes) const {
+    ++count;
+    orientations(line, headingOnly, lane, lanes);
+  }
+};
+
+template <class Orientations>
+int lookUps(FourLaneConstants const& constants, Orientations const& orientations,
+            std::vector<geo::XYZPoint> const& ground) {
+  int count = 0;
+  std::vector<geo::XYPoint> image(ground.size());
+  sensor::solveFourLanes<PlainLanes>(constants, Counted<Orientations>{orientations, count}, ground.data(),
+                                     ground.size(), image.data());
+  return count;
+}
+
+bool sameBits(std::vector<geo::XYPoint> const& a, std::vector<geo::XYPoint> const& b) {
+  auto const same = [](double x, double y) {
+    return (std::isnan(x) && std::isnan(y)) || test::bitsOf(x) == test::bitsOf(y);
+  };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](geo::XYPoint const& p, geo::XYPoint const& q) { return same(p.x, q.x) && same(p.y, q.y); });
+}
+
+class EveryFlight : public testing::TestWithParam<unsigned> {};
+
+INSTANTIATE_TEST_SUITE_P(FourLaneSolver, EveryFlight, testing::Range(1U, 41U));
+
+TEST_P(EveryFlight, BothKindsOfLanesGiveTheSameBits) {
+  RandomFlight const flight(GetParam());
+  for (std::vector<geo::XYZPoint> ground : {flight.grid(), flight.scatter(), flight.hostilePoints()}) {
+    ground.resize(ground.size() / 4 * 4);
+    std::vector<geo::XYPoint> plain(ground.size());
+    std::vector<geo::XYPoint> sse(ground.size());
+    sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), ground.size(), plain.data());
+    test::solveInSseLanes(flight, ground, sse);
+    EXPECT_TRUE(sameBits(plain, sse)) << "seed " << GetParam();
+  }
+}
+
+// Where a flight sees a position at a line, the search comes back to the line, from wherever it starts.
+TEST_P(EveryFlight, PositionsComeBackToTheirLines) {
+  RandomFlight const flight(GetParam());
+  std::vector<geo::XYPoint> expected;
+  std::vector<geo::XYZPoint> ground;
+  std::mt19937 random(GetParam());
+  std::uniform_real_distribution<double> unit(0.02, 0.98);
+  for (int i = 0; i < 400; ++i) {
+    expected.emplace_back(unit(random) * flight.lastSample(), unit(random) * flight.lines());
+    ground.push_back(flight.groundOf(expected.back()));
+  }
+  std::vector<geo::XYPoint> image(ground.size());
+  sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), ground.size(), image.data());
+  for (std::size_t i = 0; i < image.size(); ++i) {
+    EXPECT_NEAR(image[i].x, expected[i].x, 0.1);
+    EXPECT_NEAR(image[i].y, expected[i].y, 0.1);
+  }
+}
+
+TEST(FourLaneSolver, GroupThatStaysWithinTheToleranceNeedsNoLookUp) {
+  RandomFlight const flight(7);
+  geo::XYZPoint const point = flight.groundOf({20.0, 30.0});
+  std::vector<geo::XYZPoint> const once(4, point);
+  std::vector<geo::XYZPoint> const often(400, point);
+  EXPECT_EQ(lookUps(flight.constants(), flight, often), lookUps(flight.constants(), flight, once));
+}
+
+// Four look-ups of headings and four behind them; then those of the lane alone whose position is elsewhere.
+TEST(FourLaneSolver, OnlyLanesThatMoveAreLookedUp) {
+  RandomFlight const flight(8);
+  std::vector<geo::XYZPoint> ground(8, flight.groundOf({20.0, 30.0}));
+  int const before = lookUps(flight.constants(), flight, {ground.begin(), ground.begin() + 4});
+  ground[6] = flight.groundOf({25.0, 31.0});
+  int const added = lookUps(flight.constants(), flight, ground) - before;
+  EXPECT_GE(added, 1);
+  EXPECT_LT(added, 4);
+  EXPECT_GE(before, 8);
+}
+
+TEST(FourLaneSolver, IdenticalPositionsHaveIdenticalResults) {
+  RandomFlight const flight(9);
+  std::vector<geo::XYZPoint> const ground(4, flight.groundOf({11.0, 90.0}));
+  std::vector<geo::XYPoint> image(4);
+  sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), 4, image.data());
+  EXPECT_TRUE(sameBits(image, std::vector<geo::XYPoint>(4, image[0])));
+}
+
+// A lane that was led astray begins anew; its neighbours never knew.
+TEST(FourLaneSolver, PositionWithoutASolutionLeavesTheOthersAsTheyAre) {
+  RandomFlight const flight(10);
+  std::vector<geo::XYZPoint> good;
+  for (int i = 0; i < 16; ++i) {
+    good.push_back(flight.groundOf({5.0 + 2.0 * i, 20.0 + 3.0 * i}));
+  }
+  for (geo::XYZPoint const& bad :
+       {geo::XYZPoint(nan, 0, 0), geo::XYZPoint(0, infinity, 0), geo::XYZPoint(1e300, 1e300, 1e300)}) {
+    std::vector<geo::XYZPoint> ground = good;
+    ground[5] = bad;
+    std::vector<geo::XYPoint> image(ground.size());
+    std::vector<geo::XYPoint> undisturbed(ground.size());
+    sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), ground.size(), image.data());
+    sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, good.data(), good.size(), undisturbed.data());
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      if (i != 5) {
+        EXPECT_NEAR(image[i].x, undisturbed[i].x, 0.1) << i;
+        EXPECT_NEAR(image[i].y, undisturbed[i].y, 0.1) << i;
+      }
+    }
+  }
+}
+
+// The independent flight tells how many look-ups each of its runs takes, together with the one of each position that it took
+// back to the ground. Where a sine's last bit decides on a pass, it is one more or less of each lane.
+TEST(FourLaneSolver, LooksUpAsOftenAsTheIndependentFlight) {
+  nlohmann::json const& strip = test::stripA::expected().at("strips").at(0);
+  auto const model = test::stripAModel(strip);
+  int runs = 0;
+  int equal = 0;
+  for (nlohmann::json const& band : strip.at("bands")) {
+    sensor::StripBand const b(*model->modelData(), band.at("index").get<int>());
+    for (nlohmann::json const& run : band.at("lsrToImageSSE_runs")) {
+      int const wayBack = run.contains("closure") ? run.at("closure").at("points").get<int>() : 0;
+      int const expected = run.at("orientation_calls").get<int>() - wayBack;
+      std::vector<geo::XYZPoint> const ground = test::groundPoints(Table(run.at("points")));
+      int const calls = lookUps(sensor::fourLaneConstants(b, ground.front()), sensor::LineOrientations(b), ground);
+      EXPECT_NEAR(calls, expected, 4) << band.at("band") << run.at("run");
+      ++runs;
+      equal += calls == expected;
+    }
+  }
+  EXPECT_GE(equal, runs * 9 / 10);
+}
+
+}  // namespace
