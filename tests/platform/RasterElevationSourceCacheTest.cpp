@@ -108,28 +108,29 @@ TEST(RasterElevationCache, MemoryIsBounded) {
   }
 }
 
+// Every fourth tile has the thread's own place of the first one, which thus has to come from the shared cache each time.
 TEST(RasterElevationCache, TileInUseOutlastsThoseThatAreNot) {
-  FormulaRaster raster(TILE * 40, TILE * 40, hills);
-  RasterElevationSource const dem(raster.name(), TILE_BYTES);
+  FormulaRaster raster(TILE * 801, TILE, [](int, int) { return 1.0; });
+  RasterElevationSource const dem(raster.name(), 64 * TILE_BYTES);
   heightAt(dem, tile(0, 0));
-  for (int i = 1; i < 40; i += 4) {  // never in the place of the first, in the thread's own
-    heightAt(dem, tile(i, 0));
+  for (int i = 1; i <= 200; ++i) {
+    heightAt(dem, tile(4 * i, 0));
+    heightAt(dem, tile(0, 0));
   }
-  int const before = raster.readings;
-  heightAt(dem, tile(0, 0));
-  EXPECT_EQ(raster.readings, before);
+  EXPECT_EQ(raster.readings, 201);
 }
 
 TEST(RasterElevationCache, SourcesDoNotMixTheirTiles) {
   FormulaRaster low(300, 300, [](int, int) { return 1.0; });
   FormulaRaster high(300, 300, [](int, int) { return 2.0; });
+  FormulaRaster highest(300, 300, [](int, int) { return 3.0; });
   RasterElevationSource const first(low.name());
   RasterElevationSource const second(high.name());
-  RasterElevationSource const third(low.name());
+  RasterElevationSource const third(highest.name());
   for (int i = 0; i < 20; ++i) {
     EXPECT_EQ(heightAt(first, tile(0, 0)), 1.0F);
     EXPECT_EQ(heightAt(second, tile(0, 0)), 2.0F);
-    EXPECT_EQ(heightAt(third, tile(0, 0)), 1.0F);
+    EXPECT_EQ(heightAt(third, tile(0, 0)), 3.0F);
   }
 }
 

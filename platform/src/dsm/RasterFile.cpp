@@ -152,9 +152,7 @@ double RasterFile::factorOfUnit() const {
   if (!metres) {
     refuse("the unit of its heights, \"" + unit + "\", is no unit of length");
   }
-  // One unit written with more digits here than there is still one unit; the two feet differ by 2e-6.
-  double const factor = *metres / mCoordSystem->verticalUnits().getScale();
-  return std::abs(factor - 1.0) < 1e-9 ? 1.0 : factor;
+  return *metres / mCoordSystem->verticalUnits().getScale();
 }
 
 void RasterFile::read(std::int64_t firstColumn, std::int64_t firstRow, HeightTile& tile) {
