@@ -16,6 +16,8 @@ void addInfo(CLI::App& app, Run& run);
 void addCheck(CLI::App& app, Run& run);
 void addProject(CLI::App& app, Run& run);
 void addClosure(CLI::App& app, Run& run);
+void addMeasures(CLI::App& app, Run& run);
+void addFootprint(CLI::App& app, Run& run);
 void addEop(CLI::App& app, Run& run);
 void addCamera(CLI::App& app, Run& run);
 

@@ -26,6 +26,9 @@ public:
   std::vector<std::string> const& fields() const { return mFields; }
   /// The field as a finite number; throws "NAME:LINE: \"TEXT\" in column \"COLUMN\" is not a number" when it is none.
   double number(std::size_t column) const;
+  std::string const& name() const { return mName; }
+  /// The line on which the current row begins, counted from 1.
+  std::size_t line() const { return mRowLine; }
   /// NAME:LINE, the place of the current row.
   std::string place() const;
 

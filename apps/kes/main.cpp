@@ -18,6 +18,8 @@ void addCommands(CLI::App& app, kes::Run& run) {
   kes::addCheck(app, run);
   kes::addProject(app, run);
   kes::addClosure(app, run);
+  kes::addMeasures(app, run);
+  kes::addFootprint(app, run);
   kes::addEop(app, run);
   kes::addCamera(app, run);
 }

@@ -22,6 +22,8 @@ TEST(Kes, HelpAndVersionAreThereOnEveryLevel) {
                                                                                        {"check"},
                                                                                        {"project"},
                                                                                        {"closure"},
+                                                                                       {"measures"},
+                                                                                       {"footprint"},
                                                                                        {"eop"},
                                                                                        {"eop", "info"},
                                                                                        {"eop", "at"},
@@ -257,22 +259,6 @@ TEST(KesCamera, SettingsNameTheFolderOfCalibrations) {
   std::string const settings =
       folder.file("kes.ini", "[Calibrations]\nlocation=" + test::stripA::path("calibration") + "\n");
   EXPECT_EQ(kes({"camera", "versions", "KESA0", "30107", "--settings", settings}).code, 0);
-}
-
-TEST(KesSimulate, WritesAStripThatChecksAndCloses) {
-  test::TempFolder const folder;
-  std::string const out = folder / "flight";
-  KesRun const run = kes({"simulate", out, "--dem", KESSENSOR_TERRAIN, "--lines", "300", "--samples", "200", "--seed",
-                          "9", "--height", "1500", "--heading", "30"});
-  ASSERT_EQ(run.code, 0) << run.err;
-  EXPECT_EQ(run.err, "");
-  std::vector<std::string> const strip{out + "/strip.stp", "--calibrations", out + "/calibration"};
-  EXPECT_EQ(kes({"check", strip[0], strip[1], strip[2]}).out, "valid\n");
-  EXPECT_EQ(kes({"closure", strip[0], strip[1], strip[2], "--grid", "10"}).code, 0);
-  KesRun const again = kes({"simulate", out, "--dem", KESSENSOR_TERRAIN});
-  EXPECT_EQ(again.code, 1);
-  EXPECT_EQ(again.err, "kes: error: " + out + " exists and is not an empty folder\n");
-  EXPECT_EQ(kes({"simulate", folder / "x", "--dem", folder / "none.tif"}).code, 2);
 }
 
 }  // namespace

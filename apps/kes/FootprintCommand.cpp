@@ -1,0 +1,84 @@
+#include "Command.h"
+#include "FootprintFile.h"
+#include "Outline.h"
+#include "Strip.h"
+
+#include <dsm/RasterElevationSource.h>
+#include <geo/coordSys.h>
+#include <geo/coordSysFactory.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace kes {
+
+namespace {
+
+struct Options {
+  std::vector<std::string> strips;
+  CameraOptions camera;
+  std::string dem;
+  std::string output;
+};
+
+Footprint footprintOf(sensor::KESStripModel const& strip, int band, dsm::ProjectedElevationSource& surface) {
+  sensor::KESImage const& image = *strip.img(band);
+  float const lastLine = static_cast<float>(strip.imageHeight(band)) - 1.0F;
+  return {outlineOf(strip, band, surface),
+          strip.name(),
+          strip.bandID(band),
+          static_cast<double>(strip.gsd(band)),
+          image.cameraTime()->gpsTime(0.0F).value(),
+          image.cameraTime()->gpsTime(lastLine).value()};
+}
+
+void addFootprints(std::string const& file, geo::coordSys& map, dsm::ProjectedElevationSource& surface,
+                   std::vector<Footprint>& footprints) {
+  sensor::KESStripModel strip(file, true, false, false);
+  strip.setMappingSystem(&map);
+  for (int band = 0; band < strip.numBands(); ++band) {
+    try {
+      footprints.push_back(footprintOf(strip, band, surface));
+    } catch (std::runtime_error const& error) {
+      throw std::runtime_error(file + ": " + error.what());
+    }
+  }
+}
+
+int footprint(Options const& options) {
+  options.camera.apply();
+  dsm::RasterElevationSource surface(options.dem);
+  std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createGEO84(true, false));
+  std::vector<Footprint> footprints;
+  for (std::string const& file : options.strips) {
+    addFootprints(file, *map, surface, footprints);
+  }
+  writeFootprints(options.output, footprints);
+  return 0;
+}
+
+}  // namespace
+
+void addFootprint(CLI::App& app, Run& run) {
+  auto const options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("footprint", "Writes the footprints of all bands on the terrain");
+  command->add_option("STRIP", options->strips, "Strip files")->required();
+  options->camera.addTo(*command);
+  command->add_option("--dem", options->dem, "Elevation model, any raster that GDAL reads")
+      ->type_name("FILE")
+      ->required();
+  command
+      ->add_option("-o,--output", options->output,
+                   "GeoJSON (.geojson, .json) or GeoPackage (.gpkg), in WGS 84; an older file is replaced")
+      ->type_name("OUT")
+      ->required()
+      ->check([](std::string const& file) {
+        return isFootprintFile(file) ? std::string() : file + " doesn't end in .geojson, .json or .gpkg";
+      });
+  command->footer("Attributes: strip, band, gsd (metres), start and end (GPS seconds of the first and last line).\n"
+                  "Example: kes footprint flight/strip.stp --calibrations flight/calibration --dem dem.tif -o "
+                  "footprints.gpkg");
+  command->callback([options, &run] { run = [options] { return footprint(*options); }; });
+}
+
+}  // namespace kes
