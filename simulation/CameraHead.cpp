@@ -130,6 +130,14 @@ geo::XYPoint SensorLine::at(double pixel) const {
   return {between(x), between(y)};
 }
 
+std::vector<std::string> CameraHead::bandIds() {
+  std::vector<std::string> ids;
+  for (LineDesign const& design : designs) {
+    ids.emplace_back(design.bandId);
+  }
+  return ids;
+}
+
 CameraHead::CameraHead(int samples) {
   for (LineDesign const& design : designs) {
     mLines.push_back(sensorLine(design, samples));

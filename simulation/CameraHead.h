@@ -33,6 +33,14 @@ public:
   /// The version that strips use, the newest of three.
   static constexpr unsigned currentVersion = 3;
 
+  /// Width of a pixel on level ground `height` metres below, metres.
+  static constexpr double groundSize(double height) {
+    return static_cast<double>(pixelSize) * height / static_cast<double>(focalLength);
+  }
+
+  /// The ids of the bands, in the order of `lines`.
+  static std::vector<std::string> bandIds();
+
   explicit CameraHead(int samples);
 
   std::vector<SensorLine> const& lines() const { return mLines; }

@@ -15,8 +15,10 @@
 #include <memory>
 #include <simulation/CameraHead.h>
 #include <simulation/Flight.h>
+#include <simulation/Images.h>
 #include <simulation/Output.h>
 #include <simulation/Terrain.h>
+#include <simulation/Texture.h>
 #include <simulation/Timing.h>
 #include <simulation/Trajectory.h>
 #include <stdexcept>
@@ -48,8 +50,8 @@ struct BandPlan {
 // A flight while it is being made.
 class Flight {
 public:
-  Flight(FlightPlan const& plan, std::string folder)
-      : mPlan(plan), mFolder(std::move(folder)), mTerrain(plan.dem), mHead(plan.samples),
+  Flight(FlightPlan const& plan, Terrain const& terrain, std::string folder)
+      : mPlan(plan), mFolder(std::move(folder)), mTerrain(terrain), mHead(plan.samples),
         mCycle(cycleMicroseconds(plan)), mDuration(plan.lines * static_cast<double>(mCycle) * 1e-6), mStart(startTime),
         mMiddle(mStart + 0.5 * mDuration), mMeanTerrain(meanTerrain()), mAnchor(anchor()),
         mTrajectory(plan, mMiddle, mMeanTerrain + plan.height - mAnchor.z) {}
@@ -72,7 +74,7 @@ private:
 
   FlightPlan mPlan;
   std::string mFolder;
-  Terrain mTerrain;
+  Terrain const& mTerrain;
   CameraHead mHead;
   std::uint32_t mCycle;
   double mDuration;
@@ -83,14 +85,11 @@ private:
   Trajectory mTrajectory;
 };
 
-FlightFiles const files{"strip.stp", "calibration", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop"};
+FlightFiles const files{"strip.stp", "calibration", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop", {}};
 
 // A line as long on the ground as a pixel is wide.
 std::uint32_t Flight::cycleMicroseconds(FlightPlan const& plan) {
-  plan.validate();
-  double const gsd =
-      static_cast<double>(CameraHead::pixelSize) * plan.height / static_cast<double>(CameraHead::focalLength);
-  return static_cast<std::uint32_t>(std::lround(gsd / Trajectory::speed * 1e6));
+  return static_cast<std::uint32_t>(std::lround(CameraHead::groundSize(plan.height) / Trajectory::speed * 1e6));
 }
 
 // Mean height of the terrain under the path and beside it. What the elevation model doesn't cover doesn't count.
@@ -99,8 +98,7 @@ double Flight::meanTerrain() const {
   std::unique_ptr<geo::coordSys> const geographic(geo::coordSysFactory::getInstance()->createGEO84(false, false));
   double const yaw = (90.0 - mPlan.heading) * 0.017453292519943295;
   double const reach = 0.5 * Trajectory::speed * mDuration;
-  double const side = 0.5 * mPlan.samples * static_cast<double>(CameraHead::pixelSize) * mPlan.height /
-                      static_cast<double>(CameraHead::focalLength);
+  double const side = 0.5 * mPlan.samples * CameraHead::groundSize(mPlan.height);
   constexpr int steps = 100;
   double sum = 0.0;
   int count = 0;
@@ -274,41 +272,50 @@ void Flight::writeStrip(std::vector<BandPlan> const& bands) const {
 }
 
 FlightFiles Flight::write(Progress const& progress) const {
-  auto const report = [&](double done) {
-    if (progress) {
-      progress(done);
-    }
-  };
   for (char const* folder : {"images", "timing", "footprints", "eop", "truth", "raw"}) {
     makeFolder(path(folder));
   }
   writeFile(path("raw/readme.txt"), "A simulated flight has no raw data.\n");
   mHead.writeCalibrations(path(files.calibrations));
-  report(0.4);
+  progress(0.4);
   std::vector<BandPlan> const bands = bandPlans();
   for (std::size_t i = 0; i < bands.size(); ++i) {
     writeTiming(bands[i]);
     writeFootprint(bands[i], mHead.lines()[i]);
   }
-  report(0.5);
+  progress(0.5);
   enum Stream : std::uint64_t { originalErrors = 101, adjustedErrors };
   Navigation original = navigation(Navigation::original, originalErrors);
   Navigation adjusted = navigation(Navigation::adjusted, adjustedErrors);
   writeOrientation(files.trueEop, nullptr);
   writeOrientation(files.originalEop, &original);
-  report(0.9);
+  progress(0.9);
   writeOrientation(files.adjustedEop, &adjusted);
   writeStrip(bands);
-  report(1.0);
+  progress(1.0);
   return files;
 }
 
 }  // namespace
 
+// Images are most of the work.
 FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Progress const& progress) {
   plan.validate();
+  bool const hasImages = !renderedBands(plan).empty();
+  double const projectPart = hasImages ? 0.1 : 1.0;
+  auto const report = [&](double done) {
+    if (progress) {
+      progress(done);
+    }
+  };
+  Terrain const terrain(plan.dem);
+  std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan, terrain) : nullptr;
   NewFolder output(folder);
-  FlightFiles const written = Flight(plan, output.path()).write(progress);
+  FlightFiles written = Flight(plan, terrain, output.path()).write([&](double done) { report(projectPart * done); });
+  if (hasImages) {
+    written.images = renderImages(plan, output.path(), written, terrain, *texture,
+                                  [&](double done) { report(projectPart + (1.0 - projectPart) * done); });
+  }
   output.keep();
   return written;
 }

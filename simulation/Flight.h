@@ -3,6 +3,7 @@
 #include <functional>
 #include <simulation/FlightPlan.h>
 #include <string>
+#include <vector>
 
 namespace simulation {
 
@@ -14,6 +15,8 @@ struct FlightFiles {
   std::string adjustedEop;
   /// The orientation without the errors of navigation, at the same times, to measure accuracy by.
   std::string trueEop;
+  /// The images that were rendered, in the camera's order.
+  std::vector<std::string> images;
 };
 
 /// Called with the part that is done, 0 to 1.
@@ -26,8 +29,11 @@ using Progress = std::function<void(double)>;
 /// integration times that step, GRNF16A has a smaller swath with an offset, BLUF16A an integration time of its own, and the
 /// backward bands run reverse.
 ///
-/// Throws std::runtime_error when the plan can't be flown, the terrain can't be read or lies elsewhere, or the folder can't
-/// be written or isn't empty.
+/// The images that the plan asks for are rendered (see `Renderer`) as the camera with its true orientation saw the ground, and
+/// have their statistics beside them.
+///
+/// Throws std::runtime_error when the plan can't be flown, has an unknown band or a texture that can't be used, the terrain
+/// can't be read or lies elsewhere, or the folder can't be written or isn't empty.
 FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Progress const& progress = {});
 
 }  // namespace simulation

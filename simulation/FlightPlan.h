@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace simulation {
 
@@ -22,6 +23,16 @@ struct FlightPlan {
   /// Direction of flight, degrees clockwise from north.
   double heading = 237.0;
   std::string name = "Line1";
+
+  /// Ids of the bands whose images are rendered; `allBands` stands for all.
+  std::vector<std::string> renderedBands;
+  static constexpr char const* allBands = "all";
+  /// What lies on the ground, any raster that GDAL reads; empty: the shaded terrain with a fine pattern.
+  std::string texture;
+  /// The seed of that pattern: flights over one terrain at one height see the same ground when it is the same.
+  std::uint64_t textureSeed = 1;
+  /// Threads that render, 0 for as many as the machine runs at a time. Images don't depend on it.
+  int threads = 0;
 
   /// Throws std::runtime_error with the first value that can't be flown and its range.
   void validate() const;

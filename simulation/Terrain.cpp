@@ -1,7 +1,6 @@
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-
-#include <gdal_priv.h>
+#include <geo/units.h>
 
 #include <cmath>
 #include <simulation/Terrain.h>
@@ -9,62 +8,48 @@
 
 namespace simulation {
 
-Terrain::Terrain(std::string const& file) : mFile(file) {
-  GDALAllRegister();
-  GDALDatasetUniquePtr const data(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
-  if (!data || data->GetRasterCount() < 1) {
-    throw std::runtime_error("can't open elevation model " + file);
-  }
-  mWidth = data->GetRasterXSize();
-  mHeight = data->GetRasterYSize();
-  if (data->GetGeoTransform(mToMap) != CE_None || !GDALInvGeoTransform(mToMap, mToRaster) || !data->GetSpatialRef()) {
-    throw std::runtime_error("elevation model has no place on the ground: " + file);
-  }
-  geo::coordSysFactory const* factory = geo::coordSysFactory::getInstance();
-  mSystem.reset(factory->createCoordSys(std::string(data->GetProjectionRef())));
-  mGeographic.reset(factory->createGEO84(false, false));
-  GDALRasterBand* band = data->GetRasterBand(1);
-  mHeights.resize(static_cast<std::size_t>(mWidth) * static_cast<std::size_t>(mHeight));
-  if (band->RasterIO(GF_Read, 0, 0, mWidth, mHeight, mHeights.data(), mWidth, mHeight, GDT_Float32, 0, 0) != CE_None) {
-    throw std::runtime_error("can't read elevation model " + file);
-  }
-  int hasNoData = 0;
-  double const noData = band->GetNoDataValue(&hasNoData);
-  if (hasNoData != 0) {
-    mNoData = static_cast<float>(noData);
-  }
-}
+// One unit of angle is a length along the equator; in a unit of length a turn is too long to matter.
+Terrain::Terrain(std::string const& file)
+    : mSource(file), mMiddle(position({0.5 * columns(), 0.5 * rows()})),
+      mTurn(2.0 * 3.141592653589793 * 6378137.0 / mSource.coordSystem()->horizontalUnits().getScale()),
+      mGeographic(geo::coordSysFactory::getInstance()->createGEO84(false, false)) {}
 
 Terrain::~Terrain() = default;
 
+geo::XYZPoint Terrain::position(geo::XYPoint const& cell) const {
+  auto const& t = mSource.grid().geoTransform;
+  return {t[0] + t[1] * cell.x + t[2] * cell.y, t[3] + t[4] * cell.x + t[5] * cell.y, 0.0};
+}
+
+geo::XYPoint Terrain::cell(geo::XYZPoint const& position) const {
+  auto const& t = mSource.grid().geoTransform;
+  double const determinant = t[1] * t[5] - t[2] * t[4];
+  double const east = position.x - mMiddle.x;
+  double const x = east - mTurn * std::round(east / mTurn) + (mMiddle.x - t[0]);
+  double const y = position.y - t[3];
+  return {(t[5] * x - t[2] * y) / determinant, (t[1] * y - t[4] * x) / determinant};
+}
+
 geo::XYZPoint Terrain::middle() const {
-  double x = 0.0;
-  double y = 0.0;
-  GDALApplyGeoTransform(const_cast<double*>(mToMap), 0.5 * mWidth, 0.5 * mHeight, &x, &y);
-  geo::XYZPoint point(x, y, 0.0);
-  if (geo::coordSys::transform(mSystem.get(), mGeographic.get(), point, point) != 0) {
-    throw std::runtime_error("elevation model has no place on the ground: " + mFile);
+  geo::XYZPoint point = mMiddle;
+  if (geo::coordSys::transform(mSource.coordSystem(), mGeographic.get(), point, point) != 0) {
+    throw std::runtime_error("elevation model has no place on the ground: " + mSource.fileName());
   }
-  return point;
+  return {point.x, point.y, 0.0};
 }
 
 std::optional<double> Terrain::height(geo::XYZPoint const& lonLat) const {
   geo::XYZPoint point(lonLat.x, lonLat.y, 0.0);
-  if (geo::coordSys::transform(mGeographic.get(), mSystem.get(), point, point) != 0) {
+  float height = 0.0F;
+  if (geo::coordSys::transform(mGeographic.get(), mSource.coordSystem(), point, point) != 0 ||
+      !mSource.height(point, height)) {
     return std::nullopt;
   }
-  double column = 0.0;
-  double row = 0.0;
-  GDALApplyGeoTransform(const_cast<double*>(mToRaster), point.x, point.y, &column, &row);
-  if (!(column >= 0 && row >= 0 && column < mWidth && row < mHeight)) {
+  point.z = static_cast<double>(height);
+  if (geo::coordSys::transform(mSource.coordSystem(), mGeographic.get(), point, point) != 0) {
     return std::nullopt;
   }
-  float const value =
-      mHeights[static_cast<std::size_t>(row) * static_cast<std::size_t>(mWidth) + static_cast<std::size_t>(column)];
-  if (!std::isfinite(value) || value == mNoData) {
-    return std::nullopt;
-  }
-  return static_cast<double>(value);
+  return point.z;
 }
 
 }  // namespace simulation

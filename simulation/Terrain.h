@@ -1,42 +1,46 @@
 #pragma once
 
+#include <dsm/RasterElevationSource.h>
+#include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
-
-namespace geo {
-class coordSys;
-}
 
 namespace simulation {
 
-/// An elevation model held in memory: heights in metres above the WGS 84 ellipsoid, as the file has them.
+/// The elevation model that a flight goes over, and its cells. Any number of threads may share it.
 class Terrain {
 public:
-  /// Reads the first band of a raster. Throws std::runtime_error with the file's name when it can't be opened or read, has no
-  /// coordinate system or no place on the ground.
+  /// Throws what `dsm::RasterElevationSource` throws.
   explicit Terrain(std::string const& file);
   ~Terrain();
   Terrain(Terrain const&) = delete;
   Terrain& operator=(Terrain const&) = delete;
 
-  /// Longitude and latitude of the raster's middle, radians; z is 0.
+  /// The surface, in a coordinate system of its own.
+  dsm::RasterElevationSource const& source() const { return mSource; }
+
+  /// Longitude and latitude of the raster's middle, radians; z is 0. Throws std::runtime_error "elevation model has no place
+  /// on the ground: FILE" when WGS 84 knows no such place.
   geo::XYZPoint middle() const;
-  /// Height of the cell at a longitude and latitude (radians); nothing outside and where the raster has no data.
+  /// Height in metres above the WGS 84 ellipsoid at a longitude and latitude (radians); nothing where there is no terrain.
   std::optional<double> height(geo::XYZPoint const& lonLat) const;
 
+  /// The raster's size in cells.
+  int columns() const { return mSource.grid().columns; }
+  int rows() const { return mSource.grid().rows; }
+  /// Where a position of the source's system lies in the raster: x columns and y rows from the outer corner of the first cell,
+  /// whose centre is thus at 0.5, 0.5. A longitude may be a full turn away.
+  geo::XYPoint cell(geo::XYZPoint const& position) const;
+  /// The opposite, at a height of 0.
+  geo::XYZPoint position(geo::XYPoint const& cell) const;
+
 private:
-  std::string mFile;
-  int mWidth = 0;
-  int mHeight = 0;
-  double mToMap[6] = {};
-  double mToRaster[6] = {};
-  std::vector<float> mHeights;
-  std::optional<float> mNoData;
-  std::unique_ptr<geo::coordSys> mSystem;
+  dsm::RasterElevationSource mSource;
+  geo::XYZPoint mMiddle;
+  double mTurn;  // a full turn of longitude, in the source's unit
   std::unique_ptr<geo::coordSys> mGeographic;
 };
 

@@ -62,7 +62,7 @@ public:
   };
   /// The real-time solution, and the one after the adjustment.
   static constexpr Accuracy original{0.08, 40.0e-6};
-  static constexpr Accuracy adjusted{0.02, 6.0e-6};
+  static constexpr Accuracy adjusted{0.01, 4.0e-6};
 
   Navigation(Accuracy const& accuracy, Random const& random);
 

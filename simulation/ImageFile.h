@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class GDALDataset;
+
+namespace simulation {
+
+/// An image of 16 bits unsigned and one band, a tiled and compressed GeoTIFF, whose pixels of 0 count as no data. Until
+/// `finish` it bears another name beside its own; then it appears as a whole, or not at all.
+class ImageFile {
+public:
+  /// Side of a tile; best written as many rows at a time.
+  static constexpr int tileSize = 256;
+
+  /// Throws std::runtime_error "can't write NAME", as all operations do.
+  ImageFile(std::string name, int width, int height);
+  ~ImageFile();
+  ImageFile(ImageFile const&) = delete;
+  ImageFile& operator=(ImageFile const&) = delete;
+
+  /// Appends rows of pixels.
+  void write(std::vector<std::uint16_t> const& pixels);
+  /// Closes the file, reads it back to see that all pixels are there, and gives it its name. All rows are written.
+  void finish();
+
+private:
+  bool open();
+  void close();
+  bool readsBack() const;
+  [[noreturn]] void fail();
+
+  std::string mName;
+  std::string mPath;
+  int mWidth;
+  int mHeight;
+  int mRows = 0;
+  std::uint64_t mSum;
+  GDALDataset* mData = nullptr;
+};
+
+}  // namespace simulation

@@ -1,0 +1,125 @@
+#include "RenderSupport.h"
+#include "support/Matchers.h"
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <mutex>
+#include <set>
+#include <simulation/ImageFile.h>
+#include <simulation/Parallel.h>
+#include <simulation/Random.h>
+#include <stdexcept>
+
+namespace {
+
+using simulation::forEachIndex;
+using simulation::ImageFile;
+
+// Rows of pixels that don't compress.
+std::vector<std::uint16_t> noise(int width, int rows) {
+  simulation::Random random(1, 0);
+  std::vector<std::uint16_t> pixels;
+  for (int i = 0; i < width * rows; ++i) {
+    pixels.push_back(static_cast<std::uint16_t>(random.uniform(0.0, 65535.0)));
+  }
+  return pixels;
+}
+
+TEST(ImageFile, HoldsWhatWasWritten) {
+  test::TempFolder const folder;
+  ImageFile file(folder / "a.tif", 300, 530);
+  std::vector<std::uint16_t> const pixels = noise(300, 530);
+  for (int row = 0; row < 530; row += 256) {
+    int const rows = std::min(256, 530 - row);
+    file.write({pixels.begin() + row * 300, pixels.begin() + (row + rows) * 300});
+  }
+  EXPECT_FALSE(test::exists(folder / "a.tif")) << "not before it is whole";
+  file.finish();
+  test::Image const image(folder / "a.tif");
+  EXPECT_EQ(image.width, 300);
+  EXPECT_EQ(image.height, 530);
+  EXPECT_EQ(image.pixels, pixels);
+  EXPECT_EQ(test::entryCount(folder.path()), 1);
+}
+
+TEST(ImageFile, UnfinishedLeavesNothing) {
+  test::TempFolder const folder;
+  {
+    ImageFile file(folder / "a.tif", 300, 600);
+    file.write(noise(300, 256));
+  }
+  EXPECT_EQ(test::entryCount(folder.path()), 0);
+}
+
+TEST(ImageFile, ReplacesAnOldFileWhenItIsWhole) {
+  test::TempFolder const folder;
+  folder.file("a.tif", "old");
+  ImageFile file(folder / "a.tif", 20, 10);
+  file.write(noise(20, 10));
+  EXPECT_EQ(test::contents(folder / "a.tif"), "old");
+  file.finish();
+  EXPECT_EQ(test::Image(folder / "a.tif").pixels, noise(20, 10));
+}
+
+TEST(ImageFile, PlacesThatCantBeWrittenSaySo) {
+  test::TempFolder const folder;
+  EXPECT_MESSAGE(ImageFile(folder / "none/a.tif", 10, 10), "can't write " + (folder / "none/a.tif"));
+}
+
+// Files of 300 to 600 KB against 500 KB: the disk fills at every moment from the first tile to the directory at the end.
+TEST(ImageFile, FullDiskIsNoticed) {
+  int failures = 0;
+  for (int rows = 256; rows <= 512; rows += 16) {
+    test::SmallFileSystem const disk(500 * 1024);
+    if (!disk.isMounted()) {
+      GTEST_SKIP() << "no file system may be mounted here";
+    }
+    std::ofstream(disk / "a.tif") << "old";
+    std::vector<std::uint16_t> const pixels = noise(600, rows);
+    try {
+      ImageFile file(disk / "a.tif", 600, rows);
+      file.write(pixels);
+      file.finish();
+      EXPECT_EQ(test::Image(disk / "a.tif").pixels, pixels);
+    } catch (std::runtime_error const& error) {
+      EXPECT_EQ(error.what(), "can't write " + (disk / "a.tif"));
+      EXPECT_EQ(test::contents(disk / "a.tif"), "old");
+      ++failures;
+    }
+    EXPECT_EQ(test::entryCount(disk.path()), 1);
+  }
+  EXPECT_GT(failures, 3);
+  EXPECT_LT(failures, 15);
+}
+
+TEST(ForEachIndex, CallsEachIndexOnce) {
+  for (int const threads : {0, 1, 2, 7}) {
+    std::mutex mutex;
+    std::multiset<int> seen;
+    forEachIndex(100, threads, [&](int i) {
+      std::lock_guard const lock(mutex);
+      seen.insert(i);
+    });
+    EXPECT_EQ(seen.size(), 100U);
+    EXPECT_EQ(std::set<int>(seen.begin(), seen.end()).size(), 100U);
+  }
+  forEachIndex(0, 2, [](int) { FAIL(); });
+}
+
+TEST(ForEachIndex, FailureEndsIt) {
+  std::atomic<int> calls = 0;
+  EXPECT_MESSAGE(forEachIndex(1000000, 2,
+                              [&](int i) {
+                                ++calls;
+                                if (i == 3) {
+                                  throw std::runtime_error("three");
+                                }
+                              }),
+                 "three");
+  EXPECT_LT(calls, 1000000);
+}
+
+}  // namespace
