@@ -23,6 +23,9 @@ int simulate(Options const& options) {
   listing.add("strip", options.folder + "/" + files.strip);
   listing.add("calibrations", options.folder + "/" + files.calibrations);
   listing.add("true orientation", options.folder + "/" + files.trueEop);
+  for (std::string const& image : files.images) {
+    listing.add("image", options.folder + "/" + image);
+  }
   listing.print();
   return 0;
 }
@@ -46,7 +49,19 @@ void addSimulate(CLI::App& app, Run& run) {
   command->add_option("--heading", options->plan.heading, "Degrees clockwise from north")
       ->type_name("DEG")
       ->capture_default_str();
-  command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52");
+  CLI::Option* const render =
+      command->add_option("--render", options->plan.renderedBands, "Band whose image to render, or \"all\"; repeatable")
+          ->type_name("BAND")
+          ->allow_extra_args(false);
+  command
+      ->add_option("--texture", options->plan.texture,
+                   "What lies on the ground: any raster of GDAL, its first band [shaded terrain]")
+      ->type_name("FILE")
+      ->needs(render)
+      ->check(CLI::ExistingFile);
+  command->add_option("--texture-seed", options->plan.textureSeed, "Of the fine pattern of the shaded terrain")
+      ->capture_default_str();
+  command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A");
   command->callback([options, &run] { run = [options] { return simulate(*options); }; });
 }
 
