@@ -6,6 +6,7 @@ namespace {
 
 using bench::groundGrid;
 using bench::imageGrid;
+using bench::pixelGrid;
 using bench::strip;
 
 int panNadir() {
@@ -88,30 +89,29 @@ void lsrToImagePoint(benchmark::State& state) {
 }
 BENCHMARK(lsrToImagePoint)->Name("lsrToImage, a point")->Unit(benchmark::kMillisecond);
 
-void lsrToImageRun(benchmark::State& state) {
-  sensor::KESStripModel const& model = strip();
-  int const band = panNadir();
-  std::vector<geo::XYZPoint> const& ground = groundGrid();
+// A form for many points over a grid.
+template <class Solve>
+void overRun(benchmark::State& state, std::vector<geo::XYZPoint> const& ground, Solve solve) {
   std::vector<geo::XYPoint> image(ground.size());
   for (auto _ : state) {
-    model.lsrToImage(ground, band, image);
+    solve(ground, image);
     benchmark::DoNotOptimize(image.data());
   }
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(ground.size()));
 }
-BENCHMARK(lsrToImageRun)->Name("lsrToImage, a run")->Unit(benchmark::kMillisecond);
 
-void lsrToImageFourLanes(benchmark::State& state) {
-  sensor::KESStripModel const& model = strip();
-  int const band = panNadir();
-  std::vector<geo::XYZPoint> const& ground = groundGrid();
-  std::vector<geo::XYPoint> image(ground.size());
-  for (auto _ : state) {
-    model.lsrToImageSSE(ground, band, image);
-    benchmark::DoNotOptimize(image.data());
-  }
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(ground.size()));
+void lsrToImageRun(benchmark::State& state, bool pixels) {
+  overRun(state, pixels ? pixelGrid() : groundGrid(),
+          [](auto const& ground, auto& image) { strip().lsrToImage(ground, panNadir(), image); });
 }
-BENCHMARK(lsrToImageFourLanes)->Name("lsrToImageSSE, a run")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(lsrToImageRun, strip, false)->Name("lsrToImage, a run")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(lsrToImageRun, pixels, true)->Name("lsrToImage, a run of pixels")->Unit(benchmark::kMillisecond);
+
+void lsrToImageLanes(benchmark::State& state, bool pixels) {
+  overRun(state, pixels ? pixelGrid() : groundGrid(),
+          [](auto const& ground, auto& image) { strip().lsrToImageSSE(ground, panNadir(), image); });
+}
+BENCHMARK_CAPTURE(lsrToImageLanes, strip, false)->Name("lsrToImageSSE, a run")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(lsrToImageLanes, pixels, true)->Name("lsrToImageSSE, a run of pixels")->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -40,9 +40,39 @@ Flight const& flight() {
   return made;
 }
 
+// A grid on the terrain plane about the middle of the strip, over this many pixels and lines: a parallelogram, across along
+// its first line, then along the flight.
+std::vector<geo::XYZPoint> parallelogram(double width, double length) {
+  sensor::KESStripModel const& model = strip();
+  int const band = model.bandIndex("PANN00A");
+  auto const height = static_cast<float>(model.meanTerrainHeight());
+  double const left = (samples - 1.0 - width) / 2.0;
+  double const top = (lines - 1.0 - length) / 2.0;
+  geo::XYZPoint first;
+  geo::XYZPoint right;
+  geo::XYZPoint last;
+  model.imageToLsr({left, top}, height, band, first);
+  model.imageToLsr({left + width, top}, height, band, right);
+  model.imageToLsr({left + width, top + length}, height, band, last);
+  std::vector<geo::XYZPoint> points;
+  for (int i = 0; i < gridSize; ++i) {
+    for (int j = 0; j < gridSize; ++j) {
+      double const u = j / (gridSize - 1.0);
+      double const v = i / (gridSize - 1.0);
+      points.emplace_back(first.x + u * (right.x - first.x) + v * (last.x - right.x),
+                          first.y + u * (right.y - first.y) + v * (last.y - right.y), static_cast<double>(height));
+    }
+  }
+  return points;
+}
+
 }  // namespace
 
 sensor::KESStripModel const& strip() {
+  return *flight().model;
+}
+
+sensor::KESStripModel& mutableStrip() {
   return *flight().model;
 }
 
@@ -64,29 +94,19 @@ std::vector<geo::XYPoint> const& imageGrid() {
 }
 
 std::vector<geo::XYZPoint> const& groundGrid() {
-  static std::vector<geo::XYZPoint> const grid = [] {
-    sensor::KESStripModel const& model = strip();
-    int const band = model.bandIndex("PANN00A");
-    auto const height = static_cast<float>(model.meanTerrainHeight());
-    geo::XYZPoint corners[2];
-    model.imageToLsr({0.0, 0.0}, height, band, corners[0]);
-    model.imageToLsr({samples - 1.0, lines - 1.0}, height, band, corners[1]);
-    geo::XYZPoint other;
-    model.imageToLsr({samples - 1.0, 0.0}, height, band, other);
-    std::vector<geo::XYZPoint> points;
-    for (int i = 0; i < gridSize; ++i) {
-      for (int j = 0; j < gridSize; ++j) {
-        // A parallelogram: across along the first line, then along the flight.
-        double const u = j / (gridSize - 1.0);
-        double const v = i / (gridSize - 1.0);
-        points.emplace_back(corners[0].x + u * (other.x - corners[0].x) + v * (corners[1].x - other.x),
-                            corners[0].y + u * (other.y - corners[0].y) + v * (corners[1].y - other.y),
-                            static_cast<double>(height));
-      }
-    }
-    return points;
-  }();
+  static std::vector<geo::XYZPoint> const grid = parallelogram(samples - 1.0, lines - 1.0);
   return grid;
+}
+
+std::vector<geo::XYZPoint> const& pixelGrid() {
+  static std::vector<geo::XYZPoint> const grid = parallelogram(gridSize - 1.0, gridSize - 1.0);
+  return grid;
+}
+
+std::vector<geo::XYZPoint> inSystem(std::vector<geo::XYZPoint> const& grid, geo::coordSys const& system) {
+  std::vector<geo::XYZPoint> points(grid.size());
+  geo::coordSys::transform(strip().lsrSystem(), &system, grid.data(), points.data(), points.size());
+  return points;
 }
 
 }  // namespace bench
