@@ -1,12 +1,10 @@
-#include "model/FourLaneSolver.h"
 
+#include "AnyOrientation.h"
 #include "RandomFlight.h"
 #include "StripAFlight.h"
-#include "model/PlainLanes.h"
 #include "model/StripBand.h"
 #include "support/Matchers.h"
 
-#include <cstring>
 #include <limits>
 #include <random>
 
@@ -16,33 +14,28 @@ namespace {
 
 using sensor::FourLaneConstants;
 using sensor::FourLaneOrientation;
-using sensor::PlainLanes;
 using test::RandomFlight;
 using test::Table;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// Orientations of a flight, counted.
-template <class Orientations>
-struct Counted {
-  Orientations const& orientations;
-  int& count;
-
-  void operator()(float line, bool headingOnly, unsigned lane, FourLaneOrientation& lanes) const {
-    ++count;
-    orientations(line, headingOnly, lane, lanes);
-  }
-};
-
-template <class Orientations>
-int lookUps(FourLaneConstants const& constants, Orientations const& orientations,
+int lookUps(FourLaneConstants const& constants, test::AnyOrientation const& orientations,
             std::vector<geo::XYZPoint> const& ground) {
   int count = 0;
   std::vector<geo::XYPoint> image(ground.size());
-  sensor::solveFourLanes<PlainLanes>(constants, Counted<Orientations>{orientations, count}, ground.data(),
-                                     ground.size(), image.data());
+  auto const counted = [&](float line, bool headingOnly, unsigned lane, FourLaneOrientation& lanes) {
+    ++count;
+    orientations(line, headingOnly, lane, lanes);
+  };
+  test::solveInPlainLanes(constants, counted, ground, image);
   return count;
+}
+
+std::vector<geo::XYPoint> solved(RandomFlight const& flight, std::vector<geo::XYZPoint> const& ground) {
+  std::vector<geo::XYPoint> image(ground.size());
+  test::solveInPlainLanes(flight.constants(), flight, ground, image);
+  return image;
 }
 
 bool sameBits(std::vector<geo::XYPoint> const& a, std::vector<geo::XYPoint> const& b) {
@@ -61,11 +54,9 @@ TEST_P(EveryFlight, BothKindsOfLanesGiveTheSameBits) {
   RandomFlight const flight(GetParam());
   for (std::vector<geo::XYZPoint> ground : {flight.grid(), flight.scatter(), flight.hostilePoints()}) {
     ground.resize(ground.size() / 4 * 4);
-    std::vector<geo::XYPoint> plain(ground.size());
     std::vector<geo::XYPoint> sse(ground.size());
-    sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), ground.size(), plain.data());
-    test::solveInSseLanes(flight, ground, sse);
-    EXPECT_TRUE(sameBits(plain, sse)) << "seed " << GetParam();
+    test::solveInSseLanes(flight.constants(), flight, ground, sse);
+    EXPECT_TRUE(sameBits(solved(flight, ground), sse)) << "seed " << GetParam();
   }
 }
 
@@ -80,8 +71,7 @@ TEST_P(EveryFlight, PositionsComeBackToTheirLines) {
     expected.emplace_back(unit(random) * flight.lastSample(), unit(random) * flight.lines());
     ground.push_back(flight.groundOf(expected.back()));
   }
-  std::vector<geo::XYPoint> image(ground.size());
-  sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), ground.size(), image.data());
+  std::vector<geo::XYPoint> const image = solved(flight, ground);
   for (std::size_t i = 0; i < image.size(); ++i) {
     EXPECT_NEAR(image[i].x, expected[i].x, 0.1);
     EXPECT_NEAR(image[i].y, expected[i].y, 0.1);
@@ -111,8 +101,7 @@ TEST(FourLaneSolver, OnlyLanesThatMoveAreLookedUp) {
 TEST(FourLaneSolver, IdenticalPositionsHaveIdenticalResults) {
   RandomFlight const flight(9);
   std::vector<geo::XYZPoint> const ground(4, flight.groundOf({11.0, 90.0}));
-  std::vector<geo::XYPoint> image(4);
-  sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), 4, image.data());
+  std::vector<geo::XYPoint> const image = solved(flight, ground);
   EXPECT_TRUE(sameBits(image, std::vector<geo::XYPoint>(4, image[0])));
 }
 
@@ -127,10 +116,8 @@ TEST(FourLaneSolver, PositionWithoutASolutionLeavesTheOthersAsTheyAre) {
        {geo::XYZPoint(nan, 0, 0), geo::XYZPoint(0, infinity, 0), geo::XYZPoint(1e300, 1e300, 1e300)}) {
     std::vector<geo::XYZPoint> ground = good;
     ground[5] = bad;
-    std::vector<geo::XYPoint> image(ground.size());
-    std::vector<geo::XYPoint> undisturbed(ground.size());
-    sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, ground.data(), ground.size(), image.data());
-    sensor::solveFourLanes<PlainLanes>(flight.constants(), flight, good.data(), good.size(), undisturbed.data());
+    std::vector<geo::XYPoint> const image = solved(flight, ground);
+    std::vector<geo::XYPoint> const undisturbed = solved(flight, good);
     for (std::size_t i = 0; i < image.size(); ++i) {
       if (i != 5) {
         EXPECT_NEAR(image[i].x, undisturbed[i].x, 0.1) << i;

@@ -51,8 +51,4 @@ private:
   std::vector<float> mY;
 };
 
-/// Solves a run with the vector unit's lanes, where this processor has them; otherwise in plain lanes.
-void solveInSseLanes(RandomFlight const& flight, std::vector<geo::XYZPoint> const& ground,
-                     std::vector<geo::XYPoint>& image);
-
 }  // namespace test
