@@ -20,5 +20,6 @@ void addMeasures(CLI::App& app, Run& run);
 void addFootprint(CLI::App& app, Run& run);
 void addEop(CLI::App& app, Run& run);
 void addCamera(CLI::App& app, Run& run);
+void addOrtho(CLI::App& app, Run& run);
 
 }  // namespace kes

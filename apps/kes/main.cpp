@@ -22,6 +22,7 @@ void addCommands(CLI::App& app, kes::Run& run) {
   kes::addFootprint(app, run);
   kes::addEop(app, run);
   kes::addCamera(app, run);
+  kes::addOrtho(app, run);
 }
 
 int parseAndRun(int argc, char** argv) {

@@ -1,0 +1,100 @@
+#include "Command.h"
+#include "Output.h"
+#include "Strip.h"
+
+#include <dsm/RasterElevationSource.h>
+#include <geo/coordSys.h>
+#include <geo/coordSysFactory.h>
+
+#include <algorithm>
+#include <kesgdal/Orthophoto.h>
+#include <map>
+#include <memory>
+#include <thread>
+
+namespace kes {
+
+namespace {
+
+using kesgdal::Resampling;
+
+std::map<std::string, Resampling> const resamplings = {{"nearest", Resampling::NEAREST},
+                                                       {"bilinear", Resampling::BILINEAR},
+                                                       {"cubic", Resampling::CUBIC},
+                                                       {"cubicspline", Resampling::CUBIC_SPLINE},
+                                                       {"lanczos", Resampling::LANCZOS}};
+
+struct Options {
+  StripOptions strip;
+  std::vector<std::string> bands;
+  std::string orientation = "adjusted";
+  std::string dem;
+  std::string crs;
+  std::string output;
+  std::string resampling = "cubic";
+  kesgdal::OrthoPlan plan;
+};
+
+int threadsOfMachine() {
+  return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+}
+
+int ortho(Options const& options) {
+  options.strip.camera.apply();
+  std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createCoordSys(options.crs));
+  dsm::RasterElevationSource surface(options.dem);
+  sensor::KESStripModel strip(options.strip.file, true, options.orientation == "original", false);
+  strip.setMappingSystem(map.get());
+  kesgdal::OrthoPlan plan = options.plan;
+  plan.bands = bandIndices(strip, options.bands);
+  plan.resampling = resamplings.at(options.resampling);
+  Progress progress("orthorectifying");
+  kesgdal::writeOrthophoto(strip, &surface, plan, options.output, [&](double done) { progress.show(done); });
+  return 0;
+}
+
+void addRequired(CLI::App& command, Options& options) {
+  command.add_option("--band", options.bands, "Band id; repeatable, each becomes a band of the file")
+      ->type_name("ID")
+      ->required()
+      ->allow_extra_args(false);
+  command.add_option("--dem", options.dem, "Elevation model: any raster of GDAL")->type_name("FILE")->required();
+  command.add_option("--crs", options.crs, "Projected or geographic system of the orthophoto, such as EPSG:32616")
+      ->type_name("DEF")
+      ->required();
+  command.add_option("--gsd", options.plan.gsd, "Size of a pixel on the ground")->type_name("M")->required();
+  command.add_option("-o,--output", options.output, "Cloud Optimized GeoTIFF to write")->type_name("FILE")->required();
+}
+
+void addOptional(CLI::App& command, Options& options) {
+  command.add_option("--resampling", options.resampling, "Interpolation between the pixels of an image")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"nearest", "bilinear", "cubic", "cubicspline", "lanczos"}));
+  command.add_option("--orientation", options.orientation, "Which orientation of the strip to use")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"adjusted", "original"}));
+  command.add_option("--nodata", options.plan.noData, "Value of pixels that no image saw")
+      ->type_name("V")
+      ->capture_default_str();
+  options.plan.threads = threadsOfMachine();
+  command.add_option("--threads", options.plan.threads, "Threads that work; the file doesn't depend on it")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 1024));
+}
+
+}  // namespace
+
+void addOrtho(CLI::App& app, Run& run) {
+  auto const options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("ortho", "Orthorectifies images of a strip into one GeoTIFF");
+  options->strip.addTo(*command);
+  addRequired(*command, *options);
+  addOptional(*command, *options);
+  command->footer("Pixels lie on whole multiples of their size, so that orthophotos fit one another.\n"
+                  "Example: kes ortho flight/strip.stp --calibrations flight/calibration --band PANN00A "
+                  "--dem terrain.tif --crs EPSG:32616 --gsd 0.25 -o ortho.tif");
+  command->callback([options, &run] { run = [options] { return ortho(*options); }; });
+}
+
+}  // namespace kes

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "StripReach.h"
+#include "SurfacePositions.h"
+#include "WatchedSurface.h"
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+
+#include <cstddef>
+#include <kesgdal/OrthoTransformer.h>
+#include <memory>
+#include <vector>
+
+namespace kesgdal {
+
+/// Pixels of an image: positions from the outer corner of the first one on.
+struct PixelRange {
+  double left;
+  double top;
+  double right;
+  double bottom;
+
+  static PixelRange nothing();
+  bool isEmpty() const { return !(left <= right); }
+  void add(double x, double y);
+};
+
+/// What the copies of a transformer share; nothing in it changes but for the failure.
+struct SharedProjection {
+  /// Throws as the constructor of `OrthoTransformer`.
+  SharedProjection(sensor::KESStripModel const& strip, int band, dsm::ProjectedElevationSource const& surface,
+                   GeoTransform const& raster, double margin);
+
+  sensor::KESStripModel const& strip;
+  int band;
+  mutable FirstFailure failure;
+  mutable WatchedSurface surface;  // not const for `imageToMap` alone
+  GeoTransform raster;
+  GeoTransform inverse;
+  double margin;
+  double width;
+  double height;
+  StripReach reach;
+  SurfacePositions positions;
+};
+
+/// Projects between a raster on the map and the image of a band, in GDAL's pixels, for one thread.
+class BandProjection {
+public:
+  /// Positions in the image are divided by the ratios: those of a smaller version of it.
+  explicit BandProjection(std::shared_ptr<SharedProjection const> shared, double ratioX = 1.0, double ratioY = 1.0);
+
+  BandProjection similar(double ratioX, double ratioY) const;
+
+  /// Replaces positions; those that have none in the other become HUGE_VAL, with `success` 0.
+  void toImage(std::size_t count, double* x, double* y, int* success);
+  void toRaster(std::size_t count, double* x, double* y, int* success);
+
+  void rethrowFailure() const { mShared->failure.rethrow(); }
+  /// Around all that `toImage` found on the image's pixels since the range was last forgotten.
+  PixelRange const& seen() const { return mSeen; }
+  void forgetSeen() { mSeen = PixelRange::nothing(); }
+  /// How many positions `toImage` was asked for so far where the surface has no height.
+  std::size_t holes() const { return mHoles; }
+
+private:
+  void gatherReached();
+  void solve();
+  bool store(geo::XYPoint const& image, double& x, double& y);
+
+  std::shared_ptr<SharedProjection const> mShared;
+  double mRatioX;
+  double mRatioY;
+  PixelRange mSeen = PixelRange::nothing();
+  std::size_t mHoles = 0;
+  // Of one call: ground positions, then those within reach, with their indices, and where they are in the image.
+  std::vector<geo::XYZPoint> mGround;
+  std::vector<geo::XYZPoint> mScratch;
+  std::vector<geo::XYZPoint> mReached;
+  std::vector<std::size_t> mIndices;
+  std::vector<geo::XYPoint> mImage;
+};
+
+}  // namespace kesgdal

@@ -1,0 +1,99 @@
+#include "OrthoFile.h"
+
+#include "BlockWarper.h"
+#include "GdalErrors.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+namespace kesgdal {
+
+namespace {
+
+constexpr int greatestTile = 512;
+
+void require(bool done, GdalErrors const& errors) {
+  if (!done || errors.any()) {
+    throw std::runtime_error(errors.any() ? errors.first() : "unknown reason");
+  }
+}
+
+GDALDriver& driver(char const* name) {
+  GDALAllRegister();
+  GDALDriver* const found = GetGDALDriverManager()->GetDriverByName(name);
+  if (found == nullptr) {
+    throw std::runtime_error(std::string("GDAL has no driver ") + name);
+  }
+  return *found;
+}
+
+}  // namespace
+
+OrthoFile::OrthoFile(std::string const& fileName, OrthoFormat const& format, std::vector<std::string> const& bandNames)
+    : mFormat(format), mTileSide(std::min(format.blockSide, greatestTile)),
+      mPixelBytes(static_cast<std::size_t>(GDALGetDataTypeSizeBytes(format.type))) {
+  GdalErrors const errors;
+  CPLStringList options;
+  options.SetNameValue("TILED", "YES");
+  options.SetNameValue("BLOCKXSIZE", std::to_string(mTileSide).c_str());
+  options.SetNameValue("BLOCKYSIZE", std::to_string(mTileSide).c_str());
+  options.SetNameValue("INTERLEAVE", "BAND");
+  options.SetNameValue("SPARSE_OK", "TRUE");
+  options.SetNameValue("BIGTIFF", "YES");
+  mData = driver("GTiff").Create(fileName.c_str(), format.grid.columns(), format.grid.rows(),
+                                 static_cast<int>(bandNames.size()), format.type, options.List());
+  require(mData != nullptr, errors);
+  setHeader(bandNames);
+  require(true, errors);
+}
+
+OrthoFile::~OrthoFile() {
+  GdalErrors const ignored;
+  GDALClose(GDALDataset::ToHandle(mData));
+}
+
+void OrthoFile::setHeader(std::vector<std::string> const& bandNames) {
+  GeoTransform transform = mFormat.grid.geoTransform();
+  mData->SetSpatialRef(&mFormat.reference);
+  mData->SetGeoTransform(transform.data());
+  for (std::size_t i = 0; i < bandNames.size(); ++i) {
+    GDALRasterBand* const band = mData->GetRasterBand(static_cast<int>(i) + 1);
+    band->SetNoDataValue(mFormat.noData);
+    band->SetDescription(bandNames[i].c_str());
+  }
+}
+
+void OrthoFile::write(int band, Block const& block, std::vector<std::byte> const& pixels) {
+  std::size_t const rowBytes = static_cast<std::size_t>(block.columns) * mPixelBytes;
+  for (int top = 0; top < block.rows; top += mTileSide) {
+    for (int left = 0; left < block.columns; left += mTileSide) {
+      Block const tile{block.left + left, block.top + top, std::min(mTileSide, block.columns - left),
+                       std::min(mTileSide, block.rows - top)};
+      std::byte const* const first =
+          pixels.data() + static_cast<std::size_t>(top) * rowBytes + static_cast<std::size_t>(left) * mPixelBytes;
+      writeTile(band, tile, first, rowBytes);
+    }
+  }
+}
+
+void OrthoFile::writeTile(int band, Block const& tile, std::byte const* pixels, std::size_t rowBytes) {
+  auto const side = static_cast<std::size_t>(mTileSide);
+  mTile.assign(side * side * mPixelBytes, std::byte{0});
+  for (std::size_t row = 0; row < static_cast<std::size_t>(tile.rows); ++row) {
+    std::memcpy(mTile.data() + row * side * mPixelBytes, pixels + row * rowBytes,
+                static_cast<std::size_t>(tile.columns) * mPixelBytes);
+  }
+  GdalErrors const errors;
+  require(mData->GetRasterBand(band)->WriteBlock(tile.left / mTileSide, tile.top / mTileSide, mTile.data()) == CE_None,
+          errors);
+}
+
+void OrthoFile::close() {
+  GdalErrors const errors;
+  GDALClose(GDALDataset::ToHandle(mData));
+  mData = nullptr;
+  require(true, errors);
+}
+
+}  // namespace kesgdal

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <gdal_priv.h>
+
+#include <cstddef>
+#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/Orthophoto.h>
+#include <string>
+#include <vector>
+
+namespace kesgdal {
+
+struct Block;
+
+/// What the bands of an orthophoto have in common.
+struct OrthoFormat {
+  OrthoGrid grid;
+  OGRSpatialReference reference;
+  GDALDataType type;
+  double noData;
+  int blockSide;
+};
+
+/// The orthophoto on its way: a GeoTIFF in tiles without compression, which are written once each, past GDAL's cache. So a
+/// failure shows where it happens, and blocks without data take no room.
+class OrthoFile {
+public:
+  /// `bandNames` become the bands' descriptions. Throws std::runtime_error with GDAL's reason, as the others do.
+  OrthoFile(std::string const& fileName, OrthoFormat const& format, std::vector<std::string> const& bandNames);
+  ~OrthoFile();
+  OrthoFile(OrthoFile const&) = delete;
+  OrthoFile& operator=(OrthoFile const&) = delete;
+
+  GDALDataType type() const { return mFormat.type; }
+  int blockSide() const { return mFormat.blockSide; }
+
+  /// Writes a block of `blockSide` at its place among all of these, in a band counted from 1.
+  void write(int band, Block const& block, std::vector<std::byte> const& pixels);
+  void close();
+
+private:
+  void writeTile(int band, Block const& tile, std::byte const* pixels, std::size_t rowBytes);
+  void setHeader(std::vector<std::string> const& bandNames);
+
+  OrthoFormat mFormat;
+  int mTileSide;
+  std::size_t mPixelBytes;
+  std::vector<std::byte> mTile;
+  GDALDataset* mData = nullptr;
+};
+
+/// Copies a finished `OrthoFile` to a Cloud Optimized GeoTIFF: compressed without loss, with overviews. Throws
+/// std::runtime_error with GDAL's reason, also when not all of it is in the file afterwards.
+void writeCog(std::string const& fileName, std::string const& cogName, int threads, Progress const& progress);
+
+}  // namespace kesgdal

@@ -1,0 +1,47 @@
+#include "Text.h"
+
+#include <geo/coordSys.h>
+#include <geo/units.h>
+
+#include <algorithm>
+#include <cmath>
+#include <kesgdal/OrthoGrid.h>
+#include <limits>
+#include <stdexcept>
+
+namespace kesgdal {
+
+namespace {
+
+constexpr double mostInLine = std::numeric_limits<std::int32_t>::max();
+
+}  // namespace
+
+Extent united(Extent const& a, Extent const& b) {
+  return {{std::min(a.low.x, b.low.x), std::min(a.low.y, b.low.y)},
+          {std::max(a.high.x, b.high.x), std::max(a.high.y, b.high.y)}};
+}
+
+OrthoGrid::OrthoGrid(Extent const& extent, double gsd, geo::coordSys const& map)
+    : mPixelSize(gsd / map.horizontalUnits().getScale()) {
+  std::string const distance = "ground sampling distance of " + number(gsd) + " m ";
+  if (!(gsd > 0.0 && std::isfinite(gsd))) {
+    throw std::runtime_error(distance + "isn't above 0");
+  }
+  mLeft = std::floor(extent.low.x / mPixelSize);
+  mTop = std::ceil(extent.high.y / mPixelSize);
+  // An edge of the box that lies on one of a pixel needs that pixel, too: an image of no width would be none.
+  double const columns = std::max(std::ceil(extent.high.x / mPixelSize) - mLeft, 1.0);
+  double const rows = std::max(mTop - std::floor(extent.low.y / mPixelSize), 1.0);
+  if (!(columns <= mostInLine && rows <= mostInLine && columns * rows <= MOST_PIXELS)) {
+    throw std::runtime_error(distance + "gives an image of " + number(columns) + " x " + number(rows) + " pixels");
+  }
+  mColumns = static_cast<int>(columns);
+  mRows = static_cast<int>(rows);
+}
+
+GeoTransform OrthoGrid::geoTransform() const {
+  return {mLeft * mPixelSize, mPixelSize, 0.0, mTop * mPixelSize, 0.0, -mPixelSize};
+}
+
+}  // namespace kesgdal

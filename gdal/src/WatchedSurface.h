@@ -1,0 +1,36 @@
+#pragma once
+
+#include <dsm/ProjectedElevationSource.h>
+
+#include <exception>
+#include <memory>
+#include <mutex>
+
+namespace kesgdal {
+
+/// The first failure of a surface, told by any of the threads that ask it.
+class FirstFailure {
+public:
+  void keep(std::exception_ptr const& failure);
+  void rethrow() const;
+
+private:
+  mutable std::mutex mMutex;
+  std::exception_ptr mFailure;
+};
+
+/// A surface that has no height where another can't be read, and keeps the failure: neither GDAL's callbacks nor a loop of
+/// cuts can pass an exception on, and only some positions would tell it from a hole.
+class WatchedSurface final : public dsm::ProjectedElevationSource {
+public:
+  /// The surface belongs to the caller.
+  WatchedSurface(dsm::ProjectedElevationSource const& surface, FirstFailure& failure);
+
+  bool height(geo::XYZPoint const& position, float& height) const override;
+
+private:
+  dsm::ProjectedElevationSource const& mSurface;
+  FirstFailure& mFailure;
+};
+
+}  // namespace kesgdal
