@@ -25,14 +25,20 @@ std::size_t test::bytesInUse() {
   return bytes;
 }
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, std::nothrow_t const& /*tag*/) noexcept {
   void* const memory = std::malloc(size);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
+  if (memory != nullptr) {
+    ++allocations;
+    bytes += malloc_usable_size(memory);
   }
-  ++allocations;
-  bytes += malloc_usable_size(memory);
   return memory;
+}
+
+void* operator new(std::size_t size) {
+  if (void* const memory = operator new(size, std::nothrow)) {
+    return memory;
+  }
+  throw std::bad_alloc();
 }
 
 void operator delete(void* memory) noexcept {
@@ -40,5 +46,9 @@ void operator delete(void* memory) noexcept {
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  release(memory);
+}
+
+void operator delete(void* memory, std::nothrow_t const& /*tag*/) noexcept {
   release(memory);
 }

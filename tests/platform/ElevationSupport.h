@@ -67,7 +67,7 @@ std::optional<float> heightAt(dsm::ProjectedElevationSource const& source, geo::
 /// readings, and failing when it is told to.
 class FormulaRaster {
 public:
-  FormulaRaster(int columns, int rows, std::function<double(int, int)> value);
+  FormulaRaster(int columnCount, int rowCount, std::function<double(int, int)> valueAt);
   ~FormulaRaster();
   FormulaRaster(FormulaRaster const&) = delete;
   FormulaRaster& operator=(FormulaRaster const&) = delete;

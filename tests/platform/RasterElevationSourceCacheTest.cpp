@@ -164,6 +164,7 @@ protected:
   static std::vector<float> walk(RasterElevationSource const& dem, unsigned seed, int count) {
     test::Random random(seed);
     std::vector<float> heights;
+    heights.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
       heights.push_back(heightAt(dem, at(random.between(0, SIDE), random.between(0, SIDE))).value());
     }

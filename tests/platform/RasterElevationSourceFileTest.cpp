@@ -52,6 +52,14 @@ TEST_F(RasterElevationFile, WhatIsNoRaster) {
   EXPECT_THAT(refusal(""), StartsWith(opening("")));
 }
 
+TEST_F(RasterElevationFile, PipesAndDevicesAreNotWaitedFor) {
+  std::string const pipe = mFolder / "pipe.tif";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  for (std::string const& path : {pipe, std::string("/dev/zero")}) {
+    EXPECT_EQ(refusal(path), opening(path) + "it is a pipe or a device");
+  }
+}
+
 TEST_F(RasterElevationFile, FileThatMayNotBeRead) {
   std::string const path = good().write(mFolder);
   std::filesystem::permissions(path, std::filesystem::perms::none);

@@ -63,7 +63,7 @@ public:
   static constexpr std::size_t DEFAULT_CACHE_SIZE = std::size_t{256} << 20U;
 
   /// Opens a raster (UTF-8), and holds it open. `cacheSize` is the memory for tiles, in bytes. Throws std::runtime_error
-  /// "Can't open elevation model \"<name>\": " and the reason: it isn't there or no raster, has no place on the ground
+  /// "Can't open elevation model \"<name>\": " and the reason: it isn't there, is no raster, has no place on the ground
   /// or no coordinate system; the system can't be related to WGS 84 (a grid isn't installed, see
   /// `geo::coordSysFactory::createCoordSys`); or the values aren't real numbers or in no unit of length.
   explicit RasterElevationSource(std::string const& fileName, std::size_t cacheSize = DEFAULT_CACHE_SIZE);

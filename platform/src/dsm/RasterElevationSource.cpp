@@ -84,7 +84,8 @@ private:
   std::uint64_t const mTileColumns;
   std::uint64_t const mTileRows;
   mutable TileCache mCache;
-  mutable std::once_flag mRangeFound;
+  mutable std::mutex mRangeMutex;
+  mutable bool mIsRangeKnown = false;
   mutable std::optional<HeightRange> mRange;
 };
 
@@ -148,7 +149,11 @@ TileCache::Tile RasterElevationSource::Surface::read(std::uint64_t column, std::
 }
 
 std::optional<RasterElevationSource::HeightRange> RasterElevationSource::Surface::heightRange() const {
-  std::call_once(mRangeFound, [this] { mRange = findRange(); });
+  std::lock_guard const lock(mRangeMutex);
+  if (!mIsRangeKnown) {
+    mRange = findRange();
+    mIsRangeKnown = true;
+  }
   return mRange;
 }
 

@@ -13,9 +13,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <numbers>
 #include <stdexcept>
+#include <system_error>
 
 namespace dsm {
 namespace {
@@ -24,6 +26,14 @@ constexpr float NO_HEIGHT = std::numeric_limits<float>::quiet_NaN();
 
 [[noreturn]] void refuse(std::string const& reason) {
   throw std::runtime_error(reason);
+}
+
+/// Whether the name is that of a pipe or a device, which GDAL would wait for. It need not be that of a file at all.
+bool isStream(std::string const& name) {
+  std::error_code ignored;
+  std::filesystem::file_status const status = std::filesystem::status(name, ignored);
+  return std::filesystem::is_fifo(status) || std::filesystem::is_character_file(status) ||
+         std::filesystem::is_socket(status);
 }
 
 /// Why GDAL's last call failed, in its words.
@@ -92,6 +102,9 @@ RasterFile::RasterFile(std::string const& name) {
 }
 
 void RasterFile::open(std::string const& name) {
+  if (isStream(name)) {
+    refuse("it is a pipe or a device");
+  }
   constexpr unsigned FLAGS = GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR;
   mDataset.reset(GDALDataset::Open(name.c_str(), FLAGS));
   if (!mDataset) {
