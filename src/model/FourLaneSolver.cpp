@@ -16,7 +16,9 @@ FourLaneConstants fourLaneConstants(StripBand const& band, geo::XYZPoint const& 
           band.orientation.middleLine()};
 }
 
-void LineOrientations::operator()(float line, bool headingOnly, unsigned lane, FourLaneOrientation& lanes) const {
+// With all of the look-up drawn into it, which takes most of the time of a lane that moves.
+[[gnu::flatten]] void LineOrientations::operator()(float line, bool headingOnly, unsigned lane,
+                                                   FourLaneOrientation& lanes) const {
   EOP eop = unknownOrientation();
   float lineCorrection = 0.0F;
   mBand.orientation.computeOrientation(line, eop, lineCorrection);

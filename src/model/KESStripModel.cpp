@@ -146,12 +146,14 @@ void KESStripModel::applyLineCorrection(bool add, geo::XYPoint const& focal, flo
   corrected = {add ? focal.x + correction : focal.x - correction, focal.y};
 }
 
-void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band, geo::XYZPoint& ground) const {
+// As with the solvers, the whole chain of the projection is drawn into its entry.
+[[gnu::flatten]] void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band,
+                                                geo::XYZPoint& ground) const {
   StripBand(*mData, band).imageToLsr(image, height, ground);
 }
 
-void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band, float tdi,
-                               geo::XYZPoint& ground) const {
+[[gnu::flatten]] void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band, float tdi,
+                                                geo::XYZPoint& ground) const {
   StripBand(*mData, band).imageToLsr(image, height, ground, tdi);
 }
 

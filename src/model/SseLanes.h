@@ -60,9 +60,9 @@ struct SseLanes {
 private:
   // The entries i, i + 1, j, j + 1.
   static __m128 pairs(float const* table, std::int32_t i, std::int32_t j) {
-    return _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(reinterpret_cast<double const*>(table + i)),
-                                      reinterpret_cast<double const*>(table + j)));
+    return _mm_castsi128_ps(_mm_unpacklo_epi64(pair(table + i), pair(table + j)));
   }
+  static __m128i pair(float const* two) { return _mm_loadl_epi64(reinterpret_cast<__m128i const*>(two)); }
 };
 
 }  // namespace sensor
