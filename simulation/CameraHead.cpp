@@ -132,6 +132,7 @@ geo::XYPoint SensorLine::at(double pixel) const {
 
 std::vector<std::string> CameraHead::bandIds() {
   std::vector<std::string> ids;
+  ids.reserve(designs.size());
   for (LineDesign const& design : designs) {
     ids.emplace_back(design.bandId);
   }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <simulation/CameraHead.h>
 #include <simulation/ImageFile.h>
 #include <simulation/Images.h>
@@ -17,6 +18,18 @@
 namespace simulation {
 
 namespace {
+
+bool contains(std::vector<std::string> const& ids, std::string const& id) {
+  return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
+[[noreturn]] void failUnknown(std::string const& id, std::vector<std::string> const& known) {
+  std::string message = "no band \"" + id + "\" in the camera, which has ";
+  for (std::string const& other : known) {
+    message.append(&other == known.data() ? "" : ", ").append(other);
+  }
+  throw std::runtime_error(message);
+}
 
 void writeImage(Renderer const& renderer, std::string const& name, int threads, Progress const& progress) {
   int const height = renderer.height();
@@ -38,22 +51,16 @@ void writeStatistics(std::string const& image) {
 }  // namespace
 
 std::vector<std::string> renderedBands(FlightPlan const& plan) {
-  std::vector<std::string> const& wanted = plan.renderedBands;
-  auto const isWanted = [&](std::string const& id) { return std::count(wanted.begin(), wanted.end(), id) > 0; };
   std::vector<std::string> const known = CameraHead::bandIds();
+  for (std::string const& id : plan.renderedBands) {
+    if (id != FlightPlan::allBands && !contains(known, id)) {
+      failUnknown(id, known);
+    }
+  }
   std::vector<std::string> bands;
-  std::string list;
-  for (std::string const& id : known) {
-    list += (list.empty() ? "" : ", ") + id;
-    if (isWanted(FlightPlan::allBands) || isWanted(id)) {
-      bands.push_back(id);
-    }
-  }
-  for (std::string const& id : wanted) {
-    if (id != FlightPlan::allBands && std::count(known.begin(), known.end(), id) == 0) {
-      throw std::runtime_error("no band \"" + id + "\" in the camera, which has " + list);
-    }
-  }
+  std::copy_if(known.begin(), known.end(), std::back_inserter(bands), [&](std::string const& id) {
+    return contains(plan.renderedBands, FlightPlan::allBands) || contains(plan.renderedBands, id);
+  });
   return bands;
 }
 

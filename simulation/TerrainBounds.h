@@ -52,7 +52,7 @@ private:
     int last;
     bool startsRaster;
     bool endsRaster;
-    std::size_t count() const { return static_cast<std::size_t>(last - first + 1); }
+    std::size_t count() const { return static_cast<std::size_t>(last - first) + 1; }
     std::size_t tiles() const;
     /// The tile of a position among columns or rows; -1 when it lies outside what was looked at.
     int tile(double position) const;

@@ -88,7 +88,7 @@ TEST(KesSimulate, WrongImagesAreToldBeforeAnythingIsWritten) {
 }
 
 TEST(KesSimulate, FullDiskLeavesNothing) {
-  test::SmallFileSystem const disk(100 * 1024);
+  test::SmallFileSystem const disk(102400);
   if (!disk.isMounted()) {
     GTEST_SKIP() << "no file system may be mounted here";
   }

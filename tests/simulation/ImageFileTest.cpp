@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <mutex>
@@ -19,12 +20,10 @@ using simulation::forEachIndex;
 using simulation::ImageFile;
 
 // Rows of pixels that don't compress.
-std::vector<std::uint16_t> noise(int width, int rows) {
+std::vector<std::uint16_t> noise(std::size_t width, std::size_t rows) {
   simulation::Random random(1, 0);
-  std::vector<std::uint16_t> pixels;
-  for (int i = 0; i < width * rows; ++i) {
-    pixels.push_back(static_cast<std::uint16_t>(random.uniform(0.0, 65535.0)));
-  }
+  std::vector<std::uint16_t> pixels(width * rows);
+  std::generate(pixels.begin(), pixels.end(), [&] { return static_cast<std::uint16_t>(random.uniform(0.0, 65535.0)); });
   return pixels;
 }
 
@@ -32,10 +31,10 @@ TEST(ImageFile, HoldsWhatWasWritten) {
   test::TempFolder const folder;
   ImageFile file(folder / "a.tif", 300, 530);
   std::vector<std::uint16_t> const pixels = noise(300, 530);
-  for (int row = 0; row < 530; row += 256) {
-    int const rows = std::min(256, 530 - row);
-    file.write({pixels.begin() + row * 300, pixels.begin() + (row + rows) * 300});
-  }
+  constexpr std::ptrdiff_t tiles = 256 * 300;
+  file.write({pixels.begin(), pixels.begin() + tiles});
+  file.write({pixels.begin() + tiles, pixels.begin() + 2 * tiles});
+  file.write({pixels.begin() + 2 * tiles, pixels.end()});
   EXPECT_FALSE(test::exists(folder / "a.tif")) << "not before it is whole";
   file.finish();
   test::Image const image(folder / "a.tif");
@@ -73,12 +72,12 @@ TEST(ImageFile, PlacesThatCantBeWrittenSaySo) {
 TEST(ImageFile, FullDiskIsNoticed) {
   int failures = 0;
   for (int rows = 256; rows <= 512; rows += 16) {
-    test::SmallFileSystem const disk(500 * 1024);
+    test::SmallFileSystem const disk(512000);
     if (!disk.isMounted()) {
       GTEST_SKIP() << "no file system may be mounted here";
     }
     std::ofstream(disk / "a.tif") << "old";
-    std::vector<std::uint16_t> const pixels = noise(600, rows);
+    std::vector<std::uint16_t> const pixels = noise(600, static_cast<std::size_t>(rows));
     try {
       ImageFile file(disk / "a.tif", 600, rows);
       file.write(pixels);

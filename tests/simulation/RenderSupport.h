@@ -60,7 +60,7 @@ std::optional<double> firstMeeting(Line const& line, geo::coordSys const& local,
 /// A flight on disk with its true strip, terrain and texture.
 class RenderedFlight {
 public:
-  RenderedFlight(simulation::FlightPlan const& plan, std::string const& folder);
+  RenderedFlight(simulation::FlightPlan const& flightPlan, std::string const& name);
 
   std::string imageName(std::string const& band) const;
   Image image(std::string const& band) const { return Image(imageName(band)); }
