@@ -10,7 +10,6 @@ namespace {
 using dsm::RasterElevationSource;
 using test::ElevationRaster;
 using test::heightAt;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -153,7 +152,7 @@ TEST_F(RasterElevationFile, CutFileFailsWhereItEndsAndServesWhatItHas) {
   raster.options = {"BLOCKYSIZE=1"};
   raster.fill([](int, int row) { return row % 100 + 1.0; });
   std::string const path = raster.write(mFolder);
-  std::filesystem::resize_file(path, std::filesystem::file_size(path) - 150 * 300);
+  std::filesystem::resize_file(path, std::filesystem::file_size(path) - std::uintmax_t{150} * 300);
   RasterElevationSource const dem(path);
   EXPECT_EQ(heightAt(dem, raster.at(10.0, 0.5)), 1.0F);
   float height = 77.0F;

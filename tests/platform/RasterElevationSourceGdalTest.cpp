@@ -108,7 +108,7 @@ TEST(RasterElevationGdal, TerrainIsAsReadWithBilinearResampling) {
   INIT_RASTERIO_EXTRA_ARG(bilinear);
   bilinear.eResampleAlg = GRIORA_Bilinear;
   for (int first : {0, 100, 122, 250, 330}) {
-    std::vector<float> heights(FINE * FINE);
+    std::vector<float> heights(std::size_t{FINE} * FINE);
     ASSERT_EQ(gdal->GetRasterBand(1)->RasterIO(GF_Read, first, first, SIDE, SIDE, heights.data(), FINE, FINE,
                                                GDT_Float32, 0, 0, &bilinear),
               CE_None);

@@ -8,10 +8,8 @@ namespace {
 
 using dsm::RasterElevationSource;
 using geo::XYZPoint;
-using test::converted;
 using test::ElevationRaster;
 using test::heightAt;
-using testing::Optional;
 
 /// A plane, to which bilinear heights keep wherever four centres lie around a position.
 double plane(double column, double row) {
@@ -31,8 +29,10 @@ protected:
   /// The plane is found at all positions between the outer centres, and nothing outside.
   void expectPlane(ElevationRaster const& raster) {
     auto const dem = source(raster);
-    for (double row = 0.5; row <= raster.rows - 0.5; row += 0.25) {
-      for (double column = 0.5; column <= raster.columns - 0.5; column += 0.25) {
+    for (int i = 2; i <= 4 * raster.rows - 2; ++i) {
+      for (int j = 2; j <= 4 * raster.columns - 2; ++j) {
+        double const row = 0.25 * i;
+        double const column = 0.25 * j;
         EXPECT_NEAR(heightAt(dem, raster.at(column, row)).value_or(0.0F), plane(column, row), 2e-5);
       }
     }

@@ -33,11 +33,10 @@ protected:
 TEST_F(RasterElevation, CentresOfCellsHaveTheirValues) {
   auto const raster = sixCells();
   auto const dem = source(raster);
-  for (int row = 0; row < 2; ++row) {
-    for (int column = 0; column < 3; ++column) {
-      double const value = raster.values[static_cast<std::size_t>(row * 3 + column)];
-      EXPECT_EQ(heightAt(dem, raster.at(column + 0.5, row + 0.5)), static_cast<float>(value));
-    }
+  for (std::size_t i = 0; i < raster.values.size(); ++i) {
+    double const column = static_cast<double>(i % 3) + 0.5;
+    double const row = static_cast<double>(i / 3) + 0.5;
+    EXPECT_EQ(heightAt(dem, raster.at(column, row)), static_cast<float>(raster.values[i]));
   }
 }
 
@@ -250,11 +249,13 @@ TEST_F(RasterElevation, SurfaceIsContinuousAcrossCentresAndTowardsGaps) {
   raster.values[1] = NAN_VALUE;
   auto const dem = source(raster);
   constexpr double STEP = 1e-6;
-  for (double row = 0.02; row < 2.0; row += 0.07) {
+  for (int i = 0; i < 28; ++i) {
+    double const row = 0.02 + 0.07 * i;
     float const left = heightAt(dem, raster.at(0.5 - STEP, row)).value();
     EXPECT_NEAR(left, heightAt(dem, raster.at(0.5 + STEP, row)).value(), 1e-3) << row;
   }
-  for (double column = 0.02; column < 1.0; column += 0.07) {
+  for (int i = 0; i < 14; ++i) {
+    double const column = 0.02 + 0.07 * i;
     float const upper = heightAt(dem, raster.at(column, 0.5 - STEP)).value();
     EXPECT_NEAR(upper, heightAt(dem, raster.at(column, 0.5 + STEP)).value(), 1e-3) << column;
   }
