@@ -35,7 +35,7 @@ TEST_F(RasterElevation, CentresOfCellsHaveTheirValues) {
   auto const dem = source(raster);
   for (std::size_t i = 0; i < raster.values.size(); ++i) {
     double const column = static_cast<double>(i % 3) + 0.5;
-    double const row = static_cast<double>(i / 3) + 0.5;
+    double const row = i < 3 ? 0.5 : 1.5;
     EXPECT_EQ(heightAt(dem, raster.at(column, row)), static_cast<float>(raster.values[i]));
   }
 }
