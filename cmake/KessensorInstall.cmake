@@ -4,9 +4,10 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/kessensor")
 
 # Libraries and tool find each other by their places, so that the whole can be moved.
-set_target_properties(kessensor PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(kessensor kesgdal PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(kesplatform PROPERTIES EXPORT_NAME platform)
-install(TARGETS kessensor kesplatform EXPORT kessensorTargets
+set_target_properties(kesgdal PROPERTIES EXPORT_NAME gdal)
+install(TARGETS kessensor kesplatform kesgdal EXPORT kessensorTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
@@ -25,6 +26,9 @@ function(kes_install_headers from)
 endfunction()
 kes_install_headers("${PROJECT_SOURCE_DIR}/include" sensor xmlFileData)
 kes_install_headers("${PROJECT_SOURCE_DIR}/platform/include" . geo dsm raster util)
+kes_install_headers("${PROJECT_SOURCE_DIR}/gdal/include" kesgdal)
+install(FILES "${PROJECT_BINARY_DIR}/gdal/include/kesgdal/kesgdal_export.h"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kesgdal")
 install(FILES "${PROJECT_BINARY_DIR}/include/sensor/kessensor_export.h"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/sensor")
 install(FILES "${PROJECT_BINARY_DIR}/platform/include/util/kesplatform_export.h"

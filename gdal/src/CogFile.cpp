@@ -1,20 +1,18 @@
 #include "GdalErrors.h"
 #include "OrthoFile.h"
+#include "WorkFolder.h"
 
 #include <cstdint>
 #include <filesystem>
-#include <stdexcept>
+#include <string>
 
 namespace kesgdal {
 
 namespace {
 
-[[noreturn]] void fail(GdalErrors const& errors, char const* otherwise) {
-  throw std::runtime_error(errors.any() ? errors.first() : otherwise);
-}
-
 GDALDatasetUniquePtr opened(std::string const& fileName) {
-  return GDALDatasetUniquePtr(GDALDataset::Open(fileName.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
+  return GDALDatasetUniquePtr(
+      GDALDataset::Open(fileName.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
 }
 
 int CPL_STDCALL onProgress(double done, char const* /*text*/, void* data) {
@@ -64,13 +62,17 @@ bool isWhole(std::string const& fileName, GDALDataset& source) {
 
 }  // namespace
 
-void writeCog(std::string const& fileName, std::string const& cogName, int threads, Progress const& progress) {
+void writeCog(WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
+              Progress const& progress) {
   GdalErrors const errors;
-  GDALDatasetUniquePtr const source = opened(fileName);
+  auto const require = [&](bool done, char const* otherwise) {
+    if (!done || errors.any()) {
+      folder.fail(errors.any() ? errors.first() : otherwise);
+    }
+  };
+  GDALDatasetUniquePtr const source = opened(folder / name);
   GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("COG");
-  if (!source || driver == nullptr) {
-    fail(errors, "GDAL has no driver COG");
-  }
+  require(source && driver != nullptr, "GDAL has no driver COG");
   CPLStringList options;
   options.SetNameValue("COMPRESS", "DEFLATE");
   options.SetNameValue("PREDICTOR", "YES");
@@ -78,16 +80,12 @@ void writeCog(std::string const& fileName, std::string const& cogName, int threa
   options.SetNameValue("SPARSE_OK", "TRUE");
   options.SetNameValue("OVERVIEW_RESAMPLING", "AVERAGE");
   options.SetNameValue("NUM_THREADS", std::to_string(threads).c_str());
-  GDALDatasetUniquePtr cog(driver->CreateCopy(cogName.c_str(), source.get(), 1, options.List(), onProgress,
+  GDALDatasetUniquePtr cog(driver->CreateCopy((folder / cogName).c_str(), source.get(), 1, options.List(), onProgress,
                                               const_cast<Progress*>(&progress)));
   bool const created = cog != nullptr;
   cog.reset();
-  if (!created || errors.any()) {
-    fail(errors, "unknown reason");
-  }
-  if (!isWhole(cogName, *source)) {
-    fail(errors, "it isn't whole");
-  }
+  require(created, "unknown reason");
+  require(isWhole(folder / cogName, *source), "it isn't whole");
 }
 
 }  // namespace kesgdal

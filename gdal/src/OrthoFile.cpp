@@ -2,10 +2,10 @@
 
 #include "BlockWarper.h"
 #include "GdalErrors.h"
+#include "WorkFolder.h"
 
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
 
 namespace kesgdal {
 
@@ -13,25 +13,11 @@ namespace {
 
 constexpr int greatestTile = 512;
 
-void require(bool done, GdalErrors const& errors) {
-  if (!done || errors.any()) {
-    throw std::runtime_error(errors.any() ? errors.first() : "unknown reason");
-  }
-}
-
-GDALDriver& driver(char const* name) {
-  GDALAllRegister();
-  GDALDriver* const found = GetGDALDriverManager()->GetDriverByName(name);
-  if (found == nullptr) {
-    throw std::runtime_error(std::string("GDAL has no driver ") + name);
-  }
-  return *found;
-}
-
 }  // namespace
 
-OrthoFile::OrthoFile(std::string const& fileName, OrthoFormat const& format, std::vector<std::string> const& bandNames)
-    : mFormat(format), mTileSide(std::min(format.blockSide, greatestTile)),
+OrthoFile::OrthoFile(WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+                     std::vector<std::string> const& bandNames)
+    : mFolder(folder), mFormat(format), mTileSide(std::min(format.blockSide, greatestTile)),
       mPixelBytes(static_cast<std::size_t>(GDALGetDataTypeSizeBytes(format.type))) {
   GdalErrors const errors;
   CPLStringList options;
@@ -41,8 +27,10 @@ OrthoFile::OrthoFile(std::string const& fileName, OrthoFormat const& format, std
   options.SetNameValue("INTERLEAVE", "BAND");
   options.SetNameValue("SPARSE_OK", "TRUE");
   options.SetNameValue("BIGTIFF", "YES");
-  mData = driver("GTiff").Create(fileName.c_str(), format.grid.columns(), format.grid.rows(),
-                                 static_cast<int>(bandNames.size()), format.type, options.List());
+  GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+  require(driver != nullptr, errors);
+  mData = driver->Create((folder / name).c_str(), format.grid.columns(), format.grid.rows(),
+                         static_cast<int>(bandNames.size()), format.type, options.List());
   require(mData != nullptr, errors);
   setHeader(bandNames);
   require(true, errors);
@@ -51,6 +39,12 @@ OrthoFile::OrthoFile(std::string const& fileName, OrthoFormat const& format, std
 OrthoFile::~OrthoFile() {
   GdalErrors const ignored;
   GDALClose(GDALDataset::ToHandle(mData));
+}
+
+void OrthoFile::require(bool done, GdalErrors const& errors) const {
+  if (!done || errors.any()) {
+    mFolder.fail(errors.any() ? errors.first() : "unknown reason");
+  }
 }
 
 void OrthoFile::setHeader(std::vector<std::string> const& bandNames) {

@@ -11,6 +11,8 @@
 namespace kesgdal {
 
 struct Block;
+class GdalErrors;
+class WorkFolder;
 
 /// What the bands of an orthophoto have in common.
 struct OrthoFormat {
@@ -25,8 +27,10 @@ struct OrthoFormat {
 /// failure shows where it happens, and blocks without data take no room.
 class OrthoFile {
 public:
-  /// `bandNames` become the bands' descriptions. Throws std::runtime_error with GDAL's reason, as the others do.
-  OrthoFile(std::string const& fileName, OrthoFormat const& format, std::vector<std::string> const& bandNames);
+  /// Makes the file in a folder. `bandNames` become the bands' descriptions. Throws by `WorkFolder::fail` with GDAL's reason,
+  /// as the others do.
+  OrthoFile(WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+            std::vector<std::string> const& bandNames);
   ~OrthoFile();
   OrthoFile(OrthoFile const&) = delete;
   OrthoFile& operator=(OrthoFile const&) = delete;
@@ -41,7 +45,9 @@ public:
 private:
   void writeTile(int band, Block const& tile, std::byte const* pixels, std::size_t rowBytes);
   void setHeader(std::vector<std::string> const& bandNames);
+  void require(bool done, GdalErrors const& errors) const;
 
+  WorkFolder const& mFolder;
   OrthoFormat mFormat;
   int mTileSide;
   std::size_t mPixelBytes;
@@ -49,8 +55,9 @@ private:
   GDALDataset* mData = nullptr;
 };
 
-/// Copies a finished `OrthoFile` to a Cloud Optimized GeoTIFF: compressed without loss, with overviews. Throws
-/// std::runtime_error with GDAL's reason, also when not all of it is in the file afterwards.
-void writeCog(std::string const& fileName, std::string const& cogName, int threads, Progress const& progress);
+/// Copies a finished `OrthoFile` of a folder to a Cloud Optimized GeoTIFF in it: compressed without loss, with overviews. Throws
+/// by `WorkFolder::fail` with GDAL's reason, also when not all of it is in the file afterwards.
+void writeCog(WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
+              Progress const& progress);
 
 }  // namespace kesgdal

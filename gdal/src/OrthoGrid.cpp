@@ -34,7 +34,8 @@ OrthoGrid::OrthoGrid(Extent const& extent, double gsd, geo::coordSys const& map)
   double const columns = std::max(std::ceil(extent.high.x / mPixelSize) - mLeft, 1.0);
   double const rows = std::max(mTop - std::floor(extent.low.y / mPixelSize), 1.0);
   if (!(columns <= mostInLine && rows <= mostInLine && columns * rows <= MOST_PIXELS)) {
-    throw std::runtime_error(distance + "gives an image of " + number(columns) + " x " + number(rows) + " pixels");
+    throw std::runtime_error(distance + "gives an image of " + wholeNumber(columns) + " x " + wholeNumber(rows) +
+                             " pixels");
   }
   mColumns = static_cast<int>(columns);
   mRows = static_cast<int>(rows);

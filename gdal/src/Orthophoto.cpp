@@ -129,10 +129,10 @@ void writeOrthophoto(sensor::KESStripModel const& strip, dsm::RasterElevationSou
       progress(done);
     }
   };
-  OrthoFile file(folder / "pixels.tif", format, bandNames(strip, plan));
+  OrthoFile file(folder, "pixels.tif", format, bandNames(strip, plan));
   warpBands(strip, *surface, plan, format, file, [&](double done) { report(warpPart * done); });
   file.close();
-  writeCog(folder / "pixels.tif", folder / "ortho.tif", plan.threads,
+  writeCog(folder, "pixels.tif", "ortho.tif", plan.threads,
            [&](double done) { report(warpPart + (1.0 - warpPart) * done); });
   folder.moveOut("ortho.tif");
 }

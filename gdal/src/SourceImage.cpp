@@ -33,9 +33,9 @@ SourceImage::SourceImage(sensor::KESStripModel const& strip, int band) {
   std::string const name = fileName(strip, band);
   {
     GdalErrors const errors;
-    mData.reset(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
+    mData.reset(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
     if (!mData) {
-      fail(strip, band, "can't open " + name + (errors.any() ? ": " + errors.first() : ""));
+      fail(strip, band, "can't open " + name + ": " + errors.first());
     }
   }
   if (mData->GetRasterCount() != 1) {

@@ -12,4 +12,11 @@ inline std::string number(double value) {
   return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
 }
 
+/// A whole number without an exponent.
+inline std::string wholeNumber(double value) {
+  std::array<char, 400> digits{};
+  return {digits.data(),
+          std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, 0).ptr};
+}
+
 }  // namespace kesgdal

@@ -21,9 +21,10 @@ public:
   /// of that name tells of that one, and is removed. Throws as the constructor.
   void moveOut(std::string const& name) const;
 
-private:
+  /// Throws std::runtime_error "can't write <file>: " and the reason.
   [[noreturn]] void fail(std::string const& reason) const;
 
+private:
   std::string mFileName;
   std::string mPath;
 };

@@ -30,7 +30,8 @@ TEST(Kes, HelpAndVersionAreThereOnEveryLevel) {
                                                                                        {"eop", "convert"},
                                                                                        {"camera"},
                                                                                        {"camera", "versions"},
-                                                                                       {"camera", "info"}}) {
+                                                                                       {"camera", "info"},
+                                                                                       {"ortho"}}) {
     std::vector<std::string> arguments = command;
     arguments.push_back("--help");
     KesRun const run = kes(arguments);

@@ -51,6 +51,7 @@ cmake --build "$work/consumer" --parallel 2 >"$work/build.log" || {
 echo "== run it"
 "$work/consumer/platform_consumer" "$prefix"
 "$work/consumer/consumer" "$here/../data/strip-a"
+"$work/consumer/gdal_consumer" "$here/../data/strip-a"
 
 echo "== run the tool from where it is installed"
 if [ -x "$prefix/bin/kes" ]; then

@@ -1,0 +1,111 @@
+#include "Strip.h"
+
+#include <dsm/RasterElevationSource.h>
+#include <geo/coordSys.h>
+#include <geo/coordSysFactory.h>
+
+#include <benchmark/benchmark.h>
+#include <gdal_priv.h>
+
+#include <filesystem>
+#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/OrthoTransformer.h>
+#include <kesgdal/Orthophoto.h>
+#include <memory>
+#include <numeric>
+
+namespace {
+
+constexpr double gsd = 0.5;
+
+// The bench's strip on a map of its own, with an image of noise.
+struct OrthoStrip {
+  std::string image;
+  dsm::RasterElevationSource terrain{KESSENSOR_TERRAIN};
+  std::unique_ptr<geo::coordSys> map{geo::coordSysFactory::getInstance()->createCoordSys("EPSG:32616")};
+  std::unique_ptr<sensor::KESStripModel> model;
+  int band;
+
+  OrthoStrip()
+      : model(std::make_unique<sensor::KESStripModel>(bench::strip().modelData()->fileName(), true, false, false)),
+        band(model->bandIndex("PANN00A")) {
+    model->setMappingSystem(map.get());
+    image = model->modelData()->imageDataLocation() + "/" + model->img(band)->imageFileName();
+    std::filesystem::create_directories(std::filesystem::path(image).parent_path());
+    writeImage();
+  }
+
+  void writeImage() const {
+    GDALAllRegister();
+    int const width = static_cast<int>(model->imageWidth(band));
+    int const height = static_cast<int>(model->imageHeight(band));
+    GDALDatasetUniquePtr const data(
+        GetGDALDriverManager()->GetDriverByName("GTiff")->Create(image.c_str(), width, height, 1, GDT_UInt16, nullptr));
+    std::vector<std::uint16_t> row(static_cast<std::size_t>(width));
+    std::uint32_t state = 1;
+    for (int line = 0; line < height; ++line) {
+      for (std::uint16_t& pixel : row) {
+        state = state * 1664525U + 1013904223U;
+        pixel = static_cast<std::uint16_t>(1000U + (state >> 22U));
+      }
+      if (data->GetRasterBand(1)->RasterIO(GF_Write, 0, line, width, 1, row.data(), width, 1, GDT_UInt16, 0, 0) !=
+          CE_None) {
+        std::abort();
+      }
+    }
+  }
+};
+
+OrthoStrip& orthoStrip() {
+  static OrthoStrip made;
+  return made;
+}
+
+// Positions a row at a time, as the warper asks for them.
+void transform(benchmark::State& state) {
+  constexpr int width = 1024;
+  OrthoStrip& strip = orthoStrip();
+  auto const extent = *kesgdal::footprint(*strip.model, strip.band, &strip.terrain);
+  kesgdal::OrthoGrid const grid(extent, gsd, *strip.map);
+  kesgdal::OrthoTransformer const transformer(*strip.model, strip.band, &strip.terrain, grid.geoTransform());
+  std::vector<double> x(width);
+  std::vector<double> y(width);
+  std::vector<double> z(width);
+  std::vector<int> success(width);
+  double row = grid.rows() / 2.0;
+  for (auto _ : state) {
+    std::iota(x.begin(), x.end(), grid.columns() / 2.0 - width / 2.0);
+    std::fill(y.begin(), y.end(), row);
+    kesgdal::OrthoTransformer::transform(transformer.argument(), 1, width, x.data(), y.data(), z.data(),
+                                         success.data());
+    benchmark::DoNotOptimize(x.data());
+    row += 1.0;
+    row = row < grid.rows() / 2.0 + 1000.0 ? row : grid.rows() / 2.0;
+  }
+  state.SetItemsProcessed(state.iterations() * width);
+}
+BENCHMARK(transform)->Name("ortho, positions of a row");
+
+// Pixels of the file, of which a bit more than half are of the strip.
+void orthophoto(benchmark::State& state) {
+  OrthoStrip& strip = orthoStrip();
+  kesgdal::OrthoPlan plan;
+  plan.bands = {strip.band};
+  plan.gsd = gsd;
+  plan.threads = static_cast<int>(state.range(0));
+  std::string const file = bench::flightFolder() + "/ortho.tif";
+  for (auto _ : state) {
+    kesgdal::writeOrthophoto(*strip.model, &strip.terrain, plan, file);
+  }
+  GDALDatasetUniquePtr const data(GDALDataset::Open(file.c_str()));
+  state.SetItemsProcessed(state.iterations() * data->GetRasterXSize() * data->GetRasterYSize());
+}
+BENCHMARK(orthophoto)
+    ->Name("ortho, file by threads")
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,183 @@
+#include "OrthoSupport.h"
+#include "support/Matchers.h"
+
+#include <geo/coordSysFactory.h>
+
+#include <cmath>
+#include <filesystem>
+
+// What can't be orthorectified: each is told with its place, leaves an older file as it was, and nothing else behind.
+
+namespace {
+
+using kesgdal::OrthoPlan;
+using test::OrthoFlight;
+
+class OrthoFailure : public testing::Test {
+protected:
+  OrthoFailure() {
+    mFlight.writePositions();
+    mFlight.folder.file("ortho.tif", "older");
+  }
+
+  std::string failure(OrthoPlan const& plan) {
+    int const before = test::entryCount(mFlight.folder.path());
+    std::string message = test::messageOf([&] { mFlight.ortho(plan); });
+    EXPECT_EQ(test::entryCount(mFlight.folder.path()), before);
+    EXPECT_EQ(test::contents(mFlight.folder / "ortho.tif"), "older");
+    return message;
+  }
+  std::string failure() { return failure(mFlight.plan()); }
+
+  OrthoFlight mFlight;
+};
+
+TEST_F(OrthoFailure, MissingImageIsNamed) {
+  std::string const name = mFlight.imageName("PANN00B");
+  std::filesystem::remove(name);
+  EXPECT_THAT(failure(), testing::StartsWith("image of band PANN00B: can't open " + name + ": "));
+}
+
+TEST_F(OrthoFailure, ImageThatIsNoneIsNamed) {
+  std::string const name = mFlight.folder.file("images/PANN00A.tif", "none");
+  EXPECT_THAT(failure(), testing::StartsWith("image of band PANN00A: can't open " + name + ": "));
+}
+
+TEST_F(OrthoFailure, ImageOfAnotherSizeIsTold) {
+  mFlight.small.lines = 299;
+  mFlight.writeImage("PANN00A", [](int, int) { return 1.0; });
+  EXPECT_EQ(failure(), "image of band PANN00A: " + mFlight.imageName("PANN00A") +
+                           " has 101 x 299 pixels, the strip has 101 x 300");
+}
+
+TEST_F(OrthoFailure, ImageOfSeveralBandsIsTold) {
+  GetGDALDriverManager()
+      ->GetDriverByName("GTiff")
+      ->Create(mFlight.imageName("PANN00A").c_str(), 101, 300, 3, GDT_Byte, nullptr)
+      ->Release();
+  EXPECT_EQ(failure(),
+            "image of band PANN00A: " + mFlight.imageName("PANN00A") + " has 3 raster bands in place of one");
+}
+
+TEST_F(OrthoFailure, ComplexImageIsTold) {
+  mFlight.writeImage(
+      "PANN00A", [](int, int) { return 1.0; }, GDT_CFloat32);
+  EXPECT_EQ(failure(), "image of band PANN00A: " + mFlight.imageName("PANN00A") + " has complex values");
+}
+
+// Its beginning tells of more than there is.
+TEST_F(OrthoFailure, ImageThatIsCutIsTold) {
+  std::filesystem::resize_file(mFlight.imageName("PANN00A"), 60000);
+  EXPECT_THAT(failure(), testing::StartsWith("can't warp an image: "));
+}
+
+TEST_F(OrthoFailure, NoDataThatTheTypeCantHoldIsTold) {
+  mFlight.writeImage(
+      "PANN00A", [](int, int) { return 1.0; }, GDT_Byte);
+  mFlight.writeImage(
+      "PANN00B", [](int, int) { return 1.0; }, GDT_UInt16);
+  EXPECT_EQ(failure(), "the images' type UInt16 can't hold the value -1 for no data");
+  OrthoPlan plan = mFlight.plan();
+  plan.noData = 0.5;
+  EXPECT_EQ(failure(plan), "the images' type UInt16 can't hold the value 0.5 for no data");
+}
+
+TEST_F(OrthoFailure, PlanOfNothingIsTold) {
+  OrthoPlan plan = mFlight.plan();
+  plan.bands = {0, 2};
+  EXPECT_EQ(failure(plan), "Can't orthorectify: the strip has no band 2");
+  plan.bands.clear();
+  EXPECT_EQ(failure(plan), "Can't orthorectify: neither bands nor threads may be none");
+  plan = mFlight.plan();
+  plan.threads = 0;
+  EXPECT_EQ(failure(plan), "Can't orthorectify: neither bands nor threads may be none");
+}
+
+TEST_F(OrthoFailure, SizeOfAPixelIsTold) {
+  EXPECT_EQ(failure(mFlight.plan(0.0)), "ground sampling distance of 0 m isn't above 0");
+  EXPECT_THAT(
+      failure(mFlight.plan(1e-5)),
+      testing::MatchesRegex("ground sampling distance of 1e-05 m gives an image of [0-9]{8} x [0-9]{8} pixels"));
+}
+
+TEST_F(OrthoFailure, MapThatIsNoneIsTold) {
+  std::unique_ptr<geo::coordSys> const space(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:4978"));
+  mFlight.strip->setMappingSystem(space.get());
+  EXPECT_THAT(failure(), testing::EndsWith(" is neither projected nor geographic"));
+}
+
+TEST_F(OrthoFailure, TerrainElsewhereIsTold) {
+  mFlight.relief.geoTransform[0] += 5000.0;
+  mFlight.openTerrain();
+  EXPECT_EQ(failure(), "elevation model \"" + mFlight.terrain->fileName() + "\" doesn't cover the strip");
+}
+
+TEST_F(OrthoFailure, TerrainWithoutAHeightIsTold) {
+  mFlight.relief.noData = -1.0;
+  mFlight.relief.fill([](int, int) { return -1.0; });
+  mFlight.openTerrain();
+  EXPECT_EQ(failure(), "elevation model \"" + mFlight.terrain->fileName() + "\" doesn't cover the strip");
+}
+
+TEST_F(OrthoFailure, TerrainThatCantBeReadIsTold) {
+  mFlight.cutTerrain();
+  EXPECT_THAT(failure(), testing::StartsWith("Can't read elevation model \"" + mFlight.terrain->fileName() + "\": "));
+}
+
+TEST_F(OrthoFailure, StripThatIsntLoadedIsTold) {
+  mFlight.strip->unloadData();
+  EXPECT_EQ(failure(), "Can't orthorectify: the strip's data aren't loaded");
+}
+
+// The message of an attempt to write to a place.
+std::string writingTo(OrthoFlight const& flight, std::string const& name, OrthoPlan const& plan) {
+  return test::messageOf([&] { kesgdal::writeOrthophoto(*flight.strip, flight.terrain.get(), plan, name); });
+}
+
+TEST_F(OrthoFailure, PlacesThatCantBeWrittenAreTold) {
+  std::string const nowhere = mFlight.folder / "none/ortho.tif";
+  EXPECT_EQ(writingTo(mFlight, nowhere, mFlight.plan()), "can't write " + nowhere + ": No such file or directory");
+  std::string const folder = mFlight.folder.folder("sub");
+  EXPECT_EQ(writingTo(mFlight, folder, mFlight.plan()), "can't write " + folder + ": it is a folder");
+}
+
+TEST_F(OrthoFailure, WhatIsReadIsntReplaced) {
+  for (std::string const& name :
+       {mFlight.imageName("PANN00B"), mFlight.terrain->fileName(), mFlight.folder / "strip.stp"}) {
+    std::string const before = test::contents(name);
+    EXPECT_EQ(writingTo(mFlight, name, mFlight.plan()), "can't write " + name + ": it is read, too");
+    EXPECT_EQ(test::contents(name), before);
+  }
+}
+
+// From a disk without room for the first tile to one that lacks a few KB at the end.
+TEST_F(OrthoFailure, FullDiskLeavesTheOlderFile) {
+  test::SmallFileSystem const disk(8 << 20);
+  if (!disk.isMounted()) {
+    GTEST_SKIP() << "can't mount a file system";
+  }
+  std::string const name = disk / "ortho.tif";
+  OrthoPlan plan = mFlight.plan(0.5);
+  plan.bands = {0};
+  kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), plan, name);
+  auto const size = static_cast<std::int64_t>(std::filesystem::file_size(name));
+  std::string const older = test::contents(name);
+  int failures = 0;
+  for (std::int64_t spare = 0; spare < 4 << 20; spare += 256 << 10) {
+    disk.fill(spare);
+    try {
+      kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), plan, name);
+    } catch (std::runtime_error const& error) {
+      ++failures;
+      EXPECT_THAT(error.what(), testing::StartsWith("can't write " + name + ": ")) << spare;
+    }
+    EXPECT_TRUE(test::contents(name) == older) << spare;
+    EXPECT_EQ(test::entryCount(disk.path()), 2) << spare;
+    std::filesystem::remove(disk / "filler");
+  }
+  // The pixels before compression need more room than the file itself.
+  EXPECT_GT(failures, static_cast<int>(size / (256 << 10)));
+  EXPECT_LT(failures, 16);
+}
+
+}  // namespace

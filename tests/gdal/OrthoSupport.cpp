@@ -1,0 +1,160 @@
+#include "OrthoSupport.h"
+
+#include <geo/coordSysFactory.h>
+#include <sensor/CameraFactory.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <stdexcept>
+
+namespace test {
+
+namespace {
+
+constexpr double flyingHeight = 1000.0;
+constexpr double focalPixels = 500.0;  // the focal length in pixels
+constexpr int samples = 101;
+
+GDALDriver& tiffDriver() {
+  GDALAllRegister();
+  return *GetGDALDriverManager()->GetDriverByName("GTiff");
+}
+
+}  // namespace
+
+Raster::Raster(std::string const& file) {
+  GDALAllRegister();
+  GDALDatasetUniquePtr const data(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
+  if (!data) {
+    throw std::runtime_error("no raster: " + file);
+  }
+  columns = data->GetRasterXSize();
+  rows = data->GetRasterYSize();
+  bands = data->GetRasterCount();
+  data->GetGeoTransform(geoTransform.data());
+  if (OGRSpatialReference const* const system = data->GetSpatialRef()) {
+    char const* const code = system->GetAuthorityCode(nullptr);
+    epsg = code == nullptr ? 0 : std::atoi(code);
+  }
+  char const* const text = data->GetMetadataItem("LAYOUT", "IMAGE_STRUCTURE");
+  layout = text == nullptr ? "" : text;
+  for (int i = 1; i <= bands; ++i) {
+    GDALRasterBand& band = *data->GetRasterBand(i);
+    type = band.GetRasterDataType();
+    descriptions.emplace_back(band.GetDescription());
+    int isThere = 0;
+    double const value = band.GetNoDataValue(&isThere);
+    noData = isThere != 0 ? std::optional(value) : std::nullopt;
+  }
+  pixels.resize(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) * static_cast<std::size_t>(bands));
+  if (data->RasterIO(GF_Read, 0, 0, columns, rows, pixels.data(), columns, rows, GDT_Float64, bands, nullptr, 0, 0, 0,
+                     nullptr) != CE_None) {
+    throw std::runtime_error("can't read " + file);
+  }
+}
+
+double Raster::at(int column, int row, int band) const {
+  auto const index =
+      (static_cast<std::size_t>(band - 1) * static_cast<std::size_t>(rows) + static_cast<std::size_t>(row)) *
+          static_cast<std::size_t>(columns) +
+      static_cast<std::size_t>(column);
+  return pixels.at(index);
+}
+
+geo::XYPoint Raster::centre(int column, int row) const {
+  return {geoTransform[0] + geoTransform[1] * (column + 0.5), geoTransform[3] + geoTransform[5] * (row + 0.5)};
+}
+
+OrthoFlight::OrthoFlight(double direction, int lineCount) {
+  small.bands = {SmallBand{}, SmallBand{.id = "PANN00B"}};
+  small.direction = direction;
+  small.lines = lineCount;
+  std::string const file = small.write(folder);
+  sensor::CameraFactory::instance()->addSearchPath(folder / "calibration");
+  strip = std::make_unique<sensor::KESStripModel>(file, true, false, false);
+  map.reset(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:32617"));
+  strip->setMappingSystem(map.get());
+  geo::XYPoint const origin = mapOf({0.0, 0.0, 0.0});
+  relief.columns = 250;
+  relief.rows = 200;
+  relief.system = "EPSG:32617";
+  relief.geoTransform = {std::floor(origin.x) - 500.0, 4.0, 0.0, std::floor(origin.y) + 500.0, 0.0, -5.0};
+  relief.fill([](int column, int row) { return 500.0 + 30.0 * std::sin(column / 15.0) * std::cos(row / 9.0); });
+  openTerrain();
+}
+
+void OrthoFlight::openTerrain() {
+  terrain = std::make_unique<dsm::RasterElevationSource>(relief.write(folder));
+}
+
+void OrthoFlight::cutTerrain() const {
+  std::filesystem::resize_file(terrain->fileName(), 1000);
+}
+
+void OrthoFlight::writeImage(std::string const& bandId, Brightness const& brightness, GDALDataType type,
+                             std::optional<double> noData) const {
+  GDALDatasetUniquePtr const data(
+      tiffDriver().Create(imageName(bandId).c_str(), samples, small.lines, 1, type, nullptr));
+  GDALRasterBand& band = *data->GetRasterBand(1);
+  if (noData) {
+    band.SetNoDataValue(*noData);
+  }
+  std::vector<double> row(samples);
+  for (int line = 0; line < small.lines; ++line) {
+    for (int sample = 0; sample < samples; ++sample) {
+      row[static_cast<std::size_t>(sample)] = brightness(sample, line);
+    }
+    ASSERT_EQ(band.RasterIO(GF_Write, 0, line, samples, 1, row.data(), samples, 1, GDT_Float64, 0, 0), CE_None);
+  }
+}
+
+void OrthoFlight::writePositions() const {
+  writeImage("PANN00A", [](int sample, int) { return 100.0 + sample; });
+  writeImage("PANN00B", [](int, int line) { return 100.0 + line; });
+}
+
+std::optional<geo::XYZPoint> OrthoFlight::ground(geo::XYPoint const& position) const {
+  geo::XYZPoint point(position.x, position.y, 0.0);
+  float height = 0.0F;
+  if (!terrain->height(point, height)) {
+    return std::nullopt;
+  }
+  point.z = static_cast<double>(height);
+  geo::coordSys::transform(terrain->coordSystem(), strip->lsrSystem(), point, point);
+  return point;
+}
+
+// The camera looks down on a line across the flight, whose samples run to the left; line 0 is at the origin.
+geo::XYPoint OrthoFlight::image(geo::XYZPoint const& local) const {
+  double const along = local.x * std::cos(small.direction) + local.y * std::sin(small.direction);
+  double const across = local.y * std::cos(small.direction) - local.x * std::sin(small.direction);
+  return {50.0 + across * focalPixels / (flyingHeight - local.z), along / (small.speed * small.cycleTime)};
+}
+
+bool OrthoFlight::isInside(geo::XYPoint const& position, double margin) const {
+  return position.x >= -0.5 - margin && position.x <= samples - 0.5 + margin && position.y >= -0.5 - margin &&
+         position.y <= small.lines - 0.5 + margin;
+}
+
+geo::XYPoint OrthoFlight::mapOf(geo::XYZPoint const& local) const {
+  geo::XYZPoint point;
+  geo::coordSys::transform(strip->lsrSystem(), map.get(), local, point);
+  return {point.x, point.y};
+}
+
+kesgdal::OrthoPlan OrthoFlight::plan(double gsd) const {
+  kesgdal::OrthoPlan result;
+  result.bands = {0, 1};
+  result.gsd = gsd;
+  result.noData = -1.0;
+  return result;
+}
+
+Raster OrthoFlight::ortho(kesgdal::OrthoPlan const& orthoPlan, kesgdal::Progress const& progress) {
+  kesgdal::writeOrthophoto(*strip, terrain.get(), orthoPlan, folder / "ortho.tif", progress);
+  return Raster(folder / "ortho.tif");
+}
+
+}  // namespace test

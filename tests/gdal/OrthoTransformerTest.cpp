@@ -1,0 +1,319 @@
+#include "OrthoSupport.h"
+#include "support/Matchers.h"
+
+#include <geo/coordSysFactory.h>
+
+#include <gdal_alg.h>
+
+#include <cmath>
+#include <cstring>
+#include <kesgdal/OrthoTransformer.h>
+#include <thread>
+
+namespace {
+
+using kesgdal::GeoTransform;
+using kesgdal::OrthoTransformer;
+using test::OrthoFlight;
+
+constexpr int toImage = 1;
+constexpr int toRaster = 0;
+
+struct Positions {
+  std::vector<double> x;
+  std::vector<double> y;
+  std::vector<double> z;
+  std::vector<int> success;
+
+  void add(double px, double py) {
+    x.push_back(px);
+    y.push_back(py);
+    z.push_back(7.0);
+    success.push_back(-1);
+  }
+  std::size_t size() const { return x.size(); }
+  int count() const { return static_cast<int>(size()); }
+};
+
+Positions transformed(void* argument, int direction, Positions positions) {
+  EXPECT_EQ(OrthoTransformer::transform(argument, direction, positions.count(), positions.x.data(), positions.y.data(),
+                                        positions.z.data(), positions.success.data()),
+            1);
+  return positions;
+}
+
+// A grid over the box around the strip, in map coordinates, with steps that differ.
+Positions mapGrid(OrthoFlight const& flight) {
+  Positions positions;
+  geo::XYPoint const origin = flight.mapOf({0.0, 0.0, 0.0});
+  for (double y = -130.0; y <= 130.0; y += 11.0) {
+    for (double x = -40.0; x <= 340.0; x += 7.0) {
+      positions.add(origin.x + x, origin.y + y);
+    }
+  }
+  return positions;
+}
+
+bool hasSameBits(Positions const& a, Positions const& b) {
+  return std::equal(a.x.begin(), a.x.end(), b.x.begin(), b.x.end(),
+                    [](double p, double q) { return test::bitsOf(p) == test::bitsOf(q); }) &&
+         std::equal(a.y.begin(), a.y.end(), b.y.begin(), b.y.end(),
+                    [](double p, double q) { return test::bitsOf(p) == test::bitsOf(q); }) &&
+         a.success == b.success;
+}
+
+TEST(OrthoTransformer, MapPositionsGoToThePixelsOfTheFormula) {
+  OrthoFlight const flight;
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  Positions const map = mapGrid(flight);
+  Positions const image = transformed(transformer.argument(), toImage, map);
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    geo::XYPoint const expected = flight.image(*flight.ground({map.x[i], map.y[i]}));
+    ASSERT_EQ(image.success[i], 1);
+    EXPECT_NEAR(image.x[i], expected.x + 0.5, 0.002);
+    EXPECT_NEAR(image.y[i], expected.y + 0.5, 0.01);
+    EXPECT_EQ(image.z[i], 7.0);
+  }
+}
+
+TEST(OrthoTransformer, PositionsAreThoseOfTheModelsOwnProjection) {
+  OrthoFlight flight(0.7);
+  OrthoTransformer const transformer(*flight.strip, 1, flight.terrain.get());
+  Positions const map = mapGrid(flight);
+  Positions const image = transformed(transformer.argument(), toImage, map);
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    float height = 0.0F;
+    ASSERT_TRUE(flight.terrain->height({map.x[i], map.y[i], 0.0}, height));
+    geo::XYPoint expected;
+    flight.strip->mapToImage({map.x[i], map.y[i], static_cast<double>(height)}, 1, expected);
+    EXPECT_NEAR(image.x[i], expected.x + 0.5, 0.002);
+    EXPECT_NEAR(image.y[i], expected.y + 0.5, 0.002);
+  }
+}
+
+TEST(OrthoTransformer, PixelsOfTheRasterAreTakenByItsGeotransform) {
+  OrthoFlight const flight;
+  geo::XYPoint const corner = flight.mapOf({20.0, 60.0, 0.0});
+  GeoTransform const raster = {corner.x, 0.5, 0.25, corner.y, -0.125, -0.75};
+  OrthoTransformer const onRaster(*flight.strip, 0, flight.terrain.get(), raster);
+  OrthoTransformer const onMap(*flight.strip, 0, flight.terrain.get());
+  Positions pixels;
+  pixels.add(30.0, 80.0);
+  Positions map;
+  map.add(corner.x + 0.5 * 30.0 + 0.25 * 80.0, corner.y - 0.125 * 30.0 - 0.75 * 80.0);
+  Positions const a = transformed(onRaster.argument(), toImage, pixels);
+  Positions const b = transformed(onMap.argument(), toImage, map);
+  EXPECT_NEAR(a.x[0], b.x[0], 1e-4);
+  EXPECT_NEAR(a.y[0], b.y[0], 1e-4);
+  Positions const back = transformed(onRaster.argument(), toRaster, a);
+  EXPECT_NEAR(back.x[0], 30.0, 0.06);
+  EXPECT_NEAR(back.y[0], 80.0, 0.06);
+}
+
+// To a hundredth of the ground sampling distance (2 m) in height, of which the slope of a line of sight makes less.
+TEST(OrthoTransformer, PixelsGoToTheMapAndBack) {
+  OrthoFlight const flight(0.4);
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  Positions pixels;
+  for (double line = 0.5; line < 300.0; line += 23.7) {
+    for (double sample = 0.5; sample <= 100.5; sample += 12.5) {
+      pixels.add(sample, line);
+    }
+  }
+  Positions const map = transformed(transformer.argument(), toRaster, pixels);
+  Positions const back = transformed(transformer.argument(), toImage, map);
+  for (std::size_t i = 0; i < pixels.size(); ++i) {
+    ASSERT_EQ(map.success[i], 1);
+    EXPECT_NEAR(back.x[i], pixels.x[i], 0.01);
+    EXPECT_NEAR(back.y[i], pixels.y[i], 0.01);
+  }
+}
+
+// The height of the ground moves a position of the map sideways when the map's vertical is another one: here that of a
+// local system whose anchor is half a degree, 46 km, away. 30 m of terrain come to 0.2 m.
+TEST(OrthoTransformer, PositionsBelowAMapOfAnotherVerticalAreFound) {
+  OrthoFlight const flight;
+  std::unique_ptr<geo::coordSys> const far(
+      geo::coordSysFactory::getInstance()->createLSR84({-1.4 + 0.5 / 57.29577951308232, 0.6, 500.0}));
+  sensor::KESStripModel strip(flight.folder / "strip.stp", true, false, false);
+  strip.setMappingSystem(far.get());
+  OrthoTransformer const transformer(strip, 0, flight.terrain.get());
+  for (double x = 10.0; x < 290.0; x += 20.0) {
+    geo::XYZPoint const ground = *flight.ground(flight.mapOf({x, 0.3 * x - 40.0, 0.0}));
+    geo::XYZPoint position;
+    geo::coordSys::transform(strip.lsrSystem(), far.get(), ground, position);
+    Positions map;
+    map.add(position.x, position.y);
+    Positions const image = transformed(transformer.argument(), toImage, map);
+    geo::XYPoint const expected = flight.image(ground);
+    EXPECT_NEAR(image.x[0], expected.x + 0.5, 0.002);
+    EXPECT_NEAR(image.y[0], expected.y + 0.5, 0.01);
+  }
+}
+
+TEST(OrthoTransformer, PositionsWithoutAHeightFail) {
+  OrthoFlight flight;
+  flight.relief.noData = -32768.0;
+  int const column = 145;  // 80 m behind the strip's beginning
+  int const row = 98;
+  flight.relief.values[static_cast<std::size_t>(row * flight.relief.columns + column)] = -32768.0;
+  flight.openTerrain();
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  Positions map;
+  map.add(flight.relief.x(column + 0.5), flight.relief.y(0.0, row + 0.5));
+  map.add(flight.relief.x(column + 1.5), flight.relief.y(0.0, row + 0.5));
+  map.add(flight.relief.x(-1.0), flight.relief.y(0.0, row + 0.5));
+  map.add(std::nan(""), flight.relief.y(0.0, row + 0.5));
+  map.add(HUGE_VAL, HUGE_VAL);
+  Positions const image = transformed(transformer.argument(), toImage, map);
+  EXPECT_EQ(image.success, (std::vector<int>{0, 1, 0, 0, 0}));
+  EXPECT_EQ(image.x[0], HUGE_VAL);
+  EXPECT_EQ(image.y[0], HUGE_VAL);
+}
+
+TEST(OrthoTransformer, PixelsWhoseRayMeetsNoSurfaceFail) {
+  OrthoFlight flight;
+  flight.relief.columns = 150;  // up to 100 m behind the beginning
+  flight.relief.fill([](int, int) { return 500.0; });
+  flight.openTerrain();
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  Positions pixels;
+  pixels.add(50.0, 50.0);
+  pixels.add(50.0, 150.0);
+  pixels.add(std::nan(""), 50.0);
+  Positions const map = transformed(transformer.argument(), toRaster, pixels);
+  EXPECT_EQ(map.success, (std::vector<int>{1, 0, 0}));
+  EXPECT_EQ(map.x[1], HUGE_VAL);
+}
+
+// Lines are 1 m long along the flight to the east; the image begins half a line before the centre of line 0.
+TEST(OrthoTransformer, PositionsOutsideImageAndMarginFail) {
+  OrthoFlight flight;
+  flight.relief.fill([](int, int) { return 500.0; });
+  flight.openTerrain();
+  for (double const margin : {0.0, 20.0}) {
+    OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get(), OrthoTransformer::MAP_ITSELF, margin);
+    Positions map;
+    for (double const beyond : {-0.2, 0.2}) {
+      for (geo::XYZPoint const& local :
+           {geo::XYZPoint(-0.5 - margin - beyond, 0.0, 0.0), geo::XYZPoint(299.5 + margin + beyond, 0.0, 0.0),
+            geo::XYZPoint(150.0, 2.0 * (50.5 + margin + beyond), 0.0),
+            geo::XYZPoint(150.0, -2.0 * (50.5 + margin + beyond), 0.0)}) {
+        geo::XYPoint const position = flight.mapOf(local);
+        map.add(position.x, position.y);
+      }
+    }
+    EXPECT_EQ(transformed(transformer.argument(), toImage, map).success, (std::vector<int>{1, 1, 1, 1, 0, 0, 0, 0}));
+  }
+}
+
+TEST(OrthoTransformer, FarAwayPositionsFailAtOnce) {
+  OrthoFlight flight;
+  flight.relief.geoTransform = {200000.0, 1000.0, 0.0, 4200000.0, 0.0, -1000.0};
+  flight.relief.columns = 600;
+  flight.relief.rows = 600;
+  flight.relief.fill([](int, int) { return 500.0; });
+  flight.openTerrain();
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  Positions map;
+  geo::XYPoint const origin = flight.mapOf({0.0, 0.0, 0.0});
+  for (int i = 0; i < 100; ++i) {
+    map.add(origin.x + 2000.0 * (i + 1), origin.y - 1500.0 * i);
+  }
+  EXPECT_EQ(transformed(transformer.argument(), toImage, map).success, std::vector<int>(100, 0));
+}
+
+TEST(OrthoTransformer, EightThreadsWithCopiesGiveTheSameBits) {
+  OrthoFlight const flight(0.9);
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  Positions const map = mapGrid(flight);
+  Positions const expected = transformed(transformer.argument(), toImage, map);
+  std::vector<char> same(8, 0);
+  std::vector<std::thread> threads;
+  for (std::size_t k = 0; k < same.size(); ++k) {
+    threads.emplace_back([&, k] {
+      OrthoTransformer const copy = transformer.copy();
+      same[k] = 1;
+      for (int round = 0; round < 5; ++round) {
+        same[k] = static_cast<char>(same[k] != 0 && hasSameBits(transformed(copy.argument(), toImage, map), expected));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(same, std::vector<char>(8, 1));
+}
+
+TEST(OrthoTransformer, GdalCopiesScalesAndEndsIt) {
+  OrthoFlight const flight;
+  OrthoTransformer transformer(*flight.strip, 0, flight.terrain.get());
+  Positions const map = mapGrid(flight);
+  Positions const expected = transformed(transformer.argument(), toImage, map);
+  auto const& info = *static_cast<GDALTransformerInfo const*>(transformer.argument());
+  EXPECT_EQ(std::memcmp(info.abySignature, GDAL_GTI2_SIGNATURE, 4), 0);
+  void* const half = info.pfnCreateSimilar(transformer.argument(), 2.0, 4.0);
+  ASSERT_NE(half, nullptr);
+  Positions const scaled = transformed(half, toImage, map);
+  Positions const back = transformed(half, toRaster, scaled);
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    EXPECT_EQ(scaled.x[i], expected.x[i] / 2.0);
+    EXPECT_EQ(scaled.y[i], expected.y[i] / 4.0);
+    EXPECT_NEAR(back.x[i], map.x[i], 0.1);
+    EXPECT_NEAR(back.y[i], map.y[i], 0.1);
+  }
+  GDALDestroyTransformer(half);
+  void* const released = transformer.release();
+  EXPECT_EQ(transformer.argument(), nullptr);
+  Positions direct = map;
+  EXPECT_EQ(GDALUseTransformer(released, toImage, direct.count(), direct.x.data(), direct.y.data(), direct.z.data(),
+                               direct.success.data()),
+            1);
+  EXPECT_TRUE(hasSameBits(direct, expected));
+  GDALDestroyTransformer(released);
+}
+
+TEST(OrthoTransformer, IsMoved) {
+  OrthoFlight const flight;
+  OrthoTransformer a(*flight.strip, 0, flight.terrain.get());
+  void* const argument = a.argument();
+  OrthoTransformer b(std::move(a));
+  EXPECT_EQ(b.argument(), argument);
+  OrthoTransformer c(*flight.strip, 1, flight.terrain.get());
+  c = std::move(b);
+  EXPECT_EQ(c.argument(), argument);
+}
+
+TEST(OrthoTransformer, SurfaceThatCantBeReadIsToldAfterwards) {
+  OrthoFlight const flight;
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const copy = transformer.copy();
+  flight.cutTerrain();
+  Positions const image = transformed(copy.argument(), toImage, mapGrid(flight));
+  EXPECT_EQ(image.success, std::vector<int>(image.size(), 0));
+  EXPECT_THAT(test::messageOf([&] { transformer.rethrowFailure(); }),
+              testing::StartsWith("Can't read elevation model \"" + flight.terrain->fileName() + "\": "));
+}
+
+TEST(OrthoTransformer, HealthySurfaceTellsNothing) {
+  OrthoFlight const flight;
+  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  transformed(transformer.argument(), toImage, mapGrid(flight));
+  EXPECT_NO_THROW(transformer.rethrowFailure());
+}
+
+TEST(OrthoTransformer, WhatCantBeTransformedIsRefused) {
+  OrthoFlight const flight;
+  dsm::RasterElevationSource* const surface = flight.terrain.get();
+  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, 2, surface), "Can't orthorectify: the strip has no band 2");
+  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, -1, surface), "Can't orthorectify: the strip has no band -1");
+  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, 0, nullptr), "Can't orthorectify: no surface");
+  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, 0, surface, GeoTransform{0, 1, 2, 0, 2, 4}),
+                 "Can't orthorectify: the raster's geotransform can't be inverted");
+  sensor::KESStripModel const notLoaded(flight.folder / "strip.stp", false, false, false);
+  EXPECT_MESSAGE(OrthoTransformer(notLoaded, 0, surface), "Can't orthorectify: the strip's data aren't loaded");
+  EXPECT_MESSAGE(OrthoTransformer(sensor::KESStripModel(), 0, surface),
+                 "Can't orthorectify: the strip's data aren't loaded");
+}
+
+}  // namespace
