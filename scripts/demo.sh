@@ -1,16 +1,19 @@
 #!/usr/bin/env bash
-# demo.sh [OUTDIR]: from nothing to output. Installs what is missing, builds, flies a strip over real terrain, and projects
-# points of its images to the ground and back. The flight stays in OUTDIR (demo-output).
+# demo.sh [OUTDIR]: from nothing to output. Installs what is missing, builds, flies a strip over real terrain, projects
+# points of its images to the ground and back, and makes an orthophoto of three looks at the ground, with their footprints and a
+# quick-look of both. The flight and all results stay in OUTDIR (demo-output).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out=${1:-demo-output}
+dem=data/terrain/jacksboro_dem.tif
+bands=(PANF27A PANN00A PANB14A)
 scripts/deps.sh
 scripts/build.sh release kes
 kes=build/release/apps/kes/kes
 
-echo "== A flight over the Jacksboro fault, Tennessee"
+echo "== A flight over the Jacksboro fault, Tennessee, with images of its forward, nadir and backward looking lines"
 rm -rf "$out"
-"$kes" simulate "$out" --dem data/terrain/jacksboro_dem.tif --lines 20000 --heading 52
+"$kes" simulate "$out" --dem "$dem" --lines 10000 --samples 6000 --heading 52 "${bands[@]/#/--render=}"
 strip=$out/strip.stp
 camera=(--calibrations "$out/calibration")
 
@@ -18,21 +21,43 @@ echo
 echo "== The strip"
 "$kes" info "$strip" "${camera[@]}"
 
-for band in PANF27A PANN00A PANB14A; do
+for band in "${bands[@]}"; do
   echo
-  echo "== A grid of $band on the ground (east, north, up at the anchor, metres) and back"
+  echo "== A grid of $band on the terrain (UTM zone 16, metres) and back"
   {
-    echo "sample,line,height"
-    for line in 0 6666.25 13333.5 19999; do
-      for sample in 0 3999.75 8000.5 11999; do
-        echo "$sample,$line,35"
+    echo "sample,line"
+    for line in 0 3333.25 6666.5 9999; do
+      for sample in 0 1999.75 4000.5 5999; do
+        echo "$sample,$line"
       done
     done
   } > "$out/$band.csv"
-  "$kes" project "$strip" "${camera[@]}" --band "$band" --to ground --verify "$out/$band.csv" |
-    tee "$out/$band-ground.csv"
+  "$kes" project "$strip" "${camera[@]}" --band "$band" --to ground --frame map --crs EPSG:32616 --dem "$dem" --verify \
+    "$out/$band.csv" | tee "$out/$band-ground.csv"
 done
 
 echo
 echo "== Closure of image to ground to image, over each band at four heights"
-"$kes" closure "$strip" "${camera[@]}" --band PANF27A --band PANN00A --band PANB14A --grid 100
+"$kes" closure "$strip" "${camera[@]}" "${bands[@]/#/--band=}" --grid 100
+
+echo
+echo "== Orthophoto: forward look in red, nadir in green, backward in blue"
+"$kes" ortho "$strip" "${camera[@]}" "${bands[@]/#/--band=}" --dem "$dem" --crs EPSG:32616 --gsd 0.5 -o "$out/ortho.tif"
+"$kes" footprint "$strip" "${camera[@]}" --dem "$dem" -o "$out/footprints.geojson"
+
+# The orthophoto with the outlines drawn in, small enough to look at.
+export GDAL_PAM_ENABLED=NO
+gdal_translate -q -outsize 1200 0 -r average -ot Byte -scale 15000 58000 -a_nodata none "$out/ortho.tif" "$out/quicklook.tif"
+ogr2ogr -t_srs EPSG:32616 -nlt LINESTRING "$out/outlines.geojson" "$out/footprints.geojson"
+outline() {
+  gdal_rasterize -q -at -where "band = '$1'" -b 1 -b 2 -b 3 -burn "$2" -burn "$3" -burn "$4" "$out/outlines.geojson" \
+    "$out/quicklook.tif"
+}
+outline "${bands[0]}" 255 80 80
+outline "${bands[1]}" 80 255 80
+outline "${bands[2]}" 80 160 255
+gdal_translate -q -of PNG "$out/quicklook.tif" "$out/quicklook.png"
+rm "$out/outlines.geojson" "$out/quicklook.tif"
+
+echo
+echo "In $out: the flight (strip.stp), ortho.tif, footprints.geojson, and a picture of both, quicklook.png"
