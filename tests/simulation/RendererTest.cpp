@@ -76,6 +76,19 @@ TEST_F(Renderer, GroundBehindAWallIsNotSeen) {
   }
 }
 
+// A tower of a wall, 150 m high and 40 m ahead of the flight's middle, far from the ground that the forward image looks at (102 m
+// ahead) and higher than all there: it fills the image.
+TEST_F(Renderer, WhatStandsBetweenCameraAndGroundIsSeen) {
+  test::ElevationRaster tower = test::walledGround().fill([](int, int row) { return row == 160 ? 450.0 : 300.0; });
+  FlightPlan plan = test::planOverWall(tower.write(mFolder));
+  plan.renderedBands = {"PANF27A"};
+  RenderedFlight const flight = fly(plan);
+  expectTexture(flight, "PANF27A", {59, 73}, {200.0, 30.0, 0.02}, greatestDifference(1.0 / 16, 11));
+  auto const ground = flight.ground({250.0, 150.0}, flight.strip->bandIndex("PANF27A"), {200.0, 30.0, 0.02});
+  ASSERT_TRUE(ground);
+  EXPECT_GT(ground->z, 80.0);
+}
+
 TEST_F(Renderer, RaysComeFromTheTrueOrientation) {
   FlightPlan plan = test::smallPlan();
   plan.renderedBands = {"PANN00A"};
