@@ -16,6 +16,17 @@ FourLaneConstants fourLaneConstants(StripBand const& band, geo::XYZPoint const& 
           band.orientation.middleLine()};
 }
 
+void FourLaneOrientation::set(unsigned lane, EOP const& eop, float shiftOfLane) {
+  q[0][lane] = eop.q0;
+  q[1][lane] = eop.q1;
+  q[2][lane] = eop.q2;
+  q[3][lane] = eop.q3;
+  centre[0][lane] = static_cast<float>(eop.x);
+  centre[1][lane] = static_cast<float>(eop.y);
+  centre[2][lane] = static_cast<float>(eop.z);
+  shift[lane] = shiftOfLane;
+}
+
 // With all of the look-up drawn into it, which takes most of the time of a lane that moves.
 [[gnu::flatten]] void LineOrientations::operator()(float line, bool headingOnly, unsigned lane,
                                                    FourLaneOrientation& lanes) const {
@@ -25,14 +36,7 @@ FourLaneConstants fourLaneConstants(StripBand const& band, geo::XYZPoint const& 
   if (headingOnly) {
     reduceToHeading(eop);
   }
-  lanes.q[0][lane] = eop.q0;
-  lanes.q[1][lane] = eop.q1;
-  lanes.q[2][lane] = eop.q2;
-  lanes.q[3][lane] = eop.q3;
-  lanes.centre[0][lane] = static_cast<float>(eop.x);
-  lanes.centre[1][lane] = static_cast<float>(eop.y);
-  lanes.centre[2][lane] = static_cast<float>(eop.z);
-  lanes.shift[lane] = lineCorrection * mBand.pixelSize;
+  lanes.set(lane, eop, lineCorrection * mBand.pixelSize);
 }
 
 void solveInPlainLanes(FourLaneConstants const& constants, LineOrientations const& orientations,

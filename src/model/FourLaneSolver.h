@@ -20,6 +20,7 @@
 namespace sensor {
 
 class StripBand;
+struct EOP;
 
 /// What is the same for all positions of a run.
 struct FourLaneConstants {
@@ -42,6 +43,8 @@ struct FourLaneOrientation {
   float q[4][4];  // component, lane
   float centre[3][4];
   float shift[4];
+
+  void set(unsigned lane, EOP const& eop, float shiftOfLane);
 };
 
 /// Looks up orientations for the solver.

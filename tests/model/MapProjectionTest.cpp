@@ -182,9 +182,9 @@ TEST_P(EverySystem, RoundTripCloses) {
   }
 }
 
-// Metres and feet, radians and degrees, ellipsoidal heights and others.
+// Metres and feet, radians and degrees, ellipsoidal heights and heights above a geoid.
 INSTANTIATE_TEST_SUITE_P(MapProjection, EverySystem,
-                         testing::Values("EPSG:4979", "EPSG:32633", "EPSG:25833",
+                         testing::Values("EPSG:4979", "EPSG:32633", "EPSG:25833", "EPSG:32633+5773",
                                          "+proj=utm +zone=33 +datum=WGS84 +units=us-ft +vunits=us-ft +type=crs",
                                          "+proj=tmerc +lat_0=48 +lon_0=15 +datum=WGS84 +vunits=ft +type=crs",
                                          "+proj=longlat +datum=WGS84 +vunits=m +type=crs"),

@@ -62,14 +62,7 @@ void RandomFlight::operator()(float line, bool headingOnly, unsigned lane, senso
   if (headingOnly) {
     sensor::kappaToQuaternion(static_cast<double>(sensor::kappaOf(eop)), eop);
   }
-  lanes.q[0][lane] = eop.q0;
-  lanes.q[1][lane] = eop.q1;
-  lanes.q[2][lane] = eop.q2;
-  lanes.q[3][lane] = eop.q3;
-  lanes.centre[0][lane] = static_cast<float>(eop.x);
-  lanes.centre[1][lane] = static_cast<float>(eop.y);
-  lanes.centre[2][lane] = static_cast<float>(eop.z);
-  lanes.shift[lane] = mTdi * static_cast<float>(pixelSize);
+  lanes.set(lane, eop, mTdi * static_cast<float>(pixelSize));
 }
 
 // A line of 1 m is half of a pixel's 2 m.
