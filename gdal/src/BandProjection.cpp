@@ -41,6 +41,11 @@ double applied(GeoTransform const& t, std::size_t row, double x, double y) {
   return t[3 * row] + t[3 * row + 1] * x + t[3 * row + 2] * y;
 }
 
+bool isRow(std::size_t count, double const* x, double const* y) {
+  return count > 1 && std::all_of(y, y + count, [&](double value) { return value == y[0]; }) &&
+         std::all_of(x, x + count, [](double value) { return std::isfinite(value); });
+}
+
 }  // namespace
 
 PixelRange PixelRange::nothing() {
@@ -55,12 +60,12 @@ void PixelRange::add(double x, double y) {
   bottom = std::max(bottom, y);
 }
 
-SharedProjection::SharedProjection(sensor::KESStripModel const& model, int index,
+SharedProjection::SharedProjection(sensor::KESStripModel const& model, int bandIndex,
                                    dsm::ProjectedElevationSource const& source, GeoTransform const& geoTransform,
                                    double around)
-    : strip(loaded(model, index)), band(index), surface(source, failure), raster(geoTransform),
-      inverse(inverted(geoTransform)), margin(around), width(model.imageWidth(index)), height(model.imageHeight(index)),
-      reach(model, index, around), positions(model, surface) {}
+    : strip(loaded(model, bandIndex)), band(bandIndex), surface(source, failure), raster(geoTransform),
+      inverse(inverted(geoTransform)), margin(around), width(model.imageWidth(bandIndex)),
+      height(model.imageHeight(bandIndex)), reach(model, bandIndex, around), positions(model, surface) {}
 
 BandProjection::BandProjection(std::shared_ptr<SharedProjection const> shared, double ratioX, double ratioY)
     : mShared(std::move(shared)), mRatioX(ratioX), mRatioY(ratioY) {}
@@ -74,7 +79,11 @@ void BandProjection::toImage(std::size_t count, double* x, double* y, int* succe
   for (std::size_t i = 0; i < count; ++i) {
     mGround[i] = {applied(mShared->raster, 0, x[i], y[i]), applied(mShared->raster, 1, x[i], y[i]), 0.0};
   }
-  mShared->positions.toLocal(mGround, mScratch);
+  if (isRow(count, x, y)) {
+    mShared->positions.rowToLocal(x, mGround, mBuffers);
+  } else {
+    mShared->positions.toLocal(mGround, mBuffers);
+  }
   gatherReached();
   solve();
   std::fill_n(x, count, HUGE_VAL);

@@ -29,8 +29,8 @@ struct PixelRange {
 /// What the copies of a transformer share; nothing in it changes but for the failure.
 struct SharedProjection {
   /// Throws as the constructor of `OrthoTransformer`.
-  SharedProjection(sensor::KESStripModel const& strip, int band, dsm::ProjectedElevationSource const& surface,
-                   GeoTransform const& raster, double margin);
+  SharedProjection(sensor::KESStripModel const& model, int bandIndex, dsm::ProjectedElevationSource const& source,
+                   GeoTransform const& geoTransform, double around);
 
   sensor::KESStripModel const& strip;
   int band;
@@ -76,7 +76,7 @@ private:
   std::size_t mHoles = 0;
   // Of one call: ground positions, then those within reach, with their indices, and where they are in the image.
   std::vector<geo::XYZPoint> mGround;
-  std::vector<geo::XYZPoint> mScratch;
+  SurfacePositions::Buffers mBuffers;
   std::vector<geo::XYZPoint> mReached;
   std::vector<std::size_t> mIndices;
   std::vector<geo::XYPoint> mImage;

@@ -158,7 +158,8 @@ PixelRange BlockWarper::needed(Block const& block) {
 }
 
 void BlockWarper::scan(Block const& block, int step, PixelRange& range) {
-  auto const count = static_cast<std::size_t>((block.columns + step - 1) / step + 1);
+  int const steps = (block.columns + step - 1) / step;
+  std::size_t const count = static_cast<std::size_t>(steps) + 1;
   mX.resize(count);
   mY.resize(count);
   mSuccess.resize(count);

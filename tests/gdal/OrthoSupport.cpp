@@ -67,19 +67,20 @@ geo::XYPoint Raster::centre(int column, int row) const {
   return {geoTransform[0] + geoTransform[1] * (column + 0.5), geoTransform[3] + geoTransform[5] * (row + 0.5)};
 }
 
-OrthoFlight::OrthoFlight(double direction, int lineCount) {
+OrthoFlight::OrthoFlight(double direction, int lineCount, Place const& place) {
+  small.anchorLongitude = place.longitude;
   small.bands = {SmallBand{}, SmallBand{.id = "PANN00B"}};
   small.direction = direction;
   small.lines = lineCount;
   std::string const file = small.write(folder);
   sensor::CameraFactory::instance()->addSearchPath(folder / "calibration");
   strip = std::make_unique<sensor::KESStripModel>(file, true, false, false);
-  map.reset(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:32617"));
+  map.reset(geo::coordSysFactory::getInstance()->createCoordSys(place.system));
   strip->setMappingSystem(map.get());
   geo::XYPoint const origin = mapOf({0.0, 0.0, 0.0});
   relief.columns = 250;
   relief.rows = 200;
-  relief.system = "EPSG:32617";
+  relief.system = place.system;
   relief.geoTransform = {std::floor(origin.x) - 500.0, 4.0, 0.0, std::floor(origin.y) + 500.0, 0.0, -5.0};
   relief.fill([](int column, int row) { return 500.0 + 30.0 * std::sin(column / 15.0) * std::cos(row / 9.0); });
   openTerrain();
@@ -115,8 +116,8 @@ void OrthoFlight::writePositions() const {
   writeImage("PANN00B", [](int, int line) { return 100.0 + line; });
 }
 
-std::optional<geo::XYZPoint> OrthoFlight::ground(geo::XYPoint const& position) const {
-  geo::XYZPoint point(position.x, position.y, 0.0);
+std::optional<geo::XYZPoint> OrthoFlight::ground(geo::XYPoint const& mapPosition) const {
+  geo::XYZPoint point(mapPosition.x, mapPosition.y, 0.0);
   float height = 0.0F;
   if (!terrain->height(point, height)) {
     return std::nullopt;

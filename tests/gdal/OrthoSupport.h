@@ -40,12 +40,18 @@ struct Raster {
   std::vector<double> pixels;
 };
 
+/// Where a flight is.
+struct Place {
+  std::string longitude = "-1.4";  ///< Of the anchor, radians; its latitude is 0.6.
+  std::string system = "EPSG:32617";
+};
+
 /// A level, straight flight over hills, whose image positions follow from a formula: lines of 1 m, 101 samples of
-/// 2 m at the height of the anchor, 1000 m below. Its two bands look the same way. The map is UTM zone 17, as the terrain's.
+/// 2 m at the height of the anchor, 1000 m below. Its two bands look the same way. The map is in UTM, as the terrain.
 class OrthoFlight {
 public:
   /// `direction`: from east towards north, radians.
-  explicit OrthoFlight(double direction = 0.0, int lineCount = 300);
+  explicit OrthoFlight(double direction = 0.0, int lineCount = 300, Place const& place = Place());
 
   void openTerrain();
   /// Takes the heights out of the file that is open, so that reading fails.
@@ -59,10 +65,10 @@ public:
   std::string imageName(std::string const& bandId) const { return folder / ("images/" + bandId + ".tif"); }
 
   /// The local position on the terrain at a map position; nothing where there is none.
-  std::optional<geo::XYZPoint> ground(geo::XYPoint const& map) const;
+  std::optional<geo::XYZPoint> ground(geo::XYPoint const& mapPosition) const;
   /// By the formula.
   geo::XYPoint image(geo::XYZPoint const& local) const;
-  bool isInside(geo::XYPoint const& image, double margin = 0.0) const;
+  bool isInside(geo::XYPoint const& position, double margin = 0.0) const;
   /// The map position of a local one.
   geo::XYPoint mapOf(geo::XYZPoint const& local) const;
 

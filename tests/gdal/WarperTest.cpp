@@ -57,7 +57,7 @@ protected:
   }
 
   static std::vector<float> pixelsOf(GDALDatasetH data) {
-    std::vector<float> pixels(size * size);
+    std::vector<float> pixels(std::size_t{size} * size);
     EXPECT_EQ(GDALRasterIO(GDALGetRasterBand(data, 1), GF_Read, 0, 0, size, size, pixels.data(), size, size,
                            GDT_Float32, 0, 0),
               CE_None);
@@ -69,7 +69,8 @@ protected:
     int seen = 0;
     for (int row = 0; row < size; ++row) {
       for (int column = 0; column < size; ++column) {
-        auto const value = static_cast<double>(pixels[static_cast<std::size_t>(row * size + column)]);
+        auto const value =
+            static_cast<double>(pixels[static_cast<std::size_t>(row) * size + static_cast<std::size_t>(column)]);
         auto const image = mFlight.image(
             *mFlight.ground({mRaster[0] + mRaster[1] * (column + 0.5), mRaster[3] + mRaster[5] * (row + 0.5)}));
         if (mFlight.isInside(image, -0.52)) {

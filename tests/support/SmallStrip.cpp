@@ -38,9 +38,9 @@ std::string SmallStrip::text() const {
 void SmallStrip::writeEop(TempFolder const& folder, std::string const& name, double east) const {
   double const first = startTime - 1.0;
   int const count = static_cast<int>((lines * cycleTime + 2.0) / 0.05) + 2;
-  std::string const block =
-      "<EOPData version=\"3\" numsets=\"" + std::to_string(count) +
-      "\"><AnchorPoint lat=\"0.6\" lon=\"-1.4\" h=\"500\"/><AbsoluteTime value=\"77\"/></EOPData>";
+  std::string const block = "<EOPData version=\"3\" numsets=\"" + std::to_string(count) +
+                            "\"><AnchorPoint lat=\"0.6\" lon=\"" + anchorLongitude +
+                            "\" h=\"500\"/><AbsoluteTime value=\"77\"/></EOPData>";
   auto const length = static_cast<std::int32_t>(block.size() + 1);
   Bytes bytes;
   bytes << std::string("EOP_") << std::int32_t{3} << (20 + length) << std::int32_t{0} << length << (block + '\0');

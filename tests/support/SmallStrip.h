@@ -31,8 +31,9 @@ struct SmallStrip {
   /// LSR height of the flight, and of the terrain, metres.
   double height = 1000.0;
   std::string terrainHeight = "0";
-  double kappaError = 0.0;  ///< Radians between the camera's x axis and the flight.
-  double roll = 0.0;        ///< Radians about the camera's x axis (for a flight to the east).
+  std::string anchorLongitude = "-1.4";  ///< Radians.
+  double kappaError = 0.0;               ///< Radians between the camera's x axis and the flight.
+  double roll = 0.0;                     ///< Radians about the camera's x axis (for a flight to the east).
   std::string sensorId = "T100";
   std::string eop = "<EOP filename=\"flight.eop\"/>";
   std::string calibration;  ///< The element; a regular one when empty.

@@ -30,8 +30,9 @@ using GeoTransform = std::array<double, 6>;
 /// the surface, whatever system this has. Source positions have the pixel's centre at half a pixel, as is GDAL's custom, where
 /// the image positions of `KESStripModel` have whole numbers there.
 ///
-/// From the destination to the source each position is projected exactly: to the surface, to the local system, and by the
-/// strip's solver for runs to the image; best a row at a time, as the warper does. GDAL's approximating transformer doesn't
+/// From the destination to the source each position is projected by itself: to the surface, to the local system, and by
+/// the strip's solver for runs to the image. A row of pixels at a time, as the warper asks, is several times as fast: coordinates
+/// on the way to the local system are then good to a tenth of a millimetre. GDAL's approximating transformer doesn't
 /// bound its error where the attitude jitters from line to line, so don't put one before it. A position fails where the
 /// surface has no height, and outside the image by more than the margin. Whether something stands between a position and the
 /// camera isn't asked: ground behind a steep slope gets what the camera saw in front of it.
