@@ -16,7 +16,9 @@ public:
   /// Sets the matrix from angles in radians.
   void set(double omega, double phi, double kappa);
   /// Element of a row and a column, both counted from 0.
-  double matrixElement(int row, int col) const { return mElements[static_cast<std::size_t>(row * 3 + col)]; }
+  double matrixElement(int row, int col) const {
+    return mElements[static_cast<std::size_t>(row) * 3 + static_cast<std::size_t>(col)];
+  }
 
 private:
   std::array<double, 9> mElements;  // by rows

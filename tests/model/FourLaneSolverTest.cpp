@@ -109,6 +109,7 @@ TEST(FourLaneSolver, IdenticalPositionsHaveIdenticalResults) {
 TEST(FourLaneSolver, PositionWithoutASolutionLeavesTheOthersAsTheyAre) {
   RandomFlight const flight(10);
   std::vector<geo::XYZPoint> good;
+  good.reserve(16);
   for (int i = 0; i < 16; ++i) {
     good.push_back(flight.groundOf({5.0 + 2.0 * i, 20.0 + 3.0 * i}));
   }

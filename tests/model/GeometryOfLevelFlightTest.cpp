@@ -5,8 +5,6 @@
 
 namespace {
 
-using test::SmallStrip;
-
 constexpr double pi = 3.14159265358979;
 
 // Straight and level, everything follows from similar triangles: a focal position is as many times larger on the ground as

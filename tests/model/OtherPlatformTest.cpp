@@ -37,6 +37,7 @@ TEST_F(OtherPlatform, LanesWorkWithoutAVectorUnitToTheSameBits) {
   auto const with = modelAtLevel(4.1F);
   auto const without = modelAtLevel(0.0F);
   std::vector<geo::XYZPoint> points;
+  points.reserve(400);
   for (int i = 0; i < 400; ++i) {
     points.emplace_back(0.3 * i, 60.0 - 0.35 * i, 0.1 * i);
   }

@@ -110,6 +110,7 @@ std::vector<geo::XYZPoint> RandomFlight::scatter() const {
   std::uniform_real_distribution<double> place(-5000.0, 5000.0);
   std::uniform_real_distribution<double> height(-500.0, 1500.0);
   std::vector<geo::XYZPoint> points;
+  points.reserve(400);
   for (int i = 0; i < 400; ++i) {
     points.emplace_back(place(random), place(random), height(random));
   }

@@ -127,6 +127,7 @@ TEST_F(Threads, EightGetBitForBitWhatOneGets) {
   std::vector<std::vector<double>> results(threadCount);
   std::atomic<int> ready{0};
   std::vector<std::thread> threads;
+  threads.reserve(results.size());
   for (std::vector<double>& result : results) {
     threads.emplace_back([&] {
       ++ready;
