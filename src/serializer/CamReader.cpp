@@ -8,6 +8,7 @@
 #include <sensor/SerializerCameraKesV1Cam.h>
 
 #include <QByteArray>
+#include <QCalendar>
 #include <QDateTime>
 #include <QLocale>
 #include <QRegularExpression>
@@ -102,6 +103,9 @@ void readCoordinates(std::string_view text, std::string const& fileName, std::ve
 // Date and time are parsed apart and put together as UTC: as one local time, an hour that the change to summer time
 // leaves out on the host would be no time at all.
 QDateTime utcTime(QString const& date, QString const& dateFormat, QString const& time) {
+  // Files are read in parallel, but Qt 5.15 makes its first calendar without a guard: a thread that comes upon a half-made
+  // one finds no date. All threads wait here until it is made.
+  static QCalendar const firstCalendar;
   QLocale const c = QLocale::c();
   QTime const timeOfDay = c.toTime(time, QStringLiteral(" hh:mm:ss"));
   // A date with an invalid time would be taken for midnight.

@@ -119,9 +119,39 @@ TEST_F(OrthoFailure, TerrainWithoutAHeightIsTold) {
   EXPECT_EQ(failure(), "elevation model \"" + mFlight.terrain->fileName() + "\" doesn't cover the strip");
 }
 
+// 8 m of terrain, on which no pixel of 64 m has its centre.
+TEST_F(OrthoFailure, TerrainBetweenThePixelsIsTold) {
+  mFlight.relief.columns = 2;
+  mFlight.relief.rows = 2;
+  mFlight.relief.fill([](int, int) { return 500.0; });
+  geo::XYPoint const middle = mFlight.mapOf({150.0, 0.0, 0.0});
+  mFlight.relief.geoTransform = {std::floor(middle.x / 64.0) * 64.0, 4.0, 0.0,
+                                 std::floor(middle.y / 64.0) * 64.0, 0.0, -4.0};
+  mFlight.openTerrain();
+  EXPECT_EQ(failure(mFlight.plan(64.0)),
+            "elevation model \"" + mFlight.terrain->fileName() + "\" doesn't cover the strip");
+}
+
 TEST_F(OrthoFailure, TerrainThatCantBeReadIsTold) {
   mFlight.cutTerrain();
   EXPECT_THAT(failure(), testing::StartsWith("Can't read elevation model \"" + mFlight.terrain->fileName() + "\": "));
+}
+
+// The footprint needs the terrain along the image's edges alone; what lies between is read when the pixels are made.
+TEST(OrthoFailureWhileWarping, TerrainThatCantBeReadIsTold) {
+  OrthoFlight flight({.lines = 1500, .longitude = "0.26", .system = "EPSG:32633"});
+  flight.writePositions();
+  geo::XYPoint const origin = flight.mapOf({0.0, 0.0, 0.0});
+  test::FormulaRaster formula(1800, 700, [](int, int) { return 500.0; });
+  formula.geoTransform = {std::floor(origin.x) - 100.0, 1.0, 0.0, std::floor(origin.y) + 350.0, 0.0, -1.0};
+  dsm::RasterElevationSource terrain(formula.name(), 0);
+  std::string const name = flight.folder / "ortho.tif";
+  int const before = test::entryCount(flight.folder.path());
+  std::string const message = test::messageOf([&] {
+    kesgdal::writeOrthophoto(*flight.strip, &terrain, flight.plan(0.5), name, [&](double) { formula.fails = true; });
+  });
+  EXPECT_THAT(message, testing::StartsWith("Can't read elevation model \"" + formula.name() + "\": "));
+  EXPECT_EQ(test::entryCount(flight.folder.path()), before);
 }
 
 TEST_F(OrthoFailure, StripThatIsntLoadedIsTold) {

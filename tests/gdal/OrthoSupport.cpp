@@ -67,20 +67,22 @@ geo::XYPoint Raster::centre(int column, int row) const {
   return {geoTransform[0] + geoTransform[1] * (column + 0.5), geoTransform[3] + geoTransform[5] * (row + 0.5)};
 }
 
-OrthoFlight::OrthoFlight(double direction, int lineCount, Place const& place) {
-  small.anchorLongitude = place.longitude;
-  small.bands = {SmallBand{}, SmallBand{.id = "PANN00B"}};
-  small.direction = direction;
-  small.lines = lineCount;
+OrthoFlight::OrthoFlight(FlightSetup const& flightSetup) : setup(flightSetup) {
+  double const focalX = setup.look * SmallStrip::focalLength * 1000.0;
+  small.sensorId = "T" + std::to_string(static_cast<int>(focalX));  // cameras stay in the process
+  small.bands = {SmallBand{.x = focalX}, SmallBand{.id = "PANN00B", .x = focalX}};
+  small.direction = setup.direction;
+  small.lines = setup.lines;
+  small.anchorLongitude = setup.longitude;
   std::string const file = small.write(folder);
   sensor::CameraFactory::instance()->addSearchPath(folder / "calibration");
   strip = std::make_unique<sensor::KESStripModel>(file, true, false, false);
-  map.reset(geo::coordSysFactory::getInstance()->createCoordSys(place.system));
+  map.reset(geo::coordSysFactory::getInstance()->createCoordSys(setup.system));
   strip->setMappingSystem(map.get());
   geo::XYPoint const origin = mapOf({0.0, 0.0, 0.0});
   relief.columns = 250;
   relief.rows = 200;
-  relief.system = place.system;
+  relief.system = setup.system;
   relief.geoTransform = {std::floor(origin.x) - 500.0, 4.0, 0.0, std::floor(origin.y) + 500.0, 0.0, -5.0};
   relief.fill([](int column, int row) { return 500.0 + 30.0 * std::sin(column / 15.0) * std::cos(row / 9.0); });
   openTerrain();
@@ -127,11 +129,12 @@ std::optional<geo::XYZPoint> OrthoFlight::ground(geo::XYPoint const& mapPosition
   return point;
 }
 
-// The camera looks down on a line across the flight, whose samples run to the left; line 0 is at the origin.
+// The camera looks on a line across the flight, ahead of itself, whose samples run to the left; line 0 is at the origin.
 geo::XYPoint OrthoFlight::image(geo::XYZPoint const& local) const {
-  double const along = local.x * std::cos(small.direction) + local.y * std::sin(small.direction);
-  double const across = local.y * std::cos(small.direction) - local.x * std::sin(small.direction);
-  return {50.0 + across * focalPixels / (flyingHeight - local.z), along / (small.speed * small.cycleTime)};
+  double const along = local.x * std::cos(setup.direction) + local.y * std::sin(setup.direction);
+  double const across = local.y * std::cos(setup.direction) - local.x * std::sin(setup.direction);
+  double const depth = flyingHeight - local.z;
+  return {50.0 + across * focalPixels / depth, (along - setup.look * depth) / (small.speed * small.cycleTime)};
 }
 
 bool OrthoFlight::isInside(geo::XYPoint const& position, double margin) const {

@@ -40,8 +40,11 @@ struct Raster {
   std::vector<double> pixels;
 };
 
-/// Where a flight is.
-struct Place {
+/// What an `OrthoFlight` may have otherwise.
+struct FlightSetup {
+  double direction = 0.0;  ///< From east towards north, radians.
+  int lines = 300;
+  double look = 0.0;               ///< Tangent of the angle by which both bands look ahead.
   std::string longitude = "-1.4";  ///< Of the anchor, radians; its latitude is 0.6.
   std::string system = "EPSG:32617";
 };
@@ -50,8 +53,8 @@ struct Place {
 /// 2 m at the height of the anchor, 1000 m below. Its two bands look the same way. The map is in UTM, as the terrain.
 class OrthoFlight {
 public:
-  /// `direction`: from east towards north, radians.
-  explicit OrthoFlight(double direction = 0.0, int lineCount = 300, Place const& place = Place());
+  explicit OrthoFlight(FlightSetup const& flightSetup = {});
+  explicit OrthoFlight(double direction) : OrthoFlight(FlightSetup{.direction = direction}) {}
 
   void openTerrain();
   /// Takes the heights out of the file that is open, so that reading fails.
@@ -76,6 +79,7 @@ public:
   /// Orthorectifies and reads the file.
   Raster ortho(kesgdal::OrthoPlan const& orthoPlan, kesgdal::Progress const& progress = {});
 
+  FlightSetup setup;
   TempFolder folder;
   SmallStrip small;
   ElevationRaster relief;

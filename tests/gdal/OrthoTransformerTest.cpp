@@ -144,11 +144,10 @@ TEST(OrthoTransformer, RowsAreAsGoodAsTheirPositions) {
 // In the second place the date line runs through the strip.
 TEST(OrthoTransformer, RowsOverTerrainInDegreesAreAsGoodAsTheirPositions) {
   constexpr double degree = 57.29577951308232;
-  for (auto const& place : {test::Place{}, test::Place{"3.14157", "EPSG:32660"}}) {
-    OrthoFlight flight(0.3, 300, place);
+  for (auto const& [longitude, utm] : {std::pair("-1.4", "EPSG:32617"), std::pair("3.14157", "EPSG:32660")}) {
+    OrthoFlight flight({.direction = 0.3, .longitude = longitude, .system = utm});
     flight.relief.system = "EPSG:4326";
-    flight.relief.geoTransform = {
-        std::stod(place.longitude) * degree - 0.005, 5e-5, 0.0, 0.6 * degree + 0.005, 0.0, -6e-5};
+    flight.relief.geoTransform = {std::stod(longitude) * degree - 0.005, 5e-5, 0.0, 0.6 * degree + 0.005, 0.0, -6e-5};
     flight.openTerrain();
     expectRowsAsPositions(flight);
   }

@@ -89,20 +89,26 @@ TEST(Orthophoto, NearestTakesThePixelAroundThePosition) {
   EXPECT_EQ(ortho.at(ortho.columns / 2, ortho.rows / 2, 1), std::round(ortho.at(ortho.columns / 2, ortho.rows / 2, 1)));
 }
 
-// A wave of six samples. Interpolated at the image's own resolution, a cubic function leaves a few per cent of it; a filter
-// that is as much wider as the box around a strip that runs across the map at 45 degrees leaves less than half.
+// A wave of six lines. Interpolated at the image's own resolution, a cubic function leaves a few per cent of it; a filter that is
+// as much wider as the box around a strip that runs across the map at 45 degrees leaves less than half.
 TEST(Orthophoto, SharpnessDoesntDependOnTheDirectionOfFlight) {
   for (double const direction : {0.0, pi / 4.0}) {
-    OrthoFlight flight(direction);
-    auto const wave = [](double sample) { return 500.0 + 400.0 * std::sin(2.0 * pi * sample / 6.0); };
-    flight.writeImage("PANN00A", [&](int sample, int) { return wave(sample); });
-    OrthoPlan plan = flight.plan(2.0);
+    OrthoFlight flight({.direction = direction, .lines = 1500});
+    flight.relief.geoTransform[1] = 10.0;
+    flight.relief.geoTransform[5] = -12.0;
+    flight.relief.geoTransform[3] += 1000.0;
+    flight.openTerrain();
+    auto const wave = [](double line) { return 500.0 + 400.0 * std::sin(2.0 * pi * line / 6.0); };
+    flight.writeImage("PANN00A", [&](int, int line) { return wave(line); });
+    OrthoPlan plan = flight.plan(1.0);
     plan.bands = {0};
     for (Resampling const resampling : {Resampling::CUBIC, Resampling::LANCZOS}) {
       plan.resampling = resampling;
-      Comparison const samples =
-          compare(flight, flight.ortho(plan), 1, 8.0, [&](geo::XYPoint const& image) { return wave(image.x); });
-      EXPECT_LT(samples.greatest, 40.0) << direction;
+      Comparison const lines =
+          compare(flight, flight.ortho(plan), 1, 8.0, [&](geo::XYPoint const& image) { return wave(image.y); });
+      EXPECT_GT(lines.seen, 250000);
+      EXPECT_EQ(lines.wrongHoles, 0);
+      EXPECT_LT(lines.greatest, 40.0) << direction;
     }
   }
 }
@@ -122,7 +128,7 @@ TEST(Orthophoto, CoarserPixelsAreMeansOfTheImage) {
 
 // Blocks of 64 pixels, each of which needs 64 * 64 lines or fewer.
 TEST(Orthophoto, VeryCoarsePixelsAreMadeInSmallBlocks) {
-  OrthoFlight flight(0.2, 900);
+  OrthoFlight flight({.direction = 0.2, .lines = 900});
   flight.relief.geoTransform[1] = 12.0;
   flight.relief.geoTransform[5] = -12.0;
   flight.relief.geoTransform[3] += 500.0;
@@ -220,6 +226,25 @@ TEST(Orthophoto, TerrainOfSingleCellsIsSeenWhole) {
   EXPECT_GT(samples.seen, 3000);
   EXPECT_EQ(samples.wrongHoles, 0);
   EXPECT_LT(samples.greatest, 0.002);
+}
+
+// Looking ahead, the top of a needle is seen 150 lines before its foot: from lines that a block doesn't need by
+// its sparse grid of positions, which passes most of the needles.
+TEST(Orthophoto, NeedlesBetweenThePositionsOfTheSparseGridAreSeen) {
+  OrthoFlight flight({.direction = 0.0, .lines = 1500, .look = 0.5});
+  flight.relief.columns = 1500;
+  flight.relief.rows = 160;
+  flight.relief.geoTransform = {flight.mapOf({400.0, 0.0, 0.0}).x,    1.2, 0.0,
+                                flight.mapOf({1000.0, 120.0, 0.0}).y, 0.0, -1.5};
+  flight.relief.fill([](int column, int row) { return column % 11 == 3 && row % 7 == 4 ? 800.0 : 500.0; });
+  flight.openTerrain();
+  flight.writePositions();
+  OrthoPlan plan = flight.plan(0.5);
+  plan.resampling = Resampling::BILINEAR;
+  Comparison const lines = compareLines(flight, flight.ortho(plan));
+  EXPECT_GT(lines.seen, 500000);
+  EXPECT_EQ(lines.wrongHoles, 0);
+  EXPECT_LT(lines.greatest, 0.02);
 }
 
 TEST(Orthophoto, TerrainThatCoversAPartGivesThatPart) {
