@@ -18,11 +18,8 @@ namespace {
 
 using kesgdal::Resampling;
 
-std::map<std::string, Resampling> const resamplings = {{"nearest", Resampling::NEAREST},
-                                                       {"bilinear", Resampling::BILINEAR},
-                                                       {"cubic", Resampling::CUBIC},
-                                                       {"cubicspline", Resampling::CUBIC_SPLINE},
-                                                       {"lanczos", Resampling::LANCZOS}};
+std::map<std::string, Resampling> const resamplings = {
+    {"nearest", Resampling::NEAREST}, {"bilinear", Resampling::BILINEAR}, {"cubic", Resampling::CUBIC}};
 
 struct Options {
   StripOptions strip;
@@ -69,7 +66,7 @@ void addRequired(CLI::App& command, Options& options) {
 void addOptional(CLI::App& command, Options& options) {
   command.add_option("--resampling", options.resampling, "Interpolation between the pixels of an image")
       ->capture_default_str()
-      ->check(CLI::IsMember({"nearest", "bilinear", "cubic", "cubicspline", "lanczos"}));
+      ->check(CLI::IsMember({"nearest", "bilinear", "cubic"}));
   command.add_option("--orientation", options.orientation, "Which orientation of the strip to use")
       ->capture_default_str()
       ->check(CLI::IsMember({"adjusted", "original"}));

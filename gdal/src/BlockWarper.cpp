@@ -29,13 +29,9 @@ Algorithm algorithmOf(Resampling resampling) {
   case Resampling::BILINEAR:
     return {GRA_Bilinear, 1};
   case Resampling::CUBIC:
-    return {GRA_Cubic, 2};
-  case Resampling::CUBIC_SPLINE:
-    return {GRA_CubicSpline, 2};
-  case Resampling::LANCZOS:
     break;
   }
-  return {GRA_Lanczos, 3};
+  return {GRA_Cubic, 2};
 }
 
 struct OptionsDeleter {

@@ -139,10 +139,10 @@ TEST_F(OrthoFailure, TerrainThatCantBeReadIsTold) {
 
 // The footprint needs the terrain along the image's edges alone; what lies between is read when the pixels are made.
 TEST(OrthoFailureWhileWarping, TerrainThatCantBeReadIsTold) {
-  OrthoFlight flight({.lines = 1500, .longitude = "0.26", .system = "EPSG:32633"});
+  OrthoFlight flight({.lines = 800, .longitude = "0.26", .system = "EPSG:32633"});
   flight.writePositions();
   geo::XYPoint const origin = flight.mapOf({0.0, 0.0, 0.0});
-  test::FormulaRaster formula(1800, 700, [](int, int) { return 500.0; });
+  test::FormulaRaster formula(1000, 700, [](int, int) { return 500.0; });
   formula.geoTransform = {std::floor(origin.x) - 100.0, 1.0, 0.0, std::floor(origin.y) + 350.0, 0.0, -1.0};
   dsm::RasterElevationSource terrain(formula.name(), 0);
   std::string const name = flight.folder / "ortho.tif";
