@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -69,9 +70,14 @@ int main(int argc, char** argv) {
     std::cerr << '\n';
     return 2;
   }
-  sensor::CameraFactory::instance()->addSearchPath(argv[2]);
-  KESStripModel const strip(argv[1], true, false, false);
-  Points points(strip, count);
-  kernel->second(strip, points);
-  return std::isnan(points.image[0].x) ? 1 : 0;
+  try {
+    sensor::CameraFactory::instance()->addSearchPath(argv[2]);
+    KESStripModel const strip(argv[1], true, false, false);
+    Points points(strip, count);
+    kernel->second(strip, points);
+    return std::isnan(points.image[0].x) ? 1 : 0;
+  } catch (std::exception const& error) {
+    std::cerr << "kessensor_kernels: " << error.what() << '\n';
+    return 1;
+  }
 }
