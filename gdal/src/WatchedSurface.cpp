@@ -6,6 +6,7 @@ void FirstFailure::keep(std::exception_ptr const& failure) {
   std::lock_guard const lock(mMutex);
   if (!mFailure) {
     mFailure = failure;
+    mAny = true;
   }
 }
 
@@ -20,6 +21,9 @@ WatchedSurface::WatchedSurface(dsm::ProjectedElevationSource const& surface, Fir
     : ProjectedElevationSource(surface.coordSystem()), mSurface(surface), mFailure(failure) {}
 
 bool WatchedSurface::height(geo::XYZPoint const& position, float& height) const {
+  if (mFailure.any()) {
+    return false;
+  }
   try {
     return mSurface.height(position, height);
   } catch (std::exception const&) {

@@ -44,7 +44,7 @@ LineTable roughTable(std::mt19937& random, int samples, int entries) {
 
 std::vector<LineTable> tablesOf(unsigned seed) {
   std::mt19937 random(seed);
-  std::vector<LineTable> tables{lensTable(random, 4000, 4000), lensTable(random, 4000, 100 + seed),
+  std::vector<LineTable> tables{lensTable(random, 4000, 4000), lensTable(random, 4000, 100 + static_cast<int>(seed)),
                                 roughTable(random, 300, 300), roughTable(random, 300, 10 + static_cast<int>(seed))};
   for (int i = 0; i < 4; ++i) {
     tables.push_back(tables[static_cast<std::size_t>(i)].reversed());

@@ -247,6 +247,19 @@ TEST(Orthophoto, TerrainOfSingleCellsIsSeenWhole) {
   EXPECT_LT(samples.greatest, 0.002);
 }
 
+// All of it lies between positions of the sparse grid, which are 8 m apart; one in three of such cells meets one.
+TEST(Orthophoto, TerrainOfOneCellIsSeen) {
+  for (int const column : {140, 151, 163, 170}) {
+    OrthoFlight flight;
+    flight.relief.noData = -1.0;
+    flight.relief.fill([&](int i, int j) { return i == column && j == 101 ? 500.0 : -1.0; });
+    flight.openTerrain();
+    flight.writePositions();
+    // 20 square metres.
+    EXPECT_NEAR(compareSamples(flight, flight.ortho(flight.plan(0.5))).seen, 80, 1) << column;
+  }
+}
+
 // Looking ahead, the top of a needle is seen 150 lines before its foot: from lines that a block doesn't need by
 // its sparse grid of positions, which passes most of the needles.
 TEST(Orthophoto, NeedlesBetweenThePositionsOfTheSparseGridAreSeen) {

@@ -71,8 +71,8 @@ public:
   /// is neither read nor written.
   static int transform(void* argument, int dstToSrc, int count, double* x, double* y, double* z, int* success);
 
-  /// Throws what the surface threw first when it couldn't be read, in this object or a copy of it. The positions failed then,
-  /// which a warper takes for holes.
+  /// Throws what the surface threw first when it couldn't be read, in this object or a copy of it. All positions fail from
+  /// then on, which a warper takes for a hole.
   void rethrowFailure() const;
 
 private:
