@@ -16,11 +16,12 @@ cached() {
 }
 
 # exported LIBRARY: the classes and functions that a library defines for others, a name a line. What its compiler
-# leaves of the headers of other libraries (weak copies of their templates) is none of them.
+# leaves of the headers of other libraries (weak copies of their templates) is none of them. An instance of a template comes
+# with its result in front.
 exported() {
   nm -DC --defined-only "$1" | cut -d' ' -f3- |
     sed -E -e 's/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for //' \
-      -e 's/^(non-virtual|virtual) thunk to //' |
+      -e 's/^(non-virtual|virtual) thunk to //' -e 's/^[a-z][a-z ]* ((sensor|xmlFileData)::)/\1/' |
     grep -vE '^([a-z][a-z_ ]*[*&]* )?(std|__gnu_cxx|boost|Qt[A-Za-z]*|Q[A-Z][A-Za-z]*)(::|<|\()|^(decltype|operator)' |
     grep -vE '^(_init|_fini|_edata|_end|__bss_start|\.gomp_critical_user_.*|__(a|t|ub)san.*|__odr_asan.*|__covrec.*)$' |
     sed -E 's/^([A-Za-z_]+::[A-Za-z_0-9]+).*/\1/' | LC_ALL=C sort -u
