@@ -89,7 +89,7 @@ std::vector<std::string> renderImages(FlightPlan const& plan, std::string const&
     auto const count = static_cast<double>(bands.size());
     writeImage(renderer, name, plan.threads, [&](double part) { progress((done + part) / count); });
     writeStatistics(name);
-    images.push_back(std::filesystem::path(name).lexically_relative(folder).string());
+    images.push_back(std::filesystem::relative(name, folder).string());
   }
   return images;
 }

@@ -2,6 +2,8 @@
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
+#include <filesystem>
+
 namespace {
 
 using test::kes;
@@ -43,6 +45,14 @@ TEST(KesSimulate, RendersTheBandsAskedFor) {
   EXPECT_EQ(test::entryCount(out + "/images"), 4);
   EXPECT_TRUE(test::exists(out + "/images/Line1_PANN00A.tif"));
   EXPECT_TRUE(test::exists(out + "/images/Line1_PANN00A.stat"));
+}
+
+TEST(KesSimulate, NamesImagesBelowAFolderThatIsRelative) {
+  test::TempFolder const folder;
+  std::string const out = std::filesystem::relative(folder / "flight").string();
+  KesRun const run = kes(small(out, {"--render", "PANN00A"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("image:             " + out + "/images/Line1_PANN00A.tif\n"));
 }
 
 TEST(KesSimulate, RendersAllBandsSoThatImagesCheck) {
