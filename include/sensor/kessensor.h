@@ -17,6 +17,9 @@
 #include <sensor/CtglEntry.h>
 #include <sensor/EOP.h>
 #include <sensor/EOPData.h>
+#include <sensor/FennLegacyLocations.h>
+#include <sensor/GroundPointList.h>
+#include <sensor/ImagePointList.h>
 #include <sensor/IntegrationTime.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
