@@ -42,7 +42,7 @@ public:
 
   /// Replaces the file as a whole by all points, with ten decimals; in short form without standard deviations and type.
   /// 1, and the old file as it was, when it can't be written.
-  int write(std::string const& fileName, bool const& shortForm);
+  int write(std::string const& fileName, bool const& shortForm) const;
 
   /// Copies out the first point of an id: 0, or 1 when there is none.
   int groundPoint(std::string const& id, geo::GroundPoint& point) const;
