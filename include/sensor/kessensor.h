@@ -2,6 +2,7 @@
 
 /// All of the library.
 
+#include <sensor/BlockModelData.h>
 #include <sensor/CalibrationDate.h>
 #include <sensor/CalibrationGeometry.h>
 #include <sensor/CalibrationGeometryKes.h>
