@@ -31,7 +31,7 @@ class KESStripModel;
 ///
 /// Reading operations may run in any number of threads, but for `bandsPerSensor`, which loads and unloads strips. All
 /// others need the block and its strips to themselves; reading a block also changes the `CameraFactory`.
-class KESSENSOR_EXPORT BlockModelData {
+class KESSENSOR_EXPORT BlockModelData {  // NOLINT(cppcoreguidelines-virtual-class-destructor): hosts know its table
 public:
   /// Root element and version of a block file, and its extension without the dot.
   static constexpr char const* FILE_ID = "Block";

@@ -113,7 +113,7 @@ void BlockModelData::read(std::string const& fileName, bool loadData, bool useOr
   for (auto& strip : buildStrips(stripFiles, loadData, useOriginalEOP, loadStdDevs)) {
     BlockModelData::attach(strip.get());
     if (mStrips.at(strip->name()) == strip.get()) {
-      strip.release();
+      static_cast<void>(strip.release());
     }
   }
   mFileName = fileName;
