@@ -76,13 +76,18 @@ void appendNumber(std::string& text, double value, int decimals) {
   text += QString::number(value, 'f', decimals < 0 ? usual : decimals).toStdString();
 }
 
+// The place of the next blank or tab, or the size. A plain loop, since the search for one of several
+// characters calls a function for each.
+std::size_t PointFields::separator() const {
+  auto const* const found = std::find_if(mRest.begin(), mRest.end(), [](char c) { return c == ' ' || c == '\t'; });
+  return static_cast<std::size_t>(found - mRest.begin());
+}
+
 std::string_view PointFields::take() {
-  std::size_t const end = mRest.find_first_of(separators);
-  if (end == std::string_view::npos) {
-    return mRest;
+  std::string_view const field = mRest.substr(0, separator());
+  if (field.size() < mRest.size()) {
+    mRest = withoutEndBlanks(mRest.substr(field.size()));
   }
-  std::string_view const field = mRest.substr(0, end);
-  mRest = withoutEndBlanks(mRest.substr(end));
   return field;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -27,10 +28,10 @@ public:
   /// What isn't taken yet.
   std::string_view rest() const { return mRest; }
   /// Whether the rest is more than one field.
-  bool hasSeveral() const { return mRest.find_first_of(separators) != std::string_view::npos; }
+  bool hasSeveral() const { return separator() != mRest.size(); }
 
 private:
-  static constexpr std::string_view separators = " \t";
+  std::size_t separator() const;
 
   std::string_view mRest;
 };
