@@ -2,6 +2,7 @@
 
 /// All of the library.
 
+#include <sensor/BlockModelData.h>
 #include <sensor/CalibrationDate.h>
 #include <sensor/CalibrationGeometry.h>
 #include <sensor/CalibrationGeometryKes.h>
@@ -17,6 +18,9 @@
 #include <sensor/CtglEntry.h>
 #include <sensor/EOP.h>
 #include <sensor/EOPData.h>
+#include <sensor/FennLegacyLocations.h>
+#include <sensor/GroundPointList.h>
+#include <sensor/ImagePointList.h>
 #include <sensor/IntegrationTime.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
