@@ -1,7 +1,10 @@
+#include "BandChoice.h"
 #include "Closure.h"
 #include "Command.h"
 #include "Output.h"
-#include "Strip.h"
+#include "StripSet.h"
+
+#include <sensor/kessensor.h>
 
 #include <algorithm>
 #include <array>
@@ -16,7 +19,7 @@ namespace kes {
 namespace {
 
 struct Options {
-  StripOptions strip;
+  StripsOptions strips;
   std::vector<std::string> bands;
   int grid = 50;
   bool json = false;
@@ -114,10 +117,11 @@ std::string cell(Json const& spread, char const* key, int decimals) {
   return spread[key].is_null() ? "inf" : fixed(spread[key].get<double>(), decimals);
 }
 
-void printText(Json const& bands) {
+void printText(Json const& strip) {
+  std::cout << "strip: " << strip["name"].get<std::string>() << "\n\n";
   std::vector<std::vector<std::string>> rows{{"band", "points", "samples max", "mean", "95 %", "lines max", "mean",
                                               "95 %", "metres max", "mean", "95 %", "passes max", "mean", "points/s"}};
-  for (Json const& band : bands) {
+  for (Json const& band : strip["bands"]) {
     std::vector<std::string> row{band["id"].get<std::string>(), std::to_string(band["points"].get<int>())};
     for (char const* measure : {"samples", "lines", "metres"}) {
       for (char const* key : {"max", "mean", "p95"}) {
@@ -132,21 +136,35 @@ void printText(Json const& bands) {
   printTable(rows);
 }
 
-int closure(Options const& options) {
-  options.strip.camera.apply();
-  sensor::KESStripModel const strip(options.strip.file, true, false, false);
+Json describe(sensor::KESStripModel const& strip, BandChoice& choice, int grid) {
   Json bands = Json::array();
-  bool close = true;
-  for (int const band : bandIndices(strip, options.bands)) {
-    Closures const closures = closuresOf(strip, band, options.grid);
-    close = close && closures.close();
-    bands.push_back(describe(strip.bandID(band), closures));
+  for (int const band : choice.of(strip)) {
+    bands.push_back(describe(strip.bandID(band), closuresOf(strip, band, grid)));
   }
+  return {{"name", strip.name()}, {"bands", bands}};
+}
+
+bool allBandsClose(Json const& strips) {
+  return std::all_of(strips.begin(), strips.end(), [](Json const& strip) {
+    return std::all_of(strip["bands"].begin(), strip["bands"].end(),
+                       [](Json const& band) { return band["closes"].get<bool>(); });
+  });
+}
+
+int closure(Options const& options) {
+  options.strips.camera.apply();
+  StripSet const set(options.strips.files);
+  BandChoice choice(options.bands);
+  Json strips = Json::array();
+  set.forEach(false,
+              [&](sensor::KESStripModel const& strip) { strips.push_back(describe(strip, choice, options.grid)); });
+  choice.requireAll();
   if (options.json) {
-    print({{"tolerance", closureTolerance}, {"bands", bands}});
+    print(resultsOf(strips, set, {{"tolerance", closureTolerance}}));
   } else {
-    printText(bands);
+    printEach(strips, printText);
   }
+  bool const close = allBandsClose(strips);
   if (!close) {
     std::cerr << "kes: points don't close within " << closureTolerance << " samples and lines\n";
   }
@@ -159,7 +177,7 @@ void addClosure(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
   CLI::App* command =
       app.add_subcommand("closure", "Projects a grid of image points at several heights to the ground and back");
-  options->strip.addTo(*command);
+  options->strips.addTo(*command);
   command->add_option("--band", options->bands, "Band id; repeatable, all bands without it")
       ->type_name("ID")
       ->allow_extra_args(false);

@@ -21,5 +21,8 @@ void addFootprint(CLI::App& app, Run& run);
 void addEop(CLI::App& app, Run& run);
 void addCamera(CLI::App& app, Run& run);
 void addOrtho(CLI::App& app, Run& run);
+void addBlock(CLI::App& app, Run& run);
+void addPoints(CLI::App& app, Run& run);
+void addLegacy(CLI::App& app, Run& run);
 
 }  // namespace kes

@@ -1,11 +1,12 @@
 #include "Command.h"
 #include "FootprintFile.h"
 #include "Outline.h"
-#include "Strip.h"
+#include "StripSet.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
+#include <sensor/kessensor.h>
 
 #include <memory>
 #include <stdexcept>
@@ -15,8 +16,7 @@ namespace kes {
 namespace {
 
 struct Options {
-  std::vector<std::string> strips;
-  CameraOptions camera;
+  StripsOptions strips;
   std::string dem;
   std::string output;
 };
@@ -32,27 +32,26 @@ Footprint footprintOf(sensor::KESStripModel const& strip, int band, dsm::Project
           image.cameraTime()->gpsTime(lastLine).value()};
 }
 
-void addFootprints(std::string const& file, geo::coordSys& map, dsm::ProjectedElevationSource& surface,
+void addFootprints(sensor::KESStripModel const& strip, dsm::ProjectedElevationSource& surface,
                    std::vector<Footprint>& footprints) {
-  sensor::KESStripModel strip(file, true, false, false);
-  strip.setMappingSystem(&map);
   for (int band = 0; band < strip.numBands(); ++band) {
     try {
       footprints.push_back(footprintOf(strip, band, surface));
     } catch (std::runtime_error const& error) {
-      throw std::runtime_error(file + ": " + error.what());
+      throw std::runtime_error(strip.modelData()->fileName() + ": " + error.what());
     }
   }
 }
 
 int footprint(Options const& options) {
-  options.camera.apply();
+  options.strips.camera.apply();
   dsm::RasterElevationSource surface(options.dem);
   std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createGEO84(true, false));
   std::vector<Footprint> footprints;
-  for (std::string const& file : options.strips) {
-    addFootprints(file, *map, surface, footprints);
-  }
+  StripSet(options.strips.files).forEach(false, [&](sensor::KESStripModel& strip) {
+    strip.setMappingSystem(map.get());
+    addFootprints(strip, surface, footprints);
+  });
   writeFootprints(options.output, footprints);
   return 0;
 }
@@ -62,8 +61,7 @@ int footprint(Options const& options) {
 void addFootprint(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("footprint", "Writes the footprints of all bands on the terrain");
-  command->add_option("STRIP", options->strips, "Strip files")->required();
-  options->camera.addTo(*command);
+  options->strips.addTo(*command);
   command->add_option("--dem", options->dem, "Elevation model, any raster that GDAL reads")
       ->type_name("FILE")
       ->required();

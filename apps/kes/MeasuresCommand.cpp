@@ -1,9 +1,10 @@
 #include "Command.h"
 #include "MapOptions.h"
 #include "Output.h"
-#include "Strip.h"
+#include "StripSet.h"
 
 #include <geo/units.h>
+#include <sensor/kessensor.h>
 
 #include <iostream>
 #include <locale>
@@ -17,7 +18,7 @@ namespace {
 constexpr double degrees = 57.29577951308232;
 
 struct Options {
-  StripOptions strip;
+  StripsOptions strips;
   MapOptions map;
   bool json = false;
 };
@@ -51,14 +52,14 @@ Json ratiosOf(sensor::KESStripModel const& strip) {
   return ratios;
 }
 
-Json describe(sensor::KESStripModel& strip, MapOptions const& map) {
+Json describe(sensor::KESStripModel& strip, std::string const& map) {
   Json bands = Json::array();
   for (int band = 0; band < strip.numBands(); ++band) {
     bands.push_back(measuresOf(strip, band));
   }
   return {{"name", strip.name()},
           {"flightAzimuth", static_cast<double>(strip.flightAzimuth()) * degrees},
-          {"mapping", {{"crs", map.name()}, {"unit", strip.mappingSystem()->horizontalUnits().name()}}},
+          {"mapping", {{"crs", map}, {"unit", strip.mappingSystem()->horizontalUnits().name()}}},
           {"bands", bands},
           {"baseHeightRatios", ratiosOf(strip)}};
 }
@@ -120,16 +121,28 @@ void printText(Json const& measures) {
   printRatios(measures);
 }
 
+// The map of a strip of a block is the block's, unless another is told.
+std::string setMap(sensor::KESStripModel& strip, MapOptions const& options, geo::coordSys& system) {
+  if (options.crs.empty() && strip.parentBlock() != nullptr) {
+    return strip.mappingSystem()->definition();
+  }
+  strip.setMappingSystem(&system);
+  return options.name();
+}
+
 int measures(Options const& options) {
-  options.strip.camera.apply();
-  sensor::KESStripModel strip(options.strip.file, true, false, false);
+  options.strips.camera.apply();
+  StripSet const set(options.strips.files);
   auto const system = options.map.make();
-  strip.setMappingSystem(system.get());
-  Json const description = describe(strip, options.map);
+  Json strips = Json::array();
+  set.forEach(false, [&](sensor::KESStripModel& strip) {
+    std::string const map = setMap(strip, options.map, *system);
+    strips.push_back(describe(strip, map));
+  });
   if (options.json) {
-    print(description);
+    print(resultsOf(strips, set));
   } else {
-    printText(description);
+    printEach(strips, printText);
   }
   return 0;
 }
@@ -140,7 +153,7 @@ void addMeasures(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
   CLI::App* command =
       app.add_subcommand("measures", "Tells directions of view, base-to-height ratios and ground sampling distances");
-  options->strip.addTo(*command);
+  options->strips.addTo(*command);
   options->map.addTo(*command);
   command->add_flag("--json", options->json, "As JSON; angles in degrees, lengths in metres and in the map's unit");
   command->footer("Example: kes measures flight/strip.stp --calibrations flight/calibration --crs EPSG:32614");

@@ -23,6 +23,9 @@ void addCommands(CLI::App& app, kes::Run& run) {
   kes::addEop(app, run);
   kes::addCamera(app, run);
   kes::addOrtho(app, run);
+  kes::addBlock(app, run);
+  kes::addPoints(app, run);
+  kes::addLegacy(app, run);
 }
 
 int parseAndRun(int argc, char** argv) {

@@ -4,6 +4,7 @@
 #include <util/kesplatform_export.h>
 
 #include <cstddef>
+#include <string>
 
 class QDomDocument;
 class QDomElement;
@@ -39,6 +40,9 @@ public:
   /// The system as `<CoordinateSystem definition="..."/>`, an element of `document` that isn't inserted yet, from which
   /// `coordSysFactory::createCoordSys` makes an equal system.
   virtual QDomElement toXml(QDomDocument& document) const = 0;
+
+  /// The definition by which `toXml` tells the system.
+  std::string definition() const;
 
   /// Converts a position of the system `from` to the system `to`. `in` and `out` may be one object.
   /// Gives 0 when done. Otherwise (the position isn't finite, outside the domain of one of the systems, or outside a

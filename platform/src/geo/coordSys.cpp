@@ -2,6 +2,9 @@
 
 #include <geo/coordSys.h>
 
+#include <QDomDocument>
+#include <QDomElement>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -34,6 +37,11 @@ int copyFinite(XYZPoint const* in, XYZPoint* out, std::size_t n) {
 
 coordSys::coordSys() = default;
 coordSys::~coordSys() = default;
+
+std::string coordSys::definition() const {
+  QDomDocument document;
+  return toXml(document).attribute(QStringLiteral("definition")).toStdString();
+}
 
 int coordSys::transform(coordSys const* from, coordSys const* to, XYZPoint const& in, XYZPoint& out) {
   return transform(from, to, &in, &out, 1);
