@@ -31,7 +31,14 @@ TEST(Kes, HelpAndVersionAreThereOnEveryLevel) {
                                                                                        {"camera"},
                                                                                        {"camera", "versions"},
                                                                                        {"camera", "info"},
-                                                                                       {"ortho"}}) {
+                                                                                       {"ortho"},
+                                                                                       {"block"},
+                                                                                       {"block", "info"},
+                                                                                       {"block", "create"},
+                                                                                       {"block", "check"},
+                                                                                       {"points"},
+                                                                                       {"points", "residuals"},
+                                                                                       {"legacy"}}) {
     std::vector<std::string> arguments = command;
     arguments.push_back("--help");
     KesRun const run = kes(arguments);

@@ -1,4 +1,4 @@
-#include "BlockFolder.h"
+#include "support/BlockFolder.h"
 
 #include <filesystem>
 

@@ -1,4 +1,4 @@
-#include "BlockFolder.h"
+#include "support/BlockFolder.h"
 
 #include <geo/units.h>
 #include <sensor/EOPData.h>

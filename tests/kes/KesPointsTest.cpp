@@ -1,0 +1,131 @@
+#include "Kes.h"
+#include "support/BlockFolder.h"
+#include "support/Matchers.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+
+// `kes points`.
+
+namespace {
+
+using nlohmann::json;
+using test::kes;
+using test::KesRun;
+using testing::HasSubstr;
+
+constexpr char const* local = "+proj=topocentric +datum=WGS84 +lon_0=-1.4r +lat_0=0.6r +h_0=500 +type=crs";
+
+// The small strip flies to the east, 1 m a line, and sees 2 m in a pixel with sample 50 in the middle: a point at (x, y, 0) is
+// at sample 50 + y / 2, line x.
+class KesPoints : public test::BlockFolder {
+protected:
+  KesRun residuals(std::string const& project, std::vector<std::string> const& options = {}) const {
+    std::vector<std::string> arguments{"points", "residuals", project, "--calibrations", mFolder / "calibration"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return kes(arguments);
+  }
+  std::string block() const {
+    mFolder.file("points.gpt", "A 10 20 0\nB 30 -10 0\nC 50 0 0\n");
+    mFolder.file("PANN00A.ipt",
+                 "\"A\" 60.5 10 0.1 0.1 1\n\"B\" 45 29.5 0.1 0.1 1\n\"C\" 0 0 0.1 0.1 0\n\"X\" 1 1 1 1 1\n");
+    return file(twoStrips() +
+                "<CoordinateSystem definition=\"EPSG:4979\"/><GroundControls><GCP filename=\"points.gpt\">"
+                "<CoordinateSystem definition=\"" +
+                std::string(local) + "\"/></GCP></GroundControls>");
+  }
+};
+
+TEST_F(KesPoints, ResidualsAreMeasuredLessProjected) {
+  KesRun const result = residuals(block(), {"--json"});
+  ASSERT_EQ(result.code, 0) << result.err;
+  json const all = json::parse(result.out);
+  ASSERT_EQ(all["strips"].size(), 2U);
+  json const& band = all["strips"][0]["bands"][0];
+  EXPECT_EQ(all["strips"][0]["name"], "East");
+  EXPECT_EQ(band["id"], "PANN00A");
+  EXPECT_EQ(band["file"], mFolder / "PANN00A.ipt");
+  ASSERT_EQ(band["points"].size(), 3U);
+  double const projected[3][2] = {{60.0, 10.0}, {45.0, 30.0}, {50.0, 50.0}};
+  double const measured[3][2] = {{60.5, 10.0}, {45.0, 29.5}, {0.0, 0.0}};
+  for (std::size_t i = 0; i < 3; ++i) {
+    json const& point = band["points"][i];
+    EXPECT_EQ(point["id"], std::string(1, static_cast<char>('A' + i)));
+    EXPECT_EQ(point["active"], i != 2);
+    EXPECT_EQ(point["measured"]["sample"].get<double>(), measured[i][0]);
+    EXPECT_EQ(point["measured"]["line"].get<double>(), measured[i][1]);
+    // The solver's tolerance.
+    EXPECT_NEAR(point["projected"]["sample"].get<double>(), projected[i][0], 0.01);
+    EXPECT_NEAR(point["projected"]["line"].get<double>(), projected[i][1], 0.05);
+    EXPECT_NEAR(point["residual"]["sample"].get<double>(), measured[i][0] - projected[i][0], 0.01);
+    EXPECT_NEAR(point["residual"]["line"].get<double>(), measured[i][1] - projected[i][1], 0.05);
+  }
+}
+
+TEST_F(KesPoints, RootMeanSquareIsThatOfThePointsInUse) {
+  json const all = json::parse(residuals(block(), {"--json"}).out);
+  json const& rms = all["strips"][0]["bands"][0]["rms"];
+  EXPECT_EQ(rms["points"], 2);
+  // 0.5 and 0 in either direction.
+  EXPECT_NEAR(rms["sample"].get<double>(), std::sqrt(0.5 * 0.25), 0.01);
+  EXPECT_NEAR(rms["line"].get<double>(), std::sqrt(0.5 * 0.25), 0.04);
+  EXPECT_EQ(all["rms"]["points"], 4);
+  EXPECT_NEAR(all["rms"]["sample"].get<double>(), std::sqrt(0.5 * 0.25), 0.01);
+}
+
+TEST_F(KesPoints, MeasurementsOfUnknownPointsAreNamed) {
+  std::string const name = block();
+  EXPECT_EQ(json::parse(residuals(name, {"--json"}).out)["strips"][0]["bands"][0]["unknown"], json::array({"X"}));
+  EXPECT_THAT(residuals(name).out, HasSubstr("warning: PANN00A: point \"X\" isn't among the ground points\n"));
+}
+
+TEST_F(KesPoints, TextHasEachResidualAndTheSums) {
+  std::string const out = residuals(block()).out;
+  EXPECT_THAT(out, HasSubstr("strip: East\n"));
+  EXPECT_THAT(out, HasSubstr("strip: West\n"));
+  EXPECT_THAT(out, testing::ContainsRegex("PANN00A +A +60.500 +10.000 +0.50"));
+  EXPECT_THAT(out, testing::ContainsRegex("PANN00A +C +0.000 +0.000 .*not used\n"));
+  EXPECT_THAT(out, testing::ContainsRegex("PANN00A +2 +0.35"));
+}
+
+TEST_F(KesPoints, StripAloneHasItsPointsInTheFolderAboveAndTheirSystemInRadians) {
+  mFolder.file("control/controls.gpt", "A -1.4 0.6 500\n");
+  mFolder.file("PANN00A.ipt", "\"A\" 51 0.25 0.1 0.1 1\n");
+  KesRun const result = residuals(addStrip("a.stp", "West"), {"--json"});
+  ASSERT_EQ(result.code, 0) << result.err;
+  json const strip = json::parse(result.out);
+  EXPECT_EQ(strip["name"], "West");
+  json const& point = strip["bands"][0]["points"][0];
+  // The anchor itself.
+  EXPECT_NEAR(point["projected"]["sample"].get<double>(), 50.0, 0.01);
+  EXPECT_NEAR(point["projected"]["line"].get<double>(), 0.0, 0.05);
+}
+
+TEST_F(KesPoints, PointsAndTheirSystemCanBeTold) {
+  std::string const points = mFolder.file("other.gpt", "A 10 20 0\n");
+  mFolder.file("PANN00A.ipt", "\"A\" 60 10 0.1 0.1 1\n");
+  KesRun const result = residuals(addStrip("a.stp", "West"), {"--points", points, "--crs", local, "--json"});
+  ASSERT_EQ(result.code, 0) << result.err;
+  EXPECT_NEAR(json::parse(result.out)["rms"]["sample"].get<double>(), 0.0, 0.01);
+}
+
+TEST_F(KesPoints, WhatIsMissingIsNamed) {
+  std::string const strip = addStrip("a.stp", "West");
+  EXPECT_EQ(residuals(strip).err,
+            "kes: error: no control/controls.gpt in the folder of " + strip + " or above: tell --points\n");
+  std::string const none = mFolder.file("none.gpt", "");
+  EXPECT_EQ(residuals(strip, {"--points", none}).err, "kes: error: no ground points in " + none + "\n");
+  EXPECT_EQ(residuals(block(), {"--band", "NIRX"}).err,
+            "kes: error: no band \"NIRX\" in the strips, which have PANN00A\n");
+}
+
+TEST_F(KesPoints, PointThatIsNoPlaceIsNamed) {
+  std::string const points = mFolder.file("points.gpt", "A nan 0.6 500\n");
+  mFolder.file("PANN00A.ipt", "\"A\" 51 0.25 0.1 0.1 1\n");
+  KesRun const result = residuals(addStrip("a.stp", "West"), {"--points", points});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.err, "kes: error: West: PANN00A: point \"A\" can't be projected\n");
+}
+
+}  // namespace
