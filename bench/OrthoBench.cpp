@@ -90,7 +90,7 @@ BENCHMARK(transform)->Name("ortho, positions of a row");
 void orthophoto(benchmark::State& state) {
   OrthoStrip& strip = orthoStrip();
   kesgdal::OrthoPlan plan;
-  plan.bands = {strip.band};
+  plan.bands = {strip.model->bandID(strip.band)};
   plan.gsd = gsd;
   plan.threads = static_cast<int>(state.range(0));
   std::string const file = bench::flightFolder() + "/ortho.tif";

@@ -1,10 +1,11 @@
 #include "Command.h"
 #include "Output.h"
-#include "Strip.h"
+#include "StripSet.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
+#include <sensor/KESStripModel.h>
 
 #include <algorithm>
 #include <kesgdal/Orthophoto.h>
@@ -22,8 +23,7 @@ std::map<std::string, Resampling> const resamplings = {
     {"nearest", Resampling::NEAREST}, {"bilinear", Resampling::BILINEAR}, {"cubic", Resampling::CUBIC}};
 
 struct Options {
-  StripOptions strip;
-  std::vector<std::string> bands;
+  StripsOptions strips;
   std::string orientation = "adjusted";
   std::string dem;
   std::string crs;
@@ -37,21 +37,25 @@ int threadsOfMachine() {
 }
 
 int ortho(Options const& options) {
-  options.strip.camera.apply();
+  options.strips.camera.apply();
   std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createCoordSys(options.crs));
   dsm::RasterElevationSource surface(options.dem);
-  sensor::KESStripModel strip(options.strip.file, true, options.orientation == "original", false);
-  strip.setMappingSystem(map.get());
   kesgdal::OrthoPlan plan = options.plan;
-  plan.bands = bandIndices(strip, options.bands);
   plan.resampling = resamplings.at(options.resampling);
+  StripSet const set(options.strips.files);
+  auto const strips = [&](kesgdal::StripVisitor const& visit) {
+    set.forEach(options.orientation == "original", [&](sensor::KESStripModel& strip) {
+      strip.setMappingSystem(map.get());
+      visit(strip);
+    });
+  };
   Progress progress("orthorectifying");
-  kesgdal::writeOrthophoto(strip, &surface, plan, options.output, [&](double done) { progress.show(done); });
+  kesgdal::writeOrthophoto(strips, *map, &surface, plan, options.output, [&](double done) { progress.show(done); });
   return 0;
 }
 
 void addRequired(CLI::App& command, Options& options) {
-  command.add_option("--band", options.bands, "Band id; repeatable, each becomes a band of the file")
+  command.add_option("--band", options.plan.bands, "Band id; repeatable, each becomes a band of the file")
       ->type_name("ID")
       ->required()
       ->allow_extra_args(false);
@@ -84,13 +88,15 @@ void addOptional(CLI::App& command, Options& options) {
 
 void addOrtho(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("ortho", "Orthorectifies images of a strip into one GeoTIFF");
-  options->strip.addTo(*command);
+  CLI::App* command = app.add_subcommand("ortho", "Orthorectifies images of one or more strips into one GeoTIFF");
+  options->strips.addTo(*command);
   addRequired(*command, *options);
   addOptional(*command, *options);
-  command->footer("Pixels lie on whole multiples of their size, so that orthophotos fit one another.\n"
-                  "Example: kes ortho flight/strip.stp --calibrations flight/calibration --band PANN00A "
-                  "--dem terrain.tif --crs EPSG:32616 --gsd 0.25 -o ortho.tif");
+  command->footer(
+      "Pixels lie on whole multiples of their size, so that orthophotos fit one another. Where strips overlap,\n"
+      "a pixel shows the one that has it nearest to the middle of its line.\n"
+      "Example: kes ortho flight/strip.stp --calibrations flight/calibration --band PANN00A "
+      "--dem terrain.tif --crs EPSG:32616 --gsd 0.25 -o ortho.tif");
   command->callback([options, &run] { run = [options] { return ortho(*options); }; });
 }
 

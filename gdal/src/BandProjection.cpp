@@ -74,7 +74,32 @@ BandProjection BandProjection::similar(double ratioX, double ratioY) const {
   return BandProjection(mShared, mRatioX * ratioX, mRatioY * ratioY);
 }
 
+void BandProjection::keepDistances(Block const& block, std::vector<float>* distances) {
+  mBlock = block;
+  mDistances = distances;
+  if (distances != nullptr) {
+    distances->assign(block.size(), std::numeric_limits<float>::infinity());
+  }
+}
+
+// The pixels from a position of the raster on, which has its column and row.
+void BandProjection::keepRow(double column, double row, std::size_t count, double const* imageX, int const* success) {
+  auto const left = static_cast<std::ptrdiff_t>(std::floor(column)) - mBlock.left;
+  auto const top = static_cast<std::ptrdiff_t>(std::floor(row)) - mBlock.top;
+  std::ptrdiff_t const first = top * mBlock.columns + left;
+  if (first < 0 || static_cast<std::size_t>(first) + count > mDistances->size()) {
+    return;
+  }
+  double const middle = 0.5 * mShared->width / mRatioX;
+  for (std::size_t i = 0; i < count; ++i) {
+    (*mDistances)[static_cast<std::size_t>(first) + i] =
+        success[i] != 0 ? static_cast<float>(std::abs(imageX[i] - middle)) : std::numeric_limits<float>::infinity();
+  }
+}
+
 void BandProjection::toImage(std::size_t count, double* x, double* y, int* success) {
+  double const column = count > 0 ? x[0] : 0.0;
+  double const row = count > 0 ? y[0] : 0.0;
   mGround.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
     mGround[i] = {applied(mShared->raster, 0, x[i], y[i]), applied(mShared->raster, 1, x[i], y[i]), 0.0};
@@ -92,6 +117,9 @@ void BandProjection::toImage(std::size_t count, double* x, double* y, int* succe
   for (std::size_t k = 0; k < mIndices.size(); ++k) {
     std::size_t const i = mIndices[k];
     success[i] = store(mImage[k], x[i], y[i]) ? 1 : 0;
+  }
+  if (mDistances != nullptr) {
+    keepRow(column, row, count, x, success);
   }
 }
 

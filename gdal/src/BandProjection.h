@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Block.h"
 #include "StripReach.h"
 #include "SurfacePositions.h"
 #include "WatchedSurface.h"
@@ -63,17 +64,23 @@ public:
   void forgetSeen() { mSeen = PixelRange::nothing(); }
   /// How many positions `toImage` was asked for so far where the surface has no height.
   std::size_t holes() const { return mHoles; }
+  /// For each pixel of a block that is projected row by row: how far from the middle of the image's line it was found, in
+  /// samples; infinity where it has no place in the image. Kept from now on until `distances` is null.
+  void keepDistances(Block const& block, std::vector<float>* distances);
 
 private:
   void gatherReached();
   void solve();
   bool store(geo::XYPoint const& image, double& x, double& y);
+  void keepRow(double column, double row, std::size_t count, double const* imageX, int const* success);
 
   std::shared_ptr<SharedProjection const> mShared;
   double mRatioX;
   double mRatioY;
   PixelRange mSeen = PixelRange::nothing();
   std::size_t mHoles = 0;
+  std::vector<float>* mDistances = nullptr;
+  Block mBlock{};
   // Of one call: ground positions, then those within reach, with their indices, and where they are in the image.
   std::vector<geo::XYZPoint> mGround;
   SurfacePositions::Buffers mBuffers;

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <limits>
 #include <stdexcept>
 
 namespace kesgdal {
@@ -61,10 +61,11 @@ void set(GDALWarpOptions& options, char const* name, std::string const& value) {
 
 }  // namespace
 
-WarpSetup::WarpSetup(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan, GDALDataType dataType)
+WarpSetup::WarpSetup(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan, GDALDataType dataType,
+                     bool distances)
     : samplesPerPixel(plan.gsd / static_cast<double>(strip.gsd(band))),
       linesPerPixel(samplesPerPixel * static_cast<double>(strip.scale(band))), resampling(plan.resampling),
-      type(dataType), noData(plan.noData) {}
+      type(dataType), noData(plan.noData), withDistances(distances) {}
 
 double WarpSetup::greatestStep() const {
   return std::max(samplesPerPixel, linesPerPixel);
@@ -119,7 +120,7 @@ void BlockWarper::initialize() {
   }
 }
 
-bool BlockWarper::warp(Block const& block, std::vector<std::byte>& pixels) {
+bool BlockWarper::warp(Block const& block, WarpedBlock& warped) {
   BandProjection& projection = mTransformer->projection;
   // As many pixels as the resampling needs around a position, and one for roundings.
   double const support = 1.0 + algorithmOf(mSetup.resampling).radius * std::max(mSetup.greatestStep(), 1.0);
@@ -131,13 +132,16 @@ bool BlockWarper::warp(Block const& block, std::vector<std::byte>& pixels) {
     return false;
   }
   projection.forgetSeen();
-  warp(block, window, pixels);
+  warp(block, window, warped);
   // What the pixels needed is known only now.
   PixelRange const seen = projection.seen();
   if (Window const exact = windowAround(seen, support); !seen.isEmpty() && !window.contains(exact)) {
-    warp(block, exact, pixels);
+    warp(block, exact, warped);
   }
   projection.rethrowFailure();
+  if (mSetup.withDistances) {
+    takeOutHoles(warped);
+  }
   return !seen.isEmpty();
 }
 
@@ -184,8 +188,9 @@ BlockWarper::Window BlockWarper::windowAround(PixelRange const& range, double ar
   return {left, top, right - left, bottom - top};
 }
 
-void BlockWarper::warp(Block const& block, Window const& window, std::vector<std::byte>& pixels) {
+void BlockWarper::warp(Block const& block, Window const& window, WarpedBlock& warped) {
   GdalErrors const errors;
+  mTransformer->projection.keepDistances(block, mSetup.withDistances ? &warped.distances : nullptr);
   std::unique_ptr<void, void (*)(void*)> const buffer(mOperation.CreateDestinationBuffer(block.columns, block.rows),
                                                       GDALWarpOperation::DestroyDestinationBuffer);
   if (!buffer ||
@@ -193,9 +198,23 @@ void BlockWarper::warp(Block const& block, Window const& window, std::vector<std
                                     window.left, window.top, window.columns, window.rows) != CE_None) {
     fail(errors);
   }
+  mTransformer->projection.keepDistances(block, nullptr);
   auto const* const bytes = static_cast<std::byte const*>(buffer.get());
   auto const size = static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mSetup.type));
-  pixels.assign(bytes, bytes + static_cast<std::size_t>(block.columns) * static_cast<std::size_t>(block.rows) * size);
+  warped.pixels.assign(bytes, bytes + block.size() * size);
+}
+
+// A pixel may lie in the image and be without data all the same: beside its outermost pixels, and where the image has none.
+void BlockWarper::takeOutHoles(WarpedBlock& warped) {
+  double const none = GDALAdjustValueToDataType(mSetup.type, mSetup.noData, nullptr, nullptr);
+  mValues.resize(warped.distances.size());
+  GDALCopyWords64(warped.pixels.data(), mSetup.type, GDALGetDataTypeSizeBytes(mSetup.type), mValues.data(), GDT_Float64,
+                  sizeof(double), static_cast<GPtrDiff_t>(mValues.size()));
+  for (std::size_t i = 0; i < mValues.size(); ++i) {
+    if (mValues[i] == none || (std::isnan(none) && std::isnan(mValues[i]))) {
+      warped.distances[i] = std::numeric_limits<float>::infinity();
+    }
+  }
 }
 
 }  // namespace kesgdal

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Block.h"
 #include "SourceImage.h"
 #include "Transformer.h"
 
@@ -13,14 +14,6 @@
 
 namespace kesgdal {
 
-/// A part of the orthophoto, in its pixels.
-struct Block {
-  int left;
-  int top;
-  int columns;
-  int rows;
-};
-
 /// How an image is warped, the same for all of its blocks.
 struct WarpSetup {
   /// Steps from a pixel of the orthophoto to the next, in samples and in lines of the image.
@@ -29,8 +22,9 @@ struct WarpSetup {
   Resampling resampling;
   GDALDataType type;
   double noData;
+  bool withDistances;
 
-  WarpSetup(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan, GDALDataType type);
+  WarpSetup(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan, GDALDataType type, bool withDistances);
   double greatestStep() const;
   /// Pixels beside the image in which positions are known, so that a sparse grid of them tells what a block needs.
   double margin() const;
@@ -41,16 +35,17 @@ class BlockWarper {
 public:
   BlockWarper(WarpSetup const& setup, SourceImage image, BandProjection projection);
 
-  /// Fills `pixels` with a block, row by row; false when no pixel of the image falls on it, which leaves `pixels` as they
-  /// are. Throws what GDAL reports, and what the surface threw.
-  bool warp(Block const& block, std::vector<std::byte>& pixels);
+  /// Fills `warped` with a block; false when no pixel of the image falls on it, which leaves the pixels as they are. Throws
+  /// what GDAL reports, and what the surface threw.
+  bool warp(Block const& block, WarpedBlock& warped);
 
 private:
   struct Window;
   PixelRange needed(Block const& block);
   void scan(Block const& block, int step, PixelRange& range);
   Window windowAround(PixelRange const& range, double around) const;
-  void warp(Block const& block, Window const& window, std::vector<std::byte>& pixels);
+  void warp(Block const& block, Window const& window, WarpedBlock& warped);
+  void takeOutHoles(WarpedBlock& warped);
   void initialize();
 
   WarpSetup mSetup;
@@ -60,6 +55,7 @@ private:
   std::vector<double> mX;
   std::vector<double> mY;
   std::vector<int> mSuccess;
+  std::vector<double> mValues;
 };
 
 }  // namespace kesgdal

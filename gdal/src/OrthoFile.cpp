@@ -1,6 +1,6 @@
 #include "OrthoFile.h"
 
-#include "BlockWarper.h"
+#include "Block.h"
 #include "GdalErrors.h"
 #include "WorkFolder.h"
 
@@ -58,15 +58,29 @@ void OrthoFile::setHeader(std::vector<std::string> const& bandNames) {
   }
 }
 
-void OrthoFile::write(int band, Block const& block, std::vector<std::byte> const& pixels) {
+void OrthoFile::write(int band, Block const& block, void const* pixels) {
   std::size_t const rowBytes = static_cast<std::size_t>(block.columns) * mPixelBytes;
+  forEachTile(block, [&](Block const& tile, std::size_t firstPixel) {
+    writeTile(band, tile, static_cast<std::byte const*>(pixels) + firstPixel * mPixelBytes, rowBytes);
+  });
+}
+
+void OrthoFile::read(int band, Block const& block, void* pixels) {
+  std::size_t const rowBytes = static_cast<std::size_t>(block.columns) * mPixelBytes;
+  forEachTile(block, [&](Block const& tile, std::size_t firstPixel) {
+    readTile(band, tile, static_cast<std::byte*>(pixels) + firstPixel * mPixelBytes, rowBytes);
+  });
+}
+
+// `work` is called with each tile of a block, and the index of the tile's first pixel in the block.
+template <class Work>
+void OrthoFile::forEachTile(Block const& block, Work const& work) const {
   for (int top = 0; top < block.rows; top += mTileSide) {
     for (int left = 0; left < block.columns; left += mTileSide) {
       Block const tile{block.left + left, block.top + top, std::min(mTileSide, block.columns - left),
                        std::min(mTileSide, block.rows - top)};
-      std::byte const* const first =
-          pixels.data() + static_cast<std::size_t>(top) * rowBytes + static_cast<std::size_t>(left) * mPixelBytes;
-      writeTile(band, tile, first, rowBytes);
+      work(tile,
+           static_cast<std::size_t>(top) * static_cast<std::size_t>(block.columns) + static_cast<std::size_t>(left));
     }
   }
 }
@@ -81,6 +95,18 @@ void OrthoFile::writeTile(int band, Block const& tile, std::byte const* pixels, 
   GdalErrors const errors;
   require(mData->GetRasterBand(band)->WriteBlock(tile.left / mTileSide, tile.top / mTileSide, mTile.data()) == CE_None,
           errors);
+}
+
+void OrthoFile::readTile(int band, Block const& tile, std::byte* pixels, std::size_t rowBytes) {
+  auto const side = static_cast<std::size_t>(mTileSide);
+  mTile.resize(side * side * mPixelBytes);
+  GdalErrors const errors;
+  require(mData->GetRasterBand(band)->ReadBlock(tile.left / mTileSide, tile.top / mTileSide, mTile.data()) == CE_None,
+          errors);
+  for (std::size_t row = 0; row < static_cast<std::size_t>(tile.rows); ++row) {
+    std::memcpy(pixels + row * rowBytes, mTile.data() + row * side * mPixelBytes,
+                static_cast<std::size_t>(tile.columns) * mPixelBytes);
+  }
 }
 
 void OrthoFile::close() {

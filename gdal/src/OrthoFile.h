@@ -23,8 +23,8 @@ struct OrthoFormat {
   int blockSide;
 };
 
-/// The orthophoto on its way: a GeoTIFF in tiles without compression, which are written once each, past GDAL's cache. So a
-/// failure shows where it happens, and blocks without data take no room.
+/// The orthophoto on its way: a GeoTIFF in tiles without compression, which are written past GDAL's cache, and in their place when
+/// they are written again. So a failure shows where it happens, and blocks without data take no room.
 class OrthoFile {
 public:
   /// Makes the file in a folder. `bandNames` become the bands' descriptions. Throws by `WorkFolder::fail` with GDAL's reason,
@@ -35,15 +35,17 @@ public:
   OrthoFile(OrthoFile const&) = delete;
   OrthoFile& operator=(OrthoFile const&) = delete;
 
-  GDALDataType type() const { return mFormat.type; }
-  int blockSide() const { return mFormat.blockSide; }
-
-  /// Writes a block of `blockSide` at its place among all of these, in a band counted from 1.
-  void write(int band, Block const& block, std::vector<std::byte> const& pixels);
+  /// Writes a block of the format's side at its place among all of these, in a band counted from 1. `pixels` has them row by row.
+  void write(int band, Block const& block, void const* pixels);
+  /// Reads a block back; one that wasn't written is without data.
+  void read(int band, Block const& block, void* pixels);
   void close();
 
 private:
+  template <class Work>
+  void forEachTile(Block const& block, Work const& work) const;
   void writeTile(int band, Block const& tile, std::byte const* pixels, std::size_t rowBytes);
+  void readTile(int band, Block const& tile, std::byte* pixels, std::size_t rowBytes);
   void setHeader(std::vector<std::string> const& bandNames);
   void require(bool done, GdalErrors const& errors) const;
 

@@ -1,5 +1,8 @@
 #include "OrthoWarper.h"
 
+#include "BlockWarper.h"
+#include "OrthoMosaic.h"
+
 #include <dsm/ProjectedElevationSource.h>
 #include <sensor/KESStripModel.h>
 
@@ -19,27 +22,30 @@ constexpr int leastSide = 16;  // that of the smallest tile of a TIFF
 // Pixels of an image along a block's side.
 constexpr double greatestSourceSide = 4096.0;
 
-// Blocks of a grid, handed out one after the other to all threads.
+// Blocks of a grid that meet a part of it, handed out one after the other to all threads.
 class Blocks {
 public:
-  Blocks(OrthoGrid const& grid, int side)
-      : mGrid(grid), mSide(side), mColumns(count(grid.columns(), side)), mRows(count(grid.rows(), side)) {}
+  Blocks(OrthoGrid const& grid, int side, Block const& part)
+      : mGrid(grid), mSide(side), mLeft(part.left / side), mTop(part.top / side),
+        mColumns(count(part.left, part.columns)), mRows(count(part.top, part.rows)) {}
 
   std::int64_t size() const { return mColumns * mRows; }
   std::int64_t next() { return mNext++; }
   void stop() { mNext = size(); }
 
   Block at(std::int64_t index) const {
-    int const left = static_cast<int>(index % mColumns) * mSide;
-    int const top = static_cast<int>(index / mColumns) * mSide;
+    int const left = (mLeft + static_cast<int>(index % mColumns)) * mSide;
+    int const top = (mTop + static_cast<int>(index / mColumns)) * mSide;
     return {left, top, std::min(mSide, mGrid.columns() - left), std::min(mSide, mGrid.rows() - top)};
   }
 
 private:
-  static std::int64_t count(int pixels, int side) { return (static_cast<std::int64_t>(pixels) + side - 1) / side; }
+  std::int64_t count(int first, int pixels) const { return (first + pixels - 1) / mSide - first / mSide + 1; }
 
   OrthoGrid const& mGrid;
   int mSide;
+  int mLeft;  // blocks
+  int mTop;
   std::int64_t mColumns;
   std::int64_t mRows;
   std::atomic<std::int64_t> mNext{0};
@@ -48,8 +54,8 @@ private:
 // Threads that work on the blocks of one band.
 class Workers {
 public:
-  Workers(Blocks& blocks, OrthoFile& file, int fileBand, Progress const& progress)
-      : mBlocks(blocks), mFile(file), mFileBand(fileBand), mProgress(progress) {}
+  Workers(Blocks& blocks, OrthoMosaic& mosaic, int band, Progress const& progress)
+      : mBlocks(blocks), mMosaic(mosaic), mBand(band), mProgress(progress) {}
 
   // `makeWarper` is called on each thread.
   template <class MakeWarper>
@@ -82,13 +88,13 @@ private:
   }
 
   void work(std::unique_ptr<BlockWarper> const& warper) {
-    std::vector<std::byte> pixels;
+    WarpedBlock warped;
     for (std::int64_t i = mBlocks.next(); i < mBlocks.size(); i = mBlocks.next()) {
       Block const block = mBlocks.at(i);
-      bool const seen = warper->warp(block, pixels);
+      bool const seen = warper->warp(block, warped);
       std::lock_guard const lock(mMutex);
       if (seen) {
-        mFile.write(mFileBand, block, pixels);
+        mMosaic.add(mBand, block, warped);
         mHasSeen = true;
       }
       ++mDone;
@@ -97,8 +103,8 @@ private:
   }
 
   Blocks& mBlocks;
-  OrthoFile& mFile;
-  int mFileBand;
+  OrthoMosaic& mMosaic;
+  int mBand;
   Progress const& mProgress;
   std::mutex mMutex;
   std::exception_ptr mFailure;
@@ -108,11 +114,8 @@ private:
 
 }  // namespace
 
-int blockSide(sensor::KESStripModel const& strip, OrthoPlan const& plan) {
-  double greatestStep = 0.0;
-  for (int const band : plan.bands) {
-    greatestStep = std::max(greatestStep, WarpSetup(strip, band, plan, GDT_Byte).greatestStep());
-  }
+int blockSide(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan) {
+  double const greatestStep = WarpSetup(strip, band, plan, GDT_Byte, false).greatestStep();
   int side = greatestSide;
   while (side > leastSide && side * greatestStep > greatestSourceSide) {
     side /= 2;
@@ -120,14 +123,15 @@ int blockSide(sensor::KESStripModel const& strip, OrthoPlan const& plan) {
   return side;
 }
 
-bool warpBand(sensor::KESStripModel const& strip, int band, dsm::ProjectedElevationSource& surface,
-              OrthoPlan const& plan, OrthoGrid const& grid, OrthoFile& file, int fileBand, Progress const& progress) {
-  WarpSetup const setup(strip, band, plan, file.type());
+bool warpBand(sensor::KESStripModel const& strip, int band, OrthoWork const& work, Block const& part, int mosaicBand,
+              Progress const& progress) {
+  OrthoFormat const& format = work.mosaic.format();
+  WarpSetup const setup(strip, band, work.plan, format.type, work.mosaic.isOfSeveralStrips());
   BandProjection const projection(
-      std::make_shared<SharedProjection const>(strip, band, surface, grid.geoTransform(), setup.margin()));
-  Blocks blocks(grid, file.blockSide());
-  Workers workers(blocks, file, fileBand, progress);
-  workers.run(plan.threads, [&] {
+      std::make_shared<SharedProjection const>(strip, band, work.surface, format.grid.geoTransform(), setup.margin()));
+  Blocks blocks(format.grid, format.blockSide, part);
+  Workers workers(blocks, work.mosaic, mosaicBand, progress);
+  workers.run(work.plan.threads, [&] {
     return std::make_unique<BlockWarper>(setup, SourceImage(strip, band), projection.similar(1.0, 1.0));
   });
   return workers.hasSeen();

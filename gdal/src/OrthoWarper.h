@@ -1,22 +1,31 @@
 #pragma once
 
-#include "BlockWarper.h"
-#include "OrthoFile.h"
+#include "Block.h"
 
-#include <gdal_priv.h>
-
-#include <kesgdal/OrthoGrid.h>
 #include <kesgdal/Orthophoto.h>
+
+namespace dsm {
+class ProjectedElevationSource;
+}
 
 namespace kesgdal {
 
-/// Warps the image of a band into a band of a file, block by block, with the plan's threads. Gives whether any pixel of the
-/// image fell on it. Throws what `BlockWarper`, `SourceImage` and the file throw.
-bool warpBand(sensor::KESStripModel const& strip, int band, dsm::ProjectedElevationSource& surface,
-              OrthoPlan const& plan, OrthoGrid const& grid, OrthoFile& file, int fileBand, Progress const& progress);
+class OrthoMosaic;
 
-/// The side of the blocks of a file, in pixels: a power of two, so that what a block needs of an image stays within some
-/// megabytes, however coarse the orthophoto is.
-int blockSide(sensor::KESStripModel const& strip, OrthoPlan const& plan);
+/// What all images are warped with, and into.
+struct OrthoWork {
+  OrthoPlan const& plan;
+  dsm::ProjectedElevationSource const& surface;
+  OrthoMosaic& mosaic;
+};
+
+/// Warps the image of a band into a band of the mosaic, counted from 1, by all blocks that meet a part of it, with the plan's
+/// threads. Gives whether any pixel of the image fell on them. Throws what `BlockWarper`, `SourceImage` and the mosaic throw.
+bool warpBand(sensor::KESStripModel const& strip, int band, OrthoWork const& work, Block const& part, int mosaicBand,
+              Progress const& progress);
+
+/// The side of the blocks of an orthophoto, in pixels: a power of two, so that what a block needs of an image of the band stays
+/// within some megabytes, however coarse the orthophoto is.
+int blockSide(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan);
 
 }  // namespace kesgdal

@@ -1,8 +1,7 @@
 #include "MapDefinition.h"
-#include "OrthoFile.h"
+#include "OrthoMosaic.h"
 #include "OrthoWarper.h"
-#include "SourceImage.h"
-#include "Text.h"
+#include "StripSurvey.h"
 #include "WorkFolder.h"
 
 #include <dsm/RasterElevationSource.h>
@@ -11,7 +10,6 @@
 #include <sensor/KESStripModelData.h>
 
 #include <cmath>
-#include <filesystem>
 #include <kesgdal/OrthoGrid.h>
 #include <kesgdal/Orthophoto.h>
 #include <stdexcept>
@@ -23,37 +21,6 @@ namespace {
 // Of all the time, about.
 constexpr double warpPart = 0.85;
 
-void requirePlan(sensor::KESStripModel const& strip, OrthoPlan const& plan) {
-  if (strip.modelData() == nullptr || !strip.isDataLoaded()) {
-    throw std::runtime_error("Can't orthorectify: the strip's data aren't loaded");
-  }
-  if (plan.bands.empty() || plan.threads < 1) {
-    throw std::runtime_error("Can't orthorectify: neither bands nor threads may be none");
-  }
-  for (int const band : plan.bands) {
-    if (band < 0 || band >= strip.numBands()) {
-      throw std::runtime_error("Can't orthorectify: the strip has no band " + std::to_string(band));
-    }
-  }
-}
-
-// The smallest type that holds the values of all images.
-GDALDataType commonType(sensor::KESStripModel const& strip, OrthoPlan const& plan) {
-  GDALDataType type = GDT_Unknown;
-  for (int const band : plan.bands) {
-    GDALDataType const next = SourceImage(strip, band).type();
-    type = type == GDT_Unknown ? next : GDALDataTypeUnion(type, next);
-  }
-  int isClamped = 0;
-  int isRounded = 0;
-  GDALAdjustValueToDataType(type, plan.noData, &isClamped, &isRounded);
-  if (isClamped != 0 || isRounded != 0) {
-    throw std::runtime_error("the images' type " + std::string(GDALGetDataTypeName(type)) + " can't hold the value " +
-                             number(plan.noData) + " for no data");
-  }
-  return type;
-}
-
 OGRSpatialReference mapReference(geo::coordSys const& map) {
   OGRSpatialReference reference = spatialReferenceOf(map);
   if (reference.IsProjected() == 0 && reference.IsGeographic() == 0) {
@@ -62,79 +29,98 @@ OGRSpatialReference mapReference(geo::coordSys const& map) {
   return reference;
 }
 
-Extent extentOfAll(sensor::KESStripModel const& strip, dsm::RasterElevationSource* surface, OrthoPlan const& plan) {
-  std::optional<Extent> all;
-  for (int const band : plan.bands) {
-    if (auto const one = footprint(strip, band, surface)) {
-      all = all ? united(*all, *one) : *one;
+// Where one grid lies in another one with the same pixels.
+Block partOf(OrthoGrid const& whole, OrthoGrid const& part) {
+  GeoTransform const a = whole.geoTransform();
+  GeoTransform const b = part.geoTransform();
+  return {static_cast<int>(std::lround((b[0] - a[0]) / whole.pixelSize())),
+          static_cast<int>(std::lround((a[3] - b[3]) / whole.pixelSize())), part.columns(), part.rows()};
+}
+
+// Warps the images of strips that were surveyed, which come in the same order.
+class SecondPass {
+public:
+  SecondPass(StripSurvey const& survey, OrthoWork const& work, geo::coordSys const& map, Progress const& progress)
+      : mSurvey(survey), mWork(work), mProgress(progress) {
+    for (StripSurvey::Strip const& strip : survey.strips()) {
+      OrthoGrid const& whole = work.mosaic.format().grid;
+      mParts.push_back(strip.extent ? partOf(whole, OrthoGrid(*strip.extent, work.plan.gsd, map)) : Block{});
+      mAll += strip.bands * static_cast<double>(mParts.back().size());
     }
   }
-  if (!all) {
-    throw std::runtime_error("elevation model \"" + surface->fileName() + "\" doesn't cover the strip");
-  }
-  return *all;
-}
 
-// What is read must not be replaced.
-void requireOtherFile(sensor::KESStripModel const& strip, dsm::RasterElevationSource const& surface,
-                      OrthoPlan const& plan, std::string const& fileName) {
-  std::vector<std::string> inputs{surface.fileName(), strip.modelData()->fileName()};
-  for (int const band : plan.bands) {
-    inputs.push_back(SourceImage::fileName(strip, band));
-  }
-  for (std::string const& input : inputs) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(input, fileName, ignored)) {
-      throw std::runtime_error("can't write " + fileName + ": it is read, too");
+  void add(sensor::KESStripModel const& strip) {
+    requireSame(mNext < mParts.size() && strip.modelData() != nullptr && strip.isDataLoaded() &&
+                strip.modelData()->fileName() == mSurvey.strips()[mNext].fileName);
+    Block const& part = mParts[mNext++];
+    if (part.size() == 0) {
+      return;
+    }
+    auto const size = static_cast<double>(part.size());
+    for (PlannedBand const& planned : plannedBands(strip, mWork.plan)) {
+      auto const partly = [&](double done) { mProgress((mDone + done * size) / mAll); };
+      mHasSeen = warpBand(strip, planned.band, mWork, part, planned.place + 1, partly) || mHasSeen;
+      mDone += size;
     }
   }
-}
 
-std::vector<std::string> bandNames(sensor::KESStripModel const& strip, OrthoPlan const& plan) {
-  std::vector<std::string> names;
-  for (int const band : plan.bands) {
-    names.push_back(strip.bandID(band));
+  void require() const {
+    requireSame(mNext == mParts.size());
+    if (!mHasSeen) {
+      mSurvey.failUncovered();
+    }
   }
-  return names;
-}
 
-void warpBands(sensor::KESStripModel const& strip, dsm::RasterElevationSource& surface, OrthoPlan const& plan,
-               OrthoFormat const& format, OrthoFile& file, Progress const& progress) {
-  double const share = 1.0 / static_cast<double>(plan.bands.size());
-  bool seen = false;
-  for (std::size_t i = 0; i < plan.bands.size(); ++i) {
-    auto const partly = [&](double done) { progress(share * (static_cast<double>(i) + done)); };
-    seen = warpBand(strip, plan.bands[i], surface, plan, format.grid, file, static_cast<int>(i) + 1, partly) || seen;
+private:
+  static void requireSame(bool isSame) {
+    if (!isSame) {
+      throw std::runtime_error("Can't orthorectify: the strips aren't the same the second time");
+    }
   }
-  if (!seen) {
-    throw std::runtime_error("elevation model \"" + surface.fileName() + "\" doesn't cover the strip");
-  }
-}
+
+  StripSurvey const& mSurvey;
+  OrthoWork const& mWork;
+  Progress const& mProgress;
+  std::vector<Block> mParts;
+  std::size_t mNext = 0;
+  double mAll = 0.0;  // pixels
+  double mDone = 0.0;
+  bool mHasSeen = false;
+};
 
 }  // namespace
 
-void writeOrthophoto(sensor::KESStripModel const& strip, dsm::RasterElevationSource* surface, OrthoPlan const& plan,
-                     std::string const& fileName, Progress const& progress) {
+void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map, dsm::RasterElevationSource* surface,
+                     OrthoPlan const& plan, std::string const& fileName, Progress const& progress) {
   GDALAllRegister();
-  requirePlan(strip, plan);
-  requireOtherFile(strip, *surface, plan, fileName);
+  StripSurvey survey(plan, map, *surface, fileName);
   WorkFolder const folder(fileName);
-  geo::coordSys const& map = *strip.mappingSystem();
-  GDALDataType const type = commonType(strip, plan);
   OGRSpatialReference const reference = mapReference(map);
-  OrthoGrid const grid(extentOfAll(strip, surface, plan), plan.gsd, map);
-  OrthoFormat const format{grid, reference, type, plan.noData, blockSide(strip, plan)};
+  strips([&](sensor::KESStripModel const& strip) { survey.add(strip); });
+  survey.require();
+  OrthoGrid const grid(survey.extent(), plan.gsd, map);
   auto const report = [&](double done) {
     if (progress) {
       progress(done);
     }
   };
-  OrthoFile file(folder, "pixels.tif", format, bandNames(strip, plan));
-  warpBands(strip, *surface, plan, format, file, [&](double done) { report(warpPart * done); });
-  file.close();
+  OrthoMosaic mosaic(folder, "pixels.tif", {grid, reference, survey.type(), plan.noData, survey.blockSide()},
+                     plan.bands, survey.coveredStrips() > 1);
+  OrthoWork const work{plan, *surface, mosaic};
+  Progress const reportWarp = [&](double done) { report(warpPart * done); };
+  SecondPass pass(survey, work, map, reportWarp);
+  strips([&](sensor::KESStripModel const& strip) { pass.add(strip); });
+  pass.require();
+  mosaic.close();
   writeCog(folder, "pixels.tif", "ortho.tif", plan.threads,
            [&](double done) { report(warpPart + (1.0 - warpPart) * done); });
   folder.moveOut("ortho.tif");
+}
+
+void writeOrthophoto(sensor::KESStripModel const& strip, dsm::RasterElevationSource* surface, OrthoPlan const& plan,
+                     std::string const& fileName, Progress const& progress) {
+  writeOrthophoto([&](StripVisitor const& visit) { visit(strip); }, *strip.mappingSystem(), surface, plan, fileName,
+                  progress);
 }
 
 }  // namespace kesgdal

@@ -28,7 +28,7 @@ std::string SourceImage::fileName(sensor::KESStripModel const& strip, int band) 
 
 SourceImage::SourceImage(sensor::KESStripModel const& strip, int band) {
   if (strip.img(band)->imageFileName().empty()) {
-    fail(strip, band, "the strip names no file");
+    fail(strip, band, "strip \"" + strip.modelData()->fileName() + "\" names no file");
   }
   std::string const name = fileName(strip, band);
   {

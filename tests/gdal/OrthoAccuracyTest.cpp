@@ -116,7 +116,7 @@ protected:
     strip.setMappingSystem(mMap.get());
     dsm::RasterElevationSource terrain(KESSENSOR_TERRAIN);
     kesgdal::OrthoPlan plan;
-    plan.bands = {strip.bandIndex(bandId)};
+    plan.bands = {bandId};
     plan.gsd = gsd;
     plan.threads = 2;
     std::string const name = mFolder / (std::string(bandId) + ".tif");

@@ -84,8 +84,8 @@ TEST_F(OrthoFailure, NoDataThatTheTypeCantHoldIsTold) {
 
 TEST_F(OrthoFailure, PlanOfNothingIsTold) {
   OrthoPlan plan = mFlight.plan();
-  plan.bands = {0, 2};
-  EXPECT_EQ(failure(plan), "Can't orthorectify: the strip has no band 2");
+  plan.bands = {"PANN00A", "PANF27A"};
+  EXPECT_EQ(failure(plan), "no band \"PANF27A\" in the strip, which has PANN00A, PANN00B");
   plan.bands.clear();
   EXPECT_EQ(failure(plan), "Can't orthorectify: neither bands nor threads may be none");
   plan = mFlight.plan();
@@ -188,7 +188,7 @@ TEST_F(OrthoFailure, FullDiskLeavesTheOlderFile) {
   }
   std::string const name = disk / "ortho.tif";
   OrthoPlan plan = mFlight.plan(0.5);
-  plan.bands = {0};
+  plan.bands = {"PANN00A"};
   kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), plan, name);
   auto const size = static_cast<std::int64_t>(std::filesystem::file_size(name));
   std::string const older = test::contents(name);

@@ -150,7 +150,7 @@ geo::XYPoint OrthoFlight::mapOf(geo::XYZPoint const& local) const {
 
 kesgdal::OrthoPlan OrthoFlight::plan(double gsd) const {
   kesgdal::OrthoPlan result;
-  result.bands = {0, 1};
+  result.bands = {"PANN00A", "PANN00B"};
   result.gsd = gsd;
   result.noData = -1.0;
   return result;

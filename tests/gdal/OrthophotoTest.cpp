@@ -101,7 +101,7 @@ TEST(Orthophoto, SharpnessDoesntDependOnTheDirectionOfFlight) {
     auto const wave = [](double line) { return 500.0 + 400.0 * std::sin(2.0 * pi * line / 6.0); };
     flight.writeImage("PANN00A", [&](int, int line) { return wave(line); });
     OrthoPlan plan = flight.plan(1.0);
-    plan.bands = {0};
+    plan.bands = {"PANN00A"};
     Comparison const lines =
         compare(flight, flight.ortho(plan), 1, 8.0, [&](geo::XYPoint const& image) { return wave(image.y); });
     EXPECT_GT(lines.seen, 250000);
@@ -115,7 +115,7 @@ TEST(Orthophoto, CoarserPixelsAreMeansOfTheImage) {
   OrthoFlight flight(0.2);
   flight.writeImage("PANN00A", [](int sample, int line) { return (sample + line) % 2 == 0 ? 200.0 : 100.0; });
   OrthoPlan plan = flight.plan(8.0);
-  plan.bands = {0};
+  plan.bands = {"PANN00A"};
   for (Resampling const resampling : {Resampling::BILINEAR, Resampling::CUBIC}) {
     plan.resampling = resampling;
     Raster const ortho = flight.ortho(plan);
@@ -165,7 +165,7 @@ TEST(Orthophoto, FileTellsBandsMapAndNoData) {
   OrthoFlight flight;
   flight.writePositions();
   OrthoPlan plan = flight.plan(1.5);
-  plan.bands = {1, 0, 1};
+  plan.bands = {"PANN00B", "PANN00A", "PANN00B"};
   Raster const ortho = flight.ortho(plan);
   EXPECT_EQ(ortho.descriptions, (std::vector<std::string>{"PANN00B", "PANN00A", "PANN00B"}));
   EXPECT_EQ(ortho.epsg, 32617);
@@ -197,7 +197,7 @@ TEST(Orthophoto, TypeIsTheSmallestThatHoldsAllImages) {
   EXPECT_EQ(both.type, GDT_UInt16);
   EXPECT_EQ(both.at(both.columns / 2, both.rows / 2, 1), 200.0);
   EXPECT_EQ(both.at(both.columns / 2, both.rows / 2, 2), 40000.0);
-  plan.bands = {0};
+  plan.bands = {"PANN00A"};
   EXPECT_EQ(flight.ortho(plan).type, GDT_Byte);
 }
 
@@ -206,7 +206,7 @@ TEST(Orthophoto, PixelsOfTheImageThatHaveTheValueForNoDataBecomeTheNextOne) {
   flight.writeImage(
       "PANN00A", [](int, int) { return 0.0; }, GDT_UInt16);
   OrthoPlan plan = flight.plan(3.0);
-  plan.bands = {0};
+  plan.bands = {"PANN00A"};
   plan.noData = 0.0;
   Raster const ortho = flight.ortho(plan);
   EXPECT_EQ(ortho.at(ortho.columns / 2, ortho.rows / 2), 1.0);
@@ -220,7 +220,7 @@ TEST(Orthophoto, PixelsOfTheImageWithoutDataStayWithout) {
   flight.writeImage(
       "PANN00A", [](int, int line) { return line < 150 ? 7.0 : 500.0; }, GDT_UInt16, 7.0);
   OrthoPlan plan = flight.plan(1.0);
-  plan.bands = {0};
+  plan.bands = {"PANN00A"};
   plan.noData = 0.0;
   Raster const ortho = flight.ortho(plan);
   Comparison const before = compare(flight, ortho, 1, 200.0, [](geo::XYPoint const&) { return 0.0; });
@@ -319,7 +319,7 @@ TEST(Orthophoto, MapMayBeGeographicAndTheTerrainElsewhere) {
 
 std::string bytesOf(OrthoFlight& flight, int threads) {
   OrthoPlan plan = flight.plan(0.2);
-  plan.bands = {1};
+  plan.bands = {"PANN00B"};
   plan.noData = 0.0;
   plan.threads = threads;
   flight.ortho(plan);

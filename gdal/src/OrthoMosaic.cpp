@@ -1,0 +1,68 @@
+#include "OrthoMosaic.h"
+
+#include "Block.h"
+#include "WorkFolder.h"
+
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+namespace kesgdal {
+
+namespace {
+
+constexpr char const* distancesName = "distances.tif";
+
+// What wasn't written is as far away as can be.
+OrthoFormat distanceFormat(OrthoFormat const& format) {
+  return {format.grid, format.reference, GDT_Float32, std::numeric_limits<double>::infinity(), format.blockSide};
+}
+
+}  // namespace
+
+OrthoMosaic::OrthoMosaic(WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+                         std::vector<std::string> const& bandNames, bool ofSeveralStrips)
+    : mFolder(folder), mFormat(format), mPixels(folder, name, format, bandNames) {
+  if (ofSeveralStrips) {
+    mDistances = std::make_unique<OrthoFile>(folder, distancesName, distanceFormat(format), bandNames);
+  }
+}
+
+void OrthoMosaic::add(int band, Block const& block, WarpedBlock const& warped) {
+  if (!isOfSeveralStrips()) {
+    mPixels.write(band, block, warped.pixels.data());
+    return;
+  }
+  mShown.resize(warped.pixels.size());
+  mShownDistances.resize(warped.distances.size());
+  mPixels.read(band, block, mShown.data());
+  mDistances->read(band, block, mShownDistances.data());
+  if (take(warped)) {
+    mPixels.write(band, block, mShown.data());
+    mDistances->write(band, block, mShownDistances.data());
+  }
+}
+
+// The pixels that are nearer; whether there are any.
+bool OrthoMosaic::take(WarpedBlock const& warped) {
+  std::size_t const size = warped.distances.size();
+  std::size_t const bytes = warped.pixels.size() / size;
+  bool any = false;
+  for (std::size_t i = 0; i < size; ++i) {
+    if (warped.distances[i] < mShownDistances[i]) {
+      std::memcpy(mShown.data() + i * bytes, warped.pixels.data() + i * bytes, bytes);
+      mShownDistances[i] = warped.distances[i];
+      any = true;
+    }
+  }
+  return any;
+}
+
+void OrthoMosaic::close() {
+  mPixels.close();
+  mDistances.reset();
+  std::error_code ignored;
+  std::filesystem::remove(mFolder / distancesName, ignored);
+}
+
+}  // namespace kesgdal

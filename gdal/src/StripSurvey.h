@@ -1,0 +1,67 @@
+#pragma once
+
+#include <gdal_priv.h>
+
+#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/Orthophoto.h>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace kesgdal {
+
+/// The bands of a plan that a strip has, by their places in the plan.
+struct PlannedBand {
+  int band;   // of the strip
+  int place;  // from 0
+};
+std::vector<PlannedBand> plannedBands(sensor::KESStripModel const& strip, OrthoPlan const& plan);
+
+/// What is to be known of all strips before the first pixel is made.
+class StripSurvey {
+public:
+  struct Strip {
+    std::string fileName;
+    int bands;                     // of the plan
+    std::optional<Extent> extent;  // of all of them; nothing when the surface covers none
+  };
+
+  /// All but `fileName`, that of the orthophoto, stay their caller's.
+  StripSurvey(OrthoPlan const& plan, geo::coordSys const& map, dsm::RasterElevationSource& surface,
+              std::string fileName);
+
+  /// Throws what is wrong with a strip or its images, and when it is one of the files that are read.
+  void add(sensor::KESStripModel const& strip);
+  /// Throws what is wrong with all of them together: bands that none has, a value without data that their type
+  /// can't hold, a surface that covers none.
+  void require() const;
+  /// "elevation model ... doesn't cover the strip".
+  [[noreturn]] void failUncovered() const;
+
+  std::vector<Strip> const& strips() const { return mStrips; }
+  /// How many of them meet the surface.
+  int coveredStrips() const;
+  /// The smallest type that holds the values of all images.
+  GDALDataType type() const { return mType; }
+  Extent const& extent() const { return *mExtent; }
+  int blockSide() const { return mBlockSide; }
+
+private:
+  void requireStrip(sensor::KESStripModel const& strip) const;
+  void requireOther(std::string const& input) const;
+  void addBand(sensor::KESStripModel const& strip, int band, Strip& surveyed);
+  void requireBands() const;
+
+  OrthoPlan const& mPlan;
+  geo::coordSys const& mMap;
+  dsm::RasterElevationSource& mSurface;
+  std::string mFileName;
+  std::vector<Strip> mStrips;
+  std::set<std::string> mKnownBands;
+  GDALDataType mType = GDT_Unknown;
+  std::optional<Extent> mExtent;
+  int mBlockSide;
+};
+
+}  // namespace kesgdal
