@@ -81,7 +81,7 @@ void loadCtg(benchmark::State& state) {
 BENCHMARK(loadCtg)->Name("load a CTG file of 200000 lines")->Unit(benchmark::kMillisecond);
 
 void loadCams(benchmark::State& state) {
-  std::string const source = bench::flightFolder() + "/calibration/KESA0_30512/v003";
+  std::string const source = bench::flightFolder() + "/calibration/KESA0_12000/v003";
   std::string const folder = bench::flightFolder() + "/twelve";
   std::filesystem::create_directories(folder);
   std::filesystem::copy(source + "/misalignment.dat", folder, std::filesystem::copy_options::overwrite_existing);
@@ -91,7 +91,7 @@ void loadCams(benchmark::State& state) {
   }
   sensor::SerializerCameraKesV1Cam const serializer(folder);
   for (auto _ : state) {
-    sensor::CameraKes const camera("KESA0", "30512", 3, serializer);
+    sensor::CameraKes const camera("KESA0", "12000", 3, serializer);
     benchmark::DoNotOptimize(camera.version());
   }
   state.SetItemsProcessed(state.iterations() * camCount);

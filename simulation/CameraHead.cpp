@@ -8,6 +8,7 @@
 
 #include <QDateTime>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <simulation/CameraHead.h>
@@ -80,7 +81,7 @@ QDateTime calibrationTime(Version const& version) {
 
 void describe(sensor::CalibrationInfo& info, SensorLine const& line, Version const& version) {
   info.setCalibSource("Simulated flight");
-  info.setSensorId(CameraHead::sensorId);
+  info.setSensorId(CameraHead::sensorId(static_cast<int>(line.x.size())));
   info.setBandId(line.bandId);
   info.setCalibDateTime(calibrationTime(version));
 }
@@ -139,14 +140,36 @@ std::vector<std::string> CameraHead::bandIds() {
   return ids;
 }
 
-CameraHead::CameraHead(int samples) {
+std::string CameraHead::sensorId(int samples) {
+  constexpr std::size_t digits = 5;
+  std::string const number = std::to_string(samples);
+  return std::string(digits - std::min(digits, number.size()), '0') + number;
+}
+
+CameraHead::CameraHead(int samples) : mSensorId(sensorId(samples)) {
   for (LineDesign const& design : designs) {
     mLines.push_back(sensorLine(design, samples));
   }
 }
 
+double CameraHead::lookAhead() const {
+  float greatest = 0.0F;
+  for (SensorLine const& line : mLines) {
+    greatest = std::max(greatest, *std::max_element(line.x.begin(), line.x.end()));
+  }
+  return static_cast<double>(greatest / focalLength);
+}
+
+double CameraHead::lookBack() const {
+  float least = 0.0F;
+  for (SensorLine const& line : mLines) {
+    least = std::min(least, *std::min_element(line.x.begin(), line.x.end()));
+  }
+  return static_cast<double>(-least / focalLength);
+}
+
 void CameraHead::writeCalibrations(std::string const& folder) const {
-  std::string const camera = folder + "/" + sensor::SerializerCameraKes::cameraFolderName(type, sensorId);
+  std::string const camera = folder + "/" + sensor::SerializerCameraKes::cameraFolderName(type, mSensorId);
   for (Version const& version : versions) {
     std::string const place = camera + "/" + sensor::SerializerCameraKes::versionFolderName(version.number);
     makeFolder(place);

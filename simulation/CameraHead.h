@@ -29,7 +29,6 @@ public:
   static constexpr float focalLength = 0.0627F;
   static constexpr float pixelSize = 6.5e-6F;
   static constexpr char const* type = "KESA0";
-  static constexpr char const* sensorId = "30512";
   /// The version that strips use, the newest of three.
   static constexpr unsigned currentVersion = 3;
 
@@ -43,13 +42,20 @@ public:
 
   explicit CameraHead(int samples);
 
+  /// The camera's own id, its samples in five digits: cameras of one id are alike.
+  static std::string sensorId(int samples);
+
   std::vector<SensorLine> const& lines() const { return mLines; }
+  /// Tangents of the greatest angles at which lines look ahead and back.
+  double lookAhead() const;
+  double lookBack() const;
 
   /// Writes the camera's folder, with all its versions, into a calibration folder: CAM files, radiometric table,
   /// misalignment and note of each version. Earlier versions were less well known.
   void writeCalibrations(std::string const& folder) const;
 
 private:
+  std::string mSensorId;
   std::vector<SensorLine> mLines;
 };
 

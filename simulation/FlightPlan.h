@@ -13,8 +13,11 @@ struct FlightPlan {
   static constexpr int minSamples = 64;
   static constexpr int maxSamples = 60000;
 
-  /// Elevation model under the flight, any raster that GDAL reads. The middle of the strip is over its middle.
+  /// Elevation model under the flight, any raster that GDAL reads.
   std::string dem;
+  /// Where the middle of the strip lies, metres from the middle of the elevation model.
+  double east = 0.0;
+  double north = 0.0;
   int lines = 4000;
   int samples = 12000;
   std::uint64_t seed = 1;
@@ -23,6 +26,8 @@ struct FlightPlan {
   /// Direction of flight, degrees clockwise from north.
   double heading = 237.0;
   std::string name = "Line1";
+  /// Time of the first line, seconds of the week.
+  double startTime = 312338.25;
 
   /// Ids of the bands whose images are rendered; `allBands` stands for all.
   std::vector<std::string> renderedBands;

@@ -42,6 +42,13 @@ void writeImage(Renderer const& renderer, std::string const& name, int threads, 
   file.finish();
 }
 
+void searchCalibrations(std::string const& folder) {
+  sensor::CameraFactory& cameras = *sensor::CameraFactory::instance();
+  if (!contains(cameras.searchPaths(), folder)) {
+    cameras.addSearchPath(folder);
+  }
+}
+
 void writeStatistics(std::string const& image) {
   raster::Statistics statistics(0, 50, 100, 1, 1.0F);
   statistics.compute(image);
@@ -66,11 +73,11 @@ std::vector<std::string> renderedBands(FlightPlan const& plan) {
 
 std::unique_ptr<sensor::KESStripModel> trueStrip(FlightPlan const& plan, std::string const& folder,
                                                  FlightFiles const& files) {
-  sensor::CameraFactory::instance()->addSearchPath(folder + "/" + files.calibrations);
+  searchCalibrations((std::filesystem::path(folder) / files.calibrations).lexically_normal().string());
   auto strip = std::make_unique<sensor::KESStripModel>(folder + "/" + files.strip, true, true, false);
   if (strip->modelData()->calib(0)->numSamples() != static_cast<unsigned int>(plan.samples)) {
-    throw std::runtime_error(std::string("the camera of another flight is in use: ") + CameraHead::type + "_" +
-                             CameraHead::sensorId);
+    throw std::runtime_error(std::string("another camera is in use: ") + CameraHead::type + "_" +
+                             CameraHead::sensorId(plan.samples));
   }
   *strip->eop() = sensor::EOPData(folder + "/" + files.trueEop);
   return strip;

@@ -20,7 +20,7 @@ std::vector<std::string> renderedBands(FlightPlan const& plan);
 
 /// The strip of a flight that was written into a folder, with its data loaded and the orientation that the camera had. The
 /// flight's calibrations join those that the process searches. Throws what reading a strip throws, and std::runtime_error
-/// "the camera of another flight is in use: KESA0_30512" when the process knows one of other samples under this id.
+/// "another camera is in use: KESA0_ID" when the process knows one of other samples under this id.
 std::unique_ptr<sensor::KESStripModel> trueStrip(FlightPlan const& plan, std::string const& folder,
                                                  FlightFiles const& files);
 

@@ -8,8 +8,9 @@ namespace simulation {
 /// its results, that no library or compiler may do in another way.
 class Random {
 public:
-  /// The stream number `stream` of a seed; streams don't depend on one another.
-  Random(std::uint64_t seed, std::uint64_t stream) : mState(mixed(seed) + stream * increment) { next(); }
+  /// The stream number `stream` of a seed. Streams don't depend on one another: each begins anywhere in the one long cycle of
+  /// states, far from the others.
+  Random(std::uint64_t seed, std::uint64_t stream) : mState(mixed(mixed(seed) + stream * increment)) {}
 
   /// A number of the interval from `low` to `high`.
   double uniform(double low, double high) {

@@ -1,11 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <simulation/BandView.h>
 #include <simulation/LocalMap.h>
-#include <simulation/SeenGround.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
-#include <simulation/VisibleSurface.h>
 #include <vector>
 
 namespace sensor {
@@ -17,9 +16,7 @@ namespace simulation {
 /// Renders the image of a band: for each pixel the brightness of the ground that its line of sight meets first, at the
 /// pixel's centre (sample and line are whole numbers there) and the middle of its exposure; 0 where it meets none.
 ///
-/// The place on the ground is that of the sensor model and the terrain within a thousandth of a pixel or so: 1/500 of the ground
-/// sampling distance, but no less than 0.2 mm (a float holds no finer heights), for the height and for the maps between
-/// coordinate systems.
+/// The place on the ground is that of the sensor model and the terrain, as near as `BandView` has it.
 ///
 /// Rows follow from their number alone: images don't depend on the number of threads, nor on which rows are asked for.
 class Renderer {
@@ -44,10 +41,8 @@ private:
   int mWidth;
   int mHeight;
   Texture const& mTexture;
-  SeenGround mGround;
-  LocalMap mToTerrain;
+  BandView mView;
   LocalMap mToTexture;
-  VisibleSurface mSurface;
 };
 
 }  // namespace simulation

@@ -158,19 +158,19 @@ void addCommon(CLI::App& command, Options& options) {
 void addCamera(CLI::App& app, Run& run) {
   CLI::App* camera = app.add_subcommand("camera", "Lists and describes the calibrations of cameras");
   camera->require_subcommand(1);
-  camera->footer("Example: kes camera versions KESA0 30512 --calibrations flight/calibration");
+  camera->footer("Example: kes camera versions KESA0 12000 --calibrations flight/calibration");
 
   auto const ofVersions = std::make_shared<Options>();
   CLI::App* versionsCommand = camera->add_subcommand("versions", "Lists the versions of a camera's calibration");
   addCommon(*versionsCommand, *ofVersions);
-  versionsCommand->footer("Example: kes camera versions KESA0 30512 --calibrations flight/calibration");
+  versionsCommand->footer("Example: kes camera versions KESA0 12000 --calibrations flight/calibration");
   versionsCommand->callback([ofVersions, &run] { run = [ofVersions] { return versions(*ofVersions); }; });
 
   auto const ofInfo = std::make_shared<Options>();
   CLI::App* infoCommand = camera->add_subcommand("info", "Describes one version of a camera's calibration");
   addCommon(*infoCommand, *ofInfo);
   infoCommand->add_option("VERSION", ofInfo->version, "Version: v003 or 3")->required();
-  infoCommand->footer("Example: kes camera info KESA0 30512 3 --calibrations flight/calibration");
+  infoCommand->footer("Example: kes camera info KESA0 12000 3 --calibrations flight/calibration");
   infoCommand->callback([ofInfo, &run] { run = [ofInfo] { return info(*ofInfo); }; });
 }
 

@@ -1,8 +1,8 @@
 #include "Command.h"
 #include "Output.h"
 
-#include <iostream>
 #include <memory>
+#include <simulation/Block.h>
 #include <simulation/Flight.h>
 #include <string>
 
@@ -12,56 +12,127 @@ namespace {
 
 struct Options {
   std::string folder;
-  simulation::FlightPlan plan;
+  simulation::FlightPlan flight;
+  simulation::BlockPlan block;
+  CLI::Option const* lines = nullptr;
+  CLI::Option const* strips = nullptr;
+
+  bool isBlock() const { return strips->count() != 0; }
+  std::string path(std::string const& file) const { return folder + "/" + file; }
 };
 
-int simulate(Options const& options) {
-  Progress progress("simulating");
-  auto const files =
-      simulation::simulateFlight(options.plan, options.folder, [&](double done) { progress.show(done); });
+void add(Listing& listing, std::string const& name, Options const& options, std::vector<std::string> const& files) {
+  for (std::string const& file : files) {
+    listing.add(name, options.path(file));
+  }
+}
+
+Listing fly(Options const& options, simulation::Progress const& progress) {
+  auto const files = simulation::simulateFlight(options.flight, options.folder, progress);
   Listing listing;
-  listing.add("strip", options.folder + "/" + files.strip);
-  listing.add("calibrations", options.folder + "/" + files.calibrations);
-  listing.add("true orientation", options.folder + "/" + files.trueEop);
-  for (std::string const& image : files.images) {
-    listing.add("image", options.folder + "/" + image);
+  add(listing, "strip", options, {files.strip});
+  add(listing, "calibrations", options, {files.calibrations});
+  add(listing, "true orientation", options, {files.trueEop});
+  add(listing, "image", options, files.images);
+  return listing;
+}
+
+Listing flyBlock(Options const& options, simulation::Progress const& progress) {
+  simulation::BlockPlan plan = options.block;
+  int const usualLines = plan.flight.lines;
+  plan.flight = options.flight;
+  if (options.lines->count() == 0) {
+    plan.flight.lines = usualLines;
+  }
+  auto const files = simulation::simulateBlock(plan, options.folder, progress);
+  Listing listing;
+  add(listing, "block", options, {files.block});
+  add(listing, "calibrations", options, {files.calibrations});
+  add(listing, "ground points", options, {files.groundPoints});
+  for (simulation::FlightFiles const& strip : files.strips) {
+    add(listing, "strip", options, {strip.strip});
+    add(listing, "image", options, strip.images);
+  }
+  return listing;
+}
+
+int simulate(Options const& options) {
+  Listing listing;
+  {
+    Progress progress("simulating");
+    auto const show = [&](double done) { progress.show(done); };
+    listing = options.isBlock() ? flyBlock(options, show) : fly(options, show);
   }
   listing.print();
   return 0;
+}
+
+void addFlight(CLI::App& command, Options& options) {
+  simulation::FlightPlan& plan = options.flight;
+  command.add_option("--dem", plan.dem, "Elevation model: any raster of GDAL")
+      ->type_name("FILE")
+      ->required()
+      ->check(CLI::ExistingFile);
+  options.lines = command.add_option("--lines", plan.lines, "Lines of the images, 200 to 200000")
+                      ->default_str(std::to_string(plan.lines) + ", in a block " +
+                                    std::to_string(simulation::BlockPlan::usualLines));
+  command.add_option("--samples", plan.samples, "Samples of the sensor lines")->capture_default_str();
+  command.add_option("--seed", plan.seed, "Everything else follows from it")->capture_default_str();
+  command.add_option("--height", plan.height, "Metres above the mean terrain")->type_name("M")->capture_default_str();
+  command.add_option("--heading", plan.heading, "Degrees clockwise from north")
+      ->type_name("DEG")
+      ->capture_default_str();
+}
+
+void addImages(CLI::App& command, Options& options) {
+  simulation::FlightPlan& plan = options.flight;
+  CLI::Option* const render =
+      command.add_option("--render", plan.renderedBands, "Band whose image to render, or \"all\"; repeatable")
+          ->type_name("BAND")
+          ->allow_extra_args(false);
+  command
+      .add_option("--texture", plan.texture,
+                  "What lies on the ground: any raster of GDAL, its first band [shaded terrain]")
+      ->type_name("FILE")
+      ->needs(render)
+      ->check(CLI::ExistingFile);
+  command.add_option("--texture-seed", plan.textureSeed, "Of the fine pattern of the shaded terrain")
+      ->capture_default_str();
+}
+
+void addBlock(CLI::App& command, Options& options) {
+  simulation::BlockPlan& plan = options.block;
+  CLI::Option* const strips =
+      command.add_option("--strips", plan.strips, "Makes a block of so many parallel strips, flown to and fro");
+  options.strips = strips;
+  auto const addOption = [&](std::string const& name, auto& value, std::string const& what) {
+    return command.add_option(name, value, what)->needs(strips)->group("Block");
+  };
+  strips->group("Block");
+  addOption("--cross", plan.crossStrips, "Strips across these")->capture_default_str();
+  addOption("--overlap", plan.overlap, "What neighbours share of their width")
+      ->type_name("PERCENT")
+      ->capture_default_str();
+  addOption("--points", plan.points, "Ground points")->capture_default_str();
+  addOption("--noise", plan.noise, "Standard deviation of their measurements in the images")
+      ->type_name("PX")
+      ->capture_default_str();
+  addOption("--crs", plan.crs, "System of the block's maps and ground points, any definition of PROJ [the UTM zone]")
+      ->type_name("DEFINITION");
 }
 
 }  // namespace
 
 void addSimulate(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("simulate", "Flies a strip over an elevation model and writes its project");
+  CLI::App* command = app.add_subcommand(
+      "simulate", "Flies a strip, or a block of strips, over an elevation model and writes its project");
   command->add_option("OUTDIR", options->folder, "Folder to write; new or empty")->required();
-  command->add_option("--dem", options->plan.dem, "Elevation model: any raster of GDAL")
-      ->type_name("FILE")
-      ->required()
-      ->check(CLI::ExistingFile);
-  command->add_option("--lines", options->plan.lines, "Lines of the images, 200 to 200000")->capture_default_str();
-  command->add_option("--samples", options->plan.samples, "Samples of the sensor lines")->capture_default_str();
-  command->add_option("--seed", options->plan.seed, "Everything else follows from it")->capture_default_str();
-  command->add_option("--height", options->plan.height, "Metres above the mean terrain")
-      ->type_name("M")
-      ->capture_default_str();
-  command->add_option("--heading", options->plan.heading, "Degrees clockwise from north")
-      ->type_name("DEG")
-      ->capture_default_str();
-  CLI::Option* const render =
-      command->add_option("--render", options->plan.renderedBands, "Band whose image to render, or \"all\"; repeatable")
-          ->type_name("BAND")
-          ->allow_extra_args(false);
-  command
-      ->add_option("--texture", options->plan.texture,
-                   "What lies on the ground: any raster of GDAL, its first band [shaded terrain]")
-      ->type_name("FILE")
-      ->needs(render)
-      ->check(CLI::ExistingFile);
-  command->add_option("--texture-seed", options->plan.textureSeed, "Of the fine pattern of the shaded terrain")
-      ->capture_default_str();
-  command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A");
+  addFlight(*command, *options);
+  addImages(*command, *options);
+  addBlock(*command, *options);
+  command->footer("Examples: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A\n"
+                  "          kes simulate block --dem terrain.tif --strips 4 --cross 2 --points 60");
   command->callback([options, &run] { run = [options] { return simulate(*options); }; });
 }
 

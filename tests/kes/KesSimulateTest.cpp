@@ -107,4 +107,67 @@ TEST(KesSimulate, FullDiskLeavesNothing) {
   EXPECT_EQ(test::entryCount(disk.path()), 0);
 }
 
+std::vector<std::string> smallBlock(std::string const& out, std::vector<std::string> const& more) {
+  std::vector<std::string> arguments{"simulate", out,        "--dem", KESSENSOR_TERRAIN, "--lines", "4000", "--samples",
+                                     "600",      "--height", "1000",  "--strips",        "2"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+TEST(KesSimulate, StripsMakeABlock) {
+  test::TempFolder const folder;
+  std::string const out = folder / "block";
+  KesRun const run = kes(smallBlock(out, {"--cross", "1", "--points", "12", "--render", "PANN00A"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.out,
+            "block:          " + out + "/block.blf\ncalibrations:   " + out + "/calibration\nground points:  " + out +
+                "/control/controls.gpt\nstrip:          " + out + "/Line1/strip.stp\nimage:          " + out +
+                "/Line1/images/Line1_PANN00A.tif\nstrip:          " + out + "/Line2/strip.stp\nimage:          " + out +
+                "/Line2/images/Line2_PANN00A.tif\nstrip:          " + out +
+                "/Cross1/strip.stp\nimage:          " + out + "/Cross1/images/Cross1_PANN00A.tif\n");
+  EXPECT_EQ(kes({"check", out + "/Line2/strip.stp", "--calibrations", out + "/calibration"}).out, "valid\n");
+}
+
+TEST(KesSimulate, BlockTakesItsOptions) {
+  test::TempFolder const folder;
+  std::string const out = folder / "block";
+  KesRun const run =
+      kes(smallBlock(out, {"--points", "7", "--noise", "0.5", "--overlap", "40", "--crs", "EPSG:32617"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_THAT(test::contents(out + "/block.blf"), HasSubstr("<CoordinateSystem definition=\"EPSG:32617\"/>"));
+  EXPECT_THAT(test::contents(out + "/control/controls.gpt"), testing::StartsWith("\"P001\"  "));
+  EXPECT_THAT(test::contents(out + "/control/controls.gpt"), HasSubstr("\n\"P007\"  "));
+  EXPECT_THAT(test::contents(out + "/control/controls.gpt"), testing::Not(HasSubstr("\n\"P008\"  ")));
+  EXPECT_THAT(test::contents(out + "/Line1/Line1_PANN00A.ipt"), HasSubstr(" 0.500 0.500 1\n"));
+  std::string const near = folder / "near";
+  ASSERT_EQ(kes(smallBlock(near, {"--points", "7", "--overlap", "80"})).code, 0);
+  EXPECT_NE(test::contents(out + "/Line1/footprints/PANN00A.xml"),
+            test::contents(near + "/Line1/footprints/PANN00A.xml"));
+}
+
+// A block's strips are longer than a strip alone, unless told otherwise.
+TEST(KesSimulate, BlockHasLinesOfItsOwn) {
+  test::TempFolder const folder;
+  std::string const out = folder / "block";
+  KesRun const run = kes({"simulate", out, "--dem", KESSENSOR_TERRAIN, "--samples", "64", "--strips", "1"});
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_EQ(std::filesystem::file_size(out + "/Line1/timing/PANN00A.ctg"), 20000 * sizeof(double));
+}
+
+TEST(KesSimulate, WrongBlocksAreTold) {
+  test::TempFolder const folder;
+  std::string const out = folder / "block";
+  for (char const* option : {"--cross", "--overlap", "--points", "--noise", "--crs"}) {
+    EXPECT_EQ(kes(small(out, {option, "1"})).code, 2) << option << " without strips";
+  }
+  KesRun const none = kes(small(out, {"--strips", "0"}));
+  EXPECT_EQ(none.code, 1);
+  EXPECT_EQ(none.err, "kes: error: the number of strips must be from 1 to 50\n");
+  KesRun const outside = kes({"simulate", out, "--dem", KESSENSOR_TERRAIN, "--strips", "40"});
+  EXPECT_EQ(outside.code, 1);
+  EXPECT_THAT(outside.err, testing::StartsWith("kes: error: strip \"Line1\" leaves the elevation model "));
+  EXPECT_EQ(test::entryCount(folder.path()), 0);
+}
+
 }  // namespace

@@ -44,7 +44,7 @@ protected:
     simulation::simulateFlight(plan, mFolder / name);
     return mFolder / name;
   }
-  // The strip of a flight. Cameras of all flights have one id, and the factory keeps the first; all have the same tables.
+  // The strip of a flight.
   std::unique_ptr<KESStripModel> load(std::string const& folder, bool original = false) const {
     sensor::CameraFactory::instance()->addSearchPath(folder + "/calibration");
     return std::make_unique<KESStripModel>(folder + "/strip.stp", true, original, true);
@@ -86,7 +86,7 @@ TEST_F(Flight, BandsHaveTheirPeculiarities) {
 }
 
 TEST_F(Flight, CameraHasThreeVersions) {
-  std::string const camera = fly(planOf(1)) + "/calibration/KESA0_" + simulation::CameraHead::sensorId;
+  std::string const camera = fly(planOf(1)) + "/calibration/KESA0_00500";
   for (char const* version : {"v001", "v002", "v003"}) {
     for (char const* file : {"readme.txt", "radiocal.xml", "misalignment.dat", "PANN00A.cam"}) {
       EXPECT_TRUE(test::exists(camera + "/" + version + "/" + file)) << version << file;

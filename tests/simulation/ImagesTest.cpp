@@ -5,6 +5,7 @@
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <raster/Statistics.h>
+#include <sensor/CameraFactory.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModelData.h>
 
@@ -184,13 +185,25 @@ TEST_F(Images, FullDiskLeavesNothingBehind) {
   }
 }
 
-// Cameras are known by their id, and this flight's has other samples.
-TEST_F(Images, CameraOfAnotherFlightIsNotMistaken) {
-  fly(planOf({}));
+// Cameras are known by their id, which follows from their samples.
+TEST_F(Images, FlightsOfOtherWidthsFollowOneAnother) {
   FlightPlan plan = planOf({"PANN00A"});
-  plan.samples = 64;
-  EXPECT_MESSAGE(simulation::simulateFlight(plan, mFolder / "narrow"),
-                 "the camera of another flight is in use: KESA0_30512");
+  for (int const samples : {500, 64, 1024}) {
+    plan.samples = samples;
+    EXPECT_EQ(fly(plan, std::to_string(samples).c_str()).image("PANN00A").width, samples);
+  }
+}
+
+TEST_F(Images, AnotherCameraIsNotMistaken) {
+  FlightPlan plan = planOf({});
+  plan.samples = 70;
+  simulation::simulateFlight(plan, mFolder / "other");
+  std::filesystem::rename(mFolder / "other/calibration/KESA0_00070", mFolder / "other/calibration/KESA0_00072");
+  sensor::CameraFactory::instance()->addSearchPath(mFolder / "other/calibration");
+  ASSERT_NE(sensor::CameraFactory::instance()->camera("00072", "KESA0", 3), nullptr);
+  plan.renderedBands = {"PANN00A"};
+  plan.samples = 72;
+  EXPECT_MESSAGE(simulation::simulateFlight(plan, mFolder / "narrow"), "another camera is in use: KESA0_00072");
   EXPECT_FALSE(test::exists(mFolder / "narrow"));
 }
 

@@ -1,0 +1,194 @@
+#include <geo/coordSys.h>
+#include <geo/coordSysFactory.h>
+#include <sensor/BlockModelData.h>
+#include <sensor/ImagePointList.h>
+#include <sensor/KESImage.h>
+#include <sensor/KESStripModel.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <simulation/Block.h>
+#include <simulation/CameraHead.h>
+#include <simulation/Coverage.h>
+#include <simulation/GroundPoints.h>
+#include <simulation/ImagePoints.h>
+#include <simulation/Images.h>
+#include <simulation/Output.h>
+#include <simulation/StripProject.h>
+#include <simulation/Terrain.h>
+#include <simulation/Texture.h>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace simulation {
+
+namespace {
+
+constexpr char const* blockFile = "block.blf";
+constexpr char const* calibrationFolder = "calibration";
+constexpr std::uint64_t noiseStream = 201;  // of a strip's seed; a band has one more each
+constexpr double flightPart = 0.1;          // of the work of a strip with images
+
+std::string groundPointFile() {
+  return std::string(sensor::BlockModelData::CONTROL_POINT_LOCATION) + "/" +
+         sensor::BlockModelData::CONTROL_POINT_FILENAME;
+}
+
+void require(bool isWritten, std::string const& file) {
+  if (!isWritten) {
+    throw std::runtime_error("can't write " + file);
+  }
+}
+
+std::unique_ptr<geo::coordSys> mappingSystem(BlockPlan const& plan, Terrain const& terrain) {
+  std::string definition = plan.crs;
+  if (definition.empty()) {
+    constexpr double degree = 0.017453292519943295;
+    geo::XYZPoint const middle = terrain.middle();
+    int const zone = std::clamp(static_cast<int>(std::floor((middle.x / degree + 180.0) / 6.0)) + 1, 1, 60);
+    definition = "EPSG:" + std::to_string((middle.y < 0.0 ? 32700 : 32600) + zone);
+  }
+  return std::unique_ptr<geo::coordSys>(geo::coordSysFactory::getInstance()->createCoordSys(definition));
+}
+
+// Names that aren't files, but sources that GDAL knows, stay as they are.
+std::string wholeName(std::string const& dem) {
+  std::error_code ignored;
+  return fs::exists(dem, ignored) ? fs::absolute(dem).lexically_normal().string() : dem;
+}
+
+// A block while it is being made.
+class Block {
+public:
+  Block(BlockPlan const& plan, Terrain const& terrain, CameraHead const& head, std::unique_ptr<geo::coordSys> map,
+        std::string folder)
+      : mPlan(plan), mTerrain(terrain), mFolder(std::move(folder)) {
+    head.writeCalibrations(path(calibrationFolder));
+    mBlock.setDataPath(mFolder);
+    mBlock.setDisplayName(plan.name);
+    mBlock.setCoordSys(map.release());
+    mBlock.addElevationSource(wholeName(plan.flight.dem));
+  }
+
+  /// Flies a strip and enters it.
+  FlightFiles fly(FlightPlan const& flight, Texture const* texture, Progress const& progress);
+  /// Writes the points of all strips and the block file.
+  void finish();
+
+private:
+  std::string path(std::string const& name) const { return mFolder + "/" + name; }
+  void writeImagePoints(FlightPlan const& flight, sensor::KESStripModel const& strip) const;
+  void writeGroundPoints();
+  void nameCalibrations() const;
+
+  BlockPlan const& mPlan;
+  Terrain const& mTerrain;
+  std::string mFolder;
+  sensor::BlockModelData mBlock;
+  std::vector<FlightPlan> mFlights;
+  std::vector<sensor::KESStripModel const*> mStrips;  // of these flights; the block owns them
+};
+
+// Names relative to the folder of the strip come out relative to that of the block.
+FlightFiles belowFolder(FlightFiles const& files, std::string const& folder) {
+  auto const below = [&](std::string const& name) { return folder + "/" + name; };
+  FlightFiles result{below(files.strip),       calibrationFolder,    below(files.originalEop),
+                     below(files.adjustedEop), below(files.trueEop), {}};
+  std::transform(files.images.begin(), files.images.end(), std::back_inserter(result.images), below);
+  return result;
+}
+
+FlightFiles Block::fly(FlightPlan const& flight, Texture const* texture, Progress const& progress) {
+  std::string const folder = path(flight.name);
+  double const part = texture != nullptr ? flightPart : 1.0;
+  FlightFiles files = writeStripProject(flight, mTerrain, folder, [&](double done) { progress(part * done); });
+  files.calibrations = std::string("../") + calibrationFolder;
+  if (texture != nullptr) {
+    files.images = renderImages(flight, folder, files, mTerrain, *texture,
+                                [&](double done) { progress(part + (1.0 - part) * done); });
+  }
+  auto strip = trueStrip(flight, folder, files);
+  mFlights.push_back(flight);
+  mStrips.push_back(strip.get());
+  mBlock.attach(strip.release());
+  return belowFolder(files, flight.name);
+}
+
+void Block::finish() {
+  sensor::GroundPointList points(placeGroundPoints(mPlan, mTerrain, mStrips, *mBlock.coordSys()));
+  mBlock.setGroundPoints(points);
+  for (std::size_t i = 0; i < mStrips.size(); ++i) {
+    writeImagePoints(mFlights[i], *mStrips[i]);
+  }
+  writeGroundPoints();
+  mBlock.write(path(blockFile));
+  nameCalibrations();
+}
+
+// Beside the strip file, under the names of the images.
+void Block::writeImagePoints(FlightPlan const& flight, sensor::KESStripModel const& strip) const {
+  for (int band = 0; band < strip.numBands(); ++band) {
+    auto const points = measured(strip, band, mTerrain, mBlock.groundPoints().points(), mPlan.noise,
+                                 Random(flight.seed, noiseStream + static_cast<std::uint64_t>(band)));
+    sensor::ImagePointList list(strip.img(band)->imageFileName(), path(flight.name), strip.name(), strip.bandID(band));
+    list.addPoints(points, true);
+    require(list.write() == 0, list.fileName());
+  }
+}
+
+// The list leaves the block, which would otherwise write it once more, and name its file by an absolute path.
+void Block::writeGroundPoints() {
+  require(mBlock.writeGroundPoints() == 0, path(groundPointFile()));
+  mBlock.setGroundPoints(sensor::GroundPointList());
+  mBlock.setGroundPointFile(groundPointFile());
+}
+
+// The library reads the folder of a block's calibrations, but doesn't write it.
+void Block::nameCalibrations() const {
+  std::string const file = path(blockFile);
+  std::ifstream in(fs::path(file), std::ios::binary);
+  std::string text{std::istreambuf_iterator<char>(in), {}};
+  text.insert(text.rfind("</"), std::string("    <Calibration location=\"") + calibrationFolder + "\"/>\n");
+  writeFile(file, text);
+}
+
+}  // namespace
+
+BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progress const& progress) {
+  plan.validate();
+  bool const hasImages = !renderedBands(plan.flight).empty();
+  Terrain const terrain(plan.flight.dem);
+  CameraHead const head(plan.flight.samples);
+  std::vector<FlightPlan> const flights = plan.flights();
+  for (FlightPlan const& flight : flights) {
+    requireTerrain(flight, head, terrain);
+  }
+  auto map = mappingSystem(plan, terrain);
+  std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan.flight, terrain) : nullptr;
+  NewFolder output(folder);
+  BlockFiles files{blockFile, calibrationFolder, groundPointFile(), {}};
+  {
+    Block block(plan, terrain, head, std::move(map), fs::absolute(output.path()).lexically_normal().string());
+    double const steps = static_cast<double>(flights.size()) + 1.0;
+    auto const report = [&](double done) {
+      if (progress) {
+        progress(done / steps);
+      }
+    };
+    for (FlightPlan const& flight : flights) {
+      auto const before = static_cast<double>(files.strips.size());
+      files.strips.push_back(block.fly(flight, texture.get(), [&](double done) { report(before + done); }));
+    }
+    block.finish();
+    report(steps);
+  }
+  output.keep();
+  return files;
+}
+
+}  // namespace simulation

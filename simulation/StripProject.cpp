@@ -1,0 +1,287 @@
+#include <XmlWriter.h>
+#include <geo/coordSys.h>
+#include <geo/coordSysFactory.h>
+#include <sensor/EOPData.h>
+#include <sensor/SerializerCameraKes.h>
+
+#include <QByteArray>
+#include <QIODevice>
+#include <QString>
+#include <QTextStream>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <simulation/CameraHead.h>
+#include <simulation/FlightFrame.h>
+#include <simulation/Output.h>
+#include <simulation/StripProject.h>
+#include <simulation/Timing.h>
+#include <simulation/Trajectory.h>
+#include <stdexcept>
+
+namespace simulation {
+
+namespace {
+
+constexpr std::uint32_t startOfWeek = 1268299912;  // whole seconds
+constexpr double recordsPerSecond = 200.0;
+constexpr double leadTime = 1.0;              // seconds of orientation before the first line and behind the last
+constexpr double anchorAboveTerrain = -35.0;  // metres: local heights aren't terrain heights
+
+QString qt(std::string const& text) {
+  return QString::fromStdString(text);
+}
+
+// What one band of the strip has besides its line of the camera.
+struct BandPlan {
+  std::string id;
+  int swath;
+  int offset;
+  std::vector<RateChange> rates;
+  std::string integration;  // milliseconds, or a file
+  std::string tdi;          // a file
+};
+
+// A flight while it is being made.
+class Flight {
+public:
+  Flight(FlightPlan const& plan, Terrain const& terrain, std::string folder)
+      : mPlan(plan), mFolder(std::move(folder)), mTerrain(terrain), mHead(plan.samples),
+        mCycle(FlightFrame::cycleMicroseconds(plan)), mDuration(FlightFrame::duration(plan)), mStart(plan.startTime),
+        mMiddle(mStart + 0.5 * mDuration), mMeanTerrain(meanTerrain()), mAnchor(anchor()),
+        mTrajectory(plan, mMiddle, mMeanTerrain + plan.height - mAnchor.z) {}
+
+  FlightFiles write(Progress const& progress) const;
+
+private:
+  double meanTerrain() const;
+  geo::XYZPoint anchor() const;
+  std::vector<BandPlan> bandPlans() const;
+  BandPlan bandPlan(SensorLine const& line) const;
+  void writeTiming(BandPlan const& band) const;
+  void writeOrientation(std::string const& file, Navigation* navigation) const;
+  Navigation navigation(Navigation::Accuracy const& accuracy, std::uint64_t stream) const;
+  void writeFootprint(BandPlan const& band, SensorLine const& line) const;
+  void writeStrip(std::vector<BandPlan> const& bands) const;
+  std::string path(std::string const& name) const { return mFolder + "/" + name; }
+  std::string imageName(BandPlan const& band) const { return mPlan.name + "_" + band.id + ".tif"; }
+
+  FlightPlan mPlan;
+  std::string mFolder;
+  Terrain const& mTerrain;
+  CameraHead mHead;
+  std::uint32_t mCycle;
+  double mDuration;
+  double mStart;
+  double mMiddle;
+  double mMeanTerrain;
+  geo::XYZPoint mAnchor;
+  Trajectory mTrajectory;
+};
+
+FlightFiles const files{"strip.stp", "calibration", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop", {}};
+
+// Mean height of the terrain under the path and beside it. What the elevation model doesn't cover doesn't count.
+double Flight::meanTerrain() const {
+  FlightFrame const frame(mPlan, mTerrain);
+  constexpr int steps = 100;
+  double sum = 0.0;
+  int count = 0;
+  for (int i = -steps; i <= steps; ++i) {
+    for (int j = -10; j <= 10; ++j) {
+      geo::XYZPoint const place = frame.lonLat(frame.halfLength() * i / steps, frame.halfWidth() * j / 10);
+      if (auto const height = mTerrain.height(place)) {
+        sum += *height;
+        ++count;
+      }
+    }
+  }
+  if (count == 0) {
+    throw std::runtime_error("the elevation model has no heights under the flight: " + mPlan.dem);
+  }
+  return sum / count;
+}
+
+geo::XYZPoint Flight::anchor() const {
+  geo::XYZPoint const middle = FlightFrame(mPlan, mTerrain).middle();
+  return {middle.x, middle.y, std::round(mMeanTerrain + anchorAboveTerrain)};
+}
+
+BandPlan Flight::bandPlan(SensorLine const& line) const {
+  std::uint32_t const third = static_cast<std::uint32_t>(mPlan.lines / 3);
+  BandPlan band{line.bandId, mPlan.samples, 0, {{0, mCycle}}, "", ""};
+  if (line.bandId == "NIRF16A") {
+    band.rates = {{0, mCycle}, {third, mCycle * 9 / 8}, {2 * third, mCycle * 7 / 8}};
+  } else if (line.bandId == "REDF16A") {
+    band.integration = "timing/REDF16A.it";
+    band.tdi = "timing/REDF16A.tdi";
+  } else if (line.bandId == "GRNF16A") {
+    band.swath = mPlan.samples * 3 / 4;
+    band.offset = mPlan.samples / 8;
+  } else if (line.bandId == "BLUF16A") {
+    band.integration = QString::number(mCycle * 0.8e-3, 'f', 3).toStdString();
+  }
+  return band;
+}
+
+std::vector<BandPlan> Flight::bandPlans() const {
+  std::vector<BandPlan> bands;
+  for (SensorLine const& line : mHead.lines()) {
+    bands.push_back(bandPlan(line));
+  }
+  return bands;
+}
+
+void Flight::writeTiming(BandPlan const& band) const {
+  writeLineTimes(path("timing/" + band.id + ".ctg"), lineTimes(mStart, mPlan.lines, band.rates), band.rates);
+  if (band.tdi.empty()) {
+    return;
+  }
+  auto const quarter = static_cast<std::uint32_t>(mPlan.lines / 4);
+  writeTdiStages(path(band.tdi), {{0, 1}, {quarter, 2}, {2 * quarter, 4}, {3 * quarter, 2}});
+  writeIntegrationTimes(path(band.integration),
+                        {{0, mCycle * 9 / 10}, {quarter + quarter / 2, mCycle * 7 / 10}, {3 * quarter, mCycle / 2}});
+}
+
+Navigation Flight::navigation(Navigation::Accuracy const& accuracy, std::uint64_t stream) const {
+  return {accuracy, Random(mPlan.seed, stream)};
+}
+
+// Without a navigation, the truth.
+void Flight::writeOrientation(std::string const& file, Navigation* navigation) const {
+  sensor::EOPData eop;
+  eop.setAnchorPoint(mAnchor);
+  eop.setPOSSource("simulated inertial navigation");
+  eop.setTMSource("simulated camera clock");
+  eop.setAppSource("kessensor simulation");
+  eop.setAbsTime(sensor::seconds(startOfWeek + static_cast<std::uint32_t>(mStart)));
+  std::int64_t const first = std::llround((mStart - leadTime) * recordsPerSecond);
+  // Rates that change may take an eighth longer than the flight at the first rate.
+  std::int64_t const last = std::llround((mStart + mDuration * 1.125 + leadTime) * recordsPerSecond);
+  for (std::int64_t i = first; i <= last; ++i) {
+    double const time = static_cast<double>(i) / recordsPerSecond;
+    Pose const pose = mTrajectory.at(time);
+    eop.addEOP((navigation != nullptr ? navigation->measured(pose, time) : pose).record(time));
+  }
+  if (navigation != nullptr) {
+    auto const position = static_cast<float>(navigation->accuracy().position);
+    auto const angle = static_cast<float>(navigation->accuracy().angle);
+    eop.setDefaultStdDevs(position, position, position, angle, angle, angle);
+    for (int i = 0; i < eop.numSets(); ++i) {
+      eop.setStdDevs(i, position, position, position, angle, angle, angle);
+    }
+  }
+  eop.write(path(file), 0);
+}
+
+// Where the rays of the band's corners and edges meet the mean terrain, in longitude and latitude.
+void Flight::writeFootprint(BandPlan const& band, SensorLine const& line) const {
+  std::unique_ptr<geo::coordSys> const local(geo::coordSysFactory::getInstance()->createLSR84(mAnchor));
+  std::unique_ptr<geo::coordSys> const geographic(geo::coordSysFactory::getInstance()->createGEO84(true, false));
+  std::vector<double> const times = lineTimes(mStart, mPlan.lines, band.rates);
+  QByteArray text;
+  QTextStream stream(&text, QIODevice::WriteOnly);
+  XmlWriter writer(stream, 0);
+  writer.writeStartDocument();
+  writer.addAttribute(QStringLiteral("band"), qt(band.id));
+  writer.writeStartElement(QStringLiteral("Footprint"));
+  auto const addPoint = [&](int sample, std::size_t lineNumber) {
+    Pose const pose = mTrajectory.at(times[lineNumber]);
+    auto const r = pose.rotation();
+    geo::XYPoint const focal = line.at(sample + band.offset);
+    std::array<double, 3> const ray{focal.x, focal.y, -static_cast<double>(CameraHead::focalLength)};
+    auto const turned = [&](std::size_t row) { return r[row] * ray[0] + r[row + 1] * ray[1] + r[row + 2] * ray[2]; };
+    double const s = (mMeanTerrain - mAnchor.z - pose.position.z) / turned(6);
+    geo::XYZPoint point(pose.position.x + s * turned(0), pose.position.y + s * turned(3), mMeanTerrain - mAnchor.z);
+    geo::coordSys::transform(local.get(), geographic.get(), point, point);
+    writer.addAttribute(QStringLiteral("lon"), point.x, 'f', 9);
+    writer.addAttribute(QStringLiteral("lat"), point.y, 'f', 9);
+    writer.writeElement(QStringLiteral("Point"), "");
+  };
+  constexpr std::size_t steps = 8;
+  for (std::size_t i = 0; i <= steps; ++i) {
+    addPoint(0, i * (times.size() - 1) / steps);
+  }
+  for (std::size_t i = 0; i <= steps; ++i) {
+    addPoint(band.swath - 1, (steps - i) * (times.size() - 1) / steps);
+  }
+  writer.writeEndDocument();
+  stream.flush();
+  writeFile(path("footprints/" + band.id + ".xml"), {text.constData(), static_cast<std::size_t>(text.size())});
+}
+
+void Flight::writeStrip(std::vector<BandPlan> const& bands) const {
+  QByteArray text;
+  QTextStream stream(&text, QIODevice::WriteOnly);
+  XmlWriter writer(stream, 0);
+  writer.writeStartDocument();
+  writer.addAttribute(QStringLiteral("version"), "1.0");
+  writer.addAttribute(QStringLiteral("mean_terrain_height"), mMeanTerrain - mAnchor.z, 'f', 2);
+  writer.addAttribute(QStringLiteral("name"), qt(mPlan.name));
+  writer.writeStartElement(QStringLiteral("Strip"));
+  writer.addAttribute(QStringLiteral("location"), "images");
+  writer.writeStartElement(QStringLiteral("Images"));
+  for (BandPlan const& band : bands) {
+    writer.addAttribute(QStringLiteral("filename"), qt(imageName(band)));
+    writer.addAttribute(QStringLiteral("band"), qt(band.id));
+    writer.addAttribute(QStringLiteral("footprint"), qt("footprints/" + band.id + ".xml"));
+    writer.addAttribute(QStringLiteral("timing"), qt("timing/" + band.id + ".ctg"));
+    if (!band.integration.empty()) {
+      writer.addAttribute(QStringLiteral("it"), qt(band.integration));
+    }
+    if (!band.tdi.empty()) {
+      writer.addAttribute(QStringLiteral("tdi"), qt(band.tdi));
+    }
+    writer.addAttribute(QStringLiteral("swath"), band.swath);
+    writer.addAttribute(QStringLiteral("offset"), band.offset);
+    writer.writeElement(QStringLiteral("Image"), "");
+  }
+  writer.writeEndElement();
+  writer.addAttribute(QStringLiteral("version"),
+                      qt(sensor::SerializerCameraKes::versionFolderName(CameraHead::currentVersion)));
+  writer.addAttribute(QStringLiteral("sensor_id"), qt(CameraHead::sensorId(mPlan.samples)));
+  writer.addAttribute(QStringLiteral("sensor_type"), CameraHead::type);
+  writer.writeElement(QStringLiteral("Calibration"), "");
+  writer.addAttribute(QStringLiteral("filename"), qt(files.originalEop));
+  writer.addAttribute(QStringLiteral("filename_adjusted"), qt(files.adjustedEop));
+  writer.writeElement(QStringLiteral("EOP"), "");
+  writer.addAttribute(QStringLiteral("location"), "raw");
+  writer.writeElement(QStringLiteral("RawData"), "");
+  writer.writeEndDocument();
+  stream.flush();
+  writeFile(path(files.strip), {text.constData(), static_cast<std::size_t>(text.size())});
+}
+
+FlightFiles Flight::write(Progress const& progress) const {
+  for (char const* folder : {"images", "timing", "footprints", "eop", "truth", "raw"}) {
+    makeFolder(path(folder));
+  }
+  writeFile(path("raw/readme.txt"), "A simulated flight has no raw data.\n");
+  std::vector<BandPlan> const bands = bandPlans();
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    writeTiming(bands[i]);
+    writeFootprint(bands[i], mHead.lines()[i]);
+  }
+  progress(0.5);
+  enum Stream : std::uint64_t { originalErrors = 101, adjustedErrors };
+  Navigation original = navigation(Navigation::original, originalErrors);
+  Navigation adjusted = navigation(Navigation::adjusted, adjustedErrors);
+  writeOrientation(files.trueEop, nullptr);
+  writeOrientation(files.originalEop, &original);
+  progress(0.9);
+  writeOrientation(files.adjustedEop, &adjusted);
+  writeStrip(bands);
+  progress(1.0);
+  return files;
+}
+
+}  // namespace
+
+FlightFiles writeStripProject(FlightPlan const& plan, Terrain const& terrain, std::string const& folder,
+                              Progress const& progress) {
+  return Flight(plan, terrain, folder).write(progress);
+}
+
+}  // namespace simulation
