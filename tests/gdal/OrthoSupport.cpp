@@ -70,7 +70,11 @@ geo::XYPoint Raster::centre(int column, int row) const {
 OrthoFlight::OrthoFlight(FlightSetup const& flightSetup) : setup(flightSetup) {
   double const focalX = setup.look * SmallStrip::focalLength * 1000.0;
   small.sensorId = "T" + std::to_string(static_cast<int>(focalX));  // cameras stay in the process
-  small.bands = {SmallBand{.x = focalX}, SmallBand{.id = "PANN00B", .x = focalX}};
+  small.bands.clear();
+  for (std::string const& id : setup.bands) {
+    small.bands.push_back(SmallBand{.id = id, .x = focalX});
+    small.sensorId += id;
+  }
   small.direction = setup.direction;
   small.lines = setup.lines;
   small.anchorLongitude = setup.longitude;

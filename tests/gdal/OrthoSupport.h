@@ -47,10 +47,11 @@ struct FlightSetup {
   double look = 0.0;               ///< Tangent of the angle by which both bands look ahead.
   std::string longitude = "-1.4";  ///< Of the anchor, radians; its latitude is 0.6.
   std::string system = "EPSG:32617";
+  std::vector<std::string> bands{"PANN00A", "PANN00B"};
 };
 
 /// A level, straight flight over hills, whose image positions follow from a formula: lines of 1 m, 101 samples of
-/// 2 m at the height of the anchor, 1000 m below. Its two bands look the same way. The map is in UTM, as the terrain.
+/// 2 m at the height of the anchor, 1000 m below. Its bands look the same way. The map is in UTM, as the terrain.
 class OrthoFlight {
 public:
   explicit OrthoFlight(FlightSetup const& flightSetup = {});

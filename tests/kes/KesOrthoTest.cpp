@@ -1,5 +1,5 @@
 #include "Kes.h"
-#include "gdal/OrthoSupport.h"
+#include "gdal/MosaicSupport.h"
 #include "support/Matchers.h"
 
 #include <cmath>
@@ -103,6 +103,68 @@ TEST_F(KesOrtho, OrientationIsChosen) {
     ground.x -= shift;
     EXPECT_NEAR(raster.at(column, row), 100.0 + mFlight.image(ground).y, 0.01) << orientation;
   }
+}
+
+// Two strips that overlap, and a block of them, in which "Earlier" comes before "Later".
+class KesOrthoOfTwo : public testing::Test {
+protected:
+  KesOrthoOfTwo() {
+    rename(mFlights.first, "Earlier");
+    rename(mFlights.second, "Later");
+    mBlock = mFlights.first.folder.file("block.blf",
+                                        "<Block version=\"1.0\" name=\"Valley\"><Strips><Strip filename=\"" + mSecond +
+                                            "\"/><Strip filename=\"" + mFirst +
+                                            "\"/></Strips><CoordinateSystem definition=\"EPSG:32633\"/></Block>");
+  }
+
+  static void rename(test::OrthoFlight const& flight, std::string const& name) {
+    std::string text = test::contents(flight.folder / "strip.stp");
+    text.replace(text.find("\"Small\""), 7, "\"" + name + "\"");
+    flight.folder.file("strip.stp", text);
+  }
+
+  KesRun ortho(std::vector<std::string> arguments, std::string const& band = "PANN00A") const {
+    arguments.insert(arguments.begin(), "ortho");
+    arguments.insert(arguments.end(), {"--calibrations", mFlights.first.folder / "calibration", "--band", band, "--dem",
+                                       mFlights.first.terrain->fileName(), "--crs", "EPSG:32617", "--gsd", "1.5",
+                                       "--nodata", "-1", "-o", mFlights.output()});
+    return kes(arguments);
+  }
+  std::string fileOf(std::vector<std::string> const& arguments) const {
+    KesRun const run = ortho(arguments);
+    EXPECT_EQ(run.code, 0) << run.err;
+    return test::contents(mFlights.output());
+  }
+
+  test::TwoFlights mFlights;
+  std::string mFirst = mFlights.first.folder / "strip.stp";
+  std::string mSecond = mFlights.second.folder / "strip.stp";
+  std::string mBlock;
+};
+
+TEST_F(KesOrthoOfTwo, StripsAndTheirBlockGiveTheSameFile) {
+  kesgdal::OrthoPlan plan = mFlights.first.plan(1.5);
+  plan.bands = {"PANN00A"};
+  std::string const expected = mFlights.bytes(plan, mFlights.strips());
+  EXPECT_TRUE(fileOf({mFirst, mSecond}) == expected);
+  EXPECT_TRUE(fileOf({mBlock}) == expected);
+  EXPECT_FALSE(fileOf({mSecond}) == expected);
+}
+
+TEST_F(KesOrthoOfTwo, BandThatNoneHasIsTold) {
+  KesRun const run = ortho({mBlock}, "PANF27A");
+  EXPECT_EQ(run.code, 1);
+  EXPECT_EQ(run.err, "kes: error: no band \"PANF27A\" in the strips, which have PANN00A, PANN00B\n");
+  EXPECT_FALSE(test::exists(mFlights.output()));
+}
+
+TEST_F(KesOrthoOfTwo, ImageThatTheSecondLacksIsTold) {
+  std::filesystem::remove(mFlights.second.imageName("PANN00A"));
+  KesRun const run = ortho({mBlock});
+  EXPECT_EQ(run.code, 1);
+  EXPECT_THAT(run.err, StartsWith("kes: error: image of band PANN00A: can't open " +
+                                  mFlights.second.imageName("PANN00A") + ": "));
+  EXPECT_FALSE(test::exists(mFlights.output()));
 }
 
 TEST_F(KesOrtho, WrongUsageGivesTwo) {
