@@ -89,6 +89,7 @@ FlightPlan BlockPlan::across(int i) const {
 
 std::vector<FlightPlan> BlockPlan::flights() const {
   std::vector<FlightPlan> plans;
+  plans.reserve(static_cast<std::size_t>(strips) + static_cast<std::size_t>(crossStrips));
   for (int i = 0; i < strips; ++i) {
     plans.push_back(parallel(i));
   }
