@@ -112,7 +112,8 @@ void StripSurvey::requireBands() const {
     if (mKnownBands.count(id) == 0) {
       std::string known;
       for (std::string const& other : mKnownBands) {
-        known += (known.empty() ? "" : ", ") + other;
+        known += known.empty() ? "" : ", ";
+        known += other;
       }
       throw std::runtime_error("no band \"" + id + "\" in the strip" +
                                (mStrips.size() == 1 ? ", which has " : "s, which have ") + known);
