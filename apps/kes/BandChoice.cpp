@@ -25,7 +25,7 @@ void BandChoice::requireAll() const {
     if (mKnown.count(id) == 0) {
       std::string known;
       for (std::string const& other : mKnown) {
-        known += (known.empty() ? "" : ", ") + other;
+        known.append(known.empty() ? "" : ", ").append(other);
       }
       throw std::runtime_error("no band \"" + id + "\" in the strip" +
                                (mStrips == 1 ? ", which has " : "s, which have ") + known);

@@ -1,6 +1,7 @@
 #include "Strip.h"
 
 #include <stdexcept>
+#include <vector>
 
 namespace kes {
 
@@ -21,19 +22,6 @@ int bandIndex(sensor::KESStripModel const& strip, std::string const& bandId) {
     throw std::runtime_error("no band \"" + bandId + "\" in the strip, which has " + list);
   }
   return index;
-}
-
-std::vector<int> bandIndices(sensor::KESStripModel const& strip, std::vector<std::string> const& bandIds) {
-  std::vector<int> indices;
-  if (bandIds.empty()) {
-    for (int band = 0; band < strip.numBands(); ++band) {
-      indices.push_back(band);
-    }
-  }
-  for (std::string const& bandId : bandIds) {
-    indices.push_back(bandIndex(strip, bandId));
-  }
-  return indices;
 }
 
 TimeSpan spanOf(sensor::EOPData const& eop) {

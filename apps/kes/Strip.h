@@ -5,7 +5,6 @@
 #include <sensor/kessensor.h>
 
 #include <string>
-#include <vector>
 
 namespace kes {
 
@@ -19,9 +18,6 @@ struct StripOptions {
 
 /// The index of a band id; throws "no band \"ID\" in the strip, which has ..." when there is none.
 int bandIndex(sensor::KESStripModel const& strip, std::string const& bandId);
-
-/// The indices of the band ids given, or of all bands.
-std::vector<int> bandIndices(sensor::KESStripModel const& strip, std::vector<std::string> const& bandIds);
 
 /// First and last GPS time (seconds) of the orientation's records; 0 without records.
 struct TimeSpan {

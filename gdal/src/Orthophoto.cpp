@@ -24,7 +24,7 @@ constexpr double warpPart = 0.85;
 OGRSpatialReference mapReference(geo::coordSys const& map) {
   OGRSpatialReference reference = spatialReferenceOf(map);
   if (reference.IsProjected() == 0 && reference.IsGeographic() == 0) {
-    throw std::runtime_error("coordinate system \"" + definitionOf(map) + "\" is neither projected nor geographic");
+    throw std::runtime_error("coordinate system \"" + map.definition() + "\" is neither projected nor geographic");
   }
   return reference;
 }
