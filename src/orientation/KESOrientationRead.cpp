@@ -4,14 +4,13 @@
 
 #include <sensor/KESOrientation.h>
 
-#include <QByteArray>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
 #include <new>
 #include <optional>
+#include <type_traits>
 
 namespace sensor {
 
@@ -23,14 +22,17 @@ constexpr int failed = 1;
 constexpr std::int64_t recordSize = sizeof(odf);
 static_assert(recordSize == 40 && std::is_trivially_copyable_v<odf>, "records are read as they lie in memory");
 
-// A number that is too long for its type.
+// A number that its type can't hold.
 std::int64_t farthest(std::string_view digits, std::int64_t /*type*/) {
   using Limits = std::numeric_limits<std::int64_t>;
   return digits.front() == '-' ? Limits::min() : Limits::max();
 }
 
 double farthest(std::string_view digits, double /*type*/) {
-  return QByteArray(digits.data(), static_cast<int>(digits.size())).toDouble();
+  // No field has room for as many digits as such an exponent: its sign tells which way the number is too far.
+  bool const isTiny = digits.find('-', 1) != std::string_view::npos;
+  double const size = isTiny ? 0.0 : std::numeric_limits<double>::infinity();
+  return digits.front() == '-' ? -size : size;
 }
 
 // The number at the beginning of a text, blanks before it aside.
