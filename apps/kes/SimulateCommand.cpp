@@ -23,6 +23,9 @@ int simulate(Options const& options) {
   listing.add("strip", options.folder + "/" + files.strip);
   listing.add("calibrations", options.folder + "/" + files.calibrations);
   listing.add("true orientation", options.folder + "/" + files.trueEop);
+  for (std::string const& file : files.supportFiles) {
+    listing.add("support file", options.folder + "/" + file);
+  }
   for (std::string const& image : files.images) {
     listing.add("image", options.folder + "/" + image);
   }
@@ -61,6 +64,10 @@ void addSimulate(CLI::App& app, Run& run) {
       ->check(CLI::ExistingFile);
   command->add_option("--texture-seed", options->plan.textureSeed, "Of the fine pattern of the shaded terrain")
       ->capture_default_str();
+  command
+      ->add_flag("--odf{1.2}", options->plan.odfVersion,
+                 "Write the orientation as a file for each band, too, with support files; --odf=1.0 in the old version")
+      ->check(CLI::IsMember({"1.0", "1.2"}));
   command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A");
   command->callback([options, &run] { run = [options] { return simulate(*options); }; });
 }
