@@ -141,6 +141,15 @@ void warnOfBlanks(std::string const& name) {
   }
 }
 
+// A disk may have been full: the export itself doesn't tell.
+bool isWhole(std::string const& file) {
+  try {
+    return isComplete(readSupportFile(file));
+  } catch (std::runtime_error const&) {
+    return false;
+  }
+}
+
 // Everything is of the original orientation, the image's own ground sampling distance too.
 int exportFile(Options const& options) {
   options.strip.camera.apply();
@@ -150,7 +159,7 @@ int exportFile(Options const& options) {
   warnOfBlanks(options.adjusted);
   NameBeside const beside(options.out);
   bool const written = image.exportSupportFile(beside.name(), options.original, options.adjusted) &&
-                       isComplete(readSupportFile(beside.name())) && beside.replaceFile();
+                       isWhole(beside.name()) && beside.replaceFile();
   if (!written) {
     throw std::runtime_error("can't write " + options.out);
   }

@@ -119,7 +119,7 @@ TEST_F(OdfJoint, StepBackInTimeLoadsAndProjects) {
     auto const strip = load();
     stepsBack += timesThatDontRise(*strip->eop());
     // Between records of 15 ms the vibrations of 30 microradians are lost: some centimetres from 2000 m.
-    EXPECT_LT(largestDistance(project(*strip, 0), before), 0.5) << begin;
+    EXPECT_LT(largestDistance(project(*strip, 0), before), 0.1) << begin;
   }
   EXPECT_GT(stepsBack, 0);
 }
