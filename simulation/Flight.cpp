@@ -188,6 +188,7 @@ std::vector<TimedPose> Flight::measured(std::vector<TimedPose> const& truth, Nav
                                         std::uint64_t stream) const {
   Navigation navigation(accuracy, Random(mPlan.seed, stream));
   std::vector<TimedPose> poses;
+  poses.reserve(truth.size());
   for (TimedPose const& pose : truth) {
     poses.push_back({pose.time, navigation.measured(pose.pose, pose.time)});
   }

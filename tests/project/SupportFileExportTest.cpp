@@ -212,7 +212,7 @@ TEST_F(SupportFileExport, CalibrationIsCutAtTheFirstBin) {
 // Seconds are all that a date shows.
 TEST_F(SupportFileExport, DatesAreThoseOfTheExport) {
   auto const text = [](char const* keyword, QDateTime const& time) {
-    return keyword + QLocale::c().toString(time, "ddd MMM dd hh:mm:ss yyyy").toStdString() + "\"";
+    return keyword + QLocale::c().toString(time, QStringLiteral("ddd MMM dd hh:mm:ss yyyy")).toStdString() + "\"";
   };
   auto strip = read(true);
   QDateTime const before = QDateTime::currentDateTime();
