@@ -43,7 +43,7 @@ std::string const& odfFile() {
 }
 
 void readOdf(benchmark::State& state) {
-  std::string const file = odfFile();
+  std::string const& file = odfFile();
   for (auto _ : state) {
     sensor::KESOrientation const store(file);
     benchmark::DoNotOptimize(store.numSets());
@@ -53,7 +53,7 @@ void readOdf(benchmark::State& state) {
 BENCHMARK(readOdf)->Name("read an ODF of a million records")->Unit(benchmark::kMillisecond);
 
 void readBytes(benchmark::State& state) {
-  std::string const file = odfFile();
+  std::string const& file = odfFile();
   for (auto _ : state) {
     std::ifstream in(file, std::ios::binary);
     std::vector<char> bytes(fileSize);

@@ -57,7 +57,7 @@ public:
 private:
   void retrieveODFfile(std::vector<std::string> const& odfFiles, std::string& first, std::string& last);
   int firstIndexMaxODF(std::string const& first, std::string const& last);
-  geo::XYZPoint anchorFromSup(std::string supportFile);
+  geo::XYZPoint anchorFromSup(std::string const& supportFile);
   int settleAnchor(KESOrientation const& first, std::size_t odfCount, std::vector<std::string> const& supportFiles,
                    geo::XYZPoint& anchor);
   int anchorOfHeaders(KESOrientation const& first, geo::XYZPoint& anchor) const;

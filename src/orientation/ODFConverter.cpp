@@ -104,6 +104,7 @@ int ODFConverter::run(std::vector<std::string> const& supportFiles, bool adjuste
   }
   std::string const key = adjusted ? "ADJUSTED_ORIENTATION" : "ORIGINAL_ORIENTATION";
   std::vector<std::string> odfFiles;
+  odfFiles.reserve(supportFiles.size());
   for (std::string const& supportFile : supportFiles) {
     odfFiles.push_back(odfNameIn(supportFile, key));
   }
@@ -206,7 +207,7 @@ int ODFConverter::anchorOfSupportFiles(std::vector<std::string> const& supportFi
   return done;
 }
 
-geo::XYZPoint ODFConverter::anchorFromSup(std::string supportFile) {
+geo::XYZPoint ODFConverter::anchorFromSup(std::string const& supportFile) {
   SupportFileStream file(supportFile);
   geo::XYZPoint anchor;
   for (std::string word; file.next(word);) {

@@ -103,14 +103,14 @@ TEST_F(KESOrientationBadFiles, CountThatLiesDropsOlderRecords) {
 }
 
 // A file of holes, as large as its count wants it, minus a byte: more than can be made up.
-TEST_F(KESOrientationBadFiles, LargeFileOfHolesIsNotAnswered) {
+TEST_F(KESOrientationBadFiles, LargeFileOfHolesThatIsCutGivesNoRecords) {
   std::string const name = mFolder.file("a.odf", OdfFile().with(176, "214748364").bytes());
   std::filesystem::resize_file(name, 512 + std::uintmax_t{40} * 214748364 - 1);
   EXPECT_EQ(mStore.read(name), 1);
   EXPECT_EQ(mStore.numSets(), 0);
 }
 
-// 0xAC of a byte order mark, blanks, digits, signs and letters.
+// Ends of texts, blanks, signs, digits, letters, and bytes that are no ASCII.
 TEST_F(KESOrientationBadFiles, AnyByteOfTheHeaderMayBeAnything) {
   std::string const bytes = OdfFile().bytes();
   for (std::size_t i = 0; i < test::odfHeaderSize; ++i) {

@@ -15,8 +15,6 @@ using sensor::seconds;
 using test::OdfFile;
 using test::SameBits;
 
-constexpr double degree = 0.017453292519943295;
-
 using ODFConverterTest = test::TakeTest;
 
 TEST_F(ODFConverterTest, SingleOdfIsTakenOnce) {

@@ -125,7 +125,7 @@ TEST(StripAOdf, FilesAreWrittenAsTheyWere) {
     if (expected.at("version") == "ODF 1.2") {
       ASSERT_EQ(store.write(folder / "a.odf"), 2);
       std::string const original = test::contents(store.fileName());
-      // Without records in the internal vectors the packed records and bases stay as they are.
+      // Without internal vectors the packed records and bases stay as they are.
       EXPECT_EQ(test::contents(folder / "a.odf"), original);
     }
   });
