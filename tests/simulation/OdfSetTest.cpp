@@ -57,6 +57,7 @@ protected:
   std::string path(std::string const& name) const { return mFolder / ("flight/" + name); }
   std::vector<std::string> paths(std::vector<std::string> const& names) const {
     std::vector<std::string> result;
+    result.reserve(names.size());
     for (std::string const& name : names) {
       result.push_back(path(name));
     }
