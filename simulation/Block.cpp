@@ -65,9 +65,10 @@ std::string wholeName(std::string const& dem) {
 // A block while it is being made.
 class Block {
 public:
+  // The folder is where to write, the other is what it will be in the end.
   Block(BlockPlan const& plan, Terrain const& terrain, CameraHead const& head, std::unique_ptr<geo::coordSys> map,
-        std::string folder)
-      : mPlan(plan), mTerrain(terrain), mFolder(std::move(folder)) {
+        std::string folder, std::string finalFolder)
+      : mPlan(plan), mTerrain(terrain), mFolder(std::move(folder)), mFinalFolder(std::move(finalFolder)) {
     head.writeCalibrations(path(calibrationFolder));
     mBlock.setDataPath(mFolder);
     mBlock.setDisplayName(plan.name);
@@ -89,6 +90,7 @@ private:
   BlockPlan const& mPlan;
   Terrain const& mTerrain;
   std::string mFolder;
+  std::string mFinalFolder;
   sensor::BlockModelData mBlock;
   std::vector<FlightPlan> mFlights;
   std::vector<sensor::KESStripModel const*> mStrips;  // of these flights; the block owns them
@@ -97,17 +99,22 @@ private:
 // Names relative to the folder of the strip come out relative to that of the block.
 FlightFiles belowFolder(FlightFiles const& files, std::string const& folder) {
   auto const below = [&](std::string const& name) { return folder + "/" + name; };
-  FlightFiles result{below(files.strip),       calibrationFolder,    below(files.originalEop),
-                     below(files.adjustedEop), below(files.trueEop), {}};
-  std::transform(files.images.begin(), files.images.end(), std::back_inserter(result.images), below);
-  return result;
+  auto const allBelow = [&](std::vector<std::string> const& names) {
+    std::vector<std::string> result;
+    std::transform(names.begin(), names.end(), std::back_inserter(result), below);
+    return result;
+  };
+  return {
+      below(files.strip),          calibrationFolder,      below(files.originalEop),     below(files.adjustedEop),
+      below(files.trueEop),        allBelow(files.images), allBelow(files.originalOdfs), allBelow(files.adjustedOdfs),
+      allBelow(files.supportFiles)};
 }
 
 FlightFiles Block::fly(FlightPlan const& flight, Texture const* texture, Progress const& progress) {
   std::string const folder = path(flight.name);
   double const part = texture != nullptr ? flightPart : 1.0;
-  FlightFiles files = writeStripProject(flight, mTerrain, folder, [&](double done) { progress(part * done); });
-  files.calibrations = std::string("../") + calibrationFolder;
+  StripPlace const place{folder, mFinalFolder + "/" + flight.name, std::string("../") + calibrationFolder};
+  FlightFiles files = writeStripProject(flight, mTerrain, place, [&](double done) { progress(part * done); });
   if (texture != nullptr) {
     files.images = renderImages(flight, folder, files, mTerrain, *texture,
                                 [&](double done) { progress(part + (1.0 - part) * done); });
@@ -173,7 +180,7 @@ BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progr
   NewFolder output(folder);
   BlockFiles files{blockFile, calibrationFolder, groundPointFile(), {}};
   {
-    Block block(plan, terrain, head, std::move(map), fs::absolute(output.path()).lexically_normal().string());
+    Block block(plan, terrain, head, std::move(map), absoluteFolder(output.path()), absoluteFolder(folder));
     double const steps = static_cast<double>(flights.size()) + 1.0;
     auto const report = [&](double done) {
       if (progress) {

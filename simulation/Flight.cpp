@@ -22,8 +22,8 @@ FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Pr
   Terrain const terrain(plan.dem);
   std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan, terrain) : nullptr;
   NewFolder output(folder);
-  FlightFiles written =
-      writeStripProject(plan, terrain, output.path(), [&](double done) { report(projectPart * done); });
+  FlightFiles written = writeStripProject(plan, terrain, {output.path(), absoluteFolder(folder)},
+                                          [&](double done) { report(projectPart * done); });
   CameraHead(plan.samples).writeCalibrations(output.path() + "/" + written.calibrations);
   if (hasImages) {
     written.images = renderImages(plan, output.path(), written, terrain, *texture,

@@ -17,6 +17,11 @@ struct FlightFiles {
   std::string trueEop;
   /// The images that were rendered, in the camera's order.
   std::vector<std::string> images;
+  /// The orientation files of the bands, in the camera's order, by the original and the adjusted orientation, and the support
+  /// files that name both.
+  std::vector<std::string> originalOdfs;
+  std::vector<std::string> adjustedOdfs;
+  std::vector<std::string> supportFiles;
 };
 
 /// Called with the part that is done, 0 to 1.
@@ -31,6 +36,10 @@ using Progress = std::function<void(double)>;
 ///
 /// The images that the plan asks for are rendered (see `Renderer`) as the camera with its true orientation saw the ground, and
 /// have their statistics beside them.
+///
+/// With a version of ODFs in the plan, both orientations are written band by band, too: the files of all bands cover the lines,
+/// but each begins and ends a little later than that of the band before it. A support file for each band names them by
+/// their full path, so only flights into one folder are equal then. Such a path may have no blanks.
 ///
 /// Throws std::runtime_error when the plan can't be flown, has an unknown band or a texture that can't be used, the terrain
 /// can't be read or lies elsewhere, or the folder can't be written or isn't empty.

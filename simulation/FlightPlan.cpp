@@ -18,6 +18,8 @@ void FlightPlan::validate() const {
   require(samples >= minSamples && samples <= maxSamples, "the number of samples must be from 64 to 60000");
   require(height >= 200.0 && height <= 12000.0, "the height must be from 200 to 12000 metres");
   require(heading >= 0.0 && heading <= 360.0, "the heading must be from 0 to 360 degrees");
+  require(odfVersion.empty() || odfVersion == oldOdf || odfVersion == currentOdf,
+          "the version of orientation files must be 1.0 or 1.2");
 }
 
 }  // namespace simulation

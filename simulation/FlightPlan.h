@@ -36,6 +36,11 @@ struct FlightPlan {
   std::string texture;
   /// The seed of that pattern: flights over one terrain at one height see the same ground when it is the same.
   std::uint64_t textureSeed = 1;
+  /// Version of the orientation files of single bands (ODF) that are written, `oldOdf` or `currentOdf`; empty: none.
+  std::string odfVersion;
+  static constexpr char const* oldOdf = "1.0";
+  static constexpr char const* currentOdf = "1.2";
+
   /// Threads that render, 0 for as many as the machine runs at a time. Images don't depend on it.
   int threads = 0;
 

@@ -12,9 +12,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <memory>
 #include <simulation/CameraHead.h>
 #include <simulation/FlightFrame.h>
+#include <simulation/OdfSet.h>
 #include <simulation/Output.h>
 #include <simulation/StripProject.h>
 #include <simulation/Timing.h>
@@ -47,8 +49,8 @@ struct BandPlan {
 // A flight while it is being made.
 class Flight {
 public:
-  Flight(FlightPlan const& plan, Terrain const& terrain, std::string folder)
-      : mPlan(plan), mFolder(std::move(folder)), mTerrain(terrain), mHead(plan.samples),
+  Flight(FlightPlan const& plan, Terrain const& terrain, StripPlace place)
+      : mPlan(plan), mPlace(std::move(place)), mTerrain(terrain), mHead(plan.samples),
         mCycle(FlightFrame::cycleMicroseconds(plan)), mDuration(FlightFrame::duration(plan)), mStart(plan.startTime),
         mMiddle(mStart + 0.5 * mDuration), mMeanTerrain(meanTerrain()), mAnchor(anchor()),
         mTrajectory(plan, mMiddle, mMeanTerrain + plan.height - mAnchor.z) {}
@@ -61,15 +63,21 @@ private:
   std::vector<BandPlan> bandPlans() const;
   BandPlan bandPlan(SensorLine const& line) const;
   void writeTiming(BandPlan const& band) const;
-  void writeOrientation(std::string const& file, Navigation* navigation) const;
-  Navigation navigation(Navigation::Accuracy const& accuracy, std::uint64_t stream) const;
+  std::vector<TimedPose> truth() const;
+  std::vector<TimedPose> measured(std::vector<TimedPose> const& truth, Navigation::Accuracy const& accuracy,
+                                  std::uint64_t stream) const;
+  void writeOrientation(std::string const& file, std::vector<TimedPose> const& poses,
+                        Navigation::Accuracy const* accuracy) const;
+  void writeOrientations(FlightFiles& written) const;
+  OdfSet odfSet() const;
+  std::uint32_t absoluteTime() const { return startOfWeek + static_cast<std::uint32_t>(mStart); }
   void writeFootprint(BandPlan const& band, SensorLine const& line) const;
   void writeStrip(std::vector<BandPlan> const& bands) const;
-  std::string path(std::string const& name) const { return mFolder + "/" + name; }
+  std::string path(std::string const& name) const { return mPlace.folder + "/" + name; }
   std::string imageName(BandPlan const& band) const { return mPlan.name + "_" + band.id + ".tif"; }
 
   FlightPlan mPlan;
-  std::string mFolder;
+  StripPlace mPlace;
   Terrain const& mTerrain;
   CameraHead mHead;
   std::uint32_t mCycle;
@@ -81,7 +89,7 @@ private:
   Trajectory mTrajectory;
 };
 
-FlightFiles const files{"strip.stp", "calibration", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop", {}};
+FlightFiles const files{"strip.stp", "", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop", {}, {}, {}, {}};
 
 // Mean height of the terrain under the path and beside it. What the elevation model doesn't cover doesn't count.
 double Flight::meanTerrain() const {
@@ -145,35 +153,81 @@ void Flight::writeTiming(BandPlan const& band) const {
                         {{0, mCycle * 9 / 10}, {quarter + quarter / 2, mCycle * 7 / 10}, {3 * quarter, mCycle / 2}});
 }
 
-Navigation Flight::navigation(Navigation::Accuracy const& accuracy, std::uint64_t stream) const {
-  return {accuracy, Random(mPlan.seed, stream)};
+std::vector<TimedPose> Flight::truth() const {
+  std::int64_t const first = std::llround((mStart - leadTime) * recordsPerSecond);
+  // Rates that change may take an eighth longer than the flight at the first rate.
+  std::int64_t const last = std::llround((mStart + mDuration * 1.125 + leadTime) * recordsPerSecond);
+  std::vector<TimedPose> poses;
+  for (std::int64_t i = first; i <= last; ++i) {
+    double const time = static_cast<double>(i) / recordsPerSecond;
+    poses.push_back({time, mTrajectory.at(time)});
+  }
+  return poses;
 }
 
-// Without a navigation, the truth.
-void Flight::writeOrientation(std::string const& file, Navigation* navigation) const {
+std::vector<TimedPose> Flight::measured(std::vector<TimedPose> const& truth, Navigation::Accuracy const& accuracy,
+                                        std::uint64_t stream) const {
+  Navigation navigation(accuracy, Random(mPlan.seed, stream));
+  std::vector<TimedPose> poses;
+  poses.reserve(truth.size());
+  for (TimedPose const& pose : truth) {
+    poses.push_back({pose.time, navigation.measured(pose.pose, pose.time)});
+  }
+  return poses;
+}
+
+// The truth has no standard deviations.
+void Flight::writeOrientation(std::string const& file, std::vector<TimedPose> const& poses,
+                              Navigation::Accuracy const* accuracy) const {
   sensor::EOPData eop;
   eop.setAnchorPoint(mAnchor);
   eop.setPOSSource("simulated inertial navigation");
   eop.setTMSource("simulated camera clock");
   eop.setAppSource("kessensor simulation");
-  eop.setAbsTime(sensor::seconds(startOfWeek + static_cast<std::uint32_t>(mStart)));
-  std::int64_t const first = std::llround((mStart - leadTime) * recordsPerSecond);
-  // Rates that change may take an eighth longer than the flight at the first rate.
-  std::int64_t const last = std::llround((mStart + mDuration * 1.125 + leadTime) * recordsPerSecond);
-  for (std::int64_t i = first; i <= last; ++i) {
-    double const time = static_cast<double>(i) / recordsPerSecond;
-    Pose const pose = mTrajectory.at(time);
-    eop.addEOP((navigation != nullptr ? navigation->measured(pose, time) : pose).record(time));
+  eop.setAbsTime(sensor::seconds(absoluteTime()));
+  for (TimedPose const& pose : poses) {
+    eop.addEOP(pose.pose.record(pose.time));
   }
-  if (navigation != nullptr) {
-    auto const position = static_cast<float>(navigation->accuracy().position);
-    auto const angle = static_cast<float>(navigation->accuracy().angle);
+  if (accuracy != nullptr) {
+    auto const position = static_cast<float>(accuracy->position);
+    auto const angle = static_cast<float>(accuracy->angle);
     eop.setDefaultStdDevs(position, position, position, angle, angle, angle);
     for (int i = 0; i < eop.numSets(); ++i) {
       eop.setStdDevs(i, position, position, position, angle, angle, angle);
     }
   }
   eop.write(path(file), 0);
+}
+
+OdfSet Flight::odfSet() const {
+  std::vector<OdfBand> bands;
+  std::filesystem::path const camera = std::filesystem::path(mPlace.finalFolder) / mPlace.calibrations /
+                                       (std::string(CameraHead::type) + "_" + CameraHead::sensorId(mPlan.samples)) /
+                                       sensor::SerializerCameraKes::versionFolderName(CameraHead::currentVersion);
+  for (BandPlan const& band : bandPlans()) {
+    bands.push_back({band.id, band.swath, (camera / (band.id + ".cam")).lexically_normal().string()});
+  }
+  OdfHead const head{mPlan.odfVersion, mPlan.name, mAnchor, static_cast<std::int32_t>(absoluteTime()),
+                     Navigation::original};
+  auto const leadRecords = static_cast<std::size_t>(leadTime * recordsPerSecond);
+  return {{head, mPlan.lines, mMeanTerrain - mAnchor.z, leadRecords}, bands, mPlace.folder, mPlace.finalFolder};
+}
+
+void Flight::writeOrientations(FlightFiles& written) const {
+  enum Stream : std::uint64_t { originalErrors = 101, adjustedErrors };
+  std::vector<TimedPose> const truePoses = truth();
+  std::vector<TimedPose> const original = measured(truePoses, Navigation::original, originalErrors);
+  std::vector<TimedPose> const adjusted = measured(truePoses, Navigation::adjusted, adjustedErrors);
+  writeOrientation(files.trueEop, truePoses, nullptr);
+  writeOrientation(files.originalEop, original, &Navigation::original);
+  writeOrientation(files.adjustedEop, adjusted, &Navigation::adjusted);
+  if (!mPlan.odfVersion.empty()) {
+    makeFolder(path("odf"));
+    OdfSet const odfs = odfSet();
+    written.originalOdfs = odfs.writeOdfs(original, Navigation::original, ".odf");
+    written.adjustedOdfs = odfs.writeOdfs(adjusted, Navigation::adjusted, ".adj.odf");
+    written.supportFiles = odfs.writeSupportFiles(".odf", ".adj.odf");
+  }
 }
 
 // Where the rays of the band's corners and edges meet the mean terrain, in longitude and latitude.
@@ -265,23 +319,23 @@ FlightFiles Flight::write(Progress const& progress) const {
     writeFootprint(bands[i], mHead.lines()[i]);
   }
   progress(0.5);
-  enum Stream : std::uint64_t { originalErrors = 101, adjustedErrors };
-  Navigation original = navigation(Navigation::original, originalErrors);
-  Navigation adjusted = navigation(Navigation::adjusted, adjustedErrors);
-  writeOrientation(files.trueEop, nullptr);
-  writeOrientation(files.originalEop, &original);
-  progress(0.9);
-  writeOrientation(files.adjustedEop, &adjusted);
+  FlightFiles written = files;
+  written.calibrations = mPlace.calibrations;
+  writeOrientations(written);
   writeStrip(bands);
   progress(1.0);
-  return files;
+  return written;
 }
 
 }  // namespace
 
-FlightFiles writeStripProject(FlightPlan const& plan, Terrain const& terrain, std::string const& folder,
+std::string absoluteFolder(std::string const& folder) {
+  return (std::filesystem::absolute(folder) / "").lexically_normal().parent_path().string();
+}
+
+FlightFiles writeStripProject(FlightPlan const& plan, Terrain const& terrain, StripPlace const& place,
                               Progress const& progress) {
-  return Flight(plan, terrain, folder).write(progress);
+  return Flight(plan, terrain, place).write(progress);
 }
 
 }  // namespace simulation

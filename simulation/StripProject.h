@@ -7,9 +7,21 @@
 
 namespace simulation {
 
-/// Flies a strip and writes its project into a folder: all that `simulateFlight` writes, but for camera and images. The plan is
+/// Where a strip project is written.
+struct StripPlace {
+  std::string folder;
+  /// The absolute path that the folder will have in the end, for files that name others by their full path.
+  std::string finalFolder;
+  /// The folder of calibrations, relative to the project's.
+  std::string calibrations = "calibration";
+};
+
+/// The absolute path of a folder that need not exist, without a separator at its end.
+std::string absoluteFolder(std::string const& folder);
+
+/// Flies a strip and writes its project: all that `simulateFlight` writes, but for camera and images. The plan is
 /// one that can be flown. Throws as that does.
-FlightFiles writeStripProject(FlightPlan const& plan, Terrain const& terrain, std::string const& folder,
+FlightFiles writeStripProject(FlightPlan const& plan, Terrain const& terrain, StripPlace const& place,
                               Progress const& progress);
 
 }  // namespace simulation

@@ -46,6 +46,13 @@ std::array<double, 9> Pose::rotation() const {
           2 * (x * z - w * y),     2 * (y * z + w * x),     1 - 2 * (x * x + y * y)};
 }
 
+// By the elements of the product: its first row is (cos phi cos kappa, -cos phi sin kappa, sin phi), its last column
+// (sin phi, -sin omega cos phi, cos omega cos phi).
+std::array<double, 3> Pose::omegaPhiKappa() const {
+  auto const r = rotation();
+  return {std::atan2(-r[5], r[8]), std::asin(r[2]), std::atan2(-r[1], r[0])};
+}
+
 sensor::EOP Pose::record(double time) const {
   // A record's quaternion turns the ground into the camera, the conjugate of the one that turns the camera's rays.
   auto const [w, x, y, z] = quaternion(*this);

@@ -20,8 +20,16 @@ struct Pose {
 
   /// The rotation from the camera to the local system, by rows: the product Rz(yaw) Ry(pitch) Rx(roll).
   std::array<double, 9> rotation() const;
+  /// The angles omega, phi and kappa (radians) of the same rotation as the product Rx(omega) Ry(phi) Rz(kappa).
+  std::array<double, 3> omegaPhiKappa() const;
   /// The record of this pose at a time in seconds.
   sensor::EOP record(double time) const;
+};
+
+/// A pose at a time, seconds.
+struct TimedPose {
+  double time;
+  Pose pose;
 };
 
 /// The path of an aircraft with a stabilised mount through turbulent air: slow motions of about half a degree that the mount

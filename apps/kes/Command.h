@@ -19,6 +19,8 @@ void addClosure(CLI::App& app, Run& run);
 void addMeasures(CLI::App& app, Run& run);
 void addFootprint(CLI::App& app, Run& run);
 void addEop(CLI::App& app, Run& run);
+void addOdf(CLI::App& app, Run& run);
+void addSupport(CLI::App& app, Run& run);
 void addCamera(CLI::App& app, Run& run);
 void addOrtho(CLI::App& app, Run& run);
 void addBlock(CLI::App& app, Run& run);

@@ -28,19 +28,14 @@ struct Options {
 std::map<std::string, int> const formats{{"binary", 0}, {"ascii", 1}, {"lop", 3}};
 
 void printText(Json const& eop) {
-  Json const& anchor = eop["anchor"];
   Listing listing;
   listing.add("orientation", eop["file"].get<std::string>());
   listing.add("version", std::to_string(eop["version"].get<int>()));
   listing.add("records", std::to_string(eop["records"].get<int>()));
-  listing.add("start", text(eop["start"].get<double>()) + " s");
-  listing.add("end", text(eop["end"].get<double>()) + " s");
+  addSpan(listing, eop);
   listing.add("frequency", text(eop["frequency"].get<double>()) + " Hz");
-  listing.add("anchor longitude", text(anchor["longitude"].get<double>()) + " deg");
-  listing.add("anchor latitude", text(anchor["latitude"].get<double>()) + " deg");
-  listing.add("anchor height", text(anchor["height"].get<double>()) + " m");
-  listing.add("heights", text(eop["heights"]["minimum"].get<double>()) + " m to " +
-                             text(eop["heights"]["maximum"].get<double>()) + " m");
+  addAnchor(listing, eop["anchor"]);
+  addHeights(listing, eop);
   listing.add("standard deviations", eop["standardDeviations"].get<bool>() ? "yes" : "no");
   listing.add("position source", eop["posSource"].get<std::string>());
   listing.add("time source", eop["tmSource"].get<std::string>());

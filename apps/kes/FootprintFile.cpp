@@ -1,10 +1,11 @@
 #include "FootprintFile.h"
 
+#include "NameBeside.h"
+
 #include <ogrsf_frmts.h>
 
 #include <filesystem>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace kes {
 
@@ -40,33 +41,6 @@ public:
   std::string const reason = CPLGetLastErrorMsg();
   throw std::runtime_error("can't write " + file + (reason.empty() ? "" : ": " + reason));
 }
-
-// A name beside a file that is removed at the end unless it has become the file.
-class NameBeside {
-public:
-  explicit NameBeside(std::string const& file) : mFile(file) {
-    fs::path const path(file);
-    std::string const name = "." + path.stem().string() + "-" + std::to_string(getpid()) + path.extension().string();
-    mName = (path.parent_path() / name).string();
-  }
-  ~NameBeside() {
-    std::error_code ignored;
-    fs::remove(mName, ignored);
-  }
-  NameBeside(NameBeside const&) = delete;
-  NameBeside& operator=(NameBeside const&) = delete;
-
-  std::string const& name() const { return mName; }
-  bool replaceFile() const {
-    std::error_code error;
-    fs::rename(mName, mFile, error);
-    return !error;
-  }
-
-private:
-  std::string mFile;
-  std::string mName;
-};
 
 void addFields(OGRLayer& layer, std::string const& file) {
   for (char const* name : {"strip", "band"}) {

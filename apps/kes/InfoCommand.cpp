@@ -11,8 +11,6 @@ namespace kes {
 
 namespace {
 
-constexpr double degrees = 57.29577951308232;
-
 struct Options {
   StripOptions strip;
   bool json = false;

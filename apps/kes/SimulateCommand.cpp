@@ -33,6 +33,7 @@ Listing fly(Options const& options, simulation::Progress const& progress) {
   add(listing, "strip", options, {files.strip});
   add(listing, "calibrations", options, {files.calibrations});
   add(listing, "true orientation", options, {files.trueEop});
+  add(listing, "support file", options, files.supportFiles);
   add(listing, "image", options, files.images);
   return listing;
 }
@@ -51,6 +52,7 @@ Listing flyBlock(Options const& options, simulation::Progress const& progress) {
   add(listing, "ground points", options, {files.groundPoints});
   for (simulation::FlightFiles const& strip : files.strips) {
     add(listing, "strip", options, {strip.strip});
+    add(listing, "support file", options, strip.supportFiles);
     add(listing, "image", options, strip.images);
   }
   return listing;
@@ -82,6 +84,10 @@ void addFlight(CLI::App& command, Options& options) {
   command.add_option("--heading", plan.heading, "Degrees clockwise from north")
       ->type_name("DEG")
       ->capture_default_str();
+  command
+      .add_flag("--odf{1.2}", plan.odfVersion,
+                "Write the orientation as a file for each band, too, with support files; --odf=1.0 in the old version")
+      ->check(CLI::IsMember({"1.0", "1.2"}));
 }
 
 void addImages(CLI::App& command, Options& options) {

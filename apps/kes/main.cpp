@@ -21,6 +21,8 @@ void addCommands(CLI::App& app, kes::Run& run) {
   kes::addMeasures(app, run);
   kes::addFootprint(app, run);
   kes::addEop(app, run);
+  kes::addOdf(app, run);
+  kes::addSupport(app, run);
   kes::addCamera(app, run);
   kes::addOrtho(app, run);
   kes::addBlock(app, run);

@@ -110,6 +110,20 @@ public:
   /// Whether there are statistics of a band of the image, or of any for 255.
   bool checkForStatistics(raster::LayerType layer) const;
 
+  /// Writes a support file: where the image, its orientation and its calibration are, and how the image lies on the ground,
+  /// as text for other photogrammetric tools. The two orientations are names of files as their reader will look for them;
+  /// the line of the adjusted one is left out when it is empty. Line count, ground sampling distance and file name are this
+  /// image's own, so load it before: without line times the file has 0 lines, without a computed distance it has -1. Heights,
+  /// anchor, calibration and the middle of the image on the ground come from the strip file, read anew with its original
+  /// orientation, whatever the strip is on. Needs a strip.
+  ///
+  /// True when the file was written, false when it can't be opened. An old file is emptied first, and errors of writing
+  /// aren't noticed. What the reading of the strip throws passes through and leaves the file empty, and so does
+  /// "Bad calibration !\nNo calibration found for band Id:\n" + band id for a band that the strip file doesn't have, and
+  /// std::out_of_range for a band id of less than seven characters.
+  bool exportSupportFile(std::string const& fileName, std::string const& originalOrientation,
+                         std::string const& adjustedOrientation);
+
 private:
   void readAttributes(QDomElement const& element, std::string const& stripFolder);
   void findPointList(std::string const& stripFolder);

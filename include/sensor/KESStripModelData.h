@@ -63,6 +63,10 @@ public:
   /// the strip file. Standard deviations that aren't loaded are lost. Throws what `write` and `EOPData::write` throw.
   void completeEOPAdjustment();
 
+  /// Writes a support file of a band without the names of its orientations, as `KESImage::exportSupportFile` does. The
+  /// band must exist.
+  bool exportSupportFile(int band, std::string const& fileName);
+
   /// Appends an image and becomes its strip; it is owned from then on. Null is ignored, a second time isn't.
   void attach(KESImage* image);
   /// Removes an image wherever it stands; its caller owns it from then on. Null is ignored.

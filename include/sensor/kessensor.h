@@ -23,9 +23,11 @@
 #include <sensor/ImagePointList.h>
 #include <sensor/IntegrationTime.h>
 #include <sensor/KESImage.h>
+#include <sensor/KESOrientation.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
 #include <sensor/Misalignment.h>
+#include <sensor/ODFConverter.h>
 #include <sensor/Rotation.h>
 #include <sensor/ScanlineData.h>
 #include <sensor/SensorModelBase.h>
@@ -35,3 +37,4 @@
 #include <sensor/SerializerMisalignmentV1Dat.h>
 #include <sensor/TdiStage.h>
 #include <sensor/TimeQuantity.h>
+#include <sensor/odf.h>

@@ -114,6 +114,10 @@ void KESStripModelData::unloadData() {
   mDataLoaded = false;
 }
 
+bool KESStripModelData::exportSupportFile(int band, std::string const& fileName) {
+  return img(band)->exportSupportFile(fileName, "", "");
+}
+
 void KESStripModelData::attach(KESImage* image) {
   if (image != nullptr) {
     mImages.push_back(image);

@@ -97,6 +97,21 @@ TEST(KesSimulate, WrongImagesAreToldBeforeAnythingIsWritten) {
   EXPECT_FALSE(test::exists(out));
 }
 
+TEST(KesSimulate, WritesOrientationFilesOfBands) {
+  test::TempFolder const folder;
+  std::string const out = folder / "flight";
+  KesRun const run = kes(small(out, {"--odf"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("support file:      " + out + "/odf/PANN00A.sup\n"));
+  EXPECT_EQ(test::contents(out + "/odf/PANN00A.odf").substr(0, 8), std::string("ODF 1.2\0", 8));
+  std::string const old = folder / "old";
+  ASSERT_EQ(kes({"simulate", "--odf=1.0", old, "--dem", KESSENSOR_TERRAIN, "--lines", "200", "--samples", "64"}).code,
+            0);
+  EXPECT_EQ(test::contents(old + "/odf/PANN00A.adj.odf").substr(0, 8), std::string("ODF 1.0\0", 8));
+  EXPECT_EQ(kes(small(folder / "other", {"--odf=1.1"})).code, 2);
+  EXPECT_FALSE(test::exists(folder / "other"));
+}
+
 TEST(KesSimulate, FullDiskLeavesNothing) {
   test::SmallFileSystem const disk(102400);
   if (!disk.isMounted()) {

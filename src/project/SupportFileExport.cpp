@@ -1,0 +1,90 @@
+#include "project/BadCalibration.h"
+#include "project/Path.h"
+#include "project/SupportFile.h"
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+#include <geo/coordSys.h>
+#include <geo/coordSysFactory.h>
+#include <sensor/CalibrationGeometryKes.h>
+#include <sensor/EOPData.h>
+#include <sensor/KESImage.h>
+#include <sensor/KESStripModel.h>
+#include <sensor/KESStripModelData.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QLocale>
+
+#include <fstream>
+#include <memory>
+
+namespace sensor {
+
+namespace {
+
+std::string native(std::string const& path) {
+  return QDir::toNativeSeparators(fromUtf8(path)).toStdString();
+}
+
+// In English, whatever the host's language.
+std::string now() {
+  return QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("ddd MMM dd hh:mm:ss yyyy")).toStdString();
+}
+
+geo::XYZPoint geocentric(geo::XYZPoint const& anchor) {
+  std::unique_ptr<geo::coordSys> const geographic(geo::coordSysFactory::getInstance()->createGEO84(false, false));
+  geo::XYZPoint position;
+  geographic->geo_to_ecef(anchor, position);
+  return position;
+}
+
+int bandOf(KESStripModel const& strip, std::string const& bandId) {
+  int const band = strip.bandIndex(bandId);
+  if (band < 0) {
+    throw badCalibration(bandId);
+  }
+  return band;
+}
+
+// A calibration in a binary form is known by the name without it.
+std::string calibrationName(CalibrationGeometryKes const& calibration) {
+  std::string const& name = calibration.fileName();
+  return native(name.substr(0, name.find(".bin")));
+}
+
+}  // namespace
+
+bool KESImage::exportSupportFile(std::string const& fileName, std::string const& originalOrientation,
+                                 std::string const& adjustedOrientation) {
+  std::ofstream out(fileName);
+  if (!out) {
+    return false;
+  }
+  // The image's own strip may be on its adjusted orientation, which a support file never shows.
+  KESStripModel const strip(mParentStrip->fileName(), true, true, false);
+  KESStripModelData const& data = *strip.modelData();
+  int const band = bandOf(strip, mBandID);
+  geo::XYZPoint const& anchor = data.eop()->anchorPoint();
+  BandWords const words(mBandID);
+  geo::XYZPoint centre;
+  strip.imageToLsr({mNumSamples * 0.5, numScanlines() * 0.5}, data.meanTerrainHeight(), band, centre);
+  writeSupportFile(out, {.imageId = data.name() + mBandID,
+                         .imageFileName = native(resolved(mImageFileName, mParentStrip->imageDataLocation())),
+                         .numLines = numScanlines(),
+                         .numSamples = mNumSamples,
+                         .centre = centre,
+                         .anchor = anchor,
+                         .localOrigin = geocentric(anchor),
+                         .meanFlyingHeight = data.meanFlyingHeight(),
+                         .meanTerrainHeight = data.meanTerrainHeight(),
+                         .gsd = mGsd,
+                         .date = now(),
+                         .band = words,
+                         .originalOrientation = native(originalOrientation),
+                         .adjustedOrientation = native(adjustedOrientation),
+                         .calibration = calibrationName(*data.calib(band))});
+  return true;
+}
+
+}  // namespace sensor

@@ -1,0 +1,65 @@
+#include "project/StripFolder.h"
+
+#include <stdexcept>
+
+namespace {
+
+class SupportFileFailures : public test::StripFolder {
+protected:
+  bool write(sensor::KESImage& image) const { return image.exportSupportFile(mFolder / "out.sup", "", ""); }
+};
+
+TEST_F(SupportFileFailures, FileThatCantBeOpenedGivesFalseAndReadsNoStrip) {
+  auto strip = read(true);
+  std::filesystem::remove(mFile);
+  EXPECT_FALSE(strip.exportSupportFile(0, mFolder / "none/out.sup"));
+  EXPECT_FALSE(strip.exportSupportFile(0, mFolder.path()));
+  EXPECT_FALSE(strip.exportSupportFile(0, ""));
+}
+
+TEST_F(SupportFileFailures, StripThatCantBeReadAgainPassesItsMessageOnAndLeavesTheFileEmpty) {
+  auto strip = read(true);
+  std::filesystem::remove(mFile);
+  mFolder.file("out.sup", "old");
+  EXPECT_MESSAGE(write(*strip.img(0)), "Error opening strip file:" + mFile);
+  EXPECT_EQ(test::contents(mFolder / "out.sup"), "");
+}
+
+TEST_F(SupportFileFailures, StripWithoutItsOrientationPassesItsMessageOn) {
+  auto strip = read(true);
+  std::filesystem::remove(mFolder / "flight.eop");
+  EXPECT_MESSAGE(write(*strip.img(0)), "failed to open EOP file: " + (mFolder / "flight.eop"));
+}
+
+TEST_F(SupportFileFailures, BandThatTheStripFileDoesntHaveIsABadCalibration) {
+  auto strip = read(true);
+  strip.img(0)->setBandID("PANF99A");
+  EXPECT_MESSAGE(write(*strip.img(0)), "Bad calibration !\nNo calibration found for band Id:\nPANF99A");
+  EXPECT_EQ(test::contents(mFolder / "out.sup"), "");
+}
+
+TEST_F(SupportFileFailures, ShortBandIdIsOutOfRangeAndLeavesTheFileEmpty) {
+  for (char const* id : {"PAN", "PANN00"}) {
+    mStrip.bands = {{id}};
+    mStrip.sensorId = "SupportFileFailures_" + std::string(id);
+    mFile = mStrip.write(mFolder);
+    auto strip = read(true);
+    mFolder.file("out.sup", "old");
+    EXPECT_THROW(write(*strip.img(0)), std::out_of_range) << id;
+    EXPECT_EQ(test::contents(mFolder / "out.sup"), "") << id;
+  }
+}
+
+// The result tells that the file could be opened, not what became of it.
+TEST_F(SupportFileFailures, FullDiskIsntNoticed) {
+  test::SmallFileSystem const disk(1 << 16);
+  if (!disk.isMounted()) {
+    GTEST_SKIP() << "no file system may be mounted here";
+  }
+  auto strip = read(true);
+  disk.fill();
+  EXPECT_TRUE(strip.img(0)->exportSupportFile(disk / "out.sup", "", ""));
+  EXPECT_EQ(test::contents(disk / "out.sup"), "");
+}
+
+}  // namespace
