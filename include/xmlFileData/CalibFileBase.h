@@ -9,11 +9,11 @@
 
 namespace xmlFileData {
 
-/// What the four XML files of a calibration folder have in common: the version of the format, the camera system, and who
-/// made the file.
+/// What the four XML files of a calibration folder have in common: the version of the format, the camera system, and
+/// who made the file.
 ///
-/// The files are values; they are never deleted through this base, hence its destructor. What the getters refer to lives
-/// in the object. A file is filled once; then any number of threads may read it.
+/// The files are values; they are never deleted through this base, hence its destructor. What the getters refer to
+/// lives in the object. A file is filled once; then any number of threads may read it.
 class KESSENSOR_EXPORT CalibFileBase {
 public:
   /// Version 1.0.0, neither system nor creation, not commented.
@@ -34,8 +34,8 @@ public:
   virtual bool hasSystem() const;
   /// Whether a creation was read or set.
   virtual bool hasCreation() const;
-  /// Takes a version from a text of three pieces with dots between them. Dots without a piece between them count once, and
-  /// a piece that isn't a number is 0; a number beyond 32 bits is the nearest that fits. Throws std::runtime_error
+  /// Takes a version from a text of three pieces with dots between them. Dots without a piece between them count once,
+  /// and a piece that isn't a number is 0; a number beyond 32 bits is the nearest that fits. Throws std::runtime_error
   /// "No valid version string: " + text for any other count of pieces, and then the version stays as it was.
   virtual void setVersion(std::string const& text);
   virtual void setVersion(Version const& version);

@@ -10,8 +10,8 @@
 
 namespace xmlFileData {
 
-/// What corrects the digital numbers of a sensor line. The library uses the gain, the wavelengths, the imaging pixels and the
-/// curves; all else is carried for tools that process raw images.
+/// What corrects the digital numbers of a sensor line. The library uses the gain, the wavelengths, the imaging pixels
+/// and the curves; all else is carried for tools that process raw images.
 struct KESSENSOR_EXPORT CorrectionSensor {
   std::string type;  ///< Contains the band id.
   bool disabled = false;
@@ -31,8 +31,8 @@ struct KESSENSOR_EXPORT CorrectionSensor {
   std::vector<KesBLookUp> lookups;
 
   /// Takes over an image. Its type is that of this sensor, which must be known before, unless it has its own. Throws
-  /// std::runtime_error "Invalid width or height" where the image hasn't as many samples as its size tells; the sensor stays
-  /// as it was then.
+  /// std::runtime_error "Invalid width or height" where the image hasn't as many samples as its size tells; the sensor
+  /// stays as it was then.
   void setPrnu(PrnuSensor image);
 };
 

@@ -9,8 +9,8 @@
 
 namespace xmlFileData {
 
-/// Where the pixels of a sensor line lie in the focal plane; millimetres. An absolute grid tells the places themselves, a
-/// delta grid their differences to a regular raster, which alone has starts and spacings. A value: copies are deep.
+/// Where the pixels of a sensor line lie in the focal plane; millimetres. An absolute grid tells the places themselves,
+/// a delta grid their differences to a regular raster, which alone has starts and spacings. A value: copies are deep.
 class KESSENSOR_EXPORT DistortionGrid {
 public:
   /// An absolute grid of no band, without rows.
@@ -30,8 +30,8 @@ public:
   std::vector<GridRow> const& gridRows() const { return mGridRows; }
   bool isDelta() const { return mIsDelta; }
 
-  /// The row of a line sensor. Throws std::runtime_error "Bad calibration format, only one row expected." where there is
-  /// none, or more than one.
+  /// The row of a line sensor. Throws std::runtime_error "Bad calibration format, only one row expected." where there
+  /// is none, or more than one.
   GridRow const& onlyRow() const;
 
   /// Each throws std::runtime_error for an absolute grid and a value other than 0:
@@ -44,22 +44,24 @@ public:
   /// "column spacing != 0 is invalid for absolute distortion grids".
   void setColumnSpacing(double spacing);
 
-  /// Adds a row; the first gives the grid its column count. Throws std::runtime_error "Row count wrong" where the vectors of
-  /// the row differ in length, "Coloumn count wrong" where they differ from those of the rows before; the grid stays as it
-  /// was then.
+  /// Adds a row; the first gives the grid its column count. Throws std::runtime_error "Row count wrong" where the
+  /// vectors of the row differ in length, "Coloumn count wrong" where they differ from those of the rows before; the
+  /// grid stays as it was then.
   void addRow(GridRow const& gridRow);
   void addRow(GridRow&& gridRow);
 
-  /// Replaces the places of the only row; the standard deviations stay. Throws what `onlyRow` throws, and std::runtime_error
-  /// "Inconsistent vector size!" where a length isn't the column count; the grid stays as it was then.
+  /// Replaces the places of the only row; the standard deviations stay. Throws what `onlyRow` throws, and
+  /// std::runtime_error "Inconsistent vector size!" where a length isn't the column count; the grid stays as it was
+  /// then.
   void setPositions(std::vector<double> row, std::vector<double> column);
 
-  /// Whether two grids would be the same in a file: same kind, channel and lengths, values that agree to five decimals, and
-  /// in delta grids starts and spacings that agree to four.
+  /// Whether two grids would be the same in a file: same kind, channel and lengths, values that agree to five decimals,
+  /// and in delta grids starts and spacings that agree to four.
   bool operator==(DistortionGrid const& other) const;
   bool operator!=(DistortionGrid const& other) const { return !(*this == other); }
 
 private:
+  void setRaster(double& target, double value, std::string const& name);
   void checkRow(GridRow const& gridRow) const;
 
   std::int32_t mRowCount = 0;

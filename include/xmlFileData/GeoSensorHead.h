@@ -15,8 +15,8 @@ struct KESSENSOR_EXPORT GeoSensorHead {
   std::int32_t rows = 0;
   std::int32_t columns = 0;
 
-  /// Throws std::runtime_error "Sensor rows and columns must be even" where the structure contains "Bayer", in any case, and
-  /// a count is odd: such a detector is made of cells of two by two pixels.
+  /// Throws std::runtime_error "Sensor rows and columns must be even" where the structure contains "Bayer", in any
+  /// case, and a count is odd: such a detector is made of cells of two by two pixels.
   void checkStructure() const;
 
   /// Whether texts and counts are the same and the pixel sizes agree to four decimals, as they stand in a file.

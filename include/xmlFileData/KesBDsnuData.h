@@ -9,8 +9,8 @@
 
 namespace xmlFileData {
 
-/// The DSNU file of a calibration folder: the dark signal of the pixels, in digital numbers, by the index of the sensor lines. A value:
-/// copies are deep.
+/// The DSNU file of a calibration folder: the dark signal of the pixels, in digital numbers, by the index of the sensor
+/// lines. A value: copies are deep.
 class KESSENSOR_EXPORT KesBDsnuData final : public CalibFileBase {
 public:
   /// Nothing read.

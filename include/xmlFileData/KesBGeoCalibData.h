@@ -11,8 +11,8 @@
 
 namespace xmlFileData {
 
-/// The geometry file of a calibration folder: the lens, the misalignment of the sensor head and the sensor lines, by their
-/// index. In the units of the file: millimetres and degrees. A value: copies are deep.
+/// The geometry file of a calibration folder: the lens, the misalignment of the sensor head and the sensor lines, by
+/// their index. In the units of the file: millimetres and degrees. A value: copies are deep.
 class KESSENSOR_EXPORT KesBGeoCalibData final : public CalibFileBase {
 public:
   /// Nothing read.
@@ -37,8 +37,8 @@ public:
   GeoSensor const& sensorData(std::string const& band) const;
   GeoSensor& sensorData(std::string const& band);
 
-  /// Whether a file of one reads back as the other: system, creation, version, `isCommented`, lens, misalignment and sensors
-  /// are equal, by their own rules.
+  /// Whether a file of one reads back as the other: system, creation, version, `isCommented`, lens, misalignment and
+  /// sensors are equal, by their own rules.
   bool operator==(KesBGeoCalibData const& other) const;
   bool operator!=(KesBGeoCalibData const& other) const { return !(*this == other); }
 

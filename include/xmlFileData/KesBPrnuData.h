@@ -9,8 +9,8 @@
 
 namespace xmlFileData {
 
-/// The PRNU file of a calibration folder: the response of the pixels, as factors, by the index of the sensor lines. A value:
-/// copies are deep.
+/// The PRNU file of a calibration folder: the response of the pixels, as factors, by the index of the sensor lines. A
+/// value: copies are deep.
 class KESSENSOR_EXPORT KesBPrnuData final : public CalibFileBase {
 public:
   /// Nothing read.

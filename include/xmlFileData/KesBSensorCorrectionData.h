@@ -11,11 +11,12 @@
 
 namespace xmlFileData {
 
-/// The sensor data file of a calibration folder: settings of the electronics, and the sensor lines by their index. A value:
-/// copies are deep.
+/// The sensor data file of a calibration folder: settings of the electronics, and the sensor lines by their index. A
+/// value: copies are deep.
 class KESSENSOR_EXPORT KesBSensorCorrectionData final : public CalibFileBase {
 public:
-  /// Nothing read: the clamp is enabled with level 250, gains are 1, and the three entries of `multiTdi` have no voltages.
+  /// Nothing read: the clamp is enabled with level 250, gains are 1, and the three entries of `multiTdi` have no
+  /// voltages.
   KesBSensorCorrectionData();
 
   /// Whether settings of the converter were read.
@@ -55,8 +56,8 @@ public:
   void setColorGainNir(double gain) { mColorGainNir = gain; }
   void setColorGainNin(double gain) { mColorGainNin = gain; }
 
-  /// The first sensor, in order of the index, whose type contains `band`, without regard to case. Throws std::runtime_error
-  /// "Sensor data not found (" + band + ")". The reference lives until the sensors are replaced.
+  /// The first sensor, in order of the index, whose type contains `band`, without regard to case. Throws
+  /// std::runtime_error "Sensor data not found (" + band + ")". The reference lives until the sensors are replaced.
   CorrectionSensor const& sensorData(std::string const& band) const;
 
 private:

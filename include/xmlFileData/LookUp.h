@@ -7,8 +7,8 @@
 
 namespace xmlFileData {
 
-/// A monotone curve from digital numbers to digital numbers, for a range of detector columns and rows. The library hands
-/// its points on and never evaluates it. A value: copies are deep.
+/// A monotone curve from digital numbers to digital numbers, for a range of detector columns and rows. The library
+/// hands its points on and never evaluates it. A value: copies are deep.
 class KESSENSOR_EXPORT LookUp {
 public:
   /// No range and no points.
@@ -31,8 +31,8 @@ public:
   /// Number of rows of the range.
   virtual std::int32_t rows() const;
   /// Replaces the points. Both vectors may be empty; either may be one of this object. Throws std::runtime_error
-  /// "Vectors must have same size", or "From must be in increasing order" where a value is greater than the next, and then
-  /// the points stay as they were. Equal neighbours are allowed: the curve jumps, or is flat, there.
+  /// "Vectors must have same size", or "From must be in increasing order" where a value is greater than the next, and
+  /// then the points stay as they were. Equal neighbours are allowed: the curve jumps, or is flat, there.
   virtual void setTable(std::vector<double> const& from, std::vector<double> const& to);
   /// Whether the ranges are the same and the points agree to the nearest whole number.
   virtual bool operator==(LookUp const& other) const;

@@ -15,8 +15,8 @@ struct KESSENSOR_EXPORT NonLinearity {
   NonLinearity() = default;
   /// The columns and points of a curve.
   explicit NonLinearity(LookUp const& lookUp);
-  /// The points (from[k], to[k]). Throws std::runtime_error "Internal error. Bad non linear correction format." where the
-  /// vectors differ in length.
+  /// The points (from[k], to[k]). Throws std::runtime_error "Internal error. Bad non linear correction format." where
+  /// the vectors differ in length.
   NonLinearity(std::int32_t start, std::int32_t columns, std::vector<double> const& from,
                std::vector<double> const& to);
 

@@ -15,8 +15,8 @@ struct KESSENSOR_EXPORT PrnuSensor {
   std::vector<float> factors;  ///< Row after row.
   std::string type;            ///< The band id.
 
-  /// A copy of row `t`, from 0. Throws std::runtime_error "Internal error due to bad TDI index." where there is no such row,
-  /// "Invalid width or height" where the image has fewer samples than its size tells.
+  /// A copy of row `t`, from 0. Throws std::runtime_error "Internal error due to bad TDI index." where there is no such
+  /// row, "Invalid width or height" where the image has fewer samples than its size tells.
   std::vector<float> row(int t) const;
 };
 
