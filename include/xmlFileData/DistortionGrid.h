@@ -56,7 +56,7 @@ public:
   void setPositions(std::vector<double> row, std::vector<double> column);
 
   /// Whether two grids would be the same in a file: same kind, channel and lengths, values that agree to five decimals,
-  /// and in delta grids starts and spacings that agree to four.
+  /// and in delta grids starts and spacings that agree to four. A NaN agrees with nothing.
   bool operator==(DistortionGrid const& other) const;
   bool operator!=(DistortionGrid const& other) const { return !(*this == other); }
 

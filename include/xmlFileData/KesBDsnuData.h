@@ -11,6 +11,7 @@ namespace xmlFileData {
 
 /// The DSNU file of a calibration folder: the dark signal of the pixels, in digital numbers, by the index of the sensor
 /// lines. A value: copies are deep.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nothing derives from it.
 class KESSENSOR_EXPORT KesBDsnuData final : public CalibFileBase {
 public:
   /// Nothing read.

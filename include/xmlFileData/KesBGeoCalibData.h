@@ -13,6 +13,7 @@ namespace xmlFileData {
 
 /// The geometry file of a calibration folder: the lens, the misalignment of the sensor head and the sensor lines, by
 /// their index. In the units of the file: millimetres and degrees. A value: copies are deep.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nothing derives from it.
 class KESSENSOR_EXPORT KesBGeoCalibData final : public CalibFileBase {
 public:
   /// Nothing read.

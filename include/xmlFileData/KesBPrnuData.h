@@ -11,6 +11,7 @@ namespace xmlFileData {
 
 /// The PRNU file of a calibration folder: the response of the pixels, as factors, by the index of the sensor lines. A
 /// value: copies are deep.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nothing derives from it.
 class KESSENSOR_EXPORT KesBPrnuData final : public CalibFileBase {
 public:
   /// Nothing read.

@@ -13,6 +13,7 @@ namespace xmlFileData {
 
 /// The sensor data file of a calibration folder: settings of the electronics, and the sensor lines by their index. A
 /// value: copies are deep.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nothing derives from it.
 class KESSENSOR_EXPORT KesBSensorCorrectionData final : public CalibFileBase {
 public:
   /// Nothing read: the clamp is enabled with level 250, gains are 1, and the three entries of `multiTdi` have no

@@ -202,6 +202,12 @@ TEST(DistortionGridComparison, TakesEachVectorToFiveDecimals) {
   }
 }
 
+TEST(DistortionGridComparison, AgreesWithNoNaN) {
+  GridRow gridRow = rowOf(3);
+  gridRow.sigmaRow[1] = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_FALSE(gridOf({gridRow}) == gridOf({gridRow}));
+}
+
 TEST(DistortionGridComparison, TakesChannelAndKindAsTheyAre) {
   EXPECT_FALSE(gridOf({rowOf(3)}, "PAN") == gridOf({rowOf(3)}, "pan"));
   EXPECT_FALSE(gridOf({rowOf(3)}, "PAN") == gridOf({rowOf(3)}, "PAN", true));

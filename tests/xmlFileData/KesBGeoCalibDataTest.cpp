@@ -12,12 +12,10 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using xmlFileData::Creation;
 using xmlFileData::DistortionGrid;
 using xmlFileData::GeoMisalignment;
 using xmlFileData::GeoSensor;
 using xmlFileData::KesBGeoCalibData;
-using xmlFileData::System;
 using xmlFileData::Version;
 
 // A sensor of one pixel, at x in the focal plane.

@@ -20,9 +20,12 @@ using xmlFileData::LookUp;
 using xmlFileData::Version;
 
 // The first operation of a derived class shows where those of its base end.
-class MoreThanAFile final : public CalibFileBase {
+class MoreThanAFile : public CalibFileBase {
 public:
   virtual void oneMore() {}
+
+protected:
+  ~MoreThanAFile() = default;
 };
 
 class MoreThanALookUp : public KesBLookUp {
