@@ -25,6 +25,7 @@
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
+#include <sensor/KesBQuickInfo.h>
 #include <sensor/Misalignment.h>
 #include <sensor/Rotation.h>
 #include <sensor/ScanlineData.h>
@@ -32,10 +33,12 @@
 #include <sensor/Serializer.h>
 #include <sensor/SerializerCameraKes.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
+#include <sensor/SerializerCameraKesV2Xml.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>
 #include <sensor/TdiStage.h>
 #include <sensor/TimeQuantity.h>
 #include <xmlFileData/CalibFileBase.h>
+#include <xmlFileData/CalibrationFiles.h>
 #include <xmlFileData/CorrectionSensor.h>
 #include <xmlFileData/Creation.h>
 #include <xmlFileData/DistortionGrid.h>
@@ -50,6 +53,7 @@
 #include <xmlFileData/KesBLookUp.h>
 #include <xmlFileData/KesBPrnuData.h>
 #include <xmlFileData/KesBSensorCorrectionData.h>
+#include <xmlFileData/KesCalibrationInterface.h>
 #include <xmlFileData/LookUp.h>
 #include <xmlFileData/MultiTdiEntry.h>
 #include <xmlFileData/NonLinearity.h>
