@@ -94,6 +94,7 @@ public:
 
 private:
   KesBGeoCalibData& changed();
+  void setCreation(std::string Creation::*member, std::string const& value);
   void drop();
 
   std::string mFolder;
