@@ -51,7 +51,8 @@ bool readCreation(CalibrationXml& xml, KesBQuickInfo& info) {
 }  // namespace
 
 std::optional<KesBQuickInfo> quickLook(std::string const& folder) {
-  CalibrationXml xml(xmlFileData::KesCalibrationInterface(folder, "").findFile("Geometry"));
+  CalibrationXml xml(xmlFileData::KesCalibrationInterface(folder, "").findFile("Geometry"),
+                     CalibrationXml::Errors::withName);
   KesBQuickInfo info;
   info.location = folder;
   bool hasMisalignment = false;

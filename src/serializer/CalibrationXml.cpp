@@ -29,7 +29,8 @@ void refuseIf(bool isWrong, std::string const& message) {
 }
 
 // The parser compares the attributes of an element with each other, so it must not see them where they are too many.
-CalibrationXml::CalibrationXml(std::string const& fileName) : mBytes(readBytes(fileName)), mDevice(&mBytes) {
+CalibrationXml::CalibrationXml(std::string const& fileName, Errors errors)
+    : mFileName(fileName), mErrors(errors), mBytes(readBytes(fileName)), mDevice(&mBytes) {
   if (sensor::hasTagOfMoreAttributes(mBytes, maxAttributes)) {
     mReader.raiseError(QStringLiteral("an element has more than %1 attributes").arg(maxAttributes));
   } else {
@@ -37,7 +38,9 @@ CalibrationXml::CalibrationXml(std::string const& fileName) : mBytes(readBytes(f
     mReader.setDevice(&mDevice);
   }
   bool const hasStart = nextStart();
-  refuseIf(mReader.error() == QXmlStreamReader::CustomError, error());
+  if (mReader.error() == QXmlStreamReader::CustomError) {
+    checkParser();
+  }
   refuseIf(!hasStart, "Can't find start element: " + fileName);
 }
 
@@ -125,8 +128,9 @@ std::vector<double> CalibrationXml::numbersContent(std::size_t expected) {
   return sensor::numberList(content(), expected);
 }
 
-std::string CalibrationXml::error() const {
-  return mReader.errorString().toStdString();
+void CalibrationXml::checkParser() const {
+  refuseIf(mReader.hasError(),
+           mReader.errorString().toStdString() + (mErrors == Errors::withName ? ": " + mFileName : ""));
 }
 
 }  // namespace xmlFileData

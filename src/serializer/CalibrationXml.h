@@ -22,9 +22,12 @@ public:
   /// Text of an attribute, valid until the walk goes on.
   using Text = decltype(QXmlStreamAttributes().value(QString()));
 
+  /// Whether the parser's errors end with the name of the file.
+  enum class Errors { withName, withoutName };
+
   /// Goes to the first start element. Throws std::runtime_error "XML reader: Can't read file: " + name, "XML reader: Can't
-  /// find start element: " + name.
-  explicit CalibrationXml(std::string const& fileName);
+  /// find start element: " + name, and what `checkParser` throws for a file that is refused before.
+  CalibrationXml(std::string const& fileName, Errors errors);
   ~CalibrationXml() = default;
   CalibrationXml(CalibrationXml const&) = delete;
   CalibrationXml& operator=(CalibrationXml const&) = delete;
@@ -78,13 +81,15 @@ public:
   /// A list of numbers, see `sensor::numberList`.
   std::vector<double> numbersContent(std::size_t expected);
 
-  /// What the parser says against the file; empty when it is well formed.
-  std::string error() const;
+  /// Throws std::runtime_error "XML reader: " + the parser's message, when it has one.
+  void checkParser() const;
 
 private:
   bool next();
   void checkLimits();
 
+  std::string mFileName;
+  Errors mErrors;
   QByteArray mBytes;
   QBuffer mDevice;
   QXmlStreamReader mReader;

@@ -116,7 +116,7 @@ GeoSensor readSensor(CalibrationXml& xml) {
 }  // namespace
 
 void readGeoCalibData(std::string const& fileName, KesBGeoCalibData& data) {
-  CalibrationXml xml(fileName);
+  CalibrationXml xml(fileName, CalibrationXml::Errors::withName);
   // The message names the root of another kind of head.
   enterRoot(xml, "DigitalSensorHeadInteriorOrientation", "DigitalFrameHeadInteriorOrientation", fileName, data);
   SensorMap<GeoSensor> sensors;
@@ -138,7 +138,7 @@ void readGeoCalibData(std::string const& fileName, KesBGeoCalibData& data) {
   refuseIf(!hasLensSystem, "Missing tag (LensSystem): " + fileName);
   refuseIf(!hasMisalignment, "Missing tag (Misalignment_deg): " + fileName);
   refuseIf(!sensors, "No sensor data: " + fileName);
-  refuseIf(!xml.error().empty(), xml.error() + ": " + fileName);
+  xml.checkParser();
   data.setSensors(*std::move(sensors));
 }
 

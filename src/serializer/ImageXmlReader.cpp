@@ -52,7 +52,7 @@ typename File::Sensor readSensor(CalibrationXml& xml) {
 
 template <class File>
 void readFile(std::string const& fileName, typename File::Data& data) {
-  CalibrationXml xml(fileName);
+  CalibrationXml xml(fileName, CalibrationXml::Errors::withoutName);
   enterRoot(xml, File::root, File::root, fileName, data);
   SensorMap<typename File::Sensor> sensors;
   xml.walkFile([&] {
@@ -61,7 +61,7 @@ void readFile(std::string const& fileName, typename File::Data& data) {
     }
   });
   refuseIf(!sensors, "No sensor data: " + fileName);
-  refuseIf(!xml.error().empty(), xml.error());
+  xml.checkParser();
   data.setSensors(*std::move(sensors));
 }
 

@@ -218,7 +218,7 @@ CorrectionSensor readSensor(CalibrationXml& xml) {
 }  // namespace
 
 void readSensorCorrectionData(std::string const& fileName, KesBSensorCorrectionData& data) {
-  CalibrationXml xml(fileName);
+  CalibrationXml xml(fileName, CalibrationXml::Errors::withoutName);
   enterRoot(xml, "SensorData", "SensorData", fileName, data);
   SensorMap<CorrectionSensor> sensors;
   xml.walkFile([&] {
@@ -240,7 +240,7 @@ void readSensorCorrectionData(std::string const& fileName, KesBSensorCorrectionD
     }
   });
   refuseIf(!sensors, "No sensor data: " + fileName);
-  refuseIf(!xml.error().empty(), xml.error());
+  xml.checkParser();
   data.setSensors(*std::move(sensors));
 }
 
