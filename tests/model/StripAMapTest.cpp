@@ -66,13 +66,17 @@ protected:
     }
   }
 
+  // Whether the band's calibration has no entry for each of its samples.
+  static bool isSparse(json const& band) { return band.at("lsrToImageSSE_runs").is_object(); }
+
   json const& mStrip = test::stripA::expected().at("strips").at(static_cast<std::size_t>(GetParam()));
   std::unique_ptr<KESStripModel> mModel = test::stripAModel(mStrip);
 };
 
 TEST_P(StripAMap, SolvesForRunsInLanes) {
   forBands([&](json const& band, int index) {
-    for (json const& run : band.at("lsrToImageSSE_runs")) {
+    // A sparse table can't be read in lanes: the form for runs serves it.
+    for (json const& run : band.at(isSparse(band) ? "lsrToImage_runs" : "lsrToImageSSE_runs")) {
       SCOPED_TRACE(run.at("run").get<std::string>());
       Table const table(run.at("points"));
       std::vector<geo::XYPoint> image(table.size());
@@ -96,7 +100,8 @@ TEST_P(StripAMap, ProjectsMapPointsToTheImage) {
 TEST_P(StripAMap, ProjectsManyMapPointsToTheImage) {
   forBands([&](json const& band, int index) {
     Table const points(band.at("mapToImage_many").at("points"));
-    Table const expected(band.at("mapToImage_many").at(mModel->sseEnabled() ? "with_sse" : "without_sse"));
+    Table const expected(
+        band.at("mapToImage_many").at(mModel->sseEnabled() && !isSparse(band) ? "with_sse" : "without_sse"));
     std::vector<geo::XYZPoint> map;
     for (std::size_t row = 0; row < points.size(); ++row) {
       map.push_back(mapPoint(points, row));
@@ -104,6 +109,12 @@ TEST_P(StripAMap, ProjectsManyMapPointsToTheImage) {
     std::vector<geo::XYPoint> image(map.size());
     std::vector<geo::XYZPoint> lsr(map.size());
     mModel->mapToImage(map, index, image, lsr);
+    if (isSparse(band)) {
+      // The run was filled up to whole lanes before it came to the form for runs.
+      ASSERT_GE(image.size(), expected.size());
+      image.resize(expected.size());
+      lsr.resize(expected.size());
+    }
     ASSERT_EQ(image.size(), expected.size());
     ASSERT_EQ(lsr.size(), expected.size());
     EXPECT_EQ(test::farImagePoints(expected, image), 0U);
