@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sensor/KesBQuickInfo.h>
 #include <sensor/kessensor_export.h>
 
 #include <map>
@@ -47,6 +48,11 @@ public:
   std::vector<int> calibrationVersions(std::string const& sensorId, std::string const& type);
   /// The note of a version; empty when there is no such version.
   std::string calibrationVersionInfo(std::string const& sensorId, std::string const& type, unsigned int version);
+
+  /// A quick look at the geometry file of a version of the newer cameras' XML calibrations, which builds no camera: from the
+  /// first folder that gives one. Throws std::runtime_error "Unable to get quick information for location " + the
+  /// version's folder in the last place that was searched.
+  KesBQuickInfo getCalibrationInformation(std::string const& sensorId, std::string const& type, unsigned int version);
 
   /// Writes a camera into the folder of the setting "CorvaneSensorCalibration/outputFolder", below its sensor id; does nothing
   /// without that setting. Afterwards, also when writing failed, a camera of that sensor id and version is built anew

@@ -1,8 +1,10 @@
 #include "common/QtText.h"
+#include "serializer/CalibrationQuickLook.h"
 
 #include <sensor/CameraFactory.h>
 #include <sensor/CameraKes.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
+#include <sensor/SerializerCameraKesV2Xml.h>
 #include <util/SkerryIni.h>
 
 #include <QDir>
@@ -36,10 +38,10 @@ bool folderExists(std::string const& folder) {
   return QDir(fromUtf8(folder)).exists();
 }
 
-// What reads and writes the calibrations of a type of camera; null for a type whose format isn't known.
+// What reads and writes the calibrations of a type of camera.
 std::unique_ptr<SerializerCameraKes> serializerOf(std::string const& type, std::string const& folder) {
   if (type == xmlCameraType) {
-    return nullptr;
+    return std::make_unique<SerializerCameraKesV2Xml>(folder);
   }
   return std::make_unique<SerializerCameraKesV1Cam>(folder);
 }
@@ -94,10 +96,8 @@ Camera const* CameraFactory::camera(std::string const& sensorId, std::string con
   for (std::string const& searchPath : mSearchPaths) {
     try {
       auto const serializer = serializerOf(type, versionFolder(searchPath, type, sensorId, version));
-      if (serializer) {
-        auto built = std::make_unique<CameraKes>(type, sensorId, version, *serializer);
-        return (mCameras[{sensorId, version}] = std::move(built)).get();
-      }
+      auto built = std::make_unique<CameraKes>(type, sensorId, version, *serializer);
+      return (mCameras[{sensorId, version}] = std::move(built)).get();
     } catch (std::exception const&) {
       // Not here; perhaps further down the search.
       continue;
@@ -172,6 +172,23 @@ std::string CameraFactory::calibrationVersionInfo(std::string const& sensorId, s
   return {};
 }
 
+KesBQuickInfo CameraFactory::getCalibrationInformation(std::string const& sensorId, std::string const& type,
+                                                       unsigned int version) {
+  std::string folder;
+  for (std::string const& searchPath : mSearchPaths) {
+    folder = versionFolder(searchPath, type, sensorId, version);
+    try {
+      if (auto const info = quickLook(folder)) {
+        return *info;
+      }
+    } catch (std::exception const&) {
+      // Not here; perhaps further down the search.
+      continue;
+    }
+  }
+  throw std::runtime_error("Unable to get quick information for location " + folder);
+}
+
 void CameraFactory::writeAdjustedCamera(Camera const* camera) {
   std::string const outputFolder = setting("CorvaneSensorCalibration/outputFolder");
   if (outputFolder.empty()) {
@@ -185,11 +202,10 @@ void CameraFactory::writeAdjustedCamera(Camera const* camera) {
   QDir().mkpath(fromUtf8(folder));
   try {
     auto const* cameraKes = dynamic_cast<CameraKes const*>(camera);
-    auto const serializer = serializerOf(type, folder);
-    if (cameraKes == nullptr || !serializer) {
+    if (cameraKes == nullptr) {
       throw std::runtime_error("Camera can't be written: " + sensorId);
     }
-    serializer->write(cameraKes);
+    serializerOf(type, folder)->write(cameraKes);
   } catch (std::exception const&) {
     reloadOriginalCamera(sensorId, type, version);
     throw;

@@ -4,11 +4,15 @@
 #include <geo/XYPoint.h>
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometryKes.h>
+#include <sensor/CalibrationRadiometryKesV2.h>
 #include <sensor/CameraKes.h>
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
+#include <sensor/SerializerCameraKesV2Xml.h>
 
 #include <QDateTime>
+
+#include <memory>
 
 namespace {
 
@@ -20,19 +24,24 @@ using test::SameBits;
 using test::Table;
 using test::WithinUlps;
 
-// Calls `check` with each camera that has CAM files, and what is expected of it.
+std::unique_ptr<sensor::SerializerCameraKes> serializerOf(json const& camera) {
+  std::string const folder = test::stripA::path(camera.at("folder").get<std::string>());
+  if (camera.at("kind") == "xml") {
+    return std::make_unique<sensor::SerializerCameraKesV2Xml>(folder);
+  }
+  return std::make_unique<sensor::SerializerCameraKesV1Cam>(folder);
+}
+
+// Calls `check` with each camera, and what is expected of it.
 template <class Check>
 void forEachCamera(Check check) {
   int cameras = 0;
   for (json const& expected : test::stripA::expected().at("cameras")) {
-    if (expected.at("kind") == "cam") {
-      SCOPED_TRACE(expected.at("folder").get<std::string>());
-      sensor::SerializerCameraKesV1Cam const serializer(test::stripA::path(expected.at("folder").get<std::string>()));
-      check(expected, CameraKes("KESA0", "30107", 3, serializer));
-      ++cameras;
-    }
+    SCOPED_TRACE(expected.at("folder").get<std::string>());
+    check(expected, CameraKes("T", "30107", 3, *serializerOf(expected)));
+    ++cameras;
   }
-  EXPECT_EQ(cameras, 2);
+  EXPECT_EQ(cameras, 3);
 }
 
 template <class Check>
@@ -126,8 +135,53 @@ TEST(StripACalibration, BandsHaveTheExpectedRadiometry) {
       EXPECT_THAT(line.centerWavelength(), SameBits(realOf(radiometry.at("centerWavelength"))));
       EXPECT_THAT(line.bandWidth(), SameBits(realOf(radiometry.at("bandWidth"))));
       EXPECT_EQ(line.calibSource(), radiometry.at("source").get<std::string>());
+      EXPECT_EQ(line.calibDateTime().toUTC().toString(Qt::ISODate).toStdString(),
+                radiometry.at("calibDateTime").get<std::string>());
     }
   });
+}
+
+// Holds the sets and curves of a band with XML files against what is expected of it.
+void checkTables(json const& expected, sensor::CalibrationRadiometryKesV2 const& line) {
+  EXPECT_EQ(line.prnuFactors().size(), expected.at("tdiRows").get<std::size_t>());
+  EXPECT_EQ(line.dsnuOffsets().size(), expected.at("tdiRows").get<std::size_t>());
+  for (json const& entry : expected.at("prnu")) {
+    auto const bits = static_cast<std::uint32_t>(std::stoul(entry[2].get<std::string>(), nullptr, 16));
+    float const factor = line.prnuFactors().at(entry[0].get<std::size_t>()).at(entry[1].get<std::size_t>());
+    EXPECT_EQ(test::bitsOf(factor), bits);
+  }
+  for (json const& entry : expected.at("dsnu")) {
+    EXPECT_EQ(line.dsnuOffsets().at(entry[0].get<std::size_t>()).at(entry[1].get<std::size_t>()),
+              entry[2].get<unsigned>());
+  }
+}
+
+sensor::CalibrationRadiometryKesV2::Curve curveOf(json const& lookup) {
+  sensor::CalibrationRadiometryKesV2::Curve curve;
+  for (std::size_t i = 0; i < lookup.at("in").size(); ++i) {
+    curve.emplace_back(lookup.at("in")[i].get<double>(), lookup.at("out")[i].get<double>());
+  }
+  return curve;
+}
+
+TEST(StripACalibration, BandsOfXmlFilesHaveTheExpectedSetsAndCurves) {
+  int bands = 0;
+  forEachCamera([&](json const& expected, CameraKes const& camera) {
+    if (expected.at("kind") != "xml") {
+      return;
+    }
+    for (auto const& [bandId, band] : expected.at("bands").items()) {
+      SCOPED_TRACE(bandId);
+      auto const* line = dynamic_cast<sensor::CalibrationRadiometryKesV2*>(camera.calibrationRadiometry(bandId));
+      ASSERT_NE(line, nullptr);
+      checkTables(band.at("radiometry"), *line);
+      json const& lookups = band.at("radiometry").at("lookups");
+      EXPECT_EQ(line->leftNonLinearity(), curveOf(lookups[0]));
+      EXPECT_EQ(line->rightNonLinearity(), curveOf(lookups[1]));
+      ++bands;
+    }
+  });
+  EXPECT_EQ(bands, 5);
 }
 
 TEST(StripACalibration, CutOutsHaveTheExpectedEntries) {

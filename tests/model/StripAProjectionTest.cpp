@@ -30,7 +30,8 @@ using test::WithinUlps;
 
 constexpr double metres = 1e-3;
 
-// Both choices of the orientation of the strip with a CAM calibration. The second has fewer tables.
+// Both choices of the orientation of the strip with a CAM calibration, the second with fewer tables, and the strip with an
+// XML calibration.
 class StripAProjection : public testing::TestWithParam<int> {
 protected:
   json const& strip() const { return test::stripA::expected().at("strips").at(static_cast<std::size_t>(GetParam())); }
@@ -189,7 +190,8 @@ TEST_P(StripAProjection, SolvesForRunsOfPoints) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Orientations, StripAProjection, testing::Values(0, 1),
-                         [](auto const& choice) { return choice.param == 0 ? "Adjusted" : "Original"; });
+INSTANTIATE_TEST_SUITE_P(Strips, StripAProjection, testing::Values(0, 1, 2), [](auto const& choice) {
+  return choice.param == 0 ? "Adjusted" : choice.param == 1 ? "Original" : "XmlCalibration";
+});
 
 }  // namespace

@@ -19,7 +19,7 @@ using sensor::KESStripModelData;
 using test::realOf;
 using test::SameBits;
 
-// Both choices of the orientation of the strip with a CAM calibration.
+// Both choices of the orientation of the strip with a CAM calibration, and the strip with an XML calibration.
 class StripAData : public testing::TestWithParam<int> {
 protected:
   static void SetUpTestSuite() { sensor::CameraFactory::instance()->addSearchPath(test::stripA::path("calibration")); }
@@ -36,7 +36,8 @@ protected:
 TEST_P(StripAData, HasTheExpectedOrientationAndHeights) {
   auto const strip = data();
   EXPECT_EQ(strip->eopFileName(), test::stripA::path("project/" + expected().at("eopFile").get<std::string>()));
-  EXPECT_EQ(strip->isUseOriginalEOP(), expected().at("useOriginalEOP").get<bool>());
+  // The strip with an XML calibration has no adjusted one.
+  EXPECT_EQ(strip->isUseOriginalEOP(), GetParam() != 0);
   EXPECT_THAT(strip->meanTerrainHeight(), SameBits(realOf(expected().at("meanTerrainHeight"))));
   EXPECT_THAT(strip->meanFlyingHeight(), SameBits(realOf(expected().at("meanFlyingHeight"))));
 }
@@ -54,7 +55,7 @@ TEST_P(StripAData, HasTheExpectedBands) {
     EXPECT_EQ(image.numSamples(), band.at("numSamples").get<int>());
     EXPECT_EQ(image.sampleOffsetFromCalib(), band.at("sampleOffsetFromCalib").get<int>());
     EXPECT_THAT(image.gsd(), SameBits(realOf(band.at("gsd"))));
-    EXPECT_EQ(image.numImagingSamples(), 12000);
+    EXPECT_EQ(image.numImagingSamples(), GetParam() < 2 ? 12000 : 11976);
     EXPECT_EQ(strip->calib(index)->bandId(), id);
   }
 }
@@ -67,10 +68,11 @@ TEST_P(StripAData, HasTheExpectedNominalHeights) {
   }
 }
 
-// The line times don't depend on the orientation; they stand with the first strip alone.
+// The line times don't depend on the orientation; of the strip with a CAM calibration they stand with the adjusted one
+// alone.
 TEST_P(StripAData, HasTheExpectedLineTimes) {
   auto const strip = data();
-  for (json const& band : test::stripA::expected().at("strips").at(0).at("bands")) {
+  for (json const& band : test::stripA::expected().at("strips").at(GetParam() < 2 ? 0 : 2).at("bands")) {
     SCOPED_TRACE(band.at("band").get<std::string>());
     KESImage const& image = *strip->img(band.at("band").get<std::string>());
     json const& timing = band.at("timing");
@@ -94,12 +96,22 @@ TEST_P(StripAData, FindsItsFiles) {
   std::string message;
   EXPECT_TRUE(strip->isDataValid(message, true)) << message;
   EXPECT_EQ(message, "");
+}
+
+TEST_P(StripAData, KnowsItsNameAndItsImagePoints) {
+  if (GetParam() == 2) {
+    EXPECT_EQ(data(false)->name(), "Line7_xml");
+    return;
+  }
+  auto const strip = data(false);
   EXPECT_TRUE(strip->isAdjustedEOPFile());
   EXPECT_EQ(strip->name(), "Line7_cam");
   EXPECT_EQ(strip->img("PANF27A")->iptFileName(), test::stripA::path("project/cam_PANF27A.ipt"));
   EXPECT_EQ(strip->img("PANN00A")->iptFileName(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(AdjustedAndOriginal, StripAData, testing::Values(0, 1));
+INSTANTIATE_TEST_SUITE_P(Strips, StripAData, testing::Values(0, 1, 2), [](auto const& choice) {
+  return choice.param == 0 ? "Adjusted" : choice.param == 1 ? "Original" : "XmlCalibration";
+});
 
 }  // namespace

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <sensor/kessensor_export.h>
+#include <xmlFileData/CalibFileBase.h>
+#include <xmlFileData/PrnuSensor.h>
+
+#include <map>
+#include <string>
+
+namespace xmlFileData {
+
+/// The PRNU file of a calibration folder: the response of the pixels, as factors, by the index of the sensor lines. A
+/// value: copies are deep.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nothing derives from it.
+class KESSENSOR_EXPORT KesBPrnuData final : public CalibFileBase {
+public:
+  /// Nothing read.
+  KesBPrnuData();
+
+  bool hasSensors() const { return mHasSensors; }
+  std::map<int, PrnuSensor> const& sensors() const { return mSensors; }
+  void setSensors(std::map<int, PrnuSensor> sensors);
+
+  /// The first sensor, in order of the index, whose type is `band`, without regard to case. Throws std::runtime_error
+  /// "Sensor data not found (" + band + ")". The reference lives until the sensors are replaced.
+  PrnuSensor const& sensorData(std::string const& band) const;
+
+private:
+  bool mHasSensors = false;
+  std::map<int, PrnuSensor> mSensors;
+};
+
+}  // namespace xmlFileData

@@ -1,0 +1,71 @@
+#include "serializer/CalibrationQuickLook.h"
+
+#include "common/QtText.h"
+#include "serializer/CalibrationXml.h"
+
+#include <xmlFileData/KesCalibrationInterface.h>
+
+#include <QDateTime>
+
+namespace sensor {
+
+namespace {
+
+using xmlFileData::CalibrationXml;
+
+// Adds the angles, up to the first that is no number.
+void readMisalignment(CalibrationXml const& xml, KesBQuickInfo& info) {
+  for (auto const& [name, angle] : {std::pair("Omega", &info.omega), {"Phi", &info.phi}, {"Kappa", &info.kappa}}) {
+    bool isNumber = false;
+    double const value = QString::fromStdString(xml.text(name, "")).toDouble(&isNumber);
+    if (!isNumber) {
+      return;
+    }
+    *angle = value;
+  }
+}
+
+bool isWholeCreation(CalibrationXml const& xml) {
+  return xml.hasAttribute("Name") && xml.hasAttribute("Location") && xml.hasAttribute("Environment") &&
+         xml.hasAttribute("Remark");
+}
+
+// Adds note and time, of the next element that has one; gives whether that is a time.
+bool readCreation(CalibrationXml& xml, KesBQuickInfo& info) {
+  std::string const note =
+      "Made in " + xml.text("Location") + ", " + xml.text("Environment") + " (" + xml.text("Remark") + ")";
+  while (xml.nextStart()) {
+    if (xml.is("DateTime")) {
+      QDateTime const time = QDateTime::fromString(fromUtf8(xml.text("Date", "") + xml.text("Time", "")),
+                                                   QStringLiteral("yyyyMMddhhmmss"));
+      if (time.isValid()) {
+        info.creationInfo = note;
+        info.creationTime = static_cast<std::uint32_t>(time.toSecsSinceEpoch());
+      }
+      return time.isValid();
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+std::optional<KesBQuickInfo> quickLook(std::string const& folder) {
+  CalibrationXml xml(xmlFileData::KesCalibrationInterface(folder, "").findFile("Geometry"),
+                     CalibrationXml::Errors::withName);
+  KesBQuickInfo info;
+  info.location = folder;
+  bool hasMisalignment = false;
+  bool hasCreation = false;
+  do {
+    if (xml.is("Misalignment_deg")) {
+      readMisalignment(xml, info);
+      hasMisalignment = true;
+    } else if (xml.is("Creation") && isWholeCreation(xml)) {
+      hasCreation = readCreation(xml, info) || hasCreation;
+    }
+  } while (!(hasMisalignment && hasCreation) && xml.nextStart());
+  return hasMisalignment && hasCreation ? std::optional(info) : std::nullopt;
+}
+
+}  // namespace sensor

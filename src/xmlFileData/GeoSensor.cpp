@@ -1,0 +1,30 @@
+#include <xmlFileData/GeoSensor.h>
+
+#include <stdexcept>
+#include <utility>
+
+namespace xmlFileData {
+
+GeoSensor::GeoSensor(GeoSensorHead head, DistortionGrid grid) : mHead(std::move(head)), mGrid(std::move(grid)) {
+  if (mGrid.isDelta()) {
+    throw std::runtime_error("KESB00 doesn't support delta value distortion grids");
+  }
+}
+
+GeoSensorHead GeoSensor::head() const {
+  return mHead;
+}
+
+DistortionGrid GeoSensor::grid() const {
+  return mGrid;
+}
+
+void GeoSensor::setPositions(std::vector<double> row, std::vector<double> column) {
+  mGrid.setPositions(std::move(row), std::move(column));
+}
+
+bool GeoSensor::operator==(GeoSensor const& other) const {
+  return mHead == other.mHead && mGrid == other.mGrid;
+}
+
+}  // namespace xmlFileData

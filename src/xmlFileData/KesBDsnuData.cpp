@@ -1,0 +1,20 @@
+#include "xmlFileData/SensorSearch.h"
+
+#include <xmlFileData/KesBDsnuData.h>
+
+#include <utility>
+
+namespace xmlFileData {
+
+KesBDsnuData::KesBDsnuData() = default;
+
+void KesBDsnuData::setSensors(std::map<int, DsnuSensor> sensors) {
+  mSensors = std::move(sensors);
+  mHasSensors = true;
+}
+
+DsnuSensor const& KesBDsnuData::sensorData(std::string const& band) const {
+  return findSensor(mSensors, band, [&](DsnuSensor const& sensor) { return equalInAnyCase(sensor.type, band); });
+}
+
+}  // namespace xmlFileData

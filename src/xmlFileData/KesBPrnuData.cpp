@@ -1,0 +1,20 @@
+#include "xmlFileData/SensorSearch.h"
+
+#include <xmlFileData/KesBPrnuData.h>
+
+#include <utility>
+
+namespace xmlFileData {
+
+KesBPrnuData::KesBPrnuData() = default;
+
+void KesBPrnuData::setSensors(std::map<int, PrnuSensor> sensors) {
+  mSensors = std::move(sensors);
+  mHasSensors = true;
+}
+
+PrnuSensor const& KesBPrnuData::sensorData(std::string const& band) const {
+  return findSensor(mSensors, band, [&](PrnuSensor const& sensor) { return equalInAnyCase(sensor.type, band); });
+}
+
+}  // namespace xmlFileData

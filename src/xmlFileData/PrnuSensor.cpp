@@ -1,0 +1,11 @@
+#include "xmlFileData/Image.h"
+
+#include <xmlFileData/PrnuSensor.h>
+
+namespace xmlFileData {
+
+std::vector<float> PrnuSensor::row(int t) const {
+  return imageRow(width, height, factors, t);
+}
+
+}  // namespace xmlFileData
