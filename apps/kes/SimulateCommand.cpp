@@ -137,8 +137,8 @@ void addSimulate(CLI::App& app, Run& run) {
   addFlight(*command, *options);
   addImages(*command, *options);
   addBlock(*command, *options);
-  command->footer("Examples: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A\n"
-                  "          kes simulate block --dem terrain.tif --strips 4 --cross 2 --points 60");
+  command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A\n"
+                  "         kes simulate block --dem terrain.tif --strips 4 --cross 2 --points 60");
   command->callback([options, &run] { run = [options] { return simulate(*options); }; });
 }
 
