@@ -31,6 +31,8 @@ TEST(Kes, HelpAndVersionAreThereOnEveryLevel) {
                                                                                        {"camera"},
                                                                                        {"camera", "versions"},
                                                                                        {"camera", "info"},
+                                                                                       {"camera", "quick"},
+                                                                                       {"camera", "convert"},
                                                                                        {"ortho"}}) {
     std::vector<std::string> arguments = command;
     arguments.push_back("--help");
