@@ -7,6 +7,8 @@
 #include <QDateTime>
 
 #include <algorithm>
+#include <charconv>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -24,6 +26,7 @@ struct Options {
   std::string type;
   std::string sensorId;
   std::string version;
+  std::string outputFolder;
   bool json = false;
 };
 
@@ -130,7 +133,7 @@ void printText(Json const& camera) {
   printTable(rows);
 }
 
-int info(Options const& options) {
+sensor::Camera const& find(Options const& options) {
   options.camera.apply();
   sensor::Camera const* camera =
       sensor::CameraFactory::instance()->camera(options.sensorId, options.type, options.version);
@@ -138,40 +141,133 @@ int info(Options const& options) {
     throw std::runtime_error("no calibration of camera " + options.type + " " + options.sensorId + ", version " +
                              options.version + " found");
   }
+  return *camera;
+}
+
+int info(Options const& options) {
+  sensor::Camera const& camera = find(options);
   if (options.json) {
-    print(describe(*camera));
+    print(describe(camera));
   } else {
-    printText(describe(*camera));
+    printText(describe(camera));
   }
   return 0;
 }
 
-void addCommon(CLI::App& command, Options& options) {
+// The number of a version: behind its "v", when it has one.
+unsigned int versionNumber(std::string const& version) {
+  char const* begin = version.data() + (version.rfind('v', 0) == 0 ? 1 : 0);
+  char const* end = version.data() + version.size();
+  unsigned int number = 0;
+  auto const result = std::from_chars(begin, end, number);
+  if (result.ec != std::errc() || result.ptr != end) {
+    throw std::runtime_error("no version: " + version);
+  }
+  return number;
+}
+
+int quick(Options const& options) {
+  options.camera.apply();
+  sensor::KesBQuickInfo const look = sensor::CameraFactory::instance()->getCalibrationInformation(
+      options.sensorId, options.type, versionNumber(options.version));
+  std::string const created =
+      QDateTime::fromSecsSinceEpoch(look.creationTime, Qt::UTC).toString(Qt::ISODate).toStdString();
+  if (options.json) {
+    print({{"omega", look.omega},
+           {"phi", look.phi},
+           {"kappa", look.kappa},
+           {"note", look.creationInfo},
+           {"created", created},
+           {"folder", look.location}});
+    return 0;
+  }
+  Listing listing;
+  listing.add("misalignment", "omega " + fixed(look.omega, 6) + ", phi " + fixed(look.phi, 6) + ", kappa " +
+                                  fixed(look.kappa, 6) + " deg");
+  listing.add("note", look.creationInfo);
+  listing.add("created", created);
+  listing.add("folder", look.location);
+  listing.print();
+  return 0;
+}
+
+// A calibration is never written over itself.
+void makeOutputFolder(std::string const& folder, std::string const& calibrationFolder) {
+  std::filesystem::create_directories(folder);
+  if (std::filesystem::equivalent(folder, calibrationFolder)) {
+    throw std::runtime_error("the calibration itself lies in " + folder);
+  }
+}
+
+int convert(Options const& options) {
+  auto const& camera = dynamic_cast<sensor::CameraKes const&>(find(options));
+  makeOutputFolder(options.outputFolder, camera.calibrationFolder());
+  if (camera.type() == "HDB00") {
+    sensor::SerializerCameraKesV2Xml(options.outputFolder).write(&camera);
+  } else {
+    sensor::SerializerCameraKesV1Cam(options.outputFolder).write(&camera);
+  }
+  return 0;
+}
+
+void addNames(CLI::App& command, Options& options) {
   command.add_option("TYPE", options.type, "Type of the camera, such as KESA0")->required();
   command.add_option("SENSOR_ID", options.sensorId, "Sensor id of the camera")->required();
   options.camera.addTo(command);
+}
+
+void addJson(CLI::App& command, Options& options) {
   command.add_flag("--json", options.json, "As JSON; angles in degrees, lengths in metres");
+}
+
+void addVersion(CLI::App& command, Options& options) {
+  command.add_option("VERSION", options.version, "Version: v003 or 3")->required();
+}
+
+void addQuick(CLI::App& camera, Run& run) {
+  auto const options = std::make_shared<Options>();
+  CLI::App* command = camera.add_subcommand("quick", "Tells misalignment and origin of an XML calibration at once");
+  addNames(*command, *options);
+  addVersion(*command, *options);
+  addJson(*command, *options);
+  command->footer("Example: kes camera quick HDB00 90214 2 --calibrations flight/calibration");
+  command->callback([options, &run] { run = [options] { return quick(*options); }; });
+}
+
+void addConvert(CLI::App& camera, Run& run) {
+  auto const options = std::make_shared<Options>();
+  CLI::App* command = camera.add_subcommand("convert", "Writes a calibration again, in the format of its camera");
+  addNames(*command, *options);
+  addVersion(*command, *options);
+  command->add_option("OUTDIR", options->outputFolder, "Folder to write into; made when it isn't there")->required();
+  command->footer("Example: kes camera convert KESA0 30512 3 copy --calibrations flight/calibration");
+  command->callback([options, &run] { run = [options] { return convert(*options); }; });
 }
 
 }  // namespace
 
 void addCamera(CLI::App& app, Run& run) {
-  CLI::App* camera = app.add_subcommand("camera", "Lists and describes the calibrations of cameras");
+  CLI::App* camera = app.add_subcommand("camera", "Lists, describes and writes the calibrations of cameras");
   camera->require_subcommand(1);
   camera->footer("Example: kes camera versions KESA0 12000 --calibrations flight/calibration");
 
   auto const ofVersions = std::make_shared<Options>();
   CLI::App* versionsCommand = camera->add_subcommand("versions", "Lists the versions of a camera's calibration");
-  addCommon(*versionsCommand, *ofVersions);
+  addNames(*versionsCommand, *ofVersions);
+  addJson(*versionsCommand, *ofVersions);
   versionsCommand->footer("Example: kes camera versions KESA0 12000 --calibrations flight/calibration");
   versionsCommand->callback([ofVersions, &run] { run = [ofVersions] { return versions(*ofVersions); }; });
 
   auto const ofInfo = std::make_shared<Options>();
   CLI::App* infoCommand = camera->add_subcommand("info", "Describes one version of a camera's calibration");
-  addCommon(*infoCommand, *ofInfo);
-  infoCommand->add_option("VERSION", ofInfo->version, "Version: v003 or 3")->required();
+  addNames(*infoCommand, *ofInfo);
+  addVersion(*infoCommand, *ofInfo);
+  addJson(*infoCommand, *ofInfo);
   infoCommand->footer("Example: kes camera info KESA0 12000 3 --calibrations flight/calibration");
   infoCommand->callback([ofInfo, &run] { run = [ofInfo] { return info(*ofInfo); }; });
+
+  addQuick(*camera, run);
+  addConvert(*camera, run);
 }
 
 }  // namespace kes

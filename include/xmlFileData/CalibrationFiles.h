@@ -1,15 +1,14 @@
 #pragma once
 
 #include <sensor/kessensor_export.h>
+#include <xmlFileData/KesBDsnuData.h>
+#include <xmlFileData/KesBGeoCalibData.h>
+#include <xmlFileData/KesBPrnuData.h>
+#include <xmlFileData/KesBSensorCorrectionData.h>
 
 #include <string>
 
 namespace xmlFileData {
-
-class KesBDsnuData;
-class KesBGeoCalibData;
-class KesBPrnuData;
-class KesBSensorCorrectionData;
 
 /// Each reads one of the four XML files of a calibration folder into an object that nothing was read into before. Unknown
 /// elements and attributes are ignored, and a number that is none is 0. Besides the messages that name what is missing or

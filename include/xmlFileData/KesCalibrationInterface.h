@@ -1,6 +1,10 @@
 #pragma once
 
 #include <sensor/kessensor_export.h>
+#include <xmlFileData/KesBDsnuData.h>
+#include <xmlFileData/KesBGeoCalibData.h>
+#include <xmlFileData/KesBPrnuData.h>
+#include <xmlFileData/KesBSensorCorrectionData.h>
 #include <xmlFileData/NonLinearity.h>
 
 #include <cstdint>
@@ -10,15 +14,6 @@
 #include <vector>
 
 namespace xmlFileData {
-
-struct Creation;
-struct GeoLensSystem;
-struct GeoMisalignment;
-struct PrnuSensor;
-class KesBDsnuData;
-class KesBGeoCalibData;
-class KesBPrnuData;
-class KesBSensorCorrectionData;
 
 /// A calibration folder of a newer camera: finds its four files by the keywords "Geometry", "SensorData", "PrnuData" and
 /// "DsnuData" in their names, reads them, answers for each band, and writes the geometry back when it was changed.

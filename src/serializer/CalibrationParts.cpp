@@ -68,6 +68,12 @@ std::optional<std::uint64_t> byteCount(std::int64_t width, std::int64_t height) 
   return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * sizeof(Sample);
 }
 
+// The bytes of a base64 text. Characters that are none of base64 are passed over, so that each may be taken as one byte; the
+// bytes then take the place of their own text.
+QByteArray decoded(CalibrationXml::Text text) {
+  return *QByteArray::fromBase64Encoding(text.toLatin1());
+}
+
 }  // namespace
 
 template <class Sample>
@@ -77,8 +83,7 @@ ImageElement<Sample> readImage(CalibrationXml& xml) {
   image.height = xml.hasAttribute("Height") ? xml.attribute("Height").toLongLong() : 1;
   auto const size = byteCount<Sample>(image.width, image.height);
   if (size != 0U) {
-    QByteArray const bytes =
-        xml.hasAttribute("Data") ? QByteArray::fromBase64(xml.attribute("Data").toUtf8()) : QByteArray();
+    QByteArray const bytes = xml.hasAttribute("Data") ? decoded(xml.attribute("Data")) : QByteArray();
     if (!size || static_cast<std::uint64_t>(bytes.size()) < *size) {
       throw std::runtime_error("Invalid width or height");
     }

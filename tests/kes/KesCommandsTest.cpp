@@ -34,6 +34,8 @@ TEST(Kes, HelpAndVersionAreThereOnEveryLevel) {
                                                                                        {"camera"},
                                                                                        {"camera", "versions"},
                                                                                        {"camera", "info"},
+                                                                                       {"camera", "quick"},
+                                                                                       {"camera", "convert"},
                                                                                        {"ortho"},
                                                                                        {"block"},
                                                                                        {"block", "info"},
