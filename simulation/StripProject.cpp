@@ -322,6 +322,7 @@ FlightFiles Flight::write(Progress const& progress) const {
   FlightFiles written = files;
   written.calibrations = mPlace.calibrations;
   writeOrientations(written);
+  progress(0.9);
   writeStrip(bands);
   progress(1.0);
   return written;

@@ -98,14 +98,14 @@ double interpolated(Raster const& raster, double x, double y) {
   return sum;
 }
 
-// A flight of 9500 lines to the east, so long that its forward, nadir and backward bands see a piece of ground in common: they look
+// A flight of 9800 lines to the east, so long that its forward, nadir and backward bands see a piece of ground in common: they look
 // 1020 m ahead and 510 m back from 2000 m above it.
 class OrthoAccuracy : public testing::Test {
 protected:
   static simulation::FlightPlan planOfFlight() {
     simulation::FlightPlan plan;
     plan.dem = KESSENSOR_TERRAIN;
-    plan.lines = 9500;
+    plan.lines = 9800;
     plan.samples = 160;
     plan.heading = 90.0;
     plan.renderedBands = {"PANF27A", "PANN00A", "PANB14A"};
