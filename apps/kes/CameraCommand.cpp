@@ -240,7 +240,7 @@ void addConvert(CLI::App& camera, Run& run) {
   addNames(*command, *options);
   addVersion(*command, *options);
   command->add_option("OUTDIR", options->outputFolder, "Folder to write into; made when it isn't there")->required();
-  command->footer("Example: kes camera convert KESA0 30512 3 copy --calibrations flight/calibration");
+  command->footer("Example: kes camera convert KESA0 12000 3 copy --calibrations flight/calibration");
   command->callback([options, &run] { run = [options] { return convert(*options); }; });
 }
 
