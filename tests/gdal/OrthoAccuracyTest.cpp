@@ -180,7 +180,7 @@ TEST_F(OrthoAccuracy, ForwardNadirAndBackwardOrthophotosAgree) {
     double const columns = std::round((nadir.geoTransform[0] - other.geoTransform[0]) / gsd);
     double const rows = std::round((other.geoTransform[3] - nadir.geoTransform[3]) / gsd);
     double const error = medianOffset(
-        nadir, [&](double x, double y) { return interpolated(other, x + columns, y + rows); }, 50, 30);
+        nadir, [&](double x, double y) { return interpolated(other, x + columns, y + rows); }, 30, 30);
     RecordProperty(band, std::to_string(error));
     EXPECT_LT(error, 0.02) << band;
   }
