@@ -1,7 +1,7 @@
 #include "serializer/CalibrationQuickLook.h"
 
 #include "common/QtText.h"
-#include "serializer/CalibrationXml.h"
+#include "xmlFileData/CalibrationXml.h"
 
 #include <xmlFileData/KesCalibrationInterface.h>
 

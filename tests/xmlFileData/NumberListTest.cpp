@@ -1,4 +1,4 @@
-#include "serializer/NumberList.h"
+#include "xmlFileData/NumberList.h"
 
 #include "support/Matchers.h"
 
@@ -10,8 +10,8 @@
 
 namespace {
 
-using sensor::numberList;
 using testing::ElementsAre;
+using xmlFileData::numberList;
 
 std::vector<double> numbers(char const* text) {
   return numberList(QString::fromUtf8(text), 3);

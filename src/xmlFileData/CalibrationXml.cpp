@@ -1,8 +1,8 @@
-#include "serializer/CalibrationXml.h"
+#include "xmlFileData/CalibrationXml.h"
 
 #include "common/InputFile.h"
 #include "common/XmlMarkup.h"
-#include "serializer/NumberList.h"
+#include "xmlFileData/NumberList.h"
 
 #include <stdexcept>
 
@@ -125,7 +125,7 @@ QString CalibrationXml::content() {
 }
 
 std::vector<double> CalibrationXml::numbersContent(std::size_t expected) {
-  return sensor::numberList(content(), expected);
+  return numberList(content(), expected);
 }
 
 void CalibrationXml::checkParser() const {

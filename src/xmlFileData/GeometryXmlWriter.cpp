@@ -1,4 +1,4 @@
-#include "serializer/GeometryXmlWriter.h"
+#include "xmlFileData/GeometryXmlWriter.h"
 
 #include "common/QtText.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "serializer/CalibrationXml.h"
+#include "xmlFileData/CalibrationXml.h"
 
 #include <xmlFileData/CalibFileBase.h>
 

@@ -1,4 +1,4 @@
-#include "serializer/GeometryXmlWriter.h"
+#include "xmlFileData/GeometryXmlWriter.h"
 
 #include "support/Matchers.h"
 #include "support/XmlFolder.h"

@@ -1,4 +1,4 @@
-#include "serializer/CalibrationParts.h"
+#include "xmlFileData/CalibrationParts.h"
 
 #include "common/QtText.h"
 

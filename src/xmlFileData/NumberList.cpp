@@ -1,4 +1,4 @@
-#include "serializer/NumberList.h"
+#include "xmlFileData/NumberList.h"
 
 #include "common/QtText.h"
 
@@ -11,7 +11,7 @@
 #include <optional>
 #include <string_view>
 
-namespace sensor {
+namespace xmlFileData {
 
 namespace {
 
@@ -72,7 +72,7 @@ std::vector<double> numberList(QString const& text, std::size_t expected) {
     if (at > begin) {
       auto const number = plainNumber(all.substr(begin, at - begin));
       if (!number) {
-        addByStream(text.mid(static_cast<QStringSize>(begin)), numbers);
+        addByStream(text.mid(static_cast<sensor::QStringSize>(begin)), numbers);
         return numbers;
       }
       numbers.push_back(*number);
@@ -82,4 +82,4 @@ std::vector<double> numberList(QString const& text, std::size_t expected) {
   return numbers;
 }
 
-}  // namespace sensor
+}  // namespace xmlFileData

@@ -78,7 +78,7 @@ public:
   QString content();
   std::string textContent() { return content().toStdString(); }
   double realContent() { return content().toDouble(); }
-  /// A list of numbers, see `sensor::numberList`.
+  /// A list of numbers, see `numberList`.
   std::vector<double> numbersContent(std::size_t expected);
 
   /// Throws std::runtime_error "XML reader: " + the parser's message, when it has one.

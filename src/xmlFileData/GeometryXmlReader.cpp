@@ -1,5 +1,5 @@
-#include "serializer/CalibrationParts.h"
-#include "serializer/CalibrationXml.h"
+#include "xmlFileData/CalibrationParts.h"
+#include "xmlFileData/CalibrationXml.h"
 
 #include <xmlFileData/CalibrationFiles.h>
 #include <xmlFileData/KesBGeoCalibData.h>
