@@ -194,8 +194,9 @@ TEST_F(GeometryXmlReader, StartsAndSpacingsOfAGridAreZero) {
                                    {"RowSpacing_mm", "row spacing"},
                                    {"ColumnStart_mm", "column start"},
                                    {"ColumnSpacing_mm", "column spacing"}}) {
+    std::string const element = name;
     auto const text = [&](std::string const& value) {
-      return with(mText, "<GridRow", std::string("<") + name + ">" + value + "</" + name + "><GridRow");
+      return with(mText, "<GridRow", "<" + element + ">" + value + "</" + element + "><GridRow");
     };
     std::string const message = std::string(told) + " != 0 is invalid for absolute distortion grids";
     expect(text("0.001"), message);
