@@ -12,7 +12,7 @@ protected:
     return block.groundPoints().numPoints() == 0 ? 0.0 : block.groundPoints().points()[0].x;
   }
 
-  std::unique_ptr<BlockModelData> mBlock = emptyBlock();
+  std::unique_ptr<test::OwnedBlock> mBlock = emptyBlock();
 };
 
 TEST_F(BlockPoints, ListIsReplacedAndCanBeChangedInPlace) {

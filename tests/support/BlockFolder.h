@@ -25,6 +25,11 @@ namespace test {
 
 constexpr char const* utm33 = "<CoordinateSystem definition=\"EPSG:32633\"/>";
 
+/// A block that may be deleted through a pointer to its own class: nothing derives from it.
+struct OwnedBlock final : sensor::BlockModelData {
+  using BlockModelData::BlockModelData;
+};
+
 /// A test with a folder for a block and its small strips. The factory keeps cameras for the life of the process, so that each
 /// test has a sensor id of its own.
 class BlockFolder : public testing::Test {
@@ -58,15 +63,15 @@ protected:
                    std::string const& attributes = "version=\"1.0\" name=\"Valley\"") const {
     return mFolder.file("block.blf", "<Block " + attributes + ">" + elements + "</Block>");
   }
-  std::unique_ptr<sensor::BlockModelData> read(std::string const& elements, bool load = false) const {
-    return std::make_unique<sensor::BlockModelData>(file(elements), load, false, false);
+  std::unique_ptr<OwnedBlock> read(std::string const& elements, bool load = false) const {
+    return std::make_unique<OwnedBlock>(file(elements), load, false, false);
   }
   std::string messageOf(std::string const& elements) const {
     return test::messageOf([&] { read(elements); });
   }
   /// An empty block that stands in the folder.
-  std::unique_ptr<sensor::BlockModelData> emptyBlock() const {
-    auto block = std::make_unique<sensor::BlockModelData>();
+  std::unique_ptr<OwnedBlock> emptyBlock() const {
+    auto block = std::make_unique<OwnedBlock>();
     block->setFileName(mFolder / "block.blf");
     block->setDataPath(mFolder.path());
     return block;
