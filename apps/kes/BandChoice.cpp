@@ -20,15 +20,20 @@ std::vector<int> BandChoice::of(sensor::KESStripModel const& strip) {
   return indices;
 }
 
+std::string BandChoice::knownIds() const {
+  std::string ids;
+  for (std::string const& id : mKnown) {
+    ids.append(ids.empty() ? "" : ", ").append(id);
+  }
+  return ids;
+}
+
 void BandChoice::requireAll() const {
   for (std::string const& id : mIds) {
     if (mKnown.count(id) == 0) {
-      std::string known;
-      for (std::string const& other : mKnown) {
-        known.append(known.empty() ? "" : ", ").append(other);
-      }
-      throw std::runtime_error("no band \"" + id + "\" in the strip" +
-                               (mStrips == 1 ? ", which has " : "s, which have ") + known);
+      std::string message = "no band \"" + id + "\" in the strip";
+      message.append(mStrips == 1 ? ", which has " : "s, which have ").append(knownIds());
+      throw std::runtime_error(message);
     }
   }
 }

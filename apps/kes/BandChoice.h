@@ -22,6 +22,8 @@ public:
   void requireAll() const;
 
 private:
+  std::string knownIds() const;
+
   std::vector<std::string> mIds;
   std::set<std::string> mKnown;
   int mStrips = 0;
