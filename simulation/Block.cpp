@@ -69,7 +69,7 @@ public:
   Block(BlockPlan const& plan, Terrain const& terrain, CameraHead const& head, std::unique_ptr<geo::coordSys> map,
         std::string folder, std::string finalFolder)
       : mPlan(plan), mTerrain(terrain), mFolder(std::move(folder)), mFinalFolder(std::move(finalFolder)) {
-    head.writeCalibrations(path(calibrationFolder));
+    writeCalibrations(plan.flight, head, path(calibrationFolder));
     mBlock.setDataPath(mFolder);
     mBlock.setDisplayName(plan.name);
     mBlock.setCoordSys(map.release());
@@ -104,10 +104,16 @@ FlightFiles belowFolder(FlightFiles const& files, std::string const& folder) {
     std::transform(names.begin(), names.end(), std::back_inserter(result), below);
     return result;
   };
-  return {
-      below(files.strip),          calibrationFolder,      below(files.originalEop),     below(files.adjustedEop),
-      below(files.trueEop),        allBelow(files.images), allBelow(files.originalOdfs), allBelow(files.adjustedOdfs),
-      allBelow(files.supportFiles)};
+  return {below(files.strip),
+          files.xmlStrip.empty() ? "" : below(files.xmlStrip),
+          calibrationFolder,
+          below(files.originalEop),
+          below(files.adjustedEop),
+          below(files.trueEop),
+          allBelow(files.images),
+          allBelow(files.originalOdfs),
+          allBelow(files.adjustedOdfs),
+          allBelow(files.supportFiles)};
 }
 
 FlightFiles Block::fly(FlightPlan const& flight, Texture const* texture, Progress const& progress) {

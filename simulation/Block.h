@@ -18,7 +18,7 @@ struct BlockFiles {
 
 /// Flies a block over the plan's terrain and writes it into a new folder: the block file, each strip in a folder of its name as
 /// `simulateFlight` has it, one camera for all, the ground points, and the measurements of these in the images of all
-/// bands. The folder appears as a whole, or not at all. Equal plans give equal files.
+/// bands. Strips of the camera of XML files lie beside those that the block lists. The folder appears as a whole, or not at all. Equal plans give equal files.
 ///
 /// The block file names the elevation model by its absolute path and all else relative to its folder, also the folder of
 /// calibrations, so that a block opens wherever it lies.

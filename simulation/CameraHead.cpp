@@ -1,7 +1,6 @@
 #include <geo/XYZPoint.h>
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometryKesV1.h>
-#include <sensor/Misalignment.h>
 #include <sensor/SerializerCameraKes.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>
@@ -75,15 +74,24 @@ constexpr std::array<Version, 3> versions{{{1, 4.0e-5F, 6.0e-6F, "Laboratory cal
                                            {2, 1.0e-5F, 1.5e-6F, "Test field, first flight.\n", 2009},
                                            {3, 0.0F, 0.0F, "Test field, second flight, all lines.\n", 2010}}};
 
-QDateTime calibrationTime(Version const& version) {
+constexpr Version newest = versions[CameraHead::currentVersion - 1];
+
+QDateTime timeOf(Version const& version) {
   return {QDate(version.year, 3, 12), QTime(14, 15, 30), Qt::UTC};
 }
 
+sensor::Misalignment misalignmentOf(Version const& version) {
+  double const doubt = 1e-5 * (4 - static_cast<double>(version.number));
+  sensor::Misalignment misalignment;
+  misalignment.setValues(0.0012345678 + doubt, -0.0023456789, 0.0034567891 - doubt, doubt, doubt, 2 * doubt);
+  return misalignment;
+}
+
 void describe(sensor::CalibrationInfo& info, SensorLine const& line, Version const& version) {
-  info.setCalibSource("Simulated flight");
+  info.setCalibSource(CameraHead::calibrationSource);
   info.setSensorId(CameraHead::sensorId(static_cast<int>(line.x.size())));
   info.setBandId(line.bandId);
-  info.setCalibDateTime(calibrationTime(version));
+  info.setCalibDateTime(timeOf(version));
 }
 
 void writeLine(sensor::SerializerCameraKesV1Cam const& serializer, std::string const& folder, SensorLine const& line,
@@ -112,9 +120,7 @@ void writeRadiocal(std::string const& folder, std::vector<SensorLine> const& lin
 }
 
 void writeMisalignment(std::string const& folder, Version const& version) {
-  double const doubt = 1e-5 * (4 - static_cast<double>(version.number));
-  sensor::Misalignment misalignment;
-  misalignment.setValues(0.0012345678 + doubt, -0.0023456789, 0.0034567891 - doubt, doubt, doubt, 2 * doubt);
+  sensor::Misalignment const misalignment = misalignmentOf(version);
   sensor::SerializerMisalignmentV1Dat(folder + "/misalignment.dat").write(&misalignment);
 }
 
@@ -152,6 +158,14 @@ CameraHead::CameraHead(int samples) : mSensorId(sensorId(samples)) {
   }
 }
 
+QDateTime CameraHead::calibrationTime() {
+  return timeOf(newest);
+}
+
+sensor::Misalignment CameraHead::misalignment() {
+  return misalignmentOf(newest);
+}
+
 double CameraHead::lookAhead() const {
   float greatest = 0.0F;
   for (SensorLine const& line : mLines) {
@@ -168,7 +182,7 @@ double CameraHead::lookBack() const {
   return static_cast<double>(-least / focalLength);
 }
 
-void CameraHead::writeCalibrations(std::string const& folder) const {
+void CameraHead::writeCamCalibrations(std::string const& folder) const {
   std::string const camera = folder + "/" + sensor::SerializerCameraKes::cameraFolderName(type, mSensorId);
   for (Version const& version : versions) {
     std::string const place = camera + "/" + sensor::SerializerCameraKes::versionFolderName(version.number);

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <geo/XYPoint.h>
+#include <sensor/Misalignment.h>
 
 #include <simulation/FlightPlan.h>
 #include <string>
 #include <vector>
+
+class QDateTime;
 
 namespace simulation {
 
@@ -31,6 +34,7 @@ public:
   static constexpr char const* type = "KESA0";
   /// The version that strips use, the newest of three.
   static constexpr unsigned currentVersion = 3;
+  static constexpr char const* calibrationSource = "Simulated flight";
 
   /// Width of a pixel on level ground `height` metres below, metres.
   static constexpr double groundSize(double height) {
@@ -45,6 +49,11 @@ public:
   /// The camera's own id, its samples in five digits: cameras of one id are alike.
   static std::string sensorId(int samples);
 
+  /// Of the current version: when it was calibrated, UTC, and how it is turned against the inertial unit.
+  static QDateTime calibrationTime();
+  static sensor::Misalignment misalignment();
+
+  int samples() const { return static_cast<int>(mLines.front().x.size()); }
   std::vector<SensorLine> const& lines() const { return mLines; }
   /// Tangents of the greatest angles at which lines look ahead and back.
   double lookAhead() const;
@@ -52,7 +61,7 @@ public:
 
   /// Writes the camera's folder, with all its versions, into a calibration folder: CAM files, radiometric table,
   /// misalignment and note of each version. Earlier versions were less well known.
-  void writeCalibrations(std::string const& folder) const;
+  void writeCamCalibrations(std::string const& folder) const;
 
 private:
   std::string mSensorId;

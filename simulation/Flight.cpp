@@ -24,7 +24,7 @@ FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Pr
   NewFolder output(folder);
   FlightFiles written = writeStripProject(plan, terrain, {output.path(), absoluteFolder(folder)},
                                           [&](double done) { report(projectPart * done); });
-  CameraHead(plan.samples).writeCalibrations(output.path() + "/" + written.calibrations);
+  writeCalibrations(plan, CameraHead(plan.samples), output.path() + "/" + written.calibrations);
   if (hasImages) {
     written.images = renderImages(plan, output.path(), written, terrain, *texture,
                                   [&](double done) { report(projectPart + (1.0 - projectPart) * done); });

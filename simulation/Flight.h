@@ -10,6 +10,8 @@ namespace simulation {
 /// The files of a simulated flight, relative to its folder.
 struct FlightFiles {
   std::string strip;
+  /// The same strip with the camera of XML files, where the plan has it.
+  std::string xmlStrip;
   std::string calibrations;
   std::string originalEop;
   std::string adjustedEop;
@@ -40,6 +42,9 @@ using Progress = std::function<void(double)>;
 /// With a version of ODFs in the plan, both orientations are written band by band, too: the files of all bands cover the lines,
 /// but each begins and ends a little later than that of the band before it. A support file for each band names them by
 /// their full path, so only flights into one folder are equal then. Such a path may have no blanks.
+///
+/// With the camera of XML files in the plan, it is written beside the other, with the same sensor lines to the last digit of the
+/// files (see `writeXmlCalibration`), and a second strip file that differs in its name and its camera.
 ///
 /// Throws std::runtime_error when the plan can't be flown, has an unknown band or a texture that can't be used, the terrain
 /// can't be read or lies elsewhere, or the folder can't be written or isn't empty.

@@ -40,6 +40,8 @@ struct FlightPlan {
   std::string odfVersion;
   static constexpr char const* oldOdf = "1.0";
   static constexpr char const* currentOdf = "1.2";
+  /// Whether the camera is written as one of XML files, too, with a strip that has it.
+  bool hasXmlCamera = false;
 
   /// Threads that render, 0 for as many as the machine runs at a time. Images don't depend on it.
   int threads = 0;

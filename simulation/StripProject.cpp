@@ -21,6 +21,7 @@
 #include <simulation/StripProject.h>
 #include <simulation/Timing.h>
 #include <simulation/Trajectory.h>
+#include <simulation/XmlCalibration.h>
 #include <stdexcept>
 
 namespace simulation {
@@ -44,6 +45,12 @@ struct BandPlan {
   std::vector<RateChange> rates;
   std::string integration;  // milliseconds, or a file
   std::string tdi;          // a file
+};
+
+// How a strip file names its camera, but for the camera's id.
+struct CameraName {
+  char const* type;
+  unsigned version;
 };
 
 // A flight while it is being made.
@@ -72,7 +79,9 @@ private:
   OdfSet odfSet() const;
   std::uint32_t absoluteTime() const { return startOfWeek + static_cast<std::uint32_t>(mStart); }
   void writeFootprint(BandPlan const& band, SensorLine const& line) const;
-  void writeStrip(std::vector<BandPlan> const& bands) const;
+  void writeStrip(std::string const& file, std::string const& name, CameraName const& camera,
+                  std::vector<BandPlan> const& bands) const;
+  void writeStrips(std::vector<BandPlan> const& bands, FlightFiles& written) const;
   std::string path(std::string const& name) const { return mPlace.folder + "/" + name; }
   std::string imageName(BandPlan const& band) const { return mPlan.name + "_" + band.id + ".tif"; }
 
@@ -89,7 +98,8 @@ private:
   Trajectory mTrajectory;
 };
 
-FlightFiles const files{"strip.stp", "", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop", {}, {}, {}, {}};
+FlightFiles const files{"strip.stp", "", "", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop", {},
+                        {},          {}, {}};
 
 // Mean height of the terrain under the path and beside it. What the elevation model doesn't cover doesn't count.
 double Flight::meanTerrain() const {
@@ -266,14 +276,15 @@ void Flight::writeFootprint(BandPlan const& band, SensorLine const& line) const 
   writeFile(path("footprints/" + band.id + ".xml"), {text.constData(), static_cast<std::size_t>(text.size())});
 }
 
-void Flight::writeStrip(std::vector<BandPlan> const& bands) const {
+void Flight::writeStrip(std::string const& file, std::string const& name, CameraName const& camera,
+                        std::vector<BandPlan> const& bands) const {
   QByteArray text;
   QTextStream stream(&text, QIODevice::WriteOnly);
   XmlWriter writer(stream, 0);
   writer.writeStartDocument();
   writer.addAttribute(QStringLiteral("version"), "1.0");
   writer.addAttribute(QStringLiteral("mean_terrain_height"), mMeanTerrain - mAnchor.z, 'f', 2);
-  writer.addAttribute(QStringLiteral("name"), qt(mPlan.name));
+  writer.addAttribute(QStringLiteral("name"), qt(name));
   writer.writeStartElement(QStringLiteral("Strip"));
   writer.addAttribute(QStringLiteral("location"), "images");
   writer.writeStartElement(QStringLiteral("Images"));
@@ -293,10 +304,9 @@ void Flight::writeStrip(std::vector<BandPlan> const& bands) const {
     writer.writeElement(QStringLiteral("Image"), "");
   }
   writer.writeEndElement();
-  writer.addAttribute(QStringLiteral("version"),
-                      qt(sensor::SerializerCameraKes::versionFolderName(CameraHead::currentVersion)));
+  writer.addAttribute(QStringLiteral("version"), qt(sensor::SerializerCameraKes::versionFolderName(camera.version)));
   writer.addAttribute(QStringLiteral("sensor_id"), qt(CameraHead::sensorId(mPlan.samples)));
-  writer.addAttribute(QStringLiteral("sensor_type"), CameraHead::type);
+  writer.addAttribute(QStringLiteral("sensor_type"), camera.type);
   writer.writeElement(QStringLiteral("Calibration"), "");
   writer.addAttribute(QStringLiteral("filename"), qt(files.originalEop));
   writer.addAttribute(QStringLiteral("filename_adjusted"), qt(files.adjustedEop));
@@ -305,7 +315,15 @@ void Flight::writeStrip(std::vector<BandPlan> const& bands) const {
   writer.writeElement(QStringLiteral("RawData"), "");
   writer.writeEndDocument();
   stream.flush();
-  writeFile(path(files.strip), {text.constData(), static_cast<std::size_t>(text.size())});
+  writeFile(path(file), {text.constData(), static_cast<std::size_t>(text.size())});
+}
+
+void Flight::writeStrips(std::vector<BandPlan> const& bands, FlightFiles& written) const {
+  writeStrip(written.strip, mPlan.name, {CameraHead::type, CameraHead::currentVersion}, bands);
+  if (mPlan.hasXmlCamera) {
+    written.xmlStrip = "strip_hdb.stp";
+    writeStrip(written.xmlStrip, mPlan.name + "_HDB", {XmlCamera::type, XmlCamera::version}, bands);
+  }
 }
 
 FlightFiles Flight::write(Progress const& progress) const {
@@ -323,12 +341,19 @@ FlightFiles Flight::write(Progress const& progress) const {
   written.calibrations = mPlace.calibrations;
   writeOrientations(written);
   progress(0.9);
-  writeStrip(bands);
+  writeStrips(bands, written);
   progress(1.0);
   return written;
 }
 
 }  // namespace
+
+void writeCalibrations(FlightPlan const& plan, CameraHead const& head, std::string const& folder) {
+  head.writeCamCalibrations(folder);
+  if (plan.hasXmlCamera) {
+    writeXmlCalibration(head, folder);
+  }
+}
 
 std::string absoluteFolder(std::string const& folder) {
   return (std::filesystem::absolute(folder) / "").lexically_normal().parent_path().string();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <simulation/CameraHead.h>
 #include <simulation/Flight.h>
 #include <simulation/FlightPlan.h>
 #include <simulation/Terrain.h>
@@ -15,6 +16,9 @@ struct StripPlace {
   /// The folder of calibrations, relative to the project's.
   std::string calibrations = "calibration";
 };
+
+/// Writes the calibrations of all cameras that the plan asks for into a folder.
+void writeCalibrations(FlightPlan const& plan, CameraHead const& head, std::string const& folder);
 
 /// The absolute path of a folder that need not exist, without a separator at its end.
 std::string absoluteFolder(std::string const& folder);

@@ -27,10 +27,17 @@ void add(Listing& listing, std::string const& name, Options const& options, std:
   }
 }
 
+void addStrips(Listing& listing, Options const& options, simulation::FlightFiles const& files) {
+  add(listing, "strip", options, {files.strip});
+  if (!files.xmlStrip.empty()) {
+    add(listing, "HDB00 strip", options, {files.xmlStrip});
+  }
+}
+
 Listing fly(Options const& options, simulation::Progress const& progress) {
   auto const files = simulation::simulateFlight(options.flight, options.folder, progress);
   Listing listing;
-  add(listing, "strip", options, {files.strip});
+  addStrips(listing, options, files);
   add(listing, "calibrations", options, {files.calibrations});
   add(listing, "true orientation", options, {files.trueEop});
   add(listing, "support file", options, files.supportFiles);
@@ -51,7 +58,7 @@ Listing flyBlock(Options const& options, simulation::Progress const& progress) {
   add(listing, "calibrations", options, {files.calibrations});
   add(listing, "ground points", options, {files.groundPoints});
   for (simulation::FlightFiles const& strip : files.strips) {
-    add(listing, "strip", options, {strip.strip});
+    addStrips(listing, options, strip);
     add(listing, "support file", options, strip.supportFiles);
     add(listing, "image", options, strip.images);
   }
@@ -88,6 +95,8 @@ void addFlight(CLI::App& command, Options& options) {
       .add_flag("--odf{1.2}", plan.odfVersion,
                 "Write the orientation as a file for each band, too, with support files; --odf=1.0 in the old version")
       ->check(CLI::IsMember({"1.0", "1.2"}));
+  command.add_flag("--hdb", plan.hasXmlCamera,
+                   "Write the camera as one of type HDB00, in XML files, too, and the strip a second time with it");
 }
 
 void addImages(CLI::App& command, Options& options) {

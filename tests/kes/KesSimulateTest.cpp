@@ -112,6 +112,26 @@ TEST(KesSimulate, WritesOrientationFilesOfBands) {
   EXPECT_FALSE(test::exists(folder / "other"));
 }
 
+TEST(KesSimulate, WritesACameraOfXmlFiles) {
+  test::TempFolder const folder;
+  std::string const out = folder / "flight";
+  KesRun const run = kes(small(out, {"--hdb"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_EQ(run.out, "strip:             " + out + "/strip.stp\nHDB00 strip:       " + out +
+                         "/strip_hdb.stp\ncalibrations:      " + out + "/calibration\ntrue orientation:  " + out +
+                         "/truth/flight.eop\n");
+  std::vector<std::string> const calibrations{"--calibrations", out + "/calibration"};
+  KesRun const camera = kes({"camera", "info", "HDB00", "00064", "1", calibrations[0], calibrations[1]});
+  EXPECT_EQ(camera.code, 0) << camera.err;
+  EXPECT_THAT(camera.out, HasSubstr("camera:        HDB00 00064\n"));
+  EXPECT_THAT(camera.out, HasSubstr("NIRF16A       64  62.70000     6.500    16.300       no      860.0      55.0"));
+  KesRun const info = kes({"info", out + "/strip_hdb.stp", calibrations[0], calibrations[1]});
+  EXPECT_EQ(info.code, 0) << info.err;
+  EXPECT_THAT(info.out, HasSubstr("Line1_HDB\n"));
+  EXPECT_THAT(info.out, HasSubstr("HDB00 00064"));
+  EXPECT_EQ(kes({"check", out + "/strip_hdb.stp", calibrations[0], calibrations[1]}).out, "valid\n");
+}
+
 TEST(KesSimulate, FullDiskLeavesNothing) {
   test::SmallFileSystem const disk(102400);
   if (!disk.isMounted()) {
@@ -159,6 +179,17 @@ TEST(KesSimulate, BlockTakesItsOptions) {
   ASSERT_EQ(kes(smallBlock(near, {"--points", "7", "--overlap", "80"})).code, 0);
   EXPECT_NE(test::contents(out + "/Line1/footprints/PANN00A.xml"),
             test::contents(near + "/Line1/footprints/PANN00A.xml"));
+}
+
+TEST(KesSimulate, BlockHasACameraOfXmlFiles) {
+  test::TempFolder const folder;
+  std::string const out = folder / "block";
+  KesRun const run = kes(smallBlock(out, {"--points", "7", "--hdb"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_EQ(run.out, "block:          " + out + "/block.blf\ncalibrations:   " + out +
+                         "/calibration\nground points:  " + out + "/control/controls.gpt\nstrip:          " + out +
+                         "/Line1/strip.stp\nHDB00 strip:    " + out + "/Line1/strip_hdb.stp\nstrip:          " + out +
+                         "/Line2/strip.stp\nHDB00 strip:    " + out + "/Line2/strip_hdb.stp\n");
 }
 
 // A block's strips are longer than a strip alone, unless told otherwise.
