@@ -64,7 +64,7 @@ double groundTolerance(KESStripModel const& strip, geo::XYPoint const& ray, doub
 
 // Errors of the focal length and of the position add up; the solver has samples in single precision, and rounds at each
 // of some steps. A line is about as long as a pixel.
-double imageTolerance(geo::XYPoint const& ray, int width) {
+double imageTolerance(geo::XYPoint const& ray, double width) {
   constexpr double focalLengthInPixels = CameraHead::focalLength / CameraHead::pixelSize;
   return 2 * readError * std::hypot(ray.x, ray.y) * focalLengthInPixels + 4 * floatError * width;
 }
@@ -91,7 +91,8 @@ TEST_F(XmlStrip, ProjectsAsTheOther) {
         geo::XYPoint inCam;
         xml->lsrToImage(fromCam, band, inXml);
         cam->lsrToImage(fromCam, band, inCam);
-        ASSERT_LE(std::hypot(inXml.x - inCam.x, inXml.y - inCam.y), imageTolerance(ray, xml->imageWidth(band)))
+        ASSERT_LE(std::hypot(inXml.x - inCam.x, inXml.y - inCam.y),
+                  imageTolerance(ray, static_cast<int>(xml->imageWidth(band))))
             << xml->bandID(band) << " " << sample << " " << line;
         ASSERT_NEAR(inXml.x, sample, 0.1);
         ASSERT_NEAR(inXml.y, line, 0.1);
