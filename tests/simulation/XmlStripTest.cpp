@@ -91,8 +91,7 @@ TEST_F(XmlStrip, ProjectsAsTheOther) {
         geo::XYPoint inCam;
         xml->lsrToImage(fromCam, band, inXml);
         cam->lsrToImage(fromCam, band, inCam);
-        ASSERT_LE(std::hypot(inXml.x - inCam.x, inXml.y - inCam.y),
-                  imageTolerance(ray, static_cast<int>(xml->imageWidth(band))))
+        ASSERT_LE(std::hypot(inXml.x - inCam.x, inXml.y - inCam.y), imageTolerance(ray, xml->imageWidth(band)))
             << xml->bandID(band) << " " << sample << " " << line;
         ASSERT_NEAR(inXml.x, sample, 0.1);
         ASSERT_NEAR(inXml.y, line, 0.1);
