@@ -4,10 +4,11 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/kessensor")
 
 # Libraries and tool find each other by their places, so that the whole can be moved.
-set_target_properties(kessensor kesgdal PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(kesplatform kessensor kesgdal PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(kesfiles PROPERTIES EXPORT_NAME files)
 set_target_properties(kesplatform PROPERTIES EXPORT_NAME platform)
 set_target_properties(kesgdal PROPERTIES EXPORT_NAME gdal)
-install(TARGETS kessensor kesplatform kesgdal EXPORT kessensorTargets
+install(TARGETS kesfiles kesplatform kessensor kesgdal EXPORT kessensorTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")

@@ -1,6 +1,6 @@
 #include "GdalErrors.h"
 #include "OrthoFile.h"
-#include "WorkFolder.h"
+#include "files/WorkFolder.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -62,7 +62,7 @@ bool isWhole(std::string const& fileName, GDALDataset& source) {
 
 }  // namespace
 
-void writeCog(WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
+void writeCog(files::WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
               Progress const& progress) {
   GdalErrors const errors;
   auto const require = [&](bool done, char const* otherwise) {

@@ -2,7 +2,7 @@
 
 #include "Block.h"
 #include "GdalErrors.h"
-#include "WorkFolder.h"
+#include "files/WorkFolder.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,7 +15,7 @@ constexpr int greatestTile = 512;
 
 }  // namespace
 
-OrthoFile::OrthoFile(WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+OrthoFile::OrthoFile(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
                      std::vector<std::string> const& bandNames)
     : mFolder(folder), mFormat(format), mTileSide(std::min(format.blockSide, greatestTile)),
       mPixelBytes(static_cast<std::size_t>(GDALGetDataTypeSizeBytes(format.type))) {

@@ -8,11 +8,14 @@
 #include <string>
 #include <vector>
 
+namespace files {
+class WorkFolder;
+}
+
 namespace kesgdal {
 
 struct Block;
 class GdalErrors;
-class WorkFolder;
 
 /// What the bands of an orthophoto have in common.
 struct OrthoFormat {
@@ -27,9 +30,9 @@ struct OrthoFormat {
 /// they are written again. So a failure shows where it happens, and blocks without data take no room.
 class OrthoFile {
 public:
-  /// Makes the file in a folder. `bandNames` become the bands' descriptions. Throws by `WorkFolder::fail` with GDAL's reason,
+  /// Makes the file in a folder. `bandNames` become the bands' descriptions. Throws by `files::WorkFolder::fail` with GDAL's reason,
   /// as the others do.
-  OrthoFile(WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+  OrthoFile(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
             std::vector<std::string> const& bandNames);
   ~OrthoFile();
   OrthoFile(OrthoFile const&) = delete;
@@ -49,7 +52,7 @@ private:
   void setHeader(std::vector<std::string> const& bandNames);
   void require(bool done, GdalErrors const& errors) const;
 
-  WorkFolder const& mFolder;
+  files::WorkFolder const& mFolder;
   OrthoFormat mFormat;
   int mTileSide;
   std::size_t mPixelBytes;
@@ -58,8 +61,8 @@ private:
 };
 
 /// Copies a finished `OrthoFile` of a folder to a Cloud Optimized GeoTIFF in it: compressed without loss, with overviews. Throws
-/// by `WorkFolder::fail` with GDAL's reason, also when not all of it is in the file afterwards.
-void writeCog(WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
+/// by `files::WorkFolder::fail` with GDAL's reason, also when not all of it is in the file afterwards.
+void writeCog(files::WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
               Progress const& progress);
 
 }  // namespace kesgdal

@@ -1,7 +1,7 @@
 #include "OrthoMosaic.h"
 
 #include "Block.h"
-#include "WorkFolder.h"
+#include "files/WorkFolder.h"
 
 #include <cstring>
 #include <filesystem>
@@ -20,7 +20,7 @@ OrthoFormat distanceFormat(OrthoFormat const& format) {
 
 }  // namespace
 
-OrthoMosaic::OrthoMosaic(WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+OrthoMosaic::OrthoMosaic(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
                          std::vector<std::string> const& bandNames, bool ofSeveralStrips)
     : mFolder(folder), mFormat(format), mPixels(folder, name, format, bandNames) {
   if (ofSeveralStrips) {

@@ -6,11 +6,14 @@
 #include <string>
 #include <vector>
 
+namespace files {
+class WorkFolder;
+}
+
 namespace kesgdal {
 
 struct Block;
 struct WarpedBlock;
-class WorkFolder;
 
 /// Puts the blocks of all strips together: each pixel of the file is that of the strip which has it nearest to the middle of its
 /// line, and of the first of these that came when they are as near. The distances of what is in the file are kept in another
@@ -18,7 +21,7 @@ class WorkFolder;
 class OrthoMosaic {
 public:
   /// Makes the files in a folder. Throws as `OrthoFile`.
-  OrthoMosaic(WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+  OrthoMosaic(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
               std::vector<std::string> const& bandNames, bool ofSeveralStrips);
 
   OrthoFormat const& format() const { return mFormat; }
@@ -32,7 +35,7 @@ public:
 private:
   bool take(WarpedBlock const& warped);
 
-  WorkFolder const& mFolder;
+  files::WorkFolder const& mFolder;
   OrthoFormat mFormat;
   OrthoFile mPixels;
   std::unique_ptr<OrthoFile> mDistances;

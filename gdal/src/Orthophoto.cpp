@@ -2,7 +2,7 @@
 #include "OrthoMosaic.h"
 #include "OrthoWarper.h"
 #include "StripSurvey.h"
-#include "WorkFolder.h"
+#include "files/WorkFolder.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <geo/coordSys.h>
@@ -10,6 +10,7 @@
 #include <sensor/KESStripModelData.h>
 
 #include <cmath>
+#include <filesystem>
 #include <kesgdal/OrthoGrid.h>
 #include <kesgdal/Orthophoto.h>
 #include <stdexcept>
@@ -27,6 +28,14 @@ OGRSpatialReference mapReference(geo::coordSys const& map) {
     throw std::runtime_error("coordinate system \"" + map.definition() + "\" is neither projected nor geographic");
   }
   return reference;
+}
+
+// What GDAL kept beside an older file of that name describes the older one.
+void removeSiblings(std::string const& fileName) {
+  std::error_code ignored;
+  for (char const* const suffix : {".aux.xml", ".ovr", ".msk"}) {
+    std::filesystem::remove(fileName + suffix, ignored);
+  }
 }
 
 // Where one grid lies in another one with the same pixels.
@@ -94,7 +103,7 @@ void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map, dsm::Ras
                      OrthoPlan const& plan, std::string const& fileName, Progress const& progress) {
   GDALAllRegister();
   StripSurvey survey(plan, map, *surface, fileName);
-  WorkFolder const folder(fileName);
+  files::WorkFolder const folder(fileName);
   OGRSpatialReference const reference = mapReference(map);
   strips([&](sensor::KESStripModel const& strip) { survey.add(strip); });
   survey.require();
@@ -115,6 +124,7 @@ void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map, dsm::Ras
   writeCog(folder, "pixels.tif", "ortho.tif", plan.threads,
            [&](double done) { report(warpPart + (1.0 - warpPart) * done); });
   folder.moveOut("ortho.tif");
+  removeSiblings(fileName);
 }
 
 void writeOrthophoto(sensor::KESStripModel const& strip, dsm::RasterElevationSource* surface, OrthoPlan const& plan,

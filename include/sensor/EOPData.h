@@ -12,10 +12,13 @@
 
 class QByteArray;
 
+namespace files {
+class FileReplacement;
+}
+
 namespace sensor {
 
 class InputFile;
-class FileReplacement;
 
 /// The exterior orientation of a strip: records of position and attitude in order of GPS time, with an optional table of
 /// standard deviations, its files, and the orientation at any time.
@@ -148,7 +151,7 @@ private:
   void makeSignsContinuous();
   void writeBinary();
   Offsets offsetsBehind(std::string const& block) const;
-  static void writeHeader(FileReplacement& file, Offsets const& offsets, std::string const& block);
+  static void writeHeader(files::FileReplacement& file, Offsets const& offsets, std::string const& block);
   void updateHeader(Offsets const& offsets);
   std::string createXMLHeader() const;
   bool hasRecord(int i) const;

@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/XmlDocument.h"
@@ -201,7 +201,7 @@ void BlockModelData::write(std::string const& fileName) {
     throw std::runtime_error("Error creating directory: " + mDataPath);
   }
   std::string const failure = "Error opening file for writing: " + fileName;
-  FileReplacement file(fileName);
+  files::FileReplacement file(fileName);
   if (!file.isOpen()) {
     throw std::runtime_error(failure);
   }

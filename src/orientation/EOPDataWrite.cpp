@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/QtText.h"
 #include "common/Record.h"
@@ -91,7 +91,7 @@ void encodeLopRecord(EOP const& eop, char* to) {
 }
 
 // Adds the records to the file, some thousands at once.
-void writeRecords(FileReplacement& file, std::vector<EOP> const& eops, void (*encode)(EOP const&, char*)) {
+void writeRecords(files::FileReplacement& file, std::vector<EOP> const& eops, void (*encode)(EOP const&, char*)) {
   std::vector<char> bytes(std::min(eops.size(), blockSize) * sizeOfRecord);
   for (std::size_t done = 0; done < eops.size(); done += blockSize) {
     std::size_t const count = std::min(blockSize, eops.size() - done);
@@ -143,7 +143,7 @@ void EOPData::write(std::string const& fileName, int const& format) {
 }
 
 void EOPData::writeBinary() {
-  FileReplacement file(mFileName);
+  files::FileReplacement file(mFileName);
   if (!file.isOpen()) {
     throw std::runtime_error("failed to write EOP file: " + mFileName);
   }
@@ -178,7 +178,7 @@ void EOPData::updateHeader(Offsets const& offsets) {
   mEopVersion = EOP_VERSION_3;
 }
 
-void EOPData::writeHeader(FileReplacement& file, Offsets const& offsets, std::string const& block) {
+void EOPData::writeHeader(files::FileReplacement& file, Offsets const& offsets, std::string const& block) {
   std::array<char, sizeOfFixedHeader> fixed{'E', 'O', 'P', '_'};
   char* end = fixed.data() + 4;
   for (std::int32_t const value :
@@ -215,7 +215,7 @@ std::string EOPData::createXMLHeader() const {
 }
 
 void EOPData::writeToLOP(std::string const& fileName) const {
-  FileReplacement file(fileName);
+  files::FileReplacement file(fileName);
   if (!file.isOpen()) {
     throw std::runtime_error("failed to open LOP file: " + fileName);
   }
@@ -226,7 +226,7 @@ void EOPData::writeToLOP(std::string const& fileName) const {
 }
 
 void EOPData::writeToASCII(std::string const& fileName) const {
-  FileReplacement file(fileName);
+  files::FileReplacement file(fileName);
   if (!file.isOpen()) {
     throw std::runtime_error("failed to open EOP file: " + fileName);
   }

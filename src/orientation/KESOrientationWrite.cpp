@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/Record.h"
 #include "orientation/OdfFields.h"
@@ -35,7 +35,7 @@ void placeAngle(std::string& header, odfFile::Field field, double value) {
 }  // namespace
 
 int KESOrientation::write(std::string const& fileName) {
-  FileReplacement file(fileName);
+  files::FileReplacement file(fileName);
   if (!file.isOpen()) {
     return notWritten;
   }

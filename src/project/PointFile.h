@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/TextLines.h"
 
 #include <algorithm>
@@ -62,7 +62,7 @@ void addTo(std::vector<Point>& list, std::vector<Point> const& points, bool repl
 template <class Point, class Append>
 bool writePoints(std::string const& fileName, std::vector<Point> const& points, Append append) {
   constexpr std::size_t pieceSize = std::size_t{1} << 16;
-  FileReplacement file(fileName);
+  files::FileReplacement file(fileName);
   std::string text;
   for (Point const& point : points) {
     append(text, point);

@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
 #include "project/Attribute.h"
@@ -222,7 +222,7 @@ void KESStripModelData::write(std::string const& fileName) {
     useUtf8(stream);
     document.save(stream, indent, QDomNode::EncodingFromTextStream);
   }
-  if (!replaceFile(fileName, {bytes.constData(), static_cast<std::size_t>(bytes.size())})) {
+  if (!files::replaceFile(fileName, {bytes.constData(), static_cast<std::size_t>(bytes.size())})) {
     throw std::runtime_error("Unable to update Stp file");
   }
   mFileName = fileName;

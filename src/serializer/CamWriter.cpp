@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/FixedText.h"
 
 #include <geo/XYZPoint.h>
@@ -86,7 +86,7 @@ void SerializerCameraKesV1Cam::writeCam(std::string const& fileName, Calibration
   addLine(text, "LEFTSIDE_GAIN", gains.leftSideGain() ? "1" : "0");
   addLine(text, "MNT_Z_OFFSET", number(mntOffset.z));
   addCoordinates(text, *geometry);
-  if (!replaceFile(fileName, text)) {
+  if (!files::replaceFile(fileName, text)) {
     throw std::runtime_error("Failed to write calibration file: " + fileName);
   }
 }

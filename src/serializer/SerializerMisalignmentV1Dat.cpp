@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/InputFile.h"
 
@@ -104,7 +104,7 @@ void SerializerMisalignmentV1Dat::write(Misalignment const* source) const {
   std::string const text = "# IMU_MISALIGNMENT\n" + decimal(source->omega()) + " " + decimal(source->stdDevOmega()) +
                            " " + decimal(source->phi()) + " " + decimal(source->stdDevPhi()) + " " +
                            decimal(source->kappa()) + " " + decimal(source->stdDevKappa()) + "\n";
-  if (!replaceFile(mFileName, text)) {
+  if (!files::replaceFile(mFileName, text)) {
     throw std::runtime_error("Failed to write misalignment file: " + mFileName);
   }
 }

@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/Record.h"
@@ -121,7 +121,7 @@ void CameraTime::loadData() {
 }
 
 void CameraTime::writeData() {
-  FileReplacement ctg(mCtgFileName);
+  files::FileReplacement ctg(mCtgFileName);
   if (!ctg.isOpen()) {
     fail("Cannot open .ctg file: ", mCtgFileName);
   }
@@ -132,7 +132,7 @@ void CameraTime::writeData() {
   if (!mNonUniform) {
     return;
   }
-  FileReplacement ctgl(ctglFileName());
+  files::FileReplacement ctgl(ctglFileName());
   if (!ctgl.isOpen()) {
     fail("Cannot open .ctgl file: ", ctglFileName());
   }

@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/Record.h"
 #include "common/Truncate.h"
@@ -103,7 +103,7 @@ void ScanlineData<Value, Stored>::write(std::string const& fileName) {
     bytes.insert(bytes.end(), record.begin(), record.end());
     last = value;
   }
-  if (!replaceFile(fileName, {bytes.data(), bytes.size()})) {
+  if (!files::replaceFile(fileName, {bytes.data(), bytes.size()})) {
     throw std::runtime_error("Can't open file for writing: " + fileName);
   }
   mFileName = fileName;

@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 
 #include "support/TempFolder.h"
 
@@ -12,8 +12,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using sensor::FileReplacement;
-using sensor::replaceFile;
+using files::FileReplacement;
+using files::replaceFile;
 
 class FileReplacementTest : public testing::Test {
 protected:

@@ -1,4 +1,4 @@
-#include "common/FileReplacement.h"
+#include "files/FileReplacement.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 namespace {
 
-using sensor::FileReplacement;
+using files::FileReplacement;
 
 struct Case {
   char const* name;
@@ -69,7 +69,7 @@ TEST_P(FullDisk, FlushTellsAndTheFailureIsRemembered) {
 }
 
 TEST_P(FullDisk, WholeReplacementInOneCallFails) {
-  EXPECT_FALSE(sensor::replaceFile(name, std::string(static_cast<std::size_t>(GetParam().size), 'n')));
+  EXPECT_FALSE(files::replaceFile(name, std::string(static_cast<std::size_t>(GetParam().size), 'n')));
 }
 
 INSTANTIATE_TEST_SUITE_P(FileReplacement, FullDisk,
@@ -93,7 +93,7 @@ TEST(FileReplacement, FillsTheLastByteOfADisk) {
   std::ofstream(disk / "file") << "old";
   disk.fill(65536);
   std::string const contents(65536, 'n');
-  EXPECT_TRUE(sensor::replaceFile(disk / "file", contents));
+  EXPECT_TRUE(files::replaceFile(disk / "file", contents));
   EXPECT_EQ(test::contents(disk / "file"), contents);
 }
 

@@ -1,0 +1,130 @@
+#include "Interposed.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+thread_local test::Interposed::OnCall const* current = nullptr;
+
+int ask(char const* function) {
+  if (current == nullptr) {
+    return 0;
+  }
+  // What it calls is not asked about.
+  auto const* const asked = std::exchange(current, nullptr);
+  int const answer = (*asked)(function);
+  current = asked;
+  return answer;
+}
+
+template <typename Function>
+Function next(char const* name) {
+  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+// -1 with errno for a failure that was asked for, else the true function's result.
+template <typename... Arguments>
+int call(char const* name, Arguments... arguments) {
+  if (int const error = ask(name); error > 0) {
+    errno = error;
+    return -1;
+  }
+  return next<int (*)(Arguments...)>(name)(arguments...);
+}
+
+}  // namespace
+
+// Visible to the libraries, whose calls come here.
+#pragma GCC visibility push(default)
+extern "C" {
+
+int open(char const* path, int flags, ...) {
+  mode_t mode = 0;
+  bool const isUnnamed = (flags & O_TMPFILE) == O_TMPFILE;
+  if (isUnnamed || (flags & O_CREAT) != 0) {
+    va_list list;
+    va_start(list, flags);
+    mode = va_arg(list, mode_t);
+    va_end(list);
+  }
+  char const* const function = isUnnamed ? "open unnamed" : "open";
+  if (int const error = ask(function); error > 0) {
+    errno = error;
+    return -1;
+  }
+  return next<int (*)(char const*, int, ...)>("open")(path, flags, mode);
+}
+
+ssize_t write(int file, void const* bytes, size_t count) {
+  int const answer = ask("write");
+  if (answer > 0) {
+    errno = answer;
+    return -1;
+  }
+  size_t const part = answer == test::Interposed::shortWrite ? (count + 1) / 2 : count;
+  return next<ssize_t (*)(int, void const*, size_t)>("write")(file, bytes, part);
+}
+
+int fsync(int file) {
+  return call("fsync", file);
+}
+
+// As the system's, a failing one closes all the same.
+int close(int file) {
+  int const error = ask("close");
+  int const result = next<int (*)(int)>("close")(file);
+  if (error > 0) {
+    errno = error;
+    return -1;
+  }
+  return result;
+}
+
+int flock(int file, int operation) noexcept {
+  return call("flock", file, operation);
+}
+
+int linkat(int from, char const* fromPath, int to, char const* toPath, int flags) noexcept {
+  return call("linkat", from, fromPath, to, toPath, flags);
+}
+
+int rename(char const* from, char const* to) noexcept {
+  return call("rename", from, to);
+}
+
+int mkdir(char const* path, mode_t mode) noexcept {
+  return call("mkdir", path, mode);
+}
+
+int fchmod(int file, mode_t mode) noexcept {
+  return call("fchmod", file, mode);
+}
+
+}  // extern "C"
+#pragma GCC visibility pop
+
+namespace test {
+
+Interposed::Interposed(OnCall onCall) : mOnCall(std::move(onCall)) {
+  current = &mOnCall;
+}
+
+Interposed::~Interposed() {
+  current = nullptr;
+}
+
+Interposed::OnCall withKind(Kind kind, Interposed::OnCall onCall) {
+  return [kind, onCall = std::move(onCall)](std::string const& function) {
+    return kind == Kind::Named && function == "open unnamed" ? EOPNOTSUPP : onCall(function);
+  };
+}
+
+}  // namespace test
