@@ -48,8 +48,11 @@ public:
   /// Reads the records, and with `loadStdDevs` the standard deviations, of the current file, unless they are there.
   /// Throws std::runtime_error "failed to open EOP file: " + name, "Unknown EOP version in file: " + name,
   /// "Header/data mismatch in EOP file: " + name (also for a header that promises no record),
-  /// "Header/std.dev. data mismatch in EOP file: " + name. Of a file that is cut, the records before the cut stay in the
-  /// store, which doesn't count as loaded; of version 3 those of whole groups of eight.
+  /// "Header/std.dev. data mismatch in EOP file: " + name.
+  ///
+  /// After a failure to read records the store has none: `numSets` is 0, and look-ups return 1 and leave their output. What
+  /// was read before a cut (of version 3, whole groups of eight records) counts for `heightRange`, `hasStdDevs` and `write`
+  /// alone, until the next load or `addEOP` drops it.
   void loadData(bool const& loadStdDevs);
   /// Frees the records if they were loaded and, if they were dealt with, the standard deviations and the marks of changed
   /// records; header, count and times stay.
@@ -73,12 +76,17 @@ public:
   /// The orientation at a GPS time: 0 on success, 1 (and `out` left as it is) on failure, in particular with fewer than two
   /// records in memory. Between two records position and quaternion are linear. At the very time of a record its
   /// attitude passes through its angles, which may change last bits and the sign. Outside the span the end record's
-  /// attitude is kept and its position extended at the rate of the end interval; that gives 0 with status -1 in `out`.
+  /// attitude is kept, and its position extended by the step of the end interval times `frequency`; that returns 0 with
+  /// status -1 in `out`.
+  ///
+  /// `frequency` leads to the interval at once where records stand at a constant rate. Otherwise a walk from there finds
+  /// it, which is cut short where times never fall, so that no file makes it long.
   int atGPS(TimeQuantity<double> const& t, EOP& out) const;
   /// Record i: 0, or 1 (and `out` left as it is) when there is none.
   int atIndex(int i, EOP& out) const;
   /// Standard deviations at a GPS time, linear between two records: 0; or 1 with the default ones, when the table is empty
-  /// or shorter than the records. Outside the span, those of the end record.
+  /// or shorter than the records. Outside the span, those of the end record. After a failure to load records, 1, and the
+  /// output stays as it is.
   int stdDevAtGPS(TimeQuantity<double> const& t, float& x, float& y, float& z, float& omega, float& phi,
                   float& kappa) const;
   /// Standard deviations of record i, and 0. The index isn't tested: the table must have it.
@@ -154,9 +162,13 @@ private:
   static void writeHeader(files::FileReplacement& file, Offsets const& offsets, std::string const& block);
   void updateHeader(Offsets const& offsets);
   std::string createXMLHeader() const;
+  int recordsInMemory() const { return static_cast<int>(mEops.size()) - mLeftOver; }
   bool hasRecord(int i) const;
   bool takeChange(int i);
-  int firstGuess(double t) const;
+  int firstGuess(double t, int n) const;
+  bool isAscending(int first, int last) const;
+  int nextInterval(int i, int n, double t) const;
+  int endOfWalk(int i, double t) const;
   int stdDevsAt(double t, StdDevs& out) const;
   void extrapolate(EOP const& from, EOP const& to, EOP const& end, double span, double t, EOP& out) const;
 
@@ -175,8 +187,13 @@ private:
   std::uint32_t mAbsTime = 0;
   StdDevs mDefaultStdDevs{0.05F, 0.05F, 0.05F, 1e-5F, 1e-5F, 1e-5F};
   bool mDataLoaded = false;
+  bool mLoadFailed = false;
+  // The times of the records never fall, and all are numbers.
+  bool mAscending = true;
   bool mStdDevLoaded = false;
   std::int32_t mNumSets = 0;
+  // How many of `mEops` are no records of the store: those of a file that couldn't be loaded.
+  std::int32_t mLeftOver = 0;
   double mStartTime = 0.0;
   double mEndTime = 0.0;
   std::int32_t mEopVersion = 0;

@@ -108,8 +108,9 @@ public:
   int XYZOPK(long start, long count, TimeQuantity<double>* t, double* x, double* y, double* z, double* omega,
              double* phi, double* kappa) const;
   /// Copies arrays of `count` values into the internal vectors from element `start` on: 1; or -1 when they would go beyond
-  /// the number of records, or before the first. If one of the vectors is empty, all start with zeros for all records, and
-  /// older values are lost; vectors that are shorter than the records are filled up with zeros.
+  /// the number of records. Values for elements before the first (a negative `start`) are left out. If one of the vectors is
+  /// empty, all start with zeros for all records, and older values are lost; vectors that are shorter than the records are
+  /// filled up with zeros.
   int setXYZOPK(long start, long count, TimeQuantity<double> const* t, double const* x, double const* y,
                 double const* z, double const* omega, double const* phi, double const* kappa);
 
@@ -160,6 +161,7 @@ private:
   std::string header() const;
   void setBases();
   int packRecord(std::size_t i);
+  bool endsBeyondRecords(long start, long count) const;
   bool hasRecords(long start, long count) const;
   std::size_t shortestInternalVector() const;
   void setScalesOfOldVersion();

@@ -3,6 +3,9 @@
 
 #include <sensor/EOPData.h>
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace sensor {
 
 namespace {
@@ -52,14 +55,12 @@ StdDevs blend(StdDevs const& a, StdDevs const& b, float w) {
   return between;
 }
 
-// The next interval to look at for a time that lies in none of those before: back, forward, or behind a time that is
-// no number, where there is no order to follow, nowhere.
-int nextInterval(int i, EOP const& a, EOP const& b, double t) {
-  constexpr int nowhere = -2;
-  if (!(t > a.gpsTime)) {
-    return i - 1;
-  }
-  return t >= b.gpsTime ? i + 1 : nowhere;
+bool isBefore(EOP const& record, double t) {
+  return record.gpsTime < t;
+}
+
+bool isAfter(double t, EOP const& record) {
+  return t < record.gpsTime;
 }
 
 }  // namespace
@@ -71,20 +72,44 @@ EOPData::EOPData(std::string const& fileName, bool const& loadData, bool const& 
 }
 
 // The records stand at a constant rate, or nearly so: one multiplication gives the interval.
-int EOPData::firstGuess(double t) const {
-  int const n = static_cast<int>(mEops.size());
+int EOPData::firstGuess(double t, int n) const {
   int const i = truncated<std::int32_t>(mFrequency * (t - mStartTime));
   return i >= n - 1 && mStartTime <= t && t <= mEndTime ? n - 2 : i;
 }
 
+// The interval to look at after `i`, which doesn't hold the time: one back or forward; or none where a time that isn't a
+// number leaves no order to follow. Nothing bounds the steps from a guess at the rate of an odd first interval, so a long
+// walk goes to its end at once.
+[[gnu::noinline, gnu::cold]] int EOPData::nextInterval(int i, int n, double t) const {
+  constexpr int longWalk = 32;
+  constexpr int nowhere = -2;
+  if (mAscending && std::abs(i - firstGuess(t, n)) >= longWalk) {
+    return endOfWalk(i, t);
+  }
+  EOP const* const interval = mEops.data() + i;
+  if (!(t > interval[0].gpsTime)) {
+    return i - 1;
+  }
+  return t >= interval[1].gpsTime ? i + 1 : nowhere;
+}
+
+// Where the walk from the interval `i` ends when times never fall. Back, it meets the last record that isn't after the time
+// first; forward, the first one that isn't before it. The two differ where records have the same time.
+int EOPData::endOfWalk(int i, double t) const {
+  auto const first = mEops.begin();
+  auto const next = t > first[i].gpsTime ? std::lower_bound(first + i, mEops.end(), t, isBefore)
+                                         : std::upper_bound(first, first + i, t, isAfter);
+  return static_cast<int>(next - first) - 1;
+}
+
 int EOPData::atGPS(TimeQuantity<double> const& time, EOP& out) const {
   double const t = time.value();
-  int const n = static_cast<int>(mEops.size());
+  int const n = recordsInMemory();
   if (n < 2) {
     return notFound;
   }
   EOP const* const records = mEops.data();
-  int i = firstGuess(t);
+  int i = firstGuess(t, n);
   while (i >= 0 && i < n - 1) {
     EOP const& a = records[i];
     EOP const& b = records[i + 1];
@@ -96,7 +121,7 @@ int EOPData::atGPS(TimeQuantity<double> const& time, EOP& out) const {
       copyThroughAngles(t == b.gpsTime ? b : a, t, out);
       return found;
     }
-    i = nextInterval(i, a, b, t);
+    i = nextInterval(i, n, t);
   }
   if (t < mStartTime) {
     extrapolate(records[0], records[1], records[0], t - mStartTime, t, out);
@@ -140,16 +165,18 @@ int EOPData::stdDevAtGPS(TimeQuantity<double> const& time, float& x, float& y, f
                          float& kappa) const {
   StdDevs deviations = mDefaultStdDevs;
   int const result = stdDevsAt(time.value(), deviations);
-  copyStdDevs(deviations, x, y, z, omega, phi, kappa);
+  if (result == found || !mLoadFailed) {
+    copyStdDevs(deviations, x, y, z, omega, phi, kappa);
+  }
   return result;
 }
 
 int EOPData::stdDevsAt(double t, StdDevs& out) const {
-  int const n = static_cast<int>(mEops.size());
-  if (n == 0 || mStdDevs.size() < mEops.size()) {
+  int const n = recordsInMemory();
+  if (n == 0 || mStdDevs.size() < static_cast<std::size_t>(n)) {
     return notFound;
   }
-  int i = firstGuess(t);
+  int i = firstGuess(t, n);
   while (i >= 0 && i < n - 1) {
     auto const k = static_cast<std::size_t>(i);
     EOP const& a = mEops[k];
@@ -158,7 +185,7 @@ int EOPData::stdDevsAt(double t, StdDevs& out) const {
       out = blend(mStdDevs[k], mStdDevs[k + 1], weightOfStdDevs(a.gpsTime, b.gpsTime, t));
       return found;
     }
-    i = nextInterval(i, a, b, t);
+    i = nextInterval(i, n, t);
   }
   if (t < mStartTime) {
     out = mStdDevs.front();
@@ -195,17 +222,31 @@ void EOPData::heightRange(float& min, float& max) const {
 }
 
 bool EOPData::hasRecord(int i) const {
-  return i >= 0 && i < mNumSets && static_cast<std::size_t>(i) < mEops.size();
+  return i >= 0 && i < recordsInMemory();
+}
+
+// Whether the times from the first to the last of these records, as far as there are such, are numbers that never fall.
+bool EOPData::isAscending(int first, int last) const {
+  auto const falls = [](EOP const& a, EOP const& b) { return !(a.gpsTime <= b.gpsTime); };
+  auto const begin = mEops.begin() + std::max(first, 0);
+  auto const end = mEops.begin() + std::min(last + 1, recordsInMemory());
+  return std::adjacent_find(begin, end, falls) == end;
 }
 
 void EOPData::addEOP(EOP const& eop) {
+  if (mLoadFailed) {
+    mEops.clear();
+    mLeftOver = 0;
+    mLoadFailed = false;
+  }
   mEops.push_back(eop);
   mNumSets = static_cast<std::int32_t>(mEops.size());
+  mAscending = (mNumSets == 1 || mAscending) && isAscending(mNumSets - 2, mNumSets - 1);
   mEndTime = eop.gpsTime;
 }
 
 void EOPData::recomputeFrequency() {
-  if (mEops.size() > 1) {
+  if (hasRecord(1)) {
     mFrequency = 1.0 / (mEops[1].gpsTime - mEops[0].gpsTime);
   }
 }
@@ -215,6 +256,7 @@ bool EOPData::setEOP(int i, EOP const& eop) {
     return false;
   }
   mEops[static_cast<std::size_t>(i)] = eop;
+  mAscending = mAscending && isAscending(i - 1, i + 1);
   return true;
 }
 

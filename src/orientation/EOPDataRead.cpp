@@ -195,6 +195,8 @@ void EOPData::loadData(bool const& loadStdDevs) {
   }
   InputFile file(mFileName);
   if (!file.isOpen()) {
+    // Records that were built in memory stay.
+    mLoadFailed = mLoadFailed || mEops.empty();
     throw std::runtime_error("failed to open EOP file: " + mFileName);
   }
   if (!mDataLoaded) {
@@ -211,17 +213,23 @@ void EOPData::loadData(bool const& loadStdDevs) {
 
 void EOPData::loadRecords(InputFile& file) {
   mEops.clear();
+  mLeftOver = 0;
+  mNumSets = 0;
+  mLoadFailed = true;
   if (mEopVersion < EOP_VERSION_1 || mEopVersion > EOP_VERSION_3) {
     throw std::runtime_error("Unknown EOP version in file: " + mFileName);
   }
   if (!readRecords(file)) {
+    mLeftOver = static_cast<std::int32_t>(mEops.size());
     throw std::runtime_error("Header/data mismatch in EOP file: " + mFileName);
   }
   mDataLoaded = true;
+  mLoadFailed = false;
   makeSignsContinuous();
   mNumSets = static_cast<std::int32_t>(mEops.size());
   mStartTime = mEops.front().gpsTime;
   mEndTime = mEops.back().gpsTime;
+  mAscending = isAscending(0, mNumSets - 1);
 }
 
 bool EOPData::readRecords(InputFile& file) {

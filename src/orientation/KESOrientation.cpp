@@ -184,9 +184,13 @@ double KESOrientation::kappa(int index) const {
   return unpacked(mRecords[static_cast<std::size_t>(index)].kappa, mAngularScale);
 }
 
-// Asked in a form that no count can make overflow.
+// Whether start + count is above the number of records, in a form that no two numbers can make overflow.
+bool KESOrientation::endsBeyondRecords(long start, long count) const {
+  return count >= 0 ? start > numSets() - count : start >= 0 && count > numSets() - start;
+}
+
 bool KESOrientation::hasRecords(long start, long count) const {
-  return start >= 0 && count <= numSets() - start;
+  return start >= 0 && !endsBeyondRecords(start, count);
 }
 
 int KESOrientation::XYZOPK(long start, long count, TimeQuantity<double>* t, double* x, double* y, double* z,
@@ -213,16 +217,20 @@ std::size_t KESOrientation::shortestInternalVector() const {
 
 int KESOrientation::setXYZOPK(long start, long count, TimeQuantity<double> const* t, double const* x, double const* y,
                               double const* z, double const* omega, double const* phi, double const* kappa) {
-  if (!hasRecords(start, count)) {
+  if (endsBeyondRecords(start, count)) {
     return -1;
   }
   bool const startAnew = shortestInternalVector() == 0;
+  long const end = count > 0 ? start + count : start;
   auto const copy = [&](auto const* from, auto& to) {
     if (startAnew) {
       to.clear();
     }
     to.resize(std::max(to.size(), mRecords.size()));
-    std::copy_n(from, std::max(count, 0L), to.begin() + start);
+    // Elements before the first have no place.
+    for (long i = std::max(start, 0L); i < end; ++i) {
+      to[static_cast<std::size_t>(i)] = from[i - start];
+    }
   };
   copy(t, mT);
   copy(x, mX);

@@ -112,6 +112,41 @@ TEST(EOPDataChange, UpdateReplacesPositionAndAttitude) {
   EXPECT_EQ(out.status, 3.0F);
 }
 
+// Angles of which some have another quaternion in the double form.
+TEST(EOPDataChange, ChangedAnglesGoThroughTheSingleForm) {
+  int others = 0;
+  for (int i = 0; i < 400; ++i) {
+    auto const k = static_cast<float>(i);
+    std::array<float, 3> const angles{0.0156F + 1e-5F * k, -0.0156F - 1.1e-5F * k, 0.5F + 0.003F * k};
+    EOP expected;
+    EOP wide;
+    sensor::opkToQuaternion(angles[0], angles[1], angles[2], expected);
+    sensor::opkToQuaternion(static_cast<double>(angles[0]), static_cast<double>(angles[1]),
+                            static_cast<double>(angles[2]), wide);
+    others += wide.q0 != expected.q0 || wide.q1 != expected.q1 || wide.q2 != expected.q2 || wide.q3 != expected.q3;
+    EOPData eop;
+    EOP level;
+    level.q0 = 1.0F;
+    eop.addEOP(level);
+    eop.addEOP(level);
+    ASSERT_TRUE(eop.correctEOP(0, 0, 0, 0, angles[0], angles[1], angles[2]));
+    ASSERT_TRUE(eop.updateEOP(1, 0, 0, 0, angles[0], angles[1], angles[2]));
+    // Level angles are -0, 0, or -0, which change no sum.
+    test::expectSameAttitude(recordOf(eop, 0), expected);
+    test::expectSameAttitude(recordOf(eop, 1), expected);
+  }
+  EXPECT_GT(others, 0);
+}
+
+TEST(EOPDataChange, EndTimeFollowsTheRecordThatIsAdded) {
+  EOPData eop = twoRecords();
+  eop.recomputeFrequency();
+  eop.addEOP(eopAt(5.5, 3.0));
+  EXPECT_EQ(test::orientationAt(eop, 5.75).status, -1.0F);
+  EXPECT_EQ(test::orientationAt(eop, 5.5).status, 3.0F);
+  EXPECT_EQ(eop.frequency(), 4.0);
+}
+
 TEST(EOPDataChange, RecordThatWasUpdatedTakesNoMore) {
   EOPData eop = twoRecords();
   EXPECT_TRUE(eop.updateEOP(1, 7.0, 8.0, 9.0, 0, 0, 0));

@@ -63,6 +63,34 @@ TEST_F(EOPDataLookup, VeryTimeOfARecordGoesThroughItsAngles) {
   }
 }
 
+// For some of these angles the single form gives other bits.
+TEST_F(EOPDataLookup, VeryTimeOfARecordGoesThroughTheDoubleForm) {
+  test::EopFile file;
+  file.records = test::eopRecords(400);
+  for (std::size_t i = 0; i < file.records.size(); ++i) {
+    double const k = static_cast<double>(i);
+    file.records[i].omega = 0.0156 + 1e-5 * k;
+    file.records[i].phi = -0.0156 - 1.1e-5 * k;
+    file.records[i].kappa = 0.5 + 0.003 * k;
+  }
+  EOPData const eop(mFolder.file("b.eop", file.bytes()));
+  int others = 0;
+  for (int i = 0; i < 400; ++i) {
+    EOP const record = recordOf(eop, i);
+    EOP const expected = throughAngles(record);
+    EOP single;
+    float omega = 0;
+    float phi = 0;
+    float kappa = 0;
+    sensor::quaternionToOpk(record, omega, phi, kappa);
+    sensor::opkToQuaternion(omega, phi, kappa, single);
+    others +=
+        single.q0 != expected.q0 || single.q1 != expected.q1 || single.q2 != expected.q2 || single.q3 != expected.q3;
+    expectSame(orientationAt(eop, record.gpsTime), expected);
+  }
+  EXPECT_GT(others, 0);
+}
+
 // Past half a turn of kappa the records go on with the sign that no angles give.
 TEST_F(EOPDataLookup, VeryTimeOfARecordMayHaveTheOtherSign) {
   test::EopFile file;
@@ -84,6 +112,7 @@ TEST_F(EOPDataLookup, BeforeTheStartPositionGoesOnAtTheFirstRate) {
   EXPECT_EQ(out.x, -2.0);  // 1 metre in half a second
   EXPECT_EQ(out.y, 4.0);
   EXPECT_EQ(out.z, 1000.0 - 1.0);
+  test::expectSameAttitude(out, first);
   EXPECT_THAT(out.q3, SameBits(first.q3));
 }
 
@@ -94,6 +123,9 @@ TEST_F(EOPDataLookup, BehindTheEndPositionGoesOnByTheLastStepAtTheFirstRate) {
   EXPECT_EQ(out.status, -1.0F);
   EXPECT_EQ(out.x, 2.0 + 1.0 * 1.0 * 2.0);
   EXPECT_EQ(out.y, -4.0 - 2.0 * 2.0);
+  EXPECT_EQ(out.z, 1001.0 + 0.5 * 2.0);
+  EXPECT_EQ(out.gpsTime, 53.0);
+  test::expectSameAttitude(out, recordOf(eop, 2));
   EXPECT_THAT(out.q0, SameBits(recordOf(eop, 2).q0));
 }
 
@@ -121,8 +153,11 @@ TEST_F(EOPDataLookup, PairOfEqualTimesIsSteppedOver) {
   EOPData const eop = store({50.0, 51.0, 51.0, 52.0});
   EXPECT_EQ(orientationAt(eop, 51.5).x, 2.5);
   EXPECT_EQ(orientationAt(eop, 50.5).x, 0.5);
-  EOP const out = orientationAt(eop, 51.0);
-  EXPECT_TRUE(std::isfinite(out.x));
+  // The guess is the pair, of which the later record counts; from the interval before it, the earlier one does.
+  EXPECT_EQ(orientationAt(eop, 51.0).x, 2.0);
+  EXPECT_EQ(orientationAt(store({50.0, 50.5, 50.5, 50.5}), 50.5).x, 2.0);
+  EXPECT_EQ(orientationAt(store({50.0, 54.0, 54.0, 55.0}), 54.0).x, 2.0);
+  EXPECT_EQ(orientationAt(store({50.0, 52.0, 53.0, 53.0}), 53.0).x, 2.0);
 }
 
 TEST_F(EOPDataLookup, TimesOutOfOrderEndTheWalk) {

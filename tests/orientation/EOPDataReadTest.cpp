@@ -1,9 +1,7 @@
-#include "EopFiles.h"
+#include "EopStore.h"
 #include "orientation/Attitude.h"
-#include "support/Matchers.h"
-#include "support/TempFolder.h"
 
-#include <sensor/EOPData.h>
+#include <cmath>
 
 namespace {
 
@@ -110,6 +108,80 @@ TEST_P(EOPDataRead, SignsGoOnFromRecordToRecord) {
     eop.atIndex(i, b);
     EXPECT_GE(sensor::dotProduct(a, b), 0.0F);
   }
+}
+
+// A quarter turn of kappa to the one side and to the other: cosine and sine of its half are one float, so that the dot
+// product is 0. The same side, then, and the quaternion that the angles give.
+TEST_P(EOPDataRead, SignStaysWhereTheDotProductIsZero) {
+  EopFile source = file(2);
+  for (test::EopRecord& record : source.records) {
+    record.omega = record.phi = 0.0;
+  }
+  source.records[0].kappa = M_PI / 2;
+  source.records[1].kappa = -M_PI / 2;
+  EOPData const eop(write(source));
+  EOP a;
+  EOP b;
+  eop.atIndex(0, a);
+  eop.atIndex(1, b);
+  ASSERT_EQ(sensor::dotProduct(a, b), 0.0F);
+  EXPECT_GT(b.q0, 0.7F);
+  EXPECT_GT(b.q3, 0.7F);
+}
+
+// For some of these angles the double form gives other bits.
+TEST_P(EOPDataRead, AnglesAreRoundedBeforeTheyBecomeAQuaternion) {
+  EopFile source = file(40);
+  for (std::size_t i = 0; i < source.records.size(); ++i) {
+    double const k = static_cast<double>(i);
+    source.records[i].omega = 0.0123 * k - 0.2;
+    source.records[i].phi = 0.1 - 0.0071 * k;
+    source.records[i].kappa = 0.077 * k - 1.5;
+  }
+  EOPData const eop(write(source));
+  int others = 0;
+  for (int i = 0; i < 40; ++i) {
+    test::EopRecord const& r = source.records[static_cast<std::size_t>(i)];
+    EOP expected;
+    EOP wide;
+    sensor::opkToQuaternion(static_cast<float>(r.omega), static_cast<float>(r.phi), static_cast<float>(r.kappa),
+                            expected);
+    sensor::opkToQuaternion(r.omega, r.phi, r.kappa, wide);
+    others += wide.q0 != expected.q0 || wide.q1 != expected.q1 || wide.q2 != expected.q2 || wide.q3 != expected.q3;
+    test::expectSameAttitude(test::recordOf(eop, i), expected);
+  }
+  EXPECT_GT(others, 0);
+}
+
+// Marks of changed records go with standard deviations that were dealt with, and stay without.
+TEST_P(EOPDataRead, UnloadingRecordsAloneKeepsTheMarksOfChangedOnes) {
+  EOPData eop(write(file()));
+  ASSERT_TRUE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
+  eop.unloadData();
+  EXPECT_FALSE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
+  eop.loadData(false);
+  EXPECT_FALSE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
+  EXPECT_FALSE(eop.updateEOP(0, 9, 9, 9, 0, 0, 0));
+  EXPECT_TRUE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
+  EOP out;
+  eop.atIndex(0, out);
+  EXPECT_EQ(out.x, 0.0);
+}
+
+// The record in memory, which a load would replace.
+TEST_P(EOPDataRead, RecordsThatAreThereAreNotReadAgain) {
+  EopFile source = file();
+  source.stdDevs = true;
+  EOPData eop(write(source));
+  ASSERT_TRUE(eop.updateEOP(0, 9, 9, 9, 0, 0, 0));
+  eop.loadData(false);
+  EXPECT_EQ(test::recordOf(eop, 0).x, 9.0);
+  eop.loadData(true);
+  EXPECT_EQ(test::recordOf(eop, 0).x, 9.0);
+  EXPECT_TRUE(eop.hasStdDevs());
+  ASSERT_TRUE(eop.setStdDevs(0, 9, 9, 9, 9, 9, 9));
+  eop.loadData(true);
+  EXPECT_EQ(test::deviationsOf(eop, 0)[0], 9.0F);
 }
 
 TEST_P(EOPDataRead, StandardDeviationsMayComeLater) {

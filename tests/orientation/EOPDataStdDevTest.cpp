@@ -57,6 +57,16 @@ TEST_F(EOPDataStdDev, WalkFindsTheIntervalFarFromTheGuess) {
   EXPECT_EQ(deviationsAt(eop, 90.625).values[0], 4.5F);
 }
 
+// The end time stays when the last record is set back.
+TEST_F(EOPDataStdDev, TimeBehindALastRecordThatWasSetBackHasItsDeviations) {
+  EOPData eop = store({50.0, 51.0, 52.0});
+  sensor::EOP last = test::recordOf(eop, 2);
+  last.gpsTime = 51.5;
+  eop.setEOP(2, last);
+  EXPECT_EQ(deviationsAt(eop, 51.75).result, 0);
+  EXPECT_EQ(deviationsAt(eop, 51.75).values, deviationsOf(eop, 2));
+}
+
 TEST_F(EOPDataStdDev, PairOfEqualTimesGivesTheFirst) {
   Deviations const d = deviationsAt(store({50.0, 50.0, 51.0}), 50.0);
   EXPECT_EQ(d.result, 0);

@@ -1,9 +1,5 @@
-#include "EopFiles.h"
+#include "EopStore.h"
 #include "orientation/Attitude.h"
-#include "support/Matchers.h"
-#include "support/TempFolder.h"
-
-#include <sensor/EOPData.h>
 
 #include <locale>
 
@@ -32,6 +28,19 @@ EOPData source() {
     eop.addEOP(record);
   }
   return eop;
+}
+
+// What a file gives back: all but the last bits of the attitude, which it holds as angles.
+void expectRestored(EOP const& out, EOP const& written) {
+  EXPECT_EQ(out.gpsTime, written.gpsTime);
+  EXPECT_EQ(out.status, written.status);
+  EXPECT_EQ(out.x, written.x);
+  EXPECT_EQ(out.y, written.y);
+  EXPECT_EQ(out.z, written.z);
+  EXPECT_NEAR(out.q0, written.q0, 2e-7F);
+  EXPECT_NEAR(out.q1, written.q1, 2e-7F);
+  EXPECT_NEAR(out.q2, written.q2, 2e-7F);
+  EXPECT_NEAR(out.q3, written.q3, 2e-7F);
 }
 
 std::string const block = "<?xml version=\"1.0\"?>\n"
@@ -87,11 +96,15 @@ TEST(EOPDataWrite, WrittenFileReadsBack) {
     EOP b;
     eop.atIndex(i, a);
     back.atIndex(i, b);
-    EXPECT_EQ(a.gpsTime, b.gpsTime);
-    EXPECT_EQ(a.x, b.x);
-    EXPECT_EQ(a.status, b.status);
-    EXPECT_NEAR(a.q3, b.q3, 1e-7F);
+    expectRestored(b, a);
   }
+  EXPECT_EQ(back.anchorPoint().y, 0.75);
+  EXPECT_EQ(back.anchorPoint().z, 123.5);
+  EXPECT_EQ(back.posSource(), "pos");
+  EXPECT_EQ(back.tmSource(), "tm");
+  EXPECT_EQ(back.frequency(), 1.0);
+  EXPECT_EQ(test::deviationsOf(back, 0), (std::array<float, 6>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(test::deviationsOf(back, 1), (std::array<float, 6>{0.05F, 0.05F, 0.05F, 1e-5F, 1e-5F, 1e-5F}));
 }
 
 TEST(EOPDataWrite, EmptyNameWritesTheCurrentFile) {
@@ -110,7 +123,104 @@ TEST(EOPDataWrite, TableOfAnotherSizeThanTheRecordsIsLeftOut) {
   third.q0 = 1.0F;
   eop.addEOP(third);
   eop.write(folder / "a.eop", 0);
-  EXPECT_EQ(valueAt<std::int32_t>(test::contents(folder / "a.eop"), 12), 0);
+  std::string const bytes = test::contents(folder / "a.eop");
+  EXPECT_EQ(valueAt<std::int32_t>(bytes, 12), 0);
+  EXPECT_EQ(bytes.size(), static_cast<std::size_t>(valueAt<std::int32_t>(bytes, 8)) + 3 * 48);
+  // The store knows of none in its file, either.
+  eop.loadData(true);
+  EXPECT_TRUE(eop.isStdDevLoaded());
+  EXPECT_EQ(EOPData(folder / "a.eop", true, true).hasStdDevs(), false);
+}
+
+// A store of standard deviations that were loaded, for fewer records than it has by now.
+TEST(EOPDataWrite, ListingOfATableThatIsTooShortHasWhatThereIs) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setStdDevs(0, 1, 2, 3, 4, 5, 6);
+  eop.setStdDevs(1, 1, 2, 3, 4, 5, 6);
+  eop.write(folder / "a.eop", 0);
+  EOPData loaded(folder / "a.eop", true, true);
+  EOP third;
+  third.q0 = 1.0F;
+  loaded.addEOP(third);
+  loaded.write(folder / "a.txt", 1);
+  EXPECT_THAT(test::contents(folder / "a.txt"),
+              testing::EndsWith("  4.0000000  5.0000000  6.0000000  1\n"
+                                "0.0000  0.0000  0.0000  0.0000  -0.0000000  -0.0000000  -0.0000000  0\n"));
+}
+
+// A store that was read has offsets and a count of its own file; those of the file that it writes take their place.
+TEST(EOPDataWrite, StoreLoadsAgainWhatItHasWritten) {
+  test::TempFolder const folder;
+  test::EopFile file;
+  file.version = 2;
+  file.gap = 1000;
+  file.stdDevs = true;
+  EOPData eop(folder.file("a.eop", file.bytes()), true, true);
+  EOP added;
+  sensor::opkToQuaternion(0.1F, 0.2F, 0.3F, added);
+  added.gpsTime = 50.3;
+  added.status = 9.0F;
+  added.x = 1.25;
+  added.y = 2.5;
+  added.z = 3.75;
+  eop.addEOP(added);
+  eop.setStdDevs(3, 9, 8, 7, 6, 5, 4);
+  std::vector<EOP> written;
+  for (int i = 0; i < 4; ++i) {
+    written.push_back(test::recordOf(eop, i));
+  }
+  eop.write(folder / "b.eop", 0);
+  EXPECT_EQ(eop.eopVersion(), 3);
+  eop.unloadData();
+  eop.loadData(true);
+  ASSERT_EQ(eop.numSets(), 4);
+  for (int i = 0; i < 4; ++i) {
+    expectRestored(test::recordOf(eop, i), written[static_cast<std::size_t>(i)]);
+  }
+  EXPECT_EQ(test::deviationsOf(eop, 0), test::stdDevEntry(0));
+  EXPECT_EQ(test::deviationsOf(eop, 3), (std::array<float, 6>{9, 8, 7, 6, 5, 4}));
+}
+
+// Six significant digits, the seventh rounded, in the shorter of both notations.
+TEST(EOPDataWrite, DefaultStandardDeviationsHaveSixDigits) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setDefaultStdDevs(0.1234567F, 1234567.0F, 123456.0F, 0.0001234567F, 0.00001234564F, 2.0F);
+  eop.write(folder / "a.eop", 0);
+  EXPECT_THAT(test::contents(folder / "a.eop"),
+              testing::HasSubstr("x=\"0.123457\" y=\"1.23457e+06\" z=\"123456\" omega=\"0.000123457\" "
+                                 "phi=\"1.23456e-05\" kappa=\"2\" />"));
+}
+
+// More records than one write takes, each with a number of its own.
+TEST(EOPDataWrite, ManyRecordsAreWrittenInTheirOrder) {
+  test::TempFolder const folder;
+  EOPData eop;
+  constexpr int count = 20001;
+  for (int i = 0; i < count; ++i) {
+    EOP record;
+    record.q0 = 1.0F;
+    record.gpsTime = i;
+    record.x = 3.0 * i;
+    eop.addEOP(record);
+  }
+  eop.write(folder / "a.eop", 0);
+  eop.write(folder / "a.lop", 3);
+  eop.write(folder / "a.txt", 1);
+  std::string const bytes = test::contents(folder / "a.eop");
+  std::string const lop = test::contents(folder / "a.lop");
+  auto const start = static_cast<std::size_t>(valueAt<std::int32_t>(bytes, 8));
+  ASSERT_EQ(bytes.size(), start + 48 * count);
+  ASSERT_EQ(lop.size(), 48U * count);
+  std::string lines;
+  for (std::size_t i = 0; i < count; ++i) {
+    ASSERT_EQ(valueAt<double>(bytes, start + 48 * i), static_cast<double>(i));
+    ASSERT_EQ(valueAt<double>(lop, 48 * i), 3.0 * static_cast<double>(i));
+    lines += std::to_string(i) + ".0000  " + std::to_string(3 * i) +
+             ".0000  0.0000  0.0000  -0.0000000  -0.0000000  -0.0000000  0\n";
+  }
+  EXPECT_THAT(test::contents(folder / "a.txt"), testing::EndsWith("\n\n" + lines));
 }
 
 TEST(EOPDataWrite, StoreThatWasWrittenLoadsAgain) {

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 namespace {
 
@@ -218,9 +219,36 @@ TEST(KESOrientationPacking, ArraysBeyondTheRecordsAreRefused) {
   KESOrientation const before = store;
   OdfArrays const values({{8, 1, 2, 3, 4, 5, 6}, {9, 1, 2, 3, 4, 5, 6}});
   EXPECT_EQ(values.set(store, 1, 2), -1);
-  EXPECT_EQ(values.set(store, -1, 2), -1);
+  EXPECT_EQ(values.set(store, 3, 0), -1);
+  EXPECT_EQ(values.set(store, -1, 4), -1);
+  EXPECT_EQ(values.set(store, 4, -1), -1);
   EXPECT_EQ(values.set(store, LONG_MAX, LONG_MAX), -1);
+  EXPECT_EQ(values.set(store, LONG_MAX, LONG_MIN + 4), -1);  // the end is 3
   EXPECT_TRUE(store == before);
+}
+
+// Only an end beyond the records is refused.
+TEST(KESOrientationPacking, ArraysFromBeforeTheFirstRecordLeaveOutWhatHasNoPlace) {
+  KESOrientation store = storeOf({{1, 0, 0, 0, 0, 0, 0}, {2, 0, 0, 0, 0, 0, 0}});
+  KESOrientation const before = store;
+  OdfArrays const values({{8, 1, 2, 3, 4, 5, 6}, {9, 1, 2, 3, 4, 5, 6}});
+  EXPECT_EQ(values.set(store, -1, 0), 1);
+  EXPECT_EQ(values.set(store, -1, 1), 1);
+  EXPECT_EQ(values.set(store, 2, 0), 1);
+  EXPECT_EQ(values.set(store, 0, -1), 1);
+  EXPECT_EQ(values.set(store, 3, -1), 1);
+  EXPECT_EQ(values.set(store, LONG_MIN, LONG_MIN), 1);
+  EXPECT_TRUE(store == before);
+  EXPECT_EQ(values.set(store, -1, 2), 1);
+  EXPECT_TRUE(store == storeOf({{9, 1, 2, 3, 4, 5, 6}, {2, 0, 0, 0, 0, 0, 0}}));
+}
+
+// No values are copied, but the vectors are there from then on.
+TEST(KESOrientationPacking, NoArraysAtAllMakeVectorsOfZeros) {
+  KESOrientation store;
+  store.setNumSets(2);
+  EXPECT_EQ(OdfArrays(1).set(store, -1, 0), 1);
+  EXPECT_TRUE(store == storeOf({{}, {}}));
 }
 
 TEST(KESOrientationPacking, ValuesThatAreNotGivenStartAsZeros) {
@@ -277,6 +305,39 @@ TEST(KESOrientationPacking, ScaleOfZeroGivesNumbersThatAreNotFinite) {
   EXPECT_FALSE(std::isfinite(min));
   EXPECT_FALSE(std::isfinite(store.x(0)));
   EXPECT_EQ(store.precision(23), INT_MIN);
+}
+
+// The differences of 19.0385 and 1235370.8475 from their bases, times 1000, lie just below a half; the differences of the
+// products don't.
+TEST(KESOrientationPacking, DifferenceFromTheBaseIsScaled) {
+  for (auto const& [base, value, expected] : {std::tuple{12, 19.0385, 7038}, {1234567, 1235370.8475, 803847}}) {
+    double const other = 2.0 * base - value;
+    ASSERT_NE(static_cast<int>(value * 1000.0 - base * 1000.0 + 0.5), expected);
+    KESOrientation store = storeOf({{value, value, value, value, 0, 0, 0}, {other, other, other, other, 0, 0, 0}});
+    store.setPrecision(22, 3);
+    ASSERT_EQ(store.compress(), 2);
+    ASSERT_EQ(store.baseX(), base);
+    EXPECT_EQ(store.records()[0].t, expected);
+    EXPECT_EQ(store.records()[0].x, expected);
+    EXPECT_EQ(store.records()[0].y, expected);
+    EXPECT_EQ(store.records()[0].z, expected);
+  }
+}
+
+// 5 / 10^6 isn't 5 times 10^-6 in double; so of 3 and 10^4, and of 9 and 10^3. Around bases of 0.
+TEST(KESOrientationPacking, ValuesAreDividedByTheirScale) {
+  KESOrientation store = storeOf({{3e-4, 9e-3, 9e-3, 9e-3, 5e-6, 5e-6, 5e-6}, {-3e-4, -9e-3, -9e-3, -9e-3, 0, 0, 0}});
+  ASSERT_EQ(store.compress(), 2);
+  ASSERT_NE(5.0 / 1e6, 5.0 * (1.0 / 1e6));
+  ASSERT_NE(3.0 / 1e4, 3.0 * (1.0 / 1e4));
+  ASSERT_NE(9.0 / 1e3, 9.0 * (1.0 / 1e3));
+  EXPECT_THAT(store.t(0).value(), SameBits(3.0 / 1e4));
+  EXPECT_THAT(store.x(0), SameBits(9.0 / 1e3));
+  EXPECT_THAT(store.y(0), SameBits(9.0 / 1e3));
+  EXPECT_THAT(store.z(0), SameBits(9.0 / 1e3));
+  EXPECT_THAT(store.omega(0), SameBits(5.0 / 1e6));
+  EXPECT_THAT(store.phi(0), SameBits(5.0 / 1e6));
+  EXPECT_THAT(store.kappa(0), SameBits(5.0 / 1e6));
 }
 
 }  // namespace

@@ -128,6 +128,36 @@ TEST_F(KESOrientationRead, SecondReadReplacesTheRecords) {
   test::expectRecords(store, test::odfRecords(2));
 }
 
+// Reading changes records alone: what is packed next are still the vectors of before.
+TEST_F(KESOrientationRead, SecondReadKeepsTheInternalVectors) {
+  KESOrientation store = test::storeOf({{100.25, 1, 20, 300, 0.5, 0.25, 1.5}, {101.75, 3, 26, 310, -0.5, 0.75, 2.5}});
+  OdfFile file;
+  file.records = test::odfRecords(2);
+  ASSERT_EQ(store.read(mFolder.file("b.odf", file.bytes())), 0);
+  store.setPrecision(22, 4);
+  store.setPrecision(23, 3);
+  ASSERT_EQ(store.compress(), 2);
+  EXPECT_EQ(store.baseTime().value(), 101);
+  EXPECT_EQ(store.records()[0].t, -7499);
+  EXPECT_EQ(store.records()[1].y, 3000);
+  EXPECT_EQ(store.records()[1].kappa, 5000);
+}
+
+TEST_F(KESOrientationRead, AbsoluteTimeMayBeBefore1970) {
+  EXPECT_EQ(read(OdfFile().with(240, "-5")).absoluteTime().value(), -5);
+}
+
+// The header counts, whatever becomes of the records.
+TEST_F(KESOrientationRead, HeaderIsTakenEvenIfTheRecordsAreMissing) {
+  KESOrientation store;
+  EXPECT_EQ(store.read(mFolder.file("a.odf", OdfFile().with(0, "ODF 1.0").header())), 1);
+  EXPECT_EQ(store.version(), "ODF 1.0");
+  EXPECT_EQ(store.stripName(), "line7");
+  EXPECT_EQ(store.baseZ(), 9);
+  EXPECT_EQ(store.timeScale(), 10000);
+  EXPECT_EQ(store.numSets(), 4);
+}
+
 TEST_F(KESOrientationRead, OldVersionHasOneLongCommentAndNoAnchor) {
   OdfFile file;
   file.fields.erase(352);

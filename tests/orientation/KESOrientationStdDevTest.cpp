@@ -3,6 +3,7 @@
 #include "support/TempFolder.h"
 
 #include <climits>
+#include <cmath>
 
 namespace {
 
@@ -53,6 +54,37 @@ TEST(KESOrientationStdDev, HalvesAreRoundedUp) {
   EXPECT_EQ(store.records()[0].stdDevOmega, 65535);
   EXPECT_EQ(store.records()[0].stdDevPhi, 65535);
   EXPECT_EQ(store.records()[0].stdDevKappa, 65534);  // -3.25 + 0.5 = -2.75, that is -2, of 65536
+}
+
+// The float below a half, plus a half, is 1 in single precision, and less in double.
+TEST(KESOrientationStdDev, HalfIsAddedInSinglePrecision) {
+  KESOrientation store = zeroedStore(1);
+  store.setPrecision(25, 0);
+  store.setPrecision(26, 0);
+  float const v = std::nextafter(0.5F, 0.0F);
+  ASSERT_EQ(setStdDevs(store, 0, {v, v, v, v, v, v}), 1);
+  test::expectRecords(store, {{0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1}});
+}
+
+// 100000 times this float is 12462.4997 in double, and 12462.5 in single precision.
+TEST(KESOrientationStdDev, DeviationsAreScaledInSinglePrecision) {
+  KESOrientation store = zeroedStore(1);
+  float const v = 0.12462499737739563F;
+  ASSERT_LT(static_cast<double>(v) * 100000.0, 12462.5);
+  ASSERT_EQ(setStdDevs(store, 0, {v, 0, 0, 0, 0, 0}), 1);
+  EXPECT_EQ(store.records()[0].stdDevX, 12463);
+}
+
+TEST(KESOrientationStdDev, DeviationsAreDividedByTheirScale) {
+  KESOrientation store = zeroedStore(1);
+  ASSERT_EQ(setStdDevs(store, 0, {7e-5F, 7e-5F, 7e-5F, 9e-7F, 9e-7F, 9e-7F}), 1);
+  ASSERT_NE(7.0F / 1e5F, 7.0F * (1.0F / 1e5F));
+  ASSERT_NE(9.0F / 1e7F, 9.0F * (1.0F / 1e7F));
+  test::expectRecords(store, {{0, 0, 0, 0, 0, 0, 0, 7, 7, 7, 9, 9, 9}});
+  OdfStdDevs const v = test::stdDevsOf(store, 0);
+  for (std::size_t i = 0; i < v.size(); ++i) {
+    EXPECT_THAT(v[i], SameBits(i < 3 ? 7.0F / 1e5F : 9.0F / 1e7F));
+  }
 }
 
 TEST(KESOrientationStdDev, ValuesJustAboveTheRangeWrapToZero) {

@@ -229,4 +229,18 @@ TEST_F(KESOrientationWrite, FullDiskKeepsTheOldFile) {
   EXPECT_EQ(test::entryCount(disk.path()), entries);
 }
 
+// The version is that of the header, which was written before the records failed.
+TEST_F(KESOrientationWrite, VersionIsTheNewOneEvenIfTheRecordsFail) {
+  test::SmallFileSystem const disk(1 << 20);
+  if (!disk.isMounted()) {
+    GTEST_SKIP() << "no file system to fill";
+  }
+  KESOrientation store = smallStore();
+  store.setVersion("ODF 1.0");
+  store.setNumSets(20000, false);
+  disk.fill(100000);
+  EXPECT_EQ(store.write(disk / "a.odf"), 3);
+  EXPECT_EQ(store.version(), "ODF 1.2");
+}
+
 }  // namespace

@@ -63,6 +63,29 @@ TEST_F(ODFConverterAnchor, HeadersWithinTheToleranceAgree) {
   expectAnchor(0.2, 0.8, 0.0);
 }
 
+// Of 2e-10: a little less agrees, a little more doesn't, on each axis alone.
+TEST_F(ODFConverterAnchor, ToleranceOfTheHeadersIsTwoTenthsOfANanoradian) {
+  std::string const a = odfAt("a.odf", "0.8", "0.2");
+  EXPECT_EQ(run({a, odfAt("b.odf", "0.800000000198", "0.2")}), mDone);
+  EXPECT_EQ(run({a, odfAt("b.odf", "0.8", "0.200000000198")}), mDone);
+  EXPECT_EQ(run({a, odfAt("b.odf", "0.800000000202", "0.2")}), (Run{2, odfsDiffer}));
+  EXPECT_EQ(run({a, odfAt("b.odf", "0.8", "0.200000000202")}), (Run{2, odfsDiffer}));
+}
+
+TEST_F(ODFConverterAnchor, ToleranceOfSupportFilesIsTwoTenthsOfANanoradian) {
+  std::string const a = odf("a.odf", 0, 3);
+  std::string const sup = supportAt("a.sup", "0", "0");
+  for (std::string const& near : {"1.98e-10", "2e-10", "-2e-10"}) {
+    EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", near, "0")}), mDone);
+    EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", "0", near)}), mDone);
+  }
+  EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", "2.02e-10", "0")}), (Run{2, supportsDiffer}));
+  EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", "0", "-2.02e-10")}), (Run{2, supportsDiffer}));
+  // 1.5e-10 on both axes is 2.12e-10, and 1.4e-10 is 1.98e-10.
+  EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", "1.5e-10", "1.5e-10")}), (Run{2, supportsDiffer}));
+  EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", "1.4e-10", "1.4e-10")}), mDone);
+}
+
 // In the order of the list b is first, but a starts first.
 TEST_F(ODFConverterAnchor, AnchorIsThatOfTheOdfThatStartsFirst) {
   std::string const b = odf("b.odf", 5, 10, 2);

@@ -1,5 +1,6 @@
 #include "OdfStore.h"
 #include "TakeFiles.h"
+#include "orientation/Attitude.h"
 
 #include <sensor/KESOrientation.h>
 
@@ -190,6 +191,46 @@ TEST_F(ODFConverterTest, AbsoluteTimeIsThatOfTheOdfsUnlessTheyHaveNone) {
   // It has taken the place of the converter's.
   ASSERT_EQ(run({mFolder / "zero.odf"}).result, 0);
   EXPECT_EQ(EOPData(mOutput).absTime().value(), 1234U);
+}
+
+// The EOP file has room for times since 1970 only.
+TEST_F(ODFConverterTest, NegativeAbsoluteTimeCountsAsATime) {
+  mConverter.setAbsoluteTime(seconds<std::uint32_t>(77));
+  ASSERT_EQ(run({odf("a.odf", 0, 3, 1, 1, OdfFile().with(240, "-5"))}).result, 0);
+  EXPECT_EQ(EOPData(mOutput).absTime().value(), 4294967291U);
+}
+
+// The angles of the EOP file are those that the quaternion of the double form gives back. For some of these angles the
+// single form gives others.
+TEST_F(ODFConverterTest, AnglesGoThroughTheirQuaternionInDouble) {
+  OdfFile file = OdfFile().with(210, "1000000");
+  file.records = test::odfRecords(40);
+  for (int i = 0; i < 40; ++i) {
+    sensor::odf& record = file.records[static_cast<std::size_t>(i)];
+    record.omega = 1234 * i + 7;
+    record.phi = 11 - 4321 * i;
+    record.kappa = 23456 * i + 3;
+  }
+  ASSERT_EQ(run({mFolder.file("a.odf", file.bytes())}).result, 0);
+  std::string const bytes = test::contents(mOutput);
+  auto const start = static_cast<std::size_t>(test::valueAt<std::int32_t>(bytes, 8));
+  int others = 0;
+  for (std::size_t i = 0; i < 40; ++i) {
+    sensor::odf const& r = file.records[i];
+    auto const through = [&](auto omega, auto phi, auto kappa) {
+      EOP eop;
+      sensor::opkToQuaternion(omega, phi, kappa, eop);
+      std::array<float, 3> angles{};
+      sensor::quaternionToOpk(eop, angles[0], angles[1], angles[2]);
+      return angles;
+    };
+    auto const expected = through(r.omega / 1e6, r.phi / 1e6, r.kappa / 1e6);
+    auto const single =
+        through(static_cast<float>(r.omega / 1e6), static_cast<float>(r.phi / 1e6), static_cast<float>(r.kappa / 1e6));
+    others += expected != single;
+    EXPECT_EQ((test::valueAt<std::array<float, 3>>(bytes, start + 48 * i + 32)), expected) << i;
+  }
+  EXPECT_GT(others, 0);
 }
 
 TEST_F(ODFConverterTest, AbsoluteTimeStartsAtZero) {

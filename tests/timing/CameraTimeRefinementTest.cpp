@@ -71,6 +71,25 @@ TEST_F(CameraTimeRefinement, TimeInFrontOfTheTableGivesItsEstimate) {
   EXPECT_THAT(time.line(seconds(100.0)), SameBits(0.0F));
 }
 
+// The time lies in the table, but the first change, which governs it, puts it 4 lines in front of line 0.
+TEST_F(CameraTimeRefinement, NegativeEstimateOfATimeInTheTableIsLeft) {
+  CameraTime const time = timeOf({100.0, 101.0, 102.0}, {{105.0, 1000000, 0}});
+  EXPECT_THAT(time.line(seconds(101.0)), SameBits(-4.0F));
+}
+
+// An estimate of 0 is refined: the table has line 1 there.
+TEST_F(CameraTimeRefinement, EstimateOfLineZeroIsRefined) {
+  CameraTime const time = timeOf({100.0, 101.0, 102.0}, {{101.0, 1000000, 0}});
+  EXPECT_THAT(time.line(seconds(101.0)), SameBits(1.0F));
+}
+
+// 2^24 + 1 has no float: line 2^24 counts, and one more is a tie that goes to the even 2^24. From the whole number it would
+// be 2^24 + 2.
+TEST_F(CameraTimeRefinement, NumberOfAChangeIsRoundedToSinglePrecision) {
+  CameraTime const time = timeOf({100.0}, {{100.0, 1000000, 16777217}});
+  EXPECT_THAT(time.line(seconds(101.0)), SameBits(16777216.0F));
+}
+
 // At 101 s the estimate of the first change, 4 lines of 0.25 s, is that of line 4; the second change says line 2. With
 // one line in the table nothing refines the one that governs.
 TEST_F(CameraTimeRefinement, LatestChangeThatIsNotBehindTheTimeGoverns) {

@@ -167,4 +167,41 @@ TEST_F(CameraTimeOf, CopyIsAValueOfItsOwn) {
   EXPECT_TRUE(copy.isNonUniformCT());
 }
 
+// In front of a change at line 0 is line -1, at 100 - 0.25 s; half-way from there both rates have the same weight.
+TEST_F(CameraTimeOf, ChangeAtLineZeroRampsFromTheLineInFrontOfTheTable) {
+  mFolder.file("e.ctgl", test::ctglBytes({{99.0, 250000, 0}, {100.0, 500000, 0}}));
+  CameraTime const time(mFolder.file("e.ctg", test::ctgBytes({100.0, 100.5, 101.0})));
+  EXPECT_EQ(time.cycleTime(-0.5F).value(), 0.25);  // 100 - 0.5 * 0.5 s is the very time of line -1
+  EXPECT_EQ(time.cycleTime(-0.25F).value(), 0.5 * 0.25 + 0.5 * 0.5);
+  EXPECT_EQ(time.cycleTime(0.0F).value(), 0.5);
+}
+
+// 2^25 + 4 less the 2 of the last line is half-way between two floats, and goes to 2^25.
+TEST_F(CameraTimeOf, LinesFarBehindTheEndAreCountedInSinglePrecision) {
+  CameraTime const time = uniform({10.0, 10.5, 11.0});
+  EXPECT_EQ(timeOf(time, 33554436.0F), 11.0 + 33554432.0 * 0.5);
+}
+
+// The ramp of a change begins where its line less 1 is in single precision: 2^24 + 1 counts as 2^24, and 2^24 - 1 is the
+// line in front of it.
+TEST_F(CameraTimeOf, LineOfAChangeFarBehindTheEndIsRoundedForItsRamp) {
+  // The last line, 2, is at 102 s, and line 2^24 - 1 is 2^24 - 3 s later.
+  double const rampStart = 102.0 + 16777213.0;
+  mFolder.file("f.ctgl", test::ctglBytes({{100.0, 500000, 0}, {rampStart + 4.0, 1000000, 16777217}}));
+  CameraTime const time(mFolder.file("f.ctg", test::ctgBytes({100.0, 101.0, 102.0})));
+  EXPECT_EQ(time.cycleTime(16777215.0F).value(), 0.5);
+  // A line further, a quarter of the way from there to the time of the change.
+  EXPECT_EQ(time.cycleTime(16777216.0F).value(), 0.25 * 1.0 + 0.75 * 0.5);
+}
+
+// Within the table a line's fraction is a float, and the product is in double.
+TEST_F(CameraTimeOf, FractionOfALineIsMultipliedInDouble) {
+  CameraTime const time = uniform({10.0, 10.1, 10.7, 11.0});
+  EXPECT_THAT(timeOf(time, 1.3F), SameBits(10.1 + (10.7 - 10.1) * static_cast<double>(1.3F - 1.0F)));
+  double const mean = (11.0 - 10.0) / 3.0;
+  EXPECT_THAT(timeOf(time, -2.3F), SameBits(static_cast<double>(-2.3F) * mean + 10.0));
+  EXPECT_THAT(timeOf(time, 4.7F), SameBits(static_cast<double>(4.7F - 3.0F) * mean + 11.0));
+  EXPECT_THAT(time.line(seconds(10.77)), SameBits(static_cast<float>((10.77 - 10.0) / mean)));
+}
+
 }  // namespace

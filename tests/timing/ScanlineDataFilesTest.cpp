@@ -1,3 +1,4 @@
+#include "ShortFile.h"
 #include "support/Bytes.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
@@ -60,6 +61,20 @@ TEST_F(ScanlineDataFiles, FileThatVanishedOrWasCutLeavesTheTable) {
   std::filesystem::remove(name);
   EXPECT_MESSAGE(stages.read(), "Can't open file: " + name);
   EXPECT_EQ(stages.at(9.0F), 4.0F);
+}
+
+TEST_F(ScanlineDataFiles, FileThatEndsHalfWayClearsTheTableAndSaysSo) {
+  std::string const shortName = test::shortFile();
+  if (shortName.empty()) {
+    GTEST_SKIP() << "no file here is shorter than it says";
+  }
+  std::string const name = mFolder.file("a.it", integrationOf(0, 2000));
+  IntegrationTime time(name);
+  std::filesystem::remove(name);
+  std::filesystem::create_symlink(shortName, name);
+  EXPECT_MESSAGE(time.read(), "Failed to read file: " + name);
+  EXPECT_EQ(time.at(0.0F), -1.0F);
+  EXPECT_EQ(time.minimum(), -1.0F);
 }
 
 TEST_F(ScanlineDataFiles, ConstantHasNoFileToRead) {

@@ -5,6 +5,7 @@
 #include <sensor/IntegrationTime.h>
 #include <sensor/TdiStage.h>
 
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <sys/stat.h>
@@ -73,10 +74,49 @@ TEST_F(ScanlineDataOf, ConsecutiveLinesHaveNoPlateauBetweenThem) {
 }
 
 TEST_F(ScanlineDataOf, RecordOfLineZeroBehindAnotherMakesNoPlateau) {
-  TdiStage const stages = tdi({{5, 2}, {0, 7}});
+  // A plateau up to the line in front of line 0, taken as unsigned, would end at line 2^32 - 1 with the value 2.
+  TdiStage const stages = tdi({{9, 4}, {5, 2}, {0, 7}});
   EXPECT_EQ(stages.at(-1.0F), 7.0F);
   EXPECT_EQ(stages.at(5.0F), 2.0F);
-  EXPECT_EQ(stages.at(4e9F), 2.0F);
+  EXPECT_EQ(stages.at(9.0F), 4.0F);
+  EXPECT_EQ(stages.at(4.29e9F), 4.0F);
+}
+
+// The whole line at or above a line, found by adding 1 - 1.1920929e-07 in double: up to 2^-23 above line 0 it is line 0, which
+// is the first and has its own value; one float further it is line 1, and the ramp has begun.
+TEST_F(ScanlineDataOf, LineAHairAboveTheFirstHasItsValue) {
+  TdiStage const stages = tdi({{0, 2}, {1, 6}});
+  float const hair = std::ldexp(1.0F, -23);
+  EXPECT_THAT(stages.at(1e-10F), SameBits(2.0F));
+  EXPECT_THAT(stages.at(hair), SameBits(2.0F));
+  float const further = std::nextafter(hair, 1.0F);
+  ASSERT_GT(4.0F * further + 2.0F, 2.0F);
+  EXPECT_THAT(stages.at(further), SameBits(4.0F * further + 2.0F));
+}
+
+// Records out of order make no plateau: a ramp over five lines.
+TEST_F(ScanlineDataOf, RampIsMultipliedBeforeItIsDivided) {
+  IntegrationTime const time = integration({{5, 2003}, {0, 7000}});
+  float const a = 7000e-6;
+  float const b = 2003e-6;
+  float const line = 2.3F;
+  ASSERT_NE((b - a) * line / 5.0F, (b - a) * (line / 5.0F));
+  EXPECT_THAT(time.at(line), SameBits((b - a) * (line - 0.0F) / 5.0F + a));
+}
+
+// Where floats are half a line apart, a whole line counts as itself only when the hair is taken off in double. What shows is
+// the ramp's end, which the sum misses by its last bit for some values.
+TEST_F(ScanlineDataOf, WholeLineIsFoundInDouble) {
+  constexpr std::uint32_t far = 4194305;
+  constexpr std::uint32_t from = 7000;
+  auto const valueOf = [](std::uint32_t microseconds) { return static_cast<float>(microseconds * 1e-6); };
+  auto const rampEnd = [&](std::uint32_t to) { return valueOf(to) - valueOf(from) + valueOf(from); };
+  std::uint32_t to = 1;
+  while (rampEnd(to) == valueOf(to)) {
+    ++to;
+  }
+  IntegrationTime const time = integration({{0, from}, {far, to}, {5000000, 9000}});
+  EXPECT_THAT(time.at(static_cast<float>(far)), SameBits(rampEnd(to)));
 }
 
 TEST_F(ScanlineDataOf, LineJustAboveAKeyCountsAsTheNextWholeLine) {
