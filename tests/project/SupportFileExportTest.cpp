@@ -15,6 +15,7 @@
 namespace {
 
 using sensor::KESImage;
+using sensor::KESStripModelData;
 
 // Indices of lines that hold positions, dates and files.
 enum Line : std::size_t {
@@ -187,6 +188,27 @@ TEST_F(SupportFileExport, HeightsAreThoseOfTheStripFileAndTheDistanceIsTheImages
   EXPECT_EQ(lines[terrain], "MEAN_TERRAIN_HEIGHT 100.000000");
   EXPECT_EQ(test::numbersOf(lines[groundZero])[2], 100.0);
   EXPECT_NEAR(test::numbersOf(lines[gsdLine])[0], 0.002 * (1000 - 900), 1e-7);
+}
+
+TEST_F(SupportFileExport, NameIsThatOfTheStripFileAndTheBandTheImagesOwn) {
+  auto strip = read(true);
+  strip.setName("Renamed");
+  EXPECT_EQ(exported(*strip.img(0))[1], "IMAGE_ID \"SmallPANN00A\"");
+}
+
+TEST_F(SupportFileExport, LineFeedInTheNameOfTheStripAddsNoEntry) {
+  std::string text = mStrip.text();
+  text.replace(text.find("Small"), 5, "a\"&#10;ANCHOR_LATITUDE 9&#13;b");
+  text.replace(text.find("name=\"a\""), 8, "name=\"a&quot;");
+  auto const strip = readText(text, true);
+  std::vector<std::string> const lines = exported(*strip->img(0));
+  ASSERT_EQ(lines.size(), 38U);
+  EXPECT_EQ(lines[1], "IMAGE_ID \"a\" ANCHOR_LATITUDE 9 bPANN00A\"");
+}
+
+TEST_F(SupportFileExport, StripOpenedByARelativePathHasAbsoluteFiles) {
+  KESStripModelData strip(std::filesystem::relative(mFile).string(), nullptr, true, true, false);
+  EXPECT_EQ(exported(*strip.img(0))[imageFile], "IMAGE_FILE_NAME 1 \"" + (mFolder / "images/PANN00A.tif") + "\"");
 }
 
 // Half of no lines is line 0, where the flight begins.
