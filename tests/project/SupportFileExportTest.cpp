@@ -26,6 +26,7 @@ enum Line : std::size_t {
   elevations = 15,
   photoDate = 19,
   terrain = 23,
+  anchorLongitude = 25,
   imageDate = 29,
   scanLines = 30,
   gsdLine = 33,
@@ -168,16 +169,30 @@ TEST_F(SupportFileExport, AbsoluteNameOfAnImageStands) {
   EXPECT_EQ(exported(*strip.img(0))[imageFile], "IMAGE_FILE_NAME 1 \"/elsewhere/a b.tif\"");
 }
 
-// The adjusted flight is 7 m further east.
+// The adjusted flight is 7 m further east, at another anchor point.
 TEST_F(SupportFileExport, ShowsTheOriginalOrientationWhateverTheStripIsOn) {
   mStrip.eop = "<EOP filename=\"flight.eop\" filename_adjusted=\"adjusted.eop\"/>";
   mFile = mStrip.write(mFolder);
+  mStrip.anchorLongitude = "-1.3";
   mStrip.writeEop(mFolder, "adjusted.eop", 7.0);
   auto strip = read(true);
   ASSERT_TRUE(strip.isUseAdjustedEOP());
-  EXPECT_NEAR(test::numbersOf(exported(*strip.img(0))[groundZero])[0], 50.5, 1e-3);
+  std::vector<std::string> const lines = exported(*strip.img(0));
+  EXPECT_NEAR(test::numbersOf(lines[groundZero])[0], 50.5, 1e-3);
+  EXPECT_EQ(lines[anchorLongitude], "ANCHOR_LONGITUDE -1.400000000000");
   EXPECT_TRUE(strip.isUseAdjustedEOP());
   EXPECT_TRUE(strip.isDataLoaded());
+}
+
+TEST_F(SupportFileExport, SizeIsThatOfTheImageInMemory) {
+  auto strip = read(true);
+  mStrip.bands[1].attributes = "swath=\"61\" offset=\"10\"";
+  mStrip.lines = 51;
+  mStrip.write(mFolder);
+  std::vector<std::string> const lines = exported(*strip.img(1));
+  EXPECT_EQ(lines[lineCount], "LINES 101");
+  EXPECT_EQ(lines[lineCount + 1], "SAMPLES 81");
+  EXPECT_EQ(lines[scanLines], "NUMBER_SCAN_LINES 101");
 }
 
 // What a host set on its strip isn't in the strip file.
