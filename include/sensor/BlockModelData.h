@@ -69,18 +69,22 @@ public:
 
   /// Writes the element `Block` with all that it holds. A null writer is ignored.
   ///
-  /// A strip file below the data path is written relative to it, whatever the case of its letters; all other names as they
-  /// are held. The ground points' coordinate system is written behind the element that names their file, where
-  /// reading doesn't look for it: it is lost when the file is read again.
+  /// A strip file below the data path (its name begins with that path, whatever the case of the letters, and a slash) is
+  /// written relative to it; all other names as they are held. The ground points' coordinate system is written after the
+  /// element that names their file, where reading doesn't look for it: it is lost when the file is read again.
   ///
   /// The attribute `location` is left out when the data path is the folder of the block's file. Otherwise it is a piece of the
   /// data path: from the byte at which the path of that folder would end, as many bytes as follow the last one that
   /// also occurs in the path of that folder, that one included; the whole when none does. That is seldom the way from one
   /// to the other: keep block files in their data path. Throws std::out_of_range when the data path is the shorter one.
   virtual void write(XmlWriter* writer) const;
-  /// Writes the ground points as `writeGroundPoints` does, whose result isn't told, then makes the data path and replaces the
-  /// block file as a whole; when anything fails, the old file stays as it was. The name is the block's file name from
-  /// then on. Throws what `writeGroundPoints` and the form for a writer throw, and std::runtime_error
+  /// Writes the ground points as `writeGroundPoints` does, then makes the data path and replaces the block file as a
+  /// whole; when anything fails, the old file stays as it was. The name is the block's file name from then on.
+  ///
+  /// The result of `writeGroundPoints` is lost: the block file is written, and names their file, also when that
+  /// couldn't be written. So call `writeGroundPoints` before, and write the block when it returns 0 or 2 (there are none).
+  ///
+  /// Throws what `writeGroundPoints` and the form for a writer throw, and std::runtime_error
   /// "Error creating directory: " + data path, "Error opening file for writing: " + name (also when the disk is full).
   virtual void write(std::string const& fileName);
   /// The same under the block's file name; without one it does nothing.
@@ -143,7 +147,7 @@ public:
   /// Sets the file of the ground points and writes it as the next does.
   int writeGroundPoints(std::string const& fileName);
   /// Writes the ground points in long form to their file, whose name becomes absolute; without one, to the default file,
-  /// whose folder is made if need be. Gives what `GroundPointList::write` gives, or 2 without points: then nothing is
+  /// whose folder is made if need be. Returns what `GroundPointList::write` returns, or 2 without points: then nothing is
   /// written. Throws std::runtime_error "Couldn't create folder: " + folder.
   int writeGroundPoints();
 
@@ -154,7 +158,8 @@ public:
   void setFileName(std::string const& fileName) { mFileName = fileName; }
   std::string const& displayName() const { return mDisplayName; }
   void setDisplayName(std::string const& name) { mDisplayName = name; }
-  /// The folder below which relative paths are.
+  /// The folder below which relative paths are. Names of ground point files are taken from the current folder when it is
+  /// empty.
   std::string const& dataPath() const { return mDataPath; }
   void setDataPath(std::string const& path) { mDataPath = path; }
   std::string const& description() const { return mDescription; }
@@ -171,6 +176,7 @@ private:
   static std::vector<std::unique_ptr<KESStripModel>> buildStrips(std::vector<std::string> const& files, bool loadData,
                                                                  bool useOriginalEOP, bool loadStdDevs);
   bool hasGroundPointFile() const;
+  std::string dataFolder() const;
   std::string belowDataPath(std::string const& name) const;
   std::string defaultGroundPointFile() const;
   std::string locationSeenFrom(std::string const& folder) const;

@@ -117,10 +117,14 @@ public:
   /// anchor, calibration and the middle of the image on the ground come from the strip file, read anew with its original
   /// orientation, whatever the strip is on. Needs a strip.
   ///
-  /// True when the file was written, false when it can't be opened. An old file is emptied first, and errors of writing
-  /// aren't noticed. What the reading of the strip throws passes through and leaves the file empty, and so does
-  /// "Bad calibration !\nNo calibration found for band Id:\n" + band id for a band that the strip file doesn't have, and
-  /// std::out_of_range for a band id of less than seven characters.
+  /// A line end in a name, which would begin an entry of its own, is written as a blank.
+  ///
+  /// False when the file can't be opened. The file is replaced as a whole, and true doesn't say that it was: when the disk
+  /// is full, the result is true and the old file stays as it was. Who must know exports to a new name, which is there
+  /// afterwards when all was written, and only then.
+  /// What the reading of the strip throws passes through and leaves an empty file. So does
+  /// "Bad calibration !\nNo calibration found for band Id:\n" + band id for a band that the strip file doesn't have,
+  /// however long its id is, and std::out_of_range for a band of the strip file whose id has less than seven characters.
   bool exportSupportFile(std::string const& fileName, std::string const& originalOrientation,
                          std::string const& adjustedOrientation);
 
@@ -129,6 +133,7 @@ private:
   void findPointList(std::string const& stripFolder);
   CalibrationGeometryKes const& calibration();
   std::string statsFilename() const;
+  std::string supportText(std::string const& originalOrientation, std::string const& adjustedOrientation) const;
 
   std::string mImageFileName;
   std::string mFootprintFileName;

@@ -55,8 +55,9 @@ public:
   /// image. The first thing that isn't is appended to `message`.
   bool isDataValid(std::string& message, bool checkImages) const;
   /// Enters the file name of the adjusted orientation, without its folder, in a strip file, which becomes this strip's file.
-  /// The file is replaced as a whole, in UTF-8, with its attributes in no particular order; one that no longer parses becomes
-  /// an empty document. Throws "Unable to open Stp file", "Unable to update Stp file", and then leaves it as it was.
+  /// The file is replaced as a whole, in UTF-8, with its attributes in no particular order; one that isn't XML at all
+  /// becomes an empty document. Throws "Unable to open Stp file" (also for XML that the constructor would refuse for its
+  /// size, its encoding, a document type, nesting or attributes), "Unable to update Stp file", and then leaves it as it was.
   void write(std::string const& fileName);
   /// Writes the orientation in memory as the strip's adjusted one, which is in use from then on. An adjusted file that was
   /// there becomes ".bak", unless there is one; without one the new name, the original's with ".adj", is entered in

@@ -62,6 +62,22 @@ bool parseXml(QString const& text, QDomDocument& document, QString& error) {
   return parse(text, text.toUtf8(), document, error);
 }
 
+bool isXml(QByteArray const& text) {
+  if (hasTagOfMoreAttributes(text, maxAttributes)) {
+    return true;
+  }
+  QXmlStreamReader asDeclared(text);
+  refusal(asDeclared);
+  if (!asDeclared.hasError()) {
+    return true;
+  }
+  // Byte by byte, after the declaration: markup is ASCII in nearly all encodings.
+  auto const declaration = text.startsWith("<?xml") ? text.indexOf("?>") + 2 : 0;
+  QXmlStreamReader ofBytes(QString::fromLatin1(text.mid(declaration)));
+  refusal(ofBytes);
+  return !ofBytes.hasError();
+}
+
 bool readXml(InputFile& file, QDomDocument& document, QString& error) {
   document.clear();
   if (file.size() > maxProjectFileSize) {

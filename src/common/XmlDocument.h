@@ -25,4 +25,8 @@ bool parseXml(QString const& text, QDomDocument& document, QString& error);
 /// The same for an open file, which is refused when it is larger than a project file may be.
 bool readXml(InputFile& file, QDomDocument& document, QString& error);
 
+/// Whether a text is XML, whatever `parseXml` says of it: also when it is over one of the limits, or in a version or an
+/// encoding that can't be read, or not in the encoding that it declares.
+bool isXml(QByteArray const& text);
+
 }  // namespace sensor

@@ -109,8 +109,10 @@ void BlockModelData::read(std::string const& fileName, bool loadData, bool useOr
   if (mCoordSys == nullptr) {
     throw std::runtime_error("Error parsing \"" + fileName + "\": no element \"CoordinateSystem\" found.");
   }
-  // A strip whose name is taken isn't listed; nobody else knows of it, so it goes at the end of its turn.
+  // A strip whose name is taken isn't listed; nobody else knows of it, so it goes at the end of its turn. So does the
+  // mapping system that each strip begins with.
   for (auto& strip : buildStrips(stripFiles, loadData, useOriginalEOP, loadStdDevs)) {
+    std::unique_ptr<geo::coordSys> const replaced(strip->mappingSystem());
     BlockModelData::attach(strip.get());
     if (mStrips.at(strip->name()) == strip.get()) {
       static_cast<void>(strip.release());

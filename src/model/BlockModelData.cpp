@@ -138,15 +138,20 @@ bool BlockModelData::hasGroundPointFile() const {
   return !mGroundPointFile.empty() && mGroundPointFile.front() != ' ';
 }
 
+// A block without a data path is at home in the current folder, never in the root of the file system.
+std::string BlockModelData::dataFolder() const {
+  return mDataPath.empty() ? QDir::currentPath().toStdString() : mDataPath;
+}
+
 std::string BlockModelData::belowDataPath(std::string const& name) const {
-  return resolved(name, mDataPath);
+  return resolved(name, dataFolder());
 }
 
 // A file that isn't there yet has no canonical path, but its folder has.
 std::string BlockModelData::defaultGroundPointFile() const {
-  std::string const path = mDataPath + "/" + CONTROL_POINT_LOCATION;
+  std::string const path = dataFolder() + "/" + CONTROL_POINT_LOCATION;
   QDir const folder(fromUtf8(path));
-  if (!folder.exists() && !QDir(fromUtf8(mDataPath)).mkdir(QLatin1String(CONTROL_POINT_LOCATION))) {
+  if (!folder.exists() && !QDir(fromUtf8(dataFolder())).mkdir(QLatin1String(CONTROL_POINT_LOCATION))) {
     throw std::runtime_error("Couldn't create folder: " + path);
   }
   std::string const file = QFileInfo(folder, QLatin1String(CONTROL_POINT_FILENAME)).canonicalFilePath().toStdString();

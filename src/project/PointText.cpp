@@ -63,12 +63,14 @@ double numberIn(std::string_view text) {
   if (result.ec == std::errc() && result.ptr == end && std::isfinite(value)) {
     return value;
   }
-  // A plus sign, words for infinity and what is beyond the range: the rest of what is a number, Qt decides. No number
-  // needs more characters than this, and a NUL would end the text too early.
+  // A plus sign and words for infinity: the rest of what is a number, Qt decides. What is beyond the range is none. No
+  // number needs more characters than this, and a NUL would end the text too early.
   constexpr std::size_t longest = 4096;
   text = withoutEndBlanks(text);
   bool const isText = text.size() <= longest && text.find('\0') == std::string_view::npos;
-  return isText ? QByteArray(text.data(), static_cast<int>(text.size())).toDouble() : 0.0;
+  bool isNumber = false;
+  value = isText ? QByteArray(text.data(), static_cast<int>(text.size())).toDouble(&isNumber) : 0.0;
+  return isNumber ? value : 0.0;
 }
 
 void appendNumber(std::string& text, double value, int decimals) {

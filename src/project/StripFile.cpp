@@ -47,17 +47,16 @@ QDomElement requireStrip(QDomDocument const& document) {
   return root;
 }
 
-// A file that no longer parses is replaced by an empty document, but one that can't be read whole is left alone.
+// What isn't XML is replaced by an empty document, but XML that can't be read whole is left alone.
 QDomDocument documentToChange(std::string const& fileName) {
   InputFile file(fileName);
   bool const isReadable = file.isOpen() && file.size() <= maxProjectFileSize;
   auto const text = isReadable ? file.readAll() : std::nullopt;
-  if (!text) {
-    throw std::runtime_error("Unable to open Stp file");
-  }
   QDomDocument document;
   QString ignored;
-  parseXml(*text, document, ignored);
+  if (!text || (!parseXml(*text, document, ignored) && isXml(*text))) {
+    throw std::runtime_error("Unable to open Stp file");
+  }
   return document;
 }
 

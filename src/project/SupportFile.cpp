@@ -1,5 +1,6 @@
 #include "project/SupportFile.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <locale>
@@ -48,10 +49,17 @@ std::ostream& operator<<(std::ostream& out, geo::XYZPoint const& point) {
   return out << point.x << ' ' << point.y << ' ' << point.z;
 }
 
+// A text that may come from anywhere, on one line: what follows a line end would be read as an entry.
+std::string onOneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\v' || c == '\f' || c == '\r'; }, ' ');
+  return text;
+}
+
 void writeImage(std::ostream& out, SupportFile const& file) {
   out << "support_file d\n"
-      << "IMAGE_ID \"" << file.imageId << "\"\n"
-      << "IMAGE_FILE_NAME 1 \"" << file.imageFileName << "\"\n"
+      << "IMAGE_ID \"" << onOneLine(file.imageId) << "\"\n"
+      << "IMAGE_FILE_NAME 1 \"" << onOneLine(file.imageFileName) << "\"\n"
       << "LINES " << file.numLines << '\n'
       << "SAMPLES " << file.numSamples << '\n';
 }
@@ -101,11 +109,11 @@ void writeLine(std::ostream& out, SupportFile const& file) {
 }
 
 void writeFiles(std::ostream& out, SupportFile const& file) {
-  out << "ORIGINAL_ORIENTATION " << file.originalOrientation << '\n';
+  out << "ORIGINAL_ORIENTATION " << onOneLine(file.originalOrientation) << '\n';
   if (!file.adjustedOrientation.empty()) {
-    out << "ADJUSTED_ORIENTATION " << file.adjustedOrientation << '\n';
+    out << "ADJUSTED_ORIENTATION " << onOneLine(file.adjustedOrientation) << '\n';
   }
-  out << "ORIGINAL_CALIBRATION " << file.calibration << '\n';
+  out << "ORIGINAL_CALIBRATION " << onOneLine(file.calibration) << '\n';
 }
 
 // The east, north and up axes at the anchor as rows in geocentric axes: the rotation from geocentric differences to the

@@ -43,7 +43,8 @@ struct SupportFile {
   std::string calibration;
 };
 
-/// Writes the lines of a support file, numbers with a decimal point whatever the locale.
+/// Writes the lines of a support file, numbers with a decimal point whatever the locale. Line ends within a text become
+/// blanks.
 void writeSupportFile(std::ostream& out, SupportFile const& file);
 
 }  // namespace sensor

@@ -1,3 +1,4 @@
+#include "files/FileReplacement.h"
 #include "project/BadCalibration.h"
 #include "project/Path.h"
 #include "project/SupportFile.h"
@@ -16,8 +17,8 @@
 #include <QDir>
 #include <QLocale>
 
-#include <fstream>
 #include <memory>
+#include <sstream>
 
 namespace sensor {
 
@@ -57,34 +58,49 @@ std::string calibrationName(CalibrationGeometryKes const& calibration) {
 
 bool KESImage::exportSupportFile(std::string const& fileName, std::string const& originalOrientation,
                                  std::string const& adjustedOrientation) {
-  std::ofstream out(fileName);
-  if (!out) {
+  files::FileReplacement file(fileName);
+  if (!file.isOpen()) {
     return false;
   }
+  try {
+    file.write(supportText(originalOrientation, adjustedOrientation));
+  } catch (...) {
+    file.commit();  // An empty file, so that nobody takes an older one for this export.
+    throw;
+  }
+  file.commit();
+  return true;
+}
+
+std::string KESImage::supportText(std::string const& originalOrientation,
+                                  std::string const& adjustedOrientation) const {
   // The image's own strip may be on its adjusted orientation, which a support file never shows.
   KESStripModel const strip(mParentStrip->fileName(), true, true, false);
+  // A strip leaves its mapping system to whoever wants it. Nobody else knows of this one.
+  std::unique_ptr<geo::coordSys> const mappingSystem(strip.mappingSystem());
   KESStripModelData const& data = *strip.modelData();
   int const band = bandOf(strip, mBandID);
   geo::XYZPoint const& anchor = data.eop()->anchorPoint();
   BandWords const words(mBandID);
   geo::XYZPoint centre;
   strip.imageToLsr({mNumSamples * 0.5, numScanlines() * 0.5}, data.meanTerrainHeight(), band, centre);
-  writeSupportFile(out, {.imageId = data.name() + mBandID,
-                         .imageFileName = native(resolved(mImageFileName, mParentStrip->imageDataLocation())),
-                         .numLines = numScanlines(),
-                         .numSamples = mNumSamples,
-                         .centre = centre,
-                         .anchor = anchor,
-                         .localOrigin = geocentric(anchor),
-                         .meanFlyingHeight = data.meanFlyingHeight(),
-                         .meanTerrainHeight = data.meanTerrainHeight(),
-                         .gsd = mGsd,
-                         .date = now(),
-                         .band = words,
-                         .originalOrientation = native(originalOrientation),
-                         .adjustedOrientation = native(adjustedOrientation),
-                         .calibration = calibrationName(*data.calib(band))});
-  return true;
+  std::ostringstream text;
+  writeSupportFile(text, {.imageId = data.name() + mBandID,
+                          .imageFileName = native(resolved(mImageFileName, mParentStrip->imageDataLocation())),
+                          .numLines = numScanlines(),
+                          .numSamples = mNumSamples,
+                          .centre = centre,
+                          .anchor = anchor,
+                          .localOrigin = geocentric(anchor),
+                          .meanFlyingHeight = data.meanFlyingHeight(),
+                          .meanTerrainHeight = data.meanTerrainHeight(),
+                          .gsd = mGsd,
+                          .date = now(),
+                          .band = words,
+                          .originalOrientation = native(originalOrientation),
+                          .adjustedOrientation = native(adjustedOrientation),
+                          .calibration = calibrationName(*data.calib(band))});
+  return text.str();
 }
 
 }  // namespace sensor

@@ -34,6 +34,12 @@ TEST_F(InputFileTest, GivesTheBytesBehindAnOffset) {
   EXPECT_EQ(std::string(bytes.data(), 3), "019");
 }
 
+TEST_F(InputFileTest, NameThatIsntUtf8CantBeOpened) {
+  EXPECT_TRUE(InputFile(folder.file("\xEF\xBF\xBD", "0")).isOpen());
+  EXPECT_FALSE(InputFile(folder / "\xFF").isOpen());
+  EXPECT_TRUE(InputFile(folder.file("\xC3\xA4\xF0\x9F\x93\xB7", "0")).isOpen());
+}
+
 TEST_F(InputFileTest, ReadsNothingWhereNothingIsAsked) {
   InputFile file(digits());
   EXPECT_TRUE(file.read(10, nullptr, 0));

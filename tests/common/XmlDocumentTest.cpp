@@ -189,4 +189,20 @@ TEST_F(XmlFile, ThatIsEmptyOrMissingIsRefused) {
   EXPECT_NE(reading(folder / "missing"), "accepted");
 }
 
+TEST(XmlDocument, XmlThatIsRefusedIsXml) {
+  for (QByteArray const& text :
+       {QByteArray("<a/>"), QByteArray("<!DOCTYPE a><a/>"), nested(65), withAttributes(257),
+        QByteArray("<?xml version='1.0' encoding='nonsense'?><a/>"), QByteArray("<?xml version='1.1'?><a/>"),
+        QByteArray("<a b='\xE4'/>"), QByteArray("<?xml version='1.0' encoding='UTF-8'?><a>\xE4</a>")}) {
+    EXPECT_TRUE(sensor::isXml(text)) << text.left(80).toStdString();
+  }
+}
+
+TEST(XmlDocument, TextThatNoLimitKeepsFromBeingXmlIsNone) {
+  for (char const* text : {"", "text", "<a>", "<a></b>", "<a/><b/>", "<?xml version='1.0'?>", "<?xml version='1.0'",
+                           "<?xml version='1.1'?><a>", "<a b='\xE4'>"}) {
+    EXPECT_FALSE(sensor::isXml(text)) << text;
+  }
+}
+
 }  // namespace

@@ -6,10 +6,15 @@
 
 namespace {
 std::atomic<long> allocations{0};
-}
+std::atomic<long> deletions{0};
+}  // namespace
 
 long test::allocationCount() {
   return allocations;
+}
+
+long test::liveAllocationCount() {
+  return allocations - deletions;
 }
 
 void* operator new(std::size_t size) {
@@ -21,9 +26,11 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* memory) noexcept {
+  deletions += memory == nullptr ? 0 : 1;
   std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  deletions += memory == nullptr ? 0 : 1;
   std::free(memory);
 }

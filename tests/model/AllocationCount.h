@@ -6,4 +6,7 @@ namespace test {
 /// that could see into them would rightly wonder at the pairs of `new` and `free`.
 long allocationCount();
 
+/// How many pieces of memory the process has from `new` and hasn't given back.
+long liveAllocationCount();
+
 }  // namespace test

@@ -95,6 +95,20 @@ TEST_F(BlockBadFiles, BadSystemOfTheGroundPointsGivesItsReason) {
             "Failed to read element \"CoordinateSystem\" :" + reason);
 }
 
+TEST_F(BlockBadFiles, FirstOfSeveralFaultsIsNamed) {
+  EXPECT_EQ(messageOfText("<Strip version=\"2.0\"/>"),
+            mFailure + "wrong file format: expected \"Block\" but saw \"Strip\"");
+  std::string const noFile = "Error parsing \"" + mName + "\": filename attribute must not be empty.";
+  EXPECT_EQ(messageOfText("<Block version=\"2.0\"><Strips><Strip/></Strips></Block>"),
+            mFailure + "wrong file version: expected \"1.0\" but saw \"2.0\"");
+  EXPECT_EQ(messageOf("<Strips><Strip/></Strips>"), noFile);
+  EXPECT_EQ(messageOf("<Strips><Strip/></Strips><CoordinateSystem definition=\"EPSG:0\"/>"), noFile);
+  std::string const strips = "<Strips><Strip filename=\"b.stp\"/><Strip filename=\"a.stp\"/></Strips>";
+  EXPECT_EQ(messageOf(test::utm33 + strips),
+            " Take \"" + (mFolder / "b.stp") +
+                "\" could not be created: Error opening strip file:" + (mFolder / "b.stp"));
+}
+
 TEST_F(BlockBadFiles, StripThatCantBeBuiltIsNamedWithItsReason) {
   addStrip("a.stp", "West");
   EXPECT_EQ(messageOf("<Strips><Strip filename=\"a.stp\"/><Strip filename=\"none.stp\"/></Strips>" +

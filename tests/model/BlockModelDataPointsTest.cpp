@@ -132,4 +132,53 @@ TEST_F(BlockPoints, FileThatCantBeWrittenIsToldByTheResult) {
   EXPECT_EQ(mBlock->groundPointFile(), mFolder / "no/such/points.gpt");
 }
 
+// Names a folder as the current one for as long as it lives.
+class CurrentFolder {
+public:
+  explicit CurrentFolder(std::string const& path) { std::filesystem::current_path(path); }
+  ~CurrentFolder() { std::filesystem::current_path(mBefore); }
+  CurrentFolder(CurrentFolder const&) = delete;
+  CurrentFolder& operator=(CurrentFolder const&) = delete;
+
+private:
+  std::filesystem::path mBefore = std::filesystem::current_path();
+};
+
+TEST_F(BlockPoints, WithoutADataPathTheDefaultFileIsBelowTheCurrentFolder) {
+  CurrentFolder const current(mFolder.path());
+  std::string const expected = std::filesystem::canonical(mFolder.path()).string() + "/control/controls.gpt";
+  mBlock->setDataPath("");
+  mBlock->setGroundPoints(onePoint());
+  for (char const* none : {"", " "}) {
+    EXPECT_EQ(mBlock->writeGroundPoints(none), 0);
+    EXPECT_EQ(mBlock->groundPointFile(), expected);
+    EXPECT_EQ(test::contents(expected), onePointText());
+  }
+  EXPECT_EQ(test::entryCount(mFolder.path()), 1);
+  EXPECT_FALSE(test::exists("/controls.gpt"));
+  EXPECT_FALSE(test::exists("/control"));
+}
+
+TEST_F(BlockPoints, WithoutADataPathNamesAreBelowTheCurrentFolder) {
+  CurrentFolder const current(mFolder.path());
+  mBlock->setDataPath("");
+  mBlock->setGroundPoints(onePoint(7.0));
+  EXPECT_EQ(mBlock->writeGroundPoints("points.gpt"), 0);
+  EXPECT_EQ(mBlock->groundPointFile(), std::filesystem::canonical(mFolder.path()).string() + "/points.gpt");
+  EXPECT_TRUE(test::exists(mFolder / "points.gpt"));
+  mBlock->setGroundPoints(onePoint(8.0));
+  EXPECT_EQ(mBlock->readGroundPoints("points.gpt"), 0);
+  EXPECT_EQ(firstX(*mBlock), 7.0);
+}
+
+TEST_F(BlockPoints, FolderThatCantBeMadeBelowTheCurrentFolderIsNamed) {
+  CurrentFolder const current(mFolder.path());
+  mFolder.file("control", "a file");
+  mBlock->setDataPath("");
+  mBlock->setGroundPoints(onePoint());
+  EXPECT_MESSAGE(mBlock->writeGroundPoints(),
+                 "Couldn't create folder: " + std::filesystem::canonical(mFolder.path()).string() + "/control");
+  EXPECT_EQ(test::contents(mFolder / "control"), "a file");
+}
+
 }  // namespace

@@ -360,6 +360,17 @@ TEST_F(BlockBands, AskingForSensorsTakesTheAdjustedOrientation) {
   EXPECT_TRUE(mBlock.strip("A")->isUseAdjustedEOP());
 }
 
+TEST_F(BlockBands, AskingForSensorsLeavesTheOrientationOfALoadedStrip) {
+  mStrip.eop = "<EOP filename=\"flight.eop\" filename_adjusted=\"adjusted.eop\"/>";
+  mStrip.writeEop(mFolder, "adjusted.eop", 5.0);
+  mBlock.attach(new KESStripModel(stripOf("A", {mAll[0]}), true, true, false));
+  mBlock.setCoordSys(system());
+  std::vector<std::vector<std::string>> bands;
+  std::vector<std::string> sensors;
+  mBlock.bandsPerSensor(bands, sensors);
+  EXPECT_TRUE(mBlock.strip("A")->isUseOriginalEOP());
+}
+
 TEST_F(BlockBands, StripThatCantBeLoadedIsReported) {
   attachFile(stripOf("A", {mAll[0]}));
   std::filesystem::remove(mFolder / "REDB16A.ctg");

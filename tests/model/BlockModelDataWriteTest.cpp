@@ -153,6 +153,9 @@ TEST_F(BlockWriting, StripsElsewhereKeepTheirNames) {
   EXPECT_EQ(stripName("north.stp", "/else"), mFolder / "north.stp");
   EXPECT_EQ(stripName("north.stp", mFolder / "no"), mFolder / "north.stp");
   EXPECT_EQ(stripName("north.stp", ""), mFolder / "north.stp");
+  // A separator has to follow the path: the start of a folder's name is another folder.
+  EXPECT_EQ(stripName("north.stp", mFolder.path().substr(0, mFolder.path().size() - 1)), mFolder / "north.stp");
+  EXPECT_EQ(stripName("north.stp", mFolder / ""), mFolder / "north.stp");
 }
 
 TEST_F(BlockWriting, NullWriterIsIgnored) {
@@ -186,12 +189,14 @@ TEST_F(BlockWriting, GroundPointsAreWrittenFirst) {
   EXPECT_THAT(test::contents(mName), HasSubstr("<GCP filename=\"" + (mFolder / "points.gpt") + "\"/>"));
 }
 
-TEST_F(BlockWriting, GroundPointsThatCantBeWrittenDontMatter) {
+// Whoever writes a block asks for the result of the ground points before.
+TEST_F(BlockWriting, GroundPointsThatCantBeWrittenAreNamedAllTheSame) {
   auto const block = emptyBlock();
   block->setGroundPoints(onePoint());
   block->setGroundPointFile("no/such/points.gpt");
+  EXPECT_EQ(block->writeGroundPoints(), 1);
   block->write();
-  EXPECT_TRUE(test::exists(mName));
+  EXPECT_THAT(test::contents(mName), HasSubstr("<GCP filename=\"" + (mFolder / "no/such/points.gpt") + "\"/>"));
 }
 
 TEST_F(BlockWriting, MissingDataPathIsMade) {
@@ -214,6 +219,7 @@ TEST_F(BlockWriting, DataPathThatCantBeMadeIsNamed) {
   BlockModelData block;
   block.setDataPath(dataPath);
   EXPECT_MESSAGE(block.write(mName), "Error creating directory: " + dataPath);
+  EXPECT_MESSAGE(block.write(mFolder / "none/block.blf"), "Error creating directory: " + dataPath);
   EXPECT_FALSE(test::exists(mName));
   EXPECT_EQ(block.fileName(), "");
 }

@@ -1,3 +1,4 @@
+#include "project/SupportLines.h"
 #include "support/Bytes.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
@@ -160,11 +161,13 @@ TEST_F(KESImageOf, PointListIsFoundUpToTwoFoldersAbove) {
 TEST_F(KESImageOf, SamplingDistanceAndNominalHeightFollowTheirFormulae) {
   auto const read = image("");
   sensor::CalibrationGeometryKes calibration;
-  calibration.setFocalLength(0.0625F);
-  calibration.setPixelData(6.5e-6F, 2, 2, std::vector<float>{0, 0}, std::vector<float>{0, 1});
+  // Any other order of operations, or doubles, would differ in the last bit.
+  calibration.setFocalLength(0.0623F);
+  calibration.setPixelData(6.3e-6F, 2, 2, std::vector<float>{0, 0}, std::vector<float>{0, 1});
   read->computeGSD(100.0F, 2100.0F, &calibration);
-  EXPECT_THAT(read->gsd(), SameBits(6.5e-6F * (2100.0F - 100.0F) / 0.0625F));
-  EXPECT_THAT(read->computeNominalHeight(0.2F, 2100.0F, &calibration), SameBits(2100.0F - 0.0625F * 0.2F / 6.5e-6F));
+  EXPECT_THAT(read->gsd(), SameBits(6.3e-6F * (2100.0F - 100.0F) / 0.0623F));
+  EXPECT_THAT(read->computeNominalHeight(0.217F, 2100.0F, &calibration),
+              SameBits(2100.0F - 0.0623F * 0.217F / 6.3e-6F));
 }
 
 TEST_F(KESImageOf, ElementIsWrittenWithPathsBelowTheStrip) {
@@ -178,6 +181,10 @@ TEST_F(KESImageOf, ElementIsWrittenWithPathsBelowTheStrip) {
 
 TEST_F(KESImageOf, IntegrationTimeIsWrittenInMillisecondsWhenItIsPositive) {
   EXPECT_THAT(written(*image("it=\"2.5\"")), testing::HasSubstr(" it=\"2.500\" swath"));
+  // 16.3851 s as a float times 1000 is 16385.0992...; the product of floats would be 16385.1.
+  double const milliseconds = static_cast<double>(static_cast<float>(16385.1F * 0.001)) * 1000.0;
+  ASSERT_EQ(test::printed("%.3f", milliseconds), "16385.099");
+  EXPECT_THAT(written(*image("it=\"16385.1\"")), testing::HasSubstr(" it=\"16385.099\" swath"));
   EXPECT_THAT(written(*image("it=\"0\"")), testing::Not(testing::HasSubstr(" it=")));
   EXPECT_THAT(written(*image("it=\"-3\"")), testing::Not(testing::HasSubstr(" it=")));
   EXPECT_THAT(written(*image("")), testing::Not(testing::HasSubstr(" tdi=")));
@@ -259,6 +266,17 @@ TEST_F(KESImageOf, PlainValuesAreReadAndWritten) {
 
 TEST_F(KESImageOf, NullWriterIsIgnored) {
   image("")->write(nullptr, mFolder.path());
+}
+
+TEST_F(KESImageOf, ImageOfAnotherTagIsWrittenWithoutItsTiming) {
+  EXPECT_EQ(written(*image("it=\"2.5\"", false, "Picture")),
+            "<Image filename=\"\" timing=\"\" footprint=\"\" band=\"\" swath=\"0\" offset=\"0\"/>\n");
+}
+
+TEST_F(KESImageOf, LineTimesThatCantBeReadArentLoaded) {
+  auto const read = image("timing=\"none.ctg\"");
+  EXPECT_MESSAGE(read->loadData(), "failed to open CTG file: " + (mFolder / "none.ctg"));
+  EXPECT_FALSE(read->isDataLoaded());
 }
 
 }  // namespace

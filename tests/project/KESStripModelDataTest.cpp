@@ -3,6 +3,8 @@
 #include <raster/Statistics.h>
 #include <sensor/CalibrationGeometryKes.h>
 
+#include <array>
+
 namespace {
 
 using sensor::KESImage;
@@ -90,6 +92,18 @@ TEST_F(StripData, NominalHeightIsTheMeanOverCalibratedImages) {
   EXPECT_EQ(strip->computeNominalHeight(0.3F), 0.0F);
 }
 
+// The sum of three equal heights isn't three times the height in single precision.
+TEST_F(StripData, NominalHeightsAreAddedInSinglePrecision) {
+  mStrip.bands = {{"PANN00A"}, {"PANF27A", 25.0}, {"PANB14A", -12.5}};
+  mFile = mStrip.write(mFolder);
+  auto const strip = data();
+  float const gsd = 0.10003F;
+  float const one = 1000.0F - (50.0F * 0.001F) * gsd / (0.1F * 0.001F);
+  float const three = (one + one) + one;
+  ASSERT_NE(three / 3.0F, one);
+  EXPECT_THAT(strip->computeNominalHeight(gsd), SameBits(three / 3.0F));
+}
+
 TEST_F(StripData, CalibrationsOfABandComeFromTheCamera) {
   auto const strip = data(false);
   ASSERT_NE(strip->calibrationGeometry("PANF27A"), nullptr);
@@ -147,6 +161,32 @@ TEST_F(StripData, StatisticsLieBesideTheImages) {
   ASSERT_EQ(loaded->layers().size(), 1U);
   EXPECT_EQ(loaded->layer(0).minimum, 3.0);
   EXPECT_EQ(loaded->layer(0).maximum, 9.0);
+}
+
+// Of the classes from 10 to 18, one has all pixels, so that the middle of all is the middle of this class.
+TEST_F(StripData, StatisticsAreOfAllBandsWithTheirExtremesAndTheirMedian) {
+  std::string bands;
+  for (char const* number : {"1", "2"}) {
+    bands += "<PAMRasterBand band=\"" + std::string(number) +
+             "\"><Histograms><HistItem><HistMin>10</HistMin><HistMax>18</HistMax><BucketCount>4</BucketCount>"
+             "<IncludeOutOfRange>1</IncludeOutOfRange><Approximate>0</Approximate>"
+             "<HistCounts>0|0|8|0</HistCounts></HistItem></Histograms><Metadata>"
+             "<MDI key=\"STATISTICS_MINIMUM\">14</MDI><MDI key=\"STATISTICS_MAXIMUM\">16</MDI>"
+             "<MDI key=\"STATISTICS_MEAN\">15</MDI><MDI key=\"STATISTICS_STDDEV\">1</MDI></Metadata></PAMRasterBand>";
+  }
+  mFolder.file("images/PANN00A.stat", "<PAMDataset>" + bands + "</PAMDataset>");
+  auto const strip = data(false);
+  std::unique_ptr<raster::Statistics> const loaded(strip->img(0)->createStatistics());
+  EXPECT_EQ(loaded->layers().size(), 2U);
+  EXPECT_EQ(loaded->percentiles(0), (std::array<double, 3>{14.0, 15.0, 16.0}));
+}
+
+TEST_F(StripData, StatisticsTakeEveryPixelAsItIs) {
+  auto const strip = data(false);
+  std::unique_ptr<raster::Statistics> const empty(strip->img(0)->createStatistics());
+  empty->compute(mFolder.file("image.pgm", "P5 3 2 255\n\x01\x02\x04\x08\x10\x20"));
+  EXPECT_EQ(empty->layer(0).mean, 63.0 / 6.0);
+  EXPECT_EQ(empty->layer(0).maximum, 32.0);
 }
 
 TEST_F(StripData, StatisticsAreNamedByWhatStandsBeforeTheLastDot) {

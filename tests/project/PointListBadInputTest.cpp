@@ -216,4 +216,29 @@ TEST(PointListBadInput, LinesThatAreNoPointsTakeLittleMemory) {
   EXPECT_LE(list.points().capacity(), size / 16);
 }
 
+// All characters that Unicode calls white space, at both ends of a line and of a number; the others are text.
+TEST(PointListBadInput, EveryBlankOfUnicodeCounts) {
+  for (std::string const blank :
+       {"\v",     "\f",     "\r",     "\u0085", "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004",
+        "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200A", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"}) {
+    EXPECT_THAT(groundPointsIn(blank + "P 1" + blank + " " + blank + "2 3" + blank), ElementsAre(p)) << blank;
+    EXPECT_THAT(groundPointsIn(blank + blank), IsEmpty()) << blank;
+  }
+  for (std::string const text : {"\x01", "\x1C", "\x1F", "\x7F", "\u180E", "\u200B", "\u2060"}) {
+    EXPECT_THAT(groundPointsIn(text + "P " + text + "1 2 3"), ElementsAre(ground(text + "P", 0, 2, 3))) << text;
+  }
+}
+
+TEST(PointListBadInput, NumbersBeyondTheRangeAreZero) {
+  EXPECT_THAT(groundPointsIn("P 1e999 -1e999 1e-999"), ElementsAre(ground("P", 0, 0, 0)));
+  EXPECT_THAT(groundPointsIn("P +1e999 +1e308 +1e-999"), ElementsAre(ground("P", 0, 1e308, 0)));
+}
+
+// The plain form may be of any length; with a sign or a blank that takes a copy, 4096 characters are the most.
+TEST(PointListBadInput, NumberWithAPlusSignHasAtMost4096Characters) {
+  EXPECT_THAT(groundPointsIn("P +" + std::string(4094, '0') + "7 2 3"), ElementsAre(ground("P", 7, 2, 3)));
+  EXPECT_THAT(groundPointsIn("P +" + std::string(4095, '0') + "7 2 3"), ElementsAre(ground("P", 0, 2, 3)));
+  EXPECT_THAT(groundPointsIn("P " + std::string(5000, '0') + "7 2 3"), ElementsAre(ground("P", 7, 2, 3)));
+}
+
 }  // namespace

@@ -51,6 +51,9 @@ TEST_F(StripFile, MissingElementsAreNamed) {
   std::string const calibration = "<Calibration version=\"v001\" sensor_id=\"" + mStrip.sensorId + "\"/>";
   EXPECT_EQ(messageOf(with(calibration, "")), "Missing element: \"Calibration\"");
   EXPECT_EQ(messageOf(with("<RawData location=\"raw\"/>", "")), "Missing element: \"RawData\"");
+  std::string text = with(calibration, "");
+  EXPECT_EQ(messageOf(text.replace(text.find("<RawData location=\"raw\"/>"), 25, "")),
+            "Missing element: \"Calibration\"");
 }
 
 TEST_F(StripFile, MissingAttributesAreNamed) {
@@ -60,6 +63,22 @@ TEST_F(StripFile, MissingAttributesAreNamed) {
             "Missing attribute \"sensor_id\" for element \"Calibration\"!");
   EXPECT_EQ(messageOf(with("<RawData location=\"raw\"/>", "<RawData/>")),
             "Missing attribute \"location\" for element \"RawData\"!");
+}
+
+TEST_F(StripFile, FirstOfSeveralFaultsIsNamed) {
+  EXPECT_EQ(messageOf("<Block version=\"2.0\"/>"), "Wrong file format: expected \"Strip\" but saw \"Block\"");
+  EXPECT_EQ(messageOf("<Strip version=\"2.0\"><RawData/></Strip>"),
+            "Wrong file version: expected \"1.0\" but saw \"2.0\"");
+  EXPECT_EQ(messageOf("<Strip version=\"1.0\"><Calibration/></Strip>"),
+            "Missing attribute \"version\" for element \"Calibration\"!");
+  EXPECT_EQ(messageOf("<Strip version=\"1.0\"><RawData/></Strip>"),
+            "Missing attribute \"location\" for element \"RawData\"!");
+  std::string text = with("\"v001\"", "\"v009\"");
+  text.replace(text.find("flight.eop"), 10, "no_one.eop");
+  std::string const noCamera = "No calibration found for sensor KESA0 ID: " + mStrip.sensorId + " version: v009\n";
+  EXPECT_EQ(messageOf(text), noCamera);
+  text.replace(text.find("<RawData location=\"raw\"/>"), 25, "");
+  EXPECT_EQ(messageOf(text), "Missing element: \"RawData\"");
 }
 
 TEST_F(StripFile, UnknownCameraIsNamed) {

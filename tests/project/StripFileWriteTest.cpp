@@ -101,8 +101,32 @@ TEST_F(StripFileWriting, OtherFileIsChangedInPlaceOfTheOwn) {
 }
 
 TEST_F(StripFileWriting, FileThatNoLongerParsesBecomesAnEmptyDocument) {
-  for (char const* text : {"<Strip><EOP></Strip>", "", "<Strip><EOP/>"}) {
+  for (char const* text :
+       {"<Strip><EOP></Strip>", "", "<Strip><EOP/>", "no XML", "<?xml version=\"1.0\"?>", "\xFF\x01\x80"}) {
     EXPECT_EQ(enteredIn(text), "") << text;
+  }
+}
+
+// XML that is refused holds what a user wrote.
+TEST_F(StripFileWriting, XmlThatIsRefusedStays) {
+  std::string nested = "<EOP/>";
+  for (int level = 0; level < 64; ++level) {
+    nested = "<a>" + nested + "</a>";
+  }
+  std::string attributes = "<Strip";
+  for (int i = 0; i < 257; ++i) {
+    attributes += " a" + std::to_string(i) + "=''";
+  }
+  std::string const declared = "<?xml version=\"1.0\" encoding=\"";
+  KESStripModelData data = read();
+  for (std::string const& text :
+       {"<!DOCTYPE Strip><Strip><EOP/></Strip>" + std::string(), "<Strip>" + nested + "</Strip>", attributes + "/>",
+        declared + "nonsense\"?><Strip><EOP/></Strip>", declared + "UTF-8\"?><Strip name=\"\xE4\"><EOP/></Strip>",
+        std::string("<?xml version=\"1.1\"?><Strip><EOP/></Strip>")}) {
+    std::string const other = mFolder.file("other.stp", text);
+    EXPECT_MESSAGE(data.write(other), "Unable to open Stp file") << text;
+    EXPECT_EQ(test::contents(other), text);
+    EXPECT_EQ(data.fileName(), mFile);
   }
 }
 
@@ -190,6 +214,7 @@ TEST_F(Adjustment, WithoutTheStripFileNothingIsWritten) {
   EXPECT_MESSAGE(data.completeEOPAdjustment(), "Unable to open Stp file");
   EXPECT_FALSE(test::exists(mFolder / "flight.eop.adj"));
   EXPECT_TRUE(data.isUseOriginalEOP());
+  EXPECT_EQ(data.adjustedEOPFileName(), mFolder / "flight.eop.adj");
 }
 
 TEST_F(Adjustment, OrientationThatCantBeWrittenLeavesTheOriginalInUse) {

@@ -18,6 +18,7 @@ protected:
     EXPECT_EQ(strip.eop()->atIndex(0, record), 0);
     return record.x;
   }
+  int numRecords() const { return read(true).eop()->numSets(); }
   // The mean flying height of a strip with these heights in its first records, and of none other below or above.
   float meanOf(std::vector<double> const& heights) {
     auto const strip = data(false);
@@ -58,6 +59,9 @@ TEST_F(StripLoading, ConstructionAloneReadsHeadersOnly) {
 TEST_F(StripLoading, MeanFlyingHeightIsBetweenTheExtremesInSinglePrecision) {
   EXPECT_EQ(meanOf({1000.0, 940.0, 1010.0, 1000.0}), 975.0F);
   EXPECT_EQ(meanOf({-20.0, 1000.0, 500.0}), 490.0F);
+  std::vector<double> lastIsHighest(static_cast<std::size_t>(numRecords()), 1000.0);
+  lastIsHighest.back() = 1010.0;
+  EXPECT_EQ(meanOf(lastIsHighest), 1005.0F);
   EXPECT_THAT(meanOf({1000.1, 1000.3, 1000.2}), SameBits((1000.1F + 1000.3F) * 0.5F));
   // The sum rounds to single: 16777215 + 4 is 16777219, half way between 16777218 and 16777220, and goes to the even one.
   EXPECT_EQ(meanOf({4.0, 16777215.0}), 8388610.0F);
@@ -93,6 +97,42 @@ TEST_F(StripLoading, LoadingOnDemandTakesTheAdjustedOrientation) {
   EXPECT_TRUE(strip.isUseOriginalEOP());
   strip.img(0)->gsd();
   EXPECT_TRUE(strip.isUseAdjustedEOP());
+  EXPECT_FALSE(strip.eop()->isStdDevLoaded());
+}
+
+TEST_F(StripLoading, LoadedStripStaysAsItIsWhateverAnImageIsAsked) {
+  mStrip.writeEop(mFolder, "better.eop", 5.0);
+  mFolder.file("strip.stp", with("\"flight.eop\"", "\"flight.eop\" filename_adjusted=\"better.eop\""));
+  KESStripModelData strip = read(true, true);
+  strip.img(0)->gsd();
+  strip.img(0)->numImagingSamples();
+  EXPECT_TRUE(strip.isUseOriginalEOP());
+}
+
+// A flight at the height of the ground: 0 is a distance, too, and is computed once.
+TEST_F(StripLoading, SamplingDistanceOfZeroIsKnown) {
+  auto const strip = data();
+  strip->setMeanTerrainHeight(1000.0F);
+  strip->unloadData();
+  EXPECT_EQ(strip->img(0)->gsd(), 0.0F);
+  EXPECT_FALSE(strip->isDataLoaded());
+}
+
+TEST_F(StripLoading, OrientationComesBeforeCameraBeforeLineTimesBeforeCalibrations) {
+  auto const strip = data();
+  sensor::Camera const& camera = strip->camera();
+  strip->unloadData();
+  forget(camera);
+  std::filesystem::rename(mFolder / "flight.eop", mFolder / "gone.eop");
+  std::filesystem::remove(mFolder / "PANF27A.ctg");
+  EXPECT_MESSAGE(strip->loadData(false, false), "failed to open EOP file: " + (mFolder / "flight.eop"));
+  std::filesystem::rename(mFolder / "gone.eop", mFolder / "flight.eop");
+  EXPECT_MESSAGE(strip->loadData(false, false), "KESStripModelData::loadData: no Camera found for sensor KESA0 ID: " +
+                                                    mStrip.sensorId + " version: v001");
+  mStrip.write(mFolder);
+  std::filesystem::remove(mFolder / "PANF27A.ctg");
+  strip->img(0)->setBandID("NONE");
+  EXPECT_MESSAGE(strip->loadData(false, false), "failed to open CTG file: " + (mFolder / "PANF27A.ctg"));
 }
 
 TEST_F(StripLoading, SwitchesBetweenTheOrientations) {
@@ -201,6 +241,16 @@ TEST_F(StripLoading, SecondLoadingSkipsTheImagesThatAreLoaded) {
   strip->loadData(false, false);
   EXPECT_EQ(strip->img(0)->numScanlines(), 101);
   EXPECT_TRUE(strip->isDataLoaded());
+}
+
+TEST_F(StripLoading, SecondLoadingCollectsTheCalibrationsAnew) {
+  auto const strip = data();
+  strip->setMeanTerrainHeight(500.0F);
+  strip->img(0)->setBandID("PANF27A");
+  strip->img(1)->setBandID("PANN00A");
+  strip->loadData(false, false);
+  EXPECT_EQ(strip->calib(0)->bandId(), "PANF27A");
+  EXPECT_EQ(strip->calib(1)->bandId(), "PANN00A");
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 namespace {
 
 using sensor::KESImage;
+using sensor::KESStripModelData;
 
 // Indices of lines that hold positions, dates and files.
 enum Line : std::size_t {
@@ -25,6 +26,7 @@ enum Line : std::size_t {
   elevations = 15,
   photoDate = 19,
   terrain = 23,
+  anchorLongitude = 25,
   imageDate = 29,
   scanLines = 30,
   gsdLine = 33,
@@ -167,16 +169,30 @@ TEST_F(SupportFileExport, AbsoluteNameOfAnImageStands) {
   EXPECT_EQ(exported(*strip.img(0))[imageFile], "IMAGE_FILE_NAME 1 \"/elsewhere/a b.tif\"");
 }
 
-// The adjusted flight is 7 m further east.
+// The adjusted flight is 7 m further east, at another anchor point.
 TEST_F(SupportFileExport, ShowsTheOriginalOrientationWhateverTheStripIsOn) {
   mStrip.eop = "<EOP filename=\"flight.eop\" filename_adjusted=\"adjusted.eop\"/>";
   mFile = mStrip.write(mFolder);
+  mStrip.anchorLongitude = "-1.3";
   mStrip.writeEop(mFolder, "adjusted.eop", 7.0);
   auto strip = read(true);
   ASSERT_TRUE(strip.isUseAdjustedEOP());
-  EXPECT_NEAR(test::numbersOf(exported(*strip.img(0))[groundZero])[0], 50.5, 1e-3);
+  std::vector<std::string> const lines = exported(*strip.img(0));
+  EXPECT_NEAR(test::numbersOf(lines[groundZero])[0], 50.5, 1e-3);
+  EXPECT_EQ(lines[anchorLongitude], "ANCHOR_LONGITUDE -1.400000000000");
   EXPECT_TRUE(strip.isUseAdjustedEOP());
   EXPECT_TRUE(strip.isDataLoaded());
+}
+
+TEST_F(SupportFileExport, SizeIsThatOfTheImageInMemory) {
+  auto strip = read(true);
+  mStrip.bands[1].attributes = "swath=\"61\" offset=\"10\"";
+  mStrip.lines = 51;
+  mStrip.write(mFolder);
+  std::vector<std::string> const lines = exported(*strip.img(1));
+  EXPECT_EQ(lines[lineCount], "LINES 101");
+  EXPECT_EQ(lines[lineCount + 1], "SAMPLES 81");
+  EXPECT_EQ(lines[scanLines], "NUMBER_SCAN_LINES 101");
 }
 
 // What a host set on its strip isn't in the strip file.
@@ -187,6 +203,27 @@ TEST_F(SupportFileExport, HeightsAreThoseOfTheStripFileAndTheDistanceIsTheImages
   EXPECT_EQ(lines[terrain], "MEAN_TERRAIN_HEIGHT 100.000000");
   EXPECT_EQ(test::numbersOf(lines[groundZero])[2], 100.0);
   EXPECT_NEAR(test::numbersOf(lines[gsdLine])[0], 0.002 * (1000 - 900), 1e-7);
+}
+
+TEST_F(SupportFileExport, NameIsThatOfTheStripFileAndTheBandTheImagesOwn) {
+  auto strip = read(true);
+  strip.setName("Renamed");
+  EXPECT_EQ(exported(*strip.img(0))[1], "IMAGE_ID \"SmallPANN00A\"");
+}
+
+TEST_F(SupportFileExport, LineFeedInTheNameOfTheStripAddsNoEntry) {
+  std::string text = mStrip.text();
+  text.replace(text.find("Small"), 5, "a\"&#10;ANCHOR_LATITUDE 9&#13;b");
+  text.replace(text.find("name=\"a\""), 8, "name=\"a&quot;");
+  auto const strip = readText(text, true);
+  std::vector<std::string> const lines = exported(*strip->img(0));
+  ASSERT_EQ(lines.size(), 38U);
+  EXPECT_EQ(lines[1], "IMAGE_ID \"a\" ANCHOR_LATITUDE 9 bPANN00A\"");
+}
+
+TEST_F(SupportFileExport, StripOpenedByARelativePathHasAbsoluteFiles) {
+  KESStripModelData strip(std::filesystem::relative(mFile).string(), nullptr, true, true, false);
+  EXPECT_EQ(exported(*strip.img(0))[imageFile], "IMAGE_FILE_NAME 1 \"" + (mFolder / "images/PANN00A.tif") + "\"");
 }
 
 // Half of no lines is line 0, where the flight begins.

@@ -1,5 +1,6 @@
 #include "project/StripFolder.h"
 
+#include <fstream>
 #include <stdexcept>
 
 namespace {
@@ -38,6 +39,14 @@ TEST_F(SupportFileFailures, BandThatTheStripFileDoesntHaveIsABadCalibration) {
   EXPECT_EQ(test::contents(mFolder / "out.sup"), "");
 }
 
+TEST_F(SupportFileFailures, ShortBandIdThatTheStripFileDoesntHaveIsABadCalibration) {
+  auto strip = read(true);
+  for (char const* id : {"", "PAN", "PANN00"}) {
+    strip.img(0)->setBandID(id);
+    EXPECT_MESSAGE(write(*strip.img(0)), std::string("Bad calibration !\nNo calibration found for band Id:\n") + id);
+  }
+}
+
 TEST_F(SupportFileFailures, ShortBandIdIsOutOfRangeAndLeavesTheFileEmpty) {
   for (char const* id : {"PAN", "PANN00"}) {
     mStrip.bands = {{id}};
@@ -50,16 +59,20 @@ TEST_F(SupportFileFailures, ShortBandIdIsOutOfRangeAndLeavesTheFileEmpty) {
   }
 }
 
-// The result tells that the file could be opened, not what became of it.
-TEST_F(SupportFileFailures, FullDiskIsntNoticed) {
+// The result says that the file could be opened, not what became of it.
+TEST_F(SupportFileFailures, FullDiskIsntNoticedButKeepsTheOldFile) {
   test::SmallFileSystem const disk(1 << 16);
   if (!disk.isMounted()) {
     GTEST_SKIP() << "no file system may be mounted here";
   }
+  std::ofstream(disk / "out.sup") << "old";
   auto strip = read(true);
   disk.fill();
   EXPECT_TRUE(strip.img(0)->exportSupportFile(disk / "out.sup", "", ""));
-  EXPECT_EQ(test::contents(disk / "out.sup"), "");
+  EXPECT_TRUE(strip.img(0)->exportSupportFile(disk / "new.sup", "", ""));
+  EXPECT_EQ(test::contents(disk / "out.sup"), "old");
+  EXPECT_FALSE(test::exists(disk / "new.sup"));
+  EXPECT_EQ(test::entryCount(disk.path()), 2);  // the old file, and what fills the disk
 }
 
 }  // namespace

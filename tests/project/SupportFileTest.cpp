@@ -116,6 +116,21 @@ TEST(SupportFile, EmptyAdjustedOrientationHasNoLine) {
   EXPECT_EQ(written(file), expected.erase(expected.find(line), line.size()));
 }
 
+// What followed a line end would be read as an entry.
+TEST(SupportFile, LineEndsInTextsBecomeBlanks) {
+  SupportFile file = example();
+  for (std::string* text :
+       {&file.imageId, &file.imageFileName, &file.originalOrientation, &file.adjustedOrientation, &file.calibration}) {
+    *text = "a\nb\rc\vd\fe\tf g";
+  }
+  EXPECT_EQ(test::linesOf(written(file)).size(), 39U);
+  EXPECT_EQ(lineOf(file, "IMAGE_ID"), "IMAGE_ID \"a b c d e\tf g\"");
+  EXPECT_EQ(lineOf(file, "IMAGE_FILE_NAME"), "IMAGE_FILE_NAME 1 \"a b c d e\tf g\"");
+  EXPECT_EQ(lineOf(file, "ORIGINAL_ORIENTATION"), "ORIGINAL_ORIENTATION a b c d e\tf g");
+  EXPECT_EQ(lineOf(file, "ADJUSTED_ORIENTATION"), "ADJUSTED_ORIENTATION a b c d e\tf g");
+  EXPECT_EQ(lineOf(file, "ORIGINAL_CALIBRATION"), "ORIGINAL_CALIBRATION a b c d e\tf g");
+}
+
 // A host may have set a locale with a comma for the point and groups of thousands.
 TEST(SupportFile, NumbersDontDependOnTheLocale) {
   struct Local : std::numpunct<char> {
