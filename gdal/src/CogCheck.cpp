@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 namespace kesgdal {
@@ -25,34 +26,32 @@ Block tileAt(int column, int row, int columns, int rows) {
   return {left, top, std::min(tileSide, columns - left), std::min(tileSide, rows - top)};
 }
 
-// Which tiles of a band have data.
-class DataMap {
-public:
-  DataMap(int columns, int rows)
-      : mColumns(tilesOf(columns)), mRows(tilesOf(rows)),
-        mHasData(static_cast<std::size_t>(mColumns) * static_cast<std::size_t>(mRows)) {}
+// The part of an image around a pixel of its overview. At odd edges the overview's pixels are a little less than two of the
+// image, so that the last ones are shifted by up to one.
+struct Surroundings {
+  int low;
+  int high;
 
-  void set(int column, int row) { mHasData[index(column, row)] = true; }
-  // Of a square of tiles.
-  bool any(int column, int row, int side) const {
-    for (int y = row; y < std::min(row + side, mRows); ++y) {
-      for (int x = column; x < std::min(column + side, mColumns); ++x) {
-        if (mHasData[index(x, y)]) {
-          return true;
-        }
-      }
-    }
-    return false;
+  Surroundings(int pixel, int pixels) : low(std::max(2 * pixel - 1, 0)), high(std::min(2 * pixel + 3, pixels)) {}
+};
+
+// Values of a part of a band.
+struct Part {
+  Block block;
+  std::vector<double> values;
+
+  bool read(GDALRasterBand& band, Block const& wanted) {
+    block = wanted;
+    values.resize(block.size());
+    return band.RasterIO(GF_Read, block.left, block.top, block.columns, block.rows, values.data(), block.columns,
+                         block.rows, GDT_Float64, 0, 0, nullptr) == CE_None;
   }
 
-private:
-  std::size_t index(int column, int row) const {
-    return static_cast<std::size_t>(row) * static_cast<std::size_t>(mColumns) + static_cast<std::size_t>(column);
+  // At a pixel of the whole band.
+  double at(int column, int row) const {
+    return values[static_cast<std::size_t>(row - block.top) * static_cast<std::size_t>(block.columns) +
+                  static_cast<std::size_t>(column - block.left)];
   }
-
-  int mColumns;
-  int mRows;
-  std::vector<bool> mHasData;
 };
 
 class CogCheck {
@@ -65,20 +64,10 @@ public:
     if (!hasHeader()) {
       return "its header isn't what was written";
     }
-    for (int band = 1; band <= mData.GetRasterCount(); ++band) {
-      mMaps.emplace_back(mColumns, mRows);
-    }
     if (!hasPixels()) {
       return "its pixels aren't what was written";
     }
-    for (int band = 1; band <= mData.GetRasterCount(); ++band) {
-      for (int i = 0; i < mData.GetRasterBand(band)->GetOverviewCount(); ++i) {
-        if (!isOverview(*mData.GetRasterBand(band)->GetOverview(i), mMaps[static_cast<std::size_t>(band) - 1], i)) {
-          return "its overviews aren't what was written";
-        }
-      }
-    }
-    return {};
+    return hasOverviews() ? "" : "its overviews aren't those of its pixels";
   }
 
 private:
@@ -104,7 +93,7 @@ private:
   }
 
   bool hasPixels() {
-    std::vector<PixelSum> sums(mMaps.size(), PixelSum(mFormat.type, mFormat.noData));
+    std::vector<PixelSum> sums(mContent.sums.size(), PixelSum(mFormat.type, mFormat.noData));
     for (int row = 0; row < tilesOf(mRows); ++row) {
       for (int column = 0; column < tilesOf(mColumns); ++column) {
         if (!readTile(column, row, sums)) {
@@ -125,38 +114,48 @@ private:
       return false;
     }
     for (std::size_t band = 0; band < sums.size(); ++band) {
-      std::byte* const pixels = mPixels.data() + band * bandBytes;
-      sums[band].add(tile, pixels);
-      mValues.resize(tile.size());
-      GDALCopyWords64(pixels, mFormat.type, GDALGetDataTypeSizeBytes(mFormat.type), mValues.data(), GDT_Float64,
-                      sizeof(double), static_cast<GPtrDiff_t>(tile.size()));
-      if (hasData()) {
-        mMaps[band].set(column, row);
+      sums[band].add(tile, mPixels.data() + band * bandBytes);
+    }
+    return true;
+  }
+
+  bool hasOverviews() {
+    for (int i = 0; i < mData.GetRasterBand(1)->GetOverviewCount(); ++i) {
+      GDALRasterBand& first = *mData.GetRasterBand(1)->GetOverview(i);
+      for (int row = 0; row < tilesOf(first.GetYSize()); ++row) {
+        for (int column = 0; column < tilesOf(first.GetXSize()); ++column) {
+          if (!hasOverviewTile(i, tileAt(column, row, first.GetXSize(), first.GetYSize()))) {
+            return false;
+          }
+        }
       }
     }
     return true;
   }
 
-  bool hasData() const {
-    return std::any_of(mValues.begin(), mValues.end(), [this](double value) { return !isNoData(value); });
+  // In all bands, which lie in the file together.
+  bool hasOverviewTile(int i, Block const& tile) {
+    for (int number = 1; number <= mData.GetRasterCount(); ++number) {
+      GDALRasterBand& band = *mData.GetRasterBand(number);
+      GDALRasterBand& image = i == 0 ? band : *band.GetOverview(i - 1);
+      Surroundings const firstX(tile.left, image.GetXSize());
+      Surroundings const lastX(tile.left + tile.columns - 1, image.GetXSize());
+      Surroundings const firstY(tile.top, image.GetYSize());
+      Surroundings const lastY(tile.top + tile.rows - 1, image.GetYSize());
+      if (!mOverview.read(*band.GetOverview(i), tile) ||
+          !mImage.read(image, {firstX.low, firstY.low, lastX.high - firstX.low, lastY.high - firstY.low}) ||
+          !areMeans(image.GetXSize(), image.GetYSize())) {
+        return false;
+      }
+    }
+    return true;
   }
 
-  // Overview i has pixels of 2^(i + 1) by 2^(i + 1), but at odd edges, which shift them by less than one.
-  bool isOverview(GDALRasterBand& overview, DataMap const& map, int i) {
-    int const columns = overview.GetXSize();
-    int const rows = overview.GetYSize();
-    int const side = 1 << (i + 1);
-    for (int row = 0; row < tilesOf(rows); ++row) {
-      for (int column = 0; column < tilesOf(columns); ++column) {
-        Block const tile = tileAt(column, row, columns, rows);
-        int const left = std::max(tile.left - 1, 0);
-        int const top = std::max(tile.top - 1, 0);
-        int const width = std::min(tile.left + tile.columns + 1, columns) - left;
-        int const height = std::min(tile.top + tile.rows + 1, rows) - top;
-        mValues.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-        if (overview.RasterIO(GF_Read, left, top, width, height, mValues.data(), width, height, GDT_Float64, 0, 0,
-                              nullptr) != CE_None ||
-            (map.any(column * side, row * side, side) && !hasData())) {
+  bool areMeans(int imageColumns, int imageRows) const {
+    Block const& tile = mOverview.block;
+    for (int row = tile.top; row < tile.top + tile.rows; ++row) {
+      for (int column = tile.left; column < tile.left + tile.columns; ++column) {
+        if (!isMean(mOverview.at(column, row), Surroundings(column, imageColumns), Surroundings(row, imageRows))) {
           return false;
         }
       }
@@ -164,14 +163,42 @@ private:
     return true;
   }
 
+  // Whether a value can be a mean of those around: between the least and the greatest, and no data as they are.
+  bool isMean(double value, Surroundings const& x, Surroundings const& y) const {
+    int const all = (x.high - x.low) * (y.high - y.low);
+    double least = std::numeric_limits<double>::infinity();
+    double greatest = -least;
+    int count = 0;
+    for (int row = y.low; row < y.high; ++row) {
+      for (int column = x.low; column < x.high; ++column) {
+        double const one = mImage.at(column, row);
+        if (!isNoData(one)) {
+          least = std::min(least, one);
+          greatest = std::max(greatest, one);
+          ++count;
+        }
+      }
+    }
+    if (count == 0 || !std::isfinite(least) || !std::isfinite(greatest)) {
+      return count > 0 || isNoData(value);
+    }
+    double const tolerance = rounding(std::max(std::abs(least), std::abs(greatest)));
+    return (value >= least - tolerance && value <= greatest + tolerance) || (isNoData(value) && count < all);
+  }
+
+  // Whole numbers are rounded to the next, and by one more where that would be the value for no data; others in float.
+  double rounding(double value) const {
+    return GDALDataTypeIsInteger(mFormat.type) != 0 ? 1.0 : value * 4.0 * std::numeric_limits<float>::epsilon();
+  }
+
   GDALDataset& mData;
   OrthoContent const& mContent;
   OrthoFormat const& mFormat;
   int mColumns;
   int mRows;
-  std::vector<DataMap> mMaps;  // of the bands
   std::vector<std::byte> mPixels;
-  std::vector<double> mValues;
+  Part mOverview;
+  Part mImage;  // of which it is the overview
 };
 
 }  // namespace

@@ -5,10 +5,12 @@
 #include <cstdio>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -93,11 +95,22 @@ ssize_t pwrite64(int file, void const* bytes, size_t count, off64_t place) {
 }
 
 size_t fwrite(void const* bytes, size_t size, size_t count, FILE* file) {
-  if (int const error = ask("fwrite"); error > 0) {
-    errno = error;
+  int const answer = ask("fwrite");
+  if (answer > 0) {
+    errno = answer;
     return 0;
   }
-  return next<size_t (*)(void const*, size_t, size_t, FILE*)>("fwrite")(bytes, size, count, file);
+  std::vector<char> const zeros(answer == test::Interposed::lostWrite ? size * count : 0);
+  return next<size_t (*)(void const*, size_t, size_t, FILE*)>("fwrite")(zeros.empty() ? bytes : zeros.data(), size,
+                                                                        count, file);
+}
+
+int pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*work)(void*), void* argument) noexcept {
+  if (int const error = ask("pthread_create"); error > 0) {
+    return error;
+  }
+  return next<int (*)(pthread_t*, pthread_attr_t const*, void* (*)(void*), void*)>("pthread_create")(thread, attributes,
+                                                                                                     work, argument);
 }
 
 int fdatasync(int file) {
