@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <stdio_ext.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -103,6 +104,29 @@ size_t fwrite(void const* bytes, size_t size, size_t count, FILE* file) {
   std::vector<char> const zeros(answer == test::Interposed::lostWrite ? size * count : 0);
   return next<size_t (*)(void const*, size_t, size_t, FILE*)>("fwrite")(zeros.empty() ? bytes : zeros.data(), size,
                                                                         count, file);
+}
+
+// What is in its buffer is lost when a stream can't write it, as it closes or moves on.
+int fclose(FILE* file) {
+  int const error = ask("fclose");
+  if (error > 0) {
+    __fpurge(file);
+  }
+  int const result = next<int (*)(FILE*)>("fclose")(file);
+  if (error > 0) {
+    errno = error;
+    return EOF;
+  }
+  return result;
+}
+
+int fseeko64(FILE* file, off64_t place, int whence) {
+  if (int const error = ask("fseeko64"); error > 0) {
+    __fpurge(file);
+    errno = error;
+    return -1;
+  }
+  return next<int (*)(FILE*, off64_t, int)>("fseeko64")(file, place, whence);
 }
 
 int pthread_create(pthread_t* thread, pthread_attr_t const* attributes, void* (*work)(void*), void* argument) noexcept {
