@@ -1,3 +1,5 @@
+#include "GdalErrors.h"
+
 #include <gdal_priv.h>
 
 #include <algorithm>
@@ -45,40 +47,40 @@ ImageFile::~ImageFile() {
 
 bool ImageFile::open() {
   GDALAllRegister();
-  CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
+  kesgdal::GdalErrors const errors;
   GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
   if (driver == nullptr) {
     return false;
   }
   mData = driver->Create(mPath.c_str(), mWidth, mHeight, 1, GDT_UInt16, const_cast<char**>(options));
-  return mData != nullptr && mData->GetRasterBand(1)->SetNoDataValue(0.0) == CE_None;
+  return mData != nullptr && mData->GetRasterBand(1)->SetNoDataValue(0.0) == CE_None && !errors.any();
 }
 
-void ImageFile::close() {
+// What goes wrong while GDAL closes a file shows in the errors that it reports, nowhere else.
+bool ImageFile::close() {
+  kesgdal::GdalErrors const errors;
   if (mData != nullptr) {
-    CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
     GDALClose(std::exchange(mData, nullptr));
   }
+  return !errors.any();
 }
 
 // Each call's tiles go to disk at once: GDAL would keep a share of the machine's memory full of them.
 void ImageFile::write(std::vector<std::uint16_t> const& pixels) {
-  CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
+  kesgdal::GdalErrors const errors;
   int const rows = static_cast<int>(pixels.size()) / mWidth;
   auto* const from = const_cast<std::uint16_t*>(pixels.data());
   GDALRasterBand* const band = mData->GetRasterBand(1);
   if (band->RasterIO(GF_Write, 0, mRows, mWidth, rows, from, mWidth, rows, GDT_UInt16, 0, 0) != CE_None ||
-      band->FlushCache() != CE_None) {
+      band->FlushCache() != CE_None || errors.any()) {
     fail();
   }
   mRows += rows;
   mSum = sumOf(mSum, pixels);
 }
 
-// What goes wrong while GDAL closes a file, it doesn't tell.
 void ImageFile::finish() {
-  close();
-  if (!readsBack()) {
+  if (!close() || !readsBack()) {
     fail();
   }
   std::error_code error;
@@ -90,7 +92,7 @@ void ImageFile::finish() {
 }
 
 bool ImageFile::readsBack() const {
-  CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
+  kesgdal::GdalErrors const errors;
   GDALDatasetUniquePtr const data(GDALDataset::Open(mPath.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
   if (!data || data->GetRasterXSize() != mWidth || data->GetRasterYSize() != mHeight) {
     return false;
@@ -106,7 +108,7 @@ bool ImageFile::readsBack() const {
     }
     sum = sumOf(sum, pixels);
   }
-  return sum == mSum;
+  return sum == mSum && !errors.any();
 }
 
 void ImageFile::fail() {

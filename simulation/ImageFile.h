@@ -28,7 +28,7 @@ public:
 
 private:
   bool open();
-  void close();
+  bool close();
   bool readsBack() const;
   [[noreturn]] void fail();
 

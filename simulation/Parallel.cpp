@@ -20,7 +20,7 @@ public:
       for (int i = 1; i < std::min(threads, mCount); ++i) {
         others.emplace_back([this] { takeAll(); });
       }
-    } catch (std::system_error const&) {
+    } catch (std::exception const&) {
       // Those there are do all the work.
     }
     takeAll();

@@ -15,13 +15,8 @@ namespace files {
 
 namespace {
 
-constexpr mode_t anyNewFolder = 0777;
+constexpr mode_t anyNewFolder = 0777;  // the umask applies
 constexpr mode_t permissions = 07777;
-
-// The umask applies.
-Handle makeFolder(std::string const& path) {
-  return mkdir(path.c_str(), anyNewFolder) == 0 ? openExisting(path, O_DIRECTORY) : Handle();
-}
 
 int syncEntry(fs::directory_entry const& entry) {
   if (entry.is_symlink() || !(entry.is_regular_file() || entry.is_directory())) {
@@ -69,7 +64,7 @@ NewFolder::NewFolder(std::string name) : mName(std::move(name)), mBody(std::make
     requireEmpty();
   }
   mBody->target.sweep();
-  require(mBody->folder.create(mBody->target, makeFolder));
+  require(mBody->folder.create(mBody->target, Temporary::folderMaker(anyNewFolder)));
 }
 
 NewFolder::~NewFolder() = default;

@@ -5,9 +5,12 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
 #include <mutex>
 #include <set>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -55,6 +58,21 @@ void removeAll(std::string const& path) {
 }
 
 }  // namespace
+
+// What can't be opened and locked doesn't stay.
+Temporary::Make Temporary::folderMaker(mode_t mode) {
+  return [mode](std::string const& path) {
+    if (mkdir(path.c_str(), mode) != 0) {
+      return Handle();
+    }
+    Handle folder = openExisting(path, O_DIRECTORY);
+    if (int const error = errno; !folder.isOpen()) {
+      rmdir(path.c_str());
+      errno = error == ENOENT ? EEXIST : error;  // a sweep was faster
+    }
+    return folder;
+  };
+}
 
 // A sweep of another process may come upon the new entry before it is locked: that one is given up.
 int Temporary::create(Target const& target, Make const& make) {

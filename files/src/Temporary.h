@@ -17,6 +17,9 @@ public:
   /// the reason in `errno`; EEXIST asks for another name.
   using Make = std::function<Handle(std::string const& path)>;
 
+  /// A `Make` of folders.
+  static Make folderMaker(mode_t mode);
+
   Temporary() = default;
   ~Temporary() { remove(); }
   Temporary(Temporary const&) = delete;

@@ -15,10 +15,6 @@ namespace {
 constexpr mode_t thisUser = 0700;
 constexpr mode_t permissions = 0777;
 
-Handle makeFolder(std::string const& path) {
-  return mkdir(path.c_str(), thisUser) == 0 ? openExisting(path, O_DIRECTORY) : Handle();
-}
-
 // 0, or the error number.
 int finish(std::string const& path, Target const& target) {
   Handle file = openExisting(path);
@@ -42,7 +38,7 @@ WorkFolder::WorkFolder(std::string fileName) : mFileName(std::move(fileName)), m
   }
   requireFile();
   mBody->target.sweep();
-  if (int const error = mBody->folder.create(mBody->target, makeFolder); error != 0) {
+  if (int const error = mBody->folder.create(mBody->target, Temporary::folderMaker(thisUser)); error != 0) {
     fail(reasonOf(error));
   }
 }

@@ -1,10 +1,13 @@
+#include "CogCheck.h"
 #include "GdalErrors.h"
 #include "OrthoFile.h"
 #include "files/WorkFolder.h"
 
-#include <cstdint>
-#include <filesystem>
+#include <exception>
+#include <future>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace kesgdal {
 
@@ -15,55 +18,47 @@ GDALDatasetUniquePtr opened(std::string const& fileName) {
       GDALDataset::Open(fileName.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
 }
 
+// Calls a `Progress` from within GDAL, through which nothing may be thrown: what it throws stops GDAL's work and is kept.
+struct GuardedProgress {
+  Progress const& progress;
+  std::exception_ptr failure = nullptr;
+};
+
 int CPL_STDCALL onProgress(double done, char const* /*text*/, void* data) {
-  (*static_cast<Progress const*>(data))(done);
-  return 1;
+  auto& guarded = *static_cast<GuardedProgress*>(data);
+  try {
+    guarded.progress(done);
+  } catch (...) {
+    guarded.failure = std::current_exception();
+  }
+  return guarded.failure == nullptr ? 1 : 0;
 }
 
-// A number that the driver keeps for a tile, or 0 for a tile that isn't in the file.
-std::uintmax_t tileNumber(GDALRasterBand& band, char const* what, int column, int row) {
-  std::string const name = what + ("_" + std::to_string(column)) + "_" + std::to_string(row);
-  char const* const text = band.GetMetadataItem(name.c_str(), "TIFF");
-  return text == nullptr ? 0 : std::stoull(text);
-}
-
-bool isWithin(GDALRasterBand& band, std::uintmax_t fileSize) {
-  int width = 0;
-  int height = 0;
-  band.GetBlockSize(&width, &height);
-  int const columns = (band.GetXSize() + width - 1) / width;
-  int const rows = (band.GetYSize() + height - 1) / height;
-  for (int row = 0; row < rows; ++row) {
-    for (int column = 0; column < columns; ++column) {
-      std::uintmax_t const offset = tileNumber(band, "BLOCK_OFFSET", column, row);
-      if (offset != 0 && offset + tileNumber(band, "BLOCK_SIZE", column, row) > fileSize) {
-        return false;
-      }
+// How many threads GDAL may be asked for. In version 3.6 it waits for ever when it can't start one, so that it gets none unless
+// twice as many, and some more, can be had at the moment.
+int startableThreads(int threads) {
+  int const wanted = threads > 1 ? 2 * threads + 2 : 0;
+  std::vector<std::thread> started;
+  std::promise<void> end;
+  std::shared_future<void> const ended(end.get_future());
+  try {
+    while (static_cast<int>(started.size()) < wanted) {
+      started.emplace_back([ended] { ended.wait(); });
     }
+  } catch (std::exception const&) {
+    // That was the last one.
   }
-  return true;
-}
-
-// Whether the file can be read again, is as large as its source, and has all tiles that it tells of.
-bool isWhole(std::string const& fileName, GDALDataset& source) {
-  std::error_code error;
-  std::uintmax_t const fileSize = std::filesystem::file_size(fileName, error);
-  GDALDatasetUniquePtr const data = opened(fileName);
-  if (error || !data || data->GetRasterCount() != source.GetRasterCount()) {
-    return false;
+  end.set_value();
+  for (std::thread& thread : started) {
+    thread.join();
   }
-  GDALRasterBand& band = *data->GetRasterBand(1);  // tiles hold all bands
-  bool whole = isWithin(band, fileSize);
-  for (int i = 0; whole && i < band.GetOverviewCount(); ++i) {
-    whole = isWithin(*band.GetOverview(i), fileSize);
-  }
-  return whole;
+  return static_cast<int>(started.size()) < wanted ? 1 : threads;
 }
 
 }  // namespace
 
-void writeCog(files::WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
-              Progress const& progress) {
+void writeCog(files::WorkFolder const& folder, std::string const& name, OrthoContent const& content,
+              std::string const& cogName, int threads, Progress const& progress) {
   GdalErrors const errors;
   auto const require = [&](bool done, char const* otherwise) {
     if (!done || errors.any()) {
@@ -79,13 +74,18 @@ void writeCog(files::WorkFolder const& folder, std::string const& name, std::str
   options.SetNameValue("BIGTIFF", "IF_SAFER");
   options.SetNameValue("SPARSE_OK", "TRUE");
   options.SetNameValue("OVERVIEW_RESAMPLING", "AVERAGE");
-  options.SetNameValue("NUM_THREADS", std::to_string(threads).c_str());
-  GDALDatasetUniquePtr cog(driver->CreateCopy((folder / cogName).c_str(), source.get(), 1, options.List(), onProgress,
-                                              const_cast<Progress*>(&progress)));
+  options.SetNameValue("NUM_THREADS", std::to_string(startableThreads(threads)).c_str());
+  GuardedProgress guarded{progress};
+  GDALDatasetUniquePtr cog(
+      driver->CreateCopy((folder / cogName).c_str(), source.get(), 1, options.List(), onProgress, &guarded));
   bool const created = cog != nullptr;
   cog.reset();
+  if (guarded.failure) {
+    std::rethrow_exception(guarded.failure);
+  }
   require(created, "unknown reason");
-  require(isWhole(folder / cogName, *source), "it isn't whole");
+  std::string const flaw = flawOf(folder / cogName, content);
+  require(flaw.empty(), flaw.c_str());
 }
 
 }  // namespace kesgdal

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PixelSum.h"
+
 #include <gdal_priv.h>
 
 #include <cstddef>
@@ -60,9 +62,16 @@ private:
   GDALDataset* mData = nullptr;
 };
 
+/// What was written to an `OrthoFile`.
+struct OrthoContent {
+  OrthoFormat const& format;
+  std::vector<std::string> const& bandNames;
+  std::vector<PixelSum> const& sums;
+};
+
 /// Copies a finished `OrthoFile` of a folder to a Cloud Optimized GeoTIFF in it: compressed without loss, with overviews. Throws
-/// by `files::WorkFolder::fail` with GDAL's reason, also when not all of it is in the file afterwards.
-void writeCog(files::WorkFolder const& folder, std::string const& name, std::string const& cogName, int threads,
-              Progress const& progress);
+/// by `files::WorkFolder::fail` with GDAL's reason, also when the file, closed and opened again, doesn't hold `content`.
+void writeCog(files::WorkFolder const& folder, std::string const& name, OrthoContent const& content,
+              std::string const& cogName, int threads, Progress const& progress);
 
 }  // namespace kesgdal

@@ -22,14 +22,17 @@ OrthoFormat distanceFormat(OrthoFormat const& format) {
 
 OrthoMosaic::OrthoMosaic(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
                          std::vector<std::string> const& bandNames, bool ofSeveralStrips)
-    : mFolder(folder), mFormat(format), mPixels(folder, name, format, bandNames) {
+    : mFolder(folder), mFormat(format), mBandNames(bandNames),
+      mSums(bandNames.size(), PixelSum(format.type, format.noData)), mPixels(folder, name, format, bandNames) {
   if (ofSeveralStrips) {
     mDistances = std::make_unique<OrthoFile>(folder, distancesName, distanceFormat(format), bandNames);
   }
 }
 
 void OrthoMosaic::add(int band, Block const& block, WarpedBlock const& warped) {
+  PixelSum& sum = mSums[static_cast<std::size_t>(band) - 1];
   if (!isOfSeveralStrips()) {
+    sum.add(block, warped.pixels.data());
     mPixels.write(band, block, warped.pixels.data());
     return;
   }
@@ -37,7 +40,11 @@ void OrthoMosaic::add(int band, Block const& block, WarpedBlock const& warped) {
   mShownDistances.resize(warped.distances.size());
   mPixels.read(band, block, mShown.data());
   mDistances->read(band, block, mShownDistances.data());
+  PixelSum taken = sum;
+  taken.remove(block, mShown.data());
   if (take(warped)) {
+    taken.add(block, mShown.data());
+    sum = taken;
     mPixels.write(band, block, mShown.data());
     mDistances->write(band, block, mShownDistances.data());
   }

@@ -29,6 +29,8 @@ public:
   bool isOfSeveralStrips() const { return mDistances != nullptr; }
   /// Adds a block of a strip, to a band counted from 1.
   void add(int band, Block const& block, WarpedBlock const& warped);
+  /// What all blocks so far have made of the file.
+  OrthoContent content() const { return {mFormat, mBandNames, mSums}; }
   /// Ends the file, and removes the other one.
   void close();
 
@@ -37,6 +39,8 @@ private:
 
   files::WorkFolder const& mFolder;
   OrthoFormat mFormat;
+  std::vector<std::string> mBandNames;
+  std::vector<PixelSum> mSums;  // of the bands
   OrthoFile mPixels;
   std::unique_ptr<OrthoFile> mDistances;
   // What the files have of a block.

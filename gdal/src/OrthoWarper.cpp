@@ -61,8 +61,12 @@ public:
   template <class MakeWarper>
   void run(int threads, MakeWarper const& makeWarper) {
     std::vector<std::thread> others;
-    for (int i = 1; i < threads; ++i) {
-      others.emplace_back([&] { guard(makeWarper); });
+    try {
+      for (int i = 1; i < std::min<std::int64_t>(threads, mBlocks.size()); ++i) {
+        others.emplace_back([&] { guard(makeWarper); });
+      }
+    } catch (std::exception const&) {
+      // No room for more: those there are do all the work.
     }
     guard(makeWarper);
     for (std::thread& thread : others) {
@@ -80,7 +84,7 @@ private:
   void guard(MakeWarper const& makeWarper) {
     try {
       work(makeWarper());
-    } catch (std::exception const&) {
+    } catch (...) {
       std::lock_guard const lock(mMutex);
       mFailure = mFailure ? mFailure : std::current_exception();
       mBlocks.stop();

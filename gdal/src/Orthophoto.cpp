@@ -121,7 +121,7 @@ void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map, dsm::Ras
   strips([&](sensor::KESStripModel const& strip) { pass.add(strip); });
   pass.require();
   mosaic.close();
-  writeCog(folder, "pixels.tif", "ortho.tif", plan.threads,
+  writeCog(folder, "pixels.tif", mosaic.content(), "ortho.tif", plan.threads,
            [&](double done) { report(warpPart + (1.0 - warpPart) * done); });
   folder.moveOut("ortho.tif");
   removeSiblings(fileName);

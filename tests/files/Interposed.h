@@ -5,15 +5,17 @@
 
 namespace test {
 
-/// Stands in front of the system's functions that write files (open, write, fsync, close, flock, linkat, rename, mkdir,
-/// fchmod), which the libraries of this program reach through it: for as long as it lives, and on the thread that made
+/// Stands in front of the system's functions that write files (open, write, pwrite, fwrite, fseeko64, fclose, fsync, fdatasync, ftruncate64, close,
+/// flock, linkat, rename, mkdir, fchmod) or begin a thread (pthread_create), which the libraries of this program reach through it: for as long as it lives, and on the thread that made
 /// it, `onCall` is called before each with the function's name and returns the error number to fail with, 0 for the true
-/// call, or `shortWrite`.
+/// call, or one of the constants.
 class Interposed {
 public:
   using OnCall = std::function<int(std::string const& function)>;
-  /// Half of the bytes are written.
+  /// `write`: half of the bytes are written.
   static constexpr int shortWrite = -1;
+  /// `fwrite`: zeros are written in the bytes' place, and nobody is any the wiser.
+  static constexpr int lostWrite = -2;
 
   explicit Interposed(OnCall onCall);
   ~Interposed();

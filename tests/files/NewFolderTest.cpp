@@ -2,13 +2,13 @@
 
 #include "Interposed.h"
 #include "files/FileReplacement.h"
+#include "support/Matchers.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
 #include <sys/stat.h>
 
@@ -18,18 +18,10 @@ namespace {
 
 using files::NewFolder;
 using test::Interposed;
+using test::messageOf;
 
 class NewFolderTest : public testing::Test {
 protected:
-  static std::string messageOf(std::function<void()> const& work) {
-    try {
-      work();
-    } catch (std::runtime_error const& error) {
-      return error.what();
-    }
-    return "no error";
-  }
-
   test::TempFolder folder;
   std::string name = folder / "out";
 };

@@ -2,13 +2,13 @@
 
 #include "Interposed.h"
 #include "files/FileReplacement.h"
+#include "support/Matchers.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -19,18 +19,10 @@ namespace {
 
 using files::WorkFolder;
 using test::Interposed;
+using test::messageOf;
 
 class WorkFolderTest : public testing::Test {
 protected:
-  static std::string messageOf(std::function<void()> const& work) {
-    try {
-      work();
-    } catch (std::runtime_error const& error) {
-      return error.what();
-    }
-    return "no error";
-  }
-
   test::TempFolder folder;
   std::string name = folder / "file";
 };
@@ -133,6 +125,29 @@ TEST_F(WorkFolderTest, EachStepOfTheMoveThatFailsIsReported) {
     EXPECT_EQ(message, "can't write " + name + ": Input/output error") << step.function;
     EXPECT_EQ(test::contents(name), step.result) << step.function;
   }
+}
+
+TEST_F(WorkFolderTest, FolderThatCantBeOpenedDoesntStay) {
+  std::string message;
+  {
+    Interposed const system([](std::string const& function) { return function == "open" ? EMFILE : 0; });
+    message = messageOf([&] { WorkFolder const work(name); });
+  }
+  EXPECT_EQ(message, "can't write " + name + ": Too many open files");
+  EXPECT_EQ(test::entryCount(folder.path()), 0);
+}
+
+TEST_F(WorkFolderTest, FolderThatASweepRemovedBeforeItsLockIsReplacedByAnother) {
+  int opened = 0;
+  Interposed const system([&](std::string const& function) {
+    if (function == "open" && ++opened == 1) {
+      fs::remove(fs::directory_iterator(folder.path())->path());
+    }
+    return 0;
+  });
+  WorkFolder const work(name);
+  EXPECT_EQ(opened, 2);
+  EXPECT_TRUE(fs::is_directory(fs::path(work / "a").parent_path()));
 }
 
 TEST_F(WorkFolderTest, DiskWithoutRoomIsReported) {
