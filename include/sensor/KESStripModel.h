@@ -46,14 +46,25 @@ public:
   ~KESStripModel() override;
 
   /// The form for runs: the orientation of one position serves the next ones for as long as their line stays within the
-  /// tolerance of 0.05 lines, so neighbours should follow one another. In single precision within the camera, with the scale of
-  /// the first position's height. An empty run returns at once.
+  /// tolerance of 0.05 lines, so neighbours should follow one another. In single precision within the camera. An empty run
+  /// returns at once.
+  ///
+  /// The scale of a run is that of its first position whose height is finite. At another height, each step is too short or
+  /// too long by the ratio of the two distances from the flying height, and so is the tolerance. A first position far below
+  /// the others costs passes; one near the flying height costs accuracy, as the search of the others may end far from their
+  /// lines.
+  ///
+  /// A position without a solution doesn't spoil the others. A search that ends without one (not finite, at the limit of
+  /// passes, or at a line beyond 2^24, which single precision can't place) begins anew, as if the position were the first of
+  /// a run: in the middle of the image, with the scale of its own height, which then serves the rest. Where that doesn't help,
+  /// or the position isn't finite, the result stays what the first search left.
   void lsrToImage(std::vector<geo::XYZPoint> const& ground, int band, std::vector<geo::XYPoint>& image) const override;
   /// The form for one position, in double precision; the last step is at most 0.05 lines.
   void lsrToImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const override;
   /// The form for runs in four lanes: positions 4i to 4i + 3 are solved at once in single precision, and position k starts
   /// from the line of position k - 4. Neighbours should follow one another; their order decides the speed, not the
-  /// result. A calibration table without an entry for each sample can't be read in lanes: the form for runs serves it then.
+  /// result. Scale and positions without a solution are as in the form for runs; each lane begins anew alone. A calibration
+  /// table without an entry for each sample can't be read in lanes: the form for runs serves it then.
   /// Throws std::runtime_error "lsrToImageSSE: grndPts vector not a multiple of 4 in size."; an empty run returns at once.
   void lsrToImageSSE(std::vector<geo::XYZPoint> const& ground, int band,
                      std::vector<geo::XYPoint>& image) const override;
@@ -104,7 +115,8 @@ public:
   /// Image positions of many map positions, and their LSR positions; both vectors hold as many elements as `map`. By the
   /// form for runs, or, where `sseEnabled`, by the one in lanes: then both vectors come back longer, filled with copies of the
   /// last position up to a multiple of four, unless they all were of one size that is one. Positions that the coordinate
-  /// systems can't convert come back as NaN. No positions return at once.
+  /// systems can't convert come back as NaN; the others come out as without them, also after a first position that is NaN, as
+  /// the scale is that of the first finite LSR height. No positions return at once.
   void mapToImage(std::vector<geo::XYZPoint> const& map, int band, std::vector<geo::XYPoint>& image,
                   std::vector<geo::XYZPoint>& lsr) const;
   /// Map position of an image position at a height of the mapping system. The ray is cut at LSR heights, which are improved

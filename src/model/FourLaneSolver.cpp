@@ -5,15 +5,19 @@
 
 namespace sensor {
 
-FourLaneConstants fourLaneConstants(StripBand const& band, geo::XYZPoint const& first) {
+FourLaneConstants fourLaneConstants(StripBand const& band) {
   CalibrationGeometryKes const& calibration = band.calibration;
   return {&calibration.coordX(0),
           &calibration.coordY(0),
           static_cast<std::int32_t>(calibration.numSamples()) - 1,
           static_cast<float>(band.image.sampleOffsetFromCalib()),
           band.focalLength,
-          lineSize(band, first),
+          band.heightScale(),
           band.orientation.middleLine()};
+}
+
+float FourLaneConstants::lineSizeAt(double height) const {
+  return lineSize(heightScale, height);
 }
 
 void FourLaneOrientation::set(unsigned lane, EOP const& eop, float shiftOfLane) {
@@ -25,6 +29,16 @@ void FourLaneOrientation::set(unsigned lane, EOP const& eop, float shiftOfLane) 
   centre[1][lane] = static_cast<float>(eop.y);
   centre[2][lane] = static_cast<float>(eop.z);
   shift[lane] = shiftOfLane;
+}
+
+void FourLaneOrientation::take(unsigned lane, FourLaneOrientation const& other) {
+  for (std::size_t i = 0; i < 4; ++i) {
+    q[i][lane] = other.q[i][lane];
+  }
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    centre[axis][lane] = other.centre[axis][lane];
+  }
+  shift[lane] = other.shift[lane];
 }
 
 // With all of the look-up drawn into it, which takes most of the time of a lane that moves.

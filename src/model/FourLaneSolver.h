@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/HeightScale.h"
 #include "model/SolverLimits.h"
 
 #include <geo/XYPoint.h>
@@ -30,13 +31,15 @@ struct FourLaneConstants {
   std::int32_t lastSample;
   float sampleOffset;
   float focalLength;
-  /// Size of a line in the focal plane at the height of the first position.
-  float lineSize;
+  HeightScale heightScale;
   float middleLine;
+
+  /// Size of a line in the focal plane at a height.
+  float lineSizeAt(double height) const;
 };
 
-/// Those of a run over a band, whose calibration has full tables.
-FourLaneConstants fourLaneConstants(StripBand const& band, geo::XYZPoint const& first);
+/// The constants of a band, whose calibration has full tables.
+FourLaneConstants fourLaneConstants(StripBand const& band);
 
 /// The orientations of the lanes: quaternions, perspective centres, and what their line corrections move in the focal plane.
 struct FourLaneOrientation {
@@ -45,6 +48,8 @@ struct FourLaneOrientation {
   float shift[4];
 
   void set(unsigned lane, EOP const& eop, float shiftOfLane);
+  /// Copies a lane of another one.
+  void take(unsigned lane, FourLaneOrientation const& other);
 };
 
 /// Looks up orientations for the solver.
@@ -58,21 +63,41 @@ private:
   StripBand const& mBand;
 };
 
-/// One call of `solve` after the other, each starts from where the last one ended.
+/// One call of `solve` after the other, each starts from where the last one ended. A position that gets lost from there (see
+/// `RunSolver`) begins its lane anew.
 template <class Lanes, class Orientations>
 class FourLaneSolver {
 public:
-  FourLaneSolver(FourLaneConstants const& constants, Orientations const& orientations)
+  /// `height` scales the steps of all positions.
+  FourLaneSolver(FourLaneConstants const& constants, Orientations const& orientations, double height)
       : mConstants(constants), mOrientations(orientations),
-        mLast(Lanes::same(static_cast<float>(constants.lastSample))), mLineSize(Lanes::same(constants.lineSize)),
-        mNegativeF(Lanes::same(-constants.focalLength)), mOffset(Lanes::same(constants.sampleOffset)),
-        mFirstX(Lanes::same(constants.x[0])), mLastX(Lanes::same(constants.x[constants.lastSample])),
-        mFirstY(Lanes::same(constants.y[0])), mWidthY(Lanes::same(constants.y[constants.lastSample] - constants.y[0])),
+        mLast(Lanes::same(static_cast<float>(constants.lastSample))),
+        mLineSize(Lanes::same(constants.lineSizeAt(height))), mNegativeF(Lanes::same(-constants.focalLength)),
+        mOffset(Lanes::same(constants.sampleOffset)), mFirstX(Lanes::same(constants.x[0])),
+        mLastX(Lanes::same(constants.x[constants.lastSample])), mFirstY(Lanes::same(constants.y[0])),
+        mWidthY(Lanes::same(constants.y[constants.lastSample] - constants.y[0])),
         mLine(Lanes::same(constants.middleLine)) {}
 
   /// Solves four positions.
   void solve(geo::XYZPoint const* ground, geo::XYPoint* image) {
+    Mask const solved = search(ground, image);
+    if (!Lanes::all(solved)) {
+      for (unsigned lost = ~Lanes::bits(solved) & 0xFU; lost != 0; lost &= lost - 1) {
+        auto const lane = static_cast<unsigned>(std::countr_zero(lost));
+        solveAnew(lane, ground[lane], image[lane]);
+      }
+    }
+  }
+
+private:
+  using Floats = typename Lanes::Floats;
+  using Ints = typename Lanes::Ints;
+  using Mask = typename Lanes::Mask;
+
+  // The lanes that ended with a solution.
+  [[gnu::always_inline]] Mask search(geo::XYZPoint const* ground, geo::XYPoint* image) {
     load(ground);
+    Floats squaredStep = mZero;
     int n = 0;
     Floats sample = mZero;
     do {
@@ -80,7 +105,8 @@ public:
         moveLines();
       }
       sample = pass();
-      mMask = Lanes::below(Lanes::same(solver::squaredTolerance), mStep * mStep);
+      squaredStep = mStep * mStep;
+      mMask = Lanes::below(Lanes::same(solver::squaredTolerance), squaredStep);
       mActive = Lanes::any(mMask);
       if (n >= solver::firstHalvedPass) {
         mStep = mStep / Lanes::same(2.0F);
@@ -89,13 +115,36 @@ public:
       // The pass with the heading alone is never the last.
     } while ((mActive && n < solver::maxPasses) || mHeadingOnly);
     store(sample - mOffset, mLine + mStep, image);
-    forgetWhatIsNoPlace();
+    return Lanes::notAbove(squaredStep, mSquaredLimit);
   }
 
-private:
-  using Floats = typename Lanes::Floats;
-  using Ints = typename Lanes::Ints;
-  using Mask = typename Lanes::Mask;
+  // Searches for a position as the first of a run, with the scale of its own height; its lane goes on from there. Where that
+  // search doesn't end either, image and lane stay as they are.
+  [[gnu::noinline, gnu::cold]] void solveAnew(unsigned lane, geo::XYZPoint const& ground, geo::XYPoint& image) {
+    if (!isFinite(ground)) {
+      return;
+    }
+    FourLaneSolver anew(mConstants, mOrientations, ground.z);
+    geo::XYZPoint const everywhere[4] = {ground, ground, ground, ground};
+    geo::XYPoint found[4];
+    if (Lanes::all(anew.search(everywhere, found))) {
+      image = found[0];
+      takeLane(lane, anew);
+    }
+  }
+
+  // Takes over the lane of another solver.
+  void takeLane(unsigned lane, FourLaneSolver const& other) {
+    Mask const taken = Lanes::only(lane);
+    mLine = Lanes::select(taken, other.mLine, mLine);
+    mStep = Lanes::select(taken, other.mStep, mStep);
+    mLineSize = Lanes::select(taken, other.mLineSize, mLineSize);
+    mSquaredLimit = Lanes::select(taken, other.mSquaredLimit, mSquaredLimit);
+    mMask = Lanes::select(taken, other.mMask, mMask);
+    mActive = Lanes::any(mMask);
+    mOrientation.take(lane, other.mOrientation);
+    loadOrientations();
+  }
 
   void load(geo::XYZPoint const* ground) {
     float point[3][4];
@@ -123,6 +172,9 @@ private:
   // with the heading alone.
   void moveLines() {
     mLine = Lanes::select(mMask, mLine + mStep, mLine);
+    Floats const end = Lanes::same(solver::countableLines);
+    Mask const countable = Lanes::both(Lanes::below(mZero - end, mLine), Lanes::below(mLine, end));
+    mSquaredLimit = Lanes::select(countable, Lanes::same(solver::squaredTolerance), Lanes::same(solver::noSolution));
     unsigned moved = mHeadingOnly ? 0xFU : Lanes::bits(mMask);
     mHeadingOnly = mCold;
     mCold = false;
@@ -132,6 +184,10 @@ private:
       auto const lane = static_cast<unsigned>(std::countr_zero(moved));
       mOrientations(line[lane], mHeadingOnly, lane, mOrientation);
     }
+    loadOrientations();
+  }
+
+  void loadOrientations() {
     for (unsigned axis = 0; axis < 3; ++axis) {
       mCentre[axis] = Lanes::load(mOrientation.centre[axis]);
     }
@@ -229,35 +285,11 @@ private:
     return Lanes::select(behind, mLastX, Lanes::select(before, mFirstX, x));
   }
 
-  // A position without a solution can carry a lane's line or its orientation off to where there are no numbers, from where
-  // no step leads back. The lane then begins in the middle again.
-  void forgetWhatIsNoPlace() {
-    if (Lanes::all(Lanes::notAbove(mStep, mStep))) {
-      return;
-    }
-    float step[4];
-    float line[4];
-    float turn[4];
-    Lanes::store(step, mStep);
-    Lanes::store(line, mLine);
-    Lanes::store(turn, mRotation[0]);
-    for (unsigned lane = 0; lane < 4; ++lane) {
-      if (std::isnan(step[lane]) && !(std::isfinite(line[lane]) && std::isfinite(turn[lane]))) {
-        line[lane] = mConstants.middleLine;
-        step[lane] = 0.0F;
-        mMask = Lanes::with(mMask, lane);
-        mActive = true;
-      }
-    }
-    mLine = Lanes::load(line);
-    mStep = Lanes::load(step);
-  }
-
   FourLaneConstants const mConstants;
   Orientations const mOrientations;
   Floats const mZero = Lanes::same(0.0F);
   Floats const mLast;
-  Floats const mLineSize;
+  Floats mLineSize;
   Floats const mNegativeF;
   Floats const mOffset;
   Floats const mFirstX;
@@ -271,6 +303,8 @@ private:
   Floats mShift{};
   Floats mLine;
   Floats mStep = Lanes::same(0.0F);
+  // What the squared step of a solution doesn't exceed.
+  Floats mSquaredLimit = Lanes::same(solver::squaredTolerance);
   Mask mMask = Lanes::everywhere();
   bool mActive = true;
   bool mHeadingOnly = false;
@@ -281,7 +315,7 @@ private:
 template <class Lanes, class Orientations>
 void solveFourLanes(FourLaneConstants const& constants, Orientations const& orientations, geo::XYZPoint const* ground,
                     std::size_t count, geo::XYPoint* image) {
-  FourLaneSolver<Lanes, Orientations> solver(constants, orientations);
+  FourLaneSolver<Lanes, Orientations> solver(constants, orientations, heightOfRun(ground, count));
   for (std::size_t i = 0; i < count; i += 4) {
     solver.solve(ground + i, image + i);
   }

@@ -161,8 +161,8 @@ void KESStripModel::imageToL0(geo::XYPoint const& image, int /*band*/, geo::XYPo
   l0 = image;
 }
 
-void KESStripModel::l0ToImage(geo::XYPoint const& l0, int band, geo::XYPoint& image) const {
-  imageToL0(l0, band, image);
+void KESStripModel::l0ToImage(geo::XYPoint const& l0, int /*band*/, geo::XYPoint& image) const {
+  image = l0;
 }
 
 void KESStripModel::setMappingSystem(geo::coordSys* system) {

@@ -50,7 +50,7 @@ void KESStripModel::lsrToImageSSE(std::vector<geo::XYZPoint> const& ground, int 
     return;
   }
   auto const solve = mSseEnabled ? solveInSseLanes : solveInPlainLanes;
-  solve(fourLaneConstants(b, ground.front()), LineOrientations(b), ground.data(), ground.size(), image.data());
+  solve(fourLaneConstants(b), LineOrientations(b), ground.data(), ground.size(), image.data());
 }
 
 }  // namespace sensor

@@ -19,23 +19,23 @@ struct Unobserved {
   void orientationAt(float /*line*/) const {}
 };
 
-/// The size of a line in the focal plane at the height of a ground position: the nearer to the aircraft, the larger.
-inline float lineSize(StripBand const& band, geo::XYZPoint const& ground) {
-  auto const terrain = static_cast<double>(band.terrainHeight);
-  double const r = (ground.z - terrain) / static_cast<double>(band.flyingHeight - band.terrainHeight);
-  auto const a = static_cast<float>((1.0 - r) * static_cast<double>(band.image.scale()));
-  return band.pixelSize / a;
+/// The size of a line in the focal plane at a height of the ground: the nearer to the aircraft, the larger.
+inline float lineSize(HeightScale const& scale, double height) {
+  auto const terrain = static_cast<double>(scale.terrainHeight);
+  double const r = (height - terrain) / static_cast<double>(scale.flyingHeight - scale.terrainHeight);
+  auto const a = static_cast<float>((1.0 - r) * static_cast<double>(scale.imageScale));
+  return scale.pixelSize / a;
 }
 
 /// How many lines a unit of the focal plane is.
-inline float linesPerUnit(StripBand const& band, geo::XYZPoint const& ground) {
-  return 1.0F / lineSize(band, ground);
+inline float linesPerUnit(StripBand const& band, double height) {
+  return 1.0F / lineSize(band.heightScale(), height);
 }
 
 /// The form for one position. Gives the number of passes.
 template <class Observer>
 int solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image, Observer&& observer) {
-  float const k = linesPerUnit(band, ground);
+  float const k = linesPerUnit(band, ground.z);
   geo::XYPoint focal;
   geo::XYPoint sensorLine;
   float line = band.orientation.middleLine();
@@ -59,105 +59,147 @@ int solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& 
   return n;
 }
 
+/// What one position of a run hands on to the next.
+struct RunState {
+  /// A run begins in the middle of the image; `height` scales its steps.
+  RunState(StripBand const& band, double height)
+      : linesPerUnit(sensor::linesPerUnit(band, height)), line(band.orientation.middleLine()) {}
+
+  EOP eop;
+  RotationMatrix rotation{};
+  float linesPerUnit;
+  float line;
+  float step = 0.0F;
+  /// What the squared step of a solution doesn't exceed.
+  float squaredLimit = solver::squaredTolerance;
+  float lineCorrection = 0.0F;
+  bool active = true;
+  bool headingOnly = false;
+  bool cold = true;
+};
+
 /// The form for a run of positions: the orientation of the last evaluation stays in force for as long as the line doesn't
 /// have to move by more than the tolerance, and so mostly from one position to its neighbours. The result is that line plus
 /// the step that is left, which is too small to take.
 template <class Observer>
 class RunSolver {
 public:
-  /// The height of the first position scales the steps of all.
-  RunSolver(StripBand const& band, geo::XYZPoint const& first, Observer& observer)
-      : mBand(band), mObserver(observer), mLinesPerUnit(linesPerUnit(band, first)), mInverseF(1.0F / band.focalLength),
-        mOffset(static_cast<float>(band.image.sampleOffsetFromCalib())) {
-    start();
-  }
+  RunSolver(StripBand const& band, RunState const& state, Observer& observer)
+      : mBand(band), mObserver(observer), mInverseF(1.0F / band.focalLength),
+        mOffset(static_cast<float>(band.image.sampleOffsetFromCalib())), mState(state) {}
 
-  void solve(geo::XYZPoint const& ground, geo::XYPoint& image) {
+  RunState const& state() const { return mState; }
+
+  /// Returns whether it found a solution; `image` is set either way.
+  bool solve(geo::XYZPoint const& ground, geo::XYPoint& image) {
     float sample = 0.0F;
+    float squaredStep = 0.0F;
     int n = 0;
     do {
-      if (mActive || mHeadingOnly) {
+      if (mState.active || mState.headingOnly) {
         moveLine();
       }
       sample = pass(ground);
-      mActive = mStep * mStep > solver::squaredTolerance;
+      squaredStep = mState.step * mState.step;
+      mState.active = squaredStep > solver::squaredTolerance;
       if (n >= solver::firstHalvedPass) {
-        mStep *= 0.5F;
+        mState.step *= 0.5F;
       }
       ++n;
       // The pass with the heading alone is never the last.
-    } while ((mActive && n < solver::maxPasses) || mHeadingOnly);
-    image = {static_cast<double>(sample), static_cast<double>(mStep + mLine)};
-    forgetWhatIsNoPlace();
+    } while ((mState.active && n < solver::maxPasses) || mState.headingOnly);
+    image = {static_cast<double>(sample), static_cast<double>(mState.step + mState.line)};
+    return squaredStep <= mState.squaredLimit;
   }
 
 private:
-  void start() {
-    mLine = mBand.orientation.middleLine();
-    mStep = 0.0F;
-    mActive = true;
-  }
-
   void moveLine() {
-    mLine += mStep;
-    mObserver.orientationAt(mLine);
-    mEop = unknownOrientation();
-    mBand.orientation.computeOrientation(mLine, mEop, mLineCorrection);
-    mHeadingOnly = mCold;
-    mCold = false;
-    if (mHeadingOnly) {
-      reduceToHeading(mEop);
+    mState.line += mState.step;
+    mState.squaredLimit =
+        std::fabs(mState.line) < solver::countableLines ? solver::squaredTolerance : solver::noSolution;
+    mObserver.orientationAt(mState.line);
+    mState.eop = unknownOrientation();
+    mBand.orientation.computeOrientation(mState.line, mState.eop, mState.lineCorrection);
+    mState.headingOnly = mState.cold;
+    mState.cold = false;
+    if (mState.headingOnly) {
+      reduceToHeading(mState.eop);
     }
-    mRotation = quaternionToRotation(mEop);
+    mState.rotation = quaternionToRotation(mState.eop);
   }
 
-  // Sets the step of the position from the current line, and gives its sample. In single precision within the camera.
+  // Sets the step of the position from the current line, and returns its sample. In single precision within the camera.
   float pass(geo::XYZPoint const& ground) {
-    RotationMatrix const& r = mRotation;
-    auto const dx = static_cast<double>(static_cast<float>(ground.x - mEop.x));
-    auto const dy = static_cast<double>(static_cast<float>(ground.y - mEop.y));
-    auto const dz = static_cast<double>(static_cast<float>(ground.z - mEop.z));
+    RotationMatrix const& r = mState.rotation;
+    EOP const& eop = mState.eop;
+    auto const dx = static_cast<double>(static_cast<float>(ground.x - eop.x));
+    auto const dy = static_cast<double>(static_cast<float>(ground.y - eop.y));
+    auto const dz = static_cast<double>(static_cast<float>(ground.z - eop.z));
     auto const w = static_cast<float>(dy * r[5] + dx * r[2] + dz * r[8]);
     float const m = 1.0F / -(w * mInverseF);
     float const u = static_cast<float>(dy * r[3] + dx * r[0] + dz * r[6]) * m;
     float const v = static_cast<float>(dy * r[4] + dx * r[1] + dz * r[7]) * m;
-    float const shift = mLineCorrection * mBand.pixelSize;
+    float const shift = mState.lineCorrection * mBand.pixelSize;
     auto const x = static_cast<float>(static_cast<double>(u) - static_cast<double>(shift));
     float const sample = mBand.calibration.sample(x, v, mOffset, 0.0F);
-    mStep = (x - mBand.calibration.x(sample, mLine, mOffset, 0.0F)) * mLinesPerUnit;
+    mState.step = (x - mBand.calibration.x(sample, mState.line, mOffset, 0.0F)) * mState.linesPerUnit;
     return sample;
-  }
-
-  // A position without a solution can carry the line or its orientation off to where there are no numbers, from where no
-  // step leads back. The positions behind it then begin in the middle again.
-  void forgetWhatIsNoPlace() {
-    if (std::isnan(mStep) && !(std::isfinite(mLine) && std::isfinite(mRotation[0]))) {
-      start();
-    }
   }
 
   StripBand const& mBand;
   Observer& mObserver;
-  float const mLinesPerUnit;
   float const mInverseF;
   float const mOffset;
-  EOP mEop;
-  RotationMatrix mRotation{};
-  float mLine = 0.0F;
-  float mStep = 0.0F;
-  float mLineCorrection = 0.0F;
-  bool mActive = true;
-  bool mHeadingOnly = false;
-  bool mCold = true;
+  RunState mState;
 };
 
+/// Solves `count` positions, or up to the first one without a solution, and returns how many it solved. On copies of band and
+/// state, which no call on the way can change.
+template <class Observer>
+[[gnu::noinline, gnu::flatten]] std::size_t solveWhileFound(StripBand const& band, geo::XYZPoint const* ground,
+                                                            std::size_t count, geo::XYPoint* image, RunState& state,
+                                                            Observer& observer) {
+  StripBand const bandOfRun(band);
+  RunSolver solver(bandOfRun, state, observer);
+  std::size_t i = 0;
+  while (i < count && solver.solve(ground[i], image[i])) {
+    ++i;
+  }
+  state = solver.state();
+  return i;
+}
+
+/// Solves a position as the first of a run, with the scale of its own height; the run goes on from there. Where there is no
+/// solution from there either, image and state stay as they are.
+template <class Observer>
+[[gnu::noinline, gnu::cold]] void solveAnew(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image,
+                                            RunState& state, Observer& observer) {
+  if (!isFinite(ground)) {
+    return;
+  }
+  RunSolver solver(band, RunState(band, ground.z), observer);
+  geo::XYPoint found;
+  if (solver.solve(ground, found)) {
+    image = found;
+    state = solver.state();
+  }
+}
+
 /// Solves a run that isn't empty.
+///
+/// The line that a position leaves can be so far off that no search from there ends: in single precision nothing is left of
+/// the way back, or the ground lies above the horizon of the extrapolated attitude, so that steps lead away from it. A
+/// position that gets lost thus begins the run anew.
 template <class Observer>
 void solveLines(StripBand const& band, std::vector<geo::XYZPoint> const& ground, std::vector<geo::XYPoint>& image,
                 Observer&& observer) {
-  RunSolver solver(band, ground.front(), observer);
-  for (std::size_t i = 0; i < ground.size(); ++i) {
-    solver.solve(ground[i], image[i]);
+  std::size_t const count = ground.size();
+  RunState state(band, heightOfRun(ground.data(), count));
+  for (std::size_t i = 0; i < count; ++i) {
+    i += solveWhileFound(band, ground.data() + i, count - i, image.data() + i, state, observer);
+    if (i < count) {
+      solveAnew(band, ground[i], image[i], state, observer);
+    }
   }
 }
 

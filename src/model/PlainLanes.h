@@ -88,8 +88,16 @@ struct PlainLanes {
     return a;
   }
 
-  /// The mask with one more lane.
-  static Mask with(Mask mask, unsigned lane) {
+  static Mask select(Mask mask, Mask a, Mask b) {
+    for (unsigned i = 0; i < 4; ++i) {
+      a.lane[i] = mask.lane[i] ? a.lane[i] : b.lane[i];
+    }
+    return a;
+  }
+
+  /// One lane.
+  static Mask only(unsigned lane) {
+    Mask mask{};
     mask.lane[lane] = true;
     return mask;
   }

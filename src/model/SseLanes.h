@@ -38,10 +38,10 @@ struct SseLanes {
   static bool all(Mask mask) { return _mm_movemask_ps(mask.lanes) == 0xF; }
   static Floats select(Mask mask, Floats a, Floats b) { return {_mm_blendv_ps(b.lanes, a.lanes, mask.lanes)}; }
 
-  static Mask with(Mask mask, unsigned lane) {
+  static Mask select(Mask mask, Mask a, Mask b) { return {_mm_blendv_ps(b.lanes, a.lanes, mask.lanes)}; }
+  static Mask only(unsigned lane) {
     __m128i const number = _mm_set_epi32(3, 2, 1, 0);
-    __m128i const added = _mm_cmpeq_epi32(number, _mm_set1_epi32(static_cast<std::int32_t>(lane)));
-    return {_mm_or_ps(mask.lanes, _mm_castsi128_ps(added))};
+    return {_mm_castsi128_ps(_mm_cmpeq_epi32(number, _mm_set1_epi32(static_cast<std::int32_t>(lane))))};
   }
 
   static Ints truncate(Floats a) { return {_mm_cvttps_epi32(a.lanes)}; }

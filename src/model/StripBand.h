@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/HeightScale.h"
 #include "model/LineOrientation.h"
 #include "model/QuaternionRotation.h"
 
@@ -27,6 +28,8 @@ public:
       : image(*data.img(band)), orientation(image, *data.eop()), calibration(*data.calib(band)),
         offset(image.offsetFromCalib()), focalLength(calibration.focalLength()), pixelSize(calibration.pixelSize()),
         terrainHeight(data.meanTerrainHeight()), flyingHeight(data.meanFlyingHeight()) {}
+
+  HeightScale heightScale() const { return {pixelSize, terrainHeight, flyingHeight, image.scale()}; }
 
   /// Image position to ground position on the LSR plane at a height; `tdi` is nothing, or a given number of TDI stages.
   template <class... Tdi>

@@ -141,7 +141,7 @@ TEST(FourLaneSolver, LooksUpAsOftenAsTheIndependentFlight) {
       int const wayBack = run.contains("closure") ? run.at("closure").at("points").get<int>() : 0;
       int const expected = run.at("orientation_calls").get<int>() - wayBack;
       std::vector<geo::XYZPoint> const ground = test::groundPoints(Table(run.at("points")));
-      int const calls = lookUps(sensor::fourLaneConstants(b, ground.front()), sensor::LineOrientations(b), ground);
+      int const calls = lookUps(sensor::fourLaneConstants(b), sensor::LineOrientations(b), ground);
       EXPECT_NEAR(calls, expected, 4) << band.at("band") << run.at("run");
       ++runs;
       equal += calls == expected;

@@ -72,7 +72,7 @@ sensor::FourLaneConstants RandomFlight::constants() const {
           samples - 1,
           0.0F,
           static_cast<float>(focalLength),
-          static_cast<float>(pixelSize / 2.0),
+          {static_cast<float>(pixelSize), 0.0F, static_cast<float>(flyingHeight), 2.0F},
           static_cast<float>(lines() / 2.0)};
 }
 
