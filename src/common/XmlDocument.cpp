@@ -11,9 +11,10 @@ namespace {
 
 constexpr int maxDepth = 64;
 
-// An object of the document model takes some 300 bytes, so that this many take 150 MB at most. The largest project is
-// far below: a block of 20000 strips needs 60000 nodes, and as many again for elevation models and reference images.
-constexpr std::int64_t maxNodes = std::int64_t{1} << 19;
+// An element takes some 300 bytes in the document model, its first attribute 2000: so many nodes take 320 MB at most. The
+// largest project is far below: a block of 20000 strips has 40000 nodes, with an elevation model and a reference image
+// for each of them 120000; a strip of 1000 images has 20000.
+constexpr std::int64_t maxNodes = std::int64_t{1} << 18;
 
 // Why the text must not reach the document model; empty when it may. What the stream reader can't follow to its end is
 // refused too: another parser might go on behind that place, and the limits would not have been looked at there.
