@@ -5,9 +5,8 @@
 
 #include <dsm/RasterElevationSource.h>
 #include <geo/coordSys.h>
+#include <raster/OpenRaster.h>
 #include <sensor/kessensor.h>
-
-#include <gdal_priv.h>
 
 #include <iostream>
 
@@ -26,7 +25,7 @@ void warn(std::string const& what) {
 
 bool checkElevationModel(std::string const& file) {
   try {
-    dsm::RasterElevationSource const source(file);
+    dsm::RasterElevationSource const source(file, dsm::RasterElevationSource::DEFAULT_CACHE_SIZE, util::Origin::file);
     return true;
   } catch (std::runtime_error const& error) {
     return lacks(std::string("Elevation model: ") + error.what());
@@ -34,9 +33,12 @@ bool checkElevationModel(std::string const& file) {
 }
 
 bool checkReferenceImage(std::string const& file) {
-  CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
-  GDALDatasetUniquePtr const image(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
-  return image != nullptr || lacks("Reference image: " + file + " can't be read!");
+  try {
+    raster::openRaster(file, util::Origin::file);
+    return true;
+  } catch (std::runtime_error const& error) {
+    return lacks("Reference image: " + file + " can't be read: " + error.what());
+  }
 }
 
 bool checkGroundPoints(sensor::BlockModelData& block) {
@@ -81,7 +83,6 @@ bool checkStripOf(sensor::BlockModelData const& block, sensor::KESStripModel& st
 }  // namespace
 
 bool checkBlock(std::string const& file, bool images) {
-  GDALAllRegister();
   sensor::BlockModelData block(file, false, false, false);
   if (int const hidden = listedStrips(file) - block.numStrips(); hidden > 0) {
     warn(std::to_string(hidden) + " strips are left out, since others have their names");

@@ -9,7 +9,8 @@ namespace kesgdal {
 OGRSpatialReference spatialReferenceOf(geo::coordSys const& system) {
   GdalErrors const quiet;
   OGRSpatialReference reference;
-  if (reference.SetFromUserInput(system.definition().c_str()) != OGRERR_NONE) {
+  if (reference.SetFromUserInput(system.definition().c_str(),
+                                 OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get()) != OGRERR_NONE) {
     reference.Clear();
   }
   reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);

@@ -1,7 +1,5 @@
 #include "SourceImage.h"
 
-#include "GdalErrors.h"
-
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
@@ -31,12 +29,10 @@ SourceImage::SourceImage(sensor::KESStripModel const& strip, int band) {
     fail(strip, band, "strip \"" + strip.modelData()->fileName() + "\" names no file");
   }
   std::string const name = fileName(strip, band);
-  {
-    GdalErrors const errors;
-    mData.reset(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
-    if (!mData) {
-      fail(strip, band, "can't open " + name + ": " + errors.first());
-    }
+  try {
+    mData = raster::openRaster(name, util::Origin::file);
+  } catch (std::runtime_error const& error) {
+    fail(strip, band, "can't open " + name + ": " + error.what());
   }
   if (mData->GetRasterCount() != 1) {
     fail(strip, band, name + " has " + std::to_string(mData->GetRasterCount()) + " raster bands in place of one");

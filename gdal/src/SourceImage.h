@@ -1,5 +1,7 @@
 #pragma once
 
+#include <raster/OpenRaster.h>
+
 #include <gdal_priv.h>
 
 #include <optional>
@@ -11,7 +13,7 @@ class KESStripModel;
 
 namespace kesgdal {
 
-/// The image of a band of a strip, open for reading.
+/// The image of a band of a strip, open for reading: a plain file, since a strip file names it (see `raster::openRaster`).
 class SourceImage {
 public:
   /// Throws std::runtime_error "image of band <id>: " and what is wrong with it, with the file's name.
@@ -25,7 +27,7 @@ public:
   std::optional<double> noData() const;
 
 private:
-  GDALDatasetUniquePtr mData;
+  raster::Dataset mData;
 };
 
 }  // namespace kesgdal

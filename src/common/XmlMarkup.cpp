@@ -1,5 +1,9 @@
 #include "common/XmlMarkup.h"
 
+#include <QXmlStreamReader>
+
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -8,14 +12,26 @@ namespace sensor {
 
 namespace {
 
-bool isOfWideCharacters(std::string_view text) {
+constexpr std::string_view zeros("\0\0", 2);
+
+std::string_view viewOf(QByteArray const& text) {
+  return {text.constData(), static_cast<std::size_t>(text.size())};
+}
+
+// A text begins with a mark of the order of its bytes or with an ASCII character, which has zeros beside it where
+// characters are wide.
+bool isUtf16(std::string_view text) {
   auto const start = text.substr(0, 2);
   return start == "\xFF\xFE" || start == "\xFE\xFF" || start.find('\0') != std::string_view::npos;
 }
 
-// The ASCII characters of UTF-16 or UTF-32 text, with an 'x' for others: markup is made of ASCII alone.
+bool isUtf32(std::string_view text) {
+  return text.substr(0, 2) == zeros || text.substr(std::min<std::size_t>(2, text.size()), 2) == zeros;
+}
+
+// The ASCII characters of UTF-16 text, with an 'x' for others: markup is made of ASCII alone.
 std::string narrowed(std::string_view text) {
-  bool const isLittleEndian = text[1] == '\0' || text.substr(0, 2) == "\xFF\xFE";
+  bool const isLittleEndian = text.substr(1, 1) == zeros.substr(0, 1) || text.substr(0, 2) == "\xFF\xFE";
   std::string result;
   result.reserve(text.size() / 2);
   for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
@@ -30,15 +46,15 @@ std::string narrowed(std::string_view text) {
   return result;
 }
 
-// The place behind the next `mark`, or the end.
-std::size_t behind(std::string_view text, std::string_view mark, std::size_t from) {
+// The place after the next `mark`, or the end.
+std::size_t after(std::string_view text, std::string_view mark, std::size_t from) {
   auto const found = text.find(mark, from);
   return found == std::string_view::npos ? text.size() : found + mark.size();
 }
 
 struct Tag {
   std::size_t end;
-  int attributes;
+  std::int64_t attributes;
 };
 
 // The tag that begins at `from`. A quoted value may hold any character but its quote.
@@ -49,37 +65,106 @@ Tag tagAt(std::string_view text, std::size_t from) {
     if (c == '=') {
       ++tag.attributes;
     } else if (c == '"' || c == '\'') {
-      tag.end = behind(text, std::string_view(&c, 1), tag.end);
+      tag.end = after(text, std::string_view(&c, 1), tag.end);
     }
   }
   return tag;
 }
 
-bool hasTag(std::string_view text, int limit) {
+XmlMarkup countMarkup(std::string_view text) {
+  XmlMarkup markup;
   for (auto at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
     auto const rest = text.substr(at);
+    markup.nodes += rest.substr(0, 2) == "</" ? 0 : 1;
     if (rest.substr(0, 4) == "<!--") {
-      at = behind(text, "-->", at + 4);
+      at = after(text, "-->", at + 4);
     } else if (rest.substr(0, 9) == "<![CDATA[") {
-      at = behind(text, "]]>", at + 9);
+      at = after(text, "]]>", at + 9);
     } else if (rest.substr(0, 2) == "<?") {
-      at = behind(text, "?>", at + 2);
+      at = after(text, "?>", at + 2);
     } else {
       Tag const tag = tagAt(text, at);
-      if (tag.attributes > limit) {
-        return true;
-      }
+      markup.attributes = std::max(markup.attributes, tag.attributes);
+      markup.nodes += tag.attributes;
       at = tag.end;
     }
   }
-  return false;
+  return markup;
+}
+
+// What the XML declaration at the start of `text`, in ASCII, says; empty when it says nothing.
+QString declaredEncoding(std::string_view text) {
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (text.substr(0, byteOrderMark.size()) == byteOrderMark) {
+    text.remove_prefix(byteOrderMark.size());
+  }
+  if (text.substr(0, 5) != "<?xml") {
+    return {};
+  }
+  auto const declaration = text.substr(0, after(text, "?>", 0));
+  QXmlStreamReader reader(QString::fromUtf8(QByteArray(declaration.data(), static_cast<int>(declaration.size()))));
+  reader.readNext();
+  return reader.documentEncoding().toString();
+}
+
+// Of one byte per character, with ASCII in it.
+bool isNarrowEncoding(QString const& name) {
+  constexpr std::array<char const*, 4> names = {"utf-8", "utf8", "us-ascii", "latin1"};
+  constexpr std::array<char const*, 3> families = {"iso-8859-", "windows-125", "koi8-"};
+  auto const isName = [&](char const* known) { return name.compare(QLatin1String(known), Qt::CaseInsensitive) == 0; };
+  auto const isOf = [&](char const* family) { return name.startsWith(QLatin1String(family), Qt::CaseInsensitive); };
+  return name.isEmpty() || std::any_of(names.begin(), names.end(), isName) ||
+         std::any_of(families.begin(), families.end(), isOf);
+}
+
+bool isWideEncoding(QString const& name) {
+  return name.isEmpty() || name.startsWith(QLatin1String("utf-16"), Qt::CaseInsensitive);
+}
+
+QString refusalOfEncoding(QString const& name) {
+  return QStringLiteral("the encoding \"%1\" is not accepted").arg(name);
+}
+
+QString refusalOfCount(XmlMarkup const& markup, std::int64_t maxNodes) {
+  if (markup.attributes > maxXmlAttributes) {
+    return QStringLiteral("an element has more than %1 attributes").arg(maxXmlAttributes);
+  }
+  return markup.nodes > maxNodes ? QStringLiteral("the document has more than %1 elements and attributes").arg(maxNodes)
+                                 : QString();
+}
+
+QString refusalOfNarrow(std::string_view text, std::int64_t maxNodes) {
+  if (text.find('\0') != std::string_view::npos) {
+    return QStringLiteral("the text has a zero character");
+  }
+  QString const encoding = declaredEncoding(text);
+  return isNarrowEncoding(encoding) ? refusalOfCount(countMarkup(text), maxNodes) : refusalOfEncoding(encoding);
+}
+
+QString refusalOfWide(std::string_view text, std::int64_t maxNodes) {
+  std::string const ascii = narrowed(text);
+  bool const hasMark = !ascii.empty() && ascii.front() == 'x';
+  QString const encoding = declaredEncoding(std::string_view(ascii).substr(hasMark ? 1 : 0));
+  return isWideEncoding(encoding) ? refusalOfCount(countMarkup(ascii), maxNodes) : refusalOfEncoding(encoding);
 }
 
 }  // namespace
 
-bool hasTagOfMoreAttributes(QByteArray const& text, int limit) {
-  std::string_view const bytes(text.constData(), static_cast<std::size_t>(text.size()));
-  return bytes.size() >= 2 && isOfWideCharacters(bytes) ? hasTag(narrowed(bytes), limit) : hasTag(bytes, limit);
+XmlMarkup countXmlMarkup(QByteArray const& text) {
+  std::string_view const bytes = viewOf(text);
+  return isUtf16(bytes) ? countMarkup(narrowed(bytes)) : countMarkup(bytes);
+}
+
+QString xmlMarkupRefusal(QByteArray const& text, std::int64_t maxNodes) {
+  std::string_view const bytes = viewOf(text);
+  if (isUtf32(bytes)) {
+    return refusalOfEncoding(QStringLiteral("UTF-32"));
+  }
+  return isUtf16(bytes) ? refusalOfWide(bytes, maxNodes) : refusalOfNarrow(bytes, maxNodes);
+}
+
+QString xmlMarkupRefusal(QString const& text, std::int64_t maxNodes) {
+  return refusalOfCount(countMarkup(viewOf(text.toUtf8())), maxNodes);
 }
 
 }  // namespace sensor

@@ -11,7 +11,6 @@ namespace xmlFileData {
 namespace {
 
 constexpr int maxLevel = 64;
-constexpr int maxAttributes = 256;
 
 QByteArray readBytes(std::string const& fileName) {
   sensor::InputFile file(fileName);
@@ -31,8 +30,8 @@ void refuseIf(bool isWrong, std::string const& message) {
 // The parser compares the attributes of an element with each other, so it must not see them where they are too many.
 CalibrationXml::CalibrationXml(std::string const& fileName, Errors errors)
     : mFileName(fileName), mErrors(errors), mBytes(readBytes(fileName)), mDevice(&mBytes) {
-  if (sensor::hasTagOfMoreAttributes(mBytes, maxAttributes)) {
-    mReader.raiseError(QStringLiteral("an element has more than %1 attributes").arg(maxAttributes));
+  if (QString const refusal = sensor::xmlMarkupRefusal(mBytes); !refusal.isEmpty()) {
+    mReader.raiseError(refusal);
   } else {
     mDevice.open(QIODevice::ReadOnly);
     mReader.setDevice(&mDevice);

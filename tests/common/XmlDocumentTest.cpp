@@ -63,7 +63,7 @@ TEST(XmlDocument, SixtyFourLevelsAreAccepted) {
 
 TEST(XmlDocument, DeeperNestingIsRefused) {
   EXPECT_EQ(parsed(nested(65)).error, "elements are nested deeper than 64 levels");
-  EXPECT_EQ(parsed(QByteArray("<a>").repeated(1000000)).error, "elements are nested deeper than 64 levels");
+  EXPECT_EQ(parsed(QByteArray("<a>").repeated(1 << 18)).error, "elements are nested deeper than 64 levels");
 }
 
 TEST(XmlDocument, DepthCountsOpenElementsOnly) {
@@ -79,6 +79,50 @@ TEST(XmlDocument, MoreAttributesAreRefusedAtOnce) {
   auto const start = std::chrono::steady_clock::now();
   EXPECT_EQ(parsed(withAttributes(300000)).error, "an element has more than 256 attributes");
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+TEST(XmlDocument, QuarterOfAMillionElementsAndAttributesAreAccepted) {
+  QByteArray const elements = "<r>" + QByteArray("<a/>").repeated((1 << 18) - 1) + "</r>";
+  EXPECT_TRUE(parsed(elements).accepted);
+  QString error;
+  QDomDocument document;
+  EXPECT_TRUE(parseXml(QString::fromLatin1(elements), document, error)) << error.toStdString();
+}
+
+TEST(XmlDocument, MoreElementsAreRefused) {
+  std::string const reason = "the document has more than 262144 elements and attributes";
+  QByteArray const elements = "<r>" + QByteArray("<a/>").repeated(1 << 18) + "</r>";
+  EXPECT_EQ(parsed(elements).error, reason);
+  EXPECT_EQ(parsed("<r>" + QByteArray("<a b=''/>").repeated(1 << 17) + "</r>").error, reason);
+  QString error;
+  QDomDocument document;
+  EXPECT_FALSE(parseXml(QString::fromLatin1(elements), document, error));
+  EXPECT_EQ(error.toStdString(), reason);
+}
+
+TEST(XmlDocument, BlockOfTwentyThousandStripsIsAccepted) {
+  QByteArray const strip = "<Strip filename='strips/2026-05-04_L0001/2026-05-04_L0001.stp'/>\n";
+  QByteArray const model = "<DSM filename='dsm/tile.tif'/><Image filename='orthos/tile.tif'/>\n";
+  EXPECT_TRUE(parsed("<Block>" + (strip + model).repeated(20000) + "</Block>").accepted);
+}
+
+TEST(XmlDocument, StripOfAThousandImagesIsAccepted) {
+  QByteArray image = "<Image";
+  for (int i = 0; i < 20; ++i) {
+    image += " attribute" + QByteArray::number(i) + "='value'";
+  }
+  EXPECT_TRUE(parsed("<Strip>" + (image + "/>\n").repeated(1000) + "</Strip>").accepted);
+}
+
+TEST(XmlDocument, Utf32IsRefusedAtOnce) {
+  QByteArray const narrow = withAttributes(300000);
+  QByteArray little;
+  for (char const c : narrow) {
+    little += c;
+    little += QByteArray(3, '\0');
+  }
+  EXPECT_EQ(parsed(little).error, "the encoding \"UTF-32\" is not accepted");
+  EXPECT_EQ(parsed(QByteArray(3, '\0') + little).error, "the encoding \"UTF-32\" is not accepted");
 }
 
 TEST(XmlDocument, DocumentTypeDeclarationsAreRefused) {

@@ -5,7 +5,21 @@
 
 namespace {
 
-using sensor::hasTagOfMoreAttributes;
+using sensor::countXmlMarkup;
+
+bool hasTagOfMoreAttributes(QByteArray const& text, std::int64_t limit) {
+  return countXmlMarkup(text).attributes > limit;
+}
+
+std::int64_t nodes(QByteArray const& text) {
+  return countXmlMarkup(text).nodes;
+}
+
+std::string refusal(QByteArray const& text) {
+  return sensor::xmlMarkupRefusal(text).toStdString();
+}
+
+std::string const tooManyAttributes = "an element has more than 256 attributes";
 
 QByteArray attributes(int count, char const* value = "\"\"") {
   QByteArray text;
@@ -77,6 +91,88 @@ TEST(XmlMarkup, TagOfMillionsOfAttributesIsCountedInOnePass) {
   QByteArray const text = "<a" + attributes(2000000) + "/>" + QByteArray(4000000, '<');
   EXPECT_FALSE(hasTagOfMoreAttributes(text, 2000000));
   EXPECT_TRUE(hasTagOfMoreAttributes(text, 1999999));
+}
+
+TEST(XmlMarkup, CountsAllThatADocumentModelMakesAnObjectOf) {
+  EXPECT_EQ(nodes(""), 0);
+  EXPECT_EQ(nodes("text"), 0);
+  EXPECT_EQ(nodes("<a/>"), 1);
+  EXPECT_EQ(nodes("<a>text<b></b></a>"), 2);
+  EXPECT_EQ(nodes("<a b='1' c=\"2\"><d e='<f/>'/></a>"), 5);
+  EXPECT_EQ(nodes("<!-- <a/> --><a/><!---->"), 3);
+  EXPECT_EQ(nodes("<a><![CDATA[<b c='d'/>]]></a>"), 2);
+  EXPECT_EQ(nodes("<?p q='r'?><a/>"), 2);
+  EXPECT_EQ(nodes(wide("<a b='c'><d/></a>", false, true)), 3);
+  EXPECT_EQ(nodes(wide("<a b='c'><d/></a>", true, false)), 3);
+}
+
+TEST(XmlMarkup, MoreNodesThanAsked) {
+  EXPECT_EQ(sensor::xmlMarkupRefusal(QByteArray("<a b='c'/>"), 2), QString());
+  EXPECT_EQ(sensor::xmlMarkupRefusal(QByteArray("<a b='c'/>"), 1).toStdString(),
+            "the document has more than 1 elements and attributes");
+  EXPECT_EQ(sensor::xmlMarkupRefusal(QString("<a b='c'/>"), 2), QString());
+  EXPECT_EQ(sensor::xmlMarkupRefusal(QString("<a b='c'/>"), 1).toStdString(),
+            "the document has more than 1 elements and attributes");
+}
+
+TEST(XmlMarkup, EncodingsWhoseMarkupIsSeenAreAccepted) {
+  for (char const* const name : {"UTF-8", "utf-8", "UTF8", "US-ASCII", "ISO-8859-1", "iso-8859-15", "Latin1",
+                                 "windows-1252", "Windows-1251", "KOI8-R"}) {
+    QByteArray const declaration = QByteArray("<?xml version='1.0' encoding='") + name + "'?>";
+    EXPECT_EQ(refusal(declaration + "<a" + attributes(256) + "/>"), "") << name;
+    EXPECT_EQ(refusal(declaration + "<a" + attributes(257) + "/>"), tooManyAttributes) << name;
+    EXPECT_EQ(refusal("\xEF\xBB\xBF" + declaration + "<a" + attributes(257) + "/>"), tooManyAttributes) << name;
+  }
+  for (bool const isBigEndian : {false, true}) {
+    for (bool const hasMark : {false, true}) {
+      for (char const* const name : {"UTF-16", "utf-16", "UTF-16LE", "UTF-16BE"}) {
+        QByteArray const declaration = QByteArray("<?xml version='1.0' encoding='") + name + "'?>";
+        EXPECT_EQ(refusal(wide(declaration + "<a" + attributes(256) + "/>", isBigEndian, hasMark)), "") << name;
+        EXPECT_EQ(refusal(wide(declaration + "<a" + attributes(257) + "/>", isBigEndian, hasMark)), tooManyAttributes);
+      }
+      EXPECT_EQ(refusal(wide("<a/>", isBigEndian, hasMark)), "");
+    }
+  }
+}
+
+TEST(XmlMarkup, OtherEncodingsAreRefused) {
+  for (char const* const name : {"UTF-7", "UTF-16", "UTF-32", "EBCDIC-CP-US", "IBM037", "ISO-2022-JP", "Shift_JIS",
+                                 "GB18030", "System", "x-utf-8", "xiso-8859-1"}) {
+    QByteArray const text = QByteArray("<?xml version='1.0' encoding='") + name + "'?><a/>";
+    std::string const reason = "the encoding \"" + std::string(name) + "\" is not accepted";
+    EXPECT_EQ(refusal(text), reason);
+    EXPECT_EQ(refusal("\xEF\xBB\xBF" + text), reason);
+  }
+  for (char const* const name : {"UTF-8", "ISO-8859-1", "UTF-32", "x-utf-16"}) {
+    QByteArray const text = QByteArray("<?xml version='1.0' encoding='") + name + "'?><a/>";
+    std::string const reason = "the encoding \"" + std::string(name) + "\" is not accepted";
+    EXPECT_EQ(refusal(wide(text, false, false)), reason);
+    EXPECT_EQ(refusal(wide(text, true, true)), reason);
+  }
+}
+
+TEST(XmlMarkup, Utf32IsRefused) {
+  std::string const reason = "the encoding \"UTF-32\" is not accepted";
+  QByteArray const little("\xFF\xFE\0\0<\0\0\0a\0\0\0/\0\0\0>\0\0\0", 20);
+  QByteArray const big("\0\0\xFE\xFF\0\0\0<\0\0\0a\0\0\0/\0\0\0>", 20);
+  EXPECT_EQ(refusal(little), reason);
+  EXPECT_EQ(refusal(little.mid(4)), reason);
+  EXPECT_EQ(refusal(big), reason);
+  EXPECT_EQ(refusal(big.mid(4)), reason);
+}
+
+// A parser that changes the encoding after the declaration would see markup in what are no characters here.
+TEST(XmlMarkup, ZerosWithinNarrowTextAreRefused) {
+  QByteArray const text("<?xml version='1.0'?>");
+  EXPECT_EQ(refusal(text + wide("<a/>", false, false)), "the text has a zero character");
+  EXPECT_EQ(refusal(text + "<a/>" + QByteArray(1, '\0')), "the text has a zero character");
+}
+
+TEST(XmlMarkup, DecodedTextMayDeclareAnyEncoding) {
+  QString const declaration = "<?xml version='1.0' encoding='UTF-32'?>";
+  EXPECT_EQ(sensor::xmlMarkupRefusal(declaration + "<a" + QString(attributes(256)) + "/>"), QString());
+  EXPECT_EQ(sensor::xmlMarkupRefusal(declaration + "<a" + QString(attributes(257)) + "/>").toStdString(),
+            tooManyAttributes);
 }
 
 }  // namespace

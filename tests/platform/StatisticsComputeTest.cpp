@@ -162,10 +162,19 @@ TEST_F(StatisticsCompute, BandThatIsNotThereHasNoPercentiles) {
 }
 
 TEST_F(StatisticsCompute, FileThatIsNoImageIsTold) {
-  for (std::string const& name :
-       {folder / "missing.tif", folder.file("text.tif", "no image"), folder.file("e.tif", ""), folder.path()}) {
-    EXPECT_MESSAGE(plain().compute(name), "can't open image: " + name);
+  std::string const message = "can't open image: ";
+  std::string const missing = folder / "missing.tif";
+  EXPECT_MESSAGE(plain().compute(missing), message + missing + ": No such file or directory");
+  EXPECT_MESSAGE(plain().compute(folder.path()), message + folder.path() + ": it isn't a plain file");
+  for (std::string const& name : {folder.file("text.tif", "no image"), folder.file("e.tif", "")}) {
+    EXPECT_MESSAGE(plain().compute(name),
+                   message + name + ": `" + name + "' not recognized as a supported file format.");
   }
+}
+
+TEST_F(StatisticsCompute, ImagesAreOpenedAsThoseThatAFileNames) {
+  std::string const name = "<VRTDataset rasterXSize=\"3\" rasterYSize=\"2\"/>";
+  EXPECT_MESSAGE(plain().compute(name), "can't open image: " + name + ": only plain files may be named by a file");
 }
 
 TEST_F(StatisticsCompute, ImageThatIsCutIsToldAndLeavesNoLayer) {

@@ -2,6 +2,7 @@
 
 #include <dsm/ProjectedElevationSource.h>
 #include <geo/XYPoint.h>
+#include <util/Origin.h>
 
 #include <array>
 #include <cstddef>
@@ -62,11 +63,14 @@ public:
   /// 256 MiB.
   static constexpr std::size_t DEFAULT_CACHE_SIZE = std::size_t{256} << 20U;
 
-  /// Opens a raster (UTF-8), and holds it open. `cacheSize` is the memory for tiles, in bytes. Throws std::runtime_error
+  /// Opens a raster (UTF-8), and holds it open. `cacheSize` is the memory for tiles, in bytes. `origin` says where the name
+  /// comes from, and so what it may lead to (see `raster::openRaster`); the raster's coordinate system is always read as
+  /// one out of a file. Throws std::runtime_error
   /// "Can't open elevation model \"<name>\": " and the reason: it isn't there, is no raster, has no place on the ground
   /// or no coordinate system; the system can't be related to WGS 84 (a grid isn't installed, see
   /// `geo::coordSysFactory::createCoordSys`); or the values aren't real numbers or in no unit of length.
-  explicit RasterElevationSource(std::string const& fileName, std::size_t cacheSize = DEFAULT_CACHE_SIZE);
+  explicit RasterElevationSource(std::string const& fileName, std::size_t cacheSize = DEFAULT_CACHE_SIZE,
+                                 util::Origin origin = util::Origin::user);
   ~RasterElevationSource() override;
 
   /// As told above. Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason when cells around

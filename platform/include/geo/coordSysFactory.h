@@ -1,6 +1,7 @@
 #pragma once
 
 #include <geo/XYZPoint.h>
+#include <util/Origin.h>
 #include <util/kesplatform_export.h>
 
 #include <string>
@@ -31,7 +32,8 @@ public:
   coordSys* createGEO84(bool degrees, bool latitudeFirst) const;
 
   /// The system of a `<CoordinateSystem>` element: the definition is its attribute `definition` or, without one, its
-  /// text. Throws as the form from a definition does. The caller owns the new system.
+  /// text. The element is one out of a file (`util::Origin::file`). Throws as the form from a definition does. The caller
+  /// owns the new system.
   coordSys* createCoordSys(QDomElement const& element) const;
 
   /// The system of a definition: whatever PROJ understands as a coordinate reference system, such as an authority's
@@ -49,9 +51,13 @@ public:
   ///   "+proj=topocentric +datum=WGS84 +lon_0=... +lat_0=... +h_0=... +type=crs" (degrees, or radians with an `r`
   ///   behind the number). A GEO84 has a WKT text that PROJ reads, too; its name has its order of axes kept.
   ///
+  /// A definition out of a file is refused when it names other files by a path or through "init=", and when it is longer than
+  /// 64 KiB. PROJ opens nothing for it but its own database and the grids in its own folders: where the database lies,
+  /// those of PROJ_DATA and PROJ_LIB, and the one for grids that the user fetched.
+  ///
   /// Throws std::runtime_error: "Can't create coordinate system \"<definition>\": " and the reason, which names the
   /// grid when one is missing.
-  coordSys* createCoordSys(std::string const& definition) const;
+  coordSys* createCoordSys(std::string const& definition, util::Origin origin = util::Origin::user) const;
 
 private:
   coordSysFactory();

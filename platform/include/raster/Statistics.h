@@ -41,8 +41,9 @@ public:
   Statistics(int lowPercent, int middlePercent, int highPercent, int step, float factor);
 
   /// Takes the statistics of an image, of the first 255 bands at most. Pixels that are masked (no-data), not a number or
-  /// infinite don't count; a band that has no others gets no layer. Throws std::runtime_error "can't open image: " +
-  /// name, "can't read image: " + name; the object then has no layer.
+  /// infinite don't count; a band that has no others gets no layer. The image is opened as one that a file names (see
+  /// `openRaster`). Throws std::runtime_error "can't open image: " + name + ": " and the reason, "can't read image: " +
+  /// name; the object then has no layer.
   void compute(std::string const& imageFileName);
 
   /// Reads a ".stat" file: one band or all, values multiplied by `factor` too. A file that isn't there, is no such

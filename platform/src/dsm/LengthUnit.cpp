@@ -61,7 +61,7 @@ bool isNamed(PROJ_UNIT_INFO const& unit, std::string_view name) {
 std::optional<double> lengthUnitInMetres(std::string const& name) {
   std::string const plain = plainName(name);
   std::string_view const wanted = projSpelling(plain);
-  geo::ProjContext const context = geo::makeProjContext();
+  geo::ProjContext const context = geo::makeProjContext(util::Origin::file);
   int count = 0;
   std::unique_ptr<PROJ_UNIT_INFO*, UnitListDeleter> const list(
       proj_get_units_from_database(context.get(), nullptr, "linear", 0, &count));

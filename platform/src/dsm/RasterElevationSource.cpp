@@ -38,9 +38,9 @@ std::string failure(char const* what, std::string const& fileName, std::exceptio
   return std::string("Can't ") + what + " elevation model \"" + fileName + "\": " + reason.what();
 }
 
-RasterFile openFile(std::string const& fileName) {
+RasterFile openFile(std::string const& fileName, util::Origin origin) {
   try {
-    return RasterFile(fileName);
+    return {fileName, origin};
   } catch (std::runtime_error const& error) {
     throw std::runtime_error(failure("open", fileName, error));
   }
@@ -57,7 +57,7 @@ std::uint64_t nextSurface() {
 /// The file with its tiles.
 class RasterElevationSource::Surface {
 public:
-  Surface(std::string const& fileName, std::size_t cacheSize);
+  Surface(std::string const& fileName, std::size_t cacheSize, util::Origin origin);
 
   bool height(geo::XYZPoint const& position, float& height) const;
   std::optional<HeightRange> heightRange() const;
@@ -89,8 +89,8 @@ private:
   mutable std::optional<HeightRange> mRange;
 };
 
-RasterElevationSource::Surface::Surface(std::string const& fileName, std::size_t cacheSize)
-    : mFileName(fileName), mFile(openFile(fileName)),
+RasterElevationSource::Surface::Surface(std::string const& fileName, std::size_t cacheSize, util::Origin origin)
+    : mFileName(fileName), mFile(openFile(fileName, origin)),
       mPlace(mFile.place()), mBounds{mPlace.minimum(), mPlace.maximum()}, mGrid{mPlace.columns(), mPlace.rows(),
                                                                                 mPlace.geoTransform()},
       mTileColumns((static_cast<std::uint64_t>(mPlace.columns()) >> HeightTile::MESH_BITS) + 1),
@@ -172,8 +172,8 @@ std::optional<RasterElevationSource::HeightRange> RasterElevationSource::Surface
   return range.lowest <= range.highest ? std::optional(range) : std::nullopt;
 }
 
-RasterElevationSource::RasterElevationSource(std::string const& fileName, std::size_t cacheSize)
-    : RasterElevationSource(std::make_unique<Surface const>(fileName, cacheSize)) {}
+RasterElevationSource::RasterElevationSource(std::string const& fileName, std::size_t cacheSize, util::Origin origin)
+    : RasterElevationSource(std::make_unique<Surface const>(fileName, cacheSize, origin)) {}
 
 RasterElevationSource::RasterElevationSource(std::unique_ptr<Surface const> surface)
     : ProjectedElevationSource(surface->coordSystem()), mSurface(std::move(surface)) {}

@@ -2,6 +2,7 @@
 
 #include "dsm/HeightTile.h"
 #include "dsm/LengthUnit.h"
+#include "raster/PlainFiles.h"
 
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
@@ -13,11 +14,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 #include <numbers>
 #include <stdexcept>
-#include <system_error>
 
 namespace dsm {
 namespace {
@@ -26,20 +25,6 @@ constexpr float NO_HEIGHT = std::numeric_limits<float>::quiet_NaN();
 
 [[noreturn]] void refuse(std::string const& reason) {
   throw std::runtime_error(reason);
-}
-
-/// Whether the name is that of a pipe or a device, which GDAL would wait for. It need not be that of a file at all.
-bool isStream(std::string const& name) {
-  std::error_code ignored;
-  std::filesystem::file_status const status = std::filesystem::status(name, ignored);
-  return std::filesystem::is_fifo(status) || std::filesystem::is_character_file(status) ||
-         std::filesystem::is_socket(status);
-}
-
-/// Why GDAL's last call failed, in its words.
-std::string gdalReason() {
-  std::string const text = CPLGetLastErrorMsg();
-  return text.empty() ? "unknown reason" : text;
 }
 
 std::string withoutPrefix(std::string const& text, std::string const& prefix) {
@@ -53,7 +38,7 @@ std::string definitionOf(OGRSpatialReference const& system) {
   OGRErr const result = system.exportToWkt(&text, OPTIONS.data());
   std::unique_ptr<char, decltype(&CPLFree)> const owner(text, CPLFree);
   if (result != OGRERR_NONE || text == nullptr) {
-    refuse("its coordinate system can't be told: " + gdalReason());
+    refuse("its coordinate system can't be told: " + raster::lastGdalError());
   }
   return text;
 }
@@ -89,27 +74,19 @@ struct RasterFile::Window {
   std::size_t size() const { return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows); }
 };
 
-RasterFile::RasterFile(std::string const& name) {
-  GDALAllRegister();
+RasterFile::RasterFile(std::string const& name, util::Origin origin) {
   CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
   CPLErrorReset();
   // GDAL leaves out the vertical part of most GeoTIFF files unless it is asked for it.
   CPLConfigOptionSetter const withVerticalPart("GTIFF_REPORT_COMPD_CS", "YES", false);
-  open(name);
+  open(name, origin);
   setCoordSystem();
   setPlace();
   setHeights();
 }
 
-void RasterFile::open(std::string const& name) {
-  if (isStream(name)) {
-    refuse("it is a pipe or a device");
-  }
-  constexpr unsigned FLAGS = GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR;
-  mDataset.reset(GDALDataset::Open(name.c_str(), FLAGS));
-  if (!mDataset) {
-    refuse(withoutPrefix(gdalReason(), name + ": "));
-  }
+void RasterFile::open(std::string const& name, util::Origin origin) {
+  mDataset = raster::openRaster(name, origin);
   mBand = mDataset->GetRasterCount() > 0 ? mDataset->GetRasterBand(1) : nullptr;
   if (mBand == nullptr) {
     refuse("it has no raster band");
@@ -129,7 +106,7 @@ void RasterFile::setCoordSystem() {
   }
   std::string const definition = definitionOf(*system);
   try {
-    mCoordSystem.reset(geo::coordSysFactory::getInstance()->createCoordSys(definition));
+    mCoordSystem.reset(geo::coordSysFactory::getInstance()->createCoordSys(definition, util::Origin::file));
   } catch (std::runtime_error const& error) {
     refuse(withoutPrefix(error.what(), "Can't create coordinate system \"" + definition + "\": "));
   }
@@ -220,7 +197,7 @@ void RasterFile::readValues(Window const& window, GDALRasterBand& band, void* va
   CPLErr const result = band.RasterIO(GF_Read, window.column, window.row, window.columns, window.rows, values,
                                       window.columns, window.rows, type, 0, 0, nullptr);
   if (result != CE_None) {
-    refuse(gdalReason());
+    refuse(raster::lastGdalError());
   }
 }
 

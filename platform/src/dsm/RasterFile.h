@@ -3,6 +3,8 @@
 #include "dsm/RasterPlace.h"
 
 #include <geo/coordSys.h>
+#include <raster/OpenRaster.h>
+#include <util/Origin.h>
 
 #include <gdal_priv.h>
 
@@ -20,7 +22,7 @@ class HeightTile;
 class RasterFile {
 public:
   /// Throws std::runtime_error with the reason alone.
-  explicit RasterFile(std::string const& name);
+  RasterFile(std::string const& name, util::Origin origin);
 
   geo::coordSys const* coordSystem() const { return mCoordSystem.get(); }
   RasterPlace const& place() const { return *mPlace; }
@@ -31,7 +33,7 @@ public:
 
 private:
   struct Window;
-  void open(std::string const& name);
+  void open(std::string const& name, util::Origin origin);
   void setCoordSystem();
   void setPlace();
   void setHeights();
@@ -39,7 +41,7 @@ private:
   void readWindow(Window const& window, HeightTile& tile);
   void readValues(Window const& window, GDALRasterBand& band, void* values, GDALDataType type) const;
 
-  GDALDatasetUniquePtr mDataset;
+  raster::Dataset mDataset;
   GDALRasterBand* mBand = nullptr;
   std::unique_ptr<geo::coordSys const> mCoordSystem;
   std::optional<RasterPlace> mPlace;

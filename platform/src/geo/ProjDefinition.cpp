@@ -26,7 +26,7 @@ constexpr char const* MISSING_GRID = "no transformation to WGS 84 without the mi
 /// Makes one system, step by step, in a context of its own that the system keeps.
 class ProjReader {
 public:
-  ProjReader() {
+  explicit ProjReader(util::Origin origin) : mOrigin(origin), mContext(makeProjContext(origin)) {
     proj_log_func(mContext.get(), &mLog, append);
     proj_log_level(mContext.get(), PJ_LOG_ERROR);
   }
@@ -44,8 +44,9 @@ private:
   ProjObject operationToWgs84(PJ const* crs);
   [[noreturn]] void refuse(PJ const* crs, PJ const* wgs84);
 
+  util::Origin mOrigin;
   std::string mLog;
-  ProjContext mContext = makeProjContext();
+  ProjContext mContext;
 };
 
 void ProjReader::append(void* log, int /*level*/, char const* message) {
@@ -176,13 +177,13 @@ std::unique_ptr<coordSys> ProjReader::read(std::string const& definition) {
   proj_log_level(mContext.get(), PJ_LOG_NONE);
   return std::make_unique<ProjSystem>(
       ProjSystem::Parts{definition, horizontal, vertical,
-                        std::make_shared<SharedOperation const>(std::move(mContext), std::move(operation))});
+                        std::make_shared<SharedOperation const>(std::move(mContext), std::move(operation), mOrigin)});
 }
 
 }  // namespace
 
-std::unique_ptr<coordSys> systemFromProj(std::string const& definition) {
-  return ProjReader().read(definition);
+std::unique_ptr<coordSys> systemFromProj(std::string const& definition, util::Origin origin) {
+  return ProjReader(origin).read(definition);
 }
 
 }  // namespace geo

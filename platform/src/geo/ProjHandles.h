@@ -1,5 +1,9 @@
 #pragma once
 
+#include "geo/ProjFiles.h"
+
+#include <util/Origin.h>
+
 #include <proj.h>
 
 #include <memory>
@@ -16,11 +20,15 @@ struct ProjDeleter {
 using ProjContext = std::unique_ptr<PJ_CONTEXT, ProjDeleter>;
 using ProjObject = std::unique_ptr<PJ, ProjDeleter>;
 
-/// A context that never uses a network, whatever the environment says, and prints nothing.
-inline ProjContext makeProjContext() {
+/// A context that never uses a network, whatever the environment says, and prints nothing. For definitions out of files it
+/// opens no files but PROJ's own.
+inline ProjContext makeProjContext(util::Origin origin) {
   ProjContext context(proj_context_create());
   proj_context_set_enable_network(context.get(), 0);
   proj_log_level(context.get(), PJ_LOG_NONE);
+  if (origin == util::Origin::file) {
+    keepToProjFolders(context.get());
+  }
   return context;
 }
 

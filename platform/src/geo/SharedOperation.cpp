@@ -37,18 +37,27 @@ private:
       return found->second.operation.get();
     }
     std::erase_if(mEntries, [](auto const& entry) { return entry.second.origin.expired(); });
-    ProjObject copy = shared->clone(mContext.get());
+    ProjObject copy = shared->clone(contextFor(shared->mOrigin));
     return mEntries.emplace(shared->mId, Entry{shared, std::move(copy)}).first->second.operation.get();
   }
 
-  ProjContext mContext = makeProjContext();  // before the objects that live in it
+  PJ_CONTEXT* contextFor(util::Origin origin) {
+    ProjContext& context = origin == util::Origin::file ? mFileContext : mUserContext;
+    if (!context) {
+      context = makeProjContext(origin);
+    }
+    return context.get();
+  }
+
+  ProjContext mUserContext;  // before the objects that live in them
+  ProjContext mFileContext;
   std::unordered_map<std::uint64_t, Entry> mEntries;
   std::uint64_t mLastId = 0;
   PJ* mLast = nullptr;
 };
 
-SharedOperation::SharedOperation(ProjContext context, ProjObject operation)
-    : mContext(std::move(context)), mOperation(std::move(operation)), mId(nextId()) {}
+SharedOperation::SharedOperation(ProjContext context, ProjObject operation, util::Origin origin)
+    : mContext(std::move(context)), mOperation(std::move(operation)), mOrigin(origin), mId(nextId()) {}
 
 PJ* SharedOperation::ofThisThread(std::shared_ptr<SharedOperation const> const& shared) {
   thread_local ThreadOperations operations;

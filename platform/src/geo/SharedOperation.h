@@ -12,8 +12,8 @@ namespace geo {
 /// it gives wrong results without an error. So nobody works with the operation itself; each thread has a copy.
 class SharedOperation {
 public:
-  /// `operation` lives in `context`.
-  SharedOperation(ProjContext context, ProjObject operation);
+  /// `operation` lives in `context`, which was made for a definition of that origin.
+  SharedOperation(ProjContext context, ProjObject operation, util::Origin origin);
 
   /// The copy of the calling thread, made at its first call and freed when the thread ends or, after `shared` is gone,
   /// when the thread makes its next copy of another. Null when PROJ can't make one.
@@ -25,6 +25,7 @@ private:
 
   ProjContext mContext;
   ProjObject mOperation;
+  util::Origin mOrigin;
   std::uint64_t mId;  // never used twice in a process, unlike an address
   mutable std::mutex mMutex;
 };

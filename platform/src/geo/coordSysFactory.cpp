@@ -1,4 +1,5 @@
 #include "geo/Definition.h"
+#include "geo/DefinitionFiles.h"
 #include "geo/GeographicSystem.h"
 #include "geo/LocalSystem.h"
 #include "geo/ProjDefinition.h"
@@ -60,7 +61,7 @@ public:
   OwnedGeographicSystem& operator=(OwnedGeographicSystem const&) = delete;
 };
 
-std::unique_ptr<coordSys> systemOf(std::string const& definition) {
+std::unique_ptr<coordSys> systemOf(std::string const& definition, util::Origin origin) {
   if (definition.empty()) {
     throw std::runtime_error("the definition is empty");
   }
@@ -70,7 +71,10 @@ std::unique_ptr<coordSys> systemOf(std::string const& definition) {
   if (auto const anchor = LocalSystem::anchorOf(definition)) {
     return std::make_unique<LocalSystem>(*anchor);
   }
-  return systemFromProj(definition);
+  if (origin == util::Origin::file) {
+    refuseFiles(definition);
+  }
+  return systemFromProj(definition, origin);
 }
 
 }  // namespace
@@ -91,13 +95,13 @@ coordSys* coordSysFactory::createGEO84(bool degrees, bool latitudeFirst) const {
 }
 
 coordSys* coordSysFactory::createCoordSys(QDomElement const& element) const {
-  return createCoordSys(definitionFromXml(element));
+  return createCoordSys(definitionFromXml(element), util::Origin::file);
 }
 
-coordSys* coordSysFactory::createCoordSys(std::string const& definition) const {
+coordSys* coordSysFactory::createCoordSys(std::string const& definition, util::Origin origin) const {
   std::string const text(trimmed(definition));
   try {
-    return systemOf(text).release();
+    return systemOf(text, origin).release();
   } catch (std::runtime_error const& error) {
     throw std::runtime_error("Can't create coordinate system \"" + text.substr(0, text.find('\0')) +
                              "\": " + error.what());

@@ -1,6 +1,7 @@
 #include "raster/BandStatistics.h"
 #include "raster/StatFile.h"
 
+#include <raster/OpenRaster.h>
 #include <raster/Statistics.h>
 
 #include <QSaveFile>
@@ -36,6 +37,14 @@ double quantile(Statistics::Layer const& layer, double part) {
   return std::clamp(layer.histogramMinimum + width * (static_cast<double>(i) + inClass), layer.minimum, layer.maximum);
 }
 
+Dataset openImage(std::string const& name) {
+  try {
+    return openRaster(name, util::Origin::file);
+  } catch (std::runtime_error const& error) {
+    throw std::runtime_error("can't open image: " + name + ": " + error.what());
+  }
+}
+
 bool writeWhole(QSaveFile& file, std::string const& text) {
   auto const size = static_cast<qint64>(text.size());
   bool const written = file.open(QIODevice::WriteOnly) && file.write(text.data(), size) == size && file.flush() &&
@@ -59,12 +68,8 @@ Statistics::Statistics(int lowPercent, int middlePercent, int highPercent, int s
 
 void Statistics::compute(std::string const& imageFileName) {
   mLayers.clear();
-  GDALAllRegister();
+  Dataset const image = openImage(imageFileName);
   CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
-  GDALDatasetUniquePtr const image(GDALDataset::Open(imageFileName.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
-  if (!image) {
-    throw std::runtime_error("can't open image: " + imageFileName);
-  }
   std::map<LayerType, Layer> layers;
   try {
     for (int band = 0; band < std::min<int>(image->GetRasterCount(), allLayers); ++band) {
