@@ -62,7 +62,7 @@ bool parseXml(QString const& text, QDomDocument& document, QString& error) {
 }
 
 bool isXml(QByteArray const& text) {
-  if (hasTagOfMoreAttributes(text, maxAttributes)) {
+  if (!xmlMarkupRefusal(text, maxNodes).isEmpty()) {
     return true;
   }
   QXmlStreamReader asDeclared(text);

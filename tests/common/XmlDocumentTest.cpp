@@ -237,7 +237,8 @@ TEST(XmlDocument, XmlThatIsRefusedIsXml) {
   for (QByteArray const& text :
        {QByteArray("<a/>"), QByteArray("<!DOCTYPE a><a/>"), nested(65), withAttributes(257),
         QByteArray("<?xml version='1.0' encoding='nonsense'?><a/>"), QByteArray("<?xml version='1.1'?><a/>"),
-        QByteArray("<a b='\xE4'/>"), QByteArray("<?xml version='1.0' encoding='UTF-8'?><a>\xE4</a>")}) {
+        QByteArray("<a b='\xE4'/>"), QByteArray("\0\0\0<\0\0\0a\0\0\0/\0\0\0>", 16),
+        QByteArray("<?xml version='1.0' encoding='UTF-8'?><a>\xE4</a>")}) {
     EXPECT_TRUE(sensor::isXml(text)) << text.left(80).toStdString();
   }
 }
