@@ -23,9 +23,9 @@ protected:
   std::string write(std::string const& bytes) const { return mFolder.file("a.eop", bytes); }
   std::string mismatch() const { return "Header/data mismatch in EOP file: " + (mFolder / "a.eop"); }
 
-  // A store that tried to load 20 records, of which the file has 17 and a half.
+  // A store that tried to load 34 records, of which the file has 31 and a half.
   EOPData cut() const {
-    EopFile const whole = file(20);
+    EopFile const whole = file(34);
     std::string const bytes = whole.bytes();
     auto const record = static_cast<std::size_t>(whole.recordSize());
     EOPData eop(write(bytes.substr(0, bytes.size() - 3 * record + record / 2)), false);
@@ -33,7 +33,7 @@ protected:
     return eop;
   }
   // How many records are kept of that file: version 3 leaves out a group of eight that is cut.
-  int kept() const { return GetParam() == 3 ? 16 : 17; }
+  int kept() const { return GetParam() == 3 ? 24 : 31; }
 
   test::TempFolder mFolder;
 };
@@ -118,14 +118,14 @@ TEST_P(EOPDataFailedLoad, RecordsBeforeTheCutAreKeptInWholeGroups) {
 
 TEST_P(EOPDataFailedLoad, FileThatWasMendedLoadsAgain) {
   EOPData eop = cut();
-  EopFile whole = file(20);
+  EopFile whole = file(34);
   whole.stdDevs = true;
   write(whole.bytes());
   eop.loadData(false);
-  ASSERT_EQ(eop.numSets(), 20);
+  ASSERT_EQ(eop.numSets(), 34);
   EXPECT_TRUE(eop.isDataLoaded());
   EXPECT_EQ(recordOf(eop, 0).x, 0.0);
-  EXPECT_EQ(recordOf(eop, 19).x, 19.0);
+  EXPECT_EQ(recordOf(eop, 33).x, 33.0);
   EXPECT_NEAR(test::orientationAt(eop, 51.05).x, 10.5, 1e-6);
   // The standard deviations' defaults are given again, too.
   EXPECT_EQ(test::deviationsAt(eop, 50.5).values[0], GetParam() == 1 ? 0.05F : 0.1F);

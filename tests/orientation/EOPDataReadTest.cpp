@@ -129,24 +129,26 @@ TEST_P(EOPDataRead, SignStaysWhereTheDotProductIsZero) {
   EXPECT_GT(b.q3, 0.7F);
 }
 
-// For some of these angles the double form gives other bits.
-TEST_P(EOPDataRead, AnglesAreRoundedBeforeTheyBecomeAQuaternion) {
-  EopFile source = file(40);
+// For some of these angles the double form gives other bits, even after they were rounded.
+TEST_P(EOPDataRead, AnglesAreRoundedAndGoThroughTheSingleForm) {
+  EopFile source = file(400);
+  int others = 0;
   for (std::size_t i = 0; i < source.records.size(); ++i) {
     double const k = static_cast<double>(i);
-    source.records[i].omega = 0.0123 * k - 0.2;
-    source.records[i].phi = 0.1 - 0.0071 * k;
-    source.records[i].kappa = 0.077 * k - 1.5;
+    source.records[i].omega = 0.0156 + 1e-5 * k;
+    source.records[i].phi = -0.0156 - 1.1e-5 * k;
+    source.records[i].kappa = 0.5 + 0.003 * k;
   }
   EOPData const eop(write(source));
-  int others = 0;
-  for (int i = 0; i < 40; ++i) {
+  for (int i = 0; i < 400; ++i) {
     test::EopRecord const& r = source.records[static_cast<std::size_t>(i)];
+    auto const omega = static_cast<float>(r.omega);
+    auto const phi = static_cast<float>(r.phi);
+    auto const kappa = static_cast<float>(r.kappa);
     EOP expected;
     EOP wide;
-    sensor::opkToQuaternion(static_cast<float>(r.omega), static_cast<float>(r.phi), static_cast<float>(r.kappa),
-                            expected);
-    sensor::opkToQuaternion(r.omega, r.phi, r.kappa, wide);
+    sensor::opkToQuaternion(omega, phi, kappa, expected);
+    sensor::opkToQuaternion(static_cast<double>(omega), static_cast<double>(phi), static_cast<double>(kappa), wide);
     others += wide.q0 != expected.q0 || wide.q1 != expected.q1 || wide.q2 != expected.q2 || wide.q3 != expected.q3;
     test::expectSameAttitude(test::recordOf(eop, i), expected);
   }
