@@ -114,7 +114,6 @@ TEST_F(Solver, RunAgreesWithSinglePoints) {
   }
 }
 
-// A changed record shows whether an orientation was looked up again; the second of two identical points does without.
 TEST_F(Solver, SecondOfTwoIdenticalPointsIsTheFirstOrderResult) {
   auto const strip = model();
   geo::XYZPoint const point = ground(*strip, 30.0, 20.0, 0.0F);
