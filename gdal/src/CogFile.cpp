@@ -1,13 +1,11 @@
 #include "CogCheck.h"
 #include "GdalErrors.h"
 #include "OrthoFile.h"
+#include "files/StartableThreads.h"
 #include "files/WorkFolder.h"
 
 #include <exception>
-#include <future>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace kesgdal {
 
@@ -36,23 +34,9 @@ int CPL_STDCALL onProgress(double done, char const* /*text*/, void* data) {
 
 // How many threads GDAL may be asked for. In version 3.6 it waits for ever when it can't start one, so that it gets none unless
 // twice as many, and some more, can be had at the moment.
-int startableThreads(int threads) {
-  int const wanted = threads > 1 ? 2 * threads + 2 : 0;
-  std::vector<std::thread> started;
-  std::promise<void> end;
-  std::shared_future<void> const ended(end.get_future());
-  try {
-    while (static_cast<int>(started.size()) < wanted) {
-      started.emplace_back([ended] { ended.wait(); });
-    }
-  } catch (std::exception const&) {
-    // That was the last one.
-  }
-  end.set_value();
-  for (std::thread& thread : started) {
-    thread.join();
-  }
-  return static_cast<int>(started.size()) < wanted ? 1 : threads;
+int threadsForGdal(int threads) {
+  int const wanted = 2 * threads + 2;
+  return threads > 1 && files::startableThreads(wanted) == wanted ? threads : 1;
 }
 
 }  // namespace
@@ -74,7 +58,7 @@ void writeCog(files::WorkFolder const& folder, std::string const& name, OrthoCon
   options.SetNameValue("BIGTIFF", "IF_SAFER");
   options.SetNameValue("SPARSE_OK", "TRUE");
   options.SetNameValue("OVERVIEW_RESAMPLING", "AVERAGE");
-  options.SetNameValue("NUM_THREADS", std::to_string(startableThreads(threads)).c_str());
+  options.SetNameValue("NUM_THREADS", std::to_string(threadsForGdal(threads)).c_str());
   GuardedProgress guarded{progress};
   GDALDatasetUniquePtr cog(
       driver->CreateCopy((folder / cogName).c_str(), source.get(), 1, options.List(), onProgress, &guarded));

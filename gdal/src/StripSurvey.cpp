@@ -10,6 +10,7 @@
 #include <sensor/KESStripModelData.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <limits>
 #include <stdexcept>
@@ -25,6 +26,22 @@ namespace {
 
 std::optional<Extent> united(std::optional<Extent> const& a, std::optional<Extent> const& b) {
   return a && b ? united(*a, *b) : (a ? a : b);
+}
+
+// What a pixel of the orthophoto may have of one of the image. The work and the memory for a pixel grow with the first beyond
+// all bounds, and the number of pixels with the inverse of the second.
+constexpr double greatestRatio = 1024.0;
+constexpr double leastRatio = 0.01;
+
+// `OrthoGrid` refuses what isn't above 0.
+void requireRatio(sensor::KESStripModel const& strip, int band, double gsd) {
+  float const imageGsd = strip.gsd(band);
+  double const ratio = gsd / static_cast<double>(imageGsd);
+  if (gsd > 0.0 && std::isfinite(gsd) && !(ratio >= leastRatio && ratio <= greatestRatio)) {
+    throw std::runtime_error("ground sampling distance of " + number(gsd) + " m isn't between " + number(leastRatio) +
+                             " and " + number(greatestRatio) + " times that of the image of band " +
+                             strip.bandID(band) + ", " + number(imageGsd) + " m");
+  }
 }
 
 }  // namespace
@@ -82,6 +99,7 @@ void StripSurvey::requireOther(std::string const& input) const {
 }
 
 void StripSurvey::addBand(sensor::KESStripModel const& strip, int band, Strip& surveyed) {
+  requireRatio(strip, band, mPlan.gsd);
   GDALDataType const type = SourceImage(strip, band).type();
   requireOther(SourceImage::fileName(strip, band));
   mType = mType == GDT_Unknown ? type : GDALDataTypeUnion(mType, type);

@@ -1,6 +1,7 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/XmlDocument.h"
+#include "files/StartableThreads.h"
 
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometryKesV1.h>
@@ -11,9 +12,11 @@
 #include <QDir>
 #include <QDomDocument>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <omp.h>
 #include <utility>
 #include <vector>
 
@@ -109,7 +112,9 @@ void SerializerCameraKesV1Cam::addCalibrations(CameraKes* camera) const {
   std::vector<std::string> const paths = camFiles(folder());
   camera->setMntOffset({0.0, 0.0, static_cast<double>(nominalMNTZOffset)});
   int const count = static_cast<int>(paths.size());
-#pragma omp parallel for schedule(static)
+  // The run time of OpenMP ends the process when it can't start a thread.
+  int const threads = 1 + files::startableThreads(std::min(count, omp_get_max_threads()) - 1);
+#pragma omp parallel for schedule(static) num_threads(threads)
   for (int i = 0; i < count; ++i) {
     try {
       auto geometry = std::make_unique<CalibrationGeometryKes>();

@@ -29,7 +29,7 @@ enum class Resampling { NEAREST, BILINEAR, CUBIC };
 struct OrthoPlan {
   /// Ids of the bands, in the order they have in the orthophoto.
   std::vector<std::string> bands;
-  /// Size of a pixel, metres; see `OrthoGrid`.
+  /// Size of a pixel, metres; see `OrthoGrid`. Between 0.01 and 1024 times the ground sampling distance of each image.
   double gsd = 0.0;
   Resampling resampling = Resampling::CUBIC;
   /// What pixels have that no image saw; those of an image that have this value become the next one.
@@ -69,7 +69,8 @@ using EachStrip = std::function<void(StripVisitor const&)>;
 /// the same the second time; "no band "ID" in the strip, which has ..." for a band that none of them has; a band
 /// without an image, an image that isn't of one band or has another size than the strip says, a value without data that the
 /// images' type can't hold; a map that is neither projected nor geographic; an elevation model that doesn't cover any of the
-/// images; a grid as `OrthoGrid` doesn't allow; and "can't write FILE: " with the reason. What `strips` throws goes through.
+/// images; a size of pixels that isn't in proportion to an image's, "ground sampling distance of <gsd> m isn't between 0.01 and
+/// 1024 times that of the image of band <id>, <gsd> m", since the run would hardly end; a grid as `OrthoGrid` doesn't allow; and "can't write FILE: " with the reason. What `strips` throws goes through.
 KESGDAL_EXPORT void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map,
                                     dsm::RasterElevationSource* surface, OrthoPlan const& plan,
                                     std::string const& fileName, Progress const& progress = {});
