@@ -34,7 +34,7 @@ public:
   /// comes back for its sensor id and version, whatever the type. A calibration that can't be read is passed over without a
   /// word, in favour of one further down the search.
   Camera const* camera(std::string const& sensorId, std::string const& type, unsigned int version);
-  /// The same for a version as text: the number behind the first "v", or the whole. Null when that is no number.
+  /// The same for a version as text: the number after the first "v", or the whole. Null when it isn't a number.
   Camera const* camera(std::string const& sensorId, std::string const& type, std::string const& version);
 
   /// Whether the camera was built before or a folder of that version exists; its files are not opened.
@@ -44,7 +44,7 @@ public:
   /// Appends the names of the version folders ("v" and three characters) of a camera, in no particular order: those of the
   /// first folder with calibrations after which `versions` isn't empty.
   void calibrationVersions(std::string const& sensorId, std::string const& type, std::vector<std::string>& versions);
-  /// The same as numbers; names that are none are left out.
+  /// The same as numbers; names whose rest after the "v" isn't a number are left out.
   std::vector<int> calibrationVersions(std::string const& sensorId, std::string const& type);
   /// The note of a version; empty when there is no such version.
   std::string calibrationVersionInfo(std::string const& sensorId, std::string const& type, unsigned int version);

@@ -53,6 +53,9 @@ public:
   void addCalibrationGeometry(CalibrationGeometryKes* geometry);
   /// The same for a radiometry.
   void addCalibrationRadiometry(CalibrationRadiometryKes* radiometry);
+  /// Takes over both, neither null, each under its band id. When memory is short the camera gets neither.
+  void addCalibrations(std::unique_ptr<CalibrationGeometryKes> geometry,
+                       std::unique_ptr<CalibrationRadiometryKes> radiometry);
   /// Takes over a misalignment, or null for none, in place of the one before, which is freed.
   void setMisalignment(Misalignment* misalignment);
 

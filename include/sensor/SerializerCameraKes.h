@@ -24,7 +24,8 @@ public:
   static std::string cameraFolderName(std::string const& type, std::string const& sensorId);
   /// Name of a version's folder: "v" and at least three digits.
   static std::string versionFolderName(unsigned int const& version);
-  /// The note of a version's folder, or "No calibration info found." when there is none.
+  /// The note of a version's folder, or "No calibration info found." when there is none. The file is UTF-8 or, with a
+  /// byte-order mark, UTF-16.
   static std::string versionInfo(std::string const& folder);
   /// The versions in a camera's folder, the newest first. Of a folder's name only the last digit counts: "v012" is listed as
   /// 2, and equal numbers are all kept.

@@ -52,12 +52,12 @@ public:
                CalibrationRadiometryKesV1* radiometry) const;
   /// Writes one CAM file, without the line of the date when there is none. `mntOffset` is in metres. Throws
   /// std::runtime_error
-  /// "Error while accessing calibration data for " + band id (an object is missing),
+  /// "Error while accessing calibration data for " + the band id of the other object (one is missing),
   /// "Mismatch between geometric and radiometric calibration info.",
   /// "Failed to write calibration file: " + name; the old file then stays.
   void writeCam(std::string const& fileName, CalibrationGeometryKes const* geometry,
                 CalibrationRadiometryKes const* radiometry, geo::XYZPoint mntOffset) const;
-  /// The same for a band of a camera, with its offset.
+  /// The same for a band of a camera, with its offset. The message of missing objects ends in `bandId`.
   void writeCam(std::string const& fileName, CameraKes const* camera, std::string const& bandId) const;
 
 private:

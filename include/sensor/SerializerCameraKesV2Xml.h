@@ -26,7 +26,7 @@ public:
 
   /// Reads the folder: folder and note, misalignment, mount offset, and for each band the geometry and a
   /// `CalibrationRadiometryKesV2` with the rows of PRNU and DSNU. The sensor id is the camera's own, and `readme.txt` isn't
-  /// looked at. A date or time that is none gives a null date. Throws what `KesCalibrationInterface::load` and its
+  /// looked at. An invalid date or time gives a null date. Throws what `KesCalibrationInterface::load` and its
   /// accessors throw, and std::runtime_error
   /// "Currently only left and right non linearity correction supported !" for a line without exactly two curves,
   /// "Invalid width or height" for an image of many rows that have no samples. The camera keeps what was read before.

@@ -19,8 +19,9 @@ namespace xmlFileData {
 /// "DsnuData" in their names, reads them, answers for each band, and writes the geometry back when it was changed.
 ///
 /// In the units of the files: millimetres, degrees and nanometres. What refers to a band throws std::runtime_error
-/// "Sensor data not found (" + band + ")". Before `load` only `findFile` may be called; all else throws std::runtime_error
-/// "No calibration loaded". One thread at a time; after `load`, any number may read.
+/// "Sensor data not found (" + band + ")". Before `load`, and after one that failed, only `load`, `createAt` and `findFile`
+/// may be called; all else throws std::runtime_error "No calibration loaded". One thread at a time; after `load`, any number
+/// may read.
 class KESSENSOR_EXPORT KesCalibrationInterface {
 public:
   /// No file is touched. The folder of the schemas is kept and not used.
@@ -33,7 +34,8 @@ public:
 
   /// Reads all four files; what was read or changed before is gone. Throws what `findFile` and the readers throw, and
   /// std::runtime_error "Error while reading geometric calibration. Unknown version." (or "radiometric", for the sensor
-  /// data, "prnu", "dsnu") for a file whose version isn't 1.0 with any patch.
+  /// data, "prnu", "dsnu") for a file whose version isn't 1.0 with any patch. Nothing is loaded then, and nothing will be
+  /// saved.
   void load();
   /// Path of the one file of the folder whose name has the keyword in it, in any case. Throws std::runtime_error "Could not
   /// find unique file with keyword " + keyword + " in folder " + folder where there is none, or more than one.
@@ -42,7 +44,7 @@ public:
   /// stands before its first and behind its last dot. Throws std::runtime_error "Impossible to create new calibration at "
   /// + new folder + " for " + path, also for a file that is there already: none is overwritten. Files copied before stay.
   void createAt(std::string const& newFolder);
-  /// Writes the geometry over the file that it was read from; throws what `writeGeoCalibData` throws.
+  /// Replaces the geometry file of the folder as a whole; throws what `writeGeoCalibData` throws.
   void save();
 
   /// Each of the following changes the geometry, which then waits to be saved. For the misalignment a stored value s becomes

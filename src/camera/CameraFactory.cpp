@@ -46,7 +46,7 @@ std::unique_ptr<SerializerCameraKes> serializerOf(std::string const& type, std::
   return std::make_unique<SerializerCameraKesV1Cam>(folder);
 }
 
-// The number behind the first "v" of a version, or of the whole text; -1 when that is none.
+// The number after the first "v" of a version, or of the whole text; -1 when no number stands there.
 int versionNumber(std::string const& version) {
   std::size_t const v = version.find('v');
   std::istringstream stream(v == std::string::npos ? version : version.substr(v + 1));

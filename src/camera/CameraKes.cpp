@@ -12,13 +12,28 @@ T* find(std::map<std::string, std::unique_ptr<T>> const& records, std::string co
   return found == records.end() ? nullptr : found->second.get();
 }
 
+// A record as a node of the camera's map, which goes into it without memory of its own.
+template <class T>
+auto nodeOf(std::unique_ptr<T> record) {
+  std::string const bandId = record->bandId();
+  std::map<std::string, std::unique_ptr<T>> alone;
+  alone.emplace(bandId, std::move(record));
+  return alone.extract(alone.begin());
+}
+
+template <class Records>
+void enter(Records& records, typename Records::node_type node) {
+  auto entry = records.insert(std::move(node));
+  if (!entry.inserted) {
+    entry.position->second = std::move(entry.node.mapped());
+  }
+}
+
 // A record that is entered again where it already stands must not be freed by that.
 template <class T>
 void enter(std::map<std::string, std::unique_ptr<T>>& records, T* record) {
-  std::string const& bandId = record->bandId();
-  if (record != find(records, bandId)) {
-    std::unique_ptr<T> owned(record);
-    records[bandId] = std::move(owned);
+  if (record != find(records, record->bandId())) {
+    enter(records, nodeOf(std::unique_ptr<T>(record)));
   }
 }
 
@@ -41,7 +56,7 @@ CameraKes::CameraKes(std::string const& type, std::string const& sensorId, unsig
   serializer.read(this);
 }
 
-// Members would go the other way round, and a map's values in no order that is told; derived calibrations see it.
+// Members would go the other way round, and a map's values in an unspecified order; derived calibrations see it.
 CameraKes::~CameraKes() {
   mMisalignment.reset();
   freeAll(mGeometries);
@@ -92,6 +107,14 @@ void CameraKes::addCalibrationGeometry(CalibrationGeometryKes* geometry) {
 
 void CameraKes::addCalibrationRadiometry(CalibrationRadiometryKes* radiometry) {
   enter(mRadiometries, radiometry);
+}
+
+void CameraKes::addCalibrations(std::unique_ptr<CalibrationGeometryKes> geometry,
+                                std::unique_ptr<CalibrationRadiometryKes> radiometry) {
+  auto geometryNode = nodeOf(std::move(geometry));
+  auto radiometryNode = nodeOf(std::move(radiometry));
+  enter(mGeometries, std::move(geometryNode));
+  enter(mRadiometries, std::move(radiometryNode));
 }
 
 void CameraKes::setMisalignment(Misalignment* misalignment) {

@@ -13,7 +13,7 @@ namespace {
 
 using xmlFileData::CalibrationXml;
 
-// Adds the angles, up to the first that is no number.
+// Adds the angles, up to the first that isn't a number.
 void readMisalignment(CalibrationXml const& xml, KesBQuickInfo& info) {
   for (auto const& [name, angle] : {std::pair("Omega", &info.omega), {"Phi", &info.phi}, {"Kappa", &info.kappa}}) {
     bool isNumber = false;
@@ -30,7 +30,7 @@ bool isWholeCreation(CalibrationXml const& xml) {
          xml.hasAttribute("Remark");
 }
 
-// Adds note and time, of the next element that has one; gives whether that is a time.
+// Adds the note, and the time of the next date; returns whether that is a valid time.
 bool readCreation(CalibrationXml& xml, KesBQuickInfo& info) {
   std::string const note =
       "Made in " + xml.text("Location") + ", " + xml.text("Environment") + " (" + xml.text("Remark") + ")";
@@ -52,7 +52,7 @@ bool readCreation(CalibrationXml& xml, KesBQuickInfo& info) {
 
 std::optional<KesBQuickInfo> quickLook(std::string const& folder) {
   CalibrationXml xml(xmlFileData::KesCalibrationInterface(folder, "").findFile("Geometry"),
-                     CalibrationXml::Errors::withName);
+                     CalibrationXml::Errors::withName, CalibrationXml::Check::alongTheWalk);
   KesBQuickInfo info;
   info.location = folder;
   bool hasMisalignment = false;

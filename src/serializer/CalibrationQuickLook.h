@@ -7,8 +7,10 @@
 
 namespace sensor {
 
-/// Misalignment and creation of the geometry file of a calibration folder, without reading the rest of it. None when the
-/// file can't be opened, or one of the two isn't in it. Throws what `KesCalibrationInterface::findFile` throws.
+/// Misalignment and creation of the geometry file of a calibration folder. What follows both in the file has no effect.
+/// Returns nothing when one of the two is missing, or stands after a place where the file isn't well formed or could exhaust
+/// the memory. Throws what `KesCalibrationInterface::findFile` throws, and std::runtime_error "XML reader: ..." for a file
+/// that can't be read or has no element.
 std::optional<KesBQuickInfo> quickLook(std::string const& folder);
 
 }  // namespace sensor

@@ -25,7 +25,7 @@ namespace {
 
 constexpr float millimetre = 0.001F;
 constexpr double nanometre = 1e-9;
-// The least that a pair of coordinates takes in a file: two digits and what stands behind each of them.
+// The least that a pair of coordinates takes in a file: two digits and what follows each of them.
 constexpr unsigned bytesOfPair = 4;
 
 enum class Keyword {
@@ -119,7 +119,7 @@ std::string const SerializerCameraKesV1Cam::CAM_FILE_ID_OLD = "KEC_CALIBRATION_F
 char const* const SerializerCameraKesV1Cam::CAM_DATE_TIME_FORMAT = "MMM dd hh:mm:ss yyyy";
 char const* const SerializerCameraKesV1Cam::CAM_DATE_TIME_FORMAT_ALT = "MMM d hh:mm:ss yyyy";
 
-// What the header says of the coordinates behind it.
+// What the header says of the coordinates after it.
 struct SerializerCameraKesV1Cam::Header {
   unsigned int count = 12000;
   float pixelSize = 6.5e-6F;

@@ -51,10 +51,15 @@ void addCoordinates(std::string& text, CalibrationGeometryKes const& geometry) {
   text += "END_XY\n";
 }
 
+[[noreturn]] void failWithout(std::string const& bandId) {
+  throw std::runtime_error("Error while accessing calibration data for " + bandId);
+}
+
 void requireOneLine(CalibrationGeometryKes const* geometry, CalibrationRadiometryKes const* radiometry) {
   if (geometry == nullptr || radiometry == nullptr) {
-    throw std::runtime_error("Error while accessing calibration data for " +
-                             (geometry != nullptr ? geometry->bandId() : std::string()));
+    failWithout(geometry != nullptr     ? geometry->bandId()
+                : radiometry != nullptr ? radiometry->bandId()
+                                        : std::string());
   }
   if (geometry->sensorId() != radiometry->sensorId() || geometry->bandId() != radiometry->bandId()) {
     throw std::runtime_error("Mismatch between geometric and radiometric calibration info.");
@@ -93,7 +98,12 @@ void SerializerCameraKesV1Cam::writeCam(std::string const& fileName, Calibration
 
 void SerializerCameraKesV1Cam::writeCam(std::string const& fileName, CameraKes const* camera,
                                         std::string const& bandId) const {
-  writeCam(fileName, camera->calibrationGeometry(bandId), camera->calibrationRadiometry(bandId), camera->mntOffset());
+  auto const* geometry = camera->calibrationGeometry(bandId);
+  auto const* radiometry = camera->calibrationRadiometry(bandId);
+  if (geometry == nullptr && radiometry == nullptr) {
+    failWithout(bandId);
+  }
+  writeCam(fileName, geometry, radiometry, camera->mntOffset());
 }
 
 std::string SerializerCameraKesV1Cam::dateTimeToString(QDateTime const& dateTime) {

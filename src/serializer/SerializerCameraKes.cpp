@@ -6,12 +6,23 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <QString>
+#include <QTextStream>
 
 #include <algorithm>
 #include <functional>
 
 namespace sensor {
+
+namespace {
+
+// The text of a note, by its byte-order mark, which isn't part of it; without one it is UTF-8.
+std::string decoded(QByteArray const& note) {
+  QTextStream stream(note);
+  useUtf8(stream);
+  return stream.readAll().toStdString();
+}
+
+}  // namespace
 
 SerializerCameraKes::SerializerCameraKes(std::string const& folder) : mFolder(folder) {
   std::replace(mFolder.begin(), mFolder.end(), '\\', '/');
@@ -31,13 +42,13 @@ std::string SerializerCameraKes::versionInfo(std::string const& folder) {
   QFileInfo const note(fromUtf8(folder + "/readme.txt"));
   InputFile file(note.absoluteFilePath().toStdString());
   auto const text = file.isOpen() ? file.readAll() : std::nullopt;
-  return text ? QString::fromUtf8(*text).toStdString() : "No calibration info found.";
+  return text ? decoded(*text) : "No calibration info found.";
 }
 
 void SerializerCameraKes::calibrationVersions(std::string const& cameraFolder, std::vector<unsigned int>& versions) {
   versions.clear();
   // The group lies within the repetition and so holds the last digit alone.
-  static QRegularExpression const pattern(QStringLiteral("^v([0-9])+$"));
+  static QRegularExpression const pattern(QRegularExpression::anchoredPattern(QStringLiteral("v([0-9])+")));
   QStringList const names =
       QDir(fromUtf8(cameraFolder))
           .entryList({QStringLiteral("v*")}, QDir::Dirs | QDir::NoDotAndDotDot | QDir::CaseSensitive, QDir::Name);

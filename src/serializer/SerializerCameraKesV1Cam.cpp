@@ -54,8 +54,7 @@ void completeSpectralValues(CalibrationRadiometryKesV1& radiometry, ValuesByBand
 void enterBand(CameraKes& camera, std::unique_ptr<CalibrationGeometryKes> geometry,
                std::unique_ptr<CalibrationRadiometryKesV1> radiometry) {
   try {
-    camera.addCalibrationGeometry(geometry.release());
-    camera.addCalibrationRadiometry(radiometry.release());
+    camera.addCalibrations(std::move(geometry), std::move(radiometry));
   } catch (std::exception const&) {
     return;
   }

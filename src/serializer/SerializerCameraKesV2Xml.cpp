@@ -35,7 +35,7 @@ std::string schemaFolder() {
   return util::getSkerryRoot() + "/etc/schemas";
 }
 
-// Time of a creation; null when date or time of day are none.
+// Time of a creation; null when date or time of day are invalid.
 QDateTime timeOf(Creation const& creation) {
   QDate const date = QDate::fromString(fromUtf8(creation.Date), SerializerCameraKesV2Xml::CAM_DATE_FORMAT_FACTORY);
   QTime const time = QTime::fromString(fromUtf8(creation.Time), SerializerCameraKesV2Xml::CAM_TIME_FORMAT_FACTORY);

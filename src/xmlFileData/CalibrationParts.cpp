@@ -97,9 +97,9 @@ ImageElement<Sample> readImage(CalibrationXml& xml) {
 template ImageElement<float> readImage(CalibrationXml& xml);
 template ImageElement<std::uint16_t> readImage(CalibrationXml& xml);
 
-void enterRoot(CalibrationXml const& xml, char const* root, char const* told, std::string const& fileName,
+void enterRoot(CalibrationXml const& xml, char const* root, char const* reported, std::string const& fileName,
                CalibFileBase& data) {
-  refuseIf(!xml.is(root), std::string("Missing tag (") + told + "): " + fileName);
+  refuseIf(!xml.is(root), std::string("Missing tag (") + reported + "): " + fileName);
   data.setVersion(xml.text("Version", "1.0.0"));
 }
 

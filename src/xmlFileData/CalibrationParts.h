@@ -28,8 +28,8 @@ template <class Sample>
 ImageElement<Sample> readImage(CalibrationXml& xml);
 
 /// Enters the version of the root element, which must have the name `root`; else throws std::runtime_error "XML reader:
-/// Missing tag (" + `told` + "): " + file name.
-void enterRoot(CalibrationXml const& xml, char const* root, char const* told, std::string const& fileName,
+/// Missing tag (" + `reported` + "): " + file name.
+void enterRoot(CalibrationXml const& xml, char const* root, char const* reported, std::string const& fileName,
                CalibFileBase& data);
 
 /// Reads this element when it is `System` or `Creation`; gives whether it was.

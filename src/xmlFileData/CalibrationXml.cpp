@@ -1,7 +1,6 @@
 #include "xmlFileData/CalibrationXml.h"
 
 #include "common/InputFile.h"
-#include "common/XmlMarkup.h"
 #include "xmlFileData/NumberList.h"
 
 #include <stdexcept>
@@ -27,14 +26,10 @@ void refuseIf(bool isWrong, std::string const& message) {
   }
 }
 
-// The parser compares the attributes of an element with each other, so it must not see them where they are too many.
-CalibrationXml::CalibrationXml(std::string const& fileName, Errors errors)
-    : mFileName(fileName), mErrors(errors), mBytes(readBytes(fileName)), mDevice(&mBytes) {
-  if (QString const refusal = sensor::xmlMarkupRefusal(mBytes); !refusal.isEmpty()) {
-    mReader.raiseError(refusal);
-  } else {
-    mDevice.open(QIODevice::ReadOnly);
-    mReader.setDevice(&mDevice);
+CalibrationXml::CalibrationXml(std::string const& fileName, Errors errors, Check check)
+    : mFileName(fileName), mErrors(errors), mText(readBytes(fileName)), mReader(&mText) {
+  if (check == Check::wholeFile && !mText.checkAll()) {
+    mReader.raiseError(mText.refusal());
   }
   bool const hasStart = nextStart();
   if (mReader.error() == QXmlStreamReader::CustomError) {
@@ -57,6 +52,9 @@ bool CalibrationXml::next() {
     return false;
   }
   mReader.readNext();
+  if (mReader.hasError() && mText.endsEarly()) {
+    mReader.raiseError(mText.refusal());
+  }
   checkLimits();
   return !mReader.atEnd();
 }

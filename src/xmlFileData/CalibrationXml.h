@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QBuffer>
-#include <QByteArray>
+#include "xmlFileData/GuardedText.h"
+
 #include <QString>
 #include <QXmlStreamReader>
 
@@ -12,8 +12,9 @@
 
 namespace xmlFileData {
 
-/// Walks one XML calibration file from start to end. What could exhaust the memory or the time is an error of the parser:
-/// a document type declaration, elements nested deeper than 64 levels, more than 256 attributes in one.
+/// Walks one XML calibration file from start to end. What could exhaust the memory or the time is an error of the parser,
+/// at which the walk ends: a document type declaration, elements nested deeper than 64 levels, more than 256 attributes
+/// in one.
 ///
 /// The functions for an element are called at its start and leave the walk at its end. A file that breaks off ends all
 /// elements that are open.
@@ -25,9 +26,12 @@ public:
   /// Whether the parser's errors end with the name of the file.
   enum class Errors { withName, withoutName };
 
+  /// How far the markup of a file is checked: all of it before the walk begins, or as the walk goes on.
+  enum class Check { wholeFile, alongTheWalk };
+
   /// Goes to the first start element. Throws std::runtime_error "XML reader: Can't read file: " + name, "XML reader: Can't
   /// find start element: " + name, and what `checkParser` throws for a file that is refused before.
-  CalibrationXml(std::string const& fileName, Errors errors);
+  CalibrationXml(std::string const& fileName, Errors errors, Check check = Check::wholeFile);
   ~CalibrationXml() = default;
   CalibrationXml(CalibrationXml const&) = delete;
   CalibrationXml& operator=(CalibrationXml const&) = delete;
@@ -64,7 +68,7 @@ public:
   }
 
   /// Attributes of this element; those without a default throw std::runtime_error "XML reader: Missing attribute (" + name +
-  /// ")". A number that is none is 0.
+  /// ")". Text that isn't a number reads as 0.
   Text attribute(char const* name) const;
   bool hasAttribute(char const* name) const;
   std::string text(char const* name) const;
@@ -90,8 +94,7 @@ private:
 
   std::string mFileName;
   Errors mErrors;
-  QByteArray mBytes;
-  QBuffer mDevice;
+  GuardedText mText;
   QXmlStreamReader mReader;
   int mLevel = 0;
 };

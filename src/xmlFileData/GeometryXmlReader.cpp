@@ -44,9 +44,9 @@ GeoSensorHead readHead(CalibrationXml& xml) {
 }
 
 // A list of a grid row that must have been there with `columns` values. The message names the element of a delta grid.
-std::vector<double> checkedList(std::optional<std::vector<double>>& list, int columns, char const* told) {
+std::vector<double> checkedList(std::optional<std::vector<double>>& list, int columns, char const* reported) {
   refuseIf(!list || columns < 0 || list->size() != static_cast<std::size_t>(columns),
-           std::string("Missing or wrong tag (") + told + ")");
+           std::string("Missing or wrong tag (") + reported + ")");
   return *std::move(list);
 }
 

@@ -6,12 +6,13 @@
 #include <xmlFileData/KesBGeoCalibData.h>
 #include <xmlFileData/roundDecimals.h>
 
+#include <QByteArray>
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QXmlStreamWriter>
 
+#include <files/FileReplacement.h>
 #include <stdexcept>
+#include <string_view>
 
 namespace xmlFileData {
 
@@ -143,9 +144,9 @@ void writeSensors(QXmlStreamWriter& writer, KesBGeoCalibData const& data) {
 }
 
 void writeRasterElement(QXmlStreamWriter& writer, DistortionGrid const& grid, char const* name, double value,
-                        std::string const& told) {
+                        std::string const& described) {
   if (!grid.isDelta()) {
-    throw std::runtime_error("no " + told + " for absolute distortion grids");
+    throw std::runtime_error("no " + described + " for absolute distortion grids");
   }
   textElement(writer, name, fixedNumber(value, lengthDecimals));
 }
@@ -191,15 +192,23 @@ void writeDocument(QXmlStreamWriter& writer, KesBGeoCalibData const& data) {
   writer.writeEndDocument();
 }
 
-// What is there and is no regular file is not opened: a FIFO would wait for a reader.
-void writeFile(std::string const& path, KesBGeoCalibData const& data) {
-  QFile file(sensor::fromUtf8(path));
-  QFileInfo const info(file);
-  if ((info.exists() && !info.isFile()) || !file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+void replaceFile(std::string const& path, QByteArray const& text) {
+  if (!files::replaceFile(path, std::string_view(text.constData(), static_cast<std::size_t>(text.size())))) {
     fail("Can't write File: " + path);
   }
-  QXmlStreamWriter writer(&file);
-  writeDocument(writer, data);
+}
+
+// Data that have no place in a file leave the part before them.
+void writeFile(std::string const& path, KesBGeoCalibData const& data) {
+  QByteArray text;
+  QXmlStreamWriter writer(&text);
+  try {
+    writeDocument(writer, data);
+  } catch (std::runtime_error const&) {
+    replaceFile(path, text);
+    throw;
+  }
+  replaceFile(path, text);
 }
 
 }  // namespace

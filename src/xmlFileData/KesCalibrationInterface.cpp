@@ -27,9 +27,9 @@ constexpr char const* sensorKeyword = "SensorData";
 // In the order in which files are looked for and copied.
 constexpr std::array<char const*, 4> keywords{geometryKeyword, prnuKeyword, dsnuKeyword, sensorKeyword};
 
-void checkVersion(CalibFileBase const& file, std::string const& told) {
+void checkVersion(CalibFileBase const& file, std::string const& kind) {
   if (file.version().major != 1 || file.version().minor != 0) {
-    throw std::runtime_error("Error while reading " + told + " calibration. Unknown version.");
+    throw std::runtime_error("Error while reading " + kind + " calibration. Unknown version.");
   }
 }
 
@@ -81,25 +81,31 @@ void KesCalibrationInterface::drop() {
 
 void KesCalibrationInterface::load() {
   drop();
-  mDsnu = std::make_unique<KesBDsnuData>();
-  mPrnu = std::make_unique<KesBPrnuData>();
-  mSensorCorrection = std::make_unique<KesBSensorCorrectionData>();
-  mGeometry = std::make_unique<KesBGeoCalibData>();
+  auto dsnu = std::make_unique<KesBDsnuData>();
+  auto prnu = std::make_unique<KesBPrnuData>();
+  auto sensorCorrection = std::make_unique<KesBSensorCorrectionData>();
+  auto geometry = std::make_unique<KesBGeoCalibData>();
   std::string const geometryFile = findFile(geometryKeyword);
   std::string const prnuFile = findFile(prnuKeyword);
   std::string const dsnuFile = findFile(dsnuKeyword);
   std::string const sensorFile = findFile(sensorKeyword);
-  readGeoCalibData(geometryFile, *mGeometry);
-  checkVersion(*mGeometry, "geometric");
-  readSensorCorrectionData(sensorFile, *mSensorCorrection);
-  checkVersion(*mSensorCorrection, "radiometric");
-  readPrnuData(prnuFile, *mPrnu);
-  checkVersion(*mPrnu, "prnu");
-  readDsnuData(dsnuFile, *mDsnu);
-  checkVersion(*mDsnu, "dsnu");
-  for (auto const& [index, sensor] : mGeometry->sensors()) {
-    mBands.emplace(sensor.gridView().channel(), index);
+  readGeoCalibData(geometryFile, *geometry);
+  checkVersion(*geometry, "geometric");
+  readSensorCorrectionData(sensorFile, *sensorCorrection);
+  checkVersion(*sensorCorrection, "radiometric");
+  readPrnuData(prnuFile, *prnu);
+  checkVersion(*prnu, "prnu");
+  readDsnuData(dsnuFile, *dsnu);
+  checkVersion(*dsnu, "dsnu");
+  std::map<std::string, int> bands;
+  for (auto const& [index, sensor] : geometry->sensors()) {
+    bands.emplace(sensor.gridView().channel(), index);
   }
+  mDsnu = std::move(dsnu);
+  mPrnu = std::move(prnu);
+  mSensorCorrection = std::move(sensorCorrection);
+  mGeometry = std::move(geometry);
+  mBands = std::move(bands);
 }
 
 std::string KesCalibrationInterface::findFile(std::string const& keyword) const {

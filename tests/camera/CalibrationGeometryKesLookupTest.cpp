@@ -64,6 +64,14 @@ TEST(CalibrationGeometryKesLookup, LastSampleIsTheLastEntry) {
   EXPECT_EQ(focalOf(table.line(), 19.0).y, static_cast<double>(table.y[19]));
 }
 
+// As a float this sample would be the last one, which lies on the chord.
+TEST(CalibrationGeometryKesLookup, SampleJustBeforeTheLastLiesInTheLastInterval) {
+  LineTable const table = bentTable(20, 20);
+  double const sample = 19.0 - 1e-12;
+  EXPECT_EQ(focalOf(table.line(), sample).x, between(table.x[18], table.x[19], sample - 18.0));
+  EXPECT_NE(focalOf(table.line(), sample).x, between(table.x[0], table.x[19], sample / 19.0));
+}
+
 // Nine entries for 17 samples: an entry every second sample.
 TEST(CalibrationGeometryKesLookup, SparseTableIsStretchedOverTheLine) {
   LineTable const table = bentTable(17, 9);
@@ -155,6 +163,13 @@ TEST(CalibrationGeometryKesLookup, TwoEntriesAreAStraightLine) {
   expectSample(table, 2.0, 6.0);
   expectSample(table, -0.5, 1.0);
   EXPECT_EQ(focalOf(table.line(), 7.5).x, 5.0);
+}
+
+// 2^24 + 1 samples: their count less one is 2^24, but as a float less one it would be 2^24 - 1, the mean scale.
+TEST(CalibrationGeometryKesLookup, EndOfALongLineIsTakenInDouble) {
+  LineTable const table{16777217, {0, 1}, {0, 1}};
+  EXPECT_EQ(sampleOf(table.line(), 1.0), 16777216.0);
+  EXPECT_EQ(floatSampleOf(table.line(), 1.0F), 16777215.0F);
 }
 
 // Eleven samples less one over three entries less one aren't a float: rounded down, as here, the last samples of the line

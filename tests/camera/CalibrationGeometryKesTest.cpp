@@ -47,6 +47,30 @@ TEST(CalibrationGeometryKes, KeepsWhatItIsGiven) {
   EXPECT_TRUE(line.isReverse());
 }
 
+TEST(CalibrationGeometryKes, IsFullWithAnEntryForEachOfTwoSamplesOrMore) {
+  auto const isFull = [](int samples, std::size_t xs, std::size_t ys) {
+    CalibrationGeometryKes line;
+    std::vector<float> const y(ys, 1.0F);
+    try {
+      line.setPixelData(1.0F, samples, samples, std::vector<float>(xs), y);
+    } catch (std::runtime_error const&) {
+      // The tables are there, and the numbers of the line before.
+      line.setPixelData(1.0F, samples, samples, std::vector<float>(2), std::vector<float>(2));
+      EXPECT_THROW(line.setPixelData(1.0F, samples, samples, std::vector<float>(xs), y), std::runtime_error);
+    }
+    return line.isFull();
+  };
+  EXPECT_FALSE(CalibrationGeometryKes().isFull());
+  EXPECT_FALSE(isFull(1, 1, 1));
+  EXPECT_TRUE(isFull(2, 2, 2));
+  EXPECT_TRUE(isFull(7, 7, 7));
+  EXPECT_FALSE(isFull(3, 2, 2));
+  EXPECT_FALSE(isFull(2, 3, 3));
+  EXPECT_FALSE(isFull(-1, 2, 2));
+  EXPECT_FALSE(isFull(2, 3, 2));
+  EXPECT_FALSE(isFull(2, 2, 3));
+}
+
 TEST(CalibrationGeometryKes, FirstTwoEntriesTellWhetherALineIsReverse) {
   auto const isReverse = [](std::vector<float> const& y) {
     CalibrationGeometryKes line;

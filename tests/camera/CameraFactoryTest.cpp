@@ -10,6 +10,7 @@
 #include <QSettings>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
 namespace {
@@ -46,6 +47,18 @@ private:
   static inline int sCount = 0;
   std::string mId = testing::UnitTest::GetInstance()->current_test_info()->name() + std::to_string(++sCount);
 };
+
+// The factory of another process, which has none yet.
+TEST(NewCameraFactory, HasTheFolderOfTheSetting) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  test::TempFolder const folder;
+  auto const look = [&] {
+    util::setSkerryIni(folder.file("settings.ini", "[Calibrations]\nlocation=/some/where\n"));
+    auto const& paths = CameraFactory::instance()->searchPaths();
+    std::_Exit(paths == std::vector<std::string>{"/some/where"} ? 7 : 1);
+  };
+  EXPECT_EXIT(look(), testing::ExitedWithCode(7), "");
+}
 
 TEST_F(CameraFactoryOf, WithoutFoldersThereIsNoCamera) {
   EXPECT_TRUE(factory().searchPaths().empty());
@@ -140,6 +153,49 @@ TEST_F(CameraFactoryOf, VersionMayBeAText) {
   EXPECT_TRUE(factory().validateCamera(id(), "KESA0", std::string("v003")));
 }
 
+TEST_F(CameraFactoryOf, TextWithoutANumberIsNotVersionZero) {
+  write("one", "v000");
+  factory().addSearchPath(mFolder / "one");
+  Camera const* zero = camera(0);
+  ASSERT_NE(zero, nullptr);
+  for (char const* text : {"0", "v0", "v000", "-0"}) {
+    EXPECT_EQ(factory().camera(id(), "KESA0", std::string(text)), zero) << text;
+    EXPECT_TRUE(factory().validateCamera(id(), "KESA0", std::string(text))) << text;
+  }
+  for (char const* text : {"x", "", "v", "-1", "v-1", "vv0", "v99999999999", "v-99999999999"}) {
+    EXPECT_EQ(factory().camera(id(), "KESA0", std::string(text)), nullptr) << text;
+    EXPECT_FALSE(factory().validateCamera(id(), "KESA0", std::string(text))) << text;
+  }
+}
+
+TEST_F(CameraFactoryOf, BlankAndSignBelongToTheNumberOfAFolder) {
+  for (char const* name : {"v 12", "v-12", "v+34", "v1 2", "v12 ", "v\t56", "v0x1", "v---"}) {
+    mFolder.folder("one/KESA0_" + id() + "/" + name);
+  }
+  factory().addSearchPath(mFolder / "one");
+  std::vector<int> numbers = factory().calibrationVersions(id(), "KESA0");
+  std::sort(numbers.begin(), numbers.end());
+  EXPECT_EQ(numbers, (std::vector<int>{-12, 12, 34, 56}));
+}
+
+TEST_F(CameraFactoryOf, CalibrationThatCantBeReadLeavesNoNote) {
+  write("bad", "v001", "bad");
+  mFolder.file("bad/KESA0_" + id() + "/v001/misalignment.dat", "nonsense");
+  mFolder.file("worse/KESA0_" + id() + "/v001/misalignment.dat", test::misalignmentText);
+  mFolder.file("worse/KESA0_" + id() + "/v001/PANN00A.cam", "nonsense");
+  mFolder.file("bad/HDB00_" + id() + "/v001/a_Geometry.xml", "nonsense");
+  factory().addSearchPath(mFolder / "bad");
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(camera(1), nullptr);
+  EXPECT_EQ(camera(1, "HDB00"), nullptr);
+  EXPECT_ANY_THROW(factory().getCalibrationInformation(id(), "HDB00", 1));
+  factory().addSearchPath(mFolder / "worse");
+  EXPECT_NE(camera(1), nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 TEST_F(CameraFactoryOf, ValidationLooksForTheFolderAlone) {
   mFolder.folder("one/KESA0_" + id() + "/v007");
   factory().addSearchPath(mFolder / "one");
@@ -219,6 +275,16 @@ TEST_F(Adjustment, AdjustedCameraIsWrittenAndTheOriginalComesBack) {
   auto const* fresh = dynamic_cast<sensor::CalibrationGeometryKes*>(camera(1)->calibrationGeometry("PANN00A"));
   ASSERT_NE(fresh, nullptr);
   EXPECT_FLOAT_EQ(fresh->coordX(0), 0.001F);
+}
+
+TEST_F(Adjustment, OriginalIsReadBeforeTheWriterReturns) {
+  write("one", "v001");
+  factory().addSearchPath(mFolder / "one");
+  setOutput(mFolder / "out");
+  factory().writeAdjustedCamera(camera(1));
+  std::filesystem::remove_all(mFolder / "one");
+  ASSERT_NE(camera(1), nullptr);
+  EXPECT_EQ(camera(1)->versionInfo(), "A note.\n");
 }
 
 TEST_F(Adjustment, CameraThatIsntInTheFactoryIsWrittenAndNothingReloaded) {

@@ -6,8 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -17,17 +20,31 @@ using sensor::CameraKes;
 
 static_assert(!std::is_copy_constructible_v<CameraKes> && !std::is_copy_assignable_v<CameraKes>);
 
-// Counts how many objects it has alive.
-class CountedGeometry : public CalibrationGeometryKes {
+// Counts how many objects it has alive, and logs which of them end.
+template <class Calibration>
+class Counted : public Calibration {
 public:
-  CountedGeometry() { ++alive; }
-  ~CountedGeometry() override { --alive; }
-  CountedGeometry(CountedGeometry const&) = delete;
-  CountedGeometry& operator=(CountedGeometry const&) = delete;
-  static int alive;
+  explicit Counted(std::string const& bandId, std::function<void(std::string const&)> log = nullptr)
+      : mLog(std::move(log)) {
+    this->setBandId(bandId);
+    ++alive;
+  }
+  ~Counted() override {
+    if (mLog) {
+      mLog(Calibration::bandId());
+    }
+    --alive;
+  }
+  Counted(Counted const&) = delete;
+  Counted& operator=(Counted const&) = delete;
+  static inline int alive = 0;
+
+private:
+  std::function<void(std::string const&)> mLog;
 };
 
-int CountedGeometry::alive = 0;
+using CountedGeometry = Counted<CalibrationGeometryKes>;
+using CountedRadiometry = Counted<CalibrationRadiometryKesV1>;
 
 class NoFiles : public sensor::SerializerCameraKes {
 public:
@@ -42,9 +59,7 @@ public:
 };
 
 CalibrationGeometryKes* geometry(std::string const& bandId) {
-  auto* made = new CountedGeometry;
-  made->setBandId(bandId);
-  return made;
+  return new CountedGeometry(bandId);
 }
 
 TEST(CameraKes, IsWhatItWasMadeOfAndWhatTheSerializerRead) {
@@ -54,6 +69,8 @@ TEST(CameraKes, IsWhatItWasMadeOfAndWhatTheSerializerRead) {
   EXPECT_EQ(camera.version(), 4U);
   EXPECT_EQ(camera.versionInfo(), "");
   EXPECT_EQ(camera.calibrationFolder(), "C:/a/b");
+  EXPECT_EQ(camera.mntOffset().x, 0.0);
+  EXPECT_EQ(camera.mntOffset().y, 0.0);
   EXPECT_EQ(camera.mntOffset().z, 0.0);
   EXPECT_EQ(camera.misalignment(), nullptr);
 }
@@ -93,6 +110,92 @@ TEST(CameraKes, SecondCalibrationOfABandReplacesAndFreesTheFirst) {
   EXPECT_EQ(CountedGeometry::alive, 0);
 }
 
+TEST(CameraKes, SecondRadiometryOfABandReplacesAndFreesTheFirst) {
+  {
+    CameraKes camera("KESA0", "007", 4, NoFiles());
+    camera.addCalibrationRadiometry(new CountedRadiometry("PANN00A"));
+    auto* second = new CountedRadiometry("PANN00A");
+    camera.addCalibrationRadiometry(second);
+    EXPECT_EQ(camera.calibrationRadiometry("PANN00A"), second);
+    EXPECT_EQ(CountedRadiometry::alive, 1);
+  }
+  EXPECT_EQ(CountedRadiometry::alive, 0);
+}
+
+TEST(CameraKes, CalibrationThatIsEnteredAgainStays) {
+  {
+    CameraKes camera("KESA0", "007", 4, NoFiles());
+    auto* line = geometry("PANN00A");
+    auto* radiometry = new CountedRadiometry("PANN00A");
+    for (int i = 0; i < 2; ++i) {
+      camera.addCalibrationGeometry(line);
+      camera.addCalibrationRadiometry(radiometry);
+    }
+    EXPECT_EQ(camera.calibrationGeometry("PANN00A"), line);
+    EXPECT_EQ(camera.calibrationRadiometry("PANN00A"), radiometry);
+    EXPECT_EQ(CountedGeometry::alive, 1);
+    EXPECT_EQ(CountedRadiometry::alive, 1);
+    std::vector<std::string> ids;
+    camera.bandIds(ids);
+    EXPECT_EQ(ids, (std::vector<std::string>{"PANN00A"}));
+  }
+  EXPECT_EQ(CountedGeometry::alive, 0);
+  EXPECT_EQ(CountedRadiometry::alive, 0);
+}
+
+TEST(CameraKes, PairOfCalibrationsReplacesTheOneBefore) {
+  {
+    CameraKes camera("KESA0", "007", 4, NoFiles());
+    camera.addCalibrationGeometry(geometry("PANN00A"));
+    camera.addCalibrationRadiometry(new CountedRadiometry("PANN00A"));
+    auto line = std::make_unique<CountedGeometry>("PANN00A");
+    auto radiometry = std::make_unique<CountedRadiometry>("PANN00A");
+    auto const* const newLine = line.get();
+    auto const* const newRadiometry = radiometry.get();
+    camera.addCalibrations(std::move(line), std::move(radiometry));
+    EXPECT_EQ(camera.calibrationGeometry("PANN00A"), newLine);
+    EXPECT_EQ(camera.calibrationRadiometry("PANN00A"), newRadiometry);
+    EXPECT_EQ(CountedGeometry::alive, 1);
+    EXPECT_EQ(CountedRadiometry::alive, 1);
+    camera.addCalibrations(std::make_unique<CountedGeometry>("A"), std::make_unique<CountedRadiometry>("B"));
+    EXPECT_NE(camera.calibrationGeometry("A"), nullptr);
+    EXPECT_NE(camera.calibrationRadiometry("B"), nullptr);
+  }
+  EXPECT_EQ(CountedGeometry::alive, 0);
+  EXPECT_EQ(CountedRadiometry::alive, 0);
+}
+
+TEST(CameraKes, FreesMisalignmentThenGeometriesThenRadiometries) {
+  std::vector<std::string> log;
+  {
+    CameraKes camera("KESA0", "007", 4, NoFiles());
+    auto const note = [&](std::string const& kind) {
+      return [&, kind](std::string const& bandId) {
+        log.push_back(kind + bandId + (camera.misalignment() == nullptr ? "" : " before the misalignment"));
+      };
+    };
+    camera.setMisalignment(new sensor::Misalignment);
+    for (char const* bandId : {"B", "C", "A"}) {
+      camera.addCalibrationRadiometry(new CountedRadiometry(bandId, note("radiometry ")));
+      camera.addCalibrationGeometry(new CountedGeometry(bandId, note("geometry ")));
+    }
+  }
+  EXPECT_EQ(log, (std::vector<std::string>{"geometry A", "geometry B", "geometry C", "radiometry A", "radiometry B",
+                                           "radiometry C"}));
+}
+
+TEST(CameraKes, MisalignmentThatIsSetAgainStays) {
+  CameraKes camera("KESA0", "007", 4, NoFiles());
+  auto* misalignment = new sensor::Misalignment;
+  misalignment->setValues(1, 2, 3, 4, 5, 6);
+  camera.setMisalignment(misalignment);
+  camera.setMisalignment(misalignment);
+  EXPECT_EQ(camera.misalignment(), misalignment);
+  EXPECT_EQ(camera.misalignment()->kappa(), 3.0);
+  camera.setMisalignment(nullptr);
+  EXPECT_EQ(camera.misalignment(), nullptr);
+}
+
 TEST(CameraKes, KeyIsTheBandIdAtTheTimeOfAdding) {
   CameraKes camera("KESA0", "007", 4, NoFiles());
   auto* added = geometry("BEFORE");
@@ -116,7 +219,9 @@ TEST(CameraKes, SettersChangeWhatTheyName) {
   EXPECT_EQ(camera.sensorId(), "s");
   EXPECT_EQ(camera.version(), 9U);
   EXPECT_EQ(camera.versionInfo(), "i");
+  EXPECT_EQ(camera.mntOffset().x, 1.0);
   EXPECT_EQ(camera.mntOffset().y, 2.0);
+  EXPECT_EQ(camera.mntOffset().z, 3.0);
   EXPECT_EQ(camera.misalignment(), second);
 }
 

@@ -4,6 +4,7 @@
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>
 
+#include <array>
 #include <locale>
 #include <sys/stat.h>
 
@@ -47,6 +48,29 @@ TEST(Misalignment, NaNEqualsAnything) {
   EXPECT_FALSE(a == b);
 }
 
+TEST(Misalignment, EachOfItsValuesCounts) {
+  using Values = std::array<double, 6>;
+  auto const of = [](Values const& v) {
+    Misalignment m;
+    m.setValues(v[0], v[1], v[2], v[3], v[4], v[5]);
+    return m;
+  };
+  Values const values{1, 2, 3, 4, 5, 6};
+  EXPECT_TRUE(of(values) == of(values));
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    for (double const factor : {1 - 1e-15, 1 + 1e-15, -1.0}) {
+      Values other = values;
+      other[i] *= factor;
+      EXPECT_FALSE(of(values) == of(other)) << i;
+      EXPECT_FALSE(of(other) == of(values)) << i;
+    }
+    Values unknown = values;
+    unknown[i] = std::nan("");
+    EXPECT_TRUE(of(values) == of(unknown)) << i;
+    EXPECT_TRUE(of(unknown) == of(values)) << i;
+  }
+}
+
 TEST(SerializerMisalignmentV1Dat, FileHasValuesAndDeviationsInTurns) {
   test::TempFolder const folder;
   Misalignment const m = readText(folder, "# a comment\n#another\n1 4 2 5\t3  6 and more\nignored\n");
@@ -77,6 +101,18 @@ TEST(SerializerMisalignmentV1Dat, LinesWithoutSixNumbersAreQuoted) {
   EXPECT_MESSAGE(readText(folder, "# c\n\n1 2 3 4 5 6\n"), start + "()");
   EXPECT_MESSAGE(readText(folder, "1 2 3 4 5\n6\n"), start + "(1 2 3 4 5)");
   EXPECT_MESSAGE(readText(folder, "1 2 x 4 5 6\n"), start + "(1 2 x 4 5 6)");
+}
+
+TEST(SerializerMisalignmentV1Dat, NumbersAreThoseOfAStream) {
+  test::TempFolder const folder;
+  EXPECT_EQ(readText(folder, "1 2 3 4 5 6abc\n").stdDevKappa(), 6.0);
+  EXPECT_EQ(readText(folder, "1 2 3 4 5 0x10\n").stdDevKappa(), 0.0);
+  EXPECT_EQ(readText(folder, " +1 2. .5 4e1 -5E-1 6\n").kappa(), -0.5);
+  std::string const start = "Parse error in file: " + (folder / "misalignment.dat");
+  for (std::string const line : {"nan 2 3 4 5 6", "1 2 3 4 5 nan", "1 2 3 4 5 inf", "1 2 3 4 5 1e999",
+                                 "-1e999 2 3 4 5 6", "1 2 3 4 5abc 6", "1,5 2 3 4 5 6", "1 2 3 4 5 "}) {
+    EXPECT_MESSAGE(readText(folder, line + "\n"), start + "(" + line + ")");
+  }
 }
 
 TEST(SerializerMisalignmentV1Dat, FailedReadLeavesTheTarget) {

@@ -101,6 +101,62 @@ TEST_F(XmlCameraFactory, QuickLookEndsWhereItHasSeenBoth) {
   EXPECT_EQ(quickInfo().kappa, 0.3);
 }
 
+std::string attributes(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += " a" + std::to_string(i) + "='1'";
+  }
+  return text;
+}
+
+TEST_F(XmlCameraFactory, QuickLookMindsNothingAfterBoth) {
+  std::string const start = mFiles.geometry.substr(0, mFiles.geometry.find("<Sensors>"));
+  std::string const text = mFiles.geometry.substr(mFiles.geometry.find("<Sensors>"));
+  std::string deep;
+  for (int i = 0; i < 100; ++i) {
+    deep += "<d>";
+  }
+  for (std::string const& hostile : {"<many" + attributes(1000) + "/>", deep, std::string("<!DOCTYPE x>"),
+                                     std::string(100000, ' ') + "<many" + attributes(1000) + "/>"}) {
+    mFiles.geometry = start + hostile + text;
+    write();
+    EXPECT_EQ(quickInfo().kappa, 0.3);
+    EXPECT_EQ(quickInfo().creationInfo, "Made in Works, Bench (first)");
+    EXPECT_EQ(camera(), nullptr);
+  }
+}
+
+TEST_F(XmlCameraFactory, QuickLookIsGuardedAsFarAsItWalks) {
+  for (std::string const& hostile : {"<many" + attributes(257) + "/>", "<!DOCTYPE x>" + mFiles.geometry}) {
+    mFiles.geometry = with(XmlFolder().geometry, "<Misalignment_deg", hostile + "<Misalignment_deg");
+    write();
+    EXPECT_MESSAGE(quickInfo(), noInfo());
+  }
+  mFiles.geometry = with(XmlFolder().geometry, "<Misalignment_deg", "<many" + attributes(256) + "/><Misalignment_deg");
+  write();
+  EXPECT_EQ(quickInfo().kappa, 0.3);
+}
+
+// The creation stands before the misalignment in the file; here another misalignment stands before it.
+TEST_F(XmlCameraFactory, QuickLookTakesTheLastMisalignmentUpToTheCreation) {
+  mFiles.geometry = with(mFiles.geometry, "<Creation",
+                         "<Misalignment_deg Omega=\"7\" Phi=\"8\" Kappa=\"9\"/>"
+                         "<Misalignment_deg Omega=\"4\" Phi=\"5\" Kappa=\"6\"/><Creation");
+  write();
+  EXPECT_EQ(quickInfo().omega, 4.0);
+  EXPECT_EQ(quickInfo().phi, 5.0);
+  EXPECT_EQ(quickInfo().kappa, 6.0);
+}
+
+TEST_F(XmlCameraFactory, QuickLookGoesOnAfterACreationThatIsntWhole) {
+  mFiles.geometry = with(mFiles.geometry, "<Creation",
+                         "<Creation Name=\"\" Location=\"no\" Environment=\"no\"/><Creation Name=\"\" "
+                         "Location=\"no\" Environment=\"no\" Remark=\"no\"><DateTime Date=\"20101301\" "
+                         "Time=\"000000\"/></Creation><Creation");
+  write();
+  EXPECT_EQ(quickInfo().creationInfo, "Made in Works, Bench (first)");
+}
+
 TEST_F(XmlCameraFactory, QuickLookDoesntMindTheRoot) {
   mFiles.geometry =
       "<a><b>" +

@@ -184,8 +184,10 @@ TEST_F(CamReader, TextsEndAtTheClosingQuoteOfTheLine) {
   EXPECT_EQ(mGeometry.calibSource(), "Test bench\" ");
   read(with("\"Test bench\"", "no quotes"));
   EXPECT_EQ(mGeometry.calibSource(), "CALIBRATION_SOURCE\tno quotes");
-  read(with("\"Test bench\"", "\"\""));
-  EXPECT_EQ(mGeometry.calibSource(), "");
+  for (char const* none : {"\"\"", "\"", "no text\""}) {
+    read(with("\"Test bench\"", none));
+    EXPECT_EQ(mGeometry.calibSource(), "") << none;
+  }
 }
 
 TEST_F(CamReader, DatesHaveOneOrTwoDigitsForTheDay) {

@@ -138,7 +138,9 @@ TEST_F(CamWriter, WrittenFileReadsBackWithoutItsSpectralValues) {
 TEST_F(CamWriter, MissingObjectsAreNamed) {
   EXPECT_MESSAGE(write(nullptr), "Error while accessing calibration data for PANN00A");
   SerializerCameraKesV1Cam const serializer(mFolder.path());
-  EXPECT_MESSAGE(serializer.writeCam(name(), nullptr, &mRadiometry, {}), "Error while accessing calibration data for ");
+  EXPECT_MESSAGE(serializer.writeCam(name(), nullptr, &mRadiometry, {}),
+                 "Error while accessing calibration data for PANN00A");
+  EXPECT_MESSAGE(serializer.writeCam(name(), nullptr, nullptr, {}), "Error while accessing calibration data for ");
 }
 
 TEST_F(CamWriter, ObjectsOfDifferentLinesAreRefused) {

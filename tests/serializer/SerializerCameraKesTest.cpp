@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sys/stat.h>
 
 namespace {
@@ -24,6 +25,44 @@ TEST(SerializerCameraKes, NoteIsTheWholeTextOfItsFile) {
   EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "");
   folder.file("readme.txt", "two\nlines, m\xC3\xA4\xC3\x9Fig\n");
   EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), "two\nlines, m\xC3\xA4\xC3\x9Fig\n");
+}
+
+TEST(SerializerCameraKes, NoteMayHaveAByteOrderMarkThatIsntPartOfIt) {
+  test::TempFolder const folder;
+  std::string const text = "m\xC3\xA4\xC3\x9Fig\r\n";
+  auto const noteOf = [&](std::string const& bytes) {
+    folder.file("readme.txt", bytes);
+    return SerializerCameraKes::versionInfo(folder.path());
+  };
+  using namespace std::string_literals;
+  EXPECT_EQ(noteOf("\xEF\xBB\xBF" + text), text);
+  EXPECT_EQ(noteOf("\xFF\xFEm\0\xE4\0\xDF\0i\0g\0\r\0\n\0"s), text);
+  EXPECT_EQ(noteOf("\xFE\xFF\0m\0\xE4\0\xDF\0i\0g\0\r\0\n"s), text);
+  EXPECT_EQ(noteOf("\xFF\xFE"), "");
+  // A mark within the text belongs to it.
+  EXPECT_EQ(noteOf("a\xEF\xBB\xBF" + text), "a\xEF\xBB\xBF" + text);
+}
+
+TEST(SerializerCameraKes, LongNoteIsWhole) {
+  test::TempFolder const folder;
+  std::string text = "x";
+  for (int i = 0; i < 50000; ++i) {
+    text += "\xE2\x82\xAC";
+  }
+  folder.file("readme.txt", text);
+  EXPECT_EQ(SerializerCameraKes::versionInfo(folder.path()), text);
+}
+
+TEST(SerializerCameraKes, FolderOfANoteMayBeRelative) {
+  test::TempFolder const folder;
+  folder.file("a/readme.txt", "a note");
+  std::filesystem::path const before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  std::string const note = SerializerCameraKes::versionInfo("a");
+  std::string const parent = SerializerCameraKes::versionInfo("a/../a");
+  std::filesystem::current_path(before);
+  EXPECT_EQ(note, "a note");
+  EXPECT_EQ(parent, "a note");
 }
 
 TEST(SerializerCameraKes, NoteThatIsNoFileIsNone) {
@@ -80,7 +119,9 @@ TEST(SerializerCameraKes, LastDigitOfAVersionFolderCounts) {
 }
 
 TEST(SerializerCameraKes, OtherNamesAreNotListed) {
-  EXPECT_TRUE(versionsOf({"v1x", "V001", "v", "w001", "xv001"}).empty());
+  EXPECT_TRUE(versionsOf({"v1x", "V001", "v", "w001", "xv001", "v5\n", "\nv5", "v5\nv6", "v 5", "v-5", "v5 "}).empty());
+  // Digits of another script.
+  EXPECT_TRUE(versionsOf({"v\xD9\xA5"}).empty());
 }
 
 TEST(SerializerCameraKes, FilesAndMissingFoldersAreNotListed) {

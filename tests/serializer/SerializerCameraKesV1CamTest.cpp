@@ -2,7 +2,7 @@
 #include "support/Matchers.h"
 
 #include <sensor/CalibrationGeometryKes.h>
-#include <sensor/CalibrationRadiometryKes.h>
+#include <sensor/CalibrationRadiometryKesV1.h>
 #include <sensor/CameraKes.h>
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
@@ -94,6 +94,61 @@ TEST_F(CamFolder, WithoutAMisalignmentThereIsNoCamera) {
   test::TempFolder const empty;
   EXPECT_MESSAGE(CameraKes("KESA0", "007", 1, SerializerCameraKesV1Cam(empty.path())),
                  "Failed to open misalignment file: " + (empty / "misalignment.dat"));
+}
+
+// Fills a camera with nothing.
+class NoSerializer : public sensor::SerializerCameraKes {
+public:
+  NoSerializer() : SerializerCameraKes("") {}
+  void read(CameraKes* /*camera*/) const override {}
+  void write(CameraKes const* /*camera*/) const override {}
+};
+
+TEST_F(CamFolder, FailingMisalignmentLeavesNoteAndFolderAlone) {
+  std::string const name = mFolder.file("misalignment.dat", "nonsense");
+  mFolder.file("readme.txt", "a note");
+  mFolder.file("a.cam", camText("ONE"));
+  CameraKes camera("KESA0", "007", 1, NoSerializer());
+  auto* const before = new sensor::Misalignment;
+  camera.setMisalignment(before);
+  camera.setMntOffset({1, 2, 3});
+  EXPECT_MESSAGE(SerializerCameraKesV1Cam(mFolder.path()).read(&camera), "Parse error in file: " + name + "(nonsense)");
+  EXPECT_EQ(camera.versionInfo(), "a note");
+  EXPECT_EQ(camera.calibrationFolder(), mFolder.path());
+  EXPECT_EQ(camera.misalignment(), before);
+  EXPECT_EQ(camera.mntOffset().z, 3.0);
+  EXPECT_EQ(camera.calibrationGeometry("ONE"), nullptr);
+}
+
+TEST_F(CamFolder, CameraWithoutAMisalignmentIsWrittenWithoutOne) {
+  CameraKes const camera("KESA0", "007", 1, NoSerializer());
+  test::TempFolder const out;
+  SerializerCameraKesV1Cam(out.path()).write(&camera);
+  EXPECT_EQ(test::entryCount(out.path()), 0);
+}
+
+TEST_F(CamFolder, WriterNamesTheBandThatHasNoCalibration) {
+  CameraKes camera("KESA0", "007", 1, NoSerializer());
+  std::string const message = "Error while accessing calibration data for ";
+  SerializerCameraKesV1Cam const serializer(mFolder.path());
+  EXPECT_MESSAGE(serializer.writeCam(mFolder / "out.cam", &camera, "NONE"), message + "NONE");
+  auto geometry = std::make_unique<sensor::CalibrationGeometryKes>();
+  geometry->setBandId("ONE");
+  camera.addCalibrationGeometry(geometry.release());
+  EXPECT_MESSAGE(serializer.writeCam(mFolder / "out.cam", &camera, "ONE"), message + "ONE");
+  auto radiometry = std::make_unique<sensor::CalibrationRadiometryKesV1>();
+  radiometry->setBandId("TWO");
+  camera.addCalibrationRadiometry(radiometry.release());
+  EXPECT_MESSAGE(serializer.writeCam(mFolder / "out.cam", &camera, "TWO"), message + "TWO");
+  EXPECT_FALSE(test::exists(mFolder / "out.cam"));
+}
+
+TEST_F(CamFolder, OffsetOfTheCameraIsWritten) {
+  mFolder.file("a.cam", camText("ONE"));
+  auto const camera = read();
+  camera->setMntOffset({1, 2, 0.25});
+  SerializerCameraKesV1Cam(mFolder.path()).writeCam(mFolder / "out.cam", camera.get(), "ONE");
+  EXPECT_THAT(test::contents(mFolder / "out.cam"), testing::HasSubstr("MNT_Z_OFFSET\t0.25000\n"));
 }
 
 TEST_F(CamFolder, SpectralTableCompletesTheFiles) {

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QXmlStreamWriter>
 
+#include <filesystem>
 #include <limits>
 #include <sys/stat.h>
 
@@ -146,6 +147,8 @@ TEST_F(GeometryXmlWriter, WithoutSystemOrCreationTheFileIsLeftAsFarAsItGot) {
   data.setSystem({"HDB00", {}});
   EXPECT_MESSAGE(writeGeoCalibData(data, mFolder.path(), "a.xml"),
                  "XML writer: Missing necessary Information (TAG:Creation)");
+  EXPECT_MESSAGE(writeGeoCalibData(data, mFolder / "none", "a.xml"),
+                 "XML writer: Can't write File: " + (mFolder / "none/a.xml"));
   EXPECT_THAT(contents(mFolder / "a.xml"), HasSubstr("<System Type=\"HDB00\""));
 }
 
@@ -176,15 +179,17 @@ TEST_F(GeometryXmlWriter, FileThatCantBeReadAgainIsReportedByItsReader) {
   EXPECT_MESSAGE(write(), "XML reader: Missing tag (Sensor)");
 }
 
-TEST_F(GeometryXmlWriter, FullDiskShowsWhenTheFileIsReadAgain) {
+TEST_F(GeometryXmlWriter, FullDiskKeepsTheOldFile) {
   test::SmallFileSystem const disk(1 << 16);
   if (!disk.isMounted()) {
     GTEST_SKIP() << "no file system of its own";
   }
+  std::filesystem::copy(mFolder / "source.xml", disk / "out.xml");
   disk.fill();
-  EXPECT_THAT(test::messageOf([&] { writeGeoCalibData(mData, disk.path(), "out.xml"); }),
-              testing::StartsWith("XML reader: "));
-  EXPECT_TRUE(test::exists(disk / "out.xml"));
+  EXPECT_MESSAGE(writeGeoCalibData(mData, disk.path(), "out.xml"),
+                 "XML writer: Can't write File: " + (disk / "out.xml"));
+  EXPECT_EQ(contents(disk / "out.xml"), XmlFolder().geometry);
+  EXPECT_EQ(test::entryCount(disk.path()), 2);
 }
 
 class GridWriter : public testing::Test {

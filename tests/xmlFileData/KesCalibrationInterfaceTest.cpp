@@ -6,6 +6,7 @@
 #include <xmlFileData/GeoMisalignment.h>
 #include <xmlFileData/KesCalibrationInterface.h>
 
+#include <filesystem>
 #include <type_traits>
 
 namespace {
@@ -84,7 +85,7 @@ TEST_F(KesCalibration, WithoutLoadingThereIsNothing) {
   EXPECT_MESSAGE(calibration.pixelRows("PANF"), "No calibration loaded");
   EXPECT_MESSAGE(calibration.setDate(""), "No calibration loaded");
   EXPECT_MESSAGE(calibration.load(), notUnique("Geometry", mFolder / "none"));
-  EXPECT_TRUE(calibration.bandIds().empty());
+  EXPECT_MESSAGE(calibration.bandIds(), "No calibration loaded");
 }
 
 TEST_F(KesCalibration, FilesAreFoundByTheirKeywords) {
@@ -199,6 +200,41 @@ TEST_F(KesCalibration, SavedChangesArentWrittenAgain) {
     mFolder.file(std::string("source/") + XmlFolder::geometryName, "other");
   }
   EXPECT_EQ(contents(file), "other");
+}
+
+// A link keeps the old file, which a write into it would change.
+TEST_F(KesCalibration, SavedGeometryTakesThePlaceOfTheOldFile) {
+  std::string const folder = write();
+  std::string const file = folder + "/" + XmlFolder::geometryName;
+  std::filesystem::create_hard_link(file, mFolder / "old");
+  KesCalibrationInterface calibration(folder, "");
+  calibration.load();
+  calibration.setLocation("Elsewhere");
+  calibration.save();
+  EXPECT_THAT(contents(file), HasSubstr("Location=\"Elsewhere\""));
+  EXPECT_EQ(contents(mFolder / "old"), mFiles.geometry);
+  EXPECT_EQ(test::entryCount(folder), 4);
+}
+
+TEST_F(KesCalibration, FullDiskKeepsTheSavedGeometry) {
+  test::SmallFileSystem const disk(1 << 18);
+  if (!disk.isMounted()) {
+    GTEST_SKIP() << "no file system of its own";
+  }
+  std::string const file = disk / XmlFolder::geometryName;
+  std::filesystem::copy(write(), disk.path());
+  {
+    KesCalibrationInterface calibration(disk.path(), "");
+    calibration.load();
+    disk.fill();
+    calibration.setLocation("Elsewhere");
+    EXPECT_MESSAGE(calibration.save(), "XML writer: Can't write File: " + file);
+    // It still waits to be saved.
+    std::filesystem::remove(disk / XmlFolder::prnuName);
+    std::filesystem::remove(disk / XmlFolder::dsnuName);
+    EXPECT_EQ(contents(file), mFiles.geometry);
+  }
+  EXPECT_THAT(contents(file), HasSubstr("Location=\"Elsewhere\""));
 }
 
 // 0.1 is stored; 0.1 + (1e-18 - 0.1) is 0, as 1e-18 is lost beside 0.1.

@@ -49,39 +49,15 @@ TEST(NumberList, WhatIsNoNumberEndsTheList) {
 }
 
 TEST(NumberList, WordsAreReadAsTheStreamReadsThem) {
-  for (char const* word : {"0",
-                           "-0",
-                           "007",
-                           "1.",
-                           ".5",
-                           "-.5",
-                           "+1.5",
-                           "1e5",
-                           "1E-3",
-                           "1e+2",
-                           "1e",
-                           "1e400",
-                           "1e-400",
-                           "4.9e-324",
-                           "nan",
-                           "inf",
-                           "-inf",
-                           "NaN",
-                           "0x10",
-                           "1-2",
-                           "1.5.5",
-                           "1+2",
-                           "--1",
-                           "1_000",
-                           "1,000",
-                           "1d5",
-                           "12345678901234567890",
-                           "-",
-                           "+",
-                           ".",
-                           "e5",
-                           "0.1000000000000000055511151231257827021181583404541015625",
-                           "\xD9\xA1"}) {
+  for (char const* word :
+       {"0",       "-0",       "007",       "1.",       ".5",
+        "-.5",     "+1.5",     "1e5",       "1E-3",     "1e+2",
+        "1e",      "1e400",    "1e-400",    "4.9e-324", "nan",
+        "nan(7)",  "infinity", "-INFINITY", "inf",      "-inf",
+        "NaN",     "0x10",     "1-2",       "1.5.5",    "1+2",
+        "--1",     "1_000",    "1,000",     "1d5",      "12345678901234567890",
+        "-",       "+",        ".",         "e5",       "0.1000000000000000055511151231257827021181583404541015625",
+        "\xD9\xA1"}) {
     QString const text = QStringLiteral("7 ") + QString::fromUtf8(word) + QStringLiteral(" 8");
     std::vector<double> const read = numberList(text, 3);
     std::vector<double> const expected = numbersOfStream(text);
