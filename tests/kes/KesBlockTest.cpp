@@ -148,7 +148,8 @@ TEST_F(KesBlockCheck, EveryMissingFileIsNamed) {
   EXPECT_EQ(result.code, 1);
   EXPECT_THAT(result.out, HasSubstr("Ground points: points.gpt can't be read!\n"));
   EXPECT_THAT(result.out, HasSubstr("Elevation model: "));
-  EXPECT_THAT(result.out, HasSubstr("Reference image: " + (mFolder / "ortho.tif") + " can't be read: No such file or directory\n"));
+  EXPECT_THAT(result.out,
+              HasSubstr("Reference image: " + (mFolder / "ortho.tif") + " can't be read: No such file or directory\n"));
   for (std::string const strip : {"East", "West"}) {
     EXPECT_THAT(result.out, HasSubstr(strip + ": Image: " + (mFolder / "images/PANN00A.tif") + " doesn't exist!\n"));
   }

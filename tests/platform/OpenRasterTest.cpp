@@ -255,6 +255,27 @@ TEST_F(OpenRaster, SpilledCellsAreReadFromAPlainFileBesideTheImage) {
             CE_Failure);
 }
 
+TEST_F(OpenRaster, SpilledCellsOutsideOfTheFolderAreNotSeen) {
+  std::string const source = image("source.tif");
+  std::string const name = mFolder.folder("sub") + "/b.img";
+  {
+    GDALDatasetUniquePtr const from(GDALDataset::Open(source.c_str()));
+    auto* const driver = GetGDALDriverManager()->GetDriverByName("HFA");
+    char const* const options[] = {"USE_SPILL=YES", nullptr};
+    GDALClose(driver->CreateCopy(name.c_str(), from.get(), 0, const_cast<char**>(options), nullptr, nullptr));
+  }
+  std::filesystem::rename(mFolder / "sub/b.ige", mFolder / "b");
+  std::string header = test::contents(name);
+  header.replace(header.find("b.ige"), 5, std::string("../b\0", 5));
+  mFolder.file("sub/b.img", header);
+  EXPECT_EQ(cells(*openRaster(name, Origin::user)), (std::vector<double>{1, 2, 3, 4}));
+  auto const dataset = openRaster(name, Origin::file);
+  CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
+  std::vector<double> values(4);
+  EXPECT_EQ(dataset->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, 2, 2, values.data(), 2, 2, GDT_Float64, 0, 0, nullptr),
+            CE_Failure);
+}
+
 TEST_F(OpenRaster, UsersMayNameWhatTheyLike) {
   EXPECT_MESSAGE(openRaster(mFolder / "none.tif", Origin::user), "No such file or directory");
   EXPECT_THAT(test::messageOf([&] { openRaster(mFolder.path(), Origin::user); }),

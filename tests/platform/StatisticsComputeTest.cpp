@@ -121,6 +121,38 @@ TEST_F(StatisticsCompute, StepLeavesOutColumnsAndLines) {
   EXPECT_EQ(computed(image, std::numeric_limits<int>::max()).layer(0).maximum, 1.0);
 }
 
+TEST_F(StatisticsCompute, LongLinesCountWholeAndKeepTheirStep) {
+  Band values(2 * 65536 + 10, 0.0);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    values[i] = static_cast<double>(i % 50000);
+  }
+  double const noData = 49999.0;
+  auto const image = writeImage(folder, "a.tif", static_cast<int>(values.size()), {values}, GDT_UInt16, &noData);
+  for (int const step : {1, 3, 65536, 65537, 100000, 2000000000}) {
+    std::uint64_t count = 0;
+    double sum = 0.0;
+    for (std::size_t i = 0; i < values.size(); i += static_cast<std::size_t>(step)) {
+      count += values[i] != noData ? 1 : 0;
+      sum += values[i] != noData ? values[i] : 0.0;
+    }
+    auto const statistics = computed(image, step);
+    auto const& layer = statistics.layer(0);
+    EXPECT_NEAR(layer.mean, sum / static_cast<double>(count), 1e-6) << step;
+    EXPECT_EQ(std::accumulate(layer.histogram.begin(), layer.histogram.end(), std::uint64_t{0}), count) << step;
+  }
+}
+
+// A line of 16 GB as doubles, none of it on the disk.
+TEST_F(StatisticsCompute, LinesThatNoMemoryHoldsAreReadInPieces) {
+  std::string const name = folder / "wide.tif";
+  char const* const options[] = {"SPARSE_OK=TRUE", "TILED=YES", "BLOCKXSIZE=65536", "BLOCKYSIZE=16", nullptr};
+  GDALAllRegister();
+  auto* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+  GDALClose(driver->Create(name.c_str(), 2000000000, 1, 1, GDT_Byte, const_cast<char**>(options)));
+  auto const statistics = computed(name, 2000000000);
+  EXPECT_EQ(statistics.layer(0).histogram[0] + statistics.layer(0).histogram[128], 1U);
+}
+
 TEST_F(StatisticsCompute, FactorScalesAllValuesButTheCounts) {
   auto const image = writeImage(folder, "a.tif", 2, {{10, 20, 20, 40}});
   auto const raw = computed(image).layer(0);

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 namespace {
 
@@ -248,9 +249,29 @@ TEST_F(StatisticsFile, SavingReplacesTheOldFile) {
 }
 
 TEST_F(StatisticsFile, PlaceThatCannotBeWrittenIsTold) {
-  for (std::string const& name : {folder / "missing/a.stat", folder.path()}) {
+  std::string const pipe = folder / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  for (std::string const& name : {folder / "missing/a.stat", folder.path(), pipe}) {
     EXPECT_MESSAGE(plain().save(name), "can't write statistics: " + name);
   }
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+}
+
+TEST_F(StatisticsFile, DevicesStay) {
+  std::string const device = folder / "null";
+  if (::mknod(device.c_str(), S_IFCHR | 0666, ::makedev(1, 3)) != 0) {
+    GTEST_SKIP() << "no device can be made here";
+  }
+  EXPECT_MESSAGE(plain().save(device), "can't write statistics: " + device);
+  EXPECT_TRUE(std::filesystem::is_character_file(device));
+}
+
+TEST_F(StatisticsFile, LinkStaysAndItsFileIsReplaced) {
+  std::string const target = folder.file("target", "old");
+  std::filesystem::create_symlink(target, stat);
+  computed().save(stat);
+  EXPECT_TRUE(std::filesystem::is_symlink(stat));
+  EXPECT_TRUE(plain().hasLayer(target, 0));
 }
 
 TEST_F(StatisticsFile, FullDiskLeavesTheOldFile) {

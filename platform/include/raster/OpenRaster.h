@@ -24,7 +24,7 @@ using Dataset = std::unique_ptr<GDALDataset, DatasetCloser>;
 /// - Formats are those in which line images and elevation models come and whose files hold their own pixels: GeoTIFF, JPEG
 ///   2000, JPEG, PNG, BMP, NITF, Erdas Imagine, ENVI, ESRI BIL, ASCII grids, DTED, SRTM and USGS elevation models.
 /// - Files beside it that GDAL looks for (headers, world files, auxiliary documents) are seen when they are regular. A mask
-///   (".msk") is seen when it is a TIFF file. Overviews in files of their own aren't seen; an auxiliary document or
+///   (".msk") is seen when it is a TIFF file. Overviews in files of their own (".ovr", ".r0" to ".r9") aren't seen; an auxiliary document or
 ///   the file's own metadata that refer to overviews elsewhere are refused.
 ///
 /// Throws std::runtime_error with the reason alone.

@@ -50,7 +50,8 @@ public:
   /// document or hasn't got the band leaves the object without a layer, and gives false.
   bool load(std::string const& fileName, float factor, LayerType layer);
 
-  /// Writes a ".stat" file. Throws std::runtime_error "can't write statistics: " + name; an old file then stays.
+  /// Writes a ".stat" file as a whole. Throws std::runtime_error "can't write statistics: " + name; an old file then stays. A
+  /// link stays and its file is replaced; folders, pipes and devices are refused.
   void save(std::string const& fileName) const;
 
   /// Whether a ".stat" file has a band or, for all layers, any. The object itself is neither asked nor changed.

@@ -15,48 +15,60 @@ namespace {
 
 constexpr int classCount = 256;
 
+// Pixels of a line that are read at once: a file may claim lines that no memory holds.
+constexpr int pieceSize = 65536;
+
 class Pixels {
 public:
-  Pixels(GDALRasterBand& band, int step) : mBand(band), mStep(step) {
-    auto const width = static_cast<std::size_t>(band.GetXSize());
-    mLine.resize(width);
-    if ((band.GetMaskFlags() & GMF_ALL_VALID) == 0) {
-      mMask.resize(width);
-    }
-  }
+  Pixels(GDALRasterBand& band, int step)
+      : mBand(band), mStep(step), mIsMasked((band.GetMaskFlags() & GMF_ALL_VALID) == 0) {}
 
   /// Calls `visit` with the value of each pixel that has one.
   template <class Visitor>
   void forEach(Visitor visit) {
     for (std::int64_t y = 0; y < mBand.GetYSize(); y += mStep) {
-      readLine(static_cast<int>(y));
-      for (std::size_t x = 0; x < mLine.size(); x += static_cast<std::size_t>(mStep)) {
-        if (std::isfinite(mLine[x]) && (mMask.empty() || mMask[x] != 0)) {
-          visit(mLine[x]);
+      for (std::int64_t left = 0; left < mBand.GetXSize(); left += pieceSize) {
+        auto const beyond = left % mStep;
+        auto const first = beyond == 0 ? 0 : mStep - beyond;
+        if (first < pieceSize) {
+          readPiece(static_cast<int>(left), static_cast<int>(y));
+          visitPiece(static_cast<std::size_t>(first), visit);
         }
       }
     }
   }
 
 private:
-  void readLine(int y) {
-    bool good = read(mBand, y, mLine.data(), GDT_Float64);
-    if (good && !mMask.empty()) {
-      good = read(*mBand.GetMaskBand(), y, mMask.data(), GDT_Byte);
+  template <class Visitor>
+  void visitPiece(std::size_t first, Visitor& visit) const {
+    for (std::size_t x = first; x < mPiece.size(); x += static_cast<std::size_t>(mStep)) {
+      if (std::isfinite(mPiece[x]) && (!mIsMasked || mMask[x] != 0)) {
+        visit(mPiece[x]);
+      }
+    }
+  }
+
+  void readPiece(int left, int y) {
+    mPiece.resize(static_cast<std::size_t>(std::min<std::int64_t>(pieceSize, mBand.GetXSize() - left)));
+    mMask.resize(mPiece.size());
+    bool good = read(mBand, left, y, mPiece.data(), GDT_Float64);
+    if (good && mIsMasked) {
+      good = read(*mBand.GetMaskBand(), left, y, mMask.data(), GDT_Byte);
     }
     if (!good) {
       throw std::runtime_error("line " + std::to_string(y) + " can't be read");
     }
   }
 
-  static bool read(GDALRasterBand& band, int y, void* to, GDALDataType type) {
-    int const width = band.GetXSize();
-    return band.RasterIO(GF_Read, 0, y, width, 1, to, width, 1, type, 0, 0, nullptr) == CE_None;
+  bool read(GDALRasterBand& band, int left, int y, void* to, GDALDataType type) const {
+    auto const width = static_cast<int>(mPiece.size());
+    return band.RasterIO(GF_Read, left, y, width, 1, to, width, 1, type, 0, 0, nullptr) == CE_None;
   }
 
   GDALRasterBand& mBand;
   int mStep;
-  std::vector<double> mLine;
+  bool mIsMasked;
+  std::vector<double> mPiece;
   std::vector<GByte> mMask;
 };
 

@@ -63,8 +63,7 @@ Dataset openAs(std::string const& gdalName, std::string const& name, char const*
 bool isConnection(std::string_view name) {
   auto const word = std::find_if_not(name.begin(), name.end(),
                                      [](unsigned char c) { return std::isalnum(c) != 0 || c == '_' || c == '-'; });
-  return name.starts_with("/vsi") || name.starts_with('<') ||
-         (word != name.begin() && word != name.end() && *word == ':');
+  return name.starts_with("/vsi") || name.starts_with('<') || (word != name.end() && *word == ':');
 }
 
 bool isOverviewDomain(char const* name) {
@@ -81,7 +80,6 @@ void refuseForeignOverviewsIn(std::string const& auxiliaryDocument) {
       refuseForeignOverviews();
     }
   }
-  CPLErrorReset();
 }
 
 /// The path with the links and dots of its folder resolved. Other files are looked for beside the name that was given.

@@ -30,14 +30,13 @@ bool hasExtension(std::filesystem::path const& file, char const* extension) {
   return EQUAL(file.extension().c_str(), extension);
 }
 
-/// GDAL opens overviews and masks with any of its drivers, whatever was asked for the image.
+/// GDAL opens overviews and masks with any of its drivers, whatever was asked for the image: ".ovr" and, for NITF, ".r0" to
+/// ".r9".
 bool isOverview(std::filesystem::path const& file) {
-  constexpr std::array<char const*, 3> EXTENSIONS = {".ovr", ".rrd", ".aux"};
   std::string const extension = file.extension();
   bool const isReducedSet = extension.size() == 3 && (extension[1] == 'r' || extension[1] == 'R') &&
                             extension[2] >= '0' && extension[2] <= '9';
-  return isReducedSet || std::any_of(EXTENSIONS.begin(), EXTENSIONS.end(),
-                                     [&](char const* known) { return hasExtension(file, known); });
+  return isReducedSet || hasExtension(file, ".ovr");
 }
 
 bool isSeen(std::filesystem::path const& file) {

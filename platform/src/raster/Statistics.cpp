@@ -4,11 +4,11 @@
 #include <raster/OpenRaster.h>
 #include <raster/Statistics.h>
 
-#include <QSaveFile>
 #include <gdal_priv.h>
 
 #include <algorithm>
 #include <cmath>
+#include <files/FileReplacement.h>
 #include <numeric>
 #include <stdexcept>
 
@@ -43,16 +43,6 @@ Dataset openImage(std::string const& name) {
   } catch (std::runtime_error const& error) {
     throw std::runtime_error("can't open image: " + name + ": " + error.what());
   }
-}
-
-bool writeWhole(QSaveFile& file, std::string const& text) {
-  auto const size = static_cast<qint64>(text.size());
-  bool const written = file.open(QIODevice::WriteOnly) && file.write(text.data(), size) == size && file.flush() &&
-                       file.error() == QFileDevice::NoError && file.size() == size;
-  if (!written) {
-    file.cancelWriting();
-  }
-  return file.commit();
 }
 
 }  // namespace
@@ -95,8 +85,7 @@ bool Statistics::load(std::string const& fileName, float factor, LayerType layer
 }
 
 void Statistics::save(std::string const& fileName) const {
-  QSaveFile file(QString::fromStdString(fileName));
-  if (!writeWhole(file, statFileText(mLayers))) {
+  if (!files::replaceFile(fileName, statFileText(mLayers))) {
     throw std::runtime_error("can't write statistics: " + fileName);
   }
 }
