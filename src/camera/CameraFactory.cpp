@@ -1,10 +1,8 @@
+#include "camera/CameraFiles.h"
 #include "common/QtText.h"
-#include "serializer/CalibrationQuickLook.h"
 
 #include <sensor/CameraFactory.h>
 #include <sensor/CameraKes.h>
-#include <sensor/SerializerCameraKesV1Cam.h>
-#include <sensor/SerializerCameraKesV2Xml.h>
 #include <util/SkerryIni.h>
 
 #include <QDir>
@@ -18,32 +16,21 @@ namespace sensor {
 
 namespace {
 
-// The type of camera whose calibration is kept as XML.
-constexpr char const* xmlCameraType = "HDB00";
-
 std::string setting(char const* key) {
   return util::getSkerryIni().value(QLatin1String(key), QString()).toString().toStdString();
 }
 
 std::string cameraFolder(std::string const& searchPath, std::string const& type, std::string const& sensorId) {
-  return searchPath + "/" + SerializerCameraKes::cameraFolderName(type, sensorId);
+  return searchPath + "/" + cameraFiles.cameraFolderName(type, sensorId);
 }
 
 std::string versionFolder(std::string const& searchPath, std::string const& type, std::string const& sensorId,
                           unsigned int version) {
-  return cameraFolder(searchPath, type, sensorId) + "/" + SerializerCameraKes::versionFolderName(version);
+  return cameraFolder(searchPath, type, sensorId) + "/" + cameraFiles.versionFolderName(version);
 }
 
 bool folderExists(std::string const& folder) {
   return QDir(fromUtf8(folder)).exists();
-}
-
-// What reads and writes the calibrations of a type of camera.
-std::unique_ptr<SerializerCameraKes> serializerOf(std::string const& type, std::string const& folder) {
-  if (type == xmlCameraType) {
-    return std::make_unique<SerializerCameraKesV2Xml>(folder);
-  }
-  return std::make_unique<SerializerCameraKesV1Cam>(folder);
 }
 
 // The number after the first "v" of a version, or of the whole text; -1 when no number stands there.
@@ -56,6 +43,9 @@ int versionNumber(std::string const& version) {
 }
 
 }  // namespace
+
+// Filled in before the first use, when the library is loaded.
+constinit CameraFiles cameraFiles{};
 
 CameraFactory* CameraFactory::mCameraFactoryInstance = nullptr;
 
@@ -95,8 +85,7 @@ Camera const* CameraFactory::camera(std::string const& sensorId, std::string con
   }
   for (std::string const& searchPath : mSearchPaths) {
     try {
-      auto const serializer = serializerOf(type, versionFolder(searchPath, type, sensorId, version));
-      auto built = std::make_unique<CameraKes>(type, sensorId, version, *serializer);
+      auto built = cameraFiles.build(type, sensorId, version, versionFolder(searchPath, type, sensorId, version));
       return (mCameras[{sensorId, version}] = std::move(built)).get();
     } catch (std::exception const&) {
       // Not here; perhaps further down the search.
@@ -166,7 +155,7 @@ std::string CameraFactory::calibrationVersionInfo(std::string const& sensorId, s
   for (std::string const& searchPath : mSearchPaths) {
     std::string const folder = versionFolder(searchPath, type, sensorId, version);
     if (folderExists(folder)) {
-      return SerializerCameraKes::versionInfo(folder);
+      return cameraFiles.versionInfo(folder);
     }
   }
   return {};
@@ -178,7 +167,7 @@ KesBQuickInfo CameraFactory::getCalibrationInformation(std::string const& sensor
   for (std::string const& searchPath : mSearchPaths) {
     folder = versionFolder(searchPath, type, sensorId, version);
     try {
-      if (auto const info = quickLook(folder)) {
+      if (auto const info = cameraFiles.quickLook(folder)) {
         return *info;
       }
     } catch (std::exception const&) {
@@ -205,7 +194,7 @@ void CameraFactory::writeAdjustedCamera(Camera const* camera) {
     if (cameraKes == nullptr) {
       throw std::runtime_error("Camera can't be written: " + sensorId);
     }
-    serializerOf(type, folder)->write(cameraKes);
+    cameraFiles.write(*cameraKes, folder);
   } catch (std::exception const&) {
     reloadOriginalCamera(sensorId, type, version);
     throw;

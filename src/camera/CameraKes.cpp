@@ -1,6 +1,7 @@
+#include "camera/CameraFiles.h"
+
 #include <sensor/CameraKes.h>
 #include <sensor/Misalignment.h>
-#include <sensor/SerializerCameraKes.h>
 
 namespace sensor {
 
@@ -53,7 +54,7 @@ Camera::~Camera() = default;
 CameraKes::CameraKes(std::string const& type, std::string const& sensorId, unsigned int version,
                      SerializerCameraKes const& serializer)
     : mSensorId(sensorId), mType(type), mVersion(version) {
-  serializer.read(this);
+  cameraFiles.readCamera(serializer, this);
 }
 
 // Members would go the other way round, and a map's values in an unspecified order; derived calibrations see it.

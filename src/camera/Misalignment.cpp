@@ -1,5 +1,6 @@
+#include "camera/CameraFiles.h"
+
 #include <sensor/Misalignment.h>
-#include <sensor/SerializerMisalignmentV1Dat.h>
 
 namespace sensor {
 
@@ -18,7 +19,7 @@ bool samePoint(geo::XYZPoint const& a, geo::XYZPoint const& b) {
 Misalignment::Misalignment() = default;
 
 Misalignment::Misalignment(SerializerMisalignmentV1Dat const& serializer) {
-  serializer.read(this);
+  cameraFiles.readMisalignment(serializer, this);
 }
 
 bool Misalignment::operator==(Misalignment const& other) const {

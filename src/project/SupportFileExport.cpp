@@ -1,5 +1,6 @@
 #include "files/FileReplacement.h"
 #include "project/BadCalibration.h"
+#include "project/OriginalStrip.h"
 #include "project/Path.h"
 #include "project/SupportFile.h"
 
@@ -10,7 +11,6 @@
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/EOPData.h>
 #include <sensor/KESImage.h>
-#include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
 
 #include <QDateTime>
@@ -40,7 +40,7 @@ geo::XYZPoint geocentric(geo::XYZPoint const& anchor) {
   return position;
 }
 
-int bandOf(KESStripModel const& strip, std::string const& bandId) {
+int bandOf(KESStripModelData const& strip, std::string const& bandId) {
   int const band = strip.bandIndex(bandId);
   if (band < 0) {
     throw badCalibration(bandId);
@@ -55,6 +55,8 @@ std::string calibrationName(CalibrationGeometryKes const& calibration) {
 }
 
 }  // namespace
+
+constinit std::unique_ptr<OriginalStrip> (*openOriginalStrip)(std::string const&) = nullptr;
 
 bool KESImage::exportSupportFile(std::string const& fileName, std::string const& originalOrientation,
                                  std::string const& adjustedOrientation) {
@@ -75,31 +77,28 @@ bool KESImage::exportSupportFile(std::string const& fileName, std::string const&
 std::string KESImage::supportText(std::string const& originalOrientation,
                                   std::string const& adjustedOrientation) const {
   // The image's own strip may be on its adjusted orientation, which a support file never shows.
-  KESStripModel const strip(mParentStrip->fileName(), true, true, false);
-  // A strip leaves its mapping system to whoever wants it. Nobody else knows of this one.
-  std::unique_ptr<geo::coordSys> const mappingSystem(strip.mappingSystem());
-  KESStripModelData const& data = *strip.modelData();
-  int const band = bandOf(strip, mBandID);
+  auto const strip = openOriginalStrip(mParentStrip->fileName());
+  KESStripModelData const& data = strip->data();
+  int const band = bandOf(data, mBandID);
   geo::XYZPoint const& anchor = data.eop()->anchorPoint();
   BandWords const words(mBandID);
-  geo::XYZPoint centre;
-  strip.imageToLsr({mNumSamples * 0.5, numScanlines() * 0.5}, data.meanTerrainHeight(), band, centre);
   std::ostringstream text;
-  writeSupportFile(text, {.imageId = data.name() + mBandID,
-                          .imageFileName = native(resolved(mImageFileName, mParentStrip->imageDataLocation())),
-                          .numLines = numScanlines(),
-                          .numSamples = mNumSamples,
-                          .centre = centre,
-                          .anchor = anchor,
-                          .localOrigin = geocentric(anchor),
-                          .meanFlyingHeight = data.meanFlyingHeight(),
-                          .meanTerrainHeight = data.meanTerrainHeight(),
-                          .gsd = mGsd,
-                          .date = now(),
-                          .band = words,
-                          .originalOrientation = native(originalOrientation),
-                          .adjustedOrientation = native(adjustedOrientation),
-                          .calibration = calibrationName(*data.calib(band))});
+  writeSupportFile(text,
+                   {.imageId = data.name() + mBandID,
+                    .imageFileName = native(resolved(mImageFileName, mParentStrip->imageDataLocation())),
+                    .numLines = numScanlines(),
+                    .numSamples = mNumSamples,
+                    .centre = strip->ground({mNumSamples * 0.5, numScanlines() * 0.5}, data.meanTerrainHeight(), band),
+                    .anchor = anchor,
+                    .localOrigin = geocentric(anchor),
+                    .meanFlyingHeight = data.meanFlyingHeight(),
+                    .meanTerrainHeight = data.meanTerrainHeight(),
+                    .gsd = mGsd,
+                    .date = now(),
+                    .band = words,
+                    .originalOrientation = native(originalOrientation),
+                    .adjustedOrientation = native(adjustedOrientation),
+                    .calibration = calibrationName(*data.calib(band))});
   return text.str();
 }
 
