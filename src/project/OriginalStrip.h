@@ -25,7 +25,9 @@ protected:
   OriginalStrip& operator=(OriginalStrip const&) = default;
 };
 
-/// Opens a strip file so; throws what its reading throws. Filled in when the library is loaded.
-extern std::unique_ptr<OriginalStrip> (*openOriginalStrip)(std::string const& fileName);
+using OriginalStripOpener = std::unique_ptr<OriginalStrip> (*)(std::string const& fileName);
+
+/// Opens a strip file in this way; throws what its reading throws. Filled in when the library is loaded.
+extern OriginalStripOpener openOriginalStrip;
 
 }  // namespace sensor

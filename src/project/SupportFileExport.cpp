@@ -56,7 +56,7 @@ std::string calibrationName(CalibrationGeometryKes const& calibration) {
 
 }  // namespace
 
-constinit std::unique_ptr<OriginalStrip> (*openOriginalStrip)(std::string const&) = nullptr;
+constinit OriginalStripOpener openOriginalStrip = nullptr;
 
 bool KESImage::exportSupportFile(std::string const& fileName, std::string const& originalOrientation,
                                  std::string const& adjustedOrientation) {
