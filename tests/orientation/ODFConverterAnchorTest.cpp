@@ -75,7 +75,7 @@ TEST_F(ODFConverterAnchor, ToleranceOfTheHeadersIsTwoTenthsOfANanoradian) {
 TEST_F(ODFConverterAnchor, ToleranceOfSupportFilesIsTwoTenthsOfANanoradian) {
   std::string const a = odf("a.odf", 0, 3);
   std::string const sup = supportAt("a.sup", "0", "0");
-  for (std::string const& near : {"1.98e-10", "2e-10", "-2e-10"}) {
+  for (char const* near : {"1.98e-10", "2e-10", "-2e-10"}) {
     EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", near, "0")}), mDone);
     EXPECT_EQ(run({a, a}, {}, {sup, supportAt("b.sup", "0", near)}), mDone);
   }

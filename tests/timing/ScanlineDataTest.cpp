@@ -97,8 +97,8 @@ TEST_F(ScanlineDataOf, LineAHairAboveTheFirstHasItsValue) {
 // Records out of order make no plateau: a ramp over five lines.
 TEST_F(ScanlineDataOf, RampIsMultipliedBeforeItIsDivided) {
   IntegrationTime const time = integration({{5, 2003}, {0, 7000}});
-  float const a = 7000e-6;
-  float const b = 2003e-6;
+  float const a = static_cast<float>(7000 * 1e-6);
+  float const b = static_cast<float>(2003 * 1e-6);
   float const line = 2.3F;
   ASSERT_NE((b - a) * line / 5.0F, (b - a) * (line / 5.0F));
   EXPECT_THAT(time.at(line), SameBits((b - a) * (line - 0.0F) / 5.0F + a));
