@@ -1,6 +1,7 @@
 #include "Block.h"
 #include "CameraOptions.h"
 #include "Command.h"
+#include "InputGuard.h"
 #include "Output.h"
 
 #include <iostream>
@@ -34,6 +35,7 @@ int info(Options const& options) {
 
 int create(Options const& options) {
   options.camera.apply();
+  InputGuard(options.file).check(options.camera.settings);
   createBlock(options.file, options.plan);
   return 0;
 }

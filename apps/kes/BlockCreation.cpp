@@ -1,4 +1,5 @@
 #include "Block.h"
+#include "InputGuard.h"
 
 #include <geo/coordSysFactory.h>
 #include <sensor/kessensor.h>
@@ -28,9 +29,10 @@ std::string belowFolder(std::string const& file, std::string const& folder) {
   return isBelow ? path.substr(folder.size() + 1) : path;
 }
 
-void attach(sensor::BlockModelData& block, std::string const& file) {
+void attach(sensor::BlockModelData& block, std::string const& file, InputGuard const& output) {
   std::string const path = QDir::cleanPath(QString::fromStdString(absolute(file))).toStdString();
   auto strip = std::make_unique<sensor::KESStripModel>(path, false, false, false);
+  output.check(*strip);
   if (block.hasStrip(strip->name())) {
     throw std::runtime_error("strips " + block.strip(strip->name())->modelData()->fileName() + " and " + path +
                              " are both named \"" + strip->name() + "\"");
@@ -52,6 +54,7 @@ bool isBlockName(std::string const& file) {
 }
 
 void createBlock(std::string const& file, BlockPlan const& plan) {
+  InputGuard const output(file);
   sensor::BlockModelData block;
   QFileInfo const info = infoOf(file);
   block.setDataPath(info.absolutePath().toStdString());
@@ -59,15 +62,18 @@ void createBlock(std::string const& file, BlockPlan const& plan) {
   block.setDescription(plan.description);
   block.setCoordSys(geo::coordSysFactory::getInstance()->createCoordSys(plan.crs));
   for (std::string const& strip : plan.strips) {
-    attach(block, strip);
+    attach(block, strip, output);
   }
   for (std::string const& model : plan.elevationModels) {
+    output.checkRaster(model);
     block.addElevationSource(absolute(model));
   }
   for (std::string const& image : plan.referenceImages) {
+    output.checkRaster(image);
     block.addReferenceImage(absolute(image));
   }
   if (!plan.groundPoints.empty()) {
+    output.check(plan.groundPoints);
     requirePoints(plan.groundPoints);
     block.setGroundPointFile(belowFolder(plan.groundPoints, block.dataPath()));
   }

@@ -1,5 +1,6 @@
 #include "CameraOptions.h"
 #include "Command.h"
+#include "InputGuard.h"
 #include "Output.h"
 
 #include <sensor/kessensor.h>
@@ -191,11 +192,14 @@ int quick(Options const& options) {
   return 0;
 }
 
-// A calibration is never written over itself.
+// A calibration is never written over itself, nor through links among the files of another folder.
 void makeOutputFolder(std::string const& folder, std::string const& calibrationFolder) {
   std::filesystem::create_directories(folder);
   if (std::filesystem::equivalent(folder, calibrationFolder)) {
     throw std::runtime_error("the calibration itself lies in " + folder);
+  }
+  for (auto const& entry : std::filesystem::directory_iterator(folder)) {
+    InputGuard(entry.path().string()).checkFolder(calibrationFolder);
   }
 }
 

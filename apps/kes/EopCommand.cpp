@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "Csv.h"
 #include "EopDescription.h"
+#include "InputGuard.h"
 #include "Numbers.h"
 #include "Output.h"
 
@@ -85,6 +86,7 @@ int at(Options const& options) {
 }
 
 int convert(Options const& options) {
+  InputGuard(options.out).check(options.file);
   sensor::EOPData eop(options.file, true, true);
   eop.write(options.out, formats.at(options.to));
   return 0;

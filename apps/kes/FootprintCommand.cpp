@@ -1,5 +1,6 @@
 #include "Command.h"
 #include "FootprintFile.h"
+#include "InputGuard.h"
 #include "Outline.h"
 #include "StripSet.h"
 
@@ -45,10 +46,14 @@ void addFootprints(sensor::KESStripModel const& strip, dsm::ProjectedElevationSo
 
 int footprint(Options const& options) {
   options.strips.camera.apply();
+  InputGuard const output(options.output);
+  options.strips.check(output);
+  output.checkRaster(options.dem);
   dsm::RasterElevationSource surface(options.dem);
   std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createGEO84(true, false));
   std::vector<Footprint> footprints;
   StripSet(options.strips.files).forEach(false, [&](sensor::KESStripModel& strip) {
+    output.check(strip);
     strip.setMappingSystem(map.get());
     addFootprints(strip, surface, footprints);
   });

@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "Csv.h"
 #include "EopDescription.h"
+#include "InputGuard.h"
 #include "NameBeside.h"
 #include "Numbers.h"
 #include "OdfMerge.h"
@@ -151,6 +152,7 @@ void writeCsv(sensor::KESOrientation const& odf, std::string const& name) {
 }
 
 int convert(Options const& options) {
+  InputGuard(options.out).check(options.file);
   sensor::KESOrientation odf(options.file);
   if (options.to == "csv") {
     writeCsv(odf, options.out);

@@ -1,6 +1,7 @@
 #include "OdfMerge.h"
 
 #include "EopDescription.h"
+#include "InputGuard.h"
 #include "Numbers.h"
 #include "Output.h"
 
@@ -9,6 +10,9 @@
 #include <sensor/ODFConverter.h>
 
 #include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -33,6 +37,37 @@ private:
   std::ostringstream mText;
   std::streambuf* mOld;
 };
+
+// The orientation files that a support file names, read word by word as the import does.
+std::vector<std::string> orientationsIn(std::string const& supportFile) {
+  constexpr int longestWord = 1 << 16;
+  std::error_code ignored;
+  std::ifstream in;
+  if (std::filesystem::is_regular_file(supportFile, ignored)) {
+    in.open(supportFile);
+  }
+  std::vector<std::string> names;
+  std::string before;
+  for (std::string word; in >> std::setw(longestWord) >> word; before = word) {
+    if (before == "ORIGINAL_ORIENTATION" || before == "ADJUSTED_ORIENTATION") {
+      names.push_back(word);
+    }
+  }
+  return names;
+}
+
+void checkInputs(OdfMerge const& options) {
+  InputGuard const output(options.out);
+  for (std::string const& odf : options.odfs) {
+    output.check(odf);
+  }
+  for (std::string const& support : options.supports) {
+    output.check(support);
+    for (std::string const& odf : orientationsIn(support)) {
+      output.check(odf);
+    }
+  }
+}
 
 void convert(OdfMerge const& options, sensor::ODFConverter& converter) {
   geo::XYZPoint anchor;
@@ -139,6 +174,7 @@ void OdfMerge::check() const {
 }
 
 int OdfMerge::run() const {
+  checkInputs(*this);
   sensor::ODFConverter converter;
   converter.setOutputFile(out);
   converter.setAppSource("kes " KESSENSOR_VERSION);

@@ -1,4 +1,5 @@
 #include "Command.h"
+#include "InputGuard.h"
 #include "Output.h"
 #include "StripSet.h"
 
@@ -38,6 +39,9 @@ int threadsOfMachine() {
 
 int ortho(Options const& options) {
   options.strips.camera.apply();
+  InputGuard const output(options.output);
+  options.strips.check(output);
+  output.checkRaster(options.dem);
   std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createCoordSys(options.crs));
   dsm::RasterElevationSource surface(options.dem);
   kesgdal::OrthoPlan plan = options.plan;
@@ -45,6 +49,7 @@ int ortho(Options const& options) {
   StripSet const set(options.strips.files);
   auto const strips = [&](kesgdal::StripVisitor const& visit) {
     set.forEach(options.orientation == "original", [&](sensor::KESStripModel& strip) {
+      output.check(strip);
       strip.setMappingSystem(map.get());
       visit(strip);
     });

@@ -4,10 +4,23 @@
 #include <array>
 #include <charconv>
 #include <iostream>
+#include <stdexcept>
 #include <unistd.h>
 #include <utility>
 
 namespace kes {
+
+void write(std::string const& text) {
+  std::cout << text;
+  flush();
+}
+
+void flush() {
+  std::cout.flush();
+  if (!std::cout) {
+    throw std::runtime_error("can't write to standard output");
+  }
+}
 
 void print(Json const& value) {
   std::cout << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';

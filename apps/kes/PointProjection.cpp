@@ -2,6 +2,7 @@
 
 #include "Closure.h"
 #include "Numbers.h"
+#include "Output.h"
 
 #include <dsm/RasterElevationSource.h>
 
@@ -83,10 +84,10 @@ void PointProjection::run() {
     for (std::size_t i = 0; i < mTable.size(); ++i) {
       mTable.appendRow(text, i, results(i));
     }
-    std::cout << text;
+    write(text);
     text.clear();
   }
-  std::cout << text;
+  write(text);
 }
 
 void PointProjection::readPoints() {

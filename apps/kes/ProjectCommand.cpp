@@ -1,4 +1,5 @@
 #include "Command.h"
+#include "InputGuard.h"
 #include "PointProjection.h"
 
 #include <fstream>
@@ -13,6 +14,7 @@ namespace {
 int project(ProjectOptions const& options) {
   options.strip.camera.apply();
   if (options.points.empty() || options.points == "-") {
+    requireOtherThanStandardOutput("/dev/stdin", "standard input");
     PointProjection(options, std::cin, "standard input").run();
     return 0;
   }
@@ -20,6 +22,7 @@ int project(ProjectOptions const& options) {
   if (!file) {
     throw std::runtime_error("can't open " + options.points);
   }
+  requireOtherThanStandardOutput(options.points, options.points);
   PointProjection(options, file, options.points).run();
   return 0;
 }

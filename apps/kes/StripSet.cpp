@@ -32,6 +32,13 @@ void StripsOptions::addTo(CLI::App& command) {
   camera.addTo(command);
 }
 
+void StripsOptions::check(InputGuard const& output) const {
+  output.check(camera.settings);
+  for (std::string const& file : files) {
+    output.check(file);
+  }
+}
+
 bool isBlockFile(std::string const& file) {
   QFile input(QString::fromStdString(file));
   if (!QFileInfo(input).isFile() || !input.open(QIODevice::ReadOnly)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CameraOptions.h"
+#include "InputGuard.h"
 #include "Output.h"
 
 #include <functional>
@@ -22,6 +23,8 @@ struct StripsOptions {
 
   /// Adds `STRIP...`, `--calibrations` and `--settings` to a command.
   void addTo(CLI::App& command);
+  /// Sees to it that an output is neither a strip file, a block file nor the settings.
+  void check(InputGuard const& output) const;
 };
 
 /// Whether a file is an XML file whose root says that it is a block.

@@ -1,4 +1,5 @@
 #include "Command.h"
+#include "InputGuard.h"
 #include "NameBeside.h"
 #include "Numbers.h"
 #include "Output.h"
@@ -154,6 +155,9 @@ bool isWhole(std::string const& file) {
 int exportFile(Options const& options) {
   options.strip.camera.apply();
   sensor::KESStripModel const strip(options.strip.file, true, true, false);
+  InputGuard const output(options.out);
+  output.check(options.strip.camera.settings);
+  output.check(strip);
   sensor::KESImage& image = *strip.img(bandIndex(strip, options.band));
   warnOfBlanks(options.original);
   warnOfBlanks(options.adjusted);

@@ -1,10 +1,11 @@
 #include "Command.h"
+#include "Output.h"
+#include "Process.h"
 
 #include <CLI/CLI.hpp>
 
 #include <exception>
 #include <iostream>
-#include <stdexcept>
 
 namespace {
 
@@ -41,19 +42,20 @@ int parseAndRun(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {
-    return app.exit(error) == done ? done : wrongUsage;
+    int const code = app.exit(error) == done ? done : wrongUsage;
+    kes::flush();
+    return code;
   }
   int const code = run();
-  std::cout.flush();
-  if (!std::cout) {
-    throw std::runtime_error("can't write to standard output");
-  }
+  kes::flush();
   return code;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  kes::openStandardStreams();
+  kes::endOnSignals();
   try {
     return parseAndRun(argc, argv);
   } catch (std::exception const& error) {
