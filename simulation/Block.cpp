@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <files/NewFolder.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -183,7 +184,7 @@ BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progr
   }
   auto map = mappingSystem(plan, terrain);
   std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan.flight, terrain) : nullptr;
-  NewFolder output(folder);
+  files::NewFolder output(folder);
   BlockFiles files{blockFile, calibrationFolder, groundPointFile(), {}};
   {
     Block block(plan, terrain, head, std::move(map), absoluteFolder(output.path()), absoluteFolder(folder));

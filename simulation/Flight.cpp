@@ -1,3 +1,4 @@
+#include <files/NewFolder.h>
 #include <memory>
 #include <simulation/CameraHead.h>
 #include <simulation/Flight.h>
@@ -21,7 +22,7 @@ FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Pr
   };
   Terrain const terrain(plan.dem);
   std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan, terrain) : nullptr;
-  NewFolder output(folder);
+  files::NewFolder output(folder);
   FlightFiles written = writeStripProject(plan, terrain, {output.path(), absoluteFolder(folder)},
                                           [&](double done) { report(projectPart * done); });
   writeCalibrations(plan, CameraHead(plan.samples), output.path() + "/" + written.calibrations);

@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <simulation/ImageFile.h>
 #include <stdexcept>
 #include <utility>
-
-namespace fs = std::filesystem;
 
 namespace simulation {
 
@@ -25,13 +22,15 @@ std::uint64_t sumOf(std::uint64_t sum, std::vector<std::uint16_t> const& pixels)
   return sum;
 }
 
+constexpr char fileInWork[] = "image.tif";
+
 char const* const options[] = {"TILED=YES",   "BLOCKXSIZE=256", "BLOCKYSIZE=256",   "COMPRESS=DEFLATE",
                                "PREDICTOR=2", "ZLEVEL=6",       "BIGTIFF=IF_SAFER", nullptr};
 
 }  // namespace
 
 ImageFile::ImageFile(std::string name, int width, int height)
-    : mName(std::move(name)), mPath(mName + ".part"), mWidth(width), mHeight(height), mSum(emptySum) {
+    : mName(std::move(name)), mWork(mName), mPath(mWork / fileInWork), mWidth(width), mHeight(height), mSum(emptySum) {
   if (!open()) {
     fail();
   }
@@ -39,10 +38,6 @@ ImageFile::ImageFile(std::string name, int width, int height)
 
 ImageFile::~ImageFile() {
   close();
-  if (!mPath.empty()) {
-    std::error_code ignored;
-    fs::remove(mPath, ignored);
-  }
 }
 
 bool ImageFile::open() {
@@ -83,12 +78,7 @@ void ImageFile::finish() {
   if (!close() || !readsBack()) {
     fail();
   }
-  std::error_code error;
-  fs::rename(mPath, mName, error);
-  if (error) {
-    fail();
-  }
-  mPath.clear();
+  mWork.moveOut(fileInWork);
 }
 
 bool ImageFile::readsBack() const {
@@ -113,8 +103,6 @@ bool ImageFile::readsBack() const {
 
 void ImageFile::fail() {
   close();
-  std::error_code ignored;
-  fs::remove(mPath, ignored);
   throw std::runtime_error("can't write " + mName);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <files/WorkFolder.h>
 #include <string>
 #include <vector>
 
@@ -9,13 +10,13 @@ class GDALDataset;
 namespace simulation {
 
 /// An image of 16 bits unsigned and one band, a tiled and compressed GeoTIFF, whose pixels of 0 count as no data. Until
-/// `finish` it bears another name beside its own; then it appears as a whole, or not at all.
+/// `finish` it lies in a temporary folder beside its place; then it appears as a whole, or not at all.
 class ImageFile {
 public:
   /// Side of a tile; best written as many rows at a time.
   static constexpr int tileSize = 256;
 
-  /// Throws std::runtime_error "can't write NAME", as all operations do.
+  /// Throws std::runtime_error "can't write NAME", perhaps with the reason, as all operations do.
   ImageFile(std::string name, int width, int height);
   ~ImageFile();
   ImageFile(ImageFile const&) = delete;
@@ -33,6 +34,7 @@ private:
   [[noreturn]] void fail();
 
   std::string mName;
+  files::WorkFolder mWork;
   std::string mPath;
   int mWidth;
   int mHeight;

@@ -194,7 +194,12 @@ int quick(Options const& options) {
 
 // A calibration is never written over itself, nor through links among the files of another folder.
 void makeOutputFolder(std::string const& folder, std::string const& calibrationFolder) {
-  std::filesystem::create_directories(folder);
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error || !std::filesystem::is_directory(folder)) {
+    throw std::runtime_error("can't make folder " + folder + ": " +
+                             (error ? error.message() : std::string("it is no folder")));
+  }
   if (std::filesystem::equivalent(folder, calibrationFolder)) {
     throw std::runtime_error("the calibration itself lies in " + folder);
   }

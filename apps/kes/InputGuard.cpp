@@ -32,7 +32,12 @@ std::string imageFileOf(sensor::KESStripModel const& strip, sensor::KESImage con
 
 }  // namespace
 
-InputGuard::InputGuard(std::string output) : mOutput(std::move(output)) {}
+// Some writers of the library take an empty name for that of the file that was read.
+InputGuard::InputGuard(std::string output) : mOutput(std::move(output)) {
+  if (mOutput.empty()) {
+    throw std::runtime_error("the name of the output is empty");
+  }
+}
 
 void InputGuard::check(std::string const& file) const {
   if (!file.empty() && isSameFile(mOutput, file)) {

@@ -12,6 +12,7 @@ namespace kes {
 /// Each check throws std::runtime_error "can't write OUTPUT: it is read, too". Nothing is opened but rasters.
 class InputGuard {
 public:
+  /// Throws std::runtime_error "the name of the output is empty".
   explicit InputGuard(std::string output);
 
   /// Against one file; an empty name is no file.

@@ -2,7 +2,6 @@
 #include "Csv.h"
 #include "EopDescription.h"
 #include "InputGuard.h"
-#include "NameBeside.h"
 #include "Numbers.h"
 #include "OdfMerge.h"
 #include "Output.h"
@@ -11,7 +10,7 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
+#include <files/FileReplacement.h>
 #include <memory>
 #include <stdexcept>
 
@@ -134,19 +133,17 @@ void appendRecord(std::string& table, sensor::KESOrientation const& odf, int i) 
 
 void writeCsv(sensor::KESOrientation const& odf, std::string const& name) {
   constexpr std::size_t pieceSize = 1 << 20;
-  NameBeside const beside(name);
-  std::ofstream out(beside.name(), std::ios::binary);
+  files::FileReplacement out(name);
   std::string table = "time,x,y,z,omega,phi,kappa,sx,sy,sz,somega,sphi,skappa\n";
   for (int i = 0; i < odf.numSets(); ++i) {
     appendRecord(table, odf, i);
     if (table.size() > pieceSize) {
-      out << table;
+      out.write(table);
       table.clear();
     }
   }
-  out << table;
-  out.close();
-  if (!out || !beside.replaceFile()) {
+  out.write(table);
+  if (!out.commit()) {
     throw std::runtime_error("can't write " + name);
   }
 }

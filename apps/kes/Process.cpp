@@ -1,7 +1,9 @@
 #include "Process.h"
 
+#include <atomic>
 #include <csignal>
 #include <fcntl.h>
+#include <files/Temporaries.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -26,11 +28,15 @@ sigset_t endingSignals() {
   return signals;
 }
 
+std::atomic<bool> isEnding{false};
+
 [[noreturn]] void waitAndEnd(sigset_t signals) {
   constexpr int endedBySignal = 128;
   int signal = 0;
   sigwait(&signals, &signal);
+  isEnding = true;
   pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  files::removeTemporaries();
   _exit(endedBySignal + signal);
 }
 
@@ -53,6 +59,12 @@ void endOnSignals() {
     std::thread([signals] { waitAndEnd(signals); }).detach();
   } catch (std::system_error const&) {
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  }
+}
+
+void waitWhenEnding() {
+  while (isEnding) {
+    pause();
   }
 }
 

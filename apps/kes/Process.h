@@ -12,4 +12,7 @@ void openStandardStreams();
 /// thread starts.
 void endOnSignals();
 
+/// Returns unless a signal is ending the process: a failure that comes of it is none to report.
+void waitWhenEnding();
+
 }  // namespace kes

@@ -1,6 +1,5 @@
 #include "Command.h"
 #include "InputGuard.h"
-#include "NameBeside.h"
 #include "Numbers.h"
 #include "Output.h"
 #include "Strip.h"
@@ -9,6 +8,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <files/WorkFolder.h>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -161,12 +161,12 @@ int exportFile(Options const& options) {
   sensor::KESImage& image = *strip.img(bandIndex(strip, options.band));
   warnOfBlanks(options.original);
   warnOfBlanks(options.adjusted);
-  NameBeside const beside(options.out);
-  bool const written = image.exportSupportFile(beside.name(), options.original, options.adjusted) &&
-                       isWhole(beside.name()) && beside.replaceFile();
-  if (!written) {
+  files::WorkFolder const work(options.out);
+  std::string const file = work / "band.sup";
+  if (!image.exportSupportFile(file, options.original, options.adjusted) || !isWhole(file)) {
     throw std::runtime_error("can't write " + options.out);
   }
+  work.moveOut("band.sup");
   return 0;
 }
 

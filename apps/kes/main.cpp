@@ -59,6 +59,7 @@ int main(int argc, char** argv) {
   try {
     return parseAndRun(argc, argv);
   } catch (std::exception const& error) {
+    kes::waitWhenEnding();
     std::cerr << "kes: error: " << error.what() << '\n';
     return failed;
   }

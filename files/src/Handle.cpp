@@ -12,9 +12,9 @@ int Handle::sync() const {
   return uninterrupted([this] { return fsync(mNumber); }) == 0 ? 0 : errno;
 }
 
-// The handle is closed whatever the result, also after EINTR.
+// The handle is closed whatever the result, also after EINTR, which says nothing of its data.
 int Handle::close() {
-  return mNumber < 0 || ::close(std::exchange(mNumber, -1)) == 0 ? 0 : errno;
+  return mNumber < 0 || ::close(std::exchange(mNumber, -1)) == 0 || errno == EINTR ? 0 : errno;
 }
 
 int Handle::lock() const {

@@ -1,5 +1,5 @@
 // A library to preload: it lets one call of the process fail that opens, writes, syncs, renames or closes a file below a
-// folder, or kills the process there. Files that are open for reading and folders don't count.
+// folder, or kills the process there. Opening and closing files that are only read doesn't count.
 
 #include "FaultPlan.h"
 
@@ -101,20 +101,24 @@ bool isBelowFolder(char const* path) {
   return std::strncmp(path, plan().folder, length) == 0 && (path[length] == '/' || path[length] == '\0');
 }
 
+// The place of an open file or folder.
+bool isBelowFolder(int file) {
+  char link[64];
+  std::snprintf(link, sizeof link, "/proc/self/fd/%d", file);
+  char place[PATH_MAX] = "";
+  ssize_t const size = readlink(link, place, sizeof place - 1);
+  place[size < 0 ? 0 : size] = '\0';
+  return isBelowFolder(place);
+}
+
 // A relative path is one below the current folder or the one that is open as `folder`.
 bool isPlanned(int folder, char const* path) {
   if (path[0] == '/') {
     return isBelowFolder(path);
   }
-  char place[PATH_MAX] = "";
-  if (folder == AT_FDCWD) {
-    return getcwd(place, sizeof place) != nullptr && isBelowFolder(place);
-  }
-  char link[64];
-  std::snprintf(link, sizeof link, "/proc/self/fd/%d", folder);
-  ssize_t const size = readlink(link, place, sizeof place - 1);
-  place[size < 0 ? 0 : size] = '\0';
-  return isBelowFolder(place);
+  char current[PATH_MAX] = "";
+  return folder == AT_FDCWD ? getcwd(current, sizeof current) != nullptr && isBelowFolder(current)
+                            : isBelowFolder(folder);
 }
 
 bool isCountedFile(int file) {
@@ -158,7 +162,7 @@ ssize_t writeFile(int file, std::size_t size, Write const& write) {
 
 template <class Sync>
 int syncFile(int file, Sync const& sync) {
-  return isCountedFile(file) && fails(faults::SYNC) ? -1 : sync(file);
+  return isBelowFolder(file) && fails(faults::SYNC) ? -1 : sync(file);
 }
 
 template <class Rename>
@@ -216,6 +220,19 @@ KES_OPEN(open64)
   }
 KES_OPENAT(openat)
 KES_OPENAT(openat64)
+
+#define KES_FCNTL(name)                                                                                                \
+  KES_HOOK int name(int file, int command, ...) {                                                                      \
+    va_list arguments;                                                                                                 \
+    va_start(arguments, command);                                                                                      \
+    void* const argument = va_arg(arguments, void*);                                                                   \
+    va_end(arguments);                                                                                                 \
+    int const result = next<int(int, int, ...)>(#name)(file, command, argument);                                       \
+    bool const isCopy = command == F_DUPFD || command == F_DUPFD_CLOEXEC;                                              \
+    return isCopy && result >= 0 ? noted(result, isCountedFile(file)) : result;                                        \
+  }
+KES_FCNTL(fcntl)
+KES_FCNTL(fcntl64)
 
 KES_HOOK FILE* fopen(char const* path, char const* mode) {
   return openStream(path, mode, "fopen");

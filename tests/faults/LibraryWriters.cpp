@@ -91,7 +91,7 @@ bool writeImagePoints(std::string const& folder) {
 
 bool writeCameraTime(std::string const& folder) {
   sensor::CameraTime times(folder + "/line.ctg");
-  times.values().front() -= 0.125;
+  times.values().front() = 99.875;
   times.writeData();
   return true;
 }

@@ -97,6 +97,7 @@ Writer ofTool(std::string const& name, Prepare const& prepare, std::vector<std::
   Writer writer;
   writer.name = name;
   writer.prepare = prepare;
+  writer.sample = 3;
   writer.command = [arguments](std::string const& folder) {
     std::vector<std::string> command{KES_PROGRAM};
     for (std::string const& argument : arguments) {
@@ -130,6 +131,7 @@ Writer thatFails(Writer writer) {
 Writer ofFolder(Writer writer) {
   writer.isAtOnce = true;
   writer.refusesOldOutput = true;
+  writer.sample = 2;
   return ofGdal(writer);
 }
 

@@ -24,6 +24,8 @@ struct Writer {
   bool survivesInterruption = true;
   /// It refuses to write where its output is.
   bool refusesOldOutput = false;
+  /// So many calls of a kind are tried unless all are. What takes long is tried less.
+  int sample = 6;
   /// Whether contents that are neither the old nor the new ones are a whole file, too.
   std::function<bool(std::string const& file, std::string const& contents)> isWhole;
 };

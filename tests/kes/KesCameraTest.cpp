@@ -69,6 +69,15 @@ TEST(KesCamera, ConvertWritesXmlAsXml) {
   EXPECT_EQ(kes({"camera", "convert", "HDB00", "90214", "2", target, "--calibrations", calibrations()}).code, 1);
 }
 
+TEST(KesCameraConvert, FolderThatCantBeMadeIsNamed) {
+  test::TempFolder const temp;
+  std::string const file = temp.file("file", "mine");
+  KesRun const run = kes({"camera", "convert", "KESA0", "30107", "3", file, "--calibrations", calibrations()});
+  EXPECT_EQ(run.code, 1);
+  EXPECT_EQ(run.err, "kes: error: can't make folder " + file + ": Not a directory\n");
+  EXPECT_EQ(test::contents(file), "mine");
+}
+
 TEST(KesCamera, ConvertWritesCamAsCam) {
   test::TempFolder const temp;
   std::string const target = temp / "KESA0_30107/v004";

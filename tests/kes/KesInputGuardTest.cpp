@@ -96,6 +96,26 @@ TEST_F(KesInputGuard, EopConvertKeepsItsInput) {
   }
 }
 
+// The library would take the name of the input.
+TEST_F(KesInputGuard, EmptyNameOfTheOutputIsRefused) {
+  auto const before = contentsBelow(mFolder.path());
+  std::string const model = dem();
+  for (auto const& command : std::vector<std::vector<std::string>>{
+           {"eop", "convert", mEop, "", "--to", "binary"},
+           {"eop", "convert", mEop, "", "--to", "ascii"},
+           {"eop", "convert", mEop, "", "--to", "lop"},
+           {"odf", "convert", mOdf, "", "--to", "csv"},
+           {"odf", "merge", "", mOdf},
+           onStrip({"support", "export"}, {"", "--band", "PANN00A"}),
+           onStrip({"ortho"}, {"--band", "PANN00A", "--dem", model, "--crs", "EPSG:32633", "--gsd", "1", "-o", ""})}) {
+    KesRun const run = kes(command);
+    EXPECT_EQ(run.code, 1) << command[0] << ' ' << command[1];
+    EXPECT_EQ(run.err, "kes: error: the name of the output is empty\n");
+  }
+  std::filesystem::remove(model);
+  EXPECT_EQ(contentsBelow(mFolder.path()), before);
+}
+
 TEST_F(KesInputGuard, OdfConvertKeepsItsInput) {
   for (char const* format : {"csv", "odf"}) {
     expectRefusals(

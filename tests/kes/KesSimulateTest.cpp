@@ -3,6 +3,7 @@
 #include "support/TempFolder.h"
 
 #include <filesystem>
+#include <future>
 
 namespace {
 
@@ -140,6 +141,28 @@ TEST(KesSimulate, FullDiskLeavesNothing) {
   KesRun const run = kes(small(disk / "flight", {"--render", "all"}));
   EXPECT_EQ(run.code, 1);
   EXPECT_EQ(test::entryCount(disk.path()), 0);
+}
+
+TEST(KesSimulate, FilesOfTheUserBesideItStay) {
+  test::TempFolder const folder;
+  std::string const mine = folder.file("flight.part/mine.txt", "mine");
+  ASSERT_EQ(kes(small(folder / "flight", {})).code, 0);
+  EXPECT_EQ(test::contents(mine), "mine");
+  EXPECT_EQ(test::entryCount(folder.path()), 2);
+}
+
+// One of them is first; the other finds the folder full, at its start or at its end.
+TEST(KesSimulate, RunsAtOnceIntoOneFolderDontMix) {
+  test::TempFolder const folder;
+  std::string const out = folder / "flight";
+  auto other = std::async(std::launch::async, [&] { return kes(small(out, {"--seed", "2"})); });
+  KesRun const run = kes(small(out, {"--seed", "3"}));
+  std::vector<int> const codes{run.code, other.get().code};
+  EXPECT_THAT(codes, testing::UnorderedElementsAre(0, 1));
+  std::string const expected = folder / "expected";
+  ASSERT_EQ(kes(small(expected, {"--seed", run.code == 0 ? "3" : "2"})).code, 0);
+  EXPECT_EQ(test::contents(out + "/eop/flight.eop"), test::contents(expected + "/eop/flight.eop"));
+  EXPECT_EQ(test::entryCount(folder.path()), 2);
 }
 
 std::vector<std::string> smallBlock(std::string const& out, std::vector<std::string> const& more) {

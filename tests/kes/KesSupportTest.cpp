@@ -152,9 +152,9 @@ TEST(KesSupportExport, FailuresLeaveTheOldFile) {
   EXPECT_EQ(test::contents(out), "old");
   KesRun const noFolder = kes(exportOf(folder / "none/out.sup", {"PANN00A"}));
   EXPECT_EQ(noFolder.code, 1);
-  EXPECT_EQ(noFolder.err, "kes: error: can't write " + (folder / "none/out.sup") + "\n");
+  EXPECT_EQ(noFolder.err, "kes: error: can't write " + (folder / "none/out.sup") + ": No such file or directory\n");
   KesRun const onFolder = kes(exportOf(folder.path(), {"PANN00A"}));
-  EXPECT_EQ(onFolder.err, "kes: error: can't write " + folder.path() + "\n");
+  EXPECT_EQ(onFolder.err, "kes: error: can't write " + folder.path() + ": it is a folder\n");
   EXPECT_EQ(test::entryCount(folder.path()), 1);
 }
 
