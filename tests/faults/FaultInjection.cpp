@@ -187,6 +187,11 @@ int makeTemporary(char* path, char const* function, int flags) {
   return counts && fails(faults::OPEN) ? -1 : noted(next<int(char*, int)>(function)(path, flags), counts);
 }
 
+// No signal interrupts the making of a folder.
+bool folderFails(char const* path) {
+  return plan().error != EINTR && isPlanned(AT_FDCWD, path) && fails(faults::OPEN);
+}
+
 mode_t modeOf(int flags, va_list arguments) {
   return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
@@ -259,11 +264,11 @@ KES_HOOK int mkostemp64(char* path, int flags) {
 }
 
 KES_HOOK char* mkdtemp(char* path) {
-  return isPlanned(AT_FDCWD, path) && fails(faults::OPEN) ? nullptr : next<char*(char*)>("mkdtemp")(path);
+  return folderFails(path) ? nullptr : next<char*(char*)>("mkdtemp")(path);
 }
 
 KES_HOOK int mkdir(char const* path, mode_t mode) {
-  return isPlanned(AT_FDCWD, path) && fails(faults::OPEN) ? -1 : next<int(char const*, mode_t)>("mkdir")(path, mode);
+  return folderFails(path) ? -1 : next<int(char const*, mode_t)>("mkdir")(path, mode);
 }
 
 KES_HOOK ssize_t write(int file, void const* bytes, size_t size) {

@@ -18,7 +18,7 @@ namespace {
 
 using Prepare = std::function<void(test::TempFolder const&)>;
 
-constexpr char const* odfs[] = {"PANF27A", "PANB14A"};
+constexpr char const* odfs[] = {"PANF27A", "REDB16A"};
 
 std::string flightOdf(std::string const& band) {
   return test::contents(test::stripA::path("project/odf/" + band + ".odf"));
@@ -188,7 +188,7 @@ std::vector<Writer> toolWriters() {
           ofTool("kes-odf-convert-odf", with(orientations, oldFile("out.odf")),
                  {"odf", "convert", "@/PANF27A.odf", "@/out.odf", "--to", "odf"}),
           ofTool("kes-odf-merge", with(orientations, oldFile("out.eop")),
-                 {"odf", "merge", "@/out.eop", "@/PANF27A.odf", "@/PANB14A.odf"}),
+                 {"odf", "merge", "@/out.eop", "@/PANF27A.odf", "@/REDB16A.odf"}),
           ofTool("kes-support-export", with(smallStrip, oldFile("out.sup")),
                  onStrip({"support", "export", "@/strip.stp", "@/out.sup", "--band", "PANN00A"})),
           ofTool("kes-camera-convert-cam", with(smallStrip, oldFile("out/PANN00A.cam")),
@@ -208,8 +208,8 @@ std::vector<Writer> toolWriters() {
                           {"simulate", "@/out", "--dem", KESSENSOR_TERRAIN, "--lines", "200", "--samples", "64",
                            "--odf", "--hdb", "--render", "PANN00A"})),
           ofFolder(ofTool("kes-simulate-block", [](auto const&) {},
-                          {"simulate", "@/out", "--dem", KESSENSOR_TERRAIN, "--lines", "200", "--samples", "64",
-                           "--strips", "1", "--points", "4"}))};
+                          {"simulate", "@/out", "--dem", KESSENSOR_TERRAIN, "--lines", "1200", "--samples", "400",
+                           "--height", "1000", "--strips", "2", "--points", "4"}))};
 }
 
 }  // namespace faults

@@ -69,7 +69,7 @@ TEST(KesCamera, ConvertWritesXmlAsXml) {
   EXPECT_EQ(kes({"camera", "convert", "HDB00", "90214", "2", target, "--calibrations", calibrations()}).code, 1);
 }
 
-TEST(KesCameraConvert, FolderThatCantBeMadeIsNamed) {
+TEST(KesCamera, FolderThatCantBeMadeIsNamed) {
   test::TempFolder const temp;
   std::string const file = temp.file("file", "mine");
   KesRun const run = kes({"camera", "convert", "KESA0", "30107", "3", file, "--calibrations", calibrations()});

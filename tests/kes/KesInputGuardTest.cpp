@@ -125,7 +125,7 @@ TEST_F(KesInputGuard, OdfConvertKeepsItsInput) {
 }
 
 TEST_F(KesInputGuard, OdfMergeKeepsItsOrientations) {
-  std::string const other = mFolder / "project/odf/PANB14A.odf";
+  std::string const other = mFolder / "project/odf/REDB16A.odf";
   expectRefusals(
       [&](std::string const& out) {
         return std::vector<std::string>{"odf", "merge", out, mOdf, other};
