@@ -43,7 +43,7 @@ protected:
     KesRun const run = kes(command(out));
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.err, "kes: error: can't write " + out + ": it is read, too\n");
-    EXPECT_EQ(contentsBelow(mFolder.path()), before);
+    EXPECT_TRUE(contentsBelow(mFolder.path()) == before) << "files have changed";
   }
 
   // Under the file's own name, another spelling of it, through a link of its name and through a second name.
@@ -113,7 +113,7 @@ TEST_F(KesInputGuard, EmptyNameOfTheOutputIsRefused) {
     EXPECT_EQ(run.err, "kes: error: the name of the output is empty\n");
   }
   std::filesystem::remove(model);
-  EXPECT_EQ(contentsBelow(mFolder.path()), before);
+  EXPECT_TRUE(contentsBelow(mFolder.path()) == before) << "files have changed";
 }
 
 TEST_F(KesInputGuard, OdfConvertKeepsItsInput) {
@@ -154,9 +154,14 @@ TEST_F(KesInputGuard, SupportExportKeepsWhatTheStripIsMadeOf) {
   expectRefusals(exported, mEop);
   expectRefusals(exported, mEop + ".adj");
   expectRefusals(exported, mFolder / "calibration/KESA0_30107/v003/PANN00A.cam");
+  int timings = 0;
   for (auto const& entry : fs::directory_iterator(mFolder / "project/timing")) {
-    expectRefusal(exported, entry.path().string());
+    if (entry.path().filename().string().rfind("cam_", 0) == 0) {
+      expectRefusal(exported, entry.path().string());
+      ++timings;
+    }
   }
+  EXPECT_GT(timings, 8);
 }
 
 TEST_F(KesInputGuard, SettingsAreInputs) {
@@ -184,7 +189,7 @@ TEST_F(KesInputGuard, CameraConvertKeepsACalibrationThatIsLinked) {
     KesRun const run = kes(convert);
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.err, "kes: error: can't write " + link + ": it is read, too\n");
-    EXPECT_EQ(contentsBelow(mFolder.path()), before);
+    EXPECT_TRUE(contentsBelow(mFolder.path()) == before) << "files have changed";
     fs::remove(link);
   }
   EXPECT_EQ(kes(convert).code, 0);

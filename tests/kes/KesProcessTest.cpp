@@ -72,8 +72,8 @@ protected:
     for (auto const& command : printingCommands(mPoints)) {
       EXPECT_EQ(end(start(command,
                           [&] {
-                            loseOutput();
                             send(STDERR_FILENO, mErrors);
+                            loseOutput();
                           })),
                 1)
           << command.front();
