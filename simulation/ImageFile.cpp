@@ -30,7 +30,8 @@ char const* const options[] = {"TILED=YES",   "BLOCKXSIZE=256", "BLOCKYSIZE=256"
 }  // namespace
 
 ImageFile::ImageFile(std::string name, int width, int height)
-    : mName(std::move(name)), mWork(mName), mPath(mWork / fileInWork), mWidth(width), mHeight(height), mSum(emptySum) {
+    : mName(std::move(name)), mWork(std::in_place, mName), mPath(*mWork / fileInWork), mWidth(width), mHeight(height),
+      mSum(emptySum) {
   if (!open()) {
     fail();
   }
@@ -78,7 +79,8 @@ void ImageFile::finish() {
   if (!close() || !readsBack()) {
     fail();
   }
-  mWork.moveOut(fileInWork);
+  mWork->moveOut(fileInWork);
+  mWork.reset();
 }
 
 bool ImageFile::readsBack() const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <files/WorkFolder.h>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,7 @@ private:
   [[noreturn]] void fail();
 
   std::string mName;
-  files::WorkFolder mWork;
+  std::optional<files::WorkFolder> mWork;  // until the file has its place
   std::string mPath;
   int mWidth;
   int mHeight;
