@@ -10,6 +10,7 @@ namespace kes {
 
 namespace {
 
+constexpr std::size_t longestRow = 1 << 20;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 // Adds the fields of one line to those of a record that may have begun on an earlier one. `quoted` tells whether the last
@@ -88,18 +89,33 @@ bool CsvReader::readRecord(std::vector<std::string>& fields) {
       throw std::runtime_error(place() + ": a quote is never closed");
     }
     fields.back() += '\n';
+    requireLength(fields.back().size(), mRowLine);
   }
   return true;
 }
 
+// A device or a binary file may have no line ends.
+void CsvReader::requireLength(std::size_t length, std::size_t line) const {
+  if (length > longestRow + 1) {
+    throw std::runtime_error(mName + ":" + std::to_string(line) + ": a row of more than " + std::to_string(longestRow) +
+                             " characters");
+  }
+}
+
 bool CsvReader::readLine(std::string& line) {
-  if (!std::getline(mIn, line)) {
-    if (mIn.bad()) {
-      throw std::runtime_error(mName + ": reading failed");
-    }
+  mBuffer.resize(longestRow + 2);
+  mIn.getline(mBuffer.data(), static_cast<std::streamsize>(mBuffer.size()));
+  if (mIn.bad()) {
+    throw std::runtime_error(mName + ": reading failed");
+  }
+  auto const count = static_cast<std::size_t>(mIn.gcount());
+  if (mIn.fail() && count == 0) {
     return false;
   }
-  if (++mLine == 1 && line.starts_with(byteOrderMark)) {
+  ++mLine;
+  requireLength(mIn.fail() ? mBuffer.size() : count, mLine);
+  line.assign(mBuffer.data(), mIn.eof() ? count : count - 1);
+  if (mLine == 1 && line.starts_with(byteOrderMark)) {
     line.erase(0, byteOrderMark.size());
   }
   if (line.ends_with('\r')) {

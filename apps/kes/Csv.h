@@ -21,7 +21,7 @@ public:
   std::size_t column(std::string_view name) const;
 
   /// Goes to the next row; false behind the last. Throws "NAME:LINE: ..." on a row with another number of fields than the
-  /// header, or a quote that never closes.
+  /// header, a quote that never closes, or a row of more than a mebibyte.
   bool next();
   std::vector<std::string> const& fields() const { return mFields; }
   /// The field as a finite number; throws "NAME:LINE: \"TEXT\" in column \"COLUMN\" is not a number" when it is none.
@@ -35,8 +35,10 @@ public:
 private:
   bool readRecord(std::vector<std::string>& fields);
   bool readLine(std::string& line);
+  void requireLength(std::size_t length, std::size_t line) const;
 
   std::istream& mIn;
+  std::vector<char> mBuffer;
   std::string mName;
   std::vector<std::string> mColumns;
   std::vector<std::string> mFields;

@@ -56,6 +56,16 @@ TEST(Csv, WhatIsWrongIsToldWithItsPlace) {
   EXPECT_MESSAGE(open.reader.next(), "points.csv:2: a quote is never closed");
 }
 
+TEST(Csv, RowsWithoutEndAreRefused) {
+  std::string const most(1 << 20, 'x');
+  EXPECT_EQ(Table("x,y\n").reader.next(), false);
+  EXPECT_EQ(Table(most + "\n").reader.columns().front(), most);
+  EXPECT_EQ(Table(most).reader.columns().front(), most);
+  EXPECT_MESSAGE(Table(most + "x\n"), "points.csv:1: a row of more than 1048576 characters");
+  Table quoted("x\n\"" + std::string(1 << 21, '\n') + "\"\n");
+  EXPECT_MESSAGE(quoted.reader.next(), "points.csv:2: a row of more than 1048576 characters");
+}
+
 TEST(Csv, FieldsAreQuotedWhereTheyNeedIt) {
   std::string line;
   kes::appendCsvLine(line, {"a", "b,c", "d\"e", ""});
