@@ -1,4 +1,6 @@
+#include "common/InputFile.h"
 #include "common/QtText.h"
+#include "files/FileReplacement.h"
 
 #include <xmlFileData/CalibrationFiles.h>
 #include <xmlFileData/KesBDsnuData.h>
@@ -41,15 +43,23 @@ Data& loaded(std::unique_ptr<Data> const& data) {
   return *data;
 }
 
-// Copies a file into a folder, and gives the copy to its owner to write: what was copied may be protected.
+bool copyFile(QString const& source, QString const& target) {
+  sensor::InputFile file(source.toStdString());
+  auto const contents = file.isOpen() ? file.readAll() : std::nullopt;
+  return contents &&
+         files::replaceFile(target.toStdString(), {contents->constData(), static_cast<std::size_t>(contents->size())});
+}
+
+// Copies a file into a folder, where it must be new, and gives the copy to its owner to write: what was copied may be
+// protected.
 void copyTo(std::string const& folder, std::string const& source) {
   QFileInfo const info(sensor::fromUtf8(source));
   QString const target =
       sensor::fromUtf8(folder) + QLatin1Char('/') + info.baseName() + QLatin1Char('.') + info.suffix();
-  if (!QFile::copy(info.filePath(), target)) {
+  if (QFileInfo::exists(target) || !copyFile(info.filePath(), target)) {
     throw std::runtime_error("Impossible to create new calibration at " + folder + " for " + source);
   }
-  QFile::setPermissions(target, QFile::permissions(target) | QFile::WriteOwner);
+  QFile::setPermissions(target, info.permissions() | QFile::WriteOwner);
 }
 
 }  // namespace

@@ -22,6 +22,10 @@ struct Writer {
   bool isAtOnce = false;
   /// A call that a signal interrupts is made once more. The C library and GDAL don't do so in each case.
   bool survivesInterruption = true;
+  /// It says that a write failed. Else what it leaves is whole all the same.
+  bool reportsFailures = true;
+  /// Each failed sync is one of its failures. Else it syncs what it wrote on the way once more at the end.
+  bool reportsEverySync = true;
   /// It refuses to write where its output is.
   bool refusesOldOutput = false;
   /// So many calls of a kind are tried unless all are. What takes long is tried less.

@@ -189,7 +189,8 @@ TEST_F(KesOrtho, WhatIsWrongIsTold) {
   expectFailure({{"--dem", none}}, StartsWith("kes: error: Can't open elevation model \"" + none + "\": "));
   expectFailure({{"--gsd", "0"}}, "kes: error: ground sampling distance of 0 m isn't above 0\n");
   expectFailure({{"--gsd", "-2.5"}}, "kes: error: ground sampling distance of -2.5 m isn't above 0\n");
-  expectFailure({{"--gsd", "0.00001"}}, HasSubstr(" pixels\n"));
+  expectFailure({{"--gsd", "0.00001"}}, "kes: error: ground sampling distance of 1e-05 m isn't between 0.01 and 1024 "
+                                        "times that of the image of band PANN00A, 2 m\n");
   expectFailure({{"-o", mFlight.folder / "none/o.tif"}},
                 "kes: error: can't write " + (mFlight.folder / "none/o.tif") + ": No such file or directory\n");
 }

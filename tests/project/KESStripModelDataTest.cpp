@@ -184,7 +184,7 @@ TEST_F(StripData, StatisticsAreOfAllBandsWithTheirExtremesAndTheirMedian) {
 TEST_F(StripData, StatisticsTakeEveryPixelAsItIs) {
   auto const strip = data(false);
   std::unique_ptr<raster::Statistics> const empty(strip->img(0)->createStatistics());
-  empty->compute(mFolder.file("image.pgm", "P5 3 2 255\n\x01\x02\x04\x08\x10\x20"));
+  empty->compute(mFolder.file("image.asc", "ncols 3\nnrows 2\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 4\n8 16 32\n"));
   EXPECT_EQ(empty->layer(0).mean, 63.0 / 6.0);
   EXPECT_EQ(empty->layer(0).maximum, 32.0);
 }
