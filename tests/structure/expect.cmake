@@ -1,0 +1,6 @@
+# Runs COMMAND, which must fail and print what the file EXPECTED holds.
+execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output RESULT_VARIABLE result)
+file(READ "${EXPECTED}" expected)
+if(NOT result EQUAL 1 OR NOT output STREQUAL expected)
+  message(FATAL_ERROR "ended with ${result} and printed:\n${output}")
+endif()

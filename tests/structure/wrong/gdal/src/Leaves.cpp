@@ -1,0 +1,2 @@
+#include "../../host/src/Past.h"
+#include "Own.h"

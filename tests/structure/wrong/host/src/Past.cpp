@@ -1,0 +1,3 @@
+#include "model/LineSolver.h"
+
+#include <sensor/Camera.h>

@@ -1,0 +1,3 @@
+#include "common/QtText.h"
+
+#include <geo/XYPoint.h>

@@ -1,0 +1,1 @@
+#include "../apps/kes/Csv.h"

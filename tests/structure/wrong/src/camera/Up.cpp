@@ -1,0 +1,1 @@
+#include "serializer/CamReader.h"

@@ -1,0 +1,3 @@
+// Two lines above
+
+#include <sensor/Reader.h>

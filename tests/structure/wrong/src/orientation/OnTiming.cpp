@@ -1,0 +1,1 @@
+#include "timing/Attitude.h"

@@ -1,0 +1,3 @@
+#include "common/Text.h"
+
+#include <sensor/Reader.h>

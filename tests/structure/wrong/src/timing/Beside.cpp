@@ -1,0 +1,1 @@
+#include "xmlFileData/Image.h"
