@@ -1,7 +1,7 @@
-#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/XmlDocument.h"
+#include "files/FileReplacement.h"
 #include "project/Attribute.h"
 #include "project/Path.h"
 

@@ -1,7 +1,7 @@
-#include "files/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/QtText.h"
 #include "common/Record.h"
+#include "files/FileReplacement.h"
 #include "orientation/Attitude.h"
 
 #include <sensor/EOPData.h>

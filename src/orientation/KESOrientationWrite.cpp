@@ -1,6 +1,6 @@
-#include "files/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/Record.h"
+#include "files/FileReplacement.h"
 #include "orientation/OdfFields.h"
 
 #include <sensor/KESOrientation.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "files/FileReplacement.h"
 #include "common/TextLines.h"
+#include "files/FileReplacement.h"
 
 #include <algorithm>
 #include <cstddef>

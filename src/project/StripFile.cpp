@@ -1,6 +1,6 @@
-#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
+#include "files/FileReplacement.h"
 #include "project/Attribute.h"
 #include "project/Path.h"
 

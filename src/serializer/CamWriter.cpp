@@ -1,5 +1,5 @@
-#include "files/FileReplacement.h"
 #include "common/FixedText.h"
+#include "files/FileReplacement.h"
 
 #include <geo/XYZPoint.h>
 #include <sensor/CalibrationGeometryKes.h>

@@ -1,6 +1,6 @@
-#include "files/FileReplacement.h"
 #include "common/FixedText.h"
 #include "common/InputFile.h"
+#include "files/FileReplacement.h"
 
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>

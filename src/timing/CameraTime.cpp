@@ -1,8 +1,8 @@
-#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/Record.h"
 #include "common/Truncate.h"
+#include "files/FileReplacement.h"
 
 #include <sensor/CameraTime.h>
 

@@ -1,7 +1,7 @@
-#include "files/FileReplacement.h"
 #include "common/InputFile.h"
 #include "common/Record.h"
 #include "common/Truncate.h"
+#include "files/FileReplacement.h"
 
 #include <sensor/ScanlineData.h>
 

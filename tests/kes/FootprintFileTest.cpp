@@ -105,7 +105,9 @@ TEST_P(FootprintFile, CallThatFailsIsReportedOrMadeGood) {
         std::string const now = test::contents(name);
         ++attempts;
         // A failure of the last step, the sync of the folder, is reported with the new file in place.
-        EXPECT_TRUE(message == "done" ? now.size() == whole.size() : now == "old" || function == "fsync" || function == "open") << what;
+        EXPECT_TRUE(message == "done" ? now.size() == whole.size()
+                                      : now == "old" || function == "fsync" || function == "open")
+            << what;
         EXPECT_EQ(test::entryCount(folder.path()), 1) << what;
       }
     }

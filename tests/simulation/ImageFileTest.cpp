@@ -65,7 +65,8 @@ TEST(ImageFile, ReplacesAnOldFileWhenItIsWhole) {
 
 TEST(ImageFile, PlacesThatCantBeWrittenSaySo) {
   test::TempFolder const folder;
-  EXPECT_MESSAGE(ImageFile(folder / "none/a.tif", 10, 10), "can't write " + (folder / "none/a.tif") + ": No such file or directory");
+  EXPECT_MESSAGE(ImageFile(folder / "none/a.tif", 10, 10),
+                 "can't write " + (folder / "none/a.tif") + ": No such file or directory");
 }
 
 // Files of 300 to 600 KB against 500 KB: the disk fills at every moment from the first tile to the directory at the end.
