@@ -1,0 +1,54 @@
+#pragma once
+
+#include "OpenStrip.h"
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+
+#include <kes/Projection.h>
+#include <kes/Status.h>
+
+namespace kes::detail {
+
+/// What the two directions of a band's projection share; for one thread.
+class Projector {
+public:
+  Projector(OpenStrip const& strip, int band) : mStrip(strip), mBand(band), mData(strip.band(band)) {}
+
+  sensor::KESStripModel const& model() const { return mStrip.model(); }
+  CoordinateSystem const& local() const { return mStrip.localSystem(); }
+  ViewChain const& chain() const { return mData.chain; }
+  int band() const { return mBand; }
+
+  /// The camera at a line of the table; the line asked for last is remembered.
+  struct Camera {
+    Pose pose;
+    double time;  ///< Since the chain's epoch.
+  };
+  bool hasLine(double line) const {
+    return !chain().isEmpty() && line >= chain().lines().firstLine() && line <= chain().lines().lastLine();
+  }
+  Camera const& camera(double line, std::optional<float> tdiStages = {});
+  Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
+
+  /// Of a point that has a result.
+  Status status(geo::XYPoint const& image, double time) const;
+  /// Whether what the library found holds: the position is in front of the camera, and as near to the sensor line as the library's
+  /// tolerance, twice, allows.
+  bool isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground);
+
+  Closure closure(geo::XYPoint const& image, geo::XYZPoint const& ground, std::optional<float> tdiStages = {});
+
+private:
+  OpenStrip const& mStrip;
+  int mBand;
+  BandData const& mData;
+  LineSearch::Memory mMemory;
+  Camera mCamera{};
+  double mLine = std::numeric_limits<double>::quiet_NaN();
+};
+
+/// Whether a position lies on a pixel of the image of a band.
+bool isOnPixel(sensor::KESStripModel const& model, int band, geo::XYPoint const& image);
+
+}  // namespace kes::detail
