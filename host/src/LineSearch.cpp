@@ -18,7 +18,8 @@ constexpr int FREE_PASSES = 16;  // until halving takes turns with the other ste
 constexpr int LINES_PER_OVERLAP = 64;
 // A stretch in which the view goes ahead by less than this part of its mean speed counts as one that may go back.
 constexpr double LEAST_PROGRESS = 0.1;
-// The secant's last correction is at most as long; what bends within a piece is a thousandth of it at most.
+// The secant's last correction is at most as long, in lines, less where the view hardly moves; what bends within a piece
+// is a thousandth of it at most.
 constexpr double LAST_STEP = 1e-4;
 constexpr int REFINEMENTS = 100;
 // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
@@ -328,7 +329,7 @@ Found LineSearch::Task::solve(Piece const& piece) {
     Pose const pose = mChain.pose(piece, line);
     double const rest = ahead(pose, y);
     double const step = -rest / slope;
-    if (std::fabs(step) <= LAST_STEP && std::isfinite(y1)) {
+    if (std::fabs(step) <= LAST_STEP * limited(std::fabs(slope), 0.0, 1.0) && std::isfinite(y1)) {
       double const solution = limited(line + step, piece.first, piece.last);
       return at(piece, solution, y + y1 * (solution - line));
     }
