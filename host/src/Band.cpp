@@ -54,7 +54,7 @@ std::string Band::imageFile() const {
 }
 
 bool Band::contains(geo::XYPoint const& image) const {
-  return detail::isOnPixel(mStrip->model(), mIndex, image);
+  return detail::isOnPixel(image, samples(), lines());
 }
 
 Band::OnGround Band::toGround(geo::XYPoint const& image, ToGroundOptions const& options) const {

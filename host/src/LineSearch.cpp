@@ -22,6 +22,7 @@ constexpr double LEAST_PROGRESS = 0.1;
 // is a thousandth of it at most.
 constexpr double LAST_STEP = 1e-4;
 constexpr int REFINEMENTS = 100;
+constexpr int PASSES_AT_ENDS = 2;
 // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
 constexpr double LEAST_DEPTH = 1e-3;
 
@@ -38,11 +39,13 @@ geo::XYZPoint atDepth(Pose const& pose, geo::XYZPoint const& ray, double depth) 
 }  // namespace
 
 LineSearch::Memory::Ends const& LineSearch::Memory::ends(ViewChain const& chain, Piece const& piece) {
-  Ends& kept = mEnds[(piece.interval + piece.record) % size];
-  if (!kept.isKnown || kept.piece.interval != piece.interval || kept.piece.record != piece.record) {
-    kept = {piece, chain.pose(piece, piece.first), chain.pose(piece, piece.last), true};
+  std::size_t const i = (piece.interval + piece.record) % size;
+  if (mIntervals[i] != piece.interval || mRecords[i] != piece.record) {
+    mIntervals[i] = piece.interval;
+    mRecords[i] = piece.record;
+    mEnds[i] = {chain.pose(piece, piece.first), chain.pose(piece, piece.last)};
   }
-  return kept;
+  return mEnds[i];
 }
 
 LineSearch::LineSearch(ViewChain const& chain) : mChain(chain) {
@@ -69,13 +72,17 @@ void LineSearch::makeNodes() {
   mCosine = dx / length;
   mSine = dy / length;
   mSpeed = length / (lastLine - firstLine);
-  double const lastSample = mChain.sensorLine().samples() - 1.0;
+  mDepth = 2.0 * mChain.usualDepth();
+  double const firstSample = mChain.sensorLine().firstSample();
+  double const lastSample = mChain.sensorLine().lastSample();
   double forward = 0.0;
+  double height = 0.0;
   for (double line = firstLine; line <= lastLine; line += LINES_PER_NODE) {
     Pose const pose = mChain.pose(mChain.pieceAt(line), line);
     forward += mCosine * pose.along.x + mSine * pose.along.y;
-    Look const left = look(pose, 0.0);
-    Look const middle = look(pose, 0.5 * lastSample);
+    height += pose.centre.z;
+    Look const left = look(pose, firstSample);
+    Look const middle = look(pose, 0.5 * (firstSample + lastSample));
     Look const right = look(pose, lastSample);
     double const a = left.across - middle.across;
     double const b = right.across - middle.across;
@@ -87,17 +94,20 @@ void LineSearch::makeNodes() {
                       std::fmax(std::fabs(a), std::fabs(b))});
   }
   mForward = forward < 0.0 ? -1.0 : 1.0;
+  mNodesPerMetre = 1.0 / (mSpeed * LINES_PER_NODE);
+  mLinesPerUnit = mForward / (mChain.focalLength() * mSpeed);
+  mHeight = height / static_cast<double>(mNodes.size());
 }
 
 // The progress of the view over the ground from piece to piece, in lines at the mean speed, for three rays.
 void LineSearch::findOverlaps() {
   LineTable const& table = mChain.lines();
-  double const lastSample = mChain.sensorLine().samples() - 1.0;
-  mDepth = 2.0 * mChain.usualDepth();
-  double const linesPerUnit = mForward * mDepth / (mChain.focalLength() * mSpeed);
+  double const firstSample = mChain.sensorLine().firstSample();
+  double const lastSample = mChain.sensorLine().lastSample();
+  double const linesPerUnit = mLinesPerUnit * mDepth;
   mOverlaps.assign(table.size() / LINES_PER_OVERLAP + 1, 0.0);
   std::vector<double> lines;
-  for (double const sample : {0.0, 0.5 * lastSample, lastSample}) {
+  for (double const sample : {firstSample, 0.5 * (firstSample + lastSample), lastSample}) {
     std::vector<double> progress;
     lines.clear();
     double sum = 0.0;
@@ -153,35 +163,45 @@ double LineSearch::overlapBefore(double line) const {
 class LineSearch::Task {
 public:
   Task(LineSearch const& search, geo::XYZPoint const& ground, Memory& memory)
-      : mSearch(search), mChain(search.mChain), mGround(ground), mMemory(memory) {}
+      : mSearch(search), mChain(search.mChain), mGround(ground), mMemory(memory),
+        mDepth(search.mHeight - ground.z),
+        mLinesPerUnit(search.mLinesPerUnit * std::max(mDepth, LEAST_DEPTH * search.mDepth)) {}
 
   Found run();
 
 private:
-  struct Ends {
-    double first;
-    double last;
+  // How many lines, roughly, the position is ahead of the sensor line, and its focal y.
+  struct Sighting {
+    double ahead;
+    double y;
   };
-  static bool crosses(Ends const& ends) { return (ends.first > 0.0) != (ends.last > 0.0); }
+  struct Ends {
+    Sighting first;
+    Sighting last;
+    bool cross() const { return (first.ahead > 0.0) != (last.ahead > 0.0); }
+  };
 
-  double guess();
-  double ahead(Pose const& pose, double& y) const;
-  double aheadAtFirst(Piece const& piece);
-  double aheadAtLast(Piece const& piece);
+  Sighting sighting(Pose const& pose) const;
+  Ends ends(Piece const& piece) const;
   double clamped(double line) const;
-  bool findPassage(double line, Piece& piece);
-  bool firstFrom(double line, Piece const& last, Piece& piece, bool& atStep);
-  Found solve(Piece const& piece);
-  Found at(Piece const& piece, double line, double y) const;
-  Found nothing() const { return {NAN_VALUE, NAN_VALUE, NAN_VALUE, mPasses, false}; }
+  double guess() const;
+  bool passesInLastPiece();
+  bool findPassage(double line);
+  bool findFirst(double line, Piece const& last);
+  Found solve() const;
+  Found at(double line, double y, int passes) const;
+  static Found nothing() { return {NAN_VALUE, NAN_VALUE, NAN_VALUE, 0, false}; }
 
   LineSearch const& mSearch;
   ViewChain const& mChain;
   geo::XYZPoint const& mGround;
   Memory& mMemory;
-  double mLinesPerUnit = 0.0;
-  double mDepth = 0.0;
-  int mPasses = 0;
+  double mDepth;
+  double mLinesPerUnit;
+  // Where the position passes from one side of the sensor line to the other; with `mIsStep`, just before the piece.
+  Piece mPiece{};
+  Ends mEnds{};
+  bool mIsStep = false;
 };
 
 double LineSearch::Task::clamped(double line) const {
@@ -189,198 +209,206 @@ double LineSearch::Task::clamped(double line) const {
 }
 
 // From node to node of the coarse table, until one is near the line that it points to.
-double LineSearch::Task::guess() {
+double LineSearch::Task::guess() const {
   double const along = mSearch.mCosine * mGround.x + mSearch.mSine * mGround.y;
   double const across = mSearch.mCosine * mGround.y - mSearch.mSine * mGround.x;
-  double const first = mChain.lines().firstLine();
   auto const last = static_cast<double>(mSearch.mNodes.size() - 1);
-  double line = first + (along - mSearch.mNodes.front().along) / mSearch.mSpeed;
-  double known = INFINITE;
+  // In nodes from the first one on.
+  double place = (along - mSearch.mNodes.front().along) * mSearch.mNodesPerMetre;
+  std::int64_t known = -1;
   for (int i = 0; i < GUESSES; ++i) {
-    double const place = limited((line - first) / LINES_PER_NODE + 0.5, 0.0, last);
-    if (!(place >= 0.0)) {
+    double const nearest = limited(place + 0.5, 0.0, last);
+    if (!(nearest >= 0.0)) {
       return NAN_VALUE;
     }
-    auto const index = static_cast<double>(static_cast<std::int64_t>(place));
+    auto const index = static_cast<std::int64_t>(nearest);
     if (index == known) {
       break;
     }
     known = index;
     Node const& node = mSearch.mNodes[static_cast<std::size_t>(index)];
-    mDepth = node.height - mGround.z;
-    double const depth = std::fmax(mDepth, LEAST_DEPTH * mSearch.mDepth);
+    double const depth = std::max(node.height - mGround.z, LEAST_DEPTH * mSearch.mDepth);
     double const d = limited((across - node.across) / depth - node.tangent, -node.reach, node.reach);
-    double const view = node.along + mDepth * (node.ahead + d * (node.slope + d * node.bow));
-    line = first + index * LINES_PER_NODE + (along - view) / mSearch.mSpeed;
+    double const view = node.along + depth * (node.ahead + d * (node.slope + d * node.bow));
+    place = static_cast<double>(index) + (along - view) * mSearch.mNodesPerMetre;
   }
-  mLinesPerUnit = mSearch.mForward * std::fmax(mDepth, LEAST_DEPTH * mSearch.mDepth) / (mChain.focalLength() * mSearch.mSpeed);
-  return clamped(line);
+  return clamped(mChain.lines().firstLine() + place * LINES_PER_NODE);
 }
 
-// How many lines, roughly, the position is ahead of the sensor line. What isn't in front of the camera is ahead of it or
-// behind it as the camera flies.
-double LineSearch::Task::ahead(Pose const& pose, double& y) const {
+// What isn't in front of the camera is ahead of it or behind it as the camera flies.
+LineSearch::Task::Sighting LineSearch::Task::sighting(Pose const& pose) const {
   ViewChain::Sight const sight = mChain.sight(pose, mGround);
-  y = sight.focal.y;
+  double const y = sight.focal.y;
   if (!(sight.depth > 0.0)) {
     double const u = pose.along.x * (mGround.x - pose.centre.x) + pose.along.y * (mGround.y - pose.centre.y) +
                      pose.along.z * (mGround.z - pose.centre.z);
-    return std::copysign(INFINITE, u * mSearch.mForward);
+    return {std::copysign(INFINITE, u * mSearch.mForward), y};
   }
-  return (sight.focal.x - mChain.sensorLine().at(y).x) * mLinesPerUnit;
+  return {(sight.focal.x - mChain.sensorLine().at(y).x) * mLinesPerUnit, y};
 }
 
-double LineSearch::Task::aheadAtFirst(Piece const& piece) {
-  double y = 0.0;
-  ++mPasses;
-  return ahead(mMemory.ends(mChain, piece).first, y);
+LineSearch::Task::Ends LineSearch::Task::ends(Piece const& piece) const {
+  Memory::Ends const& poses = mMemory.ends(mChain, piece);
+  return {sighting(poses.first), sighting(poses.last)};
 }
 
-double LineSearch::Task::aheadAtLast(Piece const& piece) {
-  double y = 0.0;
-  ++mPasses;
-  return ahead(mMemory.ends(mChain, piece).last, y);
+// Neighbours mostly share a piece. Where no line before can have seen the position, and within the sensor line, for which that
+// is known, it is the very piece that the search would find.
+bool LineSearch::Task::passesInLastPiece() {
+  if (!mMemory.hasLastPiece || mDepth > mSearch.mDepth) {
+    return false;
+  }
+  mPiece = mMemory.lastPiece;
+  mEnds = ends(mPiece);
+  return mEnds.first.ahead > 0.0 && mEnds.last.ahead <= 0.0;
 }
 
-// A piece in which, or before which, the position passes from ahead to behind. False when it is ahead at the end or behind
-// at the beginning; then the piece is there.
-bool LineSearch::Task::findPassage(double line, Piece& piece) {
-  double low = mChain.lines().firstLine();
-  double high = mChain.lines().lastLine();
-  piece = mChain.pieceAt(line);
+// A piece in which, or just before which, the position passes from ahead to behind. False when it is ahead at the end or behind
+// at the beginning of the table; then the piece is there.
+bool LineSearch::Task::findPassage(double line) {
+  double const firstLine = mChain.lines().firstLine();
+  double const lastLine = mChain.lines().lastLine();
+  double low = firstLine;
+  double high = lastLine;
+  mPiece = mChain.pieceAt(line);
   for (int pass = 0;; ++pass) {
-    double const first = aheadAtFirst(piece);
-    double next = piece.first + first;
-    if (first > 0.0) {
-      low = std::max(low, piece.first);
-      if (next < piece.last + 1.0 || !(piece.last < high)) {
-        double const last = aheadAtLast(piece);
-        if (!(last > 0.0)) {
+    Memory::Ends const& poses = mMemory.ends(mChain, mPiece);
+    mEnds.first = sighting(poses.first);
+    bool const isAhead = mEnds.first.ahead > 0.0;
+    double next = mPiece.first + mEnds.first.ahead;
+    if (isAhead) {
+      low = std::max(low, mPiece.first);
+      if (next < mPiece.last + 1.0 || !(mPiece.last < high)) {
+        mEnds.last = sighting(poses.last);
+        if (!(mEnds.last.ahead > 0.0)) {
           return true;
         }
-        low = piece.last;
-        next = piece.last + last;
-        if (!(piece.last < mChain.lines().lastLine())) {
+        if (!(mPiece.last < lastLine)) {
           return false;
         }
+        low = mPiece.last;
+        next = mPiece.last + mEnds.last.ahead;
       }
     } else {
-      high = std::min(high, piece.first);
-      if (!(piece.first > mChain.lines().firstLine())) {
+      high = std::min(high, mPiece.first);
+      if (!(mPiece.first > firstLine)) {
+        mEnds.last = sighting(poses.last);
         return false;
       }
-      // Ahead at the very end of the piece before: the passage is a step between the two.
+      // Ahead at the very end of the piece before: a step between the two.
       if (!(low < high)) {
+        mEnds.last = sighting(poses.last);
+        mIsStep = true;
         return true;
       }
     }
     if (!(next > low && next < high) || (pass > FREE_PASSES && pass % 2 == 0)) {
       bool const isNear = !(high - low > 2.0);
-      next = isNear ? (first > 0.0 ? low : std::nextafter(high, low)) : low + 0.5 * (high - low);
+      next = isNear ? (isAhead ? low : std::nextafter(high, low)) : low + 0.5 * (high - low);
     }
-    piece = first > 0.0 && !(next > piece.last) ? mChain.next(piece)
-            : first > 0.0 || next < piece.first - 1.0 ? mChain.pieceAt(next)
-                                                      : mChain.previous(piece);
+    if (isAhead) {
+      mPiece = next > mPiece.last ? mChain.pieceAt(next) : mChain.next(mPiece);
+    } else {
+      mPiece = next < mPiece.first - 1.0 ? mChain.pieceAt(next) : mChain.previous(mPiece);
+    }
   }
 }
 
 // The first passage, in either direction, from a line on up to the end of a piece.
-bool LineSearch::Task::firstFrom(double line, Piece const& last, Piece& piece, bool& atStep) {
-  piece = mChain.pieceAt(clamped(line));
-  Ends ends{aheadAtFirst(piece), aheadAtLast(piece)};
-  atStep = false;
-  while (!crosses(ends)) {
-    if (piece.interval == last.interval && piece.record == last.record) {
+bool LineSearch::Task::findFirst(double line, Piece const& last) {
+  mPiece = mChain.pieceAt(clamped(line));
+  mEnds = ends(mPiece);
+  mIsStep = false;
+  while (!mEnds.cross()) {
+    if (mPiece.interval == last.interval && mPiece.record == last.record) {
       return false;
     }
-    bool const wasAhead = ends.last > 0.0;
-    piece = mChain.next(piece);
-    ends = {aheadAtFirst(piece), aheadAtLast(piece)};
-    if (wasAhead != (ends.first > 0.0)) {
-      atStep = true;
+    bool const wasAhead = mEnds.last.ahead > 0.0;
+    mPiece = mChain.next(mPiece);
+    mEnds = ends(mPiece);
+    if (wasAhead != (mEnds.first.ahead > 0.0)) {
+      mIsStep = true;
       return true;
     }
   }
   return true;
 }
 
-Found LineSearch::Task::at(Piece const& piece, double line, double y) const {
-  return {line, mChain.sensorLine().at(y).sample, mChain.time(piece, line), mPasses, true};
+Found LineSearch::Task::at(double line, double y, int passes) const {
+  return {line, mChain.sensorLine().at(y).sample, mChain.time(mPiece, line), passes, true};
 }
 
 // In a piece at whose ends the position lies on different sides of the sensor line: the secant, within the bracket.
-Found LineSearch::Task::solve(Piece const& piece) {
-  Memory::Ends const& poses = mMemory.ends(mChain, piece);
-  double yLow = 0.0;
-  double yHigh = 0.0;
-  double low = piece.first;
-  double high = piece.last;
-  double aheadLow = ahead(poses.first, yLow);
-  double aheadHigh = ahead(poses.last, yHigh);
+Found LineSearch::Task::solve() const {
+  if (mIsStep || mEnds.first.ahead == 0.0) {
+    return std::isfinite(mEnds.first.ahead) ? at(mPiece.first, mEnds.first.y, PASSES_AT_ENDS) : nothing();
+  }
+  double low = mPiece.first;
+  double high = mPiece.last;
+  Sighting atLow = mEnds.first;
+  Sighting atHigh = mEnds.last;
   for (int i = 0; i < REFINEMENTS; ++i) {
-    double const slope = (aheadHigh - aheadLow) / (high - low);
-    double const y1 = (yHigh - yLow) / (high - low);
-    double line = low - aheadLow / slope;
+    double const slope = (atHigh.ahead - atLow.ahead) / (high - low);
+    double line = low - atLow.ahead / slope;
+    // Every fourth time, and where the secant has no place, the middle.
     if (!(line >= low && line <= high) || i % 4 == 3) {
       line = low + 0.5 * (high - low);
     }
-    double y = 0.0;
-    ++mPasses;
-    Pose const pose = mChain.pose(piece, line);
-    double const rest = ahead(pose, y);
-    double const step = -rest / slope;
-    if (std::fabs(step) <= LAST_STEP * limited(std::fabs(slope), 0.0, 1.0) && std::isfinite(y1)) {
-      double const solution = limited(line + step, piece.first, piece.last);
-      return at(piece, solution, y + y1 * (solution - line));
+    Sighting const seen = sighting(mChain.pose(mPiece, line));
+    double const step = -seen.ahead / slope;
+    double const yStep = (atHigh.y - atLow.y) / (high - low);
+    if (std::fabs(step) <= LAST_STEP * limited(std::fabs(slope), 0.0, 1.0) && std::isfinite(yStep)) {
+      double const solution = limited(line + step, mPiece.first, mPiece.last);
+      return at(solution, seen.y + yStep * (solution - line), PASSES_AT_ENDS + i + 1);
     }
-    if ((rest > 0.0) == (aheadLow > 0.0)) {
+    if ((seen.ahead > 0.0) == (atLow.ahead > 0.0)) {
       low = line;
-      aheadLow = rest;
-      yLow = y;
+      atLow = seen;
     } else {
       high = line;
-      aheadHigh = rest;
-      yHigh = y;
+      atHigh = seen;
     }
   }
   return nothing();
 }
 
 Found LineSearch::Task::run() {
+  if (passesInLastPiece()) {
+    Found const found = solve();
+    if (mSearch.isWithinSensorLine(found.sample)) {
+      return found;
+    }
+  }
+  mIsStep = false;
   double const start = guess();
-  Piece piece{};
   if (std::isnan(start)) {
     return nothing();
   }
-  bool const hasPassage = findPassage(start, piece);
-  double const overlap = mDepth <= mSearch.mDepth ? mSearch.overlapBefore(piece.first) : INFINITE;
-  bool atStep = false;
+  bool const hasPassage = findPassage(start);
+  double const overlap = mDepth <= mSearch.mDepth ? mSearch.overlapBefore(mPiece.first) : INFINITE;
   if (overlap > 0.0 || !hasPassage) {
     // Behind at the very beginning, a passage can still follow within what overlaps.
-    Piece const last = hasPassage || piece.first > mChain.lines().firstLine()
-                           ? piece
-                           : mChain.pieceAt(clamped(piece.first + overlap));
-    if (!firstFrom(piece.first - overlap, last, piece, atStep)) {
+    Piece const last = hasPassage || mPiece.first > mChain.lines().firstLine()
+                           ? mPiece
+                           : mChain.pieceAt(clamped(mPiece.first + overlap));
+    if (!findFirst(mPiece.first - overlap, last)) {
       return nothing();
     }
   }
-  double y = 0.0;
-  double const first = ahead(mMemory.ends(mChain, piece).first, y);
-  if (atStep || !(first > 0.0)) {
-    if (atStep || first == 0.0) {
-      return std::isfinite(first) ? at(piece, piece.first, y) : nothing();
-    }
-    double ignored = 0.0;
-    // Without a passage within, it is the step before the piece.
-    if (!(ahead(mMemory.ends(mChain, piece).last, ignored) > 0.0)) {
-      return std::isfinite(first) ? at(piece, piece.first, y) : nothing();
-    }
-  }
-  return solve(piece);
+  mMemory.hasLastPiece = !mIsStep && mSearch.isUnambiguous(mPiece.first);
+  mMemory.lastPiece = mPiece;
+  return solve();
 }
 
 Found LineSearch::find(geo::XYZPoint const& ground, Memory& memory) const {
-  return Task(*this, ground, memory).run();
+  return mChain.isEmpty() ? Found{NAN_VALUE, NAN_VALUE, NAN_VALUE, 0, false} : Task(*this, ground, memory).run();
+}
+
+bool LineSearch::isUnambiguous(double line) const {
+  std::size_t const stretch = mChain.lines().intervalOf(line) / LINES_PER_OVERLAP;
+  std::size_t const first = stretch - std::min<std::size_t>(stretch, 1);
+  std::size_t const last = std::min(stretch + 1, mOverlaps.size() - 1);
+  return std::all_of(&mOverlaps[first], &mOverlaps[last] + 1, [](double overlap) { return overlap == 0.0; });
 }
 
 }  // namespace kes::detail

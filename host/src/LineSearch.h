@@ -31,7 +31,8 @@ struct Found {
 /// the sensor line down to twice the usual depth. Only where it isn't 0 are the lines before looked at, too; for deeper
 /// positions, all are.
 ///
-/// The result depends on nothing but the position: not on those before it, nor on the thread.
+/// The result depends on nothing but the position: not on those before it, nor on the thread. In a run, the piece of the
+/// position before is tried first; that is done only where the view never goes back, and so leads to the same piece.
 class LineSearch {
 public:
   explicit LineSearch(ViewChain const& chain);
@@ -66,6 +67,10 @@ private:
   void findOverlaps();
   void addOverlap(std::vector<double> const& lines, std::vector<double> const& progress);
   double overlapBefore(double line) const;
+  bool isUnambiguous(double line) const;
+  bool isWithinSensorLine(double sample) const {
+    return sample >= mChain.sensorLine().firstSample() && sample <= mChain.sensorLine().lastSample();
+  }
 
   ViewChain const& mChain;
   std::vector<Node> mNodes;
@@ -74,23 +79,32 @@ private:
   double mSine = 0.0;
   double mSpeed = 1.0;   // metres a line
   double mForward = 1.0; // -1 when the focal x points against the flight
+  double mHeight = 0.0;  // of the flight, its mean
   double mDepth = 0.0;   // down to which overlaps are known
+  double mNodesPerMetre = 0.0;
+  double mLinesPerUnit = 0.0;  // of the focal plane, for each metre of depth
   std::vector<double> mOverlaps;  // lines
 };
 
+/// Starts without anything; only what its keys say is kept.
 class LineSearch::Memory {
 public:
   /// The poses at the first and the last line of a piece.
   struct Ends {
-    Piece piece{};
-    Pose first{};
-    Pose last{};
-    bool isKnown = false;
+    Pose first;
+    Pose last;
   };
   Ends const& ends(ViewChain const& chain, Piece const& piece);
 
+  /// The piece of the last position, where there is no doubt about the one that neighbours in it belong to.
+  Piece lastPiece{};
+  bool hasLastPiece = false;
+
 private:
   static constexpr std::size_t size = 8;
+  static constexpr std::size_t none = ~std::size_t{0};
+  std::size_t mIntervals[size] = {none, none, none, none, none, none, none, none};
+  std::size_t mRecords[size];
   Ends mEnds[size];
 };
 

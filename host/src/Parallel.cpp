@@ -60,9 +60,10 @@ private:
 
 }  // namespace
 
-void forEachPart(std::size_t count, int threads, std::function<void(std::size_t begin, std::size_t end)> const& work) {
+void forEachPartInThreads(std::size_t count, std::size_t threads,
+                          std::function<void(std::size_t begin, std::size_t end)> const& work) {
   std::size_t const parts = (count + pointsPerPart - 1) / pointsPerPart;
-  Crew(count, work).run(std::clamp<std::size_t>(static_cast<std::size_t>(std::max(threads, 1)), 1, std::max<std::size_t>(parts, 1)));
+  Crew(count, work).run(std::min(threads, parts));
 }
 
 }  // namespace kes::detail

@@ -13,12 +13,6 @@ constexpr double LIBRARY_TOLERANCE = 0.1;  // lines
 
 }  // namespace
 
-bool isOnPixel(sensor::KESStripModel const& model, int band, geo::XYPoint const& image) {
-  constexpr double half = 0.5;
-  return image.x >= -half && image.x < model.imageWidth(band) - half && image.y >= -half &&
-         image.y < model.imageHeight(band) - half;
-}
-
 Projector::Camera const& Projector::camera(double line, std::optional<float> tdiStages) {
   if (line == mLine) {
     return mCamera;
@@ -31,13 +25,6 @@ Projector::Camera const& Projector::camera(double line, std::optional<float> tdi
     mCamera = {chain().pose(piece, line), chain().time(piece, line)};
   }
   return mCamera;
-}
-
-Status Projector::status(geo::XYPoint const& image, double time) const {
-  if (chain().orientation().isOutside(time)) {
-    return Status::outsideOrientation;
-  }
-  return isOnPixel(model(), band(), image) ? Status::ok : Status::outsideImage;
 }
 
 bool Projector::isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground) {

@@ -10,10 +10,18 @@
 
 namespace kes::detail {
 
+/// Whether a position lies on a pixel of an image of so many samples and lines.
+inline bool isOnPixel(geo::XYPoint const& image, double samples, double lines) {
+  constexpr double half = 0.5;
+  return image.x >= -half && image.x < samples - half && image.y >= -half && image.y < lines - half;
+}
+
 /// What the two directions of a band's projection share; for one thread.
 class Projector {
 public:
-  Projector(OpenStrip const& strip, int band) : mStrip(strip), mBand(band), mData(strip.band(band)) {}
+  Projector(OpenStrip const& strip, int band)
+      : mStrip(strip), mBand(band), mData(strip.band(band)), mWidth(model().imageWidth(band)),
+        mHeight(model().imageHeight(band)) {}
 
   sensor::KESStripModel const& model() const { return mStrip.model(); }
   CoordinateSystem const& local() const { return mStrip.localSystem(); }
@@ -32,7 +40,12 @@ public:
   Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
 
   /// Of a point that has a result.
-  Status status(geo::XYPoint const& image, double time) const;
+  Status status(geo::XYPoint const& image, double time) const {
+    if (chain().orientation().isOutside(time)) {
+      return Status::outsideOrientation;
+    }
+    return isOnPixel(image, mWidth, mHeight) ? Status::ok : Status::outsideImage;
+  }
   /// Whether what the library found holds: the position is in front of the camera, and as near to the sensor line as the library's
   /// tolerance, twice, allows.
   bool isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground);
@@ -43,12 +56,11 @@ private:
   OpenStrip const& mStrip;
   int mBand;
   BandData const& mData;
+  double mWidth;
+  double mHeight;
   LineSearch::Memory mMemory;
   Camera mCamera{};
   double mLine = std::numeric_limits<double>::quiet_NaN();
 };
-
-/// Whether a position lies on a pixel of the image of a band.
-bool isOnPixel(sensor::KESStripModel const& model, int band, geo::XYPoint const& image);
 
 }  // namespace kes::detail

@@ -26,8 +26,9 @@ public:
   /// `offset` is the sample of the calibration at which the image's sample 0 lies.
   SensorLine(sensor::CalibrationGeometryKes const& calibration, int offset);
 
-  /// Samples of the calibration.
-  double samples() const { return mLastSample + 1.0; }
+  /// The first and the last calibrated sample, as samples of the image.
+  double firstSample() const { return -mOffset; }
+  double lastSample() const { return mLastSample - mOffset; }
   /// Focal position of a sample of the image.
   geo::XYPoint focal(double sample) const;
   /// The sample of the image that lies at a focal y.

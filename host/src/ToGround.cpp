@@ -38,7 +38,7 @@ struct GroundCall {
 class GroundPart {
 public:
   GroundPart(detail::OpenStrip const& strip, int band, GroundCall const& call)
-      : mProjector(strip, band), mCall(call), mSystem(call.options.system ? *call.options.system : strip.localSystem()),
+      : mProjector(strip, band), mCall(call), mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()) {
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
       mRays.emplace(call.surface()->source(), mProjector.local());
@@ -168,7 +168,7 @@ private:
 
   detail::Projector mProjector;
   GroundCall const& mCall;
-  CoordinateSystem mSystem;
+  CoordinateSystem const& mSystem;
   bool mIsLocal;
   std::optional<detail::SurfaceRays> mRays;
   geo::XYZPoint mLocal;

@@ -30,7 +30,7 @@ struct ImageCall {
 class ImagePart {
 public:
   ImagePart(detail::OpenStrip const& strip, int band, ImageCall const& call)
-      : mProjector(strip, band), mCall(call), mSystem(call.options.system ? *call.options.system : strip.localSystem()),
+      : mProjector(strip, band), mCall(call), mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()) {}
 
   void project(std::size_t begin, std::size_t end) {
@@ -182,7 +182,7 @@ private:
 
   detail::Projector mProjector;
   ImageCall const& mCall;
-  CoordinateSystem mSystem;
+  CoordinateSystem const& mSystem;
   bool mIsLocal;
   std::vector<geo::XYZPoint> mLocal;
 };
@@ -210,7 +210,10 @@ std::size_t Band::toImage(std::span<geo::XYZPoint const> ground, ToImageOptions 
     ImagePart(*mStrip, mIndex, call).project(0, ground.size());
   } else {
     detail::forEachPart(ground.size(), options.threads, [&](std::size_t begin, std::size_t end) {
-      ImagePart(*mStrip, mIndex, call).project(begin, end);
+      ImagePart part(*mStrip, mIndex, call);
+      for (std::size_t i = begin; i < end; i += detail::pointsPerPart) {
+        part.project(i, std::min(i + detail::pointsPerPart, end));
+      }
     });
   }
   return detail::countResults(status);
