@@ -51,10 +51,10 @@ std::map<std::string, Kernel> kernels() {
                strip.lsrToImage(points.ground[i], band, points.image[i]);
              }
            }},
-          {"lsrToImage-run",
-           [](KESStripModel const& strip, kes::Band const&, Points& points) { strip.lsrToImage(points.ground, band, points.image); }},
-          {"lsrToImageSSE",
-           [](KESStripModel const& strip, kes::Band const&, Points& points) { strip.lsrToImageSSE(points.ground, band, points.image); }},
+          {"lsrToImage-run", [](KESStripModel const& strip, kes::Band const&,
+                                Points& points) { strip.lsrToImage(points.ground, band, points.image); }},
+          {"lsrToImageSSE", [](KESStripModel const& strip, kes::Band const&,
+                               Points& points) { strip.lsrToImageSSE(points.ground, band, points.image); }},
           // What is prepared at the first use is the same for any count.
           {"precise-toImage",
            [](KESStripModel const&, kes::Band const& precise, Points& points) {

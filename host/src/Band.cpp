@@ -1,3 +1,4 @@
+#include "Checks.h"
 #include "OpenStrip.h"
 #include "Projector.h"
 
@@ -63,7 +64,17 @@ Band::OnGround Band::toGround(geo::XYPoint const& image, ToGroundOptions const& 
   return result;
 }
 
+// A precise local position, the usual single one, needs nothing that a run prepares.
 Band::InImage Band::toImage(geo::XYZPoint const& ground, ToImageOptions const& options) const {
+  PointOutputs const& outputs = options.outputs;
+  if (options.solver == Solver::precise && !options.system && std::holds_alternative<OwnHeight>(options.heights) &&
+      outputs.time.empty() && outputs.passes.empty() && outputs.closure.empty() && detail::isFinite(ground)) {
+    detail::BandData const& data = mStrip->band(mIndex);
+    detail::LineSearch::Memory memory;
+    detail::Found const found = data.search.find(ground, memory);
+    geo::XYPoint const image(found.sample, found.line);
+    return {image, found.isSolved ? detail::statusOf(data, image, found.time) : Status::noSolution};
+  }
   InImage result{};
   toImage({&ground, 1}, options, {&result.position, 1}, {&result.status, 1});
   return result;

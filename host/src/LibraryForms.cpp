@@ -12,7 +12,7 @@ namespace {
 
 constexpr int PASSES_AT_HEIGHT = 10;
 constexpr int PASSES_ON_SURFACE = 100;
-constexpr float TOLERANCE_AT_HEIGHT = 0.1F;    // ground sampling distances
+constexpr float TOLERANCE_AT_HEIGHT = 0.1F;  // ground sampling distances
 constexpr float TOLERANCE_ON_SURFACE = 0.01F;
 constexpr std::size_t LANES = 4;
 

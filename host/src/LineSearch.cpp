@@ -18,9 +18,9 @@ constexpr int FREE_PASSES = 16;  // until halving takes turns with the other ste
 constexpr int LINES_PER_OVERLAP = 64;
 // A stretch in which the view goes ahead by less than this part of its mean speed counts as one that may go back.
 constexpr double LEAST_PROGRESS = 0.1;
-// The secant's last correction is at most as long, in lines, less where the view hardly moves; what bends within a piece
-// is a thousandth of it at most.
-constexpr double LAST_STEP = 1e-4;
+// The secant's last correction is at most as long, in lines, less where the view hardly moves: what bends
+// within a piece, above all where the sample passes from pixel to pixel of the calibration, is a thousandth of it.
+constexpr double LAST_STEP = 4e-4;
 constexpr int REFINEMENTS = 100;
 constexpr int PASSES_AT_ENDS = 2;
 // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
@@ -37,16 +37,6 @@ geo::XYZPoint atDepth(Pose const& pose, geo::XYZPoint const& ray, double depth) 
 }
 
 }  // namespace
-
-LineSearch::Memory::Ends const& LineSearch::Memory::ends(ViewChain const& chain, Piece const& piece) {
-  std::size_t const i = (piece.interval + piece.record) % size;
-  if (mIntervals[i] != piece.interval || mRecords[i] != piece.record) {
-    mIntervals[i] = piece.interval;
-    mRecords[i] = piece.record;
-    mEnds[i] = {chain.pose(piece, piece.first), chain.pose(piece, piece.last)};
-  }
-  return mEnds[i];
-}
 
 LineSearch::LineSearch(ViewChain const& chain) : mChain(chain) {
   if (!chain.isEmpty()) {
@@ -163,18 +153,22 @@ double LineSearch::overlapBefore(double line) const {
 class LineSearch::Task {
 public:
   Task(LineSearch const& search, geo::XYZPoint const& ground, Memory& memory)
-      : mSearch(search), mChain(search.mChain), mGround(ground), mMemory(memory),
-        mDepth(search.mHeight - ground.z),
+      : mSearch(search), mChain(search.mChain), mGround(ground), mMemory(memory), mDepth(search.mHeight - ground.z),
         mLinesPerUnit(search.mLinesPerUnit * std::max(mDepth, LEAST_DEPTH * search.mDepth)) {}
 
   Found run();
 
 private:
-  // How many lines, roughly, the position is ahead of the sensor line, and its focal y.
+  // How many lines, roughly, the position is ahead of the sensor line, and its focal y; or how they change, per line.
   struct Sighting {
     double ahead;
     double y;
   };
+  // Between two lines.
+  static Sighting change(double from, Sighting const& atFrom, double to, Sighting const& atTo) {
+    double const perLine = 1.0 / (to - from);
+    return {(atTo.ahead - atFrom.ahead) * perLine, (atTo.y - atFrom.y) * perLine};
+  }
   struct Ends {
     Sighting first;
     Sighting last;
@@ -248,8 +242,7 @@ LineSearch::Task::Sighting LineSearch::Task::sighting(Pose const& pose) const {
 }
 
 LineSearch::Task::Ends LineSearch::Task::ends(Piece const& piece) const {
-  Memory::Ends const& poses = mMemory.ends(mChain, piece);
-  return {sighting(poses.first), sighting(poses.last)};
+  return {sighting(mMemory.first(mChain, piece)), sighting(mMemory.last(mChain, piece))};
 }
 
 // Neighbours mostly share a piece. Where no line before can have seen the position, and within the sensor line, for which that
@@ -259,8 +252,12 @@ bool LineSearch::Task::passesInLastPiece() {
     return false;
   }
   mPiece = mMemory.lastPiece;
-  mEnds = ends(mPiece);
-  return mEnds.first.ahead > 0.0 && mEnds.last.ahead <= 0.0;
+  mEnds.first = sighting(mMemory.first(mChain, mPiece));
+  if (!(mEnds.first.ahead > 0.0)) {
+    return false;
+  }
+  mEnds.last = sighting(mMemory.last(mChain, mPiece));
+  return mEnds.last.ahead <= 0.0;
 }
 
 // A piece in which, or just before which, the position passes from ahead to behind. False when it is ahead at the end or behind
@@ -272,14 +269,13 @@ bool LineSearch::Task::findPassage(double line) {
   double high = lastLine;
   mPiece = mChain.pieceAt(line);
   for (int pass = 0;; ++pass) {
-    Memory::Ends const& poses = mMemory.ends(mChain, mPiece);
-    mEnds.first = sighting(poses.first);
+    mEnds.first = sighting(mMemory.first(mChain, mPiece));
     bool const isAhead = mEnds.first.ahead > 0.0;
     double next = mPiece.first + mEnds.first.ahead;
     if (isAhead) {
       low = std::max(low, mPiece.first);
       if (next < mPiece.last + 1.0 || !(mPiece.last < high)) {
-        mEnds.last = sighting(poses.last);
+        mEnds.last = sighting(mMemory.last(mChain, mPiece));
         if (!(mEnds.last.ahead > 0.0)) {
           return true;
         }
@@ -292,12 +288,12 @@ bool LineSearch::Task::findPassage(double line) {
     } else {
       high = std::min(high, mPiece.first);
       if (!(mPiece.first > firstLine)) {
-        mEnds.last = sighting(poses.last);
+        mEnds.last = sighting(mMemory.last(mChain, mPiece));
         return false;
       }
       // Ahead at the very end of the piece before: a step between the two.
       if (!(low < high)) {
-        mEnds.last = sighting(poses.last);
+        mEnds.last = sighting(mMemory.last(mChain, mPiece));
         mIsStep = true;
         return true;
       }
@@ -348,18 +344,17 @@ Found LineSearch::Task::solve() const {
   Sighting atLow = mEnds.first;
   Sighting atHigh = mEnds.last;
   for (int i = 0; i < REFINEMENTS; ++i) {
-    double const slope = (atHigh.ahead - atLow.ahead) / (high - low);
-    double line = low - atLow.ahead / slope;
+    Sighting const chord = change(low, atLow, high, atHigh);
+    double line = low - atLow.ahead / chord.ahead;
     // Every fourth time, and where the secant has no place, the middle.
     if (!(line >= low && line <= high) || i % 4 == 3) {
       line = low + 0.5 * (high - low);
     }
     Sighting const seen = sighting(mChain.pose(mPiece, line));
-    double const step = -seen.ahead / slope;
-    double const yStep = (atHigh.y - atLow.y) / (high - low);
-    if (std::fabs(step) <= LAST_STEP * limited(std::fabs(slope), 0.0, 1.0) && std::isfinite(yStep)) {
+    double const step = -seen.ahead / chord.ahead;
+    if (std::fabs(step) <= LAST_STEP * limited(std::fabs(chord.ahead), 0.0, 1.0) && std::isfinite(chord.y)) {
       double const solution = limited(line + step, mPiece.first, mPiece.last);
-      return at(solution, seen.y + yStep * (solution - line), PASSES_AT_ENDS + i + 1);
+      return at(solution, seen.y + chord.y * (solution - line), PASSES_AT_ENDS + i + 1);
     }
     if ((seen.ahead > 0.0) == (atLow.ahead > 0.0)) {
       low = line;
@@ -400,7 +395,8 @@ Found LineSearch::Task::run() {
   return solve();
 }
 
-Found LineSearch::find(geo::XYZPoint const& ground, Memory& memory) const {
+// The whole search is drawn into its entry.
+[[gnu::flatten]] Found LineSearch::find(geo::XYZPoint const& ground, Memory& memory) const {
   return mChain.isEmpty() ? Found{NAN_VALUE, NAN_VALUE, NAN_VALUE, 0, false} : Task(*this, ground, memory).run();
 }
 

@@ -77,35 +77,46 @@ private:
   // Directions along and across the flight.
   double mCosine = 1.0;
   double mSine = 0.0;
-  double mSpeed = 1.0;   // metres a line
-  double mForward = 1.0; // -1 when the focal x points against the flight
-  double mHeight = 0.0;  // of the flight, its mean
-  double mDepth = 0.0;   // down to which overlaps are known
+  double mSpeed = 1.0;    // metres a line
+  double mForward = 1.0;  // -1 when the focal x points against the flight
+  double mHeight = 0.0;   // of the flight, its mean
+  double mDepth = 0.0;    // down to which overlaps are known
   double mNodesPerMetre = 0.0;
-  double mLinesPerUnit = 0.0;  // of the focal plane, for each metre of depth
+  double mLinesPerUnit = 0.0;     // of the focal plane, for each metre of depth
   std::vector<double> mOverlaps;  // lines
 };
 
 /// Starts without anything; only what its keys say is kept.
 class LineSearch::Memory {
 public:
-  /// The poses at the first and the last line of a piece.
-  struct Ends {
-    Pose first;
-    Pose last;
-  };
-  Ends const& ends(ViewChain const& chain, Piece const& piece);
+  /// The pose at the first or the last line of a piece.
+  Pose const& first(ViewChain const& chain, Piece const& piece) { return kept(mFirst, chain, piece, piece.first); }
+  Pose const& last(ViewChain const& chain, Piece const& piece) { return kept(mLast, chain, piece, piece.last); }
 
   /// The piece of the last position, where there is no doubt about the one that neighbours in it belong to.
-  Piece lastPiece{};
+  Piece lastPiece;
   bool hasLastPiece = false;
 
 private:
-  static constexpr std::size_t size = 8;
+  static constexpr std::size_t size = 4;
   static constexpr std::size_t none = ~std::size_t{0};
-  std::size_t mIntervals[size] = {none, none, none, none, none, none, none, none};
-  std::size_t mRecords[size];
-  Ends mEnds[size];
+  struct Entry {
+    std::size_t interval = none;
+    std::size_t record;
+    Pose pose;
+  };
+  static Pose const& kept(Entry* entries, ViewChain const& chain, Piece const& piece, double line) {
+    Entry& entry = entries[(piece.interval + piece.record) % size];
+    if (entry.interval != piece.interval || entry.record != piece.record) {
+      entry.interval = piece.interval;
+      entry.record = piece.record;
+      entry.pose = chain.pose(piece, line);
+    }
+    return entry.pose;
+  }
+
+  Entry mFirst[size];
+  Entry mLast[size];
 };
 
 }  // namespace kes::detail

@@ -49,7 +49,8 @@ public:
   std::size_t intervalOf(double line) const {
     double const place = line - firstLine();
     auto const last = static_cast<std::int64_t>(mIntervals.size()) - 1;
-    std::int64_t const i = place > 0.0 ? (place < static_cast<double>(last) ? static_cast<std::int64_t>(place) : last) : 0;
+    std::int64_t const i =
+        place > 0.0 ? (place < static_cast<double>(last) ? static_cast<std::int64_t>(place) : last) : 0;
     return static_cast<std::size_t>(i);
   }
 

@@ -16,10 +16,13 @@ namespace kes::detail {
 
 /// What precise projections of a band need, prepared at the first use.
 struct BandData {
-  explicit BandData(sensor::KESStripModel const& strip, int band) : chain(strip, band), search(chain) {}
+  BandData(sensor::KESStripModel const& strip, int band)
+      : samples(strip.imageWidth(band)), lines(strip.imageHeight(band)), chain(strip, band), search(chain) {}
   BandData(BandData const&) = delete;
   BandData& operator=(BandData const&) = delete;
 
+  double const samples;
+  double const lines;
   ViewChain const chain;
   LineSearch const search;
 };

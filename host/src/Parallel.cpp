@@ -40,8 +40,7 @@ public:
 private:
   void takeParts() {
     try {
-      for (std::size_t begin = mNext.fetch_add(pointsPerPart); begin < mCount;
-           begin = mNext.fetch_add(pointsPerPart)) {
+      for (std::size_t begin = mNext.fetch_add(pointsPerPart); begin < mCount; begin = mNext.fetch_add(pointsPerPart)) {
         mWork(begin, std::min(begin + pointsPerPart, mCount));
       }
     } catch (...) {

@@ -33,7 +33,8 @@ bool Projector::isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground)
   }
   ViewChain::Sight const sight = chain().sight(camera(image.y).pose, ground);
   double const away = sight.focal.x - chain().sensorLine().at(sight.focal.y).x;
-  double const lines = std::fabs(away) / chain().pixelSize() * std::fmax(static_cast<double>(model().scale(band())), 1.0);
+  double const lines =
+      std::fabs(away) / chain().pixelSize() * std::fmax(static_cast<double>(model().scale(band())), 1.0);
   return sight.depth > 0.0 && lines <= LIBRARY_TOLERANCE;
 }
 

@@ -16,12 +16,18 @@ inline bool isOnPixel(geo::XYPoint const& image, double samples, double lines) {
   return image.x >= -half && image.x < samples - half && image.y >= -half && image.y < lines - half;
 }
 
+/// The status of a point that has a result.
+inline Status statusOf(BandData const& band, geo::XYPoint const& image, double time) {
+  if (band.chain.orientation().isOutside(time)) {
+    return Status::outsideOrientation;
+  }
+  return isOnPixel(image, band.samples, band.lines) ? Status::ok : Status::outsideImage;
+}
+
 /// What the two directions of a band's projection share; for one thread.
 class Projector {
 public:
-  Projector(OpenStrip const& strip, int band)
-      : mStrip(strip), mBand(band), mData(strip.band(band)), mWidth(model().imageWidth(band)),
-        mHeight(model().imageHeight(band)) {}
+  Projector(OpenStrip const& strip, int band) : mStrip(strip), mBand(band), mData(strip.band(band)) {}
 
   sensor::KESStripModel const& model() const { return mStrip.model(); }
   CoordinateSystem const& local() const { return mStrip.localSystem(); }
@@ -40,12 +46,7 @@ public:
   Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
 
   /// Of a point that has a result.
-  Status status(geo::XYPoint const& image, double time) const {
-    if (chain().orientation().isOutside(time)) {
-      return Status::outsideOrientation;
-    }
-    return isOnPixel(image, mWidth, mHeight) ? Status::ok : Status::outsideImage;
-  }
+  Status status(geo::XYPoint const& image, double time) const { return statusOf(mData, image, time); }
   /// Whether what the library found holds: the position is in front of the camera, and as near to the sensor line as the library's
   /// tolerance, twice, allows.
   bool isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground);
@@ -56,10 +57,8 @@ private:
   OpenStrip const& mStrip;
   int mBand;
   BandData const& mData;
-  double mWidth;
-  double mHeight;
   LineSearch::Memory mMemory;
-  Camera mCamera{};
+  Camera mCamera;
   double mLine = std::numeric_limits<double>::quiet_NaN();
 };
 

@@ -47,11 +47,11 @@ private:
 
   std::vector<Entry> mEntries;  // the last one has no steps
   double mOffset;
-  double mDirection;    // 1, or -1 for a line that runs against the focal y
-  double mLastSample;   // of the calibration
-  double mSpacing;      // samples from an entry to the next
-  double mScale;        // samples per unit of y along the chord
-  double mChordX;       // change of x and of y along the chord, per sample
+  double mDirection;   // 1, or -1 for a line that runs against the focal y
+  double mLastSample;  // of the calibration
+  double mSpacing;     // samples from an entry to the next
+  double mScale;       // samples per unit of y along the chord
+  double mChordX;      // change of x and of y along the chord, per sample
   double mChordY;
 };
 

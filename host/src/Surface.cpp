@@ -13,7 +13,8 @@ namespace detail {
 
 SurfaceSource::SurfaceSource(CoordinateSystem system, double height)
     : mSystem(std::move(system)), mHeight(height),
-      mConstant(std::make_unique<dsm::ConstantElevationSource const>(&mSystem.platform(), static_cast<float>(height))) {}
+      mConstant(std::make_unique<dsm::ConstantElevationSource const>(&mSystem.platform(), static_cast<float>(height))) {
+}
 
 // The system belongs to the raster, so that it shares the raster's life.
 SurfaceSource::SurfaceSource(std::shared_ptr<dsm::RasterElevationSource const> raster)

@@ -16,12 +16,12 @@ namespace {
 constexpr std::int64_t TILE_SIZE = 8;
 constexpr std::size_t TILES = 64;
 constexpr int HOLE_STEPS = 16;
-constexpr double HEIGHT_MARGIN = 1.0;        // metres beyond the lowest and the highest height
-constexpr double BEND = 1e-3;                // cells, and metres, that a straight part may depart
+constexpr double HEIGHT_MARGIN = 1.0;  // metres beyond the lowest and the highest height
+constexpr double BEND = 1e-3;          // cells, and metres, that a straight part may depart
 constexpr int MOST_PARTS = 4096;
-constexpr double CLOSED = 1e-4;              // metres
+constexpr double CLOSED = 1e-4;  // metres
 constexpr int CLOSING_PASSES = 30;
-constexpr double CUT_TOLERANCE = 1e-6;       // metres
+constexpr double CUT_TOLERANCE = 1e-6;  // metres
 constexpr int CUT_PASSES = 20;
 constexpr double EARTH_RADIUS = 6378137.0;
 constexpr double PI = 3.14159265358979323846;
@@ -36,9 +36,7 @@ struct SurfaceRays::Tile {
   bool hasHoles = false;
   std::array<float, (TILE_SIZE + 1) * (TILE_SIZE + 1)> heights{};
 
-  float at(std::int64_t x, std::int64_t y) const {
-    return heights[static_cast<std::size_t>(y * (TILE_SIZE + 1) + x)];
-  }
+  float at(std::int64_t x, std::int64_t y) const { return heights[static_cast<std::size_t>(y * (TILE_SIZE + 1) + x)]; }
 };
 
 HeightCut cutAtHeight(LineOfSight const& line, CoordinateSystem const& local, CoordinateSystem const& system,
@@ -213,8 +211,8 @@ std::optional<double> SurfaceRays::walkTile(Way const& way, Span const& whole, T
     double const atColumn = exit(way.from.x, way.step.x, left + x);
     double const atRow = exit(way.from.y, way.step.y, top + y);
     Span const span{w, std::max(w, std::min({atColumn, atRow, whole.last}))};
-    if (std::optional<double> const hit = meetPatch(
-            way, span, {tile.at(x, y), tile.at(x + 1, y), tile.at(x, y + 1), tile.at(x + 1, y + 1)})) {
+    if (std::optional<double> const hit =
+            meetPatch(way, span, {tile.at(x, y), tile.at(x + 1, y), tile.at(x, y + 1), tile.at(x + 1, y + 1)})) {
       return hit;
     }
     w = span.last;
@@ -243,8 +241,10 @@ std::optional<double> SurfaceRays::meetPatch(Way const& way, Span const& span, s
   auto const gapAt = [&](double w) {
     double const u = way.at(w, &Place::x) - i;
     double const v = way.at(w, &Place::y) - j;
-    double const upper = static_cast<double>(corners[0]) + u * (static_cast<double>(corners[1]) - static_cast<double>(corners[0]));
-    double const lower = static_cast<double>(corners[2]) + u * (static_cast<double>(corners[3]) - static_cast<double>(corners[2]));
+    double const upper =
+        static_cast<double>(corners[0]) + u * (static_cast<double>(corners[1]) - static_cast<double>(corners[0]));
+    double const lower =
+        static_cast<double>(corners[2]) + u * (static_cast<double>(corners[3]) - static_cast<double>(corners[2]));
     return way.at(w, &Place::z) - (upper + v * (lower - upper));
   };
   double const f0 = gapAt(span.first);

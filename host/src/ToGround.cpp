@@ -38,7 +38,8 @@ struct GroundCall {
 class GroundPart {
 public:
   GroundPart(detail::OpenStrip const& strip, int band, GroundCall const& call)
-      : mProjector(strip, band), mCall(call), mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
+      : mProjector(strip, band), mCall(call),
+        mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()) {
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
       mRays.emplace(call.surface()->source(), mProjector.local());
@@ -119,7 +120,7 @@ private:
   static Status convert(CoordinateSystem const& from, CoordinateSystem const& to, geo::XYZPoint const& in,
                         geo::XYZPoint& out) {
     return geo::coordSys::transform(&from.platform(), &to.platform(), in, out) == 0 ? Status::ok
-                                                                                     : Status::notTransformable;
+                                                                                    : Status::notTransformable;
   }
 
   Status projectByLibrary(std::size_t i) {
@@ -135,12 +136,12 @@ private:
       if (!found) {
         return Status::noSurface;
       }
-      status = isFinite(*found) ? convert(surface->coordinateSystem(), mSystem, *found, mGround)
-                                : Status::notTransformable;
+      status =
+          isFinite(*found) ? convert(surface->coordinateSystem(), mSystem, *found, mGround) : Status::notTransformable;
       geo::coordSys::transform(&mSystem.platform(), &mProjector.local().platform(), mGround, mLocal);
     } else if (mIsLocal) {
-      mLocal = mGround = detail::libraryToLocal(mProjector.model(), mProjector.band(), image, height,
-                                                mCall.options.tdiStages);
+      mLocal = mGround =
+          detail::libraryToLocal(mProjector.model(), mProjector.band(), image, height, mCall.options.tdiStages);
     } else {
       mGround = detail::libraryToMap(mProjector.model(), mProjector.band(), mSystem, image, height);
       status = convert(mSystem, mProjector.local(), mGround, mLocal);

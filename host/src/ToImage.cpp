@@ -30,10 +30,19 @@ struct ImageCall {
 class ImagePart {
 public:
   ImagePart(detail::OpenStrip const& strip, int band, ImageCall const& call)
-      : mProjector(strip, band), mCall(call), mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
+      : mProjector(strip, band), mCall(call),
+        mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()) {}
 
   void project(std::size_t begin, std::size_t end) {
+    if (mIsLocal && mCall.options.solver == Solver::precise &&
+        std::holds_alternative<OwnHeight>(mCall.options.heights)) {
+      for (std::size_t i = begin; i < end; ++i) {
+        mCall.status[i] = isFinite(mCall.ground[i]) ? Status::ok : Status::notFinite;
+        solve(i, mCall.ground[i]);
+      }
+      return;
+    }
     mLocal.assign(mCall.ground.begin() + static_cast<std::ptrdiff_t>(begin),
                   mCall.ground.begin() + static_cast<std::ptrdiff_t>(end));
     auto const status = mCall.status.subspan(begin, end - begin);

@@ -22,7 +22,9 @@ AttitudeAngles anglesOf(sensor::EOP const& record) {
   auto const q3 = static_cast<double>(record.q3);
   double const sine = 2.0 * (q0 * q2 - q1 * q3);
   return {-std::atan2(2.0 * (q1 * q0 + q2 * q3), 1.0 - 2.0 * (q1 * q1 + q2 * q2)),
-          -std::asin(sine < -1.0 ? -1.0 : sine > 1.0 ? 1.0 : sine),
+          -std::asin(sine < -1.0  ? -1.0
+                     : sine > 1.0 ? 1.0
+                                  : sine),
           -std::atan2(2.0 * (q3 * q0 + q1 * q2), 1.0 - 2.0 * (q2 * q2 + q3 * q3))};
 }
 

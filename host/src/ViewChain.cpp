@@ -25,8 +25,7 @@ Piece ViewChain::piece(std::size_t index, std::size_t record) const {
   if (!(interval.timeStep > 0.0)) {
     return {index, record, line, line + 1.0};
   }
-  double const first =
-      record == mLines.record(index) ? line : lineOfTime(interval, index, mOrientation[record].start);
+  double const first = record == mLines.record(index) ? line : lineOfTime(interval, index, mOrientation[record].start);
   double const last = std::min(lineOfTime(interval, index, mOrientation.end(record)), line + 1.0);
   return {index, record, first, std::max(first, last)};
 }
@@ -43,9 +42,9 @@ Piece ViewChain::pieceAt(double line) const {
 Piece ViewChain::lastPiece(std::size_t index) const {
   LineTable::Interval const& interval = mLines[index];
   double const end = mLines.lineOf(index) + 1.0;
-  Piece found = piece(index, interval.timeStep > 0.0
-                                 ? mOrientation.find(interval.time + interval.timeStep, mLines.record(index))
-                                 : mLines.record(index));
+  Piece found =
+      piece(index, interval.timeStep > 0.0 ? mOrientation.find(interval.time + interval.timeStep, mLines.record(index))
+                                           : mLines.record(index));
   // A record at the very end of the line begins the next one.
   while (found.record > mLines.record(index) && !(found.first < end)) {
     found = piece(index, found.record - 1);

@@ -147,7 +147,8 @@ TEST(PreciseSolver, FindsTheFirstLineOfALongDoubleSearch) {
       kes::Band const band = strip.band(id);
       Reference const reference(strip, id);
       for (geo::XYPoint const& image : test::imagePoints(band, seed + 500, 6)) {
-        SCOPED_TRACE(testing::Message() << "seed " << seed << ", " << id << ", sample " << image.x << ", line " << image.y);
+        SCOPED_TRACE(testing::Message() << "seed " << seed << ", " << id << ", sample " << image.x << ", line "
+                                        << image.y);
         geo::XYZPoint const ground = band.toGround(image, test::atHeight(60.0)).position;
         auto const found = band.toImage(ground);
         ASSERT_TRUE(kes::hasResult(found.status));

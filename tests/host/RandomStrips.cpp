@@ -48,8 +48,7 @@ void roughen(std::string const& fileName, double factor) {
   Quaternion const inverse{mean[0], -mean[1], -mean[2], -mean[3]};
   for (int i = 0; data.atIndex(i, eop) == 0; ++i) {
     Quaternion const away = product(inverse, {eop.q0, eop.q1, eop.q2, eop.q3});
-    Quaternion const q =
-        product(mean, normalised({away[0], factor * away[1], factor * away[2], factor * away[3]}));
+    Quaternion const q = product(mean, normalised({away[0], factor * away[1], factor * away[2], factor * away[3]}));
     eop.q0 = static_cast<float>(q[0]);
     eop.q1 = static_cast<float>(q[1]);
     eop.q2 = static_cast<float>(q[2]);

@@ -150,7 +150,7 @@ TEST_P(SolverInvariants, NeighboursOfBadPointsAreUnharmed) {
     std::vector<geo::XYZPoint> mixed;
     for (std::size_t i = 0; i < ground.points.size(); ++i) {
       mixed.push_back(ground.points[i]);
-      mixed.push_back(i % 3 == 0 ? geo::XYZPoint(nan, 0.0, 0.0)
+      mixed.push_back(i % 3 == 0   ? geo::XYZPoint(nan, 0.0, 0.0)
                       : i % 3 == 1 ? geo::XYZPoint(ground.points[i].x, infinity, 0.0)
                                    : geo::XYZPoint(0.0, 0.0, -infinity));
     }
