@@ -12,7 +12,7 @@ namespace {
 constexpr double NAN_VALUE = std::numeric_limits<double>::quiet_NaN();
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
-constexpr int LINES_PER_NODE = 16;
+constexpr int LINES_PER_NODE = 8;
 constexpr int GUESSES = 8;
 constexpr int FREE_PASSES = 16;  // until halving takes turns with the other steps
 constexpr int LINES_PER_OVERLAP = 64;

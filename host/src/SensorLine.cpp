@@ -21,7 +21,7 @@ void readTables(sensor::CalibrationGeometryKes const& calibration, std::vector<d
 }  // namespace
 
 SensorLine::SensorLine(sensor::CalibrationGeometryKes const& calibration, int offset)
-    : mOffset(offset), mDirection(1.0), mLastSample(static_cast<double>(calibration.numSamples()) - 1.0) {
+    : mOffset(offset), mLastSample(static_cast<double>(calibration.numSamples()) - 1.0) {
   std::vector<double> x;
   std::vector<double> y;
   readTables(calibration, x, y);
@@ -31,15 +31,31 @@ SensorLine::SensorLine(sensor::CalibrationGeometryKes const& calibration, int of
     x = y = {nan, nan};
   }
   std::size_t const last = x.size() - 1;
-  mDirection = y[last] < y[0] ? -1.0 : 1.0;
+  mFirstX = x[0];
+  mFirstY = y[0];
+  mScale = mLastSample / (y[last] - y[0]);
+  mSampleLength = 1.0 / mScale;
+  mSpacing = mLastSample / static_cast<double>(last);
+  mEntriesPerSample = 1.0 / mSpacing;
+  mChordX = (x[last] - x[0]) / mLastSample;
   for (std::size_t i = 0; i <= last; ++i) {
     std::size_t const next = std::min(i + 1, last);
-    mEntries.push_back({mDirection * y[i], x[i], mDirection * (y[next] - y[i]), x[next] - x[i]});
+    mEntries.push_back({(y[i] - y[0]) * mScale, x[i], (y[next] - y[i]) * mScale, x[next] - x[i]});
   }
-  mSpacing = mLastSample / static_cast<double>(last);
-  mScale = mLastSample / (mDirection * (y[last] - y[0]));
-  mChordX = (x[last] - x[0]) / mLastSample;
-  mChordY = 1.0 / mScale;
+  makeStarts();
+}
+
+// The search goes up alone: it starts at or before the first entry above each whole q, and ends at the last interval, beyond which
+// no q lies. Where y turns back along the line, that is one of its passages.
+void SensorLine::makeStarts() {
+  mEntries.back().q = std::numeric_limits<double>::infinity();
+  std::size_t k = 0;
+  for (double q = 0.0; q < mLastSample; q += 1.0) {
+    while (k + 2 < mEntries.size() && q >= mEntries[k + 1].q) {
+      ++k;
+    }
+    mStarts.push_back(static_cast<std::uint32_t>(k));
+  }
 }
 
 }  // namespace kes::detail

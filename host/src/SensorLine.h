@@ -35,60 +35,61 @@ public:
   Sample at(double y) const;
 
 private:
-  // From a calibrated pixel to the next. y is turned so that it increases along the line.
+  // Positions q along the line are in samples by its mean scale: 0 at the first calibrated pixel, increasing along the line. From
+  // a calibrated pixel to the next, both q and x are linear.
   struct Entry {
-    double y;
+    double q;
     double x;
-    double yStep;
+    double qStep;
     double xStep;
   };
 
-  std::size_t entryAt(double y, double estimate) const;
+  void makeStarts();
+  std::size_t entryAt(double q) const;
 
-  std::vector<Entry> mEntries;  // the last one has no steps
+  std::vector<Entry> mEntries;         // the last one has no steps
+  std::vector<std::uint32_t> mStarts;  // for each whole q, an entry from which that of a greater q is near
   double mOffset;
-  double mDirection;   // 1, or -1 for a line that runs against the focal y
   double mLastSample;  // of the calibration
-  double mSpacing;     // samples from an entry to the next
-  double mScale;       // samples per unit of y along the chord
-  double mChordX;      // change of x and of y along the chord, per sample
-  double mChordY;
+  double mFirstY;
+  double mScale;         // q per unit of y; negative for a line that runs against the focal y
+  double mSampleLength;  // of y
+  double mSpacing;       // samples from an entry to the next
+  double mEntriesPerSample;
+  double mFirstX;
+  double mChordX;  // change of x along the chord, per q
 };
 
 inline geo::XYPoint SensorLine::focal(double sample) const {
   double const s = sample + mOffset;
   if (!(s >= 0.0 && s < mLastSample)) {
-    return {mEntries.front().x + mChordX * s, mDirection * (mEntries.front().y + mChordY * s)};
+    return {mFirstX + mChordX * s, mFirstY + mSampleLength * s};
   }
-  double const p = s / mSpacing;
-  auto const k = static_cast<std::int64_t>(p);
+  double const p = s * mEntriesPerSample;
+  // With a sparse table, rounding can lead to the last entry, where no interval begins.
+  auto const last = static_cast<std::int64_t>(mEntries.size()) - 2;
+  auto const whole = static_cast<std::int64_t>(p);
+  std::int64_t const k = whole < last ? whole : last;
   Entry const& entry = mEntries[static_cast<std::size_t>(k)];
   double const part = p - static_cast<double>(k);
-  return {entry.x + entry.xStep * part, mDirection * (entry.y + entry.yStep * part)};
+  return {entry.x + entry.xStep * part, mFirstY + mSampleLength * (entry.q + entry.qStep * part)};
 }
 
 inline SensorLine::Sample SensorLine::at(double y) const {
-  double const turned = mDirection * y;
-  double const q = (turned - mEntries.front().y) * mScale;
+  double const q = (y - mFirstY) * mScale;
   if (!(q > 0.0 && q < mLastSample)) {
-    return {q - mOffset, mEntries.front().x + mChordX * q};
+    return {q - mOffset, mFirstX + mChordX * q};
   }
-  std::size_t const k = entryAt(turned, q / mSpacing);
+  std::size_t const k = entryAt(q);
   Entry const& entry = mEntries[k];
-  double const part = (turned - entry.y) / entry.yStep;
-  return {(static_cast<double>(k) + part) * mSpacing - mOffset, entry.x + entry.xStep * part};
+  double const part = (q - entry.q) / entry.qStep;
+  return {(static_cast<double>(static_cast<std::int64_t>(k)) + part) * mSpacing - mOffset, entry.x + entry.xStep * part};
 }
 
-// From the entry that the mean scale points to, step by step to the one whose interval holds y.
-inline std::size_t SensorLine::entryAt(double y, double estimate) const {
-  std::size_t const last = mEntries.size() - 2;
-  auto k = static_cast<std::size_t>(static_cast<std::int64_t>(estimate));
-  k = k < last ? k : last;
-  while (k < last && y >= mEntries[k + 1].y) {
+inline std::size_t SensorLine::entryAt(double q) const {
+  std::size_t k = mStarts[static_cast<std::size_t>(static_cast<std::int64_t>(q))];
+  while (q >= mEntries[k + 1].q) {
     ++k;
-  }
-  while (k > 0 && y < mEntries[k].y) {
-    --k;
   }
   return k;
 }
