@@ -18,6 +18,7 @@ constexpr int FREE_PASSES = 16;  // until halving takes turns with the other ste
 constexpr int LINES_PER_OVERLAP = 64;
 // A stretch in which the view goes ahead by less than this part of its mean speed counts as one that may go back.
 constexpr double LEAST_PROGRESS = 0.1;
+constexpr double ROUNDING = 1e-9;  // lines
 // The secant's last correction is at most as long, in lines, less where the view hardly moves: what bends
 // within a piece, above all where the sample passes from pixel to pixel of the calibration, is a thousandth of it.
 constexpr double LAST_STEP = 4e-4;
@@ -134,9 +135,10 @@ void LineSearch::addOverlap(std::vector<double> const& lines, std::vector<double
   std::vector<double> greatest;
   double most = -INFINITE;
   for (std::size_t i = 0; i < lines.size(); ++i) {
+    // The end of a piece and the beginning of the next are one place, but for rounding.
     double const p = std::isnan(progress[i]) ? -INFINITE : progress[i];
-    if (most > p || std::isnan(progress[i])) {
-      auto const since = std::upper_bound(greatest.begin(), greatest.end(), p) - greatest.begin();
+    if (most > p + ROUNDING || std::isnan(progress[i])) {
+      auto const since = std::upper_bound(greatest.begin(), greatest.end(), p + ROUNDING) - greatest.begin();
       std::size_t const stretch = mChain.lines().intervalOf(lines[i]) / LINES_PER_OVERLAP;
       mOverlaps[stretch] = std::fmax(mOverlaps[stretch], lines[i] - lines[static_cast<std::size_t>(since)] + 1.0);
     }
@@ -352,7 +354,7 @@ Found LineSearch::Task::solve() const {
     }
     Sighting const seen = sighting(mChain.pose(mPiece, line));
     double const step = -seen.ahead / chord.ahead;
-    if (std::fabs(step) <= LAST_STEP * limited(std::fabs(chord.ahead), 0.0, 1.0) && std::isfinite(chord.y)) {
+    if (std::fabs(step) <= LAST_STEP * std::min(std::fabs(chord.ahead), 1.0) && std::isfinite(chord.y)) {
       double const solution = limited(line + step, mPiece.first, mPiece.last);
       return at(solution, seen.y + chord.y * (solution - line), PASSES_AT_ENDS + i + 1);
     }

@@ -32,14 +32,19 @@ public:
   ImagePart(detail::OpenStrip const& strip, int band, ImageCall const& call)
       : mProjector(strip, band), mCall(call),
         mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
-        mIsLocal(!call.options.system || mSystem == strip.localSystem()) {}
+        mIsLocal(!call.options.system || mSystem == strip.localSystem()),
+        mHasOutputs(!call.options.outputs.time.empty() || !call.options.outputs.passes.empty() ||
+                    !call.options.outputs.closure.empty()) {}
 
   void project(std::size_t begin, std::size_t end) {
     if (mIsLocal && mCall.options.solver == Solver::precise &&
         std::holds_alternative<OwnHeight>(mCall.options.heights)) {
       for (std::size_t i = begin; i < end; ++i) {
-        mCall.status[i] = isFinite(mCall.ground[i]) ? Status::ok : Status::notFinite;
-        solve(i, mCall.ground[i]);
+        if (isFinite(mCall.ground[i])) {
+          solve(i, mCall.ground[i]);
+        } else {
+          storeNothing(i, Status::notFinite);
+        }
       }
       return;
     }
@@ -51,7 +56,11 @@ public:
     convertToLocal(status);
     if (mCall.options.solver == Solver::precise) {
       for (std::size_t i = begin; i < end; ++i) {
-        solve(i, mLocal[i - begin]);
+        if (mCall.status[i] == Status::ok) {
+          solve(i, mLocal[i - begin]);
+        } else {
+          storeNothing(i, mCall.status[i]);
+        }
       }
     } else {
       solveByLibrary(begin, end);
@@ -125,10 +134,6 @@ private:
   }
 
   void solve(std::size_t i, geo::XYZPoint const& local) {
-    if (mCall.status[i] != Status::ok) {
-      storeNothing(i, mCall.status[i]);
-      return;
-    }
     detail::Found const found = mProjector.find(local);
     if (!found.isSolved) {
       storeNothing(i, Status::noSolution);
@@ -162,6 +167,12 @@ private:
   void store(std::size_t i, geo::XYZPoint const& local, geo::XYPoint const& image, double time, int passes) {
     mCall.image[i] = image;
     mCall.status[i] = mProjector.status(image, time);
+    if (mHasOutputs) {
+      storeOutputs(i, local, image, time, passes);
+    }
+  }
+
+  void storeOutputs(std::size_t i, geo::XYZPoint const& local, geo::XYPoint const& image, double time, int passes) {
     PointOutputs const& outputs = mCall.options.outputs;
     if (!outputs.time.empty()) {
       outputs.time[i] = time + mProjector.chain().epoch();
@@ -193,6 +204,7 @@ private:
   ImageCall const& mCall;
   CoordinateSystem const& mSystem;
   bool mIsLocal;
+  bool mHasOutputs;
   std::vector<geo::XYZPoint> mLocal;
 };
 
