@@ -1,6 +1,7 @@
 #include "Strip.h"
 
 #include <benchmark/benchmark.h>
+
 #include <kes/kes.h>
 #include <vector>
 

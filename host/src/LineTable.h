@@ -55,7 +55,10 @@ public:
   }
 
   Interval const& operator[](std::size_t i) const { return mIntervals[i]; }
-  Correction correction(std::size_t i) const { return mCorrections.empty() ? Correction{0.0, 0.0} : mCorrections[i]; }
+  /// The correction, in lines, `v` lines after the beginning of an interval.
+  double correction(std::size_t i, double v) const {
+    return mCorrections.empty() ? 0.0 : mCorrections[i].lines + mCorrections[i].step * v;
+  }
   /// The interval of the orientation at an interval's beginning.
   std::size_t record(std::size_t i) const { return mRecords[i]; }
   /// The plain time of a line, without TDI.

@@ -21,7 +21,7 @@ void readTables(sensor::CalibrationGeometryKes const& calibration, std::vector<d
 }  // namespace
 
 SensorLine::SensorLine(sensor::CalibrationGeometryKes const& calibration, int offset)
-    : mOffset(offset), mLastSample(static_cast<double>(calibration.numSamples()) - 1.0) {
+    : mFirstSample(-static_cast<double>(offset)), mLastSample(static_cast<double>(calibration.numSamples()) - 1.0) {
   std::vector<double> x;
   std::vector<double> y;
   readTables(calibration, x, y);

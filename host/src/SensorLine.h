@@ -27,8 +27,8 @@ public:
   SensorLine(sensor::CalibrationGeometryKes const& calibration, int offset);
 
   /// The first and the last calibrated sample, as samples of the image.
-  double firstSample() const { return -mOffset; }
-  double lastSample() const { return mLastSample - mOffset; }
+  double firstSample() const { return mFirstSample; }
+  double lastSample() const { return mFirstSample + mLastSample; }
   /// Focal position of a sample of the image.
   geo::XYPoint focal(double sample) const;
   /// The sample of the image that lies at a focal y.
@@ -49,8 +49,8 @@ private:
 
   std::vector<Entry> mEntries;         // the last one has no steps
   std::vector<std::uint32_t> mStarts;  // for each whole q, an entry from which that of a greater q is near
-  double mOffset;
-  double mLastSample;  // of the calibration
+  double mFirstSample;                 // of the image
+  double mLastSample;                  // of the calibration
   double mFirstY;
   double mScale;         // q per unit of y; negative for a line that runs against the focal y
   double mSampleLength;  // of y
@@ -61,7 +61,7 @@ private:
 };
 
 inline geo::XYPoint SensorLine::focal(double sample) const {
-  double const s = sample + mOffset;
+  double const s = sample - mFirstSample;
   if (!(s >= 0.0 && s < mLastSample)) {
     return {mFirstX + mChordX * s, mFirstY + mSampleLength * s};
   }
@@ -78,12 +78,13 @@ inline geo::XYPoint SensorLine::focal(double sample) const {
 inline SensorLine::Sample SensorLine::at(double y) const {
   double const q = (y - mFirstY) * mScale;
   if (!(q > 0.0 && q < mLastSample)) {
-    return {q - mOffset, mFirstX + mChordX * q};
+    return {q + mFirstSample, mFirstX + mChordX * q};
   }
   std::size_t const k = entryAt(q);
   Entry const& entry = mEntries[k];
   double const part = (q - entry.q) / entry.qStep;
-  return {(static_cast<double>(static_cast<std::int64_t>(k)) + part) * mSpacing - mOffset, entry.x + entry.xStep * part};
+  return {(static_cast<double>(static_cast<std::int64_t>(k)) + part) * mSpacing + mFirstSample,
+          entry.x + entry.xStep * part};
 }
 
 inline std::size_t SensorLine::entryAt(double q) const {

@@ -68,9 +68,10 @@ public:
     return interval.time + interval.timeStep * (line - mLines.lineOf(piece.interval));
   }
   Pose pose(Piece const& piece, double line) const {
-    LineTable::Correction const c = mLines.correction(piece.interval);
     double const v = line - mLines.lineOf(piece.interval);
-    return pose(mOrientation[piece.record], time(piece, line), c.lines + c.step * v);
+    LineTable::Interval const& interval = mLines[piece.interval];
+    return pose(mOrientation[piece.record], interval.time + interval.timeStep * v,
+                mLines.correction(piece.interval, v));
   }
   /// The pose of a line for a given number of TDI stages, whatever the image's own are, and its time.
   Pose poseWithStages(double line, double stages, double& time) const;
