@@ -1,4 +1,5 @@
 #include "RandomStrips.h"
+#include "support/Matchers.h"
 
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CameraTime.h>
@@ -172,6 +173,30 @@ TEST(PreciseSolver, FindsTheFirstLineOfALongDoubleSearch) {
     }
   }
   EXPECT_GT(revisited, 50);
+}
+
+// Neighbours a tenth of a line apart, where the view goes back and forth over them: in a run forward and backward, and alone.
+TEST(PreciseSolver, DenseRunsOverRevisitedGroundAreMadeOfSinglePoints) {
+  for (unsigned seed = test::FLIGHTS; seed < test::NOISY_FLIGHTS_END; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    kes::Band const band = test::randomStrip(seed).band("PANN00A");
+    std::vector<geo::XYPoint> image;
+    for (double line = 60.0; line < 360.0; line += 0.1) {
+      image.emplace_back(70.0, line);
+    }
+    std::vector<geo::XYZPoint> ground = test::toGround(band, image, test::atHeight(0.0)).points;
+    auto const forward = test::toImage(band, ground);
+    std::reverse(ground.begin(), ground.end());
+    auto const backward = test::toImage(band, ground);
+    for (std::size_t i = 0; i < ground.size(); ++i) {
+      std::size_t const k = ground.size() - 1 - i;
+      geo::XYPoint const single = band.toImage(ground[i]).position;
+      ASSERT_THAT(backward.points[i].y, test::SameBits(single.y)) << k;
+      ASSERT_THAT(backward.points[i].x, test::SameBits(single.x)) << k;
+      ASSERT_THAT(forward.points[k].y, test::SameBits(single.y)) << k;
+      ASSERT_THAT(forward.points[k].x, test::SameBits(single.x)) << k;
+    }
+  }
 }
 
 TEST(PreciseSolver, FindsPointsInTheMarginAndNoneBeyond) {
