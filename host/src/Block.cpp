@@ -10,6 +10,16 @@
 
 namespace kes {
 
+namespace {
+
+// Nothing derives from it, so that its destructor, which isn't virtual, is the right one.
+class OwnBlock final : public sensor::BlockModelData {
+public:
+  using BlockModelData::BlockModelData;
+};
+
+}  // namespace
+
 struct Block::Impl {
   Impl(std::string const& file, StripOptions const& stripOptions)
       : fileName(file), options(stripOptions), model(opened(file, stripOptions)),
@@ -23,16 +33,15 @@ struct Block::Impl {
     }
   }
 
-  static std::unique_ptr<sensor::BlockModelData const> opened(std::string const& file, StripOptions const& options) {
+  static std::unique_ptr<OwnBlock const> opened(std::string const& file, StripOptions const& options) {
     std::lock_guard const lock(detail::processMutex());
     detail::applyToProcess(options);
-    return std::make_unique<sensor::BlockModelData const>(file, false, options.orientation == Orientation::original,
-                                                          false);
+    return std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
   }
 
   std::string fileName;
   StripOptions options;
-  std::unique_ptr<sensor::BlockModelData const> model;
+  std::unique_ptr<OwnBlock const> model;
   CoordinateSystem mapSystem;
   std::map<std::string, std::string> stripFiles;
 };
