@@ -10,6 +10,7 @@
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <kes/kes.h>
 #include <map>
 #include <string>
 
@@ -34,26 +35,42 @@ struct Points {
   }
 };
 
-using Kernel = std::function<void(KESStripModel const&, Points&)>;
+using Kernel = std::function<void(KESStripModel const&, kes::Band const&, Points&)>;
 
 std::map<std::string, Kernel> kernels() {
-  return {{"none", [](KESStripModel const&, Points&) {}},
+  return {{"none", [](KESStripModel const&, kes::Band const&, Points&) {}},
           {"imageToLsr",
-           [](KESStripModel const& strip, Points& points) {
+           [](KESStripModel const& strip, kes::Band const&, Points& points) {
              for (std::size_t i = 0; i < points.image.size(); ++i) {
                strip.imageToLsr(points.image[i], 0.0F, band, points.ground[i]);
              }
            }},
           {"lsrToImage",
-           [](KESStripModel const& strip, Points& points) {
+           [](KESStripModel const& strip, kes::Band const&, Points& points) {
              for (std::size_t i = 0; i < points.image.size(); ++i) {
                strip.lsrToImage(points.ground[i], band, points.image[i]);
              }
            }},
-          {"lsrToImage-run",
-           [](KESStripModel const& strip, Points& points) { strip.lsrToImage(points.ground, band, points.image); }},
-          {"lsrToImageSSE",
-           [](KESStripModel const& strip, Points& points) { strip.lsrToImageSSE(points.ground, band, points.image); }}};
+          {"lsrToImage-run", [](KESStripModel const& strip, kes::Band const&,
+                                Points& points) { strip.lsrToImage(points.ground, band, points.image); }},
+          {"lsrToImageSSE", [](KESStripModel const& strip, kes::Band const&,
+                               Points& points) { strip.lsrToImageSSE(points.ground, band, points.image); }},
+          // What is prepared at the first use is the same for any count.
+          {"precise-toImage",
+           [](KESStripModel const&, kes::Band const& precise, Points& points) {
+             for (std::size_t i = 0; i < points.image.size(); ++i) {
+               points.image[i] = precise.toImage(points.ground[i]).position;
+             }
+           }},
+          {"precise-toImage-run",
+           [](KESStripModel const&, kes::Band const& precise, Points& points) {
+             std::vector<kes::Status> status(points.image.size());
+             precise.toImage(points.ground, {}, points.image, status);
+           }},
+          {"precise-toGround-run", [](KESStripModel const&, kes::Band const& precise, Points& points) {
+             std::vector<kes::Status> status(points.image.size());
+             precise.toGround(points.image, {}, points.ground, status);
+           }}};
 }
 
 }  // namespace
@@ -74,7 +91,8 @@ int main(int argc, char** argv) {
     sensor::CameraFactory::instance()->addSearchPath(argv[2]);
     KESStripModel const strip(argv[1], true, false, false);
     Points points(strip, count);
-    kernel->second(strip, points);
+    kes::Strip const host(argv[1]);
+    kernel->second(strip, host.band(band), points);
     return std::isnan(points.image[0].x) ? 1 : 0;
   } catch (std::exception const& error) {
     std::cerr << "kessensor_kernels: " << error.what() << '\n';

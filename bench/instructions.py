@@ -8,7 +8,8 @@ import subprocess
 import sys
 import tempfile
 
-KERNELS = ("imageToLsr", "lsrToImage", "lsrToImage-run", "lsrToImageSSE")
+KERNELS = ("imageToLsr", "lsrToImage", "lsrToImage-run", "lsrToImageSSE", "precise-toGround-run", "precise-toImage",
+           "precise-toImage-run")
 FEW, MANY = 4000, 12000
 
 

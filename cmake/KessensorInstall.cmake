@@ -4,11 +4,12 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/kessensor")
 
 # Libraries and tool find each other by their places, so that the whole can be moved.
-set_target_properties(kesplatform kessensor kesgdal PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(kesplatform kessensor keshost kesgdal PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(kesfiles PROPERTIES EXPORT_NAME files)
 set_target_properties(kesplatform PROPERTIES EXPORT_NAME platform)
+set_target_properties(keshost PROPERTIES EXPORT_NAME host)
 set_target_properties(kesgdal PROPERTIES EXPORT_NAME gdal)
-install(TARGETS kesfiles kesplatform kessensor kesgdal EXPORT kessensorTargets
+install(TARGETS kesfiles kesplatform kessensor keshost kesgdal EXPORT kessensorTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
@@ -27,6 +28,9 @@ function(kes_install_headers from)
 endfunction()
 kes_install_headers("${PROJECT_SOURCE_DIR}/include" sensor xmlFileData)
 kes_install_headers("${PROJECT_SOURCE_DIR}/platform/include" . geo dsm raster util)
+kes_install_headers("${PROJECT_SOURCE_DIR}/host/include" kes)
+install(FILES "${PROJECT_BINARY_DIR}/host/include/kes/keshost_export.h"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kes")
 kes_install_headers("${PROJECT_SOURCE_DIR}/gdal/include" kesgdal)
 install(FILES "${PROJECT_BINARY_DIR}/gdal/include/kesgdal/kesgdal_export.h"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kesgdal")

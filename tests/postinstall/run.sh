@@ -21,7 +21,7 @@ cached() {
 exported() {
   nm -DC --defined-only "$1" | cut -d' ' -f3- |
     sed -E -e 's/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for //' \
-      -e 's/^(non-virtual|virtual) thunk to //' -e 's/^[a-z][a-z ]* ((sensor|xmlFileData)::)/\1/' |
+      -e 's/^(non-virtual|virtual) thunk to //' -e 's/^[a-z][a-z ]* ((sensor|xmlFileData|kes)::)/\1/' |
     grep -vE '^([a-z][a-z_ ]*[*&]* )?(std|__gnu_cxx|boost|Qt[A-Za-z]*|Q[A-Z][A-Za-z]*)(::|<|\()|^(decltype|operator)' |
     grep -vE '^(_init|_fini|_edata|_end|__bss_start|\.gomp_critical_user_.*|__(a|t|ub)san.*|__odr_asan.*|__covrec.*)$' |
     sed -E 's/^([A-Za-z_]+::[A-Za-z_0-9]+).*/\1/' | LC_ALL=C sort -u
@@ -33,10 +33,13 @@ library=$(find "$prefix" -name libkessensor.so)
 
 echo "== exported names"
 exported "$library" >"$work/exported.txt"
-diff -u --label reviewed --label exported "$here/exported-classes.txt" "$work/exported.txt" || {
-  echo "The library exports other names than the reviewed ones in exported-classes.txt."
-  exit 1
-}
+exported "${library/libkessensor/libkeshost}" >"$work/exported-host.txt"
+for list in exported-classes.txt:exported.txt exported-host-classes.txt:exported-host.txt; do
+  diff -u --label reviewed --label exported "$here/${list%:*}" "$work/${list#*:}" || {
+    echo "The library exports other names than the reviewed ones in ${list%:*}."
+    exit 1
+  }
+done
 
 echo "== build a host"
 cmake -S "$here/consumer" -B "$work/consumer" -G "$(cached CMAKE_GENERATOR)" \
@@ -52,6 +55,7 @@ cmake --build "$work/consumer" --parallel 2 >"$work/build.log" || {
 echo "== run it"
 "$work/consumer/platform_consumer" "$prefix"
 "$work/consumer/consumer" "$here/../data/strip-a"
+"$work/consumer/host_consumer" "$here/../data/strip-a"
 "$work/consumer/gdal_consumer" "$here/../data/strip-a"
 
 echo "== run the tool from where it is installed"

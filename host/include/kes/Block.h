@@ -1,0 +1,52 @@
+#pragma once
+
+#include <kes/CoordinateSystem.h>
+#include <kes/Strip.h>
+#include <kes/keshost_export.h>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sensor {
+class BlockModelData;
+}
+
+namespace kes {
+
+/// A block: strips over one area, with the coordinate system of its maps. It opens its strips on request; it can be moved, but not
+/// copied. The folder with calibrations that a block file names is treated as `StripOptions::calibrations`.
+class KESHOST_EXPORT Block {
+public:
+  /// Reads a block file. The options are those of all its strips; none is loaded yet, whatever they say. Throws
+  /// std::runtime_error with the message of `sensor::BlockModelData`.
+  explicit Block(std::string const& fileName, StripOptions const& options = {});
+  ~Block();
+  Block(Block&&) noexcept;
+  Block& operator=(Block&&) noexcept;
+  Block(Block const&) = delete;
+  Block& operator=(Block const&) = delete;
+
+  [[nodiscard]] std::string const& fileName() const;
+  /// The coordinate system of the maps.
+  [[nodiscard]] CoordinateSystem const& mapSystem() const;
+  [[nodiscard]] int stripCount() const;
+  /// In the order of the names.
+  [[nodiscard]] std::vector<std::string> stripNames() const;
+  /// Opens one strip, as the options say. Throws std::out_of_range "block has no strip \"NAME\"; it has NAME, NAME", and as
+  /// `Strip` does.
+  [[nodiscard]] Strip strip(std::string_view name) const;
+  /// Opens all strips, in the order of their names.
+  [[nodiscard]] std::vector<Strip> strips() const;
+  /// Files of elevation models, as the block file has them.
+  [[nodiscard]] std::vector<std::string> const& elevationFiles() const;
+
+  /// The library's own object, for what this interface doesn't have.
+  [[nodiscard]] sensor::BlockModelData const& model() const;
+
+private:
+  struct Impl;
+  std::unique_ptr<Impl> mImpl;
+};
+
+}  // namespace kes

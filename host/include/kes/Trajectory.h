@@ -1,0 +1,69 @@
+#pragma once
+
+#include <geo/XYZPoint.h>
+
+#include <cstddef>
+#include <kes/CoordinateSystem.h>
+#include <kes/keshost_export.h>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace kes {
+
+namespace detail {
+class OpenStrip;
+}
+
+/// The angles omega, phi and kappa of the rotation from the ground to the camera, radians.
+struct AttitudeAngles {
+  double omega;
+  double phi;
+  double kappa;
+};
+
+/// Where the camera was at a time, in the strip's local system.
+struct TrajectoryPoint {
+  double time;  ///< GPS seconds.
+  geo::XYZPoint position;
+  AttitudeAngles attitude;
+  bool isExtrapolated;
+};
+
+/// Standard deviations of a trajectory point.
+struct TrajectoryAccuracy {
+  geo::XYZPoint position;   ///< Metres.
+  AttitudeAngles attitude;  ///< Radians.
+};
+
+/// The exterior orientation of a loaded strip. A value that is cheap to copy and keeps the strip's data in memory. Any number of
+/// threads may use one.
+class KESHOST_EXPORT Trajectory {
+public:
+  /// The file that it was read from.
+  [[nodiscard]] std::string const& fileName() const;
+  [[nodiscard]] std::size_t size() const;
+  /// GPS seconds of the first and the last record.
+  [[nodiscard]] double startTime() const;
+  [[nodiscard]] double endTime() const;
+  /// Records per second, from the first interval.
+  [[nodiscard]] double frequency() const;
+  /// Origin of the local system.
+  [[nodiscard]] GeodeticPosition anchor() const;
+  /// Whether standard deviations of each record were loaded.
+  [[nodiscard]] bool hasStandardDeviations() const;
+  /// Record i. Throws std::out_of_range "no orientation record I of N".
+  [[nodiscard]] TrajectoryPoint operator[](std::size_t i) const;
+  /// The library's own interpolation at a time. Nothing when the time isn't finite.
+  [[nodiscard]] std::optional<TrajectoryPoint> at(double time) const;
+  /// Of a time; the file's default ones when records have none.
+  [[nodiscard]] TrajectoryAccuracy accuracyAt(double time) const;
+
+private:
+  friend class Strip;
+  explicit Trajectory(std::shared_ptr<detail::OpenStrip const> strip);
+
+  std::shared_ptr<detail::OpenStrip const> mStrip;
+};
+
+}  // namespace kes

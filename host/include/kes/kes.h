@@ -1,0 +1,13 @@
+#pragma once
+
+/// All of the front door.
+
+#include <kes/Band.h>
+#include <kes/Block.h>
+#include <kes/Camera.h>
+#include <kes/CoordinateSystem.h>
+#include <kes/Projection.h>
+#include <kes/Status.h>
+#include <kes/Strip.h>
+#include <kes/Surface.h>
+#include <kes/Trajectory.h>

@@ -1,0 +1,100 @@
+#include "OpenStrip.h"
+
+#include <geo/coordSys.h>
+#include <sensor/BlockModelData.h>
+#include <sensor/KESStripModelData.h>
+
+#include <kes/Block.h>
+#include <map>
+#include <stdexcept>
+
+namespace kes {
+
+namespace {
+
+// Nothing derives from it, so that its destructor, which isn't virtual, is the right one.
+class OwnBlock final : public sensor::BlockModelData {
+public:
+  using BlockModelData::BlockModelData;
+};
+
+}  // namespace
+
+struct Block::Impl {
+  Impl(std::string const& file, StripOptions const& stripOptions)
+      : fileName(file), options(stripOptions), model(opened(file, stripOptions)),
+        mapSystem(model->coordSys()->definition()) {
+    std::vector<std::string> names;
+    model->stripNames(names);
+    for (std::string const& name : names) {
+      if (sensor::KESStripModel const* const strip = model->strip(name)) {
+        stripFiles[name] = strip->modelData()->fileName();
+      }
+    }
+  }
+
+  static std::unique_ptr<OwnBlock const> opened(std::string const& file, StripOptions const& options) {
+    std::lock_guard const lock(detail::processMutex());
+    detail::applyToProcess(options);
+    return std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
+  }
+
+  std::string fileName;
+  StripOptions options;
+  std::unique_ptr<OwnBlock const> model;
+  CoordinateSystem mapSystem;
+  std::map<std::string, std::string> stripFiles;
+};
+
+Block::Block(std::string const& fileName, StripOptions const& options)
+    : mImpl(std::make_unique<Impl>(fileName, options)) {}
+
+Block::~Block() = default;
+Block::Block(Block&&) noexcept = default;
+Block& Block::operator=(Block&&) noexcept = default;
+
+std::string const& Block::fileName() const {
+  return mImpl->fileName;
+}
+
+CoordinateSystem const& Block::mapSystem() const {
+  return mImpl->mapSystem;
+}
+
+int Block::stripCount() const {
+  return static_cast<int>(mImpl->stripFiles.size());
+}
+
+std::vector<std::string> Block::stripNames() const {
+  std::vector<std::string> names;
+  for (auto const& [name, file] : mImpl->stripFiles) {
+    names.push_back(name);
+  }
+  return names;
+}
+
+Strip Block::strip(std::string_view name) const {
+  auto const found = mImpl->stripFiles.find(std::string(name));
+  if (found == mImpl->stripFiles.end()) {
+    throw std::out_of_range("block has no strip \"" + std::string(name) + "\"; it has " + detail::listed(stripNames()));
+  }
+  return Strip(found->second, mImpl->options);
+}
+
+std::vector<Strip> Block::strips() const {
+  std::vector<Strip> strips;
+  for (auto const& [name, file] : mImpl->stripFiles) {
+    strips.emplace_back(file, mImpl->options);
+  }
+  return strips;
+}
+
+std::vector<std::string> const& Block::elevationFiles() const {
+  return mImpl->model->elevationSourceNames();
+}
+
+sensor::BlockModelData const& Block::model() const {
+  return *mImpl->model;
+}
+
+}  // namespace kes

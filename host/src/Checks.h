@@ -1,0 +1,47 @@
+#pragma once
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <kes/Status.h>
+#include <limits>
+#include <span>
+#include <stdexcept>
+
+namespace kes::detail {
+
+inline constexpr double NAN_VALUE = std::numeric_limits<double>::quiet_NaN();
+inline constexpr geo::XYZPoint NOWHERE{NAN_VALUE, NAN_VALUE, NAN_VALUE};
+
+inline bool isFinite(geo::XYZPoint const& p) {
+  return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+inline bool isFinite(geo::XYPoint const& p) {
+  return std::isfinite(p.x) && std::isfinite(p.y);
+}
+
+/// Throws std::invalid_argument "spans differ in size" unless a span has `size` elements.
+template <class Span>
+void requireSize(Span const& span, std::size_t size) {
+  if (span.size() != size) {
+    throw std::invalid_argument("spans differ in size");
+  }
+}
+
+/// The same, but none at all will do.
+template <class Span>
+void requireSizeOrNone(Span const& span, std::size_t size) {
+  if (!span.empty()) {
+    requireSize(span, size);
+  }
+}
+
+inline std::size_t countResults(std::span<Status const> status) {
+  return static_cast<std::size_t>(std::count_if(status.begin(), status.end(), hasResult));
+}
+
+}  // namespace kes::detail

@@ -1,0 +1,98 @@
+#include "LibraryForms.h"
+
+#include <dsm/ProjectedElevationSource.h>
+#include <geo/coordSys.h>
+#include <geo/units.h>
+
+#include <cmath>
+
+namespace kes::detail {
+
+namespace {
+
+constexpr int PASSES_AT_HEIGHT = 10;
+constexpr int PASSES_ON_SURFACE = 100;
+constexpr float TOLERANCE_AT_HEIGHT = 0.1F;  // ground sampling distances
+constexpr float TOLERANCE_ON_SURFACE = 0.01F;
+constexpr std::size_t LANES = 4;
+
+float toleranceOf(sensor::KESStripModel const& strip, int band, float factor, geo::coordSys const& system) {
+  return strip.gsd(band) * factor / static_cast<float>(system.verticalUnits().getScale());
+}
+
+// The library's iteration: pass by pass, the cut is made at the local height that the wanted height has at the place of the
+// cut before. `wantedHeight` returns false where there is none.
+template <class WantedHeight>
+std::optional<geo::XYZPoint> cut(sensor::KESStripModel const& strip, int band, geo::coordSys const& system,
+                                 geo::XYPoint const& image, float height, float tolerance, int passes,
+                                 WantedHeight wantedHeight) {
+  float localHeight = height;
+  geo::XYZPoint ground;
+  bool isClose = false;
+  for (int n = 0; n < passes && !isClose; ++n) {
+    geo::XYZPoint local;
+    strip.imageToLsr(image, localHeight, band, local);
+    geo::coordSys::transform(strip.lsrSystem(), &system, local, ground);
+    if (!wantedHeight(ground, height)) {
+      return std::nullopt;
+    }
+    auto const wanted = static_cast<double>(height);
+    geo::coordSys::transform(&system, strip.lsrSystem(), {ground.x, ground.y, wanted}, local);
+    localHeight = static_cast<float>(local.z);
+    isClose = !(std::fabs(ground.z - wanted) > static_cast<double>(tolerance));
+  }
+  return ground;
+}
+
+}  // namespace
+
+geo::XYZPoint libraryToLocal(sensor::KESStripModel const& strip, int band, geo::XYPoint const& image, float height,
+                             std::optional<float> tdiStages) {
+  geo::XYZPoint local;
+  if (tdiStages) {
+    strip.imageToLsr(image, height, band, *tdiStages, local);
+  } else {
+    strip.imageToLsr(image, height, band, local);
+  }
+  return local;
+}
+
+geo::XYZPoint libraryToMap(sensor::KESStripModel const& strip, int band, CoordinateSystem const& map,
+                           geo::XYPoint const& image, float height) {
+  float const tolerance = toleranceOf(strip, band, TOLERANCE_AT_HEIGHT, map.platform());
+  return *cut(strip, band, map.platform(), image, height, tolerance, PASSES_AT_HEIGHT,
+              [](geo::XYZPoint const&, float&) { return true; });
+}
+
+std::optional<geo::XYZPoint> libraryToSurface(sensor::KESStripModel const& strip, int band, Surface const& surface,
+                                              geo::XYPoint const& image) {
+  geo::coordSys const& system = surface.coordinateSystem().platform();
+  float const tolerance = toleranceOf(strip, band, TOLERANCE_ON_SURFACE, system);
+  return cut(strip, band, system, image, static_cast<float>(strip.meanTerrainHeight()), tolerance, PASSES_ON_SURFACE,
+             [&](geo::XYZPoint const& ground, float& height) { return surface.platform().height(ground, height); });
+}
+
+void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, std::vector<geo::XYZPoint>& ground,
+                    std::vector<geo::XYPoint>& image) {
+  std::size_t const count = ground.size();
+  image.resize(count);
+  if (count == 0) {
+    return;
+  }
+  if (form == Solver::libraryPoint) {
+    for (std::size_t i = 0; i < count; ++i) {
+      strip.lsrToImage(ground[i], band, image[i]);
+    }
+  } else if (form == Solver::libraryRun) {
+    strip.lsrToImage(ground, band, image);
+  } else {
+    std::size_t const padded = (count + LANES - 1) / LANES * LANES;
+    ground.resize(padded, ground.back());
+    image.resize(padded);
+    strip.lsrToImageSSE(ground, band, image);
+    ground.resize(count);
+    image.resize(count);
+  }
+}
+
+}  // namespace kes::detail

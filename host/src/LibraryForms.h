@@ -1,0 +1,35 @@
+#pragma once
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+#include <sensor/KESStripModel.h>
+
+#include <kes/CoordinateSystem.h>
+#include <kes/Projection.h>
+#include <kes/Surface.h>
+#include <optional>
+#include <span>
+#include <vector>
+
+// The library's own forms of projection, to the bit, for any coordinate system and without a change of the strip.
+namespace kes::detail {
+
+/// `sensor::KESStripModel::imageToLsr`, with a given number of TDI stages if there is one.
+geo::XYZPoint libraryToLocal(sensor::KESStripModel const& strip, int band, geo::XYPoint const& image, float height,
+                             std::optional<float> tdiStages);
+
+/// What `sensor::KESStripModel::imageToMap` gives at a height of a system that is the strip's mapping system.
+geo::XYZPoint libraryToMap(sensor::KESStripModel const& strip, int band, CoordinateSystem const& map,
+                           geo::XYPoint const& image, float height);
+
+/// The position in the surface's own system of what the form on a surface gives from the mean terrain height on, to 0.01 ground
+/// sampling distances of height; nothing where the surface has no height.
+std::optional<geo::XYZPoint> libraryToSurface(sensor::KESStripModel const& strip, int band, Surface const& surface,
+                                              geo::XYPoint const& image);
+
+/// `sensor::KESStripModel::lsrToImage` in one of its forms. The positions are finite; `ground` is filled up for the lanes and
+/// cut again.
+void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, std::vector<geo::XYZPoint>& ground,
+                    std::vector<geo::XYPoint>& image);
+
+}  // namespace kes::detail

@@ -1,0 +1,122 @@
+#pragma once
+
+#include "ViewChain.h"
+
+#include <geo/XYZPoint.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace kes::detail {
+
+/// Where a ground position was found in the image. Without a solution, line and sample are NaN.
+struct Found {
+  double line;
+  double sample;
+  double time;  ///< Of the exposure, seconds since the chain's epoch.
+  int passes;   ///< How many times the camera of a line looked at the position.
+  bool isSolved;
+};
+
+/// The search for the line that saw a ground position: a line of the table (see `LineTable`) at which the position falls onto
+/// the sensor line, from the front; of several, the first. Once prepared for a band, it never changes.
+///
+/// How far a position falls from the sensor line is nearly linear within a piece. So a piece is sought at whose beginning the
+/// position lies ahead of the sensor line and at whose end it doesn't, and the line in it follows by a secant and a last
+/// correction. A guess from a coarse table of the flight says where to begin; steps that leave the bracket of the lines known
+/// to be too early and too late give way to halving it.
+///
+/// Turbulence may swing the view back, so that it passes a position more than once. How far apart, in lines, the first and
+/// the last such passage can lie is known beforehand for each stretch of the flight, from rays at the ends and the middle of
+/// the sensor line down to twice the usual depth. Only where it isn't 0 are the lines before looked at, too; for deeper
+/// positions, all are.
+///
+/// The result depends on nothing but the position: not on those before it, nor on the thread. In a run, the piece of the
+/// position before is tried first; that is done only where the view never goes back, and so leads to the same piece.
+class LineSearch {
+public:
+  explicit LineSearch(ViewChain const& chain);
+
+  /// Keeps the poses at the ends of the last pieces, which neighbours in a run often share. One for each thread.
+  class Memory;
+
+  Found find(geo::XYZPoint const& ground, Memory& memory) const;
+
+private:
+  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead at a
+  // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
+  struct Node {
+    double along;
+    double across;
+    double height;
+    double ahead;
+    double tangent;
+    double slope;
+    double bow;
+    double reach;  // the greatest d
+  };
+  struct Look {
+    double ahead;
+    double across;
+  };
+  // One position's search.
+  class Task;
+
+  void makeNodes();
+  Look look(Pose const& pose, double sample) const;
+  void findOverlaps();
+  void addOverlap(std::vector<double> const& lines, std::vector<double> const& progress);
+  double overlapBefore(double line) const;
+  bool isUnambiguous(double line) const;
+  bool isWithinSensorLine(double sample) const {
+    return sample >= mChain.sensorLine().firstSample() && sample <= mChain.sensorLine().lastSample();
+  }
+
+  ViewChain const& mChain;
+  std::vector<Node> mNodes;
+  // Directions along and across the flight.
+  double mCosine = 1.0;
+  double mSine = 0.0;
+  double mSpeed = 1.0;    // metres a line
+  double mForward = 1.0;  // -1 when the focal x points against the flight
+  double mHeight = 0.0;   // of the flight, its mean
+  double mDepth = 0.0;    // down to which overlaps are known
+  double mNodesPerMetre = 0.0;
+  double mLinesPerUnit = 0.0;     // of the focal plane, for each metre of depth
+  std::vector<double> mOverlaps;  // lines
+};
+
+/// Starts without anything; only what its keys say is kept.
+class LineSearch::Memory {
+public:
+  /// The pose at the first or the last line of a piece.
+  Pose const& first(ViewChain const& chain, Piece const& piece) { return kept(mFirst, chain, piece, piece.first); }
+  Pose const& last(ViewChain const& chain, Piece const& piece) { return kept(mLast, chain, piece, piece.last); }
+
+  /// The piece of the last position, where there is no doubt about the one that neighbours in it belong to.
+  Piece lastPiece;
+  bool hasLastPiece = false;
+
+private:
+  static constexpr std::size_t size = 4;
+  static constexpr std::size_t none = ~std::size_t{0};
+  struct Entry {
+    std::size_t interval = none;
+    std::size_t record;
+    Pose pose;
+  };
+  static Pose const& kept(Entry* entries, ViewChain const& chain, Piece const& piece, double line) {
+    Entry& entry = entries[(piece.interval + piece.record) % size];
+    if (entry.interval != piece.interval || entry.record != piece.record) {
+      entry.interval = piece.interval;
+      entry.record = piece.record;
+      entry.pose = chain.pose(piece, line);
+    }
+    return entry.pose;
+  }
+
+  Entry mFirst[size];
+  Entry mLast[size];
+};
+
+}  // namespace kes::detail

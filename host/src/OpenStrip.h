@@ -1,0 +1,64 @@
+#pragma once
+
+#include "LineSearch.h"
+#include "ViewChain.h"
+
+#include <sensor/KESStripModel.h>
+
+#include <kes/CoordinateSystem.h>
+#include <kes/Strip.h>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace kes::detail {
+
+/// What precise projections of a band need, prepared at the first use.
+struct BandData {
+  BandData(sensor::KESStripModel const& strip, int band)
+      : samples(strip.imageWidth(band)), lines(strip.imageHeight(band)), chain(strip, band), search(chain) {}
+  BandData(BandData const&) = delete;
+  BandData& operator=(BandData const&) = delete;
+
+  double const samples;
+  double const lines;
+  ViewChain const chain;
+  LineSearch const search;
+};
+
+/// A strip of the library, with or without its data, which never changes but for what is prepared on demand: strip and bands
+/// share it. Another one takes its place when the strip is loaded or unloaded.
+class OpenStrip {
+public:
+  /// Takes its turn with all others of the process. Throws what `sensor::KESStripModel` throws.
+  OpenStrip(std::string const& fileName, StripOptions const& options, bool load);
+  ~OpenStrip();
+  OpenStrip(OpenStrip const&) = delete;
+  OpenStrip& operator=(OpenStrip const&) = delete;
+
+  sensor::KESStripModel const& model() const { return *mModel; }
+  bool isLoaded() const { return mModel->isDataLoaded(); }
+  CoordinateSystem const& localSystem() const { return *mLocal; }
+  /// What is prepared of a band, which exists; the strip is loaded.
+  BandData const& band(int index) const;
+
+private:
+  std::unique_ptr<sensor::KESStripModel> mModel;
+  std::unique_ptr<CoordinateSystem const> mLocal;
+  struct Slot {
+    std::once_flag isPrepared;
+    std::unique_ptr<BandData const> data;
+  };
+  std::unique_ptr<Slot[]> mBands;
+};
+
+/// Keeps all that changes the process's cameras or settings apart.
+std::mutex& processMutex();
+/// Settings and calibration folders of the options, for the process; the mutex is held.
+void applyToProcess(StripOptions const& options);
+
+/// "A, B, C".
+std::string listed(std::vector<std::string> const& names);
+
+}  // namespace kes::detail

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "OpenStrip.h"
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+
+#include <kes/Projection.h>
+#include <kes/Status.h>
+
+namespace kes::detail {
+
+/// Whether a position lies on a pixel of an image of so many samples and lines.
+inline bool isOnPixel(geo::XYPoint const& image, double samples, double lines) {
+  constexpr double half = 0.5;
+  return image.x >= -half && image.x < samples - half && image.y >= -half && image.y < lines - half;
+}
+
+/// The status of a point that has a result.
+inline Status statusOf(BandData const& band, geo::XYPoint const& image, double time) {
+  if (band.chain.orientation().isOutside(time)) {
+    return Status::outsideOrientation;
+  }
+  return isOnPixel(image, band.samples, band.lines) ? Status::ok : Status::outsideImage;
+}
+
+/// What the two directions of a band's projection share; for one thread.
+class Projector {
+public:
+  Projector(OpenStrip const& strip, int band) : mStrip(strip), mBand(band), mData(strip.band(band)) {}
+
+  sensor::KESStripModel const& model() const { return mStrip.model(); }
+  CoordinateSystem const& local() const { return mStrip.localSystem(); }
+  ViewChain const& chain() const { return mData.chain; }
+  int band() const { return mBand; }
+
+  /// The camera at a line of the table; the line asked for last is remembered.
+  struct Camera {
+    Pose pose;
+    double time;  ///< Since the chain's epoch.
+  };
+  bool hasLine(double line) const {
+    return !chain().isEmpty() && line >= chain().lines().firstLine() && line <= chain().lines().lastLine();
+  }
+  Camera const& camera(double line, std::optional<float> tdiStages = {});
+  Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
+
+  /// Of a point that has a result.
+  Status status(geo::XYPoint const& image, double time) const { return statusOf(mData, image, time); }
+  /// Whether what the library found holds: the position is in front of the camera, and as near to the sensor line as the library's
+  /// tolerance, twice, allows.
+  bool isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground);
+
+  Closure closure(geo::XYPoint const& image, geo::XYZPoint const& ground, std::optional<float> tdiStages = {});
+
+private:
+  OpenStrip const& mStrip;
+  int mBand;
+  BandData const& mData;
+  LineSearch::Memory mMemory;
+  Camera mCamera;
+  double mLine = std::numeric_limits<double>::quiet_NaN();
+};
+
+}  // namespace kes::detail

@@ -1,0 +1,98 @@
+#include "Checks.h"
+#include "SurfaceSource.h"
+
+#include <geo/coordSys.h>
+
+#include <algorithm>
+#include <kes/Surface.h>
+#include <utility>
+
+namespace kes {
+
+namespace detail {
+
+SurfaceSource::SurfaceSource(CoordinateSystem system, double height)
+    : mSystem(std::move(system)), mHeight(height),
+      mConstant(std::make_unique<dsm::ConstantElevationSource const>(&mSystem.platform(), static_cast<float>(height))) {
+}
+
+// The system belongs to the raster, so that it shares the raster's life.
+SurfaceSource::SurfaceSource(std::shared_ptr<dsm::RasterElevationSource const> raster)
+    : mSystem(CoordinateSystem::of(std::shared_ptr<geo::coordSys const>(raster, raster->coordSystem()))),
+      mRaster(std::move(raster)) {}
+
+dsm::ProjectedElevationSource const& SurfaceSource::platform() const {
+  if (mRaster) {
+    return *mRaster;
+  }
+  return *mConstant;
+}
+
+double SurfaceSource::height(geo::XYZPoint const& position) const {
+  if (!std::isfinite(position.x) || !std::isfinite(position.y)) {
+    return NAN_VALUE;
+  }
+  if (!mRaster) {
+    return mHeight;
+  }
+  float height = 0.0F;
+  return mRaster->height(position, height) ? static_cast<double>(height) : NAN_VALUE;
+}
+
+std::optional<Surface::HeightRange> SurfaceSource::heightRange() const {
+  if (!mRaster) {
+    return Surface::HeightRange{mHeight, mHeight};
+  }
+  auto const range = mRaster->heightRange();
+  if (!range) {
+    return std::nullopt;
+  }
+  return Surface::HeightRange{static_cast<double>(range->lowest), static_cast<double>(range->highest)};
+}
+
+}  // namespace detail
+
+Surface::Surface(std::shared_ptr<detail::SurfaceSource const> source) : mSource(std::move(source)) {}
+
+Surface Surface::constant(CoordinateSystem const& system, double height) {
+  if (!std::isfinite(height)) {
+    throw std::invalid_argument("the height isn't finite");
+  }
+  return Surface(std::make_shared<detail::SurfaceSource const>(system, height));
+}
+
+Surface Surface::raster(std::string const& fileName) {
+  return Surface(
+      std::make_shared<detail::SurfaceSource const>(std::make_shared<dsm::RasterElevationSource const>(fileName)));
+}
+
+CoordinateSystem const& Surface::coordinateSystem() const {
+  return mSource->system();
+}
+
+std::optional<Surface::HeightRange> Surface::heightRange() const {
+  return mSource->heightRange();
+}
+
+std::size_t Surface::heights(std::span<geo::XYZPoint const> positions, std::span<double> heights,
+                             std::span<Status> status) const {
+  detail::requireSize(heights, positions.size());
+  detail::requireSizeOrNone(status, positions.size());
+  std::size_t known = 0;
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    heights[i] = mSource->height(positions[i]);
+    bool const hasHeight = !std::isnan(heights[i]);
+    known += hasHeight ? 1 : 0;
+    if (!status.empty()) {
+      bool const isPlace = std::isfinite(positions[i].x) && std::isfinite(positions[i].y);
+      status[i] = hasHeight ? Status::ok : isPlace ? Status::noSurface : Status::notFinite;
+    }
+  }
+  return known;
+}
+
+dsm::ProjectedElevationSource const& Surface::platform() const {
+  return mSource->platform();
+}
+
+}  // namespace kes

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "SurfaceSource.h"
+
+#include <geo/XYPoint.h>
+#include <geo/XYZPoint.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace kes::detail {
+
+/// A line of sight in a local system: from the eye down, one metre of z for each metre of depth.
+struct LineOfSight {
+  geo::XYZPoint eye;
+  double dx;
+  double dy;
+
+  geo::XYZPoint at(double depth) const { return {eye.x + depth * dx, eye.y + depth * dy, eye.z - depth}; }
+};
+
+/// Where lines of sight first meet a surface. For one thread: it keeps the cells that it met last.
+///
+/// A raster is bilinear between the centres of four cells. On its way a line of sight passes over tiles of eight by eight such
+/// patches that are all below it, and over single patches; in the first one that it may meet, the place is the first root of
+/// a quadratic equation. Beside cells without a height, where weights are shared, it is sought in steps of a sixteenth of
+/// a patch. A line that comes under the surface through a hole, or begins below it, meets nothing.
+///
+/// On that way the change from the local to the surface's system is a parabola through three positions: it follows
+/// the Earth's curvature, and departs from it by far less than a cell. The place that was found is then closed with the change
+/// itself, to a tenth of a millimetre of height.
+class SurfaceRays {
+public:
+  /// The caller keeps both.
+  SurfaceRays(SurfaceSource const& surface, CoordinateSystem const& local);
+  ~SurfaceRays();
+
+  /// The depth at which the line first meets the surface; nothing where it doesn't. Throws what the raster throws.
+  std::optional<double> firstHit(LineOfSight const& line);
+
+private:
+  // A position in the raster: x and y in cells, from the centre of the first; z the height.
+  using Place = geo::XYZPoint;
+  // A straight part of the way, from w = 0 to 1.
+  struct Way {
+    Place from;
+    Place step;
+    double at(double w, double Place::*member) const { return from.*member + w * step.*member; }
+  };
+  struct Span {
+    double first;
+    double last;
+  };
+  // What is known of the line where the walk stands.
+  enum class Side : unsigned char { unknown, above, under };
+  struct Tile;
+
+  std::optional<double> hitConstant(LineOfSight const& line) const;
+  std::optional<double> hitRaster(LineOfSight const& line);
+  Place place(LineOfSight const& line, double depth) const;
+  std::optional<double> depthAt(LineOfSight const& line, double height) const;
+  std::optional<double> walk(Way const& way);
+  std::optional<double> walkTile(Way const& way, Span const& span, Tile const& tile);
+  std::optional<double> meetPatch(Way const& way, Span const& span, std::array<float, 4> const& corners);
+  std::optional<double> meetHole(Way const& way, Span const& span);
+  double gap(Way const& way, double w) const;
+  double gap(LineOfSight const& line, double depth) const;
+  double closed(LineOfSight const& line, double depth, double slope) const;
+  Tile const& tile(std::int64_t column, std::int64_t row);
+
+  SurfaceSource const& mSurface;
+  CoordinateSystem const& mLocal;
+  double mUnit;  // of heights, metres
+  std::array<double, 6> mGeo{};
+  double mTurn = 0.0;  // a full turn of longitude in the raster's unit
+  double mMiddle = 0.0;
+  double mLowest = 0.0;
+  double mHighest = 0.0;
+  bool mHasHeights = false;
+  Side mSide = Side::unknown;
+  std::unique_ptr<Tile[]> mTiles;
+};
+
+/// The depth at which a line of sight reaches a height of a system, to a micrometre; `place` is the position of the system there,
+/// at that very height.
+struct HeightCut {
+  double depth;
+  geo::XYZPoint place;
+  Status status;
+};
+HeightCut cutAtHeight(LineOfSight const& line, CoordinateSystem const& local, CoordinateSystem const& system,
+                      double height);
+
+}  // namespace kes::detail

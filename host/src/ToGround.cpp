@@ -1,0 +1,208 @@
+#include "Checks.h"
+#include "LibraryForms.h"
+#include "Parallel.h"
+#include "Projector.h"
+#include "SurfaceRays.h"
+
+#include <geo/coordSys.h>
+
+#include <kes/Band.h>
+#include <vector>
+
+namespace kes {
+
+namespace {
+
+using detail::isFinite;
+using detail::NAN_VALUE;
+using detail::NOWHERE;
+
+/// A call, and what all its parts share.
+struct GroundCall {
+  std::span<geo::XYPoint const> image;
+  ToGroundOptions const& options;
+  std::span<geo::XYZPoint> ground;
+  std::span<Status> status;
+
+  Surface const* surface() const { return std::get_if<Surface>(&options.heights); }
+  double height(std::size_t i) const {
+    if (auto const* const perPoint = std::get_if<HeightPerPoint>(&options.heights)) {
+      return perPoint->heights[i];
+    }
+    auto const* const constant = std::get_if<ConstantHeight>(&options.heights);
+    return constant != nullptr ? constant->height : 0.0;
+  }
+};
+
+/// Some points of a call, one after the other.
+class GroundPart {
+public:
+  GroundPart(detail::OpenStrip const& strip, int band, GroundCall const& call)
+      : mProjector(strip, band), mCall(call),
+        mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
+        mIsLocal(!call.options.system || mSystem == strip.localSystem()) {
+    if (call.surface() != nullptr && call.options.solver == Solver::precise) {
+      mRays.emplace(call.surface()->source(), mProjector.local());
+    }
+  }
+
+  void project(std::size_t i) {
+    mLocal = NOWHERE;
+    mGround = NOWHERE;
+    mTime = NAN_VALUE;
+    mPasses = 0;
+    geo::XYPoint const& image = mCall.image[i];
+    Status status = Status::notFinite;
+    if (isFinite(image) && std::isfinite(mCall.height(i))) {
+      status = mCall.options.solver == Solver::precise ? projectPrecisely(i) : projectByLibrary(i);
+    }
+    if (status == Status::ok) {
+      status = mProjector.status(image, mTime);
+    }
+    mCall.status[i] = status;
+    mCall.ground[i] = hasResult(status) ? mGround : NOWHERE;
+    storeOutputs(i, hasResult(status));
+  }
+
+private:
+  // The first pass that is one: no iteration was needed.
+  static constexpr int DIRECT = 1;
+
+  Status projectPrecisely(std::size_t i) {
+    geo::XYPoint const& image = mCall.image[i];
+    if (!mProjector.hasLine(image.y)) {
+      return Status::noSolution;
+    }
+    detail::Projector::Camera const& camera = mProjector.camera(image.y, mCall.options.tdiStages);
+    mTime = camera.time;
+    mPasses = DIRECT;
+    geo::XYZPoint const& eye = camera.pose.centre;
+    geo::XYZPoint const ray = mProjector.chain().ray(camera.pose, image.x);
+    if (!(ray.z < 0.0)) {
+      return Status::noSolution;
+    }
+    if (mRays) {
+      return meetSurface({eye, ray.x / -ray.z, ray.y / -ray.z});
+    }
+    double const height = mCall.height(i);
+    if (!mIsLocal) {
+      return meetHeight({eye, ray.x / -ray.z, ray.y / -ray.z}, height);
+    }
+    double const s = (height - eye.z) / ray.z;
+    mLocal = mGround = {eye.x + s * ray.x, eye.y + s * ray.y, height};
+    return s > 0.0 ? Status::ok : Status::noSolution;
+  }
+
+  Status meetHeight(detail::LineOfSight const& line, double height) {
+    detail::HeightCut const cut = detail::cutAtHeight(line, mProjector.local(), mSystem, height);
+    mLocal = line.at(cut.depth);
+    mGround = cut.place;
+    return cut.status;
+  }
+
+  Status meetSurface(detail::LineOfSight const& line) {
+    std::optional<double> const depth = mRays->firstHit(line);
+    if (!depth) {
+      return Status::noSurface;
+    }
+    mLocal = line.at(*depth);
+    return convertLocal();
+  }
+
+  Status convertLocal() {
+    mGround = mLocal;
+    if (mIsLocal) {
+      return Status::ok;
+    }
+    return convert(mProjector.local(), mSystem, mLocal, mGround);
+  }
+
+  static Status convert(CoordinateSystem const& from, CoordinateSystem const& to, geo::XYZPoint const& in,
+                        geo::XYZPoint& out) {
+    return geo::coordSys::transform(&from.platform(), &to.platform(), in, out) == 0 ? Status::ok
+                                                                                    : Status::notTransformable;
+  }
+
+  Status projectByLibrary(std::size_t i) {
+    geo::XYPoint const& image = mCall.image[i];
+    auto const height = static_cast<float>(mCall.height(i));
+    if (!mProjector.hasLine(image.y)) {
+      return Status::noSolution;
+    }
+    mTime = mProjector.camera(image.y, mCall.options.tdiStages).time;
+    Status status = Status::ok;
+    if (Surface const* const surface = mCall.surface()) {
+      auto const found = detail::libraryToSurface(mProjector.model(), mProjector.band(), *surface, image);
+      if (!found) {
+        return Status::noSurface;
+      }
+      status =
+          isFinite(*found) ? convert(surface->coordinateSystem(), mSystem, *found, mGround) : Status::notTransformable;
+      geo::coordSys::transform(&mSystem.platform(), &mProjector.local().platform(), mGround, mLocal);
+    } else if (mIsLocal) {
+      mLocal = mGround =
+          detail::libraryToLocal(mProjector.model(), mProjector.band(), image, height, mCall.options.tdiStages);
+    } else {
+      mGround = detail::libraryToMap(mProjector.model(), mProjector.band(), mSystem, image, height);
+      status = convert(mSystem, mProjector.local(), mGround, mLocal);
+    }
+    if (status != Status::ok) {
+      return status;
+    }
+    return mLocal.z < mProjector.camera(image.y, mCall.options.tdiStages).pose.centre.z ? Status::ok
+                                                                                        : Status::noSolution;
+  }
+
+  void storeOutputs(std::size_t i, bool hasResult) {
+    PointOutputs const& outputs = mCall.options.outputs;
+    if (!outputs.time.empty()) {
+      outputs.time[i] = hasResult ? mTime + mProjector.chain().epoch() : NAN_VALUE;
+    }
+    if (!outputs.passes.empty()) {
+      outputs.passes[i] = mPasses;
+    }
+    if (!outputs.closure.empty()) {
+      outputs.closure[i] = hasResult ? mProjector.closure(mCall.image[i], mLocal, mCall.options.tdiStages)
+                                     : Closure{NAN_VALUE, NAN_VALUE};
+    }
+  }
+
+  detail::Projector mProjector;
+  GroundCall const& mCall;
+  CoordinateSystem const& mSystem;
+  bool mIsLocal;
+  std::optional<detail::SurfaceRays> mRays;
+  geo::XYZPoint mLocal;
+  geo::XYZPoint mGround;
+  double mTime = 0.0;
+  int mPasses = 0;
+};
+
+void requireSizes(GroundCall const& call) {
+  std::size_t const size = call.image.size();
+  detail::requireSize(call.ground, size);
+  detail::requireSize(call.status, size);
+  if (auto const* const perPoint = std::get_if<HeightPerPoint>(&call.options.heights)) {
+    detail::requireSize(perPoint->heights, size);
+  }
+  detail::requireSizeOrNone(call.options.outputs.time, size);
+  detail::requireSizeOrNone(call.options.outputs.passes, size);
+  detail::requireSizeOrNone(call.options.outputs.closure, size);
+}
+
+}  // namespace
+
+std::size_t Band::toGround(std::span<geo::XYPoint const> image, ToGroundOptions const& options,
+                           std::span<geo::XYZPoint> ground, std::span<Status> status) const {
+  GroundCall const call{image, options, ground, status};
+  requireSizes(call);
+  detail::forEachPart(image.size(), options.threads, [&](std::size_t begin, std::size_t end) {
+    GroundPart part(*mStrip, mIndex, call);
+    for (std::size_t i = begin; i < end; ++i) {
+      part.project(i);
+    }
+  });
+  return detail::countResults(status);
+}
+
+}  // namespace kes

@@ -1,0 +1,243 @@
+#include "Checks.h"
+#include "LibraryForms.h"
+#include "Parallel.h"
+#include "Projector.h"
+#include "SurfaceSource.h"
+
+#include <geo/coordSys.h>
+
+#include <algorithm>
+#include <kes/Band.h>
+#include <vector>
+
+namespace kes {
+
+namespace {
+
+using detail::isFinite;
+using detail::NAN_VALUE;
+
+constexpr int HEIGHT_PASSES = 6;
+
+struct ImageCall {
+  std::span<geo::XYZPoint const> ground;
+  ToImageOptions const& options;
+  std::span<geo::XYPoint> image;
+  std::span<Status> status;
+};
+
+/// Some points of a call.
+class ImagePart {
+public:
+  ImagePart(detail::OpenStrip const& strip, int band, ImageCall const& call)
+      : mProjector(strip, band), mCall(call),
+        mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
+        mIsLocal(!call.options.system || mSystem == strip.localSystem()),
+        mHasOutputs(!call.options.outputs.time.empty() || !call.options.outputs.passes.empty() ||
+                    !call.options.outputs.closure.empty()) {}
+
+  void project(std::size_t begin, std::size_t end) {
+    if (mIsLocal && mCall.options.solver == Solver::precise &&
+        std::holds_alternative<OwnHeight>(mCall.options.heights)) {
+      for (std::size_t i = begin; i < end; ++i) {
+        if (isFinite(mCall.ground[i])) {
+          solve(i, mCall.ground[i]);
+        } else {
+          storeNothing(i, Status::notFinite);
+        }
+      }
+      return;
+    }
+    mLocal.assign(mCall.ground.begin() + static_cast<std::ptrdiff_t>(begin),
+                  mCall.ground.begin() + static_cast<std::ptrdiff_t>(end));
+    auto const status = mCall.status.subspan(begin, end - begin);
+    std::fill(status.begin(), status.end(), Status::ok);
+    setHeights(begin);
+    convertToLocal(status);
+    if (mCall.options.solver == Solver::precise) {
+      for (std::size_t i = begin; i < end; ++i) {
+        if (mCall.status[i] == Status::ok) {
+          solve(i, mLocal[i - begin]);
+        } else {
+          storeNothing(i, mCall.status[i]);
+        }
+      }
+    } else {
+      solveByLibrary(begin, end);
+    }
+  }
+
+private:
+  void setHeights(std::size_t begin) {
+    if (auto const* const constant = std::get_if<ConstantHeight>(&mCall.options.heights)) {
+      for (geo::XYZPoint& point : mLocal) {
+        point.z = constant->height;
+      }
+    } else if (auto const* const perPoint = std::get_if<HeightPerPoint>(&mCall.options.heights)) {
+      for (std::size_t k = 0; k < mLocal.size(); ++k) {
+        mLocal[k].z = perPoint->heights[begin + k];
+      }
+    }
+  }
+
+  void convertToLocal(std::span<Status> status) {
+    auto const* const surface = std::get_if<Surface>(&mCall.options.heights);
+    for (std::size_t k = 0; k < mLocal.size(); ++k) {
+      geo::XYZPoint& point = mLocal[k];
+      if (surface != nullptr) {
+        point.z = 0.0;
+      }
+      status[k] = isFinite(point) ? Status::ok : Status::notFinite;
+    }
+    if (surface != nullptr) {
+      putOnSurface(*surface, status);
+    } else if (!mIsLocal) {
+      transform(mSystem, mProjector.local(), mLocal, status);
+    }
+  }
+
+  static void transform(CoordinateSystem const& from, CoordinateSystem const& to, std::vector<geo::XYZPoint>& points,
+                        std::span<Status> status) {
+    geo::coordSys::transform(&from.platform(), &to.platform(), points.data(), points.data(), points.size());
+    for (std::size_t k = 0; k < points.size(); ++k) {
+      if (status[k] == Status::ok && !isFinite(points[k])) {
+        status[k] = Status::notTransformable;
+      }
+    }
+  }
+
+  // Where x and y of the two systems differ, a height moves a position sideways: pass by pass, the position at the surface's
+  // height of the pass before is looked up.
+  void putOnSurface(Surface const& surface, std::span<Status> status) {
+    CoordinateSystem const& system = surface.coordinateSystem();
+    bool const isSame = mSystem == system;
+    std::vector<geo::XYZPoint> const given = mLocal;
+    for (int pass = 0; pass < (isSame ? 1 : HEIGHT_PASSES); ++pass) {
+      if (pass > 0) {
+        transform(system, mSystem, mLocal, status);
+        for (std::size_t k = 0; k < mLocal.size(); ++k) {
+          mLocal[k].x = given[k].x;
+          mLocal[k].y = given[k].y;
+        }
+      }
+      if (!isSame) {
+        transform(mSystem, system, mLocal, status);
+      }
+      for (std::size_t k = 0; k < mLocal.size(); ++k) {
+        if (status[k] == Status::ok) {
+          mLocal[k].z = surface.source().height(mLocal[k]);
+          status[k] = std::isnan(mLocal[k].z) ? Status::noSurface : Status::ok;
+        }
+      }
+    }
+    transform(system, mProjector.local(), mLocal, status);
+  }
+
+  void solve(std::size_t i, geo::XYZPoint const& local) {
+    detail::Found const found = mProjector.find(local);
+    if (!found.isSolved) {
+      storeNothing(i, Status::noSolution);
+      return;
+    }
+    store(i, local, {found.sample, found.line}, found.time, found.passes);
+  }
+
+  void solveByLibrary(std::size_t begin, std::size_t end) {
+    std::vector<geo::XYZPoint> run;
+    std::vector<std::size_t> indices;
+    for (std::size_t i = begin; i < end; ++i) {
+      if (mCall.status[i] == Status::ok) {
+        run.push_back(mLocal[i - begin]);
+        indices.push_back(i);
+      } else {
+        storeNothing(i, mCall.status[i]);
+      }
+    }
+    std::vector<geo::XYPoint> image;
+    detail::libraryToImage(mProjector.model(), mProjector.band(), mCall.options.solver, run, image);
+    for (std::size_t k = 0; k < indices.size(); ++k) {
+      if (mProjector.isSolved(image[k], run[k])) {
+        store(indices[k], run[k], image[k], mProjector.camera(image[k].y).time, 0);
+      } else {
+        storeNothing(indices[k], Status::noSolution);
+      }
+    }
+  }
+
+  void store(std::size_t i, geo::XYZPoint const& local, geo::XYPoint const& image, double time, int passes) {
+    mCall.image[i] = image;
+    mCall.status[i] = mProjector.status(image, time);
+    if (mHasOutputs) {
+      storeOutputs(i, local, image, time, passes);
+    }
+  }
+
+  void storeOutputs(std::size_t i, geo::XYZPoint const& local, geo::XYPoint const& image, double time, int passes) {
+    PointOutputs const& outputs = mCall.options.outputs;
+    if (!outputs.time.empty()) {
+      outputs.time[i] = time + mProjector.chain().epoch();
+    }
+    if (!outputs.passes.empty()) {
+      outputs.passes[i] = passes;
+    }
+    if (!outputs.closure.empty()) {
+      outputs.closure[i] = mProjector.closure(image, local);
+    }
+  }
+
+  void storeNothing(std::size_t i, Status status) {
+    mCall.image[i] = {NAN_VALUE, NAN_VALUE};
+    mCall.status[i] = status;
+    PointOutputs const& outputs = mCall.options.outputs;
+    if (!outputs.time.empty()) {
+      outputs.time[i] = NAN_VALUE;
+    }
+    if (!outputs.passes.empty()) {
+      outputs.passes[i] = 0;
+    }
+    if (!outputs.closure.empty()) {
+      outputs.closure[i] = {NAN_VALUE, NAN_VALUE};
+    }
+  }
+
+  detail::Projector mProjector;
+  ImageCall const& mCall;
+  CoordinateSystem const& mSystem;
+  bool mIsLocal;
+  bool mHasOutputs;
+  std::vector<geo::XYZPoint> mLocal;
+};
+
+void requireSizes(ImageCall const& call) {
+  std::size_t const size = call.ground.size();
+  detail::requireSize(call.image, size);
+  detail::requireSize(call.status, size);
+  if (auto const* const perPoint = std::get_if<HeightPerPoint>(&call.options.heights)) {
+    detail::requireSize(perPoint->heights, size);
+  }
+  detail::requireSizeOrNone(call.options.outputs.time, size);
+  detail::requireSizeOrNone(call.options.outputs.passes, size);
+  detail::requireSizeOrNone(call.options.outputs.closure, size);
+}
+
+}  // namespace
+
+std::size_t Band::toImage(std::span<geo::XYZPoint const> ground, ToImageOptions const& options,
+                          std::span<geo::XYPoint> image, std::span<Status> status) const {
+  ImageCall const call{ground, options, image, status};
+  requireSizes(call);
+  // The positions of a run depend on those before.
+  if (options.solver == Solver::libraryRun || options.solver == Solver::libraryLanes) {
+    ImagePart(*mStrip, mIndex, call).project(0, ground.size());
+  } else {
+    detail::forEachPart(ground.size(), options.threads, [&](std::size_t begin, std::size_t end) {
+      ImagePart part(*mStrip, mIndex, call);
+      for (std::size_t i = begin; i < end; i += detail::pointsPerPart) {
+        part.project(i, std::min(i + detail::pointsPerPart, end));
+      }
+    });
+  }
+  return detail::countResults(status);
+}
+
+}  // namespace kes

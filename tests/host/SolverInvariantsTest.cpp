@@ -1,0 +1,188 @@
+#include "RandomStrips.h"
+#include "support/Matchers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+
+// What must hold of every form of the solver, on the same flights.
+
+namespace {
+
+using kes::Solver;
+using kes::Status;
+
+/// What a form promises.
+struct Form {
+  Solver solver;
+  char const* name;
+  double closure;         ///< Lines and samples.
+  bool isOfSinglePoints;  ///< Whether a point's result has nothing to do with its neighbours.
+};
+
+void PrintTo(Form const& form, std::ostream* out) {
+  *out << form.name;
+}
+
+class SolverInvariants : public testing::TestWithParam<Form> {
+protected:
+  static constexpr std::size_t POINTS = 60;
+
+  /// Calls `check(band)` for bands of all kinds of all flights.
+  template <class Check>
+  static void forEachBand(Check check) {
+    unsigned const end = GetParam().solver == Solver::precise ? test::NOISY_FLIGHTS_END : test::FLIGHTS;
+    for (unsigned seed = 0; seed < end; ++seed) {
+      kes::Strip const& strip = test::randomStrip(seed);
+      for (char const* const id : test::BANDS) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", band " + id);
+        check(strip.band(id), seed);
+        if (testing::Test::HasFailure()) {
+          return;
+        }
+      }
+    }
+  }
+
+  static double height(kes::Band const&, unsigned seed) { return seed % 5 * 40.0 - 80.0; }
+};
+
+void expectSameBits(geo::XYPoint const& a, geo::XYPoint const& b) {
+  EXPECT_THAT(a.x, test::SameBits(b.x));
+  EXPECT_THAT(a.y, test::SameBits(b.y));
+}
+
+/// The greater size of a pixel on the ground, metres.
+double pixelOf(kes::Band const& band) {
+  return std::max(band.gsd(), band.gsd() / band.scale());
+}
+
+double distance(geo::XYZPoint const& a, geo::XYZPoint const& b) {
+  return std::hypot(a.x - b.x, a.y - b.y);
+}
+
+// What is found may be an earlier line that saw the point as well; it closes on the ground, too.
+TEST_P(SolverInvariants, ImageToGroundToImageCloses) {
+  forEachBand([&](kes::Band const& band, unsigned seed) {
+    auto const image = test::imagePoints(band, seed, POINTS);
+    auto const options = test::atHeight(height(band, seed), GetParam().solver);
+    auto const ground = test::toGround(band, image, options);
+    auto const back = test::toImage(band, ground.points, test::by(GetParam().solver));
+    auto const again = test::toGround(band, back.points, options);
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      SCOPED_TRACE(testing::Message() << "sample " << image[i].x << ", line " << image[i].y);
+      ASSERT_EQ(ground.status[i], Status::ok);
+      ASSERT_TRUE(kes::hasResult(back.status[i]));
+      ASSERT_LT(distance(again.points[i], ground.points[i]), GetParam().closure * pixelOf(band));
+      if (!test::isRough(seed) && !test::isNoisy(seed)) {
+        ASSERT_NEAR(back.points[i].y, image[i].y, GetParam().closure);
+        ASSERT_NEAR(back.points[i].x, image[i].x, GetParam().closure);
+      } else if (GetParam().solver == Solver::precise) {
+        ASSERT_LT(back.points[i].y - image[i].y, GetParam().closure);
+      }
+    }
+  });
+}
+
+// On the ground everywhere, and in the image where the view never goes back. Lines are floats in the library, and the line
+// of a time with TDI is known to 0.1 ms there.
+TEST_P(SolverInvariants, AgreesWithThePreciseForm) {
+  constexpr double tolerance = 0.1;
+  forEachBand([&](kes::Band const& band, unsigned seed) {
+    auto const image = test::imagePoints(band, seed + 100, POINTS);
+    double const z = height(band, seed);
+    auto const ground = test::toGround(band, image, test::atHeight(z));
+    auto const byForm = test::toGround(band, image, test::atHeight(z, GetParam().solver));
+    auto const precise = test::toImage(band, ground.points);
+    auto const solved = test::toImage(band, ground.points, test::by(GetParam().solver));
+    auto const again = test::toGround(band, solved.points, test::atHeight(z));
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      SCOPED_TRACE(testing::Message() << "sample " << image[i].x << ", line " << image[i].y);
+      ASSERT_LT(distance(byForm.points[i], ground.points[i]), tolerance * pixelOf(band));
+      ASSERT_LT(distance(again.points[i], ground.points[i]), tolerance * pixelOf(band));
+      if (!test::isRough(seed) && !test::isNoisy(seed)) {
+        ASSERT_NEAR(solved.points[i].y, precise.points[i].y, tolerance);
+        ASSERT_NEAR(solved.points[i].x, precise.points[i].x, tolerance);
+      }
+    }
+  });
+}
+
+TEST_P(SolverInvariants, NeitherOrderNorTilingNorThreadsMatter) {
+  forEachBand([&](kes::Band const& band, unsigned seed) {
+    std::size_t const count = seed == 3 ? 5000 : POINTS;
+    auto const image = test::imagePoints(band, seed + 200, count);
+    auto const ground = test::toGround(band, image, test::atHeight(height(band, seed), GetParam().solver));
+    auto const whole = test::toImage(band, ground.points, test::by(GetParam().solver));
+    auto const parallel = test::toImage(band, ground.points, test::by(GetParam().solver, 3));
+    for (std::size_t i = 0; i < count; ++i) {
+      expectSameBits(parallel.points[i], whole.points[i]);
+      ASSERT_EQ(parallel.status[i], whole.status[i]);
+    }
+    if (!GetParam().isOfSinglePoints) {
+      return;  // the positions of a run depend on those before
+    }
+    std::vector<std::size_t> order(count);
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), std::mt19937(seed));
+    for (std::size_t const i : order) {
+      auto const single = band.toImage(ground.points[i], test::by(GetParam().solver));
+      expectSameBits(single.position, whole.points[i]);
+      ASSERT_EQ(single.status, whole.status[i]);
+      auto const place = band.toGround(image[i], test::atHeight(height(band, seed), GetParam().solver));
+      ASSERT_THAT(place.position.x, test::SameBits(ground.points[i].x));
+      ASSERT_THAT(place.position.y, test::SameBits(ground.points[i].y));
+    }
+  });
+}
+
+TEST_P(SolverInvariants, NeighboursOfBadPointsAreUnharmed) {
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  forEachBand([&](kes::Band const& band, unsigned seed) {
+    auto const image = test::imagePoints(band, seed + 300, POINTS);
+    auto const ground = test::toGround(band, image, test::atHeight(height(band, seed)));
+    auto const clean = test::toImage(band, ground.points, test::by(GetParam().solver));
+    std::vector<geo::XYZPoint> mixed;
+    for (std::size_t i = 0; i < ground.points.size(); ++i) {
+      mixed.push_back(ground.points[i]);
+      mixed.push_back(i % 3 == 0   ? geo::XYZPoint(nan, 0.0, 0.0)
+                      : i % 3 == 1 ? geo::XYZPoint(ground.points[i].x, infinity, 0.0)
+                                   : geo::XYZPoint(0.0, 0.0, -infinity));
+    }
+    auto const result = test::toImage(band, mixed, test::by(GetParam().solver));
+    for (std::size_t i = 0; i < ground.points.size(); ++i) {
+      expectSameBits(result.points[2 * i], clean.points[i]);
+      ASSERT_EQ(result.status[2 * i], clean.status[i]);
+      ASSERT_EQ(result.status[2 * i + 1], Status::notFinite);
+      ASSERT_TRUE(std::isnan(result.points[2 * i + 1].x));
+    }
+  });
+}
+
+TEST_P(SolverInvariants, PointAboveTheAircraftHasNoSolution) {
+  forEachBand([&](kes::Band const& band, unsigned seed) {
+    kes::Strip const& strip = test::randomStrip(seed);
+    for (double const above : {20.0, 500.0, 1e5}) {
+      geo::XYZPoint const middle = band.toGround(geo::XYPoint(50.0, 150.0), test::atHeight(0.0)).position;
+      geo::XYZPoint const point(middle.x, middle.y, strip.meanFlyingHeight() + above);
+      ASSERT_EQ(band.toImage(point, test::by(GetParam().solver)).status, Status::noSolution);
+      // Mirrored at the perspective centre.
+      ASSERT_EQ(band.toGround(geo::XYPoint(50.0, 150.0), test::atHeight(point.z, GetParam().solver)).status,
+                Status::noSolution);
+    }
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, SolverInvariants,
+                         testing::Values(Form{Solver::precise, "Precise", 1e-6, true},
+                                         Form{Solver::libraryPoint, "LibraryPoint", 0.1, true},
+                                         Form{Solver::libraryRun, "LibraryRun", 0.1, false},
+                                         Form{Solver::libraryLanes, "LibraryLanes", 0.1, false}),
+                         [](auto const& form) { return form.param.name; });
+
+}  // namespace

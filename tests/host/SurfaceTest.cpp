@@ -1,0 +1,228 @@
+#include "RandomStrips.h"
+#include "platform/ElevationSupport.h"
+#include "support/Matchers.h"
+#include "support/SmallStrip.h"
+#include "support/TempFolder.h"
+
+#include <geo/coordSys.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+using kes::Status;
+
+constexpr double degree = 0.017453292519943295;
+
+// A strip at 0.6 radians north on the central meridian of zone 33; pixels of 2 m, lines of 1 m, from 1000 m. A band that looks ahead by
+// 12 in 50.
+class SurfaceHit : public testing::Test {
+protected:
+  SurfaceHit() {
+    mSmall.sensorId = testing::UnitTest::GetInstance()->current_test_info()->name();
+    mSmall.bands = {{"PANF27A", 12.0}, {"PANN00A", 0.0}};
+    mSmall.anchorLongitude = std::to_string(15.0 * degree);
+    kes::StripOptions options;
+    options.calibrations = {mFolder / "calibration"};
+    mStrip = std::make_unique<kes::Strip>(mSmall.write(mFolder), options);
+    geo::XYZPoint origin(0.0, 0.0, 0.0);
+    mStrip->localSystem().transform(mMap, {&origin, 1}, {&mOrigin, 1});
+    // Cells of 4 m around the image's ground, with the local origin at a corner of cells.
+    mRaster.columns = 120;
+    mRaster.rows = 120;
+    mRaster.geoTransform = {mOrigin.x - 120.0, 4.0, 0.0, mOrigin.y + 240.0, 0.0, -4.0};
+    mRaster.system = "EPSG:32633";
+  }
+
+  double groundHeight() const { return mOrigin.z; }
+  kes::Surface surface() { return kes::Surface::raster(mRaster.write(mFolder)); }
+
+  kes::Band::OnGround hit(char const* band, geo::XYPoint const& image, kes::Surface const& surface) const {
+    kes::ToGroundOptions options;
+    options.heights = surface;
+    options.system = mMap;
+    return mStrip->band(band).toGround(image, options);
+  }
+
+  /// How far a position of the map is above the surface.
+  static double above(geo::XYZPoint const& position, kes::Surface const& surface) {
+    double height = 0.0;
+    surface.heights({&position, 1}, {&height, 1});
+    return position.z - height;
+  }
+
+  /// The ray of an image position in small steps from the camera down to the first place below the surface: its local height.
+  double firstByWalking(char const* id, geo::XYPoint const& image, kes::Surface const& surface) const {
+    kes::Band const band = mStrip->band(id);
+    for (double z = 400.0; z > -50.0; z -= 0.05) {
+      auto const local = band.toGround(image, test::atHeight(z));
+      geo::XYZPoint map;
+      mStrip->localSystem().transform(mMap, {&local.position, 1}, {&map, 1});
+      if (above(map, surface) <= 0.0) {
+        return z;
+      }
+    }
+    return std::numeric_limits<double>::quiet_NaN();
+  }
+
+  test::TempFolder mFolder;
+  test::SmallStrip mSmall;
+  test::ElevationRaster mRaster;
+  kes::CoordinateSystem mMap{"EPSG:32633"};
+  std::unique_ptr<kes::Strip> mStrip;
+  geo::XYZPoint mOrigin;
+};
+
+TEST_F(SurfaceHit, RaysOntoRoughGroundEndAtTheFirstPlaceOnIt) {
+  mRaster.fill([&](int column, int row) {
+    return groundHeight() + 40.0 + 30.0 * std::sin(0.9 * column) * std::cos(0.7 * row) +
+           (column % 11 == 0 ? 60.0 : 0.0);
+  });
+  kes::Surface const surface = this->surface();
+  int met = 0;
+  for (char const* const band : {"PANF27A", "PANN00A"}) {
+    for (double sample = 20.0; sample <= 80.0; sample += 7.3) {
+      for (double line = 5.0; line <= 95.0; line += 10.7) {
+        SCOPED_TRACE(testing::Message() << band << ", sample " << sample << ", line " << line);
+        geo::XYPoint const image(sample, line);
+        auto const [position, status] = hit(band, image, surface);
+        ASSERT_EQ(status, Status::ok);
+        EXPECT_LT(std::fabs(above(position, surface)), 1e-3);
+        geo::XYZPoint local;
+        mMap.transform(mStrip->localSystem(), {&position, 1}, {&local, 1});
+        // The walk sees it after the first step below.
+        double const walked = firstByWalking(band, image, surface);
+        EXPECT_NEAR(local.z, walked + 0.025, 0.03);
+        ++met;
+      }
+    }
+  }
+  EXPECT_GT(met, 100);
+}
+
+TEST_F(SurfaceHit, VerticalWallIsMetWhereTheRayComesThrough) {
+  // From one cell to the next, 290 m ahead of the origin, the ground rises by 200 m; line 50 looks there.
+  double const level = groundHeight() + 10.0;
+  mRaster.fill([&](int column, int) { return column >= 102 ? level + 200.0 : level; });
+  kes::Surface const surface = this->surface();
+  bool metWall = false;
+  for (double line = 0.0; line <= 100.0; line += 0.5) {
+    auto const [position, status] = hit("PANF27A", {50.0, line}, surface);
+    ASSERT_EQ(status, Status::ok);
+    ASSERT_LT(std::fabs(above(position, surface)), 1e-3) << line;
+    metWall = metWall || (position.z > level + 1.0 && position.z < level + 199.0);
+  }
+  EXPECT_TRUE(metWall);
+}
+
+TEST_F(SurfaceHit, RidgeOfOneCellIsNotPassedThrough) {
+  double const level = groundHeight() + 10.0;
+  mRaster.fill([&](int column, int) { return column == 102 ? level + 150.0 : level; });
+  kes::Surface const surface = this->surface();
+  int onRidge = 0;
+  for (double line = 0.0; line <= 100.0; line += 0.25) {
+    geo::XYPoint const image(50.0, line);
+    auto const [position, status] = hit("PANF27A", image, surface);
+    ASSERT_EQ(status, Status::ok);
+    ASSERT_LT(std::fabs(above(position, surface)), 1e-3) << line;
+    onRidge += position.z > level + 1.0 ? 1 : 0;
+  }
+  // The ray goes ahead by 0.24 m a metre of depth: over 150 m of ridge, by 36 m, or 36 lines; and over its foot of 8 m.
+  EXPECT_NEAR(onRidge * 0.25, 150.0 * 0.24, 8.0);
+}
+
+TEST_F(SurfaceHit, HolesAndTheWorldBeyondTheRasterHaveNoSurface) {
+  mRaster.noData = -9999.0;
+  mRaster.fill([&](int column, int row) {
+    return column >= 50 && column < 60 && row >= 40 && row < 80 ? -9999.0 : groundHeight() + 10.0;
+  });
+  kes::Surface const surface = this->surface();
+  // Cells 50 to 59 are x = 80 to 120 m ahead of the origin; straight down.
+  EXPECT_EQ(hit("PANN00A", {50.0, 99.0}, surface).status, Status::noSurface);
+  EXPECT_EQ(hit("PANN00A", {50.0, 40.0}, surface).status, Status::ok);
+  EXPECT_EQ(hit("PANN00A", {-300.0, 40.0}, surface).status, Status::noSurface);
+  EXPECT_TRUE(std::isnan(hit("PANN00A", {50.0, 99.0}, surface).position.x));
+}
+
+TEST_F(SurfaceHit, SurfaceAboveTheCameraIsNotMet) {
+  mRaster.fill([&](int, int) { return groundHeight() + 2000.0; });
+  EXPECT_EQ(hit("PANN00A", {50.0, 40.0}, surface()).status, Status::noSurface);
+  EXPECT_EQ(hit("PANN00A", {50.0, 40.0}, kes::Surface::constant(mMap, groundHeight() + 2000.0)).status,
+            Status::noSurface);
+}
+
+TEST_F(SurfaceHit, ConstantSurfaceIsAHeight) {
+  kes::Surface const surface = kes::Surface::constant(mMap, groundHeight() + 12.5);
+  kes::ToGroundOptions atHeight = test::atHeight(groundHeight() + 12.5);
+  atHeight.system = mMap;
+  auto const met = hit("PANF27A", {12.0, 34.0}, surface);
+  auto const cut = mStrip->band("PANF27A").toGround(geo::XYPoint(12.0, 34.0), atHeight);
+  EXPECT_NEAR(met.position.x, cut.position.x, 1e-5);
+  EXPECT_NEAR(met.position.y, cut.position.y, 1e-5);
+  EXPECT_NEAR(met.position.z, cut.position.z, 1e-5);
+}
+
+TEST_F(SurfaceHit, NeighboursAndThreadsChangeNoBit) {
+  mRaster.fill([&](int column, int row) { return groundHeight() + 20.0 * std::sin(0.3 * column + 0.2 * row); });
+  kes::Surface const surface = this->surface();
+  kes::Band const band = mStrip->band("PANF27A");
+  auto const image = test::imagePoints(band, 5, 5000);
+  kes::ToGroundOptions options;
+  options.heights = surface;
+  auto const whole = test::toGround(band, image, options);
+  options.threads = 3;
+  auto const parallel = test::toGround(band, image, options);
+  options.threads = 1;
+  for (std::size_t i = 0; i < image.size(); i += 7) {
+    auto const single = band.toGround(image[i], options);
+    ASSERT_THAT(single.position.x, test::SameBits(whole.points[i].x));
+    ASSERT_THAT(single.position.z, test::SameBits(whole.points[i].z));
+    ASSERT_THAT(parallel.points[i].z, test::SameBits(whole.points[i].z));
+    ASSERT_EQ(single.status, whole.status[i]);
+  }
+}
+
+TEST_F(SurfaceHit, MapPositionsArePutOnTheSurface) {
+  mRaster.fill([&](int column, int row) { return groundHeight() + 0.5 * column + 0.25 * row; });
+  kes::Surface const surface = this->surface();
+  kes::Band const band = mStrip->band("PANF27A");
+  auto const [ground, status] = hit("PANF27A", {40.0, 60.0}, surface);
+  ASSERT_EQ(status, Status::ok);
+  kes::ToImageOptions options;
+  options.system = mMap;
+  options.heights = surface;
+  // Whatever its z is.
+  auto const image = band.toImage(geo::XYZPoint(ground.x, ground.y, -1e5), options);
+  EXPECT_EQ(image.status, Status::ok);
+  EXPECT_NEAR(image.position.x, 40.0, 1e-3);
+  EXPECT_NEAR(image.position.y, 60.0, 1e-3);
+  EXPECT_EQ(band.toImage(geo::XYZPoint(ground.x - 5000.0, ground.y, 0.0), options).status, Status::noSurface);
+}
+
+TEST_F(SurfaceHit, HeightsHaveAStatusEach) {
+  mRaster.fill([&](int column, int) { return 100.0 + column; });
+  kes::Surface const surface = this->surface();
+  EXPECT_EQ(surface.coordinateSystem().horizontalUnit(), mMap.horizontalUnit());
+  EXPECT_EQ(surface.heightRange()->lowest, 100.0);
+  EXPECT_EQ(surface.heightRange()->highest, 219.0);
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  std::vector<geo::XYZPoint> const positions{mRaster.at(10.5, 3.0), {0.0, 0.0, 0.0}, {nan, 0.0, 0.0}};
+  std::vector<double> heights(3);
+  std::vector<Status> status(3);
+  EXPECT_EQ(surface.heights(positions, heights, status), 1U);
+  EXPECT_EQ(heights[0], 110.0);
+  EXPECT_TRUE(std::isnan(heights[1]));
+  EXPECT_EQ(status, (std::vector{Status::ok, Status::noSurface, Status::notFinite}));
+}
+
+TEST(Surface, MissingFileIsThePlatformsError) {
+  EXPECT_MESSAGE(static_cast<void>(kes::Surface::raster("/nowhere/dem.tif")),
+                 test::messageOf([] { dsm::RasterElevationSource("/nowhere/dem.tif"); }));
+}
+
+}  // namespace
