@@ -77,6 +77,7 @@ TEST_F(OpenRaster, FormatsOfImagesAndElevationModelsOpen) {
                                                                                      {"NITF", "a.ntf"},
                                                                                      {"PNG", "a.png"},
                                                                                      {"BMP", "a.bmp"},
+                                                                                     {"PNM", "a.pgm"},
                                                                                      {"HFA", "a.img"},
                                                                                      {"ENVI", "envi.dat"},
                                                                                      {"EHdr", "ehdr.bil"}}) {
@@ -173,6 +174,7 @@ TEST_F(OpenRaster, MasksAndOverviewsBesideAFileReachNoServer) {
                                                                                      {"PNG", "p.png"},
                                                                                      {"HFA", "h.img"},
                                                                                      {"BMP", "b.bmp"},
+                                                                                     {"PNM", "b.pgm"},
                                                                                      {"ENVI", "e.dat"}}) {
     std::string const file = image(format, name);
     for (char const* const beside : {".ovr", ".msk", ".OVR", ".MSK", ".r1", ".R9", ".aux", ".rrd"}) {

@@ -18,8 +18,8 @@ namespace raster {
 namespace {
 
 /// Of files that hold their own pixels, or leave them to a file beside them.
-constexpr std::array<char const*, 19> PLAIN_FORMATS = {
-    "GTiff", "NITF", "JP2OpenJPEG", "JP2KAK",  "JP2ECW", "JP2MrSID", "JPEG2000", "JPEG",           "PNG",  "BMP",
+constexpr std::array<char const*, 20> PLAIN_FORMATS = {
+    "GTiff", "NITF", "JP2OpenJPEG", "JP2KAK",  "JP2ECW", "JP2MrSID", "JPEG2000", "JPEG",           "PNG",  "BMP", "PNM",
     "HFA",   "ENVI", "EHdr",        "AAIGrid", "DTED",   "SRTMHGT",  "USGSDEM",  "GRASSASCIIGrid", nullptr};
 
 /// Domains of metadata that GDAL looks up the files of overviews in.
