@@ -51,7 +51,8 @@ function(kes_folder name)
   set_property(GLOBAL APPEND PROPERTY KESSENSOR_FOLDERS ${target})
 endfunction()
 
-# kes_test(NAME SOURCES... [LIBRARIES target...]): the test program of one folder, each test its own CTest entry.
+# kes_test(NAME SOURCES... [LIBRARIES target...]): the test program of one folder, each test its own CTest entry with the
+# name as its label.
 function(kes_test name)
   cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
   set(target kessensor_${name}_tests)
@@ -65,5 +66,5 @@ function(kes_test name)
   if(KESSENSOR_LTO)
     target_link_options(${target} PRIVATE -fno-lto)
   endif()
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS ${name})
 endfunction()
