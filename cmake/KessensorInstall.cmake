@@ -1,9 +1,9 @@
-# Installation of the libraries, headers and the package that other CMake projects find.
+# Installs the libraries, the headers, and the package that other CMake projects find.
 include(CMakePackageConfigHelpers)
 
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/kessensor")
 
-# Libraries and tool find each other by their places, so that the whole can be moved.
+# Libraries and tool find each other by relative paths, so that the installed tree can be moved.
 set_target_properties(kesplatform kessensor keshost kesgdal PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(kesfiles PROPERTIES EXPORT_NAME files)
 set_target_properties(kesplatform PROPERTIES EXPORT_NAME platform)
@@ -19,7 +19,7 @@ if(TARGET kes)
   install(TARGETS kes RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# kes_install_headers(FROM FOLDER...): the headers that lie in each of the folders below FROM.
+# kes_install_headers(FROM FOLDER...): installs the headers in each of these folders below FROM.
 function(kes_install_headers from)
   foreach(folder IN LISTS ARGN)
     file(GLOB headers CONFIGURE_DEPENDS "${from}/${folder}/*.h")

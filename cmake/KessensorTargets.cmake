@@ -1,4 +1,4 @@
-# The properties that every target of the project has, and the three kinds of target it is made of.
+# The properties that all targets share, and functions for the two most frequent kinds of target.
 
 # kes_properties(TARGET): language level, warnings, floating-point rules, sanitizers.
 function(kes_properties target)
@@ -8,13 +8,13 @@ function(kes_properties target)
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
   # A fused multiply-add rounds once where the formulae round twice: results would depend on the machine and the
-  # optimiser. Every float rounding of the library is told, so the compiler may neither drop nor add one.
-  # Nobody reads errno after a sine; without it calls whose result isn't used, and square roots, cost nothing.
+  # optimiser. The sources state every rounding to float, so the compiler may neither drop nor add one.
+  # Nobody reads errno after a call such as sin(). Without it, the compiler inlines square roots and drops unused calls.
   target_compile_options(${target} PRIVATE -ffp-contract=off -fno-fast-math -fno-math-errno
-    # Exported functions of a library may be inlined within it: nobody replaces single functions of it.
+    # Exported functions may be inlined within their own library: nobody replaces single functions of it.
     -fno-semantic-interposition
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-    # GCC 12 takes a short text plus a string for an overlapping copy (GCC bug 105651).
+    # GCC 12 mistakes a string literal plus a std::string for an overlapping copy (GCC bug 105651).
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     $<$<BOOL:${KESSENSOR_WERROR}>:-Werror>)
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
@@ -30,7 +30,7 @@ function(kes_properties target)
 endfunction()
 
 # kes_folder(NAME SOURCES... [DEPENDS folder...]): one folder of src/ as an internal static library. The shared library
-# is made of the objects of all of them; tests link the folder itself and so reach what is not exported.
+# consists of the objects of all folders; tests link a folder itself, and so reach what isn't exported.
 function(kes_folder name)
   cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
   set(target kessensor_${name})
@@ -39,8 +39,8 @@ function(kes_folder name)
   target_include_directories(${target} PUBLIC
     "${PROJECT_SOURCE_DIR}/include" "${PROJECT_BINARY_DIR}/include" "${PROJECT_SOURCE_DIR}/src")
   target_compile_definitions(${target} PRIVATE kessensor_EXPORTS)
-  # A projection goes through small functions of several folders, which the shared library's link inlines into it. Tests
-  # link the same objects in the ordinary way.
+  # A projection calls small functions of several folders, which the link of the shared library inlines. Tests link the
+  # same objects without link-time optimisation.
   if(KESSENSOR_LTO)
     target_compile_options(${target} PRIVATE -flto=auto -ffat-lto-objects)
   endif()
@@ -51,18 +51,18 @@ function(kes_folder name)
   set_property(GLOBAL APPEND PROPERTY KESSENSOR_FOLDERS ${target})
 endfunction()
 
-# kes_test(NAME SOURCES... [LIBRARIES target...]): the test program of one folder, each test its own CTest entry with the
-# name as its label.
+# kes_test(NAME SOURCES... [LIBRARIES target...]): a test program of a folder; each of its tests is a CTest entry with the
+# label NAME.
 function(kes_test name)
   cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
   set(target kessensor_${name}_tests)
   add_executable(${target} ${ARG_UNPARSED_ARGUMENTS})
   kes_properties(${target})
-  # The libraries under test are optimised as the preset says. The many small functions of the tests themselves would take twice
-  # as long to compile, and with sanitizers three times.
+  # The libraries under test are optimised as the preset says. Their tests aren't: they would take twice as long to compile,
+  # with sanitizers three times.
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} kessensor_test_support)
-  # The linker would optimise across the folders' objects again for each test program, which takes minutes.
+  # Otherwise the linker would optimise across the folders again for each test program, which takes minutes.
   if(KESSENSOR_LTO)
     target_link_options(${target} PRIVATE -fno-lto)
   endif()

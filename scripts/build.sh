@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# build.sh PRESET [TARGET...]: configures and builds a preset of CMakePresets.json. For the other scripts.
+# build.sh PRESET [TARGET...]: configures and builds a preset of CMakePresets.json. The other scripts call it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=$1
 shift
-# Equal sources of another checkout or build folder are found in the compiler cache.
+# Lets the compiler cache serve the same sources in another checkout or build folder.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake --preset "$preset" >/dev/null
 targets=()

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# demo.sh [OUTDIR]: from nothing to output. Installs what is missing, builds, flies a strip over real terrain, projects
-# points of its images to the ground and back, and makes an orthophoto of three looks at the ground, with their footprints and a
-# quick-look of both. The flight and all results stay in OUTDIR (demo-output).
+# demo.sh [OUTDIR]: from a fresh checkout to results. Installs missing packages, builds, flies a strip over real
+# terrain, projects points of its images to the ground and back, and makes an orthophoto of three bands, their
+# footprints and a quick-look of both. Replaces OUTDIR (demo-output), which then holds the flight and all results.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out=${1:-demo-output}
@@ -45,9 +45,10 @@ echo "== Orthophoto: forward look in red, nadir in green, backward in blue"
 "$kes" ortho "$strip" "${camera[@]}" "${bands[@]/#/--band=}" --dem "$dem" --crs EPSG:32616 --gsd 0.5 -o "$out/ortho.tif"
 "$kes" footprint "$strip" "${camera[@]}" --dem "$dem" -o "$out/footprints.geojson"
 
-# The orthophoto with the outlines drawn in, small enough to look at.
+# A reduced orthophoto with the outlines drawn in.
 export GDAL_PAM_ENABLED=NO
-gdal_translate -q -outsize 1200 0 -r average -ot Byte -scale 15000 58000 -a_nodata none "$out/ortho.tif" "$out/quicklook.tif"
+gdal_translate -q -outsize 1200 0 -r average -ot Byte -scale 15000 58000 -a_nodata none \
+  "$out/ortho.tif" "$out/quicklook.tif"
 ogr2ogr -t_srs EPSG:32616 -nlt LINESTRING "$out/outlines.geojson" "$out/footprints.geojson"
 outline() {
   gdal_rasterize -q -at -where "band = '$1'" -b 1 -b 2 -b 3 -burn "$2" -burn "$3" -burn "$4" "$out/outlines.geojson" \

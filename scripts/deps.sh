@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and the demo need, those that are missing. On a system without
-# apt it prints the list and goes on.
+# Installs the Debian packages that the build, the tests, the benchmarks and the demo need, as far as they are missing.
+# On a system without apt, prints the list and succeeds.
 set -euo pipefail
 
 packages=(
@@ -28,4 +28,5 @@ as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
 echo "Installing: ${missing[*]}"
 "${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+  "${missing[@]}" >/dev/null

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# format.sh [--check]: formats all sources, or tells which aren't formatted.
+# format.sh [--check]: formats all sources, or fails and names those that aren't formatted.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=(-i)

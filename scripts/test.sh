@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# test.sh [PRESET [OPTION of ctest...]]: installs what is missing, builds all, and runs the tests; of the release build without
-# an argument.
+# test.sh [PRESET [OPTION of ctest...]]: installs missing packages, builds a preset (default: release), and runs its tests.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=${1:-release}

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# tutorial.sh PROGRAM FLIGHT: runs the tutorial's program, which goes from the middle of an image of 12000 samples and 200 lines
-# to the mean terrain height of 18.43 m, and back to that very pixel.
+# tutorial.sh PROGRAM FLIGHT: runs the tutorial's program, which projects the middle of an image of 12000 samples and
+# 200 lines to the mean terrain height of 18.43 m, and back to the same pixel.
 set -euo pipefail
 output=$("$1" "$2/project/strip_cam.stp" "$2/calibration")
 echo "$output"

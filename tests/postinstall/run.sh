@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# run.sh BUILD_DIR: installs a finished build into a temporary folder, builds a host against what is there, and runs it.
-# Also holds every installed header to compile on its own as C++17, and the names that the library exports against the
-# reviewed list beside this script.
+# run.sh BUILD_DIR: installs a finished build into a temporary folder, builds hosts against it, and runs them. The
+# hosts' build also compiles every installed header alone. Compares the exported names of the library, and the exported
+# classes of the front door, with the reviewed lists beside this script.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -15,9 +15,8 @@ cached() {
   sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"
 }
 
-# exported LIBRARY: the classes and functions that a library defines for others, a name a line. What its compiler
-# leaves of the headers of other libraries (weak copies of their templates) is none of them. An instance of a template comes
-# with its result in front.
+# exported LIBRARY: the classes and functions that a library defines for others, one name per line. Weak copies of other
+# libraries' templates are left out. A template's instance has its result type in front of its name.
 exported() {
   nm -DC --defined-only "$1" | cut -d' ' -f3- |
     sed -E -e 's/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for //' \

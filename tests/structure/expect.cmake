@@ -1,4 +1,4 @@
-# Runs COMMAND, which must fail and print what the file EXPECTED holds.
+# Runs COMMAND, which must fail and print the contents of the file EXPECTED.
 execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output RESULT_VARIABLE result)
 file(READ "${EXPECTED}" expected)
 if(NOT result EQUAL 1 OR NOT output STREQUAL expected)
