@@ -51,15 +51,15 @@ function(kes_folder name)
   set_property(GLOBAL APPEND PROPERTY KESSENSOR_FOLDERS ${target})
 endfunction()
 
-# kes_test(NAME SOURCES... [LIBRARIES target...]): a test program of a folder; each of its tests is a CTest entry with the
-# label NAME.
+# kes_test(NAME SOURCES... [LIBRARIES target...]): a test program of a folder; each of its tests is a CTest entry with
+# the label NAME.
 function(kes_test name)
   cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
   set(target kessensor_${name}_tests)
   add_executable(${target} ${ARG_UNPARSED_ARGUMENTS})
   kes_properties(${target})
-  # The libraries under test are optimised as the preset says. Their tests aren't: they would take twice as long to compile,
-  # with sanitizers three times.
+  # The libraries under test are optimised as the preset says. Their tests aren't: they would take twice as long to
+  # compile, with sanitizers three times.
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} kessensor_test_support)
   # Otherwise the linker would optimise across the folders again for each test program, which takes minutes.

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# test.sh [PRESET [OPTION of ctest...]]: installs missing packages, builds a preset (default: release), and runs its tests.
+# test.sh [PRESET [OPTION of ctest...]]: installs missing packages, builds a preset (default: release), and runs its
+# tests.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=${1:-release}

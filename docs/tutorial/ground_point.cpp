@@ -3,8 +3,8 @@
 #include <iostream>
 #include <kes/kes.h>
 
-// ground_point STRIP CALIBRATIONS: prints where the middle of a strip's first band sees the mean terrain, and which pixel
-// saw it.
+// ground_point STRIP CALIBRATIONS: prints where the middle of a strip's first band sees the mean terrain, and which
+// pixel saw it.
 int main(int argc, char** argv) {
   if (argc != 3) {
     std::cerr << "usage: ground_point STRIP CALIBRATIONS\n";
