@@ -183,23 +183,30 @@ TEST_F(EOPDataWalk, TimeThatIsNoNumberStopsTheWalk) {
   EXPECT_EQ(forward.atGPS(sensor::seconds(rising[200] + 0.25), out), 1);
 }
 
-// The same from a file, where the records come in one piece.
+// The same from a file, where the records come in one piece: in order, and with the last record or the one before it too early.
+// A table of 2^k + 1 records has its last one where a bisection looks soon.
 TEST_F(EOPDataWalk, FileOutOfOrderEndsAtTheSameRecords) {
   test::TempFolder const folder;
   test::EopFile file;
-  for (double const shift : {0.0, -90.5}) {
-    for (double const first : {1e-9, 200.0}) {
-      Times mixed = times(first);
-      mixed[298] += shift;
-      file.records = test::eopRecords(300);
-      for (std::size_t i = 0; i < mixed.size(); ++i) {
-        file.records[i].time = mixed[i];
-        file.records[i].x = static_cast<double>(i * i);
-      }
-      EOPData const eop(folder.file("a.eop", file.bytes()));
-      for (double const time : mixed) {
-        expectTheWalksRecord(eop, mixed, time);
-        expectTheWalksRecord(eop, mixed, time + 0.25);
+  for (int const count : {257, 300}) {
+    for (int const fromEnd : {0, 1, 2}) {
+      for (double const first : {1e-9, 200.0}) {
+        SCOPED_TRACE(testing::Message() << count << " records, early from the end: " << fromEnd);
+        Times mixed = times(first, count);
+        auto const size = static_cast<std::size_t>(count);
+        if (fromEnd > 0) {
+          mixed[size - static_cast<std::size_t>(fromEnd)] -= 90.5;
+        }
+        file.records = test::eopRecords(count);
+        for (std::size_t i = 0; i < size; ++i) {
+          file.records[i].time = mixed[i];
+          file.records[i].x = static_cast<double>(i * i);
+        }
+        EOPData const eop(folder.file("a.eop", file.bytes()));
+        for (double const time : mixed) {
+          expectTheWalksRecord(eop, mixed, time);
+          expectTheWalksRecord(eop, mixed, time + 0.25);
+        }
       }
     }
   }

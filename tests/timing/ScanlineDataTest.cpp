@@ -82,6 +82,18 @@ TEST_F(ScanlineDataOf, RecordOfLineZeroBehindAnotherMakesNoPlateau) {
   EXPECT_EQ(stages.at(4.29e9F), 4.0F);
 }
 
+// The line in front of a change counts from the record before, whatever came earlier.
+TEST_F(ScanlineDataOf, RecordThatDoesNotRiseMakesNoPlateauAndTheNextOneCountsFromIt) {
+  TdiStage const repeated = tdi({{10, 2}, {10, 6}});
+  EXPECT_EQ(repeated.at(9.5F), 6.0F);
+  EXPECT_EQ(repeated.minimum(), 6.0F);
+  TdiStage const falling = tdi({{20, 2}, {10, 6}, {15, 4}});
+  EXPECT_EQ(falling.at(9.5F), 6.0F);
+  EXPECT_EQ(falling.at(14.0F), 6.0F);
+  EXPECT_EQ(falling.at(14.5F), 5.0F);
+  EXPECT_EQ(falling.at(17.5F), 3.0F);
+}
+
 // The whole line at or above a line, found by adding 1 - 1.1920929e-07 in double: up to 2^-23 above line 0 it is line 0, which
 // is the first and has its own value; one float further it is line 1, and the ramp has begun.
 TEST_F(ScanlineDataOf, LineAHairAboveTheFirstHasItsValue) {
@@ -176,6 +188,9 @@ TEST_F(ScanlineDataOf, WrittenValuesAreRounded) {
   IntegrationTime time(0.0000015F);
   time.write(mFolder / "b.it");
   EXPECT_EQ(test::contents(mFolder / "b.it"), integrationBytes({{0, 2}}));
+  TdiStage stages(2.375F);
+  stages.write(mFolder / "b.tdi");
+  EXPECT_EQ(test::contents(mFolder / "b.tdi"), tdiBytes({{0, 2}}));
 }
 
 TEST_F(ScanlineDataOf, FirstValueOfMinusOneIsNotWritten) {
