@@ -1,5 +1,7 @@
 #include "TakeFiles.h"
 
+#include <locale>
+
 namespace {
 
 using sensor::EOPData;
@@ -70,6 +72,8 @@ TEST_F(ODFConverterAnchor, ToleranceOfTheHeadersIsTwoTenthsOfANanoradian) {
   EXPECT_EQ(run({a, odfAt("b.odf", "0.8", "0.200000000198")}), mDone);
   EXPECT_EQ(run({a, odfAt("b.odf", "0.800000000202", "0.2")}), (Run{2, odfsDiffer}));
   EXPECT_EQ(run({a, odfAt("b.odf", "0.8", "0.200000000202")}), (Run{2, odfsDiffer}));
+  // From 0, the difference is the tolerance itself, which agrees.
+  EXPECT_EQ(run({odfAt("zero.odf", "0", "0"), odfAt("b.odf", "0.0000000002", "0")}), mDone);
 }
 
 TEST_F(ODFConverterAnchor, ToleranceOfSupportFilesIsTwoTenthsOfANanoradian) {
@@ -138,6 +142,26 @@ TEST_F(ODFConverterAnchor, LaterAnchorsOfASupportFileOverwriteEarlierOnes) {
       "a.sup", "ANCHOR_LONGITUDE 1 ANCHOR_LATITUDE 2 ANCHOR_LATITUDES 9 XANCHOR_LATITUDE 9 ANCHOR_LATITUDE\t\n-3.5e-1");
   EXPECT_EQ(run({odf("a.odf", 0, 3)}, {}, {sup}), mDone);
   expectAnchor(1.0, -0.35, 0.0);
+}
+
+// A file is read in pieces of 65536 bytes.
+TEST_F(ODFConverterAnchor, KeyMayStandAcrossTwoPiecesOfALongSupportFile) {
+  std::string const text = std::string(65536 - 5, ' ') + "ANCHOR_LATITUDE 0.5\nANCHOR_LONGITUDE 0.25\n";
+  EXPECT_EQ(run({odf("a.odf", 0, 3)}, {}, {support("a.sup", text)}), mDone);
+  expectAnchor(0.25, 0.5, 0.0);
+}
+
+struct DecimalComma : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+};
+
+// A host may have set a locale of its own.
+TEST_F(ODFConverterAnchor, NumbersHaveADecimalPointInEveryLocale) {
+  std::locale const before = std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+  Run const result = run({odf("a.odf", 0, 3)}, {}, {supportAt("a.sup", "0.5", "0.25")});
+  std::locale::global(before);
+  EXPECT_EQ(result, mDone);
+  expectAnchor(0.25, 0.5, 0.0);
 }
 
 TEST_F(ODFConverterAnchor, ValuesThatASupportFileHasntGotAreZero) {

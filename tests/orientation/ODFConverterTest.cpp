@@ -67,6 +67,14 @@ TEST_F(ODFConverterTest, OrderOfTheListDoesntMatter) {
   EXPECT_EQ(merged(), and_(range(100, 110), 204, 210));
 }
 
+// c, after the two, starts before b and ends after a, but is neither the first nor the last.
+TEST_F(ODFConverterTest, OdfAfterTheFirstAndTheLastOfTheListIsNotUsed) {
+  EXPECT_EQ(run({odf("b.odf", 5, 10, 2), odf("a.odf", 0, 10, 1), odf("c.odf", 3, 10, 3)}).result, 0);
+  EXPECT_EQ(merged(), and_(range(100, 110), 204, 210));
+  EXPECT_EQ(run({odf("a.odf", 0, 10, 1), odf("b.odf", 5, 10, 2), odf("c.odf", 3, 10, 3)}).result, 0);
+  EXPECT_EQ(merged(), and_(range(100, 110), 204, 210));
+}
+
 TEST_F(ODFConverterTest, OdfsBetweenFirstAndLastAreNotUsed) {
   EXPECT_EQ(
       run({odf("c.odf", 2, 10, 3), odf("a.odf", 0, 10, 1), odf("d.odf", 3, 10, 4), odf("b.odf", 5, 10, 2)}).result, 0);
