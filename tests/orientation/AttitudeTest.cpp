@@ -102,4 +102,29 @@ TEST(Attitude, ConversionsAreTheExpectedOnes) {
   }
 }
 
+// Weights and differences that floats hold exactly.
+TEST(AttitudeParts, EachComponentIsBlendedByItself) {
+  sensor::EOP const a{10.0, 1.0F, 0.5F, 0.25F, -0.5F, 0.75F, 100.0, -40.0, 16.0};
+  sensor::EOP const b{14.0, 2.0F, 0.75F, 0.75F, 0.5F, -0.25F, 104.0, -80.0, 24.0};
+  sensor::EOP out;
+  sensor::interpolateEOP(0.25F, a, b, out);
+  EXPECT_EQ(out.gpsTime, 11.0);
+  EXPECT_EQ(out.status, 1.0F);
+  EXPECT_EQ(out.q0, 0.5625F);
+  EXPECT_EQ(out.q1, 0.375F);
+  EXPECT_EQ(out.q2, -0.25F);
+  EXPECT_EQ(out.q3, 0.5F);
+  EXPECT_EQ(out.x, 101.0);
+  EXPECT_EQ(out.y, -50.0);
+  EXPECT_EQ(out.z, 18.0);
+}
+
+TEST(AttitudeParts, DotProductAndOppositeQuaternionHaveAllComponents) {
+  sensor::EOP a{0.0, 0.0F, 1.0F, 2.0F, 3.0F, 4.0F, 0.0, 0.0, 0.0};
+  sensor::EOP const b{0.0, 0.0F, 1.0F, 10.0F, 100.0F, 1000.0F, 0.0, 0.0, 0.0};
+  EXPECT_EQ(sensor::dotProduct(a, b), 4321.0F);
+  sensor::negateQuaternion(a);
+  EXPECT_EQ(sensor::dotProduct(a, b), -4321.0F);
+}
+
 }  // namespace

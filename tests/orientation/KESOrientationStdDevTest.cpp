@@ -160,4 +160,29 @@ TEST(KESOrientationStdDev, RangesOutsideTheRecordsAreRefused) {
   EXPECT_EQ(get(LONG_MAX, 1), 0);
 }
 
+TEST(KESOrientationRuns, DeviationsOfARunAreThoseOfItsRecordsInOrder) {
+  sensor::KESOrientation store;
+  store.setNumSets(3);
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(test::setStdDevs(store, i, {0.5F, 0.25F, 0.125F, 0.001F, 0.002F, 0.001F * static_cast<float>(i)}), 1);
+  }
+  std::array<std::array<float, 2>, 6> v{};
+  ASSERT_EQ(store.stdDev(1, 2, v[0].data(), v[1].data(), v[2].data(), v[3].data(), v[4].data(), v[5].data()), 1);
+  EXPECT_FLOAT_EQ(v[5][0], 0.001F);
+  EXPECT_FLOAT_EQ(v[5][1], 0.002F);
+}
+
+// The y of the records, far from their z, have no part in the range. 300 is packed as -199999 thousandths below the base of 500,
+// of which 199 whole metres count.
+TEST(KESOrientationRuns, HeightRangeLooksAtHeightsAlone) {
+  sensor::KESOrientation store =
+      test::storeOf({{0, 0, 900, 500, 0, 0, 0}, {1, 0, -900, 700, 0, 0, 0}, {2, 0, 100, 300, 0, 0, 0}});
+  ASSERT_EQ(store.compress(), 2);
+  double low = 0.0;
+  double high = 0.0;
+  store.zRange(low, high);
+  EXPECT_EQ(low, 301.0);
+  EXPECT_EQ(high, 700.0);
+}
+
 }  // namespace
