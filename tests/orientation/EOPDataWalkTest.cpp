@@ -183,8 +183,8 @@ TEST_F(EOPDataWalk, TimeThatIsNoNumberStopsTheWalk) {
   EXPECT_EQ(forward.atGPS(sensor::seconds(rising[200] + 0.25), out), 1);
 }
 
-// The same from a file, where the records come in one piece: in order, and with the last record or the one before it too early.
-// A table of 2^k + 1 records has its last one where a bisection looks soon.
+// The same from a file, where the records come in one piece: in order, and with the last record or the
+// one before it too early. A table of 2^k + 1 records has its last one where a bisection looks soon.
 TEST_F(EOPDataWalk, FileOutOfOrderEndsAtTheSameRecords) {
   test::TempFolder const folder;
   test::EopFile file;

@@ -172,8 +172,8 @@ TEST(KESOrientationRuns, DeviationsOfARunAreThoseOfItsRecordsInOrder) {
   EXPECT_FLOAT_EQ(v[5][1], 0.002F);
 }
 
-// The y of the records, far from their z, have no part in the range. 300 is packed as -199999 thousandths below the base of 500,
-// of which 199 whole metres count.
+// The y of the records, far from their z, have no part in the range. 300 is packed as -199999 thousandths from the
+// base of 500, of which 199 whole metres count.
 TEST(KESOrientationRuns, HeightRangeLooksAtHeightsAlone) {
   sensor::KESOrientation store =
       test::storeOf({{0, 0, 900, 500, 0, 0, 0}, {1, 0, -900, 700, 0, 0, 0}, {2, 0, 100, 300, 0, 0, 0}});
