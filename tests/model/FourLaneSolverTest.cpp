@@ -128,6 +128,70 @@ TEST(FourLaneSolver, PositionWithoutASolutionLeavesTheOthersAsTheyAre) {
   }
 }
 
+// A level flight, whose line l is over x = l, with a sensor line of three samples and a focal length of 1 at a height of
+// 1024. A line is 2^-10 long in the focal plane at height 0 and 2^-9 at 512, so all steps are exact. Far lines have no
+// orientation.
+class FlightThatEnds {
+public:
+  static FourLaneConstants constants() {
+    static std::vector<float> const x{0.0F, 0.0F, 0.0F};
+    static std::vector<float> const y{-1.0F, 0.0F, 1.0F};
+    return {x.data(), y.data(), 2, 0.0F, 1.0F, {1.0F / 1024.0F, 0.0F, 1024.0F, 1.0F}, 100.0F};
+  }
+
+  void operator()(float line, bool /*headingOnly*/, unsigned lane, FourLaneOrientation& lanes) const {
+    sensor::EOP eop = sensor::unknownOrientation();
+    if (std::fabs(line) < 1e6F) {
+      sensor::opkToQuaternion(0.0, 0.0, 0.0, eop);
+    }
+    eop.x = static_cast<double>(line);
+    eop.z = 1024.0;
+    lanes.set(lane, eop, 0.0F);
+  }
+};
+
+// A group of which one lane has a position of its own; the first group leads this lane astray.
+std::vector<geo::XYZPoint> groupsAfterALostOne(std::vector<geo::XYZPoint> const& positions) {
+  std::vector<geo::XYZPoint> ground(4 * (positions.size() + 1), geo::XYZPoint(120.0, 0.0, 0.0));
+  ground[1].x = 1e9;
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    ground[4 * (i + 1) + 1] = positions[i];
+  }
+  return ground;
+}
+
+// From the middle each search takes a heading and a line in four lanes. The lost position begins anew, in vain, and so does
+// the next one of its lane. From then on the lane has all that it was found with, the scale of its own height included: where
+// it stays no look-up is needed, and one where it moves.
+TEST(FourLaneSolver, LaneThatBeganAnewGoesOnWithItsOwnLineOrientationAndScale) {
+  FlightThatEnds const flight;
+  geo::XYZPoint const found(150.0, 0.0, 512.0);
+  geo::XYZPoint const further(190.0, 0.0, 512.0);
+  auto const count = [&](std::vector<geo::XYZPoint> const& positions) {
+    return lookUps(FlightThatEnds::constants(), flight, groupsAfterALostOne(positions));
+  };
+  EXPECT_EQ(count({}), 8 + 8);
+  EXPECT_EQ(count({found}), 8 + 8 + 8);
+  EXPECT_EQ(count({found, found, found}), 8 + 8 + 8);
+  EXPECT_EQ(count({found, found, further, further}), 8 + 8 + 8 + 1);
+}
+
+TEST(FourLaneSolver, LaneThatBeganAnewIsSolvedAloneInBothKindsOfLanes) {
+  FlightThatEnds const flight;
+  std::vector<geo::XYZPoint> const ground =
+      groupsAfterALostOne({{150.0, 0.0, 512.0}, {150.0, 0.0, 512.0}, {190.0, 0.0, 512.0}});
+  for (auto* const solve : {test::solveInPlainLanes, test::solveInSseLanes}) {
+    std::vector<geo::XYPoint> image(ground.size());
+    solve(FlightThatEnds::constants(), flight, ground, image);
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      if (i != 1) {
+        EXPECT_EQ(image[i].x, 1.0) << i;
+        EXPECT_EQ(image[i].y, ground[i].x) << i;
+      }
+    }
+  }
+}
+
 // The independent flight tells how many look-ups each of its runs takes, together with the one of each position that it took
 // back to the ground. Where a sine's last bit decides on a pass, it is one more or less of each lane.
 TEST(FourLaneSolver, LooksUpAsOftenAsTheIndependentFlight) {
