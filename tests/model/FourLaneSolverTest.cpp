@@ -129,9 +129,9 @@ TEST(FourLaneSolver, PositionWithoutASolutionLeavesTheOthersAsTheyAre) {
   }
 }
 
-// A level flight, whose line l is over x = l, with a sensor line of three samples and a focal length of 1 at a height of
-// 1024. A line is 2^-10 long in the focal plane at height 0 and 2^-9 at 512, so all steps are exact. Lines beyond
-// its end have no orientation, or all of them that of line 0: from there every step leads further away.
+// A level flight, whose line l is over x = l, with a sensor line of three samples and a focal length of 1 at a
+// height of 1024. A line is 2^-10 long in the focal plane at height 0 and 2^-9 at 512, so all steps are exact. Lines
+// beyond its end have no orientation, or all of them that of line 0: from there every step leads further away.
 class FlightThatEnds {
 public:
   explicit FlightThatEnds(float end = 1e6F, bool staysAtLineZero = false)
@@ -169,9 +169,9 @@ std::vector<geo::XYZPoint> groupsAfterALostOne(std::vector<geo::XYZPoint> const&
   return ground;
 }
 
-// From the middle each search takes a heading and a line in four lanes. The lost position begins anew, in vain, and so does
-// the next one of its lane. From then on the lane has all that it was found with, the scale of its own height included: where
-// it stays no look-up is needed, and one where it moves.
+// From the middle each search takes a heading and a line in four lanes. The lost position begins anew, in vain, and
+// so does the next one of its lane. From then on the lane has all that it was found with, the scale of its own
+// height included: where it stays no look-up is needed, and one where it moves.
 TEST(FourLaneSolver, LaneThatBeganAnewGoesOnWithItsOwnLineOrientationAndScale) {
   FlightThatEnds const flight;
   geo::XYZPoint const found(150.0, 0.0, 512.0);
@@ -185,8 +185,9 @@ TEST(FourLaneSolver, LaneThatBeganAnewGoesOnWithItsOwnLineOrientationAndScale) {
   EXPECT_EQ(count({found, found, further, further}), 8 + 8 + 8 + 1);
 }
 
-// 250 passes, of which the first two look up all four lanes, and as many in each lane that begins anew. The next position of
-// the lane goes on for another 250 in vain. The last step of those is no longer due once the lane began anew.
+// 250 passes, of which the first two look up all four lanes, and as many in each lane that begins anew. The next
+// position of the lane goes on for another 250 in vain. The last step of those is no longer due once the lane began
+// anew.
 TEST(FourLaneSolver, LaneThatBeganAnewAtTheLimitOfPassesHasNoStepLeft) {
   FlightThatEnds const flight(1e6F, /*staysAtLineZero*/ true);
   geo::XYZPoint const found(150.0, 0.0, 512.0);
@@ -199,9 +200,9 @@ TEST(FourLaneSolver, LaneThatBeganAnewAtTheLimitOfPassesHasNoStepLeft) {
   EXPECT_EQ(count({found, found}), lost + 250 + 8);
 }
 
-// 2^24 is the first line from which single precision no longer counts, on either side: a position there begins anew, which
-// costs another heading and another line in four lanes, although no step is left. (A line less by 4 is still exactly a step away
-// from the middle.)
+// 2^24 is the first line from which single precision no longer counts, on either side: a position there begins anew,
+// which costs another heading and another line in four lanes, although no step is left. (A line less by 4 is still
+// exactly a step away from the middle.)
 TEST(FourLaneSolver, LineThatCantBeCountedIsNoSolution) {
   FlightThatEnds const endless(std::numeric_limits<float>::infinity());
   auto const count = [&](double line) {

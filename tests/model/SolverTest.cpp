@@ -171,7 +171,7 @@ TEST_F(Solver, MissingOrientationGivesNoPlace) {
   strip->eop()->unloadData();
   EXPECT_TRUE(std::isnan(ground(*strip, 50.0, 50.0, 0.0F).x));
   EXPECT_TRUE(std::isnan(solved(*strip, {50.0, 0.0, 0.0}).y));
-  std::vector<geo::XYZPoint> const points(4, {50.0, 0.0, 0.0});
+  std::vector<geo::XYZPoint> const points(4, {50.0, 0.0, -10.0});
   std::vector<geo::XYPoint> run(4);
   strip->lsrToImage(points, 0, run);
   std::vector<geo::XYPoint> lanes(4);
