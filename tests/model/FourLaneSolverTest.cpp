@@ -5,6 +5,7 @@
 #include "model/StripBand.h"
 #include "support/Matchers.h"
 
+#include <cmath>
 #include <limits>
 #include <random>
 
@@ -123,6 +124,110 @@ TEST(FourLaneSolver, PositionWithoutASolutionLeavesTheOthersAsTheyAre) {
       if (i != 5) {
         EXPECT_NEAR(image[i].x, undisturbed[i].x, 0.1) << i;
         EXPECT_NEAR(image[i].y, undisturbed[i].y, 0.1) << i;
+      }
+    }
+  }
+}
+
+// A level flight, whose line l is over x = l, with a sensor line of three samples and a focal length of 1 at a
+// height of 1024. A line is 2^-10 long in the focal plane at height 0 and 2^-9 at 512, so all steps are exact. Lines
+// beyond its end have no orientation, or all of them that of line 0: from there every step leads further away.
+class FlightThatEnds {
+public:
+  explicit FlightThatEnds(float end = 1e6F, bool staysAtLineZero = false)
+      : mEnd(end), mStaysAtLineZero(staysAtLineZero) {}
+
+  static FourLaneConstants constants() {
+    static std::vector<float> const x{0.0F, 0.0F, 0.0F};
+    static std::vector<float> const y{-1.0F, 0.0F, 1.0F};
+    return {x.data(), y.data(), 2, 0.0F, 1.0F, {1.0F / 1024.0F, 0.0F, 1024.0F, 1.0F}, 100.0F};
+  }
+
+  void operator()(float line, bool /*headingOnly*/, unsigned lane, FourLaneOrientation& lanes) const {
+    bool const isFar = std::fabs(line) > mEnd;
+    sensor::EOP eop = sensor::unknownOrientation();
+    if (!isFar || mStaysAtLineZero) {
+      sensor::opkToQuaternion(0.0, 0.0, 0.0, eop);
+    }
+    eop.x = isFar ? 0.0 : static_cast<double>(line);
+    eop.z = 1024.0;
+    lanes.set(lane, eop, 0.0F);
+  }
+
+private:
+  float mEnd;
+  bool mStaysAtLineZero;
+};
+
+// A group of which one lane has a position of its own; the first group leads this lane astray.
+std::vector<geo::XYZPoint> groupsAfterALostOne(std::vector<geo::XYZPoint> const& positions) {
+  std::vector<geo::XYZPoint> ground(4 * (positions.size() + 1), geo::XYZPoint(120.0, 0.0, 0.0));
+  ground[1].x = 1e9;
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    ground[4 * (i + 1) + 1] = positions[i];
+  }
+  return ground;
+}
+
+// From the middle each search takes a heading and a line in four lanes. The lost position begins anew, in vain, and
+// so does the next one of its lane. From then on the lane has all that it was found with, the scale of its own
+// height included: where it stays no look-up is needed, and one where it moves.
+TEST(FourLaneSolver, LaneThatBeganAnewGoesOnWithItsOwnLineOrientationAndScale) {
+  FlightThatEnds const flight;
+  geo::XYZPoint const found(150.0, 0.0, 512.0);
+  geo::XYZPoint const further(190.0, 0.0, 512.0);
+  auto const count = [&](std::vector<geo::XYZPoint> const& positions) {
+    return lookUps(FlightThatEnds::constants(), flight, groupsAfterALostOne(positions));
+  };
+  EXPECT_EQ(count({}), 8 + 8);
+  EXPECT_EQ(count({found}), 8 + 8 + 8);
+  EXPECT_EQ(count({found, found, found}), 8 + 8 + 8);
+  EXPECT_EQ(count({found, found, further, further}), 8 + 8 + 8 + 1);
+}
+
+// 250 passes, of which the first two look up all four lanes, and as many in each lane that begins anew. The next
+// position of the lane goes on for another 250 in vain. The last step of those is no longer due once the lane began
+// anew.
+TEST(FourLaneSolver, LaneThatBeganAnewAtTheLimitOfPassesHasNoStepLeft) {
+  FlightThatEnds const flight(1e6F, /*staysAtLineZero*/ true);
+  geo::XYZPoint const found(150.0, 0.0, 512.0);
+  auto const count = [&](std::vector<geo::XYZPoint> const& positions) {
+    return lookUps(FlightThatEnds::constants(), flight, groupsAfterALostOne(positions));
+  };
+  int const lost = 2 * 4 + 248 + 4 * 250;
+  EXPECT_EQ(count({}), lost);
+  EXPECT_EQ(count({found}), lost + 250 + 8);
+  EXPECT_EQ(count({found, found}), lost + 250 + 8);
+}
+
+// 2^24 is the first line from which single precision no longer counts, on either side: a position there begins anew,
+// which costs another heading and another line in four lanes, although no step is left. (A line less by 4 is still
+// exactly a step away from the middle.)
+TEST(FourLaneSolver, LineThatCantBeCountedIsNoSolution) {
+  FlightThatEnds const endless(std::numeric_limits<float>::infinity());
+  auto const count = [&](double line) {
+    std::vector<geo::XYZPoint> ground(4, geo::XYZPoint(120.0, 0.0, 0.0));
+    ground[2].x = line;
+    return lookUps(FlightThatEnds::constants(), endless, ground);
+  };
+  double const uncountable = std::ldexp(1.0, 24);
+  for (double const side : {1.0, -1.0}) {
+    EXPECT_EQ(count(side * (uncountable - 4.0)), 8) << side;
+    EXPECT_GT(count(side * uncountable), 8) << side;
+  }
+}
+
+TEST(FourLaneSolver, LaneThatBeganAnewIsSolvedAloneInBothKindsOfLanes) {
+  FlightThatEnds const flight;
+  std::vector<geo::XYZPoint> const ground =
+      groupsAfterALostOne({{150.0, 0.0, 512.0}, {150.0, 0.0, 512.0}, {190.0, 0.0, 512.0}});
+  for (auto* const solve : {test::solveInPlainLanes, test::solveInSseLanes}) {
+    std::vector<geo::XYPoint> image(ground.size());
+    solve(FlightThatEnds::constants(), flight, ground, image);
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      if (i != 1) {
+        EXPECT_EQ(image[i].x, 1.0) << i;
+        EXPECT_EQ(image[i].y, ground[i].x) << i;
       }
     }
   }

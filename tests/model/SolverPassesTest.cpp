@@ -6,6 +6,7 @@
 #include <sensor/CameraTime.h>
 #include <sensor/EOP.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -60,6 +61,19 @@ TEST_F(SolverPasses, SecondOfTwoIdenticalPositionsLooksUpNoOrientation) {
   XYZPoint const point = ground(*strip, 30.0, 20.0, 0.0F);
   EXPECT_EQ(run(*strip, {point}).size(), 2U);
   EXPECT_EQ(run(*strip, {point, point, point}).size(), 2U);
+}
+
+// Line l is over x = l. Beyond 2^24 single precision doesn't count lines, so that the position begins anew in the middle.
+TEST_F(SolverPasses, RunTakesNoLineForASolutionThatCantBeCounted) {
+  auto const strip = model();
+  auto const beginnings = [&](double x) {
+    std::vector<float> const looked = run(*strip, {{x, 0.0, 0.0}});
+    return std::count(looked.begin(), looked.end(), 50.5F);
+  };
+  for (double const side : {1.0, -1.0}) {
+    EXPECT_EQ(beginnings(side * 1e6), 1) << side;
+    EXPECT_EQ(beginnings(side * 4e7), 2) << side;
+  }
 }
 
 // A scale that is 1.98 times too large leaves -0.98 of the distance after each pass, and 0.01 of it from the 22nd on.

@@ -171,6 +171,15 @@ TEST_F(Solver, MissingOrientationGivesNoPlace) {
   strip->eop()->unloadData();
   EXPECT_TRUE(std::isnan(ground(*strip, 50.0, 50.0, 0.0F).x));
   EXPECT_TRUE(std::isnan(solved(*strip, {50.0, 0.0, 0.0}).y));
+  std::vector<geo::XYZPoint> const points(4, {50.0, 0.0, -10.0});
+  std::vector<geo::XYPoint> run(4);
+  strip->lsrToImage(points, 0, run);
+  std::vector<geo::XYPoint> lanes(4);
+  strip->lsrToImageSSE(points, 0, lanes);
+  for (std::size_t i = 0; i < 4; ++i) {
+    EXPECT_TRUE(std::isnan(run[i].y)) << i;
+    EXPECT_TRUE(std::isnan(lanes[i].y)) << i;
+  }
 }
 
 }  // namespace
