@@ -84,6 +84,8 @@ TEST_F(TextLinesTest, TextOfWideCharactersAboveTheSizeOfAProjectFileIsRefused) {
   std::string const name = folder.file("f", utf16(u"a", false));
   std::filesystem::resize_file(name, (std::uintmax_t{256} << 20) + 1);
   EXPECT_FALSE(TextLines(name).isOpen());
+  std::filesystem::resize_file(name, std::uintmax_t{256} << 20);
+  EXPECT_TRUE(TextLines(name).isOpen());
 }
 
 // Pieces of 256 KiB are read: lines that end before, at and behind the end of a piece, and across several.
@@ -98,6 +100,7 @@ TEST_F(TextLinesTest, MayLieAcrossThePiecesOfTheFile) {
 
 TEST_F(TextLinesTest, LongerThanTheLimitAreLeftOut) {
   EXPECT_THAT(linesOf("a\nbcde\nfgh\nijklm", 3), ElementsAre("a", "fgh"));
+  EXPECT_THAT(linesOf("abc\ndef", 3), ElementsAre("abc", "def"));
   // Across pieces, where the line isn't kept either.
   std::string const large(std::size_t{1} << 20, 'x');
   EXPECT_THAT(linesOf("a\n" + large + "\nb\n" + large, 300000), ElementsAre("a", "b"));
@@ -114,6 +117,14 @@ TEST_F(TextLinesTest, AreCountedBeforeTheyAreRead) {
   std::string_view line;
   EXPECT_TRUE(lines.next(line));
   EXPECT_EQ(line, "a");
+}
+
+TEST_F(TextLinesTest, AreCountedUpToWhereTheFileWasCut) {
+  constexpr std::size_t piece = std::size_t{1} << 18;
+  std::string const name = folder.file("f", std::string(3 * piece, '\n'));
+  TextLines lines(name);
+  std::filesystem::resize_file(name, piece);
+  EXPECT_EQ(lines.countLines(), static_cast<std::int64_t>(piece) + 1);
 }
 
 TEST_F(TextLinesTest, NeedARegularFile) {

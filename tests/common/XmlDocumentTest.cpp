@@ -219,6 +219,9 @@ TEST_F(XmlFile, LargerThanAnyProjectIsNotRead) {
   std::string const name = folder.file("a", "<a/>");
   std::filesystem::resize_file(name, (std::uintmax_t{256} << 20) + 1);
   EXPECT_EQ(reading(name), "the file is larger than 268435456 bytes");
+  // A byte less is read, and refused for its holes.
+  std::filesystem::resize_file(name, std::uintmax_t{256} << 20);
+  EXPECT_EQ(reading(name), "the text has a zero character");
 }
 
 TEST_F(XmlFile, ThatShrankSinceItWasOpenedCannotBeRead) {

@@ -139,6 +139,20 @@ TEST_F(StatisticsFile, FactorsOfTheObjectAndOfTheCallMultiply) {
   EXPECT_EQ(loaded.layer(0).histogramMaximum, 36.0);
 }
 
+TEST_F(StatisticsFile, PercentilesPassEmptyClassesOnlyForPixelsBeyondThem) {
+  auto const percentiles = [&](std::string const& histogram) {
+    folder.file("a.stat", document("1", "2.5", histogram));
+    Statistics loaded = plain();
+    EXPECT_TRUE(loaded.load(stat, 1.0F, 0));
+    return loaded.percentiles(0);
+  };
+  // Half of the pixels end with the first class; the extremes of the band are 1 and 4.
+  EXPECT_THAT(percentiles("<HistMin>0</HistMin><HistMax>4</HistMax><HistCounts>3|0|0|3</HistCounts>"),
+              testing::ElementsAre(1.0, 1.0, 4.0));
+  EXPECT_THAT(percentiles("<HistMin>0.5</HistMin><HistMax>4.5</HistMax><HistCounts>0|4</HistCounts>"),
+              testing::ElementsAre(1.0, 3.5, 4.0));
+}
+
 TEST_F(StatisticsFile, HasTheLayersThatWereSaved) {
   computed().save(stat);
   Statistics const any = plain();

@@ -56,6 +56,11 @@ TEST_F(LegacyFlightFile, PathWithALeadingPointIsRelativeToTheFile) {
   EXPECT_EQ(found.vmmDataLocation(), mFolder / "flight/.mm");
 }
 
+TEST_F(LegacyFlightFile, RelativeNameOfTheFileGivesAbsoluteFolders) {
+  std::string const name = std::filesystem::relative(written(head + "<POS Path=\"./pos\"/>" + raw + tail));
+  EXPECT_EQ(FennLegacyLocations(name).posDataLocation(), mFolder / "flight/pos");
+}
+
 TEST_F(LegacyFlightFile, OtherPathsStandAsTheyAre) {
   auto const found = readElements("<RAW Path=\"raw\"/><POS Path=\" ./pos/\"/><MM Path=\"D:\\mm\\..\\\"/>");
   EXPECT_EQ(found.rawDataLocation(), "raw");

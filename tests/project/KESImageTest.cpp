@@ -156,6 +156,9 @@ TEST_F(KESImageOf, PointListIsFoundUpToTwoFoldersAbove) {
   EXPECT_EQ(listOf("sub/x.y.tif"), top / "a/b/c/x.y.ipt");
   EXPECT_EQ(listOf("x"), "");
   EXPECT_EQ(listOf(""), "");
+  EXPECT_EQ(listOf(".tif"), "");
+  top.file("a/b/c/.ipt", "");
+  EXPECT_EQ(listOf(".tif"), top / "a/b/c/.ipt");
 }
 
 TEST_F(KESImageOf, SamplingDistanceAndNominalHeightFollowTheirFormulae) {

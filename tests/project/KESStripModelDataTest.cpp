@@ -3,6 +3,8 @@
 #include <raster/Statistics.h>
 #include <sensor/CalibrationGeometryKes.h>
 
+#include <QDomDocument>
+
 #include <array>
 
 namespace {
@@ -187,6 +189,14 @@ TEST_F(StripData, StatisticsTakeEveryPixelAsItIs) {
   empty->compute(mFolder.file("image.asc", "ncols 3\nnrows 2\nxllcorner 0\nyllcorner 0\ncellsize 1\n1 2 4\n8 16 32\n"));
   EXPECT_EQ(empty->layer(0).mean, 63.0 / 6.0);
   EXPECT_EQ(empty->layer(0).maximum, 32.0);
+}
+
+TEST_F(StripData, ImageThatTheStripDoesNotHoldHasItsSamplingDistanceToo) {
+  auto const strip = data(false);
+  QDomDocument document;
+  ASSERT_TRUE(document.setContent(QStringLiteral("<Image band=\"PANN00A\"/>")));
+  KESImage image(document.documentElement(), mFolder.path(), strip.get(), false);
+  EXPECT_THAT(image.gsd(), SameBits(gsdAbove(100.0F)));
 }
 
 TEST_F(StripData, StatisticsAreNamedByWhatStandsBeforeTheLastDot) {

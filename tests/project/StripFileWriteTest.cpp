@@ -144,6 +144,18 @@ TEST_F(StripFileWriting, WhatCantBeReadIsNamedAndStays) {
   EXPECT_EQ(std::filesystem::file_size(large), (std::uintmax_t{256} << 20) + 1);
 }
 
+// In UTF-16 the holes of a file are missing characters, where plain text of that size would fill the disk.
+TEST_F(StripFileWriting, LimitOfAProjectFilesSizeIsTheLastThatIsReplaced) {
+  std::string const name = mFolder.file("other.stp", std::string("\xFF\xFEx\0", 4));
+  constexpr std::uintmax_t limit = std::uintmax_t{256} << 20;
+  std::filesystem::resize_file(name, limit + 1);
+  EXPECT_MESSAGE(enter("new.eop", name), "Unable to open Stp file");
+  EXPECT_EQ(std::filesystem::file_size(name), limit + 1);
+  std::filesystem::resize_file(name, limit);
+  enter("new.eop", name);
+  EXPECT_EQ(std::filesystem::file_size(name), 0U);
+}
+
 TEST_F(StripFileWriting, FullDiskKeepsTheOldFile) {
   test::SmallFileSystem const disk(1 << 18);
   if (!disk.isMounted()) {

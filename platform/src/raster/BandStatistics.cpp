@@ -102,9 +102,9 @@ private:
   double mSquares = 0.0;
 };
 
-// Half the width of a class when the extremes stand in the middle of the outer classes; an image of one value has the
-// classes of a width that still moves that value.
-double halfClass(Statistics::Layer const& layer) {
+// How far the classes reach beyond the extremes: half a class, so that the extremes stand in the middle of the outer
+// ones. An image of one value has it in the middle of all classes, whose ends differ from it in spite of rounding.
+double margin(Statistics::Layer const& layer) {
   double const least = 1e-12 * std::max(std::abs(layer.minimum), std::abs(layer.maximum));
   double const half = 0.5 * (layer.maximum - layer.minimum) / (classCount - 1);
   return std::max(half > 0.0 ? half : 0.5, least);
@@ -120,12 +120,12 @@ std::optional<Statistics::Layer> bandStatistics(GDALRasterBand& band, int step) 
     return std::nullopt;
   }
   Statistics::Layer layer = moments.layer();
-  double const half = halfClass(layer);
-  layer.histogramMinimum = layer.minimum - half;
-  layer.histogramMaximum = layer.maximum + half;
+  layer.histogramMinimum = layer.minimum - margin(layer);
+  layer.histogramMaximum = layer.maximum + margin(layer);
   layer.histogram.assign(classCount, 0);
+  double const width = (layer.histogramMaximum - layer.histogramMinimum) / classCount;
   pixels.forEach([&](double value) {
-    double const position = (value - layer.histogramMinimum) / (2.0 * half);
+    double const position = (value - layer.histogramMinimum) / width;
     ++layer.histogram[static_cast<std::size_t>(std::clamp(position, 0.0, classCount - 1.0))];
   });
   return layer;
