@@ -34,8 +34,8 @@ struct Block::Impl {
     }
   }
 
-  // The options get the calibration folders that the block file names, which a strip with settings would make the process forget.
-  // The process has the last one first.
+  // The options get the calibration folders that the block file names, which a strip with settings would make the
+  // process forget. The process has the last one first.
   static std::unique_ptr<OwnBlock const> opened(std::string const& file, StripOptions& options) {
     std::lock_guard const lock(detail::processMutex());
     detail::applyToProcess(options);

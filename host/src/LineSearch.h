@@ -62,7 +62,8 @@ private:
     double ahead;
     double across;
   };
-  // One position's search; in LineSearchTask.cpp, with all that it asks of this class, so that it compiles to one function.
+  // One position's search; in LineSearchTask.cpp, with all that it asks of this class, so that it compiles to one
+  // function.
   class Task;
 
   void makeNodes();

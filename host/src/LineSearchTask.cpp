@@ -124,8 +124,8 @@ LineSearch::Task::Ends LineSearch::Task::ends(Piece const& piece) const {
   return {sighting(mMemory.first(mChain, piece)), sighting(mMemory.last(mChain, piece))};
 }
 
-// Neighbours mostly share a piece. Where no line before can have seen the position, and within the sensor line, for which that
-// is known, it is the very piece that the search would find.
+// Neighbours mostly share a piece. Where no line before can have seen the position, and within the sensor line, for
+// which that is known, it is the very piece that the search would find.
 bool LineSearch::Task::passesInLastPiece() {
   if (!mMemory.hasLastPiece || mDepth > mSearch.mDepth) {
     return false;
@@ -139,8 +139,8 @@ bool LineSearch::Task::passesInLastPiece() {
   return mEnds.last.ahead <= 0.0;
 }
 
-// A piece in which, or just before which, the position passes from ahead to behind. False when it is ahead at the end or behind
-// at the beginning of the table; then the piece is there.
+// A piece in which, or just before which, the position passes from ahead to behind. False when it is ahead at the end
+// or behind at the beginning of the table; then the piece is there.
 bool LineSearch::Task::findPassage(double line) {
   double const firstLine = mChain.lines().firstLine();
   double const lastLine = mChain.lines().lastLine();

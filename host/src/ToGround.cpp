@@ -152,8 +152,8 @@ private:
     return goesDown(mProjector.camera(image.y, mCall.options.tdiStages)) ? Status::ok : Status::noSolution;
   }
 
-  // The library goes on along a line of sight in either direction, and mirrors what lies behind the camera; a line that rises
-  // has no solution above the camera, either.
+  // The library goes on along a line of sight in either direction, and mirrors what lies behind the camera; a line that
+  // rises has no solution above the camera, either.
   bool goesDown(detail::Projector::Camera const& camera) const {
     return mLocal.z < camera.pose.centre.z && mProjector.chain().sight(camera.pose, mLocal).depth > 0.0;
   }

@@ -40,8 +40,8 @@ private:
   }
 };
 
-/// The formulae of the projections written anew, in long double: a band straight from the library's tables, and its TDI stages
-/// as they were written.
+/// The formulae of the projections written anew, in long double: a band straight from the library's tables, and its TDI
+/// stages as they were written.
 class Reference {
 public:
   Reference(kes::Strip const& strip, char const* id, Tdi tdi = {}) : mModel(strip.model()), mTdi(std::move(tdi)) {
@@ -88,8 +88,8 @@ public:
     Real time;
     Real correction;
   };
-  // Between two whole lines, both are linear. A line between with more than one stage has TDI at both of them; where the
-  // integration time steps, each whole line has its own.
+  // Between two whole lines, both are linear. A line between with more than one stage has TDI at both of them; where
+  // the integration time steps, each whole line has its own.
   Exposure exposure(Real line) const {
     auto const k = static_cast<int>(std::floor(line));
     bool const isStep = mTdi.integrationAt(k) != mTdi.integrationAt(k + 1);
@@ -129,7 +129,8 @@ public:
     return at(v[0] * s - mPixelSize * correction, v[1] * s);
   }
 
-  /// The first line from the margin on at which the position falls onto the sensor line, sought in steps of a sixteenth of a line.
+  /// The first line from the margin on at which the position falls onto the sensor line, sought in steps of a sixteenth
+  /// of a line.
   Real firstLine(geo::XYZPoint const& p, Real from, Real to) const {
     constexpr Real step = 1.0L / 16.0L;
     Real before = see(p, from).ahead;

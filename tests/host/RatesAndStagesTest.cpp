@@ -52,15 +52,15 @@ protected:
   }
 
   test::TempFolder mFolder;
-  // Stages set in before the first change of the rate, change at the second one, and end; the integration time steps with
-  // stages, at the first change, and one line before the stages end.
+  // Stages set in before the first change of the rate, change at the second one, and end; the integration time steps
+  // with stages, at the first change, and one line before the stages end.
   Tdi mTdi{{{0, 1}, {100, 2}, {250, 4}, {400, 8}, {500, 1}}, {{0, 300}, {50, 700}, {200, 450}, {300, 200}, {499, 600}}};
   std::optional<kes::Strip> mStrip;
   std::optional<Reference> mReference;
 };
 
-// All over the image, and close to each line at which something changes. There the image itself may step, so that a place is
-// seen twice or never; a whole line belongs to what begins there.
+// All over the image, and close to each line at which something changes. There the image itself may step, so that a
+// place is seen twice or never; a whole line belongs to what begins there.
 TEST_P(RatesAndStages, AgreeWithALongDoubleSearch) {
   kes::Band const band = mStrip->band("NIRF16A");
   std::vector<geo::XYPoint> images = test::imagePoints(band, GetParam(), 200);

@@ -190,8 +190,8 @@ kes::Band rolledBand(test::TempFolder const& folder, double roll) {
   return kes::Strip(small.write(folder), options).band(0);
 }
 
-// Rolled by 0.5, what is above a plane through the aircraft that falls to one side by that angle is behind the camera, also
-// far below the aircraft at 1000 m.
+// Rolled by 0.5, what is above a plane through the aircraft that falls to one side by that angle is behind the camera,
+// also far below the aircraft at 1000 m.
 TEST_P(SolverInvariants, PointBehindTheCameraHasNoSolution) {
   test::TempFolder const folder;
   kes::Band const band = rolledBand(folder, 0.5);
@@ -215,7 +215,8 @@ TEST_P(SolverInvariants, PointBehindTheCameraHasNoSolution) {
   EXPECT_EQ(found.status.back(), Status::ok);
 }
 
-// Rolled by 1.55, the middle sample looks 0.02 below the horizon. As a pixel is 0.002, one of the samples 25 away looks up.
+// Rolled by 1.55, the middle sample looks 0.02 below the horizon. As a pixel is 0.002, one of the samples 25 away looks
+// up.
 TEST_P(SolverInvariants, LineOfSightThatGoesUpMeetsNoHeightBelow) {
   test::TempFolder const folder;
   kes::Band const band = rolledBand(folder, 1.55);

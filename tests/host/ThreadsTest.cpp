@@ -17,7 +17,8 @@ using kes::Status;
 // What a call works on at once; fewer points need no other thread.
 constexpr std::size_t PART = 2048;
 
-/// Positions on and beside an image of 101 lines and samples, so that statuses differ; a part more than threads are asked for.
+/// Positions on and beside an image of 101 lines and samples, so that statuses differ; a part more than threads are
+/// asked for.
 class Threads : public testing::TestWithParam<Solver> {
 protected:
   static constexpr int THREADS = 4;
