@@ -2,6 +2,7 @@
 
 #include <geo/coordSys.h>
 #include <sensor/BlockModelData.h>
+#include <sensor/CameraFactory.h>
 #include <sensor/KESStripModelData.h>
 
 #include <kes/Block.h>
@@ -22,7 +23,7 @@ public:
 
 struct Block::Impl {
   Impl(std::string const& file, StripOptions const& stripOptions)
-      : fileName(file), options(stripOptions), model(opened(file, stripOptions)),
+      : fileName(file), options(stripOptions), model(opened(file, options)),
         mapSystem(model->coordSys()->definition()) {
     std::vector<std::string> names;
     model->stripNames(names);
@@ -33,10 +34,17 @@ struct Block::Impl {
     }
   }
 
-  static std::unique_ptr<OwnBlock const> opened(std::string const& file, StripOptions const& options) {
+  // The options get the calibration folders that the block file names, which a strip with settings would make the
+  // process forget. The process has the last one first.
+  static std::unique_ptr<OwnBlock const> opened(std::string const& file, StripOptions& options) {
     std::lock_guard const lock(detail::processMutex());
     detail::applyToProcess(options);
-    return std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
+    std::vector<std::string> const& folders = sensor::CameraFactory::instance()->searchPaths();
+    std::size_t const before = folders.size();
+    auto block = std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
+    options.calibrations.insert(options.calibrations.end(), folders.rbegin() + static_cast<std::ptrdiff_t>(before),
+                                folders.rend());
+    return block;
   }
 
   std::string fileName;

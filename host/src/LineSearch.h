@@ -43,6 +43,9 @@ public:
   Found find(geo::XYZPoint const& ground, Memory& memory) const;
 
 private:
+  static constexpr int linesPerNode = 8;
+  static constexpr int linesPerOverlap = 64;
+
   // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead at a
   // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
   struct Node {
@@ -59,7 +62,8 @@ private:
     double ahead;
     double across;
   };
-  // One position's search.
+  // One position's search; in LineSearchTask.cpp, with all that it asks of this class, so that it compiles to one
+  // function.
   class Task;
 
   void makeNodes();

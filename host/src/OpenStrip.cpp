@@ -33,7 +33,7 @@ std::string listed(std::vector<std::string> const& names) {
   for (std::string const& name : names) {
     list += (list.empty() ? "" : ", ") + name;
   }
-  return list;
+  return list.empty() ? "none" : list;
 }
 
 OpenStrip::OpenStrip(std::string const& fileName, StripOptions const& options, bool load) {

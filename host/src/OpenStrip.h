@@ -58,7 +58,7 @@ std::mutex& processMutex();
 /// Settings and calibration folders of the options, for the process; the mutex is held.
 void applyToProcess(StripOptions const& options);
 
-/// "A, B, C".
+/// "A, B, C", or "none".
 std::string listed(std::vector<std::string> const& names);
 
 }  // namespace kes::detail

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -25,8 +24,8 @@ public:
       while (others.size() + 1 < threads) {
         others.emplace_back([this] { takeParts(); });
       }
-    } catch (std::system_error const&) {
-      // Those that run do all the work.
+    } catch (std::exception const&) {
+      // There was no room for more; those that run do all the work.
     }
     takeParts();
     for (std::thread& other : others) {

@@ -149,8 +149,13 @@ private:
     if (status != Status::ok) {
       return status;
     }
-    return mLocal.z < mProjector.camera(image.y, mCall.options.tdiStages).pose.centre.z ? Status::ok
-                                                                                        : Status::noSolution;
+    return goesDown(mProjector.camera(image.y, mCall.options.tdiStages)) ? Status::ok : Status::noSolution;
+  }
+
+  // The library goes on along a line of sight in either direction, and mirrors what lies behind the camera; a line that
+  // rises has no solution above the camera, either.
+  bool goesDown(detail::Projector::Camera const& camera) const {
+    return mLocal.z < camera.pose.centre.z && mProjector.chain().sight(camera.pose, mLocal).depth > 0.0;
   }
 
   void storeOutputs(std::size_t i, bool hasResult) {

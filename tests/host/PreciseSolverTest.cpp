@@ -1,140 +1,21 @@
+#include "LongDoubleReference.h"
 #include "RandomStrips.h"
 #include "support/Matchers.h"
-
-#include <sensor/CalibrationGeometryKes.h>
-#include <sensor/CameraTime.h>
-#include <sensor/EOPData.h>
-#include <sensor/KESImage.h>
-#include <sensor/KESStripModel.h>
-#include <sensor/KESStripModelData.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <limits>
-#include <random>
+#include <string>
+#include <vector>
 
 // The precise form against formulae written anew, in long double, from the files' numbers.
 
 namespace {
 
-using Real = long double;
 using kes::Status;
-
-/// A band without TDI stages, straight from the library's tables.
-class Reference {
-public:
-  Reference(kes::Strip const& strip, char const* id) : mModel(strip.model()) {
-    int const band = mModel.bandIndex(id);
-    mTimes = mModel.img(band)->cameraTime()->values();
-    auto const changes = mModel.img(band)->cameraTime()->getInternalCtglRepresentation();
-    Real const mean = (static_cast<Real>(mTimes.back()) - mTimes.front()) / static_cast<Real>(mTimes.size() - 1);
-    mFirstCycle = changes.empty() ? mean : static_cast<Real>(changes.begin()->second.cycleTime);
-    mLastCycle = changes.empty() ? mean : static_cast<Real>(changes.rbegin()->second.cycleTime);
-    mEop.resize(static_cast<std::size_t>(mModel.eop()->numSets()));
-    for (std::size_t i = 0; i < mEop.size(); ++i) {
-      mModel.eop()->atIndex(static_cast<int>(i), mEop[i]);
-    }
-    sensor::CalibrationGeometryKes calibration(*mModel.modelData()->calib(band));
-    float size = 0.0F;
-    int samples = 0;
-    int imaging = 0;
-    calibration.getPixelData(size, samples, imaging, mX, mY, 1.0);
-    mFocalLength = static_cast<Real>(calibration.focalLength());
-    mOffset = mModel.img(band)->sampleOffsetFromCalib();
-  }
-
-  double lines() const { return static_cast<double>(mTimes.size()); }
-
-  Real time(Real line) const {
-    auto const n = static_cast<Real>(mTimes.size()) - 1.0L;
-    if (line < -1.0L) {
-      return time(-1.0L) + (line + 1.0L) * mFirstCycle;
-    }
-    if (line > n) {
-      return mTimes.back() + (line - n) * mLastCycle;
-    }
-    auto const k = static_cast<std::size_t>(std::min(std::max(std::floor(line), 0.0L), n - 1.0L));
-    return mTimes[k] + (static_cast<Real>(mTimes[k + 1]) - mTimes[k]) * (line - static_cast<Real>(k));
-  }
-
-  /// How far ahead of the sensor line a position is in the focal plane at a line, metres; and its sample there.
-  struct Seen {
-    Real ahead;
-    Real sample;
-  };
-  Seen see(geo::XYZPoint const& p, Real line) const {
-    Real const t = time(line);
-    auto const next = std::upper_bound(mEop.begin() + 1, mEop.end() - 1, t,
-                                       [](Real value, sensor::EOP const& eop) { return value < eop.gpsTime; });
-    sensor::EOP const& b = *next;
-    sensor::EOP const& a = *(next - 1);
-    Real const w = (t - a.gpsTime) / (static_cast<Real>(b.gpsTime) - a.gpsTime);
-    auto const mix = [w](Real from, Real to) { return from + w * (to - from); };
-    std::array<Real, 4> q{mix(a.q0, b.q0), mix(a.q1, b.q1), mix(a.q2, b.q2), mix(a.q3, b.q3)};
-    Real const length = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-    for (Real& part : q) {
-      part /= length;
-    }
-    std::array<Real, 3> const d{p.x - mix(a.x, b.x), p.y - mix(a.y, b.y), p.z - mix(a.z, b.z)};
-    // The quaternion turns the ground into the camera: v' = q v q*, written out by its cross products.
-    std::array<Real, 3> const c{q[2] * d[2] - q[3] * d[1], q[3] * d[0] - q[1] * d[2], q[1] * d[1] - q[2] * d[0]};
-    std::array<Real, 3> const v{d[0] + 2 * (q[0] * c[0] + q[2] * c[2] - q[3] * c[1]),
-                                d[1] + 2 * (q[0] * c[1] + q[3] * c[0] - q[1] * c[2]),
-                                d[2] + 2 * (q[0] * c[2] + q[1] * c[1] - q[2] * c[0])};
-    Real const s = -mFocalLength / v[2];
-    return at(v[0] * s, v[1] * s);
-  }
-
-  /// The first line from the margin on at which the position falls onto the sensor line, sought in steps of a sixteenth of a line.
-  Real firstLine(geo::XYZPoint const& p, Real from, Real to) const {
-    constexpr Real step = 1.0L / 16.0L;
-    Real before = see(p, from).ahead;
-    for (Real line = from + step; line <= to; line += step) {
-      Real const ahead = see(p, line).ahead;
-      if ((before > 0) != (ahead > 0)) {
-        return bisected(p, line - step, line);
-      }
-      before = ahead;
-    }
-    return std::numeric_limits<Real>::quiet_NaN();
-  }
-
-private:
-  // Where a focal position lies: by a search through the table.
-  Seen at(Real x, Real y) const {
-    std::size_t const last = mY.size() - 1;
-    bool const isReverse = mY[last] < mY[0];
-    std::size_t k = 0;
-    while (k + 1 < last && (isReverse ? y < mY[k + 1] : y > mY[k + 1])) {
-      ++k;
-    }
-    Real const part = (y - mY[k]) / (static_cast<Real>(mY[k + 1]) - mY[k]);
-    Real const sensorX = mX[k] + (static_cast<Real>(mX[k + 1]) - mX[k]) * part;
-    return {x - sensorX, static_cast<Real>(k) + part - mOffset};
-  }
-
-  Real bisected(geo::XYZPoint const& p, Real low, Real high) const {
-    bool const isAhead = see(p, low).ahead > 0;
-    for (int i = 0; i < 60; ++i) {
-      Real const middle = 0.5L * (low + high);
-      ((see(p, middle).ahead > 0) == isAhead ? low : high) = middle;
-    }
-    return low;
-  }
-
-  sensor::KESStripModel const& mModel;
-  std::vector<double> mTimes;
-  std::vector<sensor::EOP> mEop;
-  std::vector<double> mX;
-  std::vector<double> mY;
-  Real mFirstCycle;
-  Real mLastCycle;
-  Real mFocalLength = 0;
-  Real mOffset = 0;
-};
+using test::Real;
+using test::Reference;
 
 constexpr double TOLERANCE = 1e-6;  // lines and samples
 

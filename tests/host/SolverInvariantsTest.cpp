@@ -1,5 +1,7 @@
 #include "RandomStrips.h"
 #include "support/Matchers.h"
+#include "support/SmallStrip.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -176,6 +178,61 @@ TEST_P(SolverInvariants, PointAboveTheAircraftHasNoSolution) {
                 Status::noSolution);
     }
   });
+}
+
+/// A camera that is rolled about the flight to the east, so that it looks to one side.
+kes::Band rolledBand(test::TempFolder const& folder, double roll) {
+  test::SmallStrip small;
+  small.sensorId = "Rolled";
+  small.roll = roll;
+  kes::StripOptions options;
+  options.calibrations = {folder / "calibration"};
+  return kes::Strip(small.write(folder), options).band(0);
+}
+
+// Rolled by 0.5, what is above a plane through the aircraft that falls to one side by that angle is behind the camera,
+// also far below the aircraft at 1000 m.
+TEST_P(SolverInvariants, PointBehindTheCameraHasNoSolution) {
+  test::TempFolder const folder;
+  kes::Band const band = rolledBand(folder, 0.5);
+  double const middle = band.toGround(geo::XYPoint(50.0, 50.0), test::atHeight(0.0)).position.y;
+  ASSERT_NEAR(std::fabs(middle), 1000.0 * std::tan(0.5), 0.1);
+  double const away = middle > 0.0 ? -1.0 : 1.0;
+  std::vector<geo::XYZPoint> points;
+  for (double const far : {300.0, 3000.0, 30000.0}) {
+    double const plane = 1000.0 - far * std::tan(0.5);
+    for (double const above : {0.01, 1.0, 100.0}) {
+      points.emplace_back(50.0, away * far, plane + above * far / 300.0);
+      ASSERT_LT(points.back().z, 1000.0);
+    }
+  }
+  points.emplace_back(50.0, middle, 0.0);
+  auto const found = test::toImage(band, points, test::by(GetParam().solver));
+  for (std::size_t i = 0; i + 1 < points.size(); ++i) {
+    EXPECT_EQ(found.status[i], Status::noSolution) << points[i].y << ' ' << points[i].z;
+    EXPECT_TRUE(std::isnan(found.points[i].x) && std::isnan(found.points[i].y));
+  }
+  EXPECT_EQ(found.status.back(), Status::ok);
+}
+
+// Rolled by 1.55, the middle sample looks 0.02 below the horizon. As a pixel is 0.002, one of the samples 25 away looks
+// up.
+TEST_P(SolverInvariants, LineOfSightThatGoesUpMeetsNoHeightBelow) {
+  test::TempFolder const folder;
+  kes::Band const band = rolledBand(folder, 1.55);
+  for (double const height : {0.0, 900.0, 999.9}) {
+    int up = 0;
+    for (double const sample : {25.0, 75.0}) {
+      geo::XYPoint const image(sample, 50.0);
+      auto const ground = band.toGround(image, test::atHeight(height, GetParam().solver));
+      bool const isUp = ground.status == Status::noSolution;
+      up += isUp ? 1 : 0;
+      EXPECT_TRUE(isUp ? std::isnan(ground.position.x) : ground.status == Status::ok) << sample << ' ' << height;
+      // What looks up has no solution above the aircraft, either.
+      EXPECT_EQ(band.toGround(image, test::atHeight(2000.0 - height, GetParam().solver)).status, Status::noSolution);
+    }
+    EXPECT_EQ(up, 1) << height;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, SolverInvariants,

@@ -29,7 +29,9 @@ struct StripOptions {
   /// already keeps its place. A camera that was found serves all strips of its sensor id and version from then on, wherever
   /// these would have it from.
   std::vector<std::string> calibrations;
-  /// A settings file (INI) in place of the host's own; empty: none. It is that of the process from then on.
+  /// A settings file (INI) in place of the host's own; empty: that of the process stays. It is that of the process from
+  /// then on, which forgets the calibration folders of earlier strips; loading or unloading the strip has the same
+  /// effect again.
   std::string settings;
   Orientation orientation = Orientation::adjusted;
   /// Whether the standard deviations of the orientation are loaded, too.

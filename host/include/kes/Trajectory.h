@@ -56,7 +56,8 @@ public:
   [[nodiscard]] TrajectoryPoint operator[](std::size_t i) const;
   /// The library's own interpolation at a time. Nothing when the time isn't finite.
   [[nodiscard]] std::optional<TrajectoryPoint> at(double time) const;
-  /// Of a time; the file's default ones when records have none.
+  /// Of a time: linear between records, that of the first or the last record beyond; the file's default ones when
+  /// records have none, and at a time that isn't a number.
   [[nodiscard]] TrajectoryAccuracy accuracyAt(double time) const;
 
 private:
