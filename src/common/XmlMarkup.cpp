@@ -1,6 +1,6 @@
 #include "common/XmlMarkup.h"
 
-#include <QXmlStreamReader>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <array>
@@ -102,9 +102,11 @@ QString declaredEncoding(std::string_view text) {
     return {};
   }
   auto const declaration = text.substr(0, after(text, "?>", 0));
-  QXmlStreamReader reader(QString::fromUtf8(QByteArray(declaration.data(), static_cast<int>(declaration.size()))));
-  reader.readNext();
-  return reader.documentEncoding().toString();
+  // The stream reader of Qt 5 is silent on encodings that it doesn't know. What else is odd here it refuses later.
+  static QRegularExpression const encoding(QStringLiteral("\\sencoding\\s*=\\s*(?:\"([^\"]*)\"|'([^']*)')"));
+  auto const match =
+      encoding.match(QString::fromUtf8(QByteArray(declaration.data(), static_cast<int>(declaration.size()))));
+  return match.captured(1) + match.captured(2);
 }
 
 // Of one byte per character, with ASCII in it.

@@ -84,6 +84,9 @@ TEST_F(TextLinesTest, TextOfWideCharactersAboveTheSizeOfAProjectFileIsRefused) {
   std::string const name = folder.file("f", utf16(u"a", false));
   std::filesystem::resize_file(name, (std::uintmax_t{256} << 20) + 1);
   EXPECT_FALSE(TextLines(name).isOpen());
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "decoding as much as is allowed takes minutes here";
+#endif
   std::filesystem::resize_file(name, std::uintmax_t{256} << 20);
   EXPECT_TRUE(TextLines(name).isOpen());
 }

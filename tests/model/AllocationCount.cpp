@@ -17,9 +17,13 @@ long test::liveAllocationCount() {
   return allocations - deletions;
 }
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
   ++allocations;
-  if (void* memory = std::malloc(size)) {
+  return std::malloc(size);
+}
+
+void* operator new(std::size_t size) {
+  if (void* memory = operator new(size, std::nothrow)) {
     return memory;
   }
   throw std::bad_alloc();
@@ -31,6 +35,9 @@ void operator delete(void* memory) noexcept {
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  deletions += memory == nullptr ? 0 : 1;
-  std::free(memory);
+  operator delete(memory);
+}
+
+void operator delete(void* memory, std::nothrow_t const&) noexcept {
+  operator delete(memory);
 }
