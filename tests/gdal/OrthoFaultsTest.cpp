@@ -90,7 +90,8 @@ TEST_F(OrthoFaults, WriteThatFailsIsReported) {
   for (std::string const function : {"fwrite", "fseeko64", "fclose"}) {
     int failures = 0;
     for (int const call : someCalls(function)) {
-      std::string const message = writeDisturbed(function, call, std::array{ENOSPC, EIO, EINTR}[call % 3]);
+      std::string const message =
+          writeDisturbed(function, call, std::array{ENOSPC, EIO, EINTR}[static_cast<std::size_t>(call % 3)]);
       std::string const what = function + " " + std::to_string(call) + ": " + message;
       failures += message != "done";
       EXPECT_EQ(message == "done" ? summary() : test::contents(mName), message == "done" ? mWhole : "older") << what;
