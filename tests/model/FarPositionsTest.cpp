@@ -18,7 +18,7 @@ using sensor::KESStripModel;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// Every coordinate by itself, and all three.
+// Each coordinate alone, and all three.
 std::vector<XYZPoint> badPositions() {
   std::vector<XYZPoint> bad{{1e8, -3e8, 2e8}, {-1e9, 1e9, 1e9}, {1e20, 1e20, -1e20}, {1e300, 1e300, 1e300}};
   for (double const size : {1e6, 1e7, 1e8, 1e9, 1e15, 1e30, 1e38, 1e39, 1e300, infinity, nan}) {
