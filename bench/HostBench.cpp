@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Strip.h"
+
+#include <kes/kes.h>
 
 #include <benchmark/benchmark.h>
 
-#include <kes/kes.h>
 #include <vector>
 
 // The precise projections of the front door, beside which those of the library stand in ProjectionBench.cpp.

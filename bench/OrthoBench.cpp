@@ -1,16 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Strip.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
+#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/OrthoTransformer.h>
+#include <kesgdal/Orthophoto.h>
 
 #include <benchmark/benchmark.h>
 #include <gdal_priv.h>
 
 #include <filesystem>
-#include <kesgdal/OrthoGrid.h>
-#include <kesgdal/OrthoTransformer.h>
-#include <kesgdal/Orthophoto.h>
 #include <memory>
 #include <numeric>
 

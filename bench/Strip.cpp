@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Strip.h"
+
+#include <simulation/Flight.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <simulation/Flight.h>
 
 namespace bench {
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
 """Counts the instructions that a point takes in each projection, with valgrind's callgrind: that of a run with many
 points less that of a run with few, and less what making the points takes."""
 

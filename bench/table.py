@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
 """Prints the results of the benchmark program: nanoseconds an item, and yardsticks an item."""
 
 import json

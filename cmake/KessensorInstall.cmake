@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
 # Installs the libraries, the headers, and the package that other CMake projects find.
 include(CMakePackageConfigHelpers)
 

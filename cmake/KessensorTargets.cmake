@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
 # The properties that all targets share, and functions for the two most frequent kinds of target.
 
 # kes_properties(TARGET): language level, warnings, floating-point rules, sanitizers.

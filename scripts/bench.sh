@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+#
 # bench.sh [OPTION of the benchmark program...]: builds and runs the benchmarks, and prints their times as a table in
 # yardsticks; a yardstick is the time that PROJ takes, in the same run, to convert a point from geographic to geocentric
 # coordinates.

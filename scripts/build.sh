@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+#
 # build.sh PRESET [TARGET...]: configures and builds a preset of CMakePresets.json. The other scripts call it.
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
 """check-includes.py [ROOT]: fails when an include goes upstairs, or reaches past a public header.
 
 The tree is a house with one-way stairs: ROOMS lists its rooms from the ground up, and each may include only what lies

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+#
 # demo.sh [OUTDIR]: from a fresh checkout to results. Installs missing packages, builds, flies a strip over real
 # terrain, projects points of its images to the ground and back, and makes an orthophoto of three bands, their
 # footprints and a quick-look of both. Replaces OUTDIR (demo-output), which then holds the flight and all results.

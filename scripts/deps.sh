@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+#
 # Installs the Debian packages that the build, the tests, the benchmarks and the demo need, as far as they are missing.
 # On a system without apt, prints the list and succeeds.
 set -euo pipefail

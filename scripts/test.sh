@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+#
 # test.sh [PRESET [OPTION of ctest...]]: installs missing packages, builds a preset (default: release), and runs its
 # tests.
 set -euo pipefail

@@ -1,7 +1,10 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <sensor/KESStripModel.h>
+#include <simulation/BandView.h>
 
 #include <algorithm>
-#include <simulation/BandView.h>
 
 namespace simulation {
 

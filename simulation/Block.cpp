@@ -1,17 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <sensor/BlockModelData.h>
 #include <sensor/ImagePointList.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
-
-#include <algorithm>
-#include <cmath>
-#include <files/NewFolder.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <simulation/Block.h>
 #include <simulation/CameraHead.h>
 #include <simulation/Coverage.h>
@@ -22,6 +17,14 @@
 #include <simulation/StripProject.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
+
+#include <algorithm>
+#include <cmath>
+#include <files/NewFolder.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
 #include <stdexcept>
 
 namespace fs = std::filesystem;

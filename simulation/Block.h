@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <simulation/BlockPlan.h>
 #include <simulation/Flight.h>
+
 #include <string>
 #include <vector>
 

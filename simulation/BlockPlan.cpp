@@ -1,9 +1,13 @@
-#include <algorithm>
-#include <cmath>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <simulation/BlockPlan.h>
 #include <simulation/CameraHead.h>
 #include <simulation/FlightFrame.h>
 #include <simulation/Random.h>
+
+#include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace simulation {

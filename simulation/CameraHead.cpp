@@ -1,17 +1,20 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/XYZPoint.h>
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometryKesV1.h>
 #include <sensor/SerializerCameraKes.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
 #include <sensor/SerializerMisalignmentV1Dat.h>
+#include <simulation/CameraHead.h>
+#include <simulation/Output.h>
 
 #include <QDateTime>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <simulation/CameraHead.h>
-#include <simulation/Output.h>
 
 namespace simulation {
 

@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
 #include <sensor/Misalignment.h>
-
 #include <simulation/FlightPlan.h>
+
 #include <string>
 #include <vector>
 

@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <simulation/Coverage.h>
+#include <simulation/FlightFrame.h>
+
 #include <QString>
 
 #include <array>
-#include <simulation/Coverage.h>
-#include <simulation/FlightFrame.h>
 #include <stdexcept>
 
 namespace simulation {

@@ -1,5 +1,6 @@
-#include <files/NewFolder.h>
-#include <memory>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <simulation/CameraHead.h>
 #include <simulation/Flight.h>
 #include <simulation/Images.h>
@@ -7,6 +8,9 @@
 #include <simulation/StripProject.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
+
+#include <files/NewFolder.h>
+#include <memory>
 
 namespace simulation {
 

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
-#include <functional>
 #include <simulation/FlightPlan.h>
+
+#include <functional>
 #include <string>
 #include <vector>
 

@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-
-#include <cmath>
 #include <simulation/CameraHead.h>
 #include <simulation/FlightFrame.h>
 #include <simulation/Terrain.h>
 #include <simulation/Trajectory.h>
+
+#include <cmath>
 
 namespace simulation {
 

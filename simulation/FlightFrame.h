@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYZPoint.h>
+#include <simulation/FlightPlan.h>
 
 #include <cstdint>
 #include <memory>
-#include <simulation/FlightPlan.h>
 
 namespace geo {
 class coordSys;

@@ -1,4 +1,8 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <simulation/FlightPlan.h>
+
 #include <stdexcept>
 
 namespace simulation {

@@ -1,18 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/XYPoint.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
 #include <sensor/KESStripModel.h>
+#include <simulation/FlightFrame.h>
+#include <simulation/GroundPoints.h>
+#include <simulation/ImagePoints.h>
+#include <simulation/Random.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <optional>
-#include <simulation/FlightFrame.h>
-#include <simulation/GroundPoints.h>
-#include <simulation/ImagePoints.h>
-#include <simulation/Random.h>
 #include <stdexcept>
 #include <string>
 

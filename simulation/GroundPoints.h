@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/GroundPoint.h>
-
 #include <simulation/BlockPlan.h>
 #include <simulation/Terrain.h>
+
 #include <vector>
 
 namespace geo {

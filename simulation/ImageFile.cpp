@@ -1,10 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "GdalErrors.h"
+
+#include <simulation/ImageFile.h>
 
 #include <gdal_priv.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <simulation/ImageFile.h>
 #include <stdexcept>
 #include <utility>
 

@@ -1,6 +1,8 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <sensor/KESStripModel.h>
-
 #include <simulation/BandView.h>
 #include <simulation/ImagePoints.h>
 #include <simulation/ScanLine.h>

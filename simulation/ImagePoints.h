@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/GroundPoint.h>
 #include <geo/ImagePoint.h>
 #include <geo/XYPoint.h>
-
-#include <optional>
 #include <simulation/Random.h>
 #include <simulation/Terrain.h>
+
+#include <optional>
 #include <vector>
 
 namespace sensor {

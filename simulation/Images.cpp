@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <raster/Statistics.h>
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CameraFactory.h>
@@ -5,14 +8,14 @@
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <iterator>
 #include <simulation/CameraHead.h>
 #include <simulation/ImageFile.h>
 #include <simulation/Images.h>
 #include <simulation/Renderer.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
 #include <stdexcept>
 
 namespace simulation {

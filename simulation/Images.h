@@ -1,10 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
-#include <memory>
 #include <simulation/Flight.h>
 #include <simulation/FlightPlan.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
+
+#include <memory>
 #include <string>
 #include <vector>
 

@@ -1,6 +1,10 @@
-#include <cmath>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <simulation/LineRadiometry.h>
 #include <simulation/Random.h>
+
+#include <cmath>
 
 namespace simulation {
 

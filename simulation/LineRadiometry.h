@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
+
+#include <simulation/CameraHead.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <simulation/CameraHead.h>
 #include <utility>
 #include <vector>
 

@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/units.h>
+#include <simulation/LocalMap.h>
 
 #include <algorithm>
 #include <cmath>
-#include <simulation/LocalMap.h>
 
 namespace simulation {
 

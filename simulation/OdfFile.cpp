@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <sensor/KESOrientation.h>
 #include <sensor/odf.h>
+#include <simulation/OdfFile.h>
+#include <simulation/Output.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <simulation/OdfFile.h>
-#include <simulation/Output.h>
 #include <stdexcept>
 #include <vector>
 

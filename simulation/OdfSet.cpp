@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <simulation/OdfSet.h>
+#include <simulation/Output.h>
+
 #include <algorithm>
 #include <iomanip>
 #include <locale>
-#include <simulation/OdfSet.h>
-#include <simulation/Output.h>
 #include <sstream>
 #include <stdexcept>
 #include <utility>

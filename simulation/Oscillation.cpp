@@ -1,5 +1,9 @@
-#include <cmath>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <simulation/Oscillation.h>
+
+#include <cmath>
 
 namespace simulation {
 

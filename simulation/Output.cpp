@@ -1,6 +1,10 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <simulation/Output.h>
+
 #include <files/FileReplacement.h>
 #include <filesystem>
-#include <simulation/Output.h>
 #include <stdexcept>
 
 namespace fs = std::filesystem;

@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <simulation/Parallel.h>
+
 #include <algorithm>
 #include <atomic>
 #include <exception>
 #include <mutex>
-#include <simulation/Parallel.h>
 #include <thread>
 #include <vector>
 

@@ -1,5 +1,9 @@
-#include <algorithm>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <simulation/RasterTexture.h>
+
+#include <algorithm>
 #include <stdexcept>
 
 namespace simulation {

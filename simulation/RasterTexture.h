@@ -1,8 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <dsm/RasterElevationSource.h>
-
 #include <simulation/Texture.h>
+
 #include <string>
 
 namespace simulation {

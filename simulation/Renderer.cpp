@@ -1,10 +1,13 @@
-#include <sensor/KESStripModel.h>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
 
-#include <cmath>
-#include <limits>
+#include <sensor/KESStripModel.h>
 #include <simulation/Parallel.h>
 #include <simulation/Renderer.h>
 #include <simulation/ScanLine.h>
+
+#include <cmath>
+#include <limits>
 
 namespace simulation {
 

@@ -1,10 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
-#include <cstdint>
 #include <simulation/BandView.h>
 #include <simulation/LocalMap.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
+
+#include <cstdint>
 #include <vector>
 
 namespace sensor {

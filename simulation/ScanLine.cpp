@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/XYPoint.h>
 #include <sensor/EOP.h>
 #include <sensor/KESStripModel.h>
+#include <simulation/ScanLine.h>
 
 #include <limits>
-#include <simulation/ScanLine.h>
 
 namespace simulation {
 

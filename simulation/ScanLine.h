@@ -1,7 +1,9 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYZPoint.h>
-
 #include <simulation/LineOfSight.h>
 
 namespace sensor {

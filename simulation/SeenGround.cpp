@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
+#include <simulation/ScanLine.h>
+#include <simulation/SeenGround.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <simulation/ScanLine.h>
-#include <simulation/SeenGround.h>
 #include <vector>
 
 namespace simulation {

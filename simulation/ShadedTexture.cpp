@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
+#include <simulation/ShadedTexture.h>
 
 #include <algorithm>
 #include <cmath>
-#include <simulation/ShadedTexture.h>
 
 namespace simulation {
 

@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
-
-#include <array>
-#include <cstdint>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
 #include <simulation/ValueNoise.h>
+
+#include <array>
+#include <cstdint>
 
 namespace simulation {
 

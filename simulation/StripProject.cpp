@@ -1,8 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <XmlWriter.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <sensor/EOPData.h>
 #include <sensor/SerializerCameraKes.h>
+#include <simulation/CameraHead.h>
+#include <simulation/FlightFrame.h>
+#include <simulation/OdfSet.h>
+#include <simulation/Output.h>
+#include <simulation/StripProject.h>
+#include <simulation/Timing.h>
+#include <simulation/Trajectory.h>
+#include <simulation/XmlCalibration.h>
 
 #include <QByteArray>
 #include <QIODevice>
@@ -14,14 +25,6 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
-#include <simulation/CameraHead.h>
-#include <simulation/FlightFrame.h>
-#include <simulation/OdfSet.h>
-#include <simulation/Output.h>
-#include <simulation/StripProject.h>
-#include <simulation/Timing.h>
-#include <simulation/Trajectory.h>
-#include <simulation/XmlCalibration.h>
 #include <stdexcept>
 
 namespace simulation {

@@ -1,9 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <simulation/CameraHead.h>
 #include <simulation/Flight.h>
 #include <simulation/FlightPlan.h>
 #include <simulation/Terrain.h>
+
 #include <string>
 
 namespace simulation {

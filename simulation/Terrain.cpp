@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
+#include <simulation/Terrain.h>
 
 #include <cmath>
-#include <simulation/Terrain.h>
 #include <stdexcept>
 
 namespace simulation {

@@ -1,6 +1,10 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <simulation/TerrainBounds.h>
+
 #include <algorithm>
 #include <cmath>
-#include <simulation/TerrainBounds.h>
 
 namespace simulation {
 

@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
+#include <simulation/Terrain.h>
 
 #include <cstddef>
 #include <limits>
-#include <simulation/Terrain.h>
 #include <vector>
 
 namespace simulation {

@@ -1,6 +1,8 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-
 #include <simulation/CameraHead.h>
 #include <simulation/RasterTexture.h>
 #include <simulation/ShadedTexture.h>

@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYZPoint.h>
+#include <simulation/FlightPlan.h>
 
 #include <memory>
-#include <simulation/FlightPlan.h>
 
 namespace geo {
 class coordSys;

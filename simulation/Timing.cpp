@@ -1,8 +1,11 @@
-#include <sensor/CameraTime.h>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
 
-#include <cstddef>
+#include <sensor/CameraTime.h>
 #include <simulation/Output.h>
 #include <simulation/Timing.h>
+
+#include <cstddef>
 
 namespace simulation {
 

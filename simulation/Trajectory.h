@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYZPoint.h>
 #include <sensor/EOP.h>
-
-#include <array>
 #include <simulation/FlightPlan.h>
 #include <simulation/Oscillation.h>
+
+#include <array>
 
 namespace simulation {
 

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <simulation/ValueNoise.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <simulation/ValueNoise.h>
 
 namespace simulation {
 

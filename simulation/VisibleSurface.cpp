@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/units.h>
+#include <simulation/VisibleSurface.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <simulation/VisibleSurface.h>
 
 namespace simulation {
 

@@ -1,8 +1,10 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
-
 #include <simulation/LineOfSight.h>
 #include <simulation/LocalMap.h>
 #include <simulation/Terrain.h>

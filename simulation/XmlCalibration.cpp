@@ -1,6 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerCameraKes.h>
 #include <sensor/SerializerCameraKesV2Xml.h>
+#include <simulation/LineRadiometry.h>
+#include <simulation/Output.h>
+#include <simulation/XmlCalibration.h>
 #include <xmlFileData/CalibrationFiles.h>
 #include <xmlFileData/KesBGeoCalibData.h>
 
@@ -16,9 +22,6 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <simulation/LineRadiometry.h>
-#include <simulation/Output.h>
-#include <simulation/XmlCalibration.h>
 #include <utility>
 #include <vector>
 

@@ -1,6 +1,10 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <simulation/CameraHead.h>
+
 #include <string>
 
 namespace simulation {

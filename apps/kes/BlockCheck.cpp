@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Block.h"
 #include "Residuals.h"
 #include "StripCheck.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "CameraOptions.h"
 
 #include <sensor/CameraFactory.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Command.h"
 #include "InputGuard.h"
 #include "Output.h"
@@ -6,10 +9,10 @@
 #include <dsm/RasterElevationSource.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
+#include <kesgdal/Orthophoto.h>
 #include <sensor/KESStripModel.h>
 
 #include <algorithm>
-#include <kesgdal/Orthophoto.h>
 #include <map>
 #include <memory>
 #include <thread>

@@ -1,9 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Command.h"
 #include "Output.h"
 
-#include <memory>
 #include <simulation/Block.h>
 #include <simulation/Flight.h>
+
+#include <memory>
 #include <string>
 
 namespace kes {

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <kes/kes.h>
+
 #include <exception>
 #include <iomanip>
 #include <iostream>
-#include <kes/kes.h>
 
 // ground_point STRIP CALIBRATIONS: prints where the middle of a strip's first band sees the mean terrain, and which
 // pixel saw it.

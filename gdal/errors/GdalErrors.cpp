@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "GdalErrors.h"
 
 #include <cpl_error.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include "Block.h"
@@ -7,9 +10,9 @@
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kesgdal/OrthoTransformer.h>
 
 #include <cstddef>
-#include <kesgdal/OrthoTransformer.h>
 #include <memory>
 #include <vector>
 

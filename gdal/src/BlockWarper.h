@@ -1,14 +1,18 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include "Block.h"
 #include "SourceImage.h"
 #include "Transformer.h"
 
+#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/Orthophoto.h>
+
 #include <gdalwarper.h>
 
 #include <cstddef>
-#include <kesgdal/OrthoGrid.h>
-#include <kesgdal/Orthophoto.h>
 #include <memory>
 #include <vector>
 

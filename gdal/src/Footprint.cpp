@@ -1,13 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "WatchedSurface.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <geo/XYZPoint.h>
 #include <geo/coordSys.h>
+#include <kesgdal/OrthoGrid.h>
 #include <sensor/KESStripModel.h>
 
 #include <algorithm>
 #include <cmath>
-#include <kesgdal/OrthoGrid.h>
 #include <limits>
 #include <stdexcept>
 #include <vector>

@@ -1,12 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include "PixelSum.h"
 
+#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/Orthophoto.h>
+
 #include <gdal_priv.h>
 
 #include <cstddef>
-#include <kesgdal/OrthoGrid.h>
-#include <kesgdal/Orthophoto.h>
 #include <string>
 #include <vector>
 

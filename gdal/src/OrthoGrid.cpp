@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Text.h"
 
 #include <geo/coordSys.h>
 #include <geo/units.h>
+#include <kesgdal/OrthoGrid.h>
 
 #include <algorithm>
 #include <cmath>
-#include <kesgdal/OrthoGrid.h>
 #include <limits>
 #include <stdexcept>
 

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Transformer.h"
 
-#include <cstring>
 #include <kesgdal/OrthoTransformer.h>
+
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 

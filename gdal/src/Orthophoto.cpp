@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "MapDefinition.h"
 #include "OrthoMosaic.h"
 #include "OrthoWarper.h"
@@ -6,13 +9,13 @@
 
 #include <dsm/RasterElevationSource.h>
 #include <geo/coordSys.h>
+#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/Orthophoto.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
 
 #include <cmath>
 #include <filesystem>
-#include <kesgdal/OrthoGrid.h>
-#include <kesgdal/Orthophoto.h>
 #include <stdexcept>
 
 namespace kesgdal {

@@ -1,9 +1,13 @@
-#pragma once
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
 
-#include <gdal_priv.h>
+#pragma once
 
 #include <kesgdal/OrthoGrid.h>
 #include <kesgdal/Orthophoto.h>
+
+#include <gdal_priv.h>
+
 #include <optional>
 #include <set>
 #include <string>

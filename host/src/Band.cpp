@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Checks.h"
 #include "OpenStrip.h"
 #include "Projector.h"
 
+#include <kes/Band.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModelData.h>
 
-#include <kes/Band.h>
 #include <utility>
 
 namespace kes {

@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "OpenStrip.h"
 
 #include <geo/coordSys.h>
+#include <kes/Block.h>
 #include <sensor/BlockModelData.h>
 #include <sensor/CameraFactory.h>
 #include <sensor/KESStripModelData.h>
 
-#include <kes/Block.h>
 #include <map>
 #include <stdexcept>
 

@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "OpenStrip.h"
 
+#include <kes/Camera.h>
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/Camera.h>
 
 #include <algorithm>
-#include <kes/Camera.h>
 #include <stdexcept>
 
 namespace kes {

@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/Status.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <kes/Status.h>
 #include <limits>
 #include <span>
 #include <stdexcept>

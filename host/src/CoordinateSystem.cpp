@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Checks.h"
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
+#include <kes/CoordinateSystem.h>
 
 #include <algorithm>
-#include <kes/CoordinateSystem.h>
 #include <utility>
 #include <vector>
 

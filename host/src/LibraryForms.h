@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
-#include <sensor/KESStripModel.h>
-
 #include <kes/CoordinateSystem.h>
 #include <kes/Projection.h>
 #include <kes/Surface.h>
+#include <sensor/KESStripModel.h>
+
 #include <optional>
 #include <span>
 #include <vector>

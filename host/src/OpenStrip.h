@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include "LineSearch.h"
 #include "ViewChain.h"
 
-#include <sensor/KESStripModel.h>
-
 #include <kes/CoordinateSystem.h>
 #include <kes/Strip.h>
+#include <sensor/KESStripModel.h>
+
 #include <memory>
 #include <mutex>
 #include <string>

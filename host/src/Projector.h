@@ -1,10 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include "OpenStrip.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
-
 #include <kes/Projection.h>
 #include <kes/Status.h>
 

@@ -1,5 +1,9 @@
-#include <array>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <kes/Status.h>
+
+#include <array>
 
 namespace kes {
 

@@ -1,8 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "OpenStrip.h"
 
+#include <kes/Strip.h>
 #include <sensor/KESStripModelData.h>
 
-#include <kes/Strip.h>
 #include <stdexcept>
 #include <utility>
 

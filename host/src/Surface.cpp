@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Checks.h"
 #include "SurfaceSource.h"
 
 #include <geo/coordSys.h>
+#include <kes/Surface.h>
 
 #include <algorithm>
-#include <kes/Surface.h>
 #include <utility>
 
 namespace kes {

@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <dsm/ConstantElevationSource.h>
 #include <dsm/RasterElevationSource.h>
-
 #include <kes/CoordinateSystem.h>
 #include <kes/Surface.h>
+
 #include <memory>
 #include <optional>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "Checks.h"
 #include "LibraryForms.h"
 #include "Parallel.h"
@@ -5,8 +8,8 @@
 #include "SurfaceRays.h"
 
 #include <geo/coordSys.h>
-
 #include <kes/Band.h>
+
 #include <vector>
 
 namespace kes {

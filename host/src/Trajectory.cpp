@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "OpenStrip.h"
 
+#include <kes/Trajectory.h>
 #include <sensor/EOPData.h>
 #include <sensor/TimeQuantity.h>
 
 #include <cmath>
-#include <kes/Trajectory.h>
 #include <stdexcept>
 #include <utility>
 

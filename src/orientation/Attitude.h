@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The attitude of a camera as a quaternion (scalar first) and as the photogrammetric angles omega, phi, kappa (radians).

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "project/Attribute.h"
 #include "project/BadCalibration.h"
 #include "project/Path.h"

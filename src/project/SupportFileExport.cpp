@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "files/FileReplacement.h"
 #include "project/BadCalibration.h"
 #include "project/OriginalStrip.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 // A library to preload: it lets one call of the process fail that opens, writes, syncs, renames or closes a file below a
 // folder, or kills the process there. Opening and closing files that are only read doesn't count.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 // Calls one writer of the library, for the fault tests: WRITER FOLDER. The inputs and old outputs lie in the folder
 // (WriterTable.cpp). Ends with 0 when the writer says that it has written, and with 1 when it reports a failure.
 

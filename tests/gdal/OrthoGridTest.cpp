@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "OrthoSupport.h"
 #include "support/Matchers.h"
 
 #include <geo/coordSysFactory.h>
+#include <kesgdal/OrthoGrid.h>
 
 #include <cmath>
-#include <kesgdal/OrthoGrid.h>
 
 namespace {
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include "platform/ElevationSupport.h"
@@ -7,13 +10,13 @@
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 #include <geo/coordSys.h>
+#include <kesgdal/Orthophoto.h>
 #include <sensor/KESStripModel.h>
 
 #include <gdal_priv.h>
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <kesgdal/Orthophoto.h>
 #include <memory>
 #include <optional>
 #include <string>

@@ -1,13 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "OrthoSupport.h"
 #include "support/Matchers.h"
 
 #include <geo/coordSysFactory.h>
+#include <kesgdal/OrthoTransformer.h>
 
 #include <gdal_alg.h>
 
 #include <cmath>
 #include <cstring>
-#include <kesgdal/OrthoTransformer.h>
 #include <thread>
 
 namespace {

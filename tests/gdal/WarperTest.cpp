@@ -1,11 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "OrthoSupport.h"
+
+#include <kesgdal/OrthoTransformer.h>
 
 #include <gdal_alg.h>
 #include <gdalwarper.h>
 #include <vrtdataset.h>
 
 #include <cmath>
-#include <kesgdal/OrthoTransformer.h>
 
 // How a host warps with the transformer, without the orthophotos of the library.
 

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Matchers.h"
 #include "support/SmallStrip.h"
 #include "support/TempFolder.h"
 
+#include <kes/kes.h>
 #include <sensor/BlockModelData.h>
 #include <sensor/CameraFactory.h>
 #include <sensor/EOPData.h>
@@ -10,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include <kes/kes.h>
 #include <stdexcept>
 #include <string>
 #include <utility>

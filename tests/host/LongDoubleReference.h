@@ -1,5 +1,9 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
+#include <kes/kes.h>
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CameraTime.h>
 #include <sensor/EOPData.h>
@@ -12,7 +16,6 @@
 #include <cmath>
 #include <cstddef>
 #include <iterator>
-#include <kes/kes.h>
 #include <limits>
 #include <map>
 #include <utility>

@@ -1,17 +1,20 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RandomStrips.h"
 
 #include "support/TempFolder.h"
 
 #include <sensor/EOPData.h>
+#include <simulation/CameraHead.h>
+#include <simulation/StripProject.h>
+#include <simulation/Terrain.h>
 
 #include <array>
 #include <cmath>
 #include <map>
 #include <memory>
 #include <random>
-#include <simulation/CameraHead.h>
-#include <simulation/StripProject.h>
-#include <simulation/Terrain.h>
 
 namespace test {
 

@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/kes.h>
 
 #include <cstddef>
-#include <kes/kes.h>
 #include <string>
 #include <vector>
 

@@ -1,13 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Matchers.h"
 #include "support/SmallStrip.h"
 #include "support/TempFolder.h"
 
+#include <kes/Strip.h>
 #include <sensor/CameraFactory.h>
 #include <util/SkerryIni.h>
 
 #include <gtest/gtest.h>
 
-#include <kes/Strip.h>
 #include <string>
 #include <vector>
 

@@ -1,12 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "files/Interposed.h"
 #include "support/Matchers.h"
 #include "support/SmallStrip.h"
 #include "support/TempFolder.h"
 
+#include <kes/kes.h>
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <kes/kes.h>
 #include <vector>
 
 namespace {

@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/SmallStrip.h"
 #include "support/TempFolder.h"
 
+#include <kes/kes.h>
 #include <sensor/EOPData.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <kes/kes.h>
 #include <limits>
 #include <stdexcept>
 #include <string>

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+#
 # run.sh BUILD_DIR: installs a finished build into a temporary folder, builds hosts against it, and runs them. The
 # hosts' build also compiles every installed header alone. Compares the exported names of the library, and the exported
 # classes of the front door, with the reviewed lists beside this script.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/TempFolder.h"
 
 #include <sensor/SerializerCameraKesV1Cam.h>

@@ -1,11 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Matchers.h"
+
+#include <simulation/BlockPlan.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 #include <set>
-#include <simulation/BlockPlan.h>
 
 namespace {
 

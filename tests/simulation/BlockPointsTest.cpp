@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "BlockSupport.h"
 #include "RenderSupport.h"
 #include "support/Matchers.h"
@@ -5,14 +8,14 @@
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
+#include <simulation/FlightFrame.h>
+#include <simulation/ImagePoints.h>
 
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <memory>
 #include <set>
-#include <simulation/FlightFrame.h>
-#include <simulation/ImagePoints.h>
 #include <utility>
 
 namespace {

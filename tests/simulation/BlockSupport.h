@@ -1,11 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <sensor/kessensor.h>
+#include <simulation/Block.h>
+#include <simulation/Terrain.h>
 
 #include <gtest/gtest.h>
 
-#include <simulation/Block.h>
-#include <simulation/Terrain.h>
 #include <string>
 #include <vector>
 

@@ -1,16 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 #include <sensor/kessensor.h>
+#include <simulation/CameraHead.h>
+#include <simulation/Flight.h>
 
 #include <cmath>
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <simulation/CameraHead.h>
-#include <simulation/Flight.h>
 
 namespace {
 

@@ -1,6 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RenderSupport.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
+
+#include <simulation/ImageFile.h>
+#include <simulation/Parallel.h>
+#include <simulation/Random.h>
 
 #include <gtest/gtest.h>
 
@@ -9,9 +16,6 @@
 #include <fstream>
 #include <mutex>
 #include <set>
-#include <simulation/ImageFile.h>
-#include <simulation/Parallel.h>
-#include <simulation/Random.h>
 #include <stdexcept>
 
 namespace {

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RenderSupport.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
@@ -8,14 +11,14 @@
 #include <sensor/CameraFactory.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModelData.h>
+#include <simulation/CameraHead.h>
+#include <simulation/Images.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <simulation/CameraHead.h>
-#include <simulation/Images.h>
 
 namespace {
 

@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
+#include <simulation/LocalMap.h>
+#include <simulation/Random.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <memory>
-#include <simulation/LocalMap.h>
-#include <simulation/Random.h>
 
 namespace {
 

@@ -1,14 +1,17 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 #include <sensor/kessensor.h>
+#include <simulation/Flight.h>
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <simulation/Flight.h>
 #include <string>
 #include <vector>
 

@@ -1,13 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
 #include <sensor/kessensor.h>
-
-#include <algorithm>
-#include <cmath>
 #include <simulation/CameraHead.h>
 #include <simulation/Flight.h>
 #include <simulation/Trajectory.h>
+
+#include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 

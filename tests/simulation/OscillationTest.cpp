@@ -1,9 +1,13 @@
-#include <gtest/gtest.h>
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
 
-#include <cmath>
 #include <simulation/Oscillation.h>
 #include <simulation/Random.h>
 #include <simulation/Trajectory.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
 
 namespace {
 

@@ -1,10 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "files/Interposed.h"
+
+#include <simulation/Parallel.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cerrno>
-#include <simulation/Parallel.h>
 
 namespace {
 

@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <simulation/Random.h>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstddef>
-#include <simulation/Random.h>
 #include <vector>
 
 namespace {

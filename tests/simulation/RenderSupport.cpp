@@ -1,14 +1,17 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RenderSupport.h"
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModelData.h>
+#include <simulation/Images.h>
 
 #include <gdal_priv.h>
 
 #include <cmath>
-#include <simulation/Images.h>
 #include <stdexcept>
 
 namespace test {

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include "platform/ElevationSupport.h"
@@ -5,16 +8,16 @@
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 #include <sensor/KESStripModel.h>
-
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <optional>
 #include <simulation/Flight.h>
 #include <simulation/FlightPlan.h>
 #include <simulation/LineOfSight.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RenderSupport.h"
 #include "support/TempFolder.h"
 
@@ -6,14 +9,14 @@
 #include <sensor/EOPData.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModelData.h>
+#include <simulation/CameraHead.h>
+#include <simulation/Renderer.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <simulation/CameraHead.h>
-#include <simulation/Renderer.h>
 
 namespace {
 

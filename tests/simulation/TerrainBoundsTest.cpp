@@ -1,13 +1,17 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RenderSupport.h"
 #include "support/TempFolder.h"
+
+#include <simulation/Random.h>
+#include <simulation/Terrain.h>
+#include <simulation/TerrainBounds.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <simulation/Random.h>
-#include <simulation/Terrain.h>
-#include <simulation/TerrainBounds.h>
 
 namespace {
 

@@ -1,18 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RenderSupport.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
+#include <simulation/RasterTexture.h>
+#include <simulation/ShadedTexture.h>
+#include <simulation/Terrain.h>
+#include <simulation/ValueNoise.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <memory>
-#include <simulation/RasterTexture.h>
-#include <simulation/ShadedTexture.h>
-#include <simulation/Terrain.h>
-#include <simulation/ValueNoise.h>
 
 namespace {
 

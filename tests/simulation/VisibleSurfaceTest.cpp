@@ -1,20 +1,23 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "RenderSupport.h"
 #include "support/TempFolder.h"
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <memory>
-#include <optional>
 #include <simulation/LineOfSight.h>
 #include <simulation/LocalMap.h>
 #include <simulation/Random.h>
 #include <simulation/Terrain.h>
 #include <simulation/TerrainBounds.h>
 #include <simulation/VisibleSurface.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <optional>
 
 namespace {
 

@@ -1,16 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
 #include <sensor/kessensor.h>
+#include <simulation/CameraHead.h>
+#include <simulation/LineRadiometry.h>
+#include <simulation/XmlCalibration.h>
 
 #include <QDateTime>
 
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <simulation/CameraHead.h>
-#include <simulation/LineRadiometry.h>
-#include <simulation/XmlCalibration.h>
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include "BlockSupport.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
@@ -5,11 +8,11 @@
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 #include <sensor/kessensor.h>
+#include <simulation/CameraHead.h>
+#include <simulation/Flight.h>
 
 #include <cmath>
 #include <memory>
-#include <simulation/CameraHead.h>
-#include <simulation/Flight.h>
 #include <string>
 
 namespace {

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
 # Runs COMMAND, which must fail and print the contents of the file EXPECTED.
 execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output RESULT_VARIABLE result)
 file(READ "${EXPECTED}" expected)

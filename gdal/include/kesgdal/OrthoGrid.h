@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
-
-#include <cstdint>
 #include <kesgdal/OrthoTransformer.h>
 #include <kesgdal/kesgdal_export.h>
+
+#include <cstdint>
 #include <optional>
 
 namespace dsm {

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
-#include <array>
 #include <kesgdal/kesgdal_export.h>
+
+#include <array>
 
 namespace dsm {
 class ProjectedElevationSource;

@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
-
-#include <cstddef>
 #include <kes/Projection.h>
 #include <kes/Status.h>
 #include <kes/keshost_export.h>
+
+#include <cstddef>
 #include <memory>
 #include <span>
 #include <string>

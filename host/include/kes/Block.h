@@ -1,8 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <kes/CoordinateSystem.h>
 #include <kes/Strip.h>
 #include <kes/keshost_export.h>
+
 #include <memory>
 #include <string>
 #include <string_view>

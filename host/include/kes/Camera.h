@@ -1,6 +1,10 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <kes/keshost_export.h>
+
 #include <optional>
 #include <string>
 #include <string_view>

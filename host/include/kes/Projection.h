@@ -1,9 +1,12 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYPoint.h>
-
 #include <kes/CoordinateSystem.h>
 #include <kes/Surface.h>
+
 #include <optional>
 #include <span>
 #include <variant>

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
-#include <cstdint>
 #include <kes/keshost_export.h>
+
+#include <cstdint>
 #include <string_view>
 
 namespace kes {

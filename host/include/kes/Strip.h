@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <kes/Band.h>
@@ -5,6 +8,7 @@
 #include <kes/CoordinateSystem.h>
 #include <kes/Trajectory.h>
 #include <kes/keshost_export.h>
+
 #include <memory>
 #include <string>
 #include <string_view>

@@ -1,10 +1,13 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 #include <geo/XYZPoint.h>
-
-#include <cstddef>
 #include <kes/CoordinateSystem.h>
 #include <kes/keshost_export.h>
+
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>

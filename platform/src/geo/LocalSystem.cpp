@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 // Source: the frame and its rotation are those of IOGP Publication 373-7-2 (Geomatics Guidance Note 7 part 2), section
 // 4.1.2, "Geocentric/topocentric conversions". Index 0 stands for the anchor, φ for the latitude, Δ for a difference to
 // the anchor, and W = sqrt(1 - e² sin² φ), N = a / W, R = N + h, as in textbooks.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 // Source: [Fukushima] T. Fukushima, Transformation from Cartesian to geodetic coordinates accelerated by Halley's
 // method, Journal of Geodesy 79 (2006), pages 689-693.
 

@@ -1,12 +1,15 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
 #include <dsm/ConstantElevationSource.h>
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kesgdal/OrthoTransformer.h>
 #include <sensor/kessensor.h>
 
 #include <cmath>
 #include <exception>
 #include <iostream>
-#include <kesgdal/OrthoTransformer.h>
 #include <string>
 
 // gdal_consumer FLIGHT: takes a pixel of a strip to a level surface and back, with the transformer that GDAL's warper uses.

@@ -1,7 +1,11 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include <kes/kes.h>
+
 #include <cmath>
 #include <exception>
 #include <iostream>
-#include <kes/kes.h>
 #include <string>
 
 // host_consumer FLIGHT: goes from the image of a strip to the ground and back.

@@ -1,4 +1,5 @@
 #include <kes/Strip.h>
 #include <kesgdal/Orthophoto.h>
 #include <simulation/Flight.h>
+
 #include <vector>
