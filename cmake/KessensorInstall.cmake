@@ -7,12 +7,18 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/kessensor")
 
 # Libraries and tool find each other by relative paths, so that the installed tree can be moved.
-set_target_properties(kesplatform kessensor keshost kesgdal PROPERTIES INSTALL_RPATH "$ORIGIN")
-set_target_properties(kesfiles PROPERTIES EXPORT_NAME files)
-set_target_properties(kesplatform PROPERTIES EXPORT_NAME platform)
-set_target_properties(keshost PROPERTIES EXPORT_NAME host)
-set_target_properties(kesgdal PROPERTIES EXPORT_NAME gdal)
-install(TARGETS kesfiles kesplatform kessensor keshost kesgdal EXPORT kessensorTargets
+set(libraries kesfiles kesplatform kessensor keshost kesgdal)
+foreach(library IN LISTS libraries)
+  if(NOT TARGET ${library})
+    list(REMOVE_ITEM libraries ${library})
+  endif()
+endforeach()
+set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
+foreach(library IN LISTS libraries)
+  string(REGEX REPLACE "^kes(files|platform|host|gdal)$" "\\1" name ${library})
+  set_target_properties(${library} PROPERTIES EXPORT_NAME ${name})
+endforeach()
+install(TARGETS ${libraries} EXPORT kessensorTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
@@ -22,25 +28,22 @@ if(TARGET kes)
   install(TARGETS kes RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# kes_install_headers(FROM FOLDER...): installs the headers in each of these folders below FROM.
-function(kes_install_headers from)
+# kes_install_headers(TARGET FROM FOLDER...): installs the headers in each of these folders below FROM, if the target is
+# built; those that are generated, too.
+function(kes_install_headers target from)
+  if(NOT TARGET ${target})
+    return()
+  endif()
   foreach(folder IN LISTS ARGN)
-    file(GLOB headers CONFIGURE_DEPENDS "${from}/${folder}/*.h")
-    install(FILES ${headers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${folder}")
+    file(GLOB headers CONFIGURE_DEPENDS
+      "${PROJECT_SOURCE_DIR}/${from}/${folder}/*.h" "${PROJECT_BINARY_DIR}/${from}/${folder}/*.h")
+    install(FILES ${headers} DESTINATION "${KESSENSOR_INSTALL_INCLUDEDIR}/${folder}")
   endforeach()
 endfunction()
-kes_install_headers("${PROJECT_SOURCE_DIR}/include" sensor xmlFileData)
-kes_install_headers("${PROJECT_SOURCE_DIR}/platform/include" . geo dsm raster util)
-kes_install_headers("${PROJECT_SOURCE_DIR}/host/include" kes)
-install(FILES "${PROJECT_BINARY_DIR}/host/include/kes/keshost_export.h"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kes")
-kes_install_headers("${PROJECT_SOURCE_DIR}/gdal/include" kesgdal)
-install(FILES "${PROJECT_BINARY_DIR}/gdal/include/kesgdal/kesgdal_export.h"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kesgdal")
-install(FILES "${PROJECT_BINARY_DIR}/include/sensor/kessensor_export.h"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/sensor")
-install(FILES "${PROJECT_BINARY_DIR}/platform/include/util/kesplatform_export.h"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/util")
+kes_install_headers(kessensor include sensor xmlFileData)
+kes_install_headers(kesplatform platform/include . geo dsm raster util)
+kes_install_headers(keshost host/include kes)
+kes_install_headers(kesgdal gdal/include kesgdal)
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
 install(EXPORT kessensorTargets NAMESPACE kessensor:: DESTINATION "${package_folder}")

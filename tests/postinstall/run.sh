@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: MIT
 #
 # run.sh BUILD_DIR: installs a finished build into a temporary folder, builds hosts against it, and runs them. The
-# hosts' build also compiles every installed header alone. Compares the exported names of the library, and the exported
-# classes of the front door, with the reviewed lists beside this script.
+# hosts' build also compiles every installed header alone. Compares the names that each library exports with the
+# reviewed lists beside this script.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -23,7 +23,7 @@ cached() {
 exported() {
   nm -DC --defined-only "$1" | cut -d' ' -f3- |
     sed -E -e 's/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for //' \
-      -e 's/^(non-virtual|virtual) thunk to //' -e 's/^[a-z][a-z ]* ((sensor|xmlFileData|kes)::)/\1/' |
+      -e 's/^(non-virtual|virtual) thunk to //' -e 's/^[a-z][a-z ]* ((sensor|xmlFileData|kes|kesgdal|geo|dsm|raster|util|files)::)/\1/' |
     grep -vE '^([a-z][a-z_ ]*[*&]* )?(std|__gnu_cxx|boost|Qt[A-Za-z]*|Q[A-Z][A-Za-z]*)(::|<|\()|^(decltype|operator)' |
     grep -vE '^(_init|_fini|_edata|_end|__bss_start|\.gomp_critical_user_.*|__(a|t|ub)san.*|__odr_asan.*|__covrec.*)$' |
     sed -E 's/^([A-Za-z_]+::[A-Za-z_0-9]+).*/\1/' | LC_ALL=C sort -u
@@ -34,14 +34,21 @@ cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 library=$(find "$prefix" -name libkessensor.so)
 
 echo "== exported names"
-exported "$library" >"$work/exported.txt"
-exported "${library/libkessensor/libkeshost}" >"$work/exported-host.txt"
-for list in exported-classes.txt:exported.txt exported-host-classes.txt:exported-host.txt; do
-  diff -u --label reviewed --label exported "$here/${list%:*}" "$work/${list#*:}" || {
-    echo "The library exports other names than the reviewed ones in ${list%:*}."
+for list in "$here"/exported/*.txt; do
+  name=$(basename "$list" .txt)
+  exported "${library/libkessensor/lib$name}" | diff -u --label reviewed --label exported "$list" - || {
+    echo "The library $name exports other names than the reviewed ones in exported/$name.txt."
     exit 1
   }
 done
+[ "$(find "$prefix" -name 'libkes*.so' | wc -l)" -eq "$(find "$here/exported" -name '*.txt' | wc -l)" ] || {
+  echo "A library has no reviewed list of exported names."
+  exit 1
+}
+if [ "$(ls "$prefix/include")" != kessensor ]; then
+  echo "Headers lie outside include/kessensor: $(ls "$prefix/include")"
+  exit 1
+fi
 
 echo "== build a host"
 cmake -S "$here/consumer" -B "$work/consumer" -G "$(cached CMAKE_GENERATOR)" \
