@@ -9,6 +9,7 @@
 #include <sensor/CameraFactory.h>
 #include <sensor/KESStripModelData.h>
 
+#include <algorithm>
 #include <map>
 #include <stdexcept>
 
@@ -38,16 +39,37 @@ struct Block::Impl {
   }
 
   // The options get the calibration folders that the block file names, which a strip with settings would make the
-  // process forget. The process has the last one first.
+  // process forget.
   static std::unique_ptr<OwnBlock const> opened(std::string const& file, StripOptions& options) {
     std::lock_guard const lock(detail::processMutex());
     detail::applyToProcess(options);
-    std::vector<std::string> const& folders = sensor::CameraFactory::instance()->searchPaths();
-    std::size_t const before = folders.size();
-    auto block = std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
-    options.calibrations.insert(options.calibrations.end(), folders.rbegin() + static_cast<std::ptrdiff_t>(before),
-                                folders.rend());
-    return block;
+    std::vector<std::string> const before = detail::calibrationFolders();
+    try {
+      auto block = std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
+      std::vector<std::string> const named = takeNamedFolders(before);
+      options.calibrations.insert(options.calibrations.end(), named.begin(), named.end());
+      return block;
+    } catch (...) {
+      takeNamedFolders(before);
+      throw;
+    }
+  }
+
+  // The calibration folders that the library added for a block file: each time all of them, also those that were there.
+  // These are taken out again.
+  static std::vector<std::string> takeNamedFolders(std::vector<std::string> const& before) {
+    std::vector<std::string> const after = detail::calibrationFolders();
+    std::vector<std::string> const named(after.begin() + static_cast<std::ptrdiff_t>(before.size()), after.end());
+    std::vector<std::string> wanted = before;
+    for (std::string const& folder : named) {
+      if (std::find(wanted.begin(), wanted.end(), folder) == wanted.end()) {
+        wanted.push_back(folder);
+      }
+    }
+    if (wanted != after) {
+      detail::setCalibrationFolders(wanted);
+    }
+    return named;
   }
 
   std::string fileName;

@@ -5,6 +5,7 @@
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/Projection.h>
 #include <kes/Status.h>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include <limits>
 #include <span>
 #include <stdexcept>
+#include <variant>
 
 namespace kes::detail {
 
@@ -41,6 +43,19 @@ void requireSizeOrNone(Span const& span, std::size_t size) {
   if (!span.empty()) {
     requireSize(span, size);
   }
+}
+
+/// All spans of a call but the optional ones have the size of its input.
+template <class In, class Out, class Options>
+void requireSizes(std::span<In const> in, Options const& options, std::span<Out> out, std::span<Status> status) {
+  requireSize(out, in.size());
+  requireSize(status, in.size());
+  if (auto const* const perPoint = std::get_if<HeightPerPoint>(&options.heights)) {
+    requireSize(perPoint->heights, in.size());
+  }
+  requireSizeOrNone(options.outputs.time, in.size());
+  requireSizeOrNone(options.outputs.passes, in.size());
+  requireSizeOrNone(options.outputs.closure, in.size());
 }
 
 inline std::size_t countResults(std::span<Status const> status) {

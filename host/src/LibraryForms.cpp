@@ -11,6 +11,16 @@
 
 namespace kes::detail {
 
+geo::XYZPoint libraryToLocal(LibraryRay const& ray, float height) {
+  geo::XYZPoint local;
+  if (ray.tdiStages) {
+    ray.strip.imageToLsr(ray.image, height, ray.band, *ray.tdiStages, local);
+  } else {
+    ray.strip.imageToLsr(ray.image, height, ray.band, local);
+  }
+  return local;
+}
+
 namespace {
 
 constexpr int PASSES_AT_HEIGHT = 10;
@@ -19,28 +29,26 @@ constexpr float TOLERANCE_AT_HEIGHT = 0.1F;  // ground sampling distances
 constexpr float TOLERANCE_ON_SURFACE = 0.01F;
 constexpr std::size_t LANES = 4;
 
-float toleranceOf(sensor::KESStripModel const& strip, int band, float factor, geo::coordSys const& system) {
-  return strip.gsd(band) * factor / static_cast<float>(system.verticalUnits().getScale());
+float toleranceOf(LibraryRay const& ray, float factor, geo::coordSys const& system) {
+  return ray.strip.gsd(ray.band) * factor / static_cast<float>(system.verticalUnits().getScale());
 }
 
 // The library's iteration: pass by pass, the cut is made at the local height that the wanted height has at the place of the
 // cut before. `wantedHeight` returns false where there is none.
 template <class WantedHeight>
-std::optional<geo::XYZPoint> cut(sensor::KESStripModel const& strip, int band, geo::coordSys const& system,
-                                 geo::XYPoint const& image, float height, float tolerance, int passes,
-                                 WantedHeight wantedHeight) {
+std::optional<geo::XYZPoint> cut(LibraryRay const& ray, geo::coordSys const& system, float height, float tolerance,
+                                 int passes, WantedHeight wantedHeight) {
   float localHeight = height;
   geo::XYZPoint ground;
   bool isClose = false;
   for (int n = 0; n < passes && !isClose; ++n) {
-    geo::XYZPoint local;
-    strip.imageToLsr(image, localHeight, band, local);
-    geo::coordSys::transform(strip.lsrSystem(), &system, local, ground);
+    geo::XYZPoint local = libraryToLocal(ray, localHeight);
+    geo::coordSys::transform(ray.strip.lsrSystem(), &system, local, ground);
     if (!wantedHeight(ground, height)) {
       return std::nullopt;
     }
     auto const wanted = static_cast<double>(height);
-    geo::coordSys::transform(&system, strip.lsrSystem(), {ground.x, ground.y, wanted}, local);
+    geo::coordSys::transform(&system, ray.strip.lsrSystem(), {ground.x, ground.y, wanted}, local);
     localHeight = static_cast<float>(local.z);
     isClose = !(std::fabs(ground.z - wanted) > static_cast<double>(tolerance));
   }
@@ -49,29 +57,16 @@ std::optional<geo::XYZPoint> cut(sensor::KESStripModel const& strip, int band, g
 
 }  // namespace
 
-geo::XYZPoint libraryToLocal(sensor::KESStripModel const& strip, int band, geo::XYPoint const& image, float height,
-                             std::optional<float> tdiStages) {
-  geo::XYZPoint local;
-  if (tdiStages) {
-    strip.imageToLsr(image, height, band, *tdiStages, local);
-  } else {
-    strip.imageToLsr(image, height, band, local);
-  }
-  return local;
-}
-
-geo::XYZPoint libraryToMap(sensor::KESStripModel const& strip, int band, CoordinateSystem const& map,
-                           geo::XYPoint const& image, float height) {
-  float const tolerance = toleranceOf(strip, band, TOLERANCE_AT_HEIGHT, map.platform());
-  return *cut(strip, band, map.platform(), image, height, tolerance, PASSES_AT_HEIGHT,
+geo::XYZPoint libraryToMap(LibraryRay const& ray, CoordinateSystem const& map, float height) {
+  float const tolerance = toleranceOf(ray, TOLERANCE_AT_HEIGHT, map.platform());
+  return *cut(ray, map.platform(), height, tolerance, PASSES_AT_HEIGHT,
               [](geo::XYZPoint const&, float&) { return true; });
 }
 
-std::optional<geo::XYZPoint> libraryToSurface(sensor::KESStripModel const& strip, int band, Surface const& surface,
-                                              geo::XYPoint const& image) {
+std::optional<geo::XYZPoint> libraryToSurface(LibraryRay const& ray, Surface const& surface) {
   geo::coordSys const& system = surface.coordinateSystem().platform();
-  float const tolerance = toleranceOf(strip, band, TOLERANCE_ON_SURFACE, system);
-  return cut(strip, band, system, image, static_cast<float>(strip.meanTerrainHeight()), tolerance, PASSES_ON_SURFACE,
+  float const tolerance = toleranceOf(ray, TOLERANCE_ON_SURFACE, system);
+  return cut(ray, system, static_cast<float>(ray.strip.meanTerrainHeight()), tolerance, PASSES_ON_SURFACE,
              [&](geo::XYZPoint const& ground, float& height) { return surface.platform().height(ground, height); });
 }
 

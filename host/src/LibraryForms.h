@@ -17,18 +17,23 @@
 // The library's own forms of projection, to the bit, for any coordinate system and without a change of the strip.
 namespace kes::detail {
 
-/// `sensor::KESStripModel::imageToLsr`, with a given number of TDI stages if there is one.
-geo::XYZPoint libraryToLocal(sensor::KESStripModel const& strip, int band, geo::XYPoint const& image, float height,
-                             std::optional<float> tdiStages);
+/// The line of sight of an image position.
+struct LibraryRay {
+  sensor::KESStripModel const& strip;
+  int band;
+  geo::XYPoint image;
+  std::optional<float> tdiStages;  ///< In place of the image's own.
+};
 
-/// What `sensor::KESStripModel::imageToMap` gives at a height of a system that is the strip's mapping system.
-geo::XYZPoint libraryToMap(sensor::KESStripModel const& strip, int band, CoordinateSystem const& map,
-                           geo::XYPoint const& image, float height);
+/// `sensor::KESStripModel::imageToLsr`.
+geo::XYZPoint libraryToLocal(LibraryRay const& ray, float height);
 
-/// The position in the surface's own system of what the form on a surface gives from the mean terrain height on, to 0.01 ground
-/// sampling distances of height; nothing where the surface has no height.
-std::optional<geo::XYZPoint> libraryToSurface(sensor::KESStripModel const& strip, int band, Surface const& surface,
-                                              geo::XYPoint const& image);
+/// What `sensor::KESStripModel::imageToMap` returns at a height of a system that is the strip's mapping system.
+geo::XYZPoint libraryToMap(LibraryRay const& ray, CoordinateSystem const& map, float height);
+
+/// The position in the surface's own system of what the form on a surface returns from the mean terrain height on, to 0.01
+/// ground sampling distances of height; nothing where the surface has no height.
+std::optional<geo::XYZPoint> libraryToSurface(LibraryRay const& ray, Surface const& surface);
 
 /// `sensor::KESStripModel::lsrToImage` in one of its forms. The positions are finite; `ground` is filled up for the lanes and
 /// cut again.

@@ -90,7 +90,8 @@ double LineTable::epochOf(sensor::KESImage const& image) {
   return times.empty() ? std::numeric_limits<double>::quiet_NaN() : times.front();
 }
 
-LineTable::LineTable(sensor::KESImage const& image, OrientationTable const& orientation) {
+LineTable::LineTable(sensor::KESImage const& image, OrientationTable const& orientation,
+                     std::optional<float> tdiStages) {
   Source const source(image);
   if (source.lines() == 0 || orientation.isEmpty()) {
     return;
@@ -101,7 +102,9 @@ LineTable::LineTable(sensor::KESImage const& image, OrientationTable const& orie
   for (std::size_t i = 0; i + 1 < mPlainTimes.size(); ++i) {
     mIntervals.push_back({mPlainTimes[i], mPlainTimes[i + 1] - mPlainTimes[i]});
   }
-  if (source.mayHaveTdi()) {
+  if (tdiStages) {
+    mCorrections.assign(mIntervals.size(), {correctionOf(static_cast<double>(*tdiStages)), 0.0});
+  } else if (source.mayHaveTdi()) {
     addCorrections(source);
   }
   std::size_t record = 0;

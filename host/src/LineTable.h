@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace sensor {
@@ -36,9 +37,12 @@ public:
     double step;
   };
 
-  /// Times count from that of line 0.
-  LineTable(sensor::KESImage const& image, OrientationTable const& orientation);
+  /// Times count from that of line 0. With a number of TDI stages in place of the image's own, the table has the lines of the
+  /// plain times, and one correction for all: line L of the image is line L - correction of the table.
+  LineTable(sensor::KESImage const& image, OrientationTable const& orientation, std::optional<float> tdiStages = {});
 
+  /// Lines: how much earlier than its own time a line with a given number of TDI stages counts as exposed.
+  static double correctionOf(double tdiStages) { return tdiStages - 1.0; }
   /// Seconds: the time of line 0 of an image, from which all times of its tables count.
   static double epochOf(sensor::KESImage const& image);
 

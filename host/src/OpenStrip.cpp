@@ -26,6 +26,21 @@ void applyToProcess(StripOptions const& options) {
   }
 }
 
+std::vector<std::string> calibrationFolders() {
+  std::vector<std::string> const& folders = sensor::CameraFactory::instance()->searchPaths();
+  return {folders.rbegin(), folders.rend()};
+}
+
+void setCalibrationFolders(std::vector<std::string> const& folders) {
+  sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
+  factory.clearSearchPaths();
+  std::vector<std::string> const ofSettings = factory.searchPaths();
+  bool const isFirst = !ofSettings.empty() && !folders.empty() && folders.front() == ofSettings.front();
+  for (std::size_t i = isFirst ? 1 : 0; i < folders.size(); ++i) {
+    factory.addSearchPath(folders[i]);
+  }
+}
+
 std::mutex& processMutex() {
   static std::mutex mutex;
   return mutex;

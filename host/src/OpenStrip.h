@@ -12,15 +12,16 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace kes::detail {
 
-/// What precise projections of a band need, prepared at the first use.
+/// What precise projections of a band need, prepared at the first use; or for a given number of TDI stages (see `ViewChain`).
 struct BandData {
-  BandData(sensor::KESStripModel const& strip, int band)
-      : samples(strip.imageWidth(band)), lines(strip.imageHeight(band)), chain(strip, band), search(chain) {}
+  BandData(sensor::KESStripModel const& strip, int band, std::optional<float> tdiStages = {})
+      : samples(strip.imageWidth(band)), lines(strip.imageHeight(band)), chain(strip, band, tdiStages), search(chain) {}
   BandData(BandData const&) = delete;
   BandData& operator=(BandData const&) = delete;
 
@@ -60,6 +61,9 @@ private:
 std::mutex& processMutex();
 /// Settings and calibration folders of the options, for the process; the mutex is held.
 void applyToProcess(StripOptions const& options);
+/// The calibration folders of the process in the order in which they were added, that of the settings first.
+std::vector<std::string> calibrationFolders();
+void setCalibrationFolders(std::vector<std::string> const& folders);
 
 /// "A, B, C", or "none".
 std::string listed(std::vector<std::string> const& names);

@@ -16,13 +16,13 @@ constexpr double LIBRARY_TOLERANCE = 0.1;  // lines
 
 }  // namespace
 
-Projector::Camera const& Projector::camera(double line, std::optional<float> tdiStages) {
+Projector::Camera const& Projector::camera(double line) {
   if (line == mLine) {
     return mCamera;
   }
   mLine = line;
-  if (tdiStages) {
-    mCamera.pose = chain().poseWithStages(line, static_cast<double>(*tdiStages), mCamera.time);
+  if (mTdiStages) {
+    mCamera.pose = chain().poseWithStages(line, static_cast<double>(*mTdiStages), mCamera.time);
   } else {
     Piece const piece = chain().pieceAt(line);
     mCamera = {chain().pose(piece, line), chain().time(piece, line)};
@@ -41,18 +41,26 @@ bool Projector::isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground)
   return sight.depth > 0.0 && lines <= LIBRARY_TOLERANCE;
 }
 
-// The ray of an image position at the height of a ground position, and the ground position in the image.
-Closure Projector::closure(geo::XYPoint const& image, geo::XYZPoint const& ground, std::optional<float> tdiStages) {
+geo::XYPoint Projector::projectBack(geo::XYZPoint const& ground) {
+  if (mStaged == nullptr) {
+    Found const found = find(ground);
+    return {found.sample, found.line};
+  }
+  Found const found = mStaged->search.find(ground, mMemory);
+  return {found.sample, found.line + LineTable::correctionOf(static_cast<double>(*mTdiStages))};
+}
+
+Closure Projector::closure(geo::XYPoint const& image, geo::XYZPoint const& ground) {
   Closure closure{NAN_VALUE, NAN_VALUE};
   if (!hasLine(image.y)) {
     return closure;
   }
-  Pose const pose = camera(image.y, tdiStages).pose;
+  Pose const pose = camera(image.y).pose;
   geo::XYZPoint const ray = chain().ray(pose, image.x);
   double const s = (ground.z - pose.centre.z) / ray.z;
   closure.metres = std::hypot(pose.centre.x + s * ray.x - ground.x, pose.centre.y + s * ray.y - ground.y);
-  Found const found = find(ground);
-  closure.pixels = std::hypot(found.sample - image.x, found.line - image.y);
+  geo::XYPoint const back = projectBack(ground);
+  closure.pixels = std::hypot(back.x - image.x, back.y - image.y);
   return closure;
 }
 

@@ -30,6 +30,10 @@ inline Status statusOf(BandData const& band, geo::XYPoint const& image, double t
 class Projector {
 public:
   Projector(OpenStrip const& strip, int band) : mStrip(strip), mBand(band), mData(strip.band(band)) {}
+  /// With a number of TDI stages in place of the image's own, for which `staged` was made; it may be null where no closure is
+  /// asked for.
+  Projector(OpenStrip const& strip, int band, std::optional<float> tdiStages, BandData const* staged)
+      : mStrip(strip), mBand(band), mData(strip.band(band)), mTdiStages(tdiStages), mStaged(staged) {}
 
   sensor::KESStripModel const& model() const { return mStrip.model(); }
   CoordinateSystem const& local() const { return mStrip.localSystem(); }
@@ -44,7 +48,7 @@ public:
   bool hasLine(double line) const {
     return !chain().isEmpty() && line >= chain().lines().firstLine() && line <= chain().lines().lastLine();
   }
-  Camera const& camera(double line, std::optional<float> tdiStages = {});
+  Camera const& camera(double line);
   Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
 
   /// Of a point that has a result.
@@ -53,12 +57,17 @@ public:
   /// tolerance, twice, allows.
   bool isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground);
 
-  Closure closure(geo::XYPoint const& image, geo::XYZPoint const& ground, std::optional<float> tdiStages = {});
+  /// The ray of an image position at the height of a ground position, and the ground position in the image.
+  Closure closure(geo::XYPoint const& image, geo::XYZPoint const& ground);
 
 private:
+  geo::XYPoint projectBack(geo::XYZPoint const& ground);
+
   OpenStrip const& mStrip;
   int mBand;
   BandData const& mData;
+  std::optional<float> mTdiStages;
+  BandData const* mStaged = nullptr;
   LineSearch::Memory mMemory;
   Camera mCamera;
   double mLine = std::numeric_limits<double>::quiet_NaN();

@@ -26,6 +26,7 @@ struct GroundCall {
   ToGroundOptions const& options;
   std::span<geo::XYZPoint> ground;
   std::span<Status> status;
+  detail::BandData const* staged;  // for the closure with a number of TDI stages of the call
 
   Surface const* surface() const { return std::get_if<Surface>(&options.heights); }
   double height(std::size_t i) const {
@@ -41,7 +42,7 @@ struct GroundCall {
 class GroundPart {
 public:
   GroundPart(detail::OpenStrip const& strip, int band, GroundCall const& call)
-      : mProjector(strip, band), mCall(call),
+      : mProjector(strip, band, call.options.tdiStages, call.staged), mCall(call),
         mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()) {
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
@@ -76,7 +77,7 @@ private:
     if (!mProjector.hasLine(image.y)) {
       return Status::noSolution;
     }
-    detail::Projector::Camera const& camera = mProjector.camera(image.y, mCall.options.tdiStages);
+    detail::Projector::Camera const& camera = mProjector.camera(image.y);
     mTime = camera.time;
     mPasses = DIRECT;
     geo::XYZPoint const& eye = camera.pose.centre;
@@ -132,10 +133,11 @@ private:
     if (!mProjector.hasLine(image.y)) {
       return Status::noSolution;
     }
-    mTime = mProjector.camera(image.y, mCall.options.tdiStages).time;
+    detail::LibraryRay const ray{mProjector.model(), mProjector.band(), image, mCall.options.tdiStages};
+    mTime = mProjector.camera(image.y).time;
     Status status = Status::ok;
     if (Surface const* const surface = mCall.surface()) {
-      auto const found = detail::libraryToSurface(mProjector.model(), mProjector.band(), *surface, image);
+      auto const found = detail::libraryToSurface(ray, *surface);
       if (!found) {
         return Status::noSurface;
       }
@@ -143,16 +145,15 @@ private:
           isFinite(*found) ? convert(surface->coordinateSystem(), mSystem, *found, mGround) : Status::notTransformable;
       geo::coordSys::transform(&mSystem.platform(), &mProjector.local().platform(), mGround, mLocal);
     } else if (mIsLocal) {
-      mLocal = mGround =
-          detail::libraryToLocal(mProjector.model(), mProjector.band(), image, height, mCall.options.tdiStages);
+      mLocal = mGround = detail::libraryToLocal(ray, height);
     } else {
-      mGround = detail::libraryToMap(mProjector.model(), mProjector.band(), mSystem, image, height);
+      mGround = detail::libraryToMap(ray, mSystem, height);
       status = convert(mSystem, mProjector.local(), mGround, mLocal);
     }
     if (status != Status::ok) {
       return status;
     }
-    return goesDown(mProjector.camera(image.y, mCall.options.tdiStages)) ? Status::ok : Status::noSolution;
+    return goesDown(mProjector.camera(image.y)) ? Status::ok : Status::noSolution;
   }
 
   // The library goes on along a line of sight in either direction, and mirrors what lies behind the camera; a line that
@@ -170,8 +171,7 @@ private:
       outputs.passes[i] = mPasses;
     }
     if (!outputs.closure.empty()) {
-      outputs.closure[i] = hasResult ? mProjector.closure(mCall.image[i], mLocal, mCall.options.tdiStages)
-                                     : Closure{NAN_VALUE, NAN_VALUE};
+      outputs.closure[i] = hasResult ? mProjector.closure(mCall.image[i], mLocal) : Closure{NAN_VALUE, NAN_VALUE};
     }
   }
 
@@ -186,24 +186,16 @@ private:
   int mPasses = 0;
 };
 
-void requireSizes(GroundCall const& call) {
-  std::size_t const size = call.image.size();
-  detail::requireSize(call.ground, size);
-  detail::requireSize(call.status, size);
-  if (auto const* const perPoint = std::get_if<HeightPerPoint>(&call.options.heights)) {
-    detail::requireSize(perPoint->heights, size);
-  }
-  detail::requireSizeOrNone(call.options.outputs.time, size);
-  detail::requireSizeOrNone(call.options.outputs.passes, size);
-  detail::requireSizeOrNone(call.options.outputs.closure, size);
-}
-
 }  // namespace
 
 std::size_t Band::toGround(std::span<geo::XYPoint const> image, ToGroundOptions const& options,
                            std::span<geo::XYZPoint> ground, std::span<Status> status) const {
-  GroundCall const call{image, options, ground, status};
-  requireSizes(call);
+  detail::requireSizes(image, options, ground, status);
+  std::optional<detail::BandData> staged;
+  if (options.tdiStages && !options.outputs.closure.empty()) {
+    staged.emplace(mStrip->model(), mIndex, options.tdiStages);
+  }
+  GroundCall const call{image, options, ground, status, staged ? &*staged : nullptr};
   detail::forEachPart(image.size(), options.threads, [&](std::size_t begin, std::size_t end) {
     GroundPart part(*mStrip, mIndex, call);
     for (std::size_t i = begin; i < end; ++i) {

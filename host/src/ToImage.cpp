@@ -211,24 +211,12 @@ private:
   std::vector<geo::XYZPoint> mLocal;
 };
 
-void requireSizes(ImageCall const& call) {
-  std::size_t const size = call.ground.size();
-  detail::requireSize(call.image, size);
-  detail::requireSize(call.status, size);
-  if (auto const* const perPoint = std::get_if<HeightPerPoint>(&call.options.heights)) {
-    detail::requireSize(perPoint->heights, size);
-  }
-  detail::requireSizeOrNone(call.options.outputs.time, size);
-  detail::requireSizeOrNone(call.options.outputs.passes, size);
-  detail::requireSizeOrNone(call.options.outputs.closure, size);
-}
-
 }  // namespace
 
 std::size_t Band::toImage(std::span<geo::XYZPoint const> ground, ToImageOptions const& options,
                           std::span<geo::XYPoint> image, std::span<Status> status) const {
+  detail::requireSizes(ground, options, image, status);
   ImageCall const call{ground, options, image, status};
-  requireSizes(call);
   // The positions of a run depend on those before.
   if (options.solver == Solver::libraryRun || options.solver == Solver::libraryLanes) {
     ImagePart(*mStrip, mIndex, call).project(0, ground.size());

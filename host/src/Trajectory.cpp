@@ -7,6 +7,7 @@
 #include <sensor/EOPData.h>
 #include <sensor/TimeQuantity.h>
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
@@ -52,7 +53,7 @@ double Trajectory::startTime() const {
 }
 
 double Trajectory::endTime() const {
-  return (*this)[size() - 1].time;
+  return (*this)[std::max(size(), std::size_t{1}) - 1].time;
 }
 
 double Trajectory::frequency() const {
@@ -84,7 +85,10 @@ std::optional<TrajectoryPoint> Trajectory::at(double time) const {
   return pointOf(record, record.status == EXTRAPOLATED);
 }
 
-TrajectoryAccuracy Trajectory::accuracyAt(double time) const {
+std::optional<TrajectoryAccuracy> Trajectory::accuracyAt(double time) const {
+  if (!std::isfinite(time)) {
+    return std::nullopt;
+  }
   float x = 0.0F;
   float y = 0.0F;
   float z = 0.0F;
@@ -92,8 +96,8 @@ TrajectoryAccuracy Trajectory::accuracyAt(double time) const {
   float phi = 0.0F;
   float kappa = 0.0F;
   mStrip->model().eop()->stdDevAtGPS(sensor::seconds(time), x, y, z, omega, phi, kappa);
-  return {{static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)},
-          {static_cast<double>(omega), static_cast<double>(phi), static_cast<double>(kappa)}};
+  return TrajectoryAccuracy{{static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)},
+                            {static_cast<double>(omega), static_cast<double>(phi), static_cast<double>(kappa)}};
 }
 
 }  // namespace kes

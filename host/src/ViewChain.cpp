@@ -13,9 +13,9 @@
 
 namespace kes::detail {
 
-ViewChain::ViewChain(sensor::KESStripModel const& strip, int band)
+ViewChain::ViewChain(sensor::KESStripModel const& strip, int band, std::optional<float> tdiStages)
     : mEpoch(LineTable::epochOf(*strip.img(band))), mOrientation(*strip.eop(), mEpoch),
-      mLines(*strip.img(band), mOrientation),
+      mLines(*strip.img(band), mOrientation, tdiStages),
       mSensorLine(*strip.modelData()->calib(band), strip.img(band)->sampleOffsetFromCalib()),
       mFocalLength(static_cast<double>(strip.modelData()->calib(band)->focalLength())),
       mPixelSize(static_cast<double>(strip.modelData()->calib(band)->pixelSize())),
@@ -70,7 +70,7 @@ Piece ViewChain::previous(Piece const& from) const {
 }
 
 Pose ViewChain::poseWithStages(double line, double stages, double& time) const {
-  double const correction = stages - 1.0;
+  double const correction = LineTable::correctionOf(stages);
   time = mLines.plainTime(line - correction);
   std::size_t const hint = mLines.record(mLines.intervalOf(line - correction));
   return pose(mOrientation[mOrientation.find(time, hint)], time, correction);

@@ -10,6 +10,8 @@
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 
+#include <optional>
+
 namespace sensor {
 class KESStripModel;
 }
@@ -44,8 +46,9 @@ struct Pose {
 /// It copies what it needs and never changes: any number of threads may use one.
 class ViewChain {
 public:
-  /// The strip's data are loaded, and the band exists.
-  ViewChain(sensor::KESStripModel const& strip, int band);
+  /// The strip's data are loaded, and the band exists. With a number of TDI stages in place of the image's own, lines are counted
+  /// as in `LineTable`.
+  ViewChain(sensor::KESStripModel const& strip, int band, std::optional<float> tdiStages = {});
 
   /// Whether the strip has line times and orientation enough for any projection.
   bool isEmpty() const { return mLines.isEmpty(); }

@@ -136,6 +136,44 @@ TEST_F(Block, CalibrationFolderOfItsFileServesItsStrips) {
             mFolder / "calibration/KESA0_Block_CalibrationFolderOfItsFileServesItsStrips/v001");
 }
 
+// What was there before keeps its place, whatever the block file repeats, and also when the block can't be opened.
+TEST_F(Block, OpenedAgainItDoesntLengthenTheSearchForCalibrations) {
+  sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
+  factory.addSearchPath("/nowhere/host");
+  factory.addSearchPath("/nowhere/host");
+  std::string const folders = std::string(UTM) + "<Calibration location=\"calibration\"/>"
+                                                 "<Calibration location=\"/nowhere/again\"/>"
+                                                 "<Calibration location=\"/nowhere/again\"/>";
+  std::string const whole = twoStrips(folders);
+  Names const expected{"/nowhere/again", mFolder / "calibration", "/nowhere/host", "/nowhere/host"};
+  for (int i = 0; i < 3; ++i) {
+    kes::Block const block(whole);
+    EXPECT_TRUE(block.strip("East").isLoaded());
+    EXPECT_EQ(factory.searchPaths(), expected) << i;
+  }
+  EXPECT_THROW(kes::Block(file("<Strips><Strip filename=\"none.stp\"/></Strips>" + folders)), std::runtime_error);
+  EXPECT_EQ(factory.searchPaths(), expected);
+}
+
+// The folder of the settings is the last one to be searched, and isn't added twice, either. Where the host has changed the
+// settings meanwhile, no folder is lost.
+TEST_F(Block, OpenedAgainWithASettingsFileItDoesntLengthenTheSearchForCalibrations) {
+  kes::StripOptions given;
+  given.settings = mFolder.file("settings.ini", "[Calibrations]\nlocation=/nowhere/settings\n");
+  std::string const whole = twoStrips(std::string(UTM) + "<Calibration location=\"calibration\"/>");
+  Names const expected{mFolder / "calibration", "/nowhere/settings"};
+  kes::Block const first(whole, given);
+  EXPECT_EQ(sensor::CameraFactory::instance()->searchPaths(), expected);
+  kes::Block const second(whole);
+  EXPECT_EQ(sensor::CameraFactory::instance()->searchPaths(), expected);
+  util::setSkerryIni(mFolder.file("other.ini", "[Calibrations]\nlocation=/nowhere/other\n"));
+  kes::Block const third(whole);
+  EXPECT_EQ(sensor::CameraFactory::instance()->searchPaths(),
+            (Names{mFolder / "calibration", "/nowhere/settings", "/nowhere/other"}));
+  util::setSkerryIni(mFolder / "none.ini");
+  sensor::CameraFactory::instance()->clearSearchPaths();
+}
+
 // A settings file makes each strip forget the folders of earlier ones.
 TEST_F(Block, CalibrationFoldersOfItsFileServeItsStripsWithASettingsFileToo) {
   kes::StripOptions given;

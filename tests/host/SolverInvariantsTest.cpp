@@ -238,6 +238,29 @@ TEST_P(SolverInvariants, LineOfSightThatGoesUpMeetsNoHeightBelow) {
   }
 }
 
+// The same above the anchor's ellipsoid and on a surface of that height: a line of sight meets nothing there.
+TEST_P(SolverInvariants, HeightOrSurfaceAboveTheAircraftHasNoSolutionInAnySystem) {
+  forEachBand([&](kes::Band const& band, unsigned seed) {
+    kes::Strip const& strip = test::randomStrip(seed);
+    auto const wgs84 = kes::CoordinateSystem::wgs84Degrees();
+    double const aircraft = strip.meanFlyingHeight() + strip.trajectory().anchor().height;
+    geo::XYPoint const image(50.0, 150.0);
+    for (double const above : {100.0, 1e5}) {
+      kes::ToGroundOptions options = test::atHeight(aircraft + above, GetParam().solver);
+      options.system = wgs84;
+      ASSERT_EQ(band.toGround(image, options).status, Status::noSolution);
+      options.heights = kes::Surface::constant(wgs84, aircraft + above);
+      auto const met = band.toGround(image, options);
+      ASSERT_EQ(met.status, GetParam().solver == Solver::precise ? Status::noSurface : Status::noSolution);
+      ASSERT_TRUE(std::isnan(met.position.x));
+      auto const below = band.toGround(image, test::atHeight(0.0));
+      kes::ToImageOptions back = test::by(GetParam().solver);
+      back.heights = kes::ConstantHeight{strip.meanFlyingHeight() + above};
+      ASSERT_EQ(band.toImage(below.position, back).status, Status::noSolution);
+    }
+  });
+}
+
 INSTANTIATE_TEST_SUITE_P(Forms, SolverInvariants,
                          testing::Values(Form{Solver::precise, "Precise", 1e-6, true},
                                          Form{Solver::libraryPoint, "LibraryPoint", 0.1, true},

@@ -75,12 +75,11 @@ TEST_F(Trajectory, AccuracyIsLinearBetweenRecordsAndThatOfTheEndsBeyond) {
   kes::Trajectory const trajectory = strip.trajectory();
   EXPECT_TRUE(trajectory.hasStandardDeviations());
   // Record 20 is at 100 s, record 21 at 100.05 s.
-  expectAccuracy(trajectory.accuracyAt(100.0), 20.0, 1e-3);
-  expectAccuracy(trajectory.accuracyAt(100.02), 20.4, 1e-3);
-  expectAccuracy(trajectory.accuracyAt(0.0), 0.0, 0.0);
+  expectAccuracy(*trajectory.accuracyAt(100.0), 20.0, 1e-3);
+  expectAccuracy(*trajectory.accuracyAt(100.02), 20.4, 1e-3);
+  expectAccuracy(*trajectory.accuracyAt(0.0), 0.0, 0.0);
   auto const last = static_cast<double>(trajectory.size() - 1);
-  expectAccuracy(trajectory.accuracyAt(1e6), last, 0.0);
-  expectAccuracy(trajectory.accuracyAt(std::numeric_limits<double>::infinity()), last, 0.0);
+  expectAccuracy(*trajectory.accuracyAt(1e6), last, 0.0);
 }
 
 TEST_F(Trajectory, AccuracyIsTheFilesDefaultWhereThatOfRecordsWasntAskedFor) {
@@ -88,14 +87,19 @@ TEST_F(Trajectory, AccuracyIsTheFilesDefaultWhereThatOfRecordsWasntAskedFor) {
   writeStandardDeviations();
   kes::Strip const strip = open(false);
   EXPECT_FALSE(strip.trajectory().hasStandardDeviations());
-  expectDefaults(strip.trajectory().accuracyAt(100.0));
-  expectDefaults(strip.trajectory().accuracyAt(1e6));
+  expectDefaults(*strip.trajectory().accuracyAt(100.0));
+  expectDefaults(*strip.trajectory().accuracyAt(1e6));
 }
 
-TEST_F(Trajectory, AccuracyAtATimeThatIsntANumberIsTheFilesDefault) {
+TEST_F(Trajectory, ThereIsNeitherAPointNorAnAccuracyAtATimeThatIsntFinite) {
   mSmall.write(mFolder);
   writeStandardDeviations();
-  expectDefaults(open(true).trajectory().accuracyAt(std::numeric_limits<double>::quiet_NaN()));
+  kes::Strip const strip = open(true);
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  for (double const time : {std::numeric_limits<double>::quiet_NaN(), infinity, -infinity}) {
+    EXPECT_FALSE(strip.trajectory().accuracyAt(time)) << time;
+    EXPECT_FALSE(strip.trajectory().at(time)) << time;
+  }
 }
 
 TEST_F(Trajectory, HasTheRecordsOfItsFile) {

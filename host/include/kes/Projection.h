@@ -19,7 +19,7 @@ enum class Solver : unsigned char {
   /// `Band::lineMargin` lines before and after it; of several lines that saw a position, the first in time. Results depend on
   /// nothing but the point: neither on its neighbours, nor on how points are split over calls and threads.
   precise,
-  /// The library's form for single positions: `sensor::KESStripModel::lsrToImage`, to 0.05 lines in single precision.
+  /// The library's form for single positions: `sensor::KESStripModel::lsrToImage`, in double precision, to 0.05 lines.
   libraryPoint,
   /// The library's form for runs, in which the positions before decide the last bits: a call is one run, in one thread.
   libraryRun,
@@ -61,9 +61,9 @@ struct ToGroundOptions {
   std::variant<ConstantHeight, HeightPerPoint, Surface> heights = ConstantHeight{0.0};
   /// All library forms are one here.
   Solver solver = Solver::precise;
-  /// Threads to work in; when one can't be started, the others do its work. The run and lane forms use one.
+  /// Threads to work in; when one can't be started, the others do its work.
   int threads = 1;
-  /// A number of TDI stages in place of the image's own.
+  /// A number of TDI stages in place of the image's own, for all solvers, heights and outputs.
   std::optional<float> tdiStages;
   PointOutputs outputs;
 };
@@ -78,6 +78,7 @@ struct ToImageOptions {
   /// Other heights than the z of the positions: on a surface, the one at their x and y.
   std::variant<OwnHeight, ConstantHeight, HeightPerPoint, Surface> heights = OwnHeight{};
   Solver solver = Solver::precise;
+  /// Likewise; `libraryRun` and `libraryLanes` use one, whatever is asked for.
   int threads = 1;
   PointOutputs outputs;
 };

@@ -20,7 +20,10 @@ enum class Status : std::uint8_t {
   outsideOrientation,
   /// The line of sight meets no surface, or the surface has no height there.
   noSurface,
-  /// No line within the image and its margin saw the position, or the line of sight doesn't go down to the height.
+  /// From the ground, no line within the image and its margin saw the position, such as one above the aircraft or behind the
+  /// camera, or a form of the library ended elsewhere. To the ground, the image position lies beyond that margin, or its line of
+  /// sight rises or doesn't go down to the height; with a form of the library also where the surface it found is above the
+  /// camera. All positions, when the strip lacks line times or orientation.
   noSolution,
   /// A coordinate system can't convert the position.
   notTransformable,

@@ -46,7 +46,7 @@ public:
   /// The file that it was read from.
   [[nodiscard]] std::string const& fileName() const;
   [[nodiscard]] std::size_t size() const;
-  /// GPS seconds of the first and the last record.
+  /// GPS seconds of the first and the last record. Throws std::out_of_range "no orientation record 0 of 0" without any.
   [[nodiscard]] double startTime() const;
   [[nodiscard]] double endTime() const;
   /// Records per second, from the first interval.
@@ -59,9 +59,9 @@ public:
   [[nodiscard]] TrajectoryPoint operator[](std::size_t i) const;
   /// The library's own interpolation at a time. Nothing when the time isn't finite.
   [[nodiscard]] std::optional<TrajectoryPoint> at(double time) const;
-  /// Of a time: linear between records, that of the first or the last record beyond; the file's default ones when
-  /// records have none, and at a time that isn't a number.
-  [[nodiscard]] TrajectoryAccuracy accuracyAt(double time) const;
+  /// The standard deviations at a time: linear between records, before the first and after the last record those of that
+  /// record; the file's default ones when those of records weren't loaded. Nothing when the time isn't finite.
+  [[nodiscard]] std::optional<TrajectoryAccuracy> accuracyAt(double time) const;
 
 private:
   friend class Strip;
