@@ -34,7 +34,7 @@ HEADERS = {
     "sensor/CalibrationRadiometry.h": "src/camera",
     "sensor/Camera.h": "src/camera",
     "sensor/CtglEntry.h": "src/timing",
-    "sensor/EOP.h": "src/orientation",
+    "sensor/EOP.h": "src/timing",
     "sensor/KesBQuickInfo.h": "src/camera",
     "sensor/Serializer.h": "src/common",
     "sensor/TimeQuantity.h": "src/common",

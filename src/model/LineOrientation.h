@@ -4,7 +4,7 @@
 #pragma once
 
 #include "common/Truncate.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <sensor/CameraTime.h>
 #include <sensor/EOPData.h>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "common/Truncate.h"
-#include "orientation/Attitude.h"
 #include "orientation/SupportFileStream.h"
+#include "timing/Attitude.h"
 
 #include <sensor/EOPData.h>
 #include <sensor/KESOrientation.h>

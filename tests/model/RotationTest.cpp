@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "model/QuaternionRotation.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <sensor/Rotation.h>
 

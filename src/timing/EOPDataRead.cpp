@@ -5,7 +5,7 @@
 #include "common/QtText.h"
 #include "common/Record.h"
 #include "common/XmlDocument.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <sensor/EOPData.h>
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "common/Truncate.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <sensor/EOPData.h>
 
