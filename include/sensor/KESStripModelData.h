@@ -8,8 +8,6 @@
 #include <string>
 #include <vector>
 
-class QDomElement;
-
 namespace sensor {
 
 class CalibrationGeometryKes;
@@ -136,12 +134,6 @@ public:
 
 private:
   void read(std::string const& fileName, bool loadData, bool useOriginalEOP, bool loadStdDevs);
-  void readRoot(QDomElement const& root, std::string const& stripFolder, bool loadData);
-  void readImages(QDomElement const& element, std::string const& stripFolder, bool loadData);
-  void readCalibration(QDomElement const& element);
-  void readEOP(QDomElement const& element, std::string const& stripFolder);
-  void readRawData(QDomElement const& element, std::string const& stripFolder);
-  void requireCompleteness() const;
   void chooseEOP(bool useOriginalEOP);
   void findCamera();
   void computeMeanFlyingHeight();
