@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-class QDomElement;
 class XmlWriter;
 
 namespace geo {
@@ -172,14 +171,7 @@ public:
 
 private:
   void read(std::string const& fileName, bool loadData, bool useOriginalEOP, bool loadStdDevs);
-  std::vector<std::string> readRoot(QDomElement const& root, std::string const& fileName, bool loadData);
-  void readStrips(QDomElement const& element, std::string const& fileName, std::vector<std::string>& files) const;
-  void readNames(QDomElement const& element, char const* child, std::vector<std::string>& names) const;
-  void readGroundControls(QDomElement const& element, bool loadData);
-  static std::vector<std::unique_ptr<KESStripModel>> buildStrips(std::vector<std::string> const& files, bool loadData,
-                                                                 bool useOriginalEOP, bool loadStdDevs);
   bool hasGroundPointFile() const;
-  std::string dataFolder() const;
   std::string belowDataPath(std::string const& name) const;
   std::string defaultGroundPointFile() const;
   std::string locationSeenFrom(std::string const& folder) const;
