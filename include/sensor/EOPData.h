@@ -13,15 +13,7 @@
 #include <string>
 #include <vector>
 
-class QByteArray;
-
-namespace files {
-class FileReplacement;
-}
-
 namespace sensor {
-
-class InputFile;
 
 /// The exterior orientation of a strip: records of position and attitude in order of GPS time, with an optional table of
 /// standard deviations, its files, and the orientation at any time.
@@ -152,17 +144,14 @@ private:
     std::int32_t stdDevs;
   };
 
-  int readHeader(InputFile& file);
-  int readHeaderOfVersion1(InputFile& file);
-  int readHeaderWithBlock(InputFile& file);
-  int parseXMLHeader(QByteArray const& block);
-  void loadRecords(InputFile& file);
-  bool readRecords(InputFile& file);
-  bool readStdDevs(InputFile& file);
+  int readHeader(std::string const& fileName);
+  int parseXMLHeader(std::string const& block);
+  void dropRecords();
+  void keepRecords(bool complete);
   void makeSignsContinuous();
   void writeBinary();
-  Offsets offsetsBehind(std::string const& block) const;
-  static void writeHeader(files::FileReplacement& file, Offsets const& offsets, std::string const& block);
+  Offsets offsetsAfter(std::string const& block) const;
+  static std::string header(Offsets const& offsets, std::string const& block);
   void updateHeader(Offsets const& offsets);
   std::string createXMLHeader() const;
   int recordsInMemory() const { return static_cast<int>(mEops.size()) - mLeftOver; }

@@ -6,48 +6,48 @@
 #include "common/Record.h"
 #include "common/XmlDocument.h"
 #include "timing/Attitude.h"
+#include "timing/EopFields.h"
 
 #include <sensor/EOPData.h>
 
-#include <QByteArray>
 #include <QDomDocument>
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <stdexcept>
 
 namespace sensor {
 
 namespace {
 
-constexpr std::int64_t sizeOfOldRecord = 60;
-constexpr std::int64_t sizeOfRecord = 48;
-constexpr std::int64_t sizeOfStdDevs = 24;
 // Records of version 3 come in groups; of a file that ends within a group, the whole group is left out.
 constexpr std::int64_t groupSize = 8;
-// Records of one read.
-constexpr std::int64_t blockSize = 8192;
+
+// What stands at the start of a record of any version.
+EOP placeInTime(char const* bytes) {
+  EOP eop;
+  eop.gpsTime = loadValue<double>(bytes + eopFile::record::time);
+  eop.x = loadValue<double>(bytes + eopFile::record::x);
+  eop.y = loadValue<double>(bytes + eopFile::record::y);
+  eop.z = loadValue<double>(bytes + eopFile::record::z);
+  return eop;
+}
 
 EOP oldRecord(char const* bytes) {
-  EOP eop;
-  eop.gpsTime = loadValue<double>(bytes);
-  eop.x = loadValue<double>(bytes + 8);
-  eop.y = loadValue<double>(bytes + 16);
-  eop.z = loadValue<double>(bytes + 24);
-  opkToQuaternion(static_cast<float>(loadValue<double>(bytes + 32)), static_cast<float>(loadValue<double>(bytes + 40)),
-                  static_cast<float>(loadValue<double>(bytes + 48)), eop);
-  eop.status = static_cast<float>(loadValue<std::int32_t>(bytes + 56));
+  using namespace eopFile::oldRecord;
+  auto const angle = [&](std::int64_t offset) { return static_cast<float>(loadValue<double>(bytes + offset)); };
+  EOP eop = placeInTime(bytes);
+  opkToQuaternion(angle(omega), angle(phi), angle(kappa), eop);
+  eop.status = static_cast<float>(loadValue<std::int32_t>(bytes + status));
   return eop;
 }
 
 EOP record(char const* bytes) {
-  EOP eop;
-  eop.gpsTime = loadValue<double>(bytes);
-  eop.x = loadValue<double>(bytes + 8);
-  eop.y = loadValue<double>(bytes + 16);
-  eop.z = loadValue<double>(bytes + 24);
-  opkToQuaternion(loadValue<float>(bytes + 32), loadValue<float>(bytes + 36), loadValue<float>(bytes + 40), eop);
-  eop.status = loadValue<float>(bytes + 44);
+  auto const single = [&](std::int64_t offset) { return loadValue<float>(bytes + offset); };
+  EOP eop = placeInTime(bytes);
+  opkToQuaternion(single(eopFile::record::omega), single(eopFile::record::phi), single(eopFile::record::kappa), eop);
+  eop.status = single(eopFile::record::status);
   return eop;
 }
 
@@ -55,7 +55,7 @@ std::array<float, 6> stdDevs(char const* bytes) {
   return loadValue<std::array<float, 6>>(bytes);
 }
 
-// How many of `count` entries of `size` bytes behind `offset` the file has.
+// How many of `count` entries of `size` bytes from `offset` on the file has.
 std::int64_t entriesInFile(InputFile const& file, std::int64_t offset, std::int64_t count, std::int64_t size) {
   if (offset < 0 || offset > file.size()) {
     return 0;
@@ -63,14 +63,14 @@ std::int64_t entriesInFile(InputFile const& file, std::int64_t offset, std::int6
   return std::clamp<std::int64_t>(count, 0, (file.size() - offset) / size);
 }
 
-// Appends `count` entries of `size` bytes behind `offset`, which the file has, block by block. False when a read fails.
+// Appends `count` entries of `size` bytes from `offset` on, which the file has, block by block. False when a read fails.
 template <class Entry>
 bool readEntries(InputFile& file, std::int64_t offset, std::int64_t count, std::int64_t size,
                  Entry (*decode)(char const*), std::vector<Entry>& entries) {
   entries.reserve(static_cast<std::size_t>(count));
-  std::vector<char> bytes(static_cast<std::size_t>(std::min(count, blockSize) * size));
-  for (std::int64_t done = 0; done < count; done += blockSize) {
-    std::int64_t const n = std::min(blockSize, count - done);
+  std::vector<char> bytes(static_cast<std::size_t>(std::min(count, eopFile::blockSize) * size));
+  for (std::int64_t done = 0; done < count; done += eopFile::blockSize) {
+    std::int64_t const n = std::min(eopFile::blockSize, count - done);
     if (!file.read(offset + done * size, bytes.data(), n * size)) {
       return false;
     }
@@ -93,79 +93,141 @@ std::string text(QDomElement const& element, char const* attribute) {
   return element.attribute(QLatin1String(attribute)).toStdString();
 }
 
+// The versions that have a parameter block keep the rest of the header there.
+struct Header {
+  std::int32_t dataOffset;
+  std::int32_t stdDevOffset;
+  std::optional<std::string> block;
+};
+
+struct OldHeader {
+  std::int32_t dataOffset;
+  std::int32_t stdDevOffset;
+  std::int32_t count;
+  double frequency;
+  geo::XYZPoint anchor;
+};
+
+bool isOrientationFile(InputFile& file) {
+  std::array<char, eopFile::markSize> start{};
+  return file.read(0, start.data(), eopFile::markSize) && std::string(start.data(), start.size()) == eopFile::mark;
+}
+
+// 0 of a file that ends in front of it.
+std::int32_t versionOf(InputFile& file) {
+  std::array<char, sizeof(std::int32_t)> bytes{};
+  return file.read(eopFile::version, bytes.data(), bytes.size()) ? loadValue<std::int32_t>(bytes.data()) : 0;
+}
+
+std::optional<OldHeader> readOldHeader(InputFile& file) {
+  using namespace eopFile::oldHeader;
+  std::array<char, size> bytes{};
+  if (!file.read(0, bytes.data(), size)) {
+    return std::nullopt;
+  }
+  auto const whole = [&](std::int64_t offset) { return loadValue<std::int32_t>(bytes.data() + offset); };
+  auto const real = [&](std::int64_t offset) { return loadValue<double>(bytes.data() + offset); };
+  return OldHeader{whole(eopFile::dataOffset),
+                   whole(stdDevOffset),
+                   whole(count),
+                   real(frequency),
+                   {real(anchor), real(anchor + 8), real(anchor + 16)}};
+}
+
+// The parameter block, up to its end or a zero byte; nothing when the file can't have it.
+std::optional<std::string> readBlock(InputFile& file, std::int64_t offset, std::int64_t length) {
+  if (length < 0 || length > std::min(file.size() - offset, maxProjectFileSize)) {
+    return std::nullopt;
+  }
+  std::string block(static_cast<std::size_t>(length), '\0');
+  if (!file.read(offset, block.data(), length)) {
+    return std::nullopt;
+  }
+  block.resize(std::min(block.size(), block.find('\0')));
+  return block;
+}
+
+// With `gap` bytes after the offset of the data.
+std::optional<Header> readHeaderWithBlock(InputFile& file, std::int64_t gap) {
+  using namespace eopFile::header;
+  std::array<char, size + reserved> bytes{};
+  if (!file.read(0, bytes.data(), size + gap)) {
+    return std::nullopt;
+  }
+  auto const whole = [&](std::int64_t offset) { return loadValue<std::int32_t>(bytes.data() + offset); };
+  return Header{whole(eopFile::dataOffset), whole(stdDevOffset + gap),
+                readBlock(file, size + gap, whole(blockLength + gap))};
+}
+
+// Whether the file has all records that its header promises. Those that it has are appended either way.
+bool readRecords(InputFile& file, bool isOld, std::int64_t offset, std::int64_t promised, std::vector<EOP>& records) {
+  std::int64_t const size = isOld ? eopFile::oldRecord::size : eopFile::record::size;
+  std::int64_t count = entriesInFile(file, offset, promised, size);
+  if (!isOld && count < promised) {
+    count = count / groupSize * groupSize;
+  }
+  bool const read = readEntries(file, offset, count, size, isOld ? oldRecord : record, records);
+  return read && promised > 0 && count == promised;
+}
+
+// The same for their standard deviations, in place of those that were there. A file without any has its offset at 0.
+bool readStdDevs(InputFile& file, std::int64_t offset, std::int64_t promised,
+                 std::vector<std::array<float, 6>>& deviations) {
+  if (offset == 0) {
+    return true;
+  }
+  std::int64_t const count = entriesInFile(file, offset, promised, eopFile::stdDevsSize);
+  deviations.clear();
+  return readEntries(file, offset, count, eopFile::stdDevsSize, stdDevs, deviations) && count == promised;
+}
+
 }  // namespace
 
 void EOPData::read(std::string const& fileName, bool const& load, bool const& loadStdDevs) {
-  InputFile file(fileName);
-  if (!file.isOpen()) {
-    throw std::runtime_error("failed to open EOP file: " + fileName);
-  }
-  mHeaderNumSets = readHeader(file);
+  mHeaderNumSets = readHeader(fileName);
   mFileName = fileName;
   if (load) {
     loadData(loadStdDevs);
   }
 }
 
-int EOPData::readHeader(InputFile& file) {
-  std::array<char, 8> start{};
-  if (!file.read(0, start.data(), 4) || std::string(start.data(), 4) != "EOP_") {
+// Returns the number of records; 0 for a file that is no orientation file, or ends within its header.
+int EOPData::readHeader(std::string const& fileName) {
+  InputFile file(fileName);
+  if (!file.isOpen()) {
+    throw std::runtime_error("failed to open EOP file: " + fileName);
+  }
+  if (!isOrientationFile(file)) {
     return 0;
   }
-  mEopVersion = file.read(4, start.data() + 4, 4) ? loadValue<std::int32_t>(start.data() + 4) : 0;
-  switch (mEopVersion) {
-  case EOP_VERSION_1:
-    return readHeaderOfVersion1(file);
-  case EOP_VERSION_2:
-  case EOP_VERSION_3:
-    return readHeaderWithBlock(file);
-  default:
+  mEopVersion = versionOf(file);
+  if (mEopVersion == EOP_VERSION_1) {
+    if (auto const header = readOldHeader(file)) {
+      mDataOffset = header->dataOffset;
+      mStdDevOffset = header->stdDevOffset;
+      mFrequency = header->frequency;
+      mAnchorPoint = header->anchor;
+      return header->count;
+    }
+  } else if (mEopVersion == EOP_VERSION_2 || mEopVersion == EOP_VERSION_3) {
+    if (auto const header = readHeaderWithBlock(file, mEopVersion == EOP_VERSION_2 ? eopFile::header::reserved : 0)) {
+      mDataOffset = header->dataOffset;
+      mStdDevOffset = header->stdDevOffset;
+      return header->block ? parseXMLHeader(*header->block) : 0;
+    }
+  } else {
     return 0;
   }
+  // A header that isn't there belongs to no version.
+  mEopVersion = 0;
+  return 0;
 }
 
-int EOPData::readHeaderOfVersion1(InputFile& file) {
-  std::array<char, 60> header{};
-  if (!file.read(0, header.data(), static_cast<std::int64_t>(header.size()))) {
-    // A header that isn't there belongs to no version.
-    mEopVersion = 0;
-    return 0;
-  }
-  mDataOffset = loadValue<std::int32_t>(&header[8]);
-  mStdDevOffset = loadValue<std::int32_t>(&header[16]);
-  mFrequency = loadValue<double>(&header[24]);
-  mAnchorPoint = {loadValue<double>(&header[32]), loadValue<double>(&header[40]), loadValue<double>(&header[48])};
-  return loadValue<std::int32_t>(&header[20]);
-}
-
-// Version 2 has a reserved number between the two offsets.
-int EOPData::readHeaderWithBlock(InputFile& file) {
-  std::int64_t const reserved = mEopVersion == EOP_VERSION_2 ? 4 : 0;
-  std::array<char, 24> header{};
-  std::int64_t const size = 20 + reserved;
-  if (!file.read(0, header.data(), size)) {
-    mEopVersion = 0;
-    return 0;
-  }
-  mDataOffset = loadValue<std::int32_t>(&header[8]);
-  mStdDevOffset = loadValue<std::int32_t>(header.data() + 12 + reserved);
-  std::int64_t const length = loadValue<std::int32_t>(header.data() + 16 + reserved);
-  if (length < 0 || length > std::min(file.size() - size, maxProjectFileSize)) {
-    return 0;
-  }
-  QByteArray block(static_cast<QStringSize>(length), '\0');
-  if (!file.read(size, block.data(), length)) {
-    return 0;
-  }
-  block.truncate(static_cast<QStringSize>(qstrnlen(block.constData(), static_cast<unsigned>(length))));
-  return parseXMLHeader(block);
-}
-
-int EOPData::parseXMLHeader(QByteArray const& block) {
+int EOPData::parseXMLHeader(std::string const& block) {
   QDomDocument document;
   QString error;
-  // Bytes that are no text become replacement characters, not an error: only the sources are free text.
-  if (!parseXml(QString::fromUtf8(block), document, error)) {
+  // Invalid UTF-8 becomes replacement characters, not an error: only the sources are free text.
+  if (!parseXml(fromUtf8(block), document, error)) {
     throw std::runtime_error("error reading EOP parameter block " + error.toStdString());
   }
   QDomElement const root = document.documentElement();
@@ -203,10 +265,11 @@ void EOPData::loadData(bool const& loadStdDevs) {
     throw std::runtime_error("failed to open EOP file: " + mFileName);
   }
   if (!mDataLoaded) {
-    loadRecords(file);
+    dropRecords();
+    keepRecords(readRecords(file, mEopVersion != EOP_VERSION_3, mDataOffset, mHeaderNumSets, mEops));
   }
   if (loadStdDevs && !mStdDevLoaded) {
-    if (!readStdDevs(file)) {
+    if (!readStdDevs(file, mStdDevOffset, mHeaderNumSets, mStdDevs)) {
       throw std::runtime_error("Header/std.dev. data mismatch in EOP file: " + mFileName);
     }
     mStdDevLoaded = true;
@@ -214,7 +277,8 @@ void EOPData::loadData(bool const& loadStdDevs) {
   recomputeFrequency();
 }
 
-void EOPData::loadRecords(InputFile& file) {
+// Until records are there the store has none.
+void EOPData::dropRecords() {
   mEops.clear();
   mLeftOver = 0;
   mNumSets = 0;
@@ -222,7 +286,10 @@ void EOPData::loadRecords(InputFile& file) {
   if (mEopVersion < EOP_VERSION_1 || mEopVersion > EOP_VERSION_3) {
     throw std::runtime_error("Unknown EOP version in file: " + mFileName);
   }
-  if (!readRecords(file)) {
+}
+
+void EOPData::keepRecords(bool complete) {
+  if (!complete) {
     mLeftOver = static_cast<std::int32_t>(mEops.size());
     throw std::runtime_error("Header/data mismatch in EOP file: " + mFileName);
   }
@@ -233,27 +300,6 @@ void EOPData::loadRecords(InputFile& file) {
   mStartTime = mEops.front().gpsTime;
   mEndTime = mEops.back().gpsTime;
   mAscending = isAscending(0, mNumSets - 1);
-}
-
-bool EOPData::readRecords(InputFile& file) {
-  bool const old = mEopVersion != EOP_VERSION_3;
-  std::int64_t const size = old ? sizeOfOldRecord : sizeOfRecord;
-  std::int64_t const promised = mHeaderNumSets;
-  std::int64_t count = entriesInFile(file, mDataOffset, promised, size);
-  if (!old && count < promised) {
-    count = count / groupSize * groupSize;
-  }
-  bool const read = readEntries(file, mDataOffset, count, size, old ? oldRecord : record, mEops);
-  return read && promised > 0 && count == promised;
-}
-
-bool EOPData::readStdDevs(InputFile& file) {
-  if (mStdDevOffset == 0) {
-    return true;
-  }
-  std::int64_t const count = entriesInFile(file, mStdDevOffset, mHeaderNumSets, sizeOfStdDevs);
-  mStdDevs.clear();
-  return readEntries(file, mStdDevOffset, count, sizeOfStdDevs, stdDevs, mStdDevs) && count == mHeaderNumSets;
 }
 
 // Neighbouring quaternions on one side are what the linear interpolation of their components stands on.
