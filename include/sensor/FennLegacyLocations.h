@@ -7,9 +7,6 @@
 
 #include <string>
 
-class QDomElement;
-class QFileInfo;
-
 namespace sensor {
 
 /// Where a project of the older processing tool keeps its data. Such a project is a folder of a fixed layout, or a flight
@@ -37,9 +34,8 @@ public:
   std::string const& imageDataLocation() const { return mImageDataLocation; }
 
 private:
-  bool readProjectFolder(QFileInfo const& info);
-  bool readFlightFile(QFileInfo const& info);
-  void readLocation(QDomElement const& element, QFileInfo const& info);
+  bool readProjectFolder(std::string const& path);
+  bool readFlightFile(std::string const& path);
 
   std::string mPosDataLocation;
   std::string mVmmDataLocation;

@@ -21,7 +21,6 @@ using LayerType = unsigned char;
 namespace sensor {
 
 class CalibrationGeometry;
-class CalibrationGeometryKes;
 class CameraTime;
 class IntegrationTime;
 class KESStripModelData;
@@ -134,7 +133,6 @@ public:
 private:
   void readAttributes(QDomElement const& element, std::string const& stripFolder);
   void findPointList(std::string const& stripFolder);
-  CalibrationGeometryKes const& calibration();
   std::string statsFilename() const;
   std::string supportText(std::string const& originalOrientation, std::string const& adjustedOrientation) const;
 

@@ -14,8 +14,6 @@
 
 namespace sensor {
 
-class InputFile;
-
 /// The exterior orientation of one sensor line of a take, as an orientation file (ODF) stores it: a header of names, units
 /// and base values, and records of time, position, angles and standard deviations, packed into integers.
 ///
@@ -160,7 +158,7 @@ public:
 private:
   int read();
   std::int64_t readHeader(std::string_view header);
-  int readRecords(InputFile& file, std::int64_t count);
+  bool makeRecords(std::int64_t count);
   std::string header() const;
   void setBases();
   int packRecord(std::size_t i);

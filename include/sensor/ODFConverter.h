@@ -13,8 +13,6 @@
 
 namespace sensor {
 
-class KESOrientation;
-
 /// Joins the orientation of a take, held in one orientation file (ODF) a sensor line, in one EOP file: all of the ODF that
 /// starts first, then what the ODF that ends last has behind the end of the first one.
 ///
@@ -61,11 +59,11 @@ private:
   void retrieveODFfile(std::vector<std::string> const& odfFiles, std::string& first, std::string& last);
   int firstIndexMaxODF(std::string const& first, std::string const& last);
   geo::XYZPoint anchorFromSup(std::string const& supportFile);
-  int settleAnchor(KESOrientation const& first, std::size_t odfCount, std::vector<std::string> const& supportFiles,
+  int settleAnchor(geo::XYZPoint const& first, std::size_t odfCount, std::vector<std::string> const& supportFiles,
                    geo::XYZPoint& anchor);
-  int anchorOfHeaders(KESOrientation const& first, geo::XYZPoint& anchor) const;
+  int anchorOfHeaders(geo::XYZPoint const& first, geo::XYZPoint& anchor) const;
   int anchorOfSupportFiles(std::vector<std::string> const& supportFiles, geo::XYZPoint& anchor);
-  void settleAbsoluteTime(KESOrientation const& first, KESOrientation const& last);
+  void settleAbsoluteTime(TimeQuantity<std::int32_t> const& first, TimeQuantity<std::int32_t> const& last);
 
   std::string mOutputFile;
   std::string mReserved;  // Keeps its place among the fields; nothing uses it.

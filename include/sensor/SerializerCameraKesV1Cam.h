@@ -8,12 +8,8 @@
 #include <sensor/SerializerMisalignmentV1Dat.h>
 #include <sensor/kessensor_export.h>
 
-#include <QStringList>
-
 #include <map>
 #include <string>
-
-class QDateTime;
 
 namespace geo {
 struct XYZPoint;
@@ -67,16 +63,6 @@ private:
   void addCalibrations(CameraKes* camera) const;
   void readRadiocal(std::string const& fileName, std::map<std::string, float>& centers,
                     std::map<std::string, float>& widths) const;
-
-  static std::string camLineToString(QString const& line);
-  static float camLineToFloat(QString const& line, QStringList const& fields, std::string const& fileName);
-  static int camLineToInt(QString const& line, QStringList const& fields, std::string const& fileName);
-  static QDateTime camLineToDateTime(QString const& line, std::string const& fileName);
-  static std::string dateTimeToString(QDateTime const& dateTime);
-
-  struct Header;
-  void readHeaderLine(QString const& line, std::string const& fileName, Header& header,
-                      CalibrationGeometryKes* geometry, CalibrationRadiometryKesV1* radiometry) const;
 
   SerializerMisalignmentV1Dat mMisalignment;
 };

@@ -125,10 +125,30 @@ int KESOrientation::read() {
   if (!file.isOpen() || !file.read(0, header.data(), std::min<std::int64_t>(header.size(), file.size()))) {
     return failed;
   }
-  return readRecords(file, readHeader({header.data(), header.size()}));
+  std::int64_t const count = readHeader({header.data(), header.size()});
+  setNumSets(0);
+  if (!isCredible(count, file.size()) || !makeRecords(count)) {
+    return failed;
+  }
+  // The file of a store without records ends within its header.
+  if (count == 0 || file.read(odfFile::headerSize, mRecords.data(), count * recordSize)) {
+    return done;
+  }
+  setNumSets(static_cast<int>(count));
+  return failed;
 }
 
-// Gives the number of records that the header tells of; -1 when it tells none.
+// Zeroed ones; false when the memory has no room for them.
+bool KESOrientation::makeRecords(std::int64_t count) {
+  try {
+    setNumSets(static_cast<int>(count));
+    return true;
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+}
+
+// Returns the number of records by the header; -1 when it has no such number.
 std::int64_t KESOrientation::readHeader(std::string_view header) {
   HeaderScanner scanner(header);
   mVersion = scanner.text(odfFile::version);
@@ -170,24 +190,6 @@ void KESOrientation::setScalesOfOldVersion() {
   setAngularUnits(mAngularUnits);
   mPositionStdDevScale = 100000;
   mAngularStdDevScale = 10000000;
-}
-
-int KESOrientation::readRecords(InputFile& file, std::int64_t count) {
-  setNumSets(0);
-  if (!isCredible(count, file.size())) {
-    return failed;
-  }
-  try {
-    setNumSets(static_cast<int>(count));
-  } catch (std::bad_alloc const&) {
-    return failed;
-  }
-  // The file of a store without records ends within its header.
-  if (count == 0 || file.read(odfFile::headerSize, mRecords.data(), count * recordSize)) {
-    return done;
-  }
-  setNumSets(static_cast<int>(count));
-  return failed;
 }
 
 }  // namespace sensor

@@ -56,6 +56,18 @@ std::string withoutFolder(std::string const& name, std::string const& folder) {
   return name.size() > folder.size() ? name.substr(folder.size() + 1) : std::string();
 }
 
+// Loads the strip unless it is loaded. The band id may have changed since then, to one that the camera doesn't have.
+CalibrationGeometryKes const& loadedCalibration(KESStripModelData& strip, std::string const& bandId) {
+  if (!strip.isDataLoaded()) {
+    strip.loadData(false, false);
+  }
+  CalibrationGeometryKes const* geometry = strip.calibrationGeometry(bandId);
+  if (geometry == nullptr) {
+    throw badCalibration(bandId);
+  }
+  return *geometry;
+}
+
 raster::Statistics emptyStatistics() {
   return {0, 50, 100, 1, 1.0F};
 }
@@ -135,27 +147,15 @@ std::int32_t KESImage::numImagingSamples() {
   if (mParentStrip == nullptr) {
     return mNumSamples;
   }
-  return static_cast<std::int32_t>(calibration().numImagingSamples());
+  return static_cast<std::int32_t>(loadedCalibration(*mParentStrip, mBandID).numImagingSamples());
 }
 
 float KESImage::gsd() {
   if (mGsd < 0.0F) {
-    CalibrationGeometryKes const& geometry = calibration();
+    CalibrationGeometryKes const& geometry = loadedCalibration(*mParentStrip, mBandID);
     computeGSD(mParentStrip->meanTerrainHeight(), mParentStrip->meanFlyingHeight(), &geometry);
   }
   return mGsd;
-}
-
-// Loads the strip unless it is loaded. The band id may have changed since then, to one that the camera doesn't have.
-CalibrationGeometryKes const& KESImage::calibration() {
-  if (!mParentStrip->isDataLoaded()) {
-    mParentStrip->loadData(false, false);
-  }
-  CalibrationGeometryKes const* geometry = mParentStrip->calibrationGeometry(mBandID);
-  if (geometry == nullptr) {
-    throw badCalibration(mBandID);
-  }
-  return *geometry;
 }
 
 void KESImage::computeGSD(float terrainHeight, float flyingHeight, CalibrationGeometry const* calibration) {
