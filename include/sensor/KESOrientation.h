@@ -156,6 +156,12 @@ public:
   int write(std::string const& fileName);
 
 private:
+  // Of a new store, and of every file of version 1.0, whatever that says.
+  static constexpr int usualTimeScale = 10000;
+  static constexpr int usualPositionScale = 1000;
+  static constexpr int usualPositionStdDevScale = 100000;
+  static constexpr int usualAngularStdDevScale = 10000000;
+
   int read();
   std::int64_t readHeader(std::string_view header);
   bool makeRecords(std::int64_t count);
@@ -192,11 +198,11 @@ private:
   std::vector<double> mOmega;
   std::vector<double> mPhi;
   std::vector<double> mKappa;
-  int mTimeScale = 10000;
-  int mPositionScale = 1000;
+  int mTimeScale = usualTimeScale;
+  int mPositionScale = usualPositionScale;
   int mAngularScale = 1000000;
-  int mPositionStdDevScale = 100000;
-  int mAngularStdDevScale = 10000000;
+  int mPositionStdDevScale = usualPositionStdDevScale;
+  int mAngularStdDevScale = usualAngularStdDevScale;
 };
 
 }  // namespace sensor

@@ -3,6 +3,7 @@
 
 #include "common/FixedText.h"
 #include "common/Truncate.h"
+#include "orientation/OdfFields.h"
 
 #include <sensor/KESOrientation.h>
 
@@ -82,7 +83,7 @@ bool packStdDev(char const* quantity, float value, int scale, std::uint16_t& to)
 
 }  // namespace
 
-KESOrientation::KESOrientation() : mVersion("ODF 1.2"), mAbsoluteTime(seconds(now())) {}
+KESOrientation::KESOrientation() : mVersion(odfFile::currentVersion), mAbsoluteTime(seconds(now())) {}
 
 KESOrientation::KESOrientation(std::string const& fileName) : KESOrientation() {
   if (read(fileName) != 0) {

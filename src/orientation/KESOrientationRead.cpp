@@ -183,13 +183,12 @@ std::int64_t KESOrientation::readHeader(std::string_view header) {
   return scanner.number<std::int64_t>(odfFile::count).value_or(-1);
 }
 
-// Whatever such a file says of its scales.
 void KESOrientation::setScalesOfOldVersion() {
-  mTimeScale = 10000;
-  mPositionScale = 1000;
+  mTimeScale = usualTimeScale;
+  mPositionScale = usualPositionScale;
   setAngularUnits(mAngularUnits);
-  mPositionStdDevScale = 100000;
-  mAngularStdDevScale = 10000000;
+  mPositionStdDevScale = usualPositionStdDevScale;
+  mAngularStdDevScale = usualAngularStdDevScale;
 }
 
 }  // namespace sensor
