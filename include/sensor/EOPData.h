@@ -154,7 +154,8 @@ private:
   static std::string header(Offsets const& offsets, std::string const& block);
   void updateHeader(Offsets const& offsets);
   std::string createXMLHeader() const;
-  int recordsInMemory() const { return static_cast<int>(mEops.size()) - mLeftOver; }
+  // What a failed load left in memory are no records of the store.
+  int recordsInMemory() const { return mLoadFailed ? 0 : static_cast<int>(mEops.size()); }
   bool hasRecord(int i) const;
   bool takeChange(int i);
   int firstGuess(double t, int n) const;
@@ -184,8 +185,6 @@ private:
   bool mAscending = true;
   bool mStdDevLoaded = false;
   std::int32_t mNumSets = 0;
-  // How many of `mEops` are no records of the store: those of a file that couldn't be loaded.
-  std::int32_t mLeftOver = 0;
   double mStartTime = 0.0;
   double mEndTime = 0.0;
   std::int32_t mEopVersion = 0;

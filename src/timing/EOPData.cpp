@@ -239,7 +239,6 @@ bool EOPData::isAscending(int first, int last) const {
 void EOPData::addEOP(EOP const& eop) {
   if (mLoadFailed) {
     mEops.clear();
-    mLeftOver = 0;
     mLoadFailed = false;
   }
   mEops.push_back(eop);

@@ -280,7 +280,6 @@ void EOPData::loadData(bool const& loadStdDevs) {
 // Until records are there the store has none.
 void EOPData::dropRecords() {
   mEops.clear();
-  mLeftOver = 0;
   mNumSets = 0;
   mLoadFailed = true;
   if (mEopVersion < EOP_VERSION_1 || mEopVersion > EOP_VERSION_3) {
@@ -290,7 +289,6 @@ void EOPData::dropRecords() {
 
 void EOPData::keepRecords(bool complete) {
   if (!complete) {
-    mLeftOver = static_cast<std::int32_t>(mEops.size());
     throw std::runtime_error("Header/data mismatch in EOP file: " + mFileName);
   }
   mDataLoaded = true;
