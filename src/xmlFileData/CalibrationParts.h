@@ -67,6 +67,9 @@ Value required(std::optional<Value>& value, char const* name) {
   return *std::move(value);
 }
 
+/// How and where calibrations were made, in one line.
+std::string noteOf(Creation const& creation);
+
 /// Text of this element; none when it is empty.
 std::optional<std::string> readName(CalibrationXml& xml);
 

@@ -4,6 +4,7 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "files/FileReplacement.h"
+#include "xmlFileData/CalibrationParts.h"
 
 #include <xmlFileData/CalibrationFiles.h>
 #include <xmlFileData/KesBDsnuData.h>
@@ -207,8 +208,7 @@ Creation const& KesCalibrationInterface::prnuCreation() const {
 }
 
 std::string KesCalibrationInterface::calibrationNote() const {
-  Creation const& creation = geometryCreation();
-  return "Made in " + creation.Location + ", " + creation.Environment + " (" + creation.Remark + ")";
+  return noteOf(geometryCreation());
 }
 
 double KesCalibrationInterface::principalDistance() const {
