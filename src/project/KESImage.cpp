@@ -4,6 +4,7 @@
 #include "project/Attribute.h"
 #include "project/BadCalibration.h"
 #include "project/Path.h"
+#include "project/PointListPlaces.h"
 
 #include <XmlWriter.h>
 #include <raster/Statistics.h>
@@ -14,10 +15,10 @@
 #include <sensor/KESStripModelData.h>
 #include <sensor/TdiStage.h>
 
-#include <QDir>
 #include <QDomElement>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <memory>
 
 namespace sensor {
@@ -110,25 +111,16 @@ void KESImage::readAttributes(QDomElement const& element, std::string const& str
   mSampleOffsetFromCalib = element.attribute(QStringLiteral("offset"), QStringLiteral("0")).toInt();
 }
 
-// The list has the image's name and lies beside the strip file, in the folder above, or in the one above that.
 void KESImage::findPointList(std::string const& stripFolder) {
-  QString const imageName = QFileInfo(fromUtf8(mImageFileName)).fileName();
-  auto const dot = imageName.lastIndexOf(QLatin1Char('.'));
-  if (dot < 0) {
+  auto const name = pointListName(mImageFileName);
+  if (!name) {
     return;
   }
-  QString const listName = imageName.left(dot) + QStringLiteral(".ipt");
-  QDir folder(fromUtf8(stripFolder));
-  constexpr int levels = 3;
-  for (int level = 0; level < levels; ++level) {
-    QString const path = (level == 0 ? fromUtf8(stripFolder) : folder.path()) + QLatin1Char('/') + listName;
-    if (QFileInfo::exists(path)) {
-      mIptFileName = path.toStdString();
-      return;
-    }
-    if (!folder.cdUp()) {
-      return;
-    }
+  std::vector<std::string> const places = pointListPlaces(*name, fromUtf8(stripFolder));
+  auto const found = std::find_if(places.begin(), places.end(),
+                                  [](std::string const& place) { return QFileInfo::exists(fromUtf8(place)); });
+  if (found != places.end()) {
+    mIptFileName = *found;
   }
 }
 
