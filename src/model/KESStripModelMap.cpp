@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "model/SolverLimits.h"
+
 #include <dsm/ProjectedElevationSource.h>
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
@@ -16,8 +18,6 @@ namespace sensor {
 
 namespace {
 
-constexpr int maxPassesAtHeight = 10;
-constexpr int maxPassesOnSurface = 100;
 constexpr float toleranceAtHeight = 0.1F;  // ground sampling distances
 
 // A part of the ground sampling distance in the unit of a system's heights.
@@ -25,20 +25,20 @@ float heightTolerance(float gsd, float factor, geo::coordSys const& system) {
   return gsd * factor / static_cast<float>(system.verticalUnits().getScale());
 }
 
-// The projection cuts a ray at an LSR height, while the wanted height is told in another system. Pass by pass, the cut is made
-// at the LSR height that the wanted height has at the place of the cut before, until the two heights agree.
-// `wantedHeight` gives the wanted height at a place, in the system.
+// The projection cuts a ray at an LSR height, while the wanted height is one of another system. Each cut is made at the LSR
+// height that the wanted height has at the place of the cut before, until the two heights agree.
+// `wantedHeight` returns the wanted height at a position of the system.
 template <class WantedHeight>
 void cutAtHeight(KESStripModel const& model, geo::XYPoint const& image, int band, geo::coordSys const* system,
-                 float start, float tolerance, int maxPasses, geo::XYZPoint& ground, WantedHeight wantedHeight) {
+                 float start, float tolerance, int maxCuts, geo::XYZPoint& ground, WantedHeight wantedHeight) {
   geo::coordSys const* const lsrSystem = model.lsrSystem();
   float lsrHeight = start;
   bool close = false;
-  for (int n = 0; n < maxPasses && !close; ++n) {
+  for (int n = 0; n < maxCuts && !close; ++n) {
     geo::XYZPoint lsr;
     model.imageToLsr(image, lsrHeight, band, lsr);
     geo::coordSys::transform(lsrSystem, system, lsr, ground);
-    auto const height = static_cast<double>(wantedHeight());
+    auto const height = static_cast<double>(wantedHeight(ground));
     geo::coordSys::transform(system, lsrSystem, {ground.x, ground.y, height}, lsr);
     lsrHeight = static_cast<float>(lsr.z);
     close = !(std::fabs(ground.z - height) > static_cast<double>(tolerance));
@@ -75,19 +75,21 @@ void KESStripModel::mapToImage(std::vector<geo::XYZPoint> const& map, int band, 
 
 void KESStripModel::imageToMap(geo::XYPoint const& image, float height, int band, geo::XYZPoint& map) const {
   float const tolerance = heightTolerance(gsd(band), toleranceAtHeight, *mMappingSystem);
-  cutAtHeight(*this, image, band, mMappingSystem, height, tolerance, maxPassesAtHeight, map, [&] { return height; });
+  cutAtHeight(*this, image, band, mMappingSystem, height, tolerance, solver::maxCutsAtHeight, map,
+              [&](geo::XYZPoint const&) { return height; });
 }
 
 void KESStripModel::imageToMap(geo::XYPoint const& image, int band, geo::XYZPoint& map,
                                dsm::ProjectedElevationSource* surface, float& height, float toleranceFactor) const {
   geo::coordSys const* const system = surface->coordSystem();
   float const tolerance = heightTolerance(gsd(band), toleranceFactor, *system);
-  cutAtHeight(*this, image, band, system, height, tolerance, maxPassesOnSurface, map, [&] {
-    if (!surface->height(map, height)) {
-      throw std::runtime_error("Image to map: Unable to a retrieve DSM height.");
-    }
-    return height;
-  });
+  cutAtHeight(*this, image, band, system, height, tolerance, solver::maxCutsOnSurface, map,
+              [&](geo::XYZPoint const& position) {
+                if (!surface->height(position, height)) {
+                  throw std::runtime_error("Image to map: Unable to a retrieve DSM height.");
+                }
+                return height;
+              });
   geo::coordSys::transform(system, mMappingSystem, map, map);
 }
 
