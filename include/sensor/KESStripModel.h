@@ -144,8 +144,6 @@ public:
   void computeOrientation(float line, int band, float tdi, EOP& eop, float& lineCorrection) const;
   /// Copies a focal position and adds the correction to its x, or subtracts it.
   void applyLineCorrection(bool add, geo::XYPoint const& focal, float lineCorrection, geo::XYPoint& corrected) const;
-  /// `lsrToImage` for one position, and how many passes it took (2 to 250).
-  int solveImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const;
 
   /// Loads the strip's data, then computes scales and flight azimuth anew. The local system stays that of the first
   /// orientation. Throws what `KESStripModelData::loadData` throws.
@@ -201,5 +199,8 @@ private:
   float mAzimuth = 0.0F;
   bool mSseEnabled;
 };
+
+/// `KESStripModel::lsrToImage` for one position, and how many passes it took (2 to 250).
+KESSENSOR_EXPORT int solveImage(KESStripModel const& strip, geo::XYZPoint const& ground, int band, geo::XYPoint& image);
 
 }  // namespace sensor

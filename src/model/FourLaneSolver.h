@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "model/CameraAxes.h"
 #include "model/HeightScale.h"
 #include "model/SolverLimits.h"
 
@@ -195,37 +196,20 @@ private:
       mCentre[axis] = Lanes::load(mOrientation.centre[axis]);
     }
     mShift = Lanes::load(mOrientation.shift);
-    buildRotations();
-  }
-
-  // `quaternionToRotation`, in single precision.
-  void buildRotations() {
-    Floats const one = Lanes::same(1.0F);
-    Floats const two = Lanes::same(2.0F);
-    Floats const q0 = Lanes::load(mOrientation.q[0]);
-    Floats const q1 = Lanes::load(mOrientation.q[1]);
-    Floats const q2 = Lanes::load(mOrientation.q[2]);
-    Floats const q3 = Lanes::load(mOrientation.q[3]);
-    mRotation[0] = one - two * (q2 * q2 + q3 * q3);
-    mRotation[1] = two * (q3 * q0 + q2 * q1);
-    mRotation[2] = two * (q3 * q1 - q2 * q0);
-    mRotation[3] = two * (q2 * q1 - q3 * q0);
-    mRotation[4] = one - two * (q1 * q1 + q3 * q3);
-    mRotation[5] = two * (q1 * q0 + q3 * q2);
-    mRotation[6] = two * (q2 * q0 + q3 * q1);
-    mRotation[7] = two * (q3 * q2 - q1 * q0);
-    mRotation[8] = one - two * (q1 * q1 + q2 * q2);
+    // In single precision, other than in the form for runs.
+    mAxes =
+        axesOfQuaternion(Lanes::load(mOrientation.q[0]), Lanes::load(mOrientation.q[1]), Lanes::load(mOrientation.q[2]),
+                         Lanes::load(mOrientation.q[3]), Lanes::same(1.0F), Lanes::same(2.0F));
   }
 
   // Sets the steps of the positions from the current lines, and gives their samples in the calibration.
   Floats pass() {
-    Floats const* const m = mRotation;
     Floats const dx = mGround[0] - mCentre[0];
     Floats const dy = mGround[1] - mCentre[1];
     Floats const dz = mGround[2] - mCentre[2];
-    Floats const w = (m[5] * dy + m[2] * dx + m[8] * dz) / mNegativeF;
-    Floats const x = (m[3] * dy + m[0] * dx + m[6] * dz) / w - mShift;
-    Floats const y = (m[4] * dy + m[1] * dx + m[7] * dz) / w;
+    Floats const w = mAxes.up.component(dx, dy, dz) / mNegativeF;
+    Floats const x = mAxes.alongFlight.component(dx, dy, dz) / w - mShift;
+    Floats const y = mAxes.alongLine.component(dx, dy, dz) / w;
     // By the straight line from the first sample to the last one.
     Floats const estimate = (y - mFirstY) / mWidthY * mLast;
     Floats const sample = refine(y, estimate);
@@ -302,7 +286,7 @@ private:
   FourLaneOrientation mOrientation{};
   Floats mGround[3]{};
   Floats mCentre[3]{};
-  Floats mRotation[9]{};
+  CameraAxes<Floats> mAxes{};
   Floats mShift{};
   Floats mLine;
   Floats mStep = Lanes::same(0.0F);

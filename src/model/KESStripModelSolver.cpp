@@ -24,12 +24,14 @@ bool isReadInLanes(CalibrationGeometryKes const& calibration) {
 
 }  // namespace
 
-void KESStripModel::lsrToImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const {
-  solveImage(ground, band, image);
+[[gnu::flatten]] void KESStripModel::lsrToImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const {
+  solveLine(StripBand(*mData, band), ground, image, Unobserved());
 }
 
-[[gnu::flatten]] int KESStripModel::solveImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const {
-  return solveLine(StripBand(*mData, band), ground, image, Unobserved());
+int solveImage(KESStripModel const& strip, geo::XYZPoint const& ground, int band, geo::XYPoint& image) {
+  PassCount count;
+  solveLine(StripBand(*strip.modelData(), band), ground, image, count);
+  return count.passes;
 }
 
 [[gnu::flatten]] void KESStripModel::lsrToImage(std::vector<geo::XYZPoint> const& ground, int band,

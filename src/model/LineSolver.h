@@ -22,6 +22,12 @@ struct Unobserved {
   void orientationAt(float /*line*/) const {}
 };
 
+/// Counts passes: each of the form for one position computes an orientation.
+struct PassCount {
+  void orientationAt(float /*line*/) { ++passes; }
+  int passes = 0;
+};
+
 /// The size of a line in the focal plane at a height of the ground: the nearer to the aircraft, the larger.
 inline float lineSize(HeightScale const& scale, double height) {
   auto const terrain = static_cast<double>(scale.terrainHeight);
@@ -35,9 +41,9 @@ inline float linesPerUnit(StripBand const& band, double height) {
   return 1.0F / lineSize(band.heightScale(), height);
 }
 
-/// The form for one position. Gives the number of passes.
+/// The form for one position.
 template <class Observer>
-int solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image, Observer&& observer) {
+void solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image, Observer&& observer) {
   float const k = linesPerUnit(band, ground.z);
   geo::XYPoint focal;
   geo::XYPoint sensorLine;
@@ -59,7 +65,6 @@ int solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& 
   } while ((std::fabs(step) > solver::tolerance && n < solver::maxPasses) || n == 1);
   // The sample stays that of the last pass's focal position, which the line's last step isn't part of.
   image.y = static_cast<double>(line);
-  return n;
 }
 
 /// What one position of a run hands on to the next.
@@ -69,7 +74,7 @@ struct RunState {
       : linesPerUnit(sensor::linesPerUnit(band, height)), line(band.orientation.middleLine()) {}
 
   EOP eop;
-  RotationMatrix rotation{};
+  CameraAxes<double> axes{};
   float linesPerUnit;
   float line;
   float step = 0.0F;
@@ -128,20 +133,20 @@ private:
     if (mState.headingOnly) {
       reduceToHeading(mState.eop);
     }
-    mState.rotation = quaternionToRotation(mState.eop);
+    mState.axes = quaternionToRotation(mState.eop);
   }
 
   // Sets the step of the position from the current line, and returns its sample. In single precision within the camera.
   float pass(geo::XYZPoint const& ground) {
-    RotationMatrix const& r = mState.rotation;
+    CameraAxes<double> const& axes = mState.axes;
     EOP const& eop = mState.eop;
     auto const dx = static_cast<double>(static_cast<float>(ground.x - eop.x));
     auto const dy = static_cast<double>(static_cast<float>(ground.y - eop.y));
     auto const dz = static_cast<double>(static_cast<float>(ground.z - eop.z));
-    auto const w = static_cast<float>(dy * r[5] + dx * r[2] + dz * r[8]);
+    auto const w = static_cast<float>(axes.up.component(dx, dy, dz));
     float const m = 1.0F / -(w * mInverseF);
-    float const u = static_cast<float>(dy * r[3] + dx * r[0] + dz * r[6]) * m;
-    float const v = static_cast<float>(dy * r[4] + dx * r[1] + dz * r[7]) * m;
+    float const u = static_cast<float>(axes.alongFlight.component(dx, dy, dz)) * m;
+    float const v = static_cast<float>(axes.alongLine.component(dx, dy, dz)) * m;
     float const shift = mState.lineCorrection * mBand.pixelSize;
     auto const x = static_cast<float>(static_cast<double>(u) - static_cast<double>(shift));
     float const sample = mBand.calibration.sample(x, v, mOffset, 0.0F);

@@ -3,9 +3,9 @@
 
 #pragma once
 
+#include "model/CameraAxes.h"
 #include "model/HeightScale.h"
 #include "model/LineOrientation.h"
-#include "model/QuaternionRotation.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
@@ -73,12 +73,12 @@ inline void StripBand::imageToLsr(geo::XYPoint const& imagePoint, float height, 
 inline void StripBand::focalToLSR(geo::XYPoint const& focal, EOP const& eop, float lineCorrection, float height,
                                   geo::XYZPoint& ground) const {
   auto const f = static_cast<double>(focalLength);
-  RotationMatrix const r = quaternionToRotation(eop);
+  auto const [alongFlight, alongLine, up] = quaternionToRotation(eop);
   double const x = focal.x + shift(lineCorrection);
   double const y = focal.y;
-  double const vx = y * r[1] + x * r[0] - f * r[2];
-  double const vy = y * r[4] + x * r[3] - f * r[5];
-  double const vz = y * r[7] + x * r[6] - f * r[8];
+  double const vx = y * alongLine.x + x * alongFlight.x - f * up.x;
+  double const vy = y * alongLine.y + x * alongFlight.y - f * up.y;
+  double const vz = y * alongLine.z + x * alongFlight.z - f * up.z;
   auto const z = static_cast<double>(height);
   double const s = (z - eop.z) / vz;
   ground = {vx * s + eop.x, vy * s + eop.y, z};
@@ -93,13 +93,13 @@ inline void StripBand::lsrToFocal(geo::XYZPoint const& ground, float line, geo::
   if (headingOnly) {
     reduceToHeading(eop);
   }
-  RotationMatrix const r = quaternionToRotation(eop);
+  CameraAxes<double> const axes = quaternionToRotation(eop);
   double const dx = ground.x - eop.x;
   double const dy = ground.y - eop.y;
   double const dz = ground.z - eop.z;
-  double const w = r[5] * dy + r[2] * dx + r[8] * dz;
-  double const u = r[3] * dy + r[0] * dx + r[6] * dz;
-  double const v = r[4] * dy + r[1] * dx + r[7] * dz;
+  double const w = axes.up.component(dx, dy, dz);
+  double const u = axes.alongFlight.component(dx, dy, dz);
+  double const v = axes.alongLine.component(dx, dy, dz);
   double const m = static_cast<double>(-focalLength) / w;
   focal.y = v * m;
   focal.x = u * m - shift(lineCorrection);

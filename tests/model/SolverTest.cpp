@@ -44,7 +44,7 @@ TEST_F(Solver, PointFromTheImageComesBackToIt) {
 TEST_F(Solver, PointOnTheMiddleLineTakesTwoPasses) {
   auto const strip = model();
   geo::XYPoint image;
-  EXPECT_EQ(strip->solveImage({50.5, 0.0, 0.0}, 0, image), 2);
+  EXPECT_EQ(solveImage(*strip, {50.5, 0.0, 0.0}, 0, image), 2);
   EXPECT_NEAR(image.y, 50.5, 0.05);
   EXPECT_NEAR(image.x, 50.0, 0.05);
 }
@@ -53,7 +53,7 @@ TEST_F(Solver, LevelFlightNeedsTwoPassesFromAnywhere) {
   auto const strip = model();
   geo::XYPoint image;
   // The first pass finds the line, the second confirms it.
-  EXPECT_EQ(strip->solveImage({3.0, 10.0, 0.0}, 0, image), 2);
+  EXPECT_EQ(solveImage(*strip, {3.0, 10.0, 0.0}, 0, image), 2);
   EXPECT_NEAR(image.y, 3.0, 1e-3);
 }
 
@@ -67,7 +67,7 @@ TEST_F(Solver, PointOutsideTheStripHasALineOutsideTheImage) {
 TEST_F(Solver, PointInThePlaneOfTheCameraEndsWithoutANumberOrFarAway) {
   auto const strip = model();
   geo::XYPoint image;
-  EXPECT_LE(strip->solveImage({50.0, 30.0, 1000.0}, 0, image), 250);
+  EXPECT_LE(solveImage(*strip, {50.0, 30.0, 1000.0}, 0, image), 250);
   EXPECT_FALSE(std::fabs(image.x) < 1e5 && std::fabs(image.y) < 1e5);
 }
 
@@ -76,7 +76,7 @@ TEST_F(Solver, OscillationIsDampedFromTheTwentySecondPassOn) {
   auto const strip = model();
   strip->img(0)->setScale(2.0F * 1.98F);
   geo::XYPoint image;
-  int const passes = strip->solveImage({20.0, 0.0, 0.0}, 0, image);
+  int const passes = solveImage(*strip, {20.0, 0.0, 0.0}, 0, image);
   EXPECT_GT(passes, 22);
   EXPECT_LT(passes, 60);
   EXPECT_NEAR(image.y, 20.0, 0.05);
@@ -87,7 +87,7 @@ TEST_F(Solver, StepsThatDontDieAwayEndAtTheLimitOfPasses) {
   auto const strip = model();
   strip->img(0)->setScale(2.0F * 4.0F);
   geo::XYPoint image;
-  EXPECT_EQ(strip->solveImage({20.0, 0.0, 0.0}, 0, image), 250);
+  EXPECT_EQ(solveImage(*strip, {20.0, 0.0, 0.0}, 0, image), 250);
 }
 
 std::vector<geo::XYZPoint> gridOf(KESStripModel const& strip, float height) {
