@@ -32,12 +32,17 @@ ROOMS = [
 # A public header of the library belongs to the folder whose sources implement its class. Those without such a source:
 HEADERS = {
     "XmlWriter.h": "platform",
+    "sensor/CalibrationGeometry.h": "src/camera",
     "sensor/CalibrationRadiometry.h": "src/camera",
+    "sensor/CalibrationRadiometryKesV1.h": "src/camera",
+    "sensor/CalibrationRadiometryKesV2.h": "src/camera",
     "sensor/Camera.h": "src/camera",
     "sensor/CtglEntry.h": "src/timing",
     "sensor/EOP.h": "src/timing",
+    "sensor/IntegrationTime.h": "src/timing",
     "sensor/KesBQuickInfo.h": "src/camera",
     "sensor/Serializer.h": "src/common",
+    "sensor/TdiStage.h": "src/timing",
     "sensor/TimeQuantity.h": "src/common",
     "sensor/kessensor.h": "src/model",
     "sensor/kessensor_export.h": "src/common",

@@ -4,6 +4,7 @@
 #include "common/Truncate.h"
 
 #include <geo/XYPoint.h>
+#include <sensor/CalibrationGeometry.h>
 #include <sensor/CalibrationGeometryKes.h>
 
 #include <algorithm>
@@ -253,5 +254,9 @@ void CalibrationGeometryKes::shiftX(float d) {
     entry += d;
   }
 }
+
+CalibrationGeometry::CalibrationGeometry() = default;
+
+CalibrationGeometry::~CalibrationGeometry() = default;
 
 }  // namespace sensor

@@ -11,6 +11,14 @@
 
 namespace sensor {
 
+/// Takes the first line off `text`, with the line feed at its end, and returns it without.
+inline std::string_view takeLine(std::string_view& text) {
+  std::size_t const end = text.find('\n');
+  std::string_view const line = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  return line;
+}
+
 /// The lines of a text file that may come from anywhere, one after the other, with no more of the file in memory than a
 /// piece of fixed size or the longest line.
 ///

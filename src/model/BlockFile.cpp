@@ -5,8 +5,7 @@
 
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
-#include "project/Attribute.h"
-#include "project/Path.h"
+#include "project/ProjectFile.h"
 
 #include <geo/coordSysFactory.h>
 #include <sensor/BlockModelData.h>

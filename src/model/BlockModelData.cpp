@@ -4,7 +4,7 @@
 #include "common/QtText.h"
 #include "files/FileReplacement.h"
 #include "model/BlockFile.h"
-#include "project/Path.h"
+#include "project/ProjectFile.h"
 
 #include <XmlWriter.h>
 #include <geo/coordSys.h>

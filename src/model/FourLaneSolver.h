@@ -4,8 +4,7 @@
 #pragma once
 
 #include "model/CameraAxes.h"
-#include "model/HeightScale.h"
-#include "model/SolverLimits.h"
+#include "model/LineSearch.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>

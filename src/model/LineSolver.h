@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "model/SolverLimits.h"
+#include "model/LineSearch.h"
 #include "model/StripBand.h"
 
 #include <cmath>

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "model/CameraAxes.h"
-#include "model/HeightScale.h"
 #include "model/LineOrientation.h"
+#include "model/LineSearch.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>

@@ -4,7 +4,7 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/XmlDocument.h"
-#include "project/Attribute.h"
+#include "project/ProjectFile.h"
 
 #include <sensor/FennLegacyLocations.h>
 

@@ -1,10 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "project/Attribute.h"
 #include "project/BadCalibration.h"
-#include "project/Path.h"
 #include "project/PointListPlaces.h"
+#include "project/ProjectFile.h"
 
 #include <XmlWriter.h>
 #include <raster/Statistics.h>

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "project/BadCalibration.h"
-#include "project/Path.h"
+#include "project/ProjectFile.h"
 #include "project/StripFile.h"
 
 #include <sensor/CalibrationGeometryKes.h>

@@ -6,8 +6,7 @@
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
 #include "files/FileReplacement.h"
-#include "project/Attribute.h"
-#include "project/Path.h"
+#include "project/ProjectFile.h"
 
 #include <QFileInfo>
 #include <QTextStream>

@@ -4,7 +4,7 @@
 #include "files/FileReplacement.h"
 #include "project/BadCalibration.h"
 #include "project/OriginalStrip.h"
-#include "project/Path.h"
+#include "project/ProjectFile.h"
 #include "project/SupportFile.h"
 
 #include <geo/XYPoint.h>

@@ -3,7 +3,7 @@
 
 #include "common/InputFile.h"
 #include "common/QtText.h"
-#include "common/TextLine.h"
+#include "common/TextLines.h"
 #include "serializer/FloatScanner.h"
 
 #include <sensor/CalibrationGeometryKes.h>

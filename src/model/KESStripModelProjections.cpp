@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "model/SolverLimits.h"
+#include "model/FourLaneSolver.h"
+#include "model/LineSearch.h"
+#include "model/LineSolver.h"
 
 #include <dsm/ProjectedElevationSource.h>
 #include <geo/XYPoint.h>
@@ -14,9 +16,19 @@
 #include <cmath>
 #include <stdexcept>
 
+// A projection is a chain of small functions from several folders, which together take some tens of nanoseconds; calls
+// between them would take a fifth of that again. `flatten` draws the whole chain into its entry.
+
 namespace sensor {
 
 namespace {
+
+// Single precision counts samples exactly up to here.
+constexpr unsigned int maxSamplesOfLanes = 1U << 24;
+
+bool isReadInLanes(CalibrationGeometryKes const& calibration) {
+  return calibration.isFull() && calibration.numSamples() <= maxSamplesOfLanes;
+}
 
 constexpr float toleranceAtHeight = 0.1F;  // ground sampling distances
 
@@ -46,6 +58,50 @@ void cutAtHeight(KESStripModel const& model, geo::XYPoint const& image, int band
 }
 
 }  // namespace
+
+[[gnu::flatten]] void KESStripModel::lsrToImage(geo::XYZPoint const& ground, int band, geo::XYPoint& image) const {
+  solveLine(StripBand(*mData, band), ground, image, Unobserved());
+}
+
+int solveImage(KESStripModel const& strip, geo::XYZPoint const& ground, int band, geo::XYPoint& image) {
+  PassCount count;
+  solveLine(StripBand(*strip.modelData(), band), ground, image, count);
+  return count.passes;
+}
+
+[[gnu::flatten]] void KESStripModel::lsrToImage(std::vector<geo::XYZPoint> const& ground, int band,
+                                                std::vector<geo::XYPoint>& image) const {
+  if (!ground.empty()) {
+    solveLines(StripBand(*mData, band), ground, image, Unobserved());
+  }
+}
+
+[[gnu::flatten]] void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band,
+                                                geo::XYZPoint& ground) const {
+  StripBand(*mData, band).imageToLsr(image, height, ground);
+}
+
+[[gnu::flatten]] void KESStripModel::imageToLsr(geo::XYPoint const& image, float height, int band, float tdi,
+                                                geo::XYZPoint& ground) const {
+  StripBand(*mData, band).imageToLsr(image, height, ground, tdi);
+}
+
+void KESStripModel::lsrToImageSSE(std::vector<geo::XYZPoint> const& ground, int band,
+                                  std::vector<geo::XYPoint>& image) const {
+  if (ground.size() % 4 != 0) {
+    throw std::runtime_error("lsrToImageSSE: grndPts vector not a multiple of 4 in size.");
+  }
+  if (ground.empty()) {
+    return;
+  }
+  StripBand const b(*mData, band);
+  if (!isReadInLanes(b.calibration)) {
+    solveLines(b, ground, image, Unobserved());
+    return;
+  }
+  auto const solve = mSseEnabled ? solveInSseLanes : solveInPlainLanes;
+  solve(fourLaneConstants(b), LineOrientations(b), ground.data(), ground.size(), image.data());
+}
 
 void KESStripModel::mapToImage(geo::XYZPoint const& map, int band, geo::XYPoint& image) const {
   geo::XYZPoint lsr;
