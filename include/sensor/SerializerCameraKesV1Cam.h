@@ -20,8 +20,9 @@ namespace sensor {
 class CalibrationRadiometryKes;
 class CalibrationRadiometryKesV1;
 
-/// The calibration of the older cameras: one CAM text file a sensor line, "radiocal.xml" with the positions of the spectral
-/// bands, "misalignment.dat". In the files lengths are millimetres and wavelengths nanometres, in memory all are metres.
+/// The calibration of the older cameras: one CAM text file a sensor line, "radiocal.xml" with the positions of the
+/// spectral bands, "misalignment.dat". In the files lengths are millimetres and wavelengths nanometres, in memory all
+/// are metres.
 class KESSENSOR_EXPORT SerializerCameraKesV1Cam : public SerializerCameraKes {
 public:
   static std::string const CAM_FILE_ID;
@@ -35,10 +36,11 @@ public:
   SerializerCameraKesV1Cam(SerializerCameraKesV1Cam const&) = default;
   SerializerCameraKesV1Cam& operator=(SerializerCameraKesV1Cam const&) = default;
 
-  /// Reads note, misalignment and all CAM files, which are read in parallel; a CAM file that can't be read is passed over
-  /// without a word. Throws what reading the misalignment throws.
+  /// Reads note, misalignment and all CAM files, which are read in parallel; a CAM file that can't be read is passed
+  /// over without a word. Throws what reading the misalignment throws.
   void read(CameraKes* camera) const override;
-  /// Writes a CAM file for each band, then the misalignment. Throws what `writeCam` throws; what was written before stays.
+  /// Writes a CAM file for each band, then the misalignment. Throws what `writeCam` throws; what was written before
+  /// stays.
   void write(CameraKes const* camera) const override;
 
   /// Reads one CAM file into two objects of the caller's. Throws std::runtime_error

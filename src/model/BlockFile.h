@@ -11,7 +11,8 @@
 
 namespace sensor {
 
-/// What a block file says, up to its first fault. Names of strips, elevation models and reference images are whole paths.
+/// What a block file says, up to its first fault. Names of strips, elevation models and reference images are whole
+/// paths.
 struct BlockDescription {
   std::string displayName;
   std::string dataPath;
@@ -25,13 +26,13 @@ struct BlockDescription {
   std::vector<std::string> calibrationFolders;
   std::unique_ptr<geo::coordSys> coordSys;
   std::unique_ptr<geo::coordSys> groundPointCoordSys;
-  /// The message on the first element that is wrong or missing; empty for a file without a fault. Folders with calibrations in
-  /// front of it count all the same.
+  /// The message on the first element that is wrong or missing; empty for a file without a fault. Folders with
+  /// calibrations in front of it count all the same.
   std::string fault;
 };
 
-/// Reads a block file. Throws what the constructor of `BlockModelData` throws on a file that can't be opened, isn't XML, or
-/// isn't a block file of the right version.
+/// Reads a block file. Throws what the constructor of `BlockModelData` throws on a file that can't be opened, isn't
+/// XML, or isn't a block file of the right version.
 BlockDescription readBlockFile(std::string const& fileName);
 
 /// The folder of a file; empty without a name.

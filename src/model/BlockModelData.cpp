@@ -110,8 +110,8 @@ void BlockModelData::read(std::string const& fileName, bool loadData, bool useOr
       loadGroundPoints();
     }
   }
-  // A strip whose name is taken isn't listed; nobody else knows of it, so it goes at the end of its turn. So does the
-  // mapping system that each strip begins with.
+  // A strip whose name is taken isn't listed; nothing else refers to it, so it is freed at the end of its turn, as is
+  // the mapping system that each strip starts with.
   for (auto& strip : buildStrips(block.stripFiles, loadData, useOriginalEOP, loadStdDevs)) {
     std::unique_ptr<geo::coordSys> const replaced(strip->mappingSystem());
     BlockModelData::attach(strip.get());
@@ -217,7 +217,7 @@ void BlockModelData::setGroundPointFile(std::string const& fileName) {
   mGroundPointFile = fileName;
 }
 
-// Hosts set a blank for a block that has no file of its own.
+// Hosts set a blank for a block without a file.
 bool BlockModelData::hasGroundPointFile() const {
   return !mGroundPointFile.empty() && mGroundPointFile.front() != ' ';
 }

@@ -18,8 +18,8 @@ struct Direction {
   Real component(Real dx, Real dy, Real dz) const { return y * dy + x * dx + z * dz; }
 };
 
-/// The axes of a camera in the local system: the columns of the rotation of camera rays into it. `Real` is double, or lanes
-/// of single precision.
+/// The axes of a camera in the local system: the columns of the rotation of camera rays into it. `Real` is double, or
+/// lanes of single precision.
 template <class Real>
 struct CameraAxes {
   Direction<Real> alongFlight;  ///< Focal x.

@@ -37,9 +37,9 @@ float heightTolerance(float gsd, float factor, geo::coordSys const& system) {
   return gsd * factor / static_cast<float>(system.verticalUnits().getScale());
 }
 
-// The projection cuts a ray at an LSR height, while the wanted height is one of another system. Each cut is made at the LSR
-// height that the wanted height has at the place of the cut before, until the two heights agree.
-// `wantedHeight` returns the wanted height at a position of the system.
+// The projection cuts a ray at an LSR height, while the wanted height is one of another system. Each cut is made at the
+// LSR height that the wanted height has at the place of the cut before, until the two heights agree. `wantedHeight`
+// returns the wanted height at a position of the system.
 template <class WantedHeight>
 void cutAtHeight(KESStripModel const& model, geo::XYPoint const& image, int band, geo::coordSys const* system,
                  float start, float tolerance, int maxCuts, geo::XYZPoint& ground, WantedHeight wantedHeight) {

@@ -7,7 +7,8 @@
 
 #include <cstddef>
 
-// What all forms of the search for a line share. No function is inline here: one form is compiled for another processor.
+// What all forms of the search for a line share. No function is inline here: one form is compiled for another
+// processor.
 
 namespace sensor {
 
@@ -36,7 +37,8 @@ struct HeightScale {
 /// Whether all three coordinates are finite.
 bool isFinite(geo::XYZPoint const& position);
 
-/// The height that scales the steps of a run: the first one that is finite. Of a run without any, that of its first position.
+/// The height that scales the steps of a run: the first height that is finite, or that of the first position where none
+/// is.
 double heightOfRun(geo::XYZPoint const* ground, std::size_t count);
 
 }  // namespace sensor

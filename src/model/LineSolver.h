@@ -9,9 +9,9 @@
 #include <cmath>
 #include <vector>
 
-// The way from the ground to the image, in its two forms: which line saw a ground position depends on the orientation at
-// that line, so the line is found by iteration. Each candidate's orientation projects the position into the focal plane;
-// how far it falls from the sensor line there tells how many lines to go.
+// The way from the ground to the image, in its two forms: which line saw a ground position depends on the orientation
+// at that line, so the line is found by iteration. Each candidate's orientation projects the position into the focal
+// plane; its distance from the sensor line there is the number of lines to go.
 //
 // Both take an observer, whose `orientationAt(line)` is called with each line whose orientation is computed.
 
@@ -86,9 +86,9 @@ struct RunState {
   bool cold = true;
 };
 
-/// The form for a run of positions: the orientation of the last evaluation stays in force for as long as the line doesn't
-/// have to move by more than the tolerance, and so mostly from one position to its neighbours. The result is that line plus
-/// the step that is left, which is too small to take.
+/// The form for a run of positions: the orientation of the last evaluation stays in force for as long as the line
+/// doesn't have to move by more than the tolerance, and so mostly from one position to its neighbours. The result is
+/// that line plus the step that is left, which is too small to take.
 template <class Observer>
 class RunSolver {
 public:
@@ -161,8 +161,8 @@ private:
   RunState mState;
 };
 
-/// Solves `count` positions, or up to the first one without a solution, and returns how many it solved. On copies of band and
-/// state, which no call on the way can change.
+/// Solves `count` positions, or up to the first one without a solution, and returns how many it solved. On copies of
+/// band and state, which no call on the way can change.
 template <class Observer>
 [[gnu::noinline, gnu::flatten]] std::size_t solveWhileFound(StripBand const& band, geo::XYZPoint const* ground,
                                                             std::size_t count, geo::XYPoint* image, RunState& state,
@@ -177,8 +177,8 @@ template <class Observer>
   return i;
 }
 
-/// Solves a position as the first of a run, with the scale of its own height; the run goes on from there. Where there is no
-/// solution from there either, image and state stay as they are.
+/// Solves a position as the first of a run, with the scale of its own height; the run goes on from there. Where there
+/// is no solution from there either, image and state stay as they are.
 template <class Observer>
 [[gnu::noinline, gnu::cold]] void solveAnew(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image,
                                             RunState& state, Observer& observer) {
@@ -195,9 +195,9 @@ template <class Observer>
 
 /// Solves a run that isn't empty.
 ///
-/// The line that a position leaves can be so far off that no search from there ends: in single precision nothing is left of
-/// the way back, or the ground lies above the horizon of the extrapolated attitude, so that steps lead away from it. A
-/// position that gets lost thus begins the run anew.
+/// The line that a position leaves can be so far off that no search from there ends: in single precision nothing is
+/// left of the way back, or the ground lies above the horizon of the extrapolated attitude, so that steps lead away
+/// from it. A position that gets lost thus begins the run anew.
 template <class Observer>
 void solveLines(StripBand const& band, std::vector<geo::XYZPoint> const& ground, std::vector<geo::XYPoint>& image,
                 Observer&& observer) {

@@ -19,11 +19,12 @@ inline void reduceToHeading(EOP& eop) {
   kappaToQuaternion(static_cast<double>(kappaOf(eop)), eop);
 }
 
-/// All that the projections of one band read, looked up once per call, and the formulae of the ray through the focal plane.
+/// All that the projections of one band read, looked up once per call, and the formulae of the ray through the focal
+/// plane.
 ///
-/// The collinearity equations of a line camera: a focal position (x along the flight, y along the sensor line) and -f make
-/// the camera's ray, which the rotation R of the line turns into the local system, to start at the line's perspective
-/// centre. (K. Kraus, Photogrammetry.)
+/// The collinearity equations of a line camera: a focal position (x along the flight, y along the sensor line) and -f
+/// make the camera's ray, which the rotation R of the line turns into the local system, to start at the line's
+/// perspective centre. (K. Kraus, Photogrammetry.)
 class StripBand {
 public:
   /// The data are loaded, and the band exists.
@@ -38,8 +39,8 @@ public:
   template <class... Tdi>
   void imageToLsr(geo::XYPoint const& imagePoint, float height, geo::XYZPoint& ground, Tdi... tdi) const;
 
-  /// The ray through a focal position, cut with the plane at the height. The line correction acts in the focal plane, along
-  /// the flight.
+  /// The ray through a focal position, cut with the plane at the height. The line correction acts in the focal plane,
+  /// along the flight.
   void focalToLSR(geo::XYPoint const& focal, EOP const& eop, float lineCorrection, float height,
                   geo::XYZPoint& ground) const;
   /// The undoing of `focalToLSR` with the orientation of a line, or with its heading alone.

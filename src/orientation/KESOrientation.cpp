@@ -231,7 +231,7 @@ int KESOrientation::setXYZOPK(long start, long count, TimeQuantity<double> const
       to.clear();
     }
     to.resize(std::max(to.size(), mRecords.size()));
-    // Elements before the first have no place.
+    // Elements before the first are dropped.
     for (long i = std::max(start, 0L); i < end; ++i) {
       to[static_cast<std::size_t>(i)] = from[i - start];
     }

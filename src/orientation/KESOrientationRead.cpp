@@ -32,7 +32,7 @@ std::int64_t farthest(std::string_view digits, std::int64_t /*type*/) {
 }
 
 double farthest(std::string_view digits, double /*type*/) {
-  // No field has room for as many digits as such an exponent: its sign tells which way the number is too far.
+  // No field has room for as many digits as such an exponent: its sign says at which end the number is too far.
   bool const isTiny = digits.find('-', 1) != std::string_view::npos;
   double const size = isTiny ? 0.0 : std::numeric_limits<double>::infinity();
   return digits.front() == '-' ? -size : size;
@@ -57,13 +57,13 @@ class HeaderScanner {
 public:
   explicit HeaderScanner(std::string_view header) : mHeader(header) {}
 
-  // All of a field, up to the zero bytes behind it.
+  // All of a field, up to the zero bytes after it.
   std::string_view text(odfFile::Field field) const {
     std::string_view const bytes = mHeader.substr(field.offset, field.size);
     return bytes.substr(0, bytes.find('\0'));
   }
 
-  // The first word of a field. A field without one has that of the field that was asked for before.
+  // The first word of a field; for a field without one, the word of the field asked for before.
   std::string const& word(odfFile::Field field) {
     std::string_view const rest = withoutBlanks(text(field));
     if (!rest.empty()) {
@@ -102,8 +102,8 @@ private:
   std::string mWord;
 };
 
-// Zeroed records stand for those that a file was cut of. But a count that lies must not fill the memory: it is believed as far
-// as the file has the records, or zeroed ones take little beside the file.
+// Zeroed records replace those that are missing from a file that was cut. But a false count must not fill the memory:
+// it counts as far as the file has the records, or zeroed ones take little beside the file.
 bool isCredible(std::int64_t count, std::int64_t fileSize) {
   constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
   auto const bytesOfRecords = fileSize - static_cast<std::int64_t>(odfFile::headerSize);

@@ -62,7 +62,7 @@ geo::XYZPoint anchorOf(KESOrientation const& orientation) {
   return {orientation.anchorLongitude(), orientation.anchorLatitude(), 0.0};
 }
 
-// The name of the ODF that stands last behind the key in a support file.
+// The name of the ODF that follows the last occurrence of the key in a support file.
 std::string odfNameIn(std::string const& supportFile, std::string const& key) {
   SupportFileStream file(supportFile);
   std::string name;
@@ -163,16 +163,16 @@ void ODFConverter::retrieveODFfile(std::vector<std::string> const& odfFiles, std
   }
 }
 
-// The index in `last` behind which it goes on where `first` ends, by the mean interval of `last`: negative, when there is a
-// gap between the two.
+// The index in `last` at which it continues `first`, by the mean interval of `last`: negative when there is a gap
+// between the two.
 int ODFConverter::firstIndexMaxODF(std::string const& first, std::string const& last) {
   double const end = spanOf(KESOrientation(first)).end;
   KESOrientation const orientation(last);
   TimeSpan const span = spanOf(orientation);
   int const count = orientation.numSets();
   double const interval = (span.end - span.start) / count;
-  std::int64_t const behind = truncated<std::int32_t>((span.end - end) / interval + 0.5);
-  return static_cast<int>(std::min<std::int64_t>(count - behind, std::numeric_limits<int>::max()));
+  std::int64_t const rest = truncated<std::int32_t>((span.end - end) / interval + 0.5);
+  return static_cast<int>(std::min<std::int64_t>(count - rest, std::numeric_limits<int>::max()));
 }
 
 int ODFConverter::settleAnchor(geo::XYZPoint const& first, std::size_t odfCount,

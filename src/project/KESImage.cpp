@@ -48,7 +48,7 @@ std::unique_ptr<TdiStage> tdiStageOf(QDomElement const& element, std::string con
   return std::make_unique<TdiStage>(resolved(attributeText(element, "tdi"), stripFolder));
 }
 
-// The text without the folder, whose length it is cut by, and the slash behind it.
+// The text without its first characters, as many as the folder has, and without the slash after them.
 std::string withoutFolder(std::string const& name, std::string const& folder) {
   if (name.find(folder) == std::string::npos) {
     return name;

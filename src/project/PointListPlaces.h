@@ -21,8 +21,8 @@ inline std::optional<QString> pointListName(std::string const& imageFileName) {
   return dot < 0 ? std::nullopt : std::optional(name.left(dot) + QStringLiteral(".ipt"));
 }
 
-/// The paths of such a list in the order in which they are looked at: in the folder of the strip and in the two above it, as
-/// far as they exist.
+/// The paths of such a list in the order in which they are looked at: in the folder of the strip and in the two above
+/// it, as far as they exist.
 inline std::vector<std::string> pointListPlaces(QString const& name, QString const& stripFolder) {
   constexpr int levels = 2;
   QString const file = QLatin1Char('/') + name;

@@ -17,7 +17,8 @@ struct StripDescription {
   /// Metres.
   float meanTerrainHeight = 0.0F;
   std::string imageDataLocation;
-  /// The elements of the images in front of the fault, from which `KESImage` is made, and the document that they belong to.
+  /// The elements of the images in front of the fault, from which `KESImage` is made, and the document that they belong
+  /// to.
   std::vector<QDomElement> images;
   QDomDocument document;
   std::string cameraVersion;
@@ -27,13 +28,13 @@ struct StripDescription {
   /// Empty without one.
   std::string adjustedEOPFileName;
   std::string rawDataLocation;
-  /// The message on the first element that is wrong or missing; empty for a file without a fault. Images come before it:
-  /// one that can't be made is the fault to report.
+  /// The message on the first element that is wrong or missing; empty for a file without a fault. Images come before
+  /// it: one that can't be made is the fault to report.
   std::string fault;
 };
 
-/// Reads a strip file. Throws what the constructor of `KESStripModelData` throws on a file that can't be opened, isn't XML,
-/// or isn't a strip file of the right version.
+/// Reads a strip file. Throws what the constructor of `KESStripModelData` throws on a file that can't be opened, isn't
+/// XML, or isn't a strip file of the right version.
 StripDescription readStripFile(std::string const& fileName);
 
 /// Enters the file name of an adjusted orientation, without its folder, in a strip file. Throws what

@@ -104,11 +104,11 @@ void readCoordinates(std::string_view text, std::string const& fileName, std::ve
   }
 }
 
-// Date and time are parsed apart and put together as UTC: as one local time, an hour that the change to summer time
-// leaves out on the host would be no time at all.
+// Date and time are parsed separately and put together as UTC: as one local time, an hour that the change to summer
+// time leaves out on the host would be no time at all.
 QDateTime utcTime(QString const& date, QString const& dateFormat, QString const& time) {
-  // Files are read in parallel, but Qt 5.15 makes its first calendar without a guard: a thread that comes upon a half-made
-  // one finds no date. All threads wait here until it is made.
+  // Files are read in parallel, but Qt 5.15 makes its first calendar without a guard: a thread that comes upon a
+  // half-made one finds no date. All threads wait here until it is made.
   static QCalendar const firstCalendar;
   QLocale const c = QLocale::c();
   QTime const timeOfDay = c.toTime(time, QStringLiteral(" hh:mm:ss"));
@@ -116,7 +116,7 @@ QDateTime utcTime(QString const& date, QString const& dateFormat, QString const&
   return timeOfDay.isValid() ? QDateTime(c.toDate(date, dateFormat), timeOfDay, Qt::UTC) : QDateTime();
 }
 
-// A line that ends in the closing quote gives what lies between the quotes. Otherwise the value goes on to the line's end.
+// What lies between the quotes of a line that ends in the closing one. Otherwise the value goes on to the line's end.
 std::string camLineToString(QString const& line) {
   auto const begin = line.indexOf(QLatin1Char('"')) + 1;
   bool const closed = line.endsWith(QLatin1Char('"'));

@@ -63,7 +63,8 @@ std::int64_t entriesInFile(InputFile const& file, std::int64_t offset, std::int6
   return std::clamp<std::int64_t>(count, 0, (file.size() - offset) / size);
 }
 
-// Appends `count` entries of `size` bytes from `offset` on, which the file has, block by block. False when a read fails.
+// Appends `count` entries of `size` bytes from `offset` on, which the file has, block by block. False when a read
+// fails.
 template <class Entry>
 bool readEntries(InputFile& file, std::int64_t offset, std::int64_t count, std::int64_t size,
                  Entry (*decode)(char const*), std::vector<Entry>& entries) {
@@ -170,7 +171,7 @@ bool readRecords(InputFile& file, bool isOld, std::int64_t offset, std::int64_t 
   return read && promised > 0 && count == promised;
 }
 
-// The same for their standard deviations, in place of those that were there. A file without any has its offset at 0.
+// The same for their standard deviations, which replace those in memory. Their offset is 0 in a file without any.
 bool readStdDevs(InputFile& file, std::int64_t offset, std::int64_t promised,
                  std::vector<std::array<float, 6>>& deviations) {
   if (offset == 0) {

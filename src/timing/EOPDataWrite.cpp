@@ -49,8 +49,8 @@ std::string shortText(float value) {
   return QString::number(static_cast<double>(value), 'g', 6).toStdString();
 }
 
-// The text of an attribute from which a parser gets `value` back. White space but the blank has to be told by its number,
-// or it comes back as blanks; what XML has no way to tell becomes a blank.
+// The text of an attribute from which a parser gets `value` back. White space other than the blank is written by its
+// number, or it would come back as blanks; characters that XML doesn't have become blanks.
 QString escaped(std::string const& value) {
   QString result;
   for (QChar const c : fromUtf8(value).toHtmlEscaped()) {
@@ -109,13 +109,13 @@ void writeRecords(files::FileReplacement& file, std::vector<EOP> const& eops, st
   }
 }
 
-// A field of a listing, with the blanks behind it.
+// A field of a listing, with the blanks after it.
 void appendField(std::string& text, double value, int decimals) {
   appendFixed(text, value, decimals);
   text += "  ";
 }
 
-// A line of a listing; `deviations` is null where there are none.
+// A line of a listing; `deviations` may be null.
 void appendLine(std::string& text, EOP const& eop, std::array<float, 6> const* deviations) {
   Angles const angles = anglesOf(eop);
   for (double const value : {eop.gpsTime, eop.x, eop.y, eop.z}) {

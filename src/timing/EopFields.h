@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-// Where the numbers of a binary orientation file stand, in bytes. All are little-endian; offsets, counts and versions take four
-// bytes, of the others those that are named float take four, and the rest are doubles.
+// Where the numbers of a binary orientation file stand, in bytes. All are little-endian; offsets, counts and versions
+// take four bytes, of the others those that are named float take four, and the rest are doubles.
 
 namespace sensor::eopFile {
 
@@ -25,8 +25,8 @@ inline constexpr std::int64_t anchor = 32;  // x, y, z
 inline constexpr std::int64_t size = 60;
 }  // namespace oldHeader
 
-/// The header of version 3, in front of the parameter block. Version 2 has a reserved number after the offset of the data,
-/// which moves all that follows.
+/// The header of version 3, in front of the parameter block. Version 2 has a reserved number after the offset of the
+/// data, which moves all that follows.
 namespace header {
 inline constexpr std::int64_t stdDevOffset = 12;
 inline constexpr std::int64_t blockLength = 16;
@@ -34,8 +34,8 @@ inline constexpr std::int64_t size = 20;
 inline constexpr std::int64_t reserved = 4;
 }  // namespace header
 
-/// A record starts with the time and the position x, y, z in every version. In versions 1 and 2 the angles are doubles, and
-/// the status is an integer.
+/// A record starts with the time and the position x, y, z in every version. In versions 1 and 2 the angles are doubles,
+/// and the status is an integer.
 namespace oldRecord {
 inline constexpr std::int64_t omega = 32;
 inline constexpr std::int64_t phi = 40;

@@ -61,8 +61,8 @@ Creation readCreation(CalibrationXml& xml) {
   return creation;
 }
 
-// The bytes of a base64 text. Characters that are none of base64 are passed over, so that each may be taken as one byte; the
-// bytes then take the place of their own text.
+// The bytes of a base64 text. Other characters are skipped, so each may be taken as one byte; the bytes are decoded in
+// place.
 QByteArray decoded(CalibrationXml::Text text) {
   return *QByteArray::fromBase64Encoding(text.toLatin1());
 }

@@ -17,7 +17,7 @@ namespace xmlFileData {
 
 namespace {
 
-// One behind the last of `columns` columns, at the nearest end of the range of numbers where it lies beyond.
+// The column after the last of `columns` columns, limited to the range of numbers.
 std::int32_t endOf(std::int32_t start, std::int32_t columns) {
   using Limits = std::numeric_limits<std::int32_t>;
   std::int64_t const end = std::int64_t{start} + columns;
