@@ -49,6 +49,17 @@ TEST_F(Solver, PointOnTheMiddleLineTakesTwoPasses) {
   EXPECT_NEAR(image.x, 50.0, 0.05);
 }
 
+TEST_F(Solver, CountingPassesDoesntChangeTheResult) {
+  auto const strip = model();
+  for (double x : {-200.0, 3.0, 50.5, 97.25, 500.0}) {
+    geo::XYPoint counted;
+    solveImage(*strip, {x, 17.5, 12.0}, 0, counted);
+    geo::XYPoint const image = solved(*strip, {x, 17.5, 12.0});
+    EXPECT_EQ(image.x, counted.x);
+    EXPECT_EQ(image.y, counted.y);
+  }
+}
+
 TEST_F(Solver, LevelFlightNeedsTwoPassesFromAnywhere) {
   auto const strip = model();
   geo::XYPoint image;
