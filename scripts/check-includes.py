@@ -2,7 +2,8 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""check-includes.py [ROOT]: fails when an include goes upstairs, or reaches past a public header.
+"""check-includes.py [ROOT]: fails when an include goes upstairs, or reaches past a public header, and when a public header
+forward-declares what only its private members use.
 
 The tree is a house with one-way stairs: ROOMS lists its rooms from the ground up, and each may include only what lies
 below it. From `host` upwards a room sees no private header of another: only what VIEW grants it.
@@ -31,12 +32,17 @@ ROOMS = [
 # A public header of the library belongs to the folder whose sources implement its class. Those without such a source:
 HEADERS = {
     "XmlWriter.h": "platform",
+    "sensor/CalibrationGeometry.h": "src/camera",
     "sensor/CalibrationRadiometry.h": "src/camera",
+    "sensor/CalibrationRadiometryKesV1.h": "src/camera",
+    "sensor/CalibrationRadiometryKesV2.h": "src/camera",
     "sensor/Camera.h": "src/camera",
     "sensor/CtglEntry.h": "src/timing",
-    "sensor/EOP.h": "src/orientation",
+    "sensor/EOP.h": "src/timing",
+    "sensor/IntegrationTime.h": "src/timing",
     "sensor/KesBQuickInfo.h": "src/camera",
     "sensor/Serializer.h": "src/common",
+    "sensor/TdiStage.h": "src/timing",
     "sensor/TimeQuantity.h": "src/common",
     "sensor/kessensor.h": "src/model",
     "sensor/kessensor_export.h": "src/common",
@@ -51,6 +57,9 @@ FOLDERS = {
 
 LEVEL = {room: level for level, rooms in enumerate(ROOMS) for room in rooms}
 PRIVATE = {room.removeprefix("src/") for room in LEVEL if room.startswith("src/")}
+FORWARD = re.compile(r"^[ \t]*(?:class|struct) (\w+);", re.MULTILINE)
+PRIVATE_PART = re.compile(r"^private:.*?^};", re.MULTILINE | re.DOTALL)
+COMMENT = re.compile(r"//.*")
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(["<])([^">]+)[">]', re.MULTILINE)
 
 
@@ -99,8 +108,18 @@ def fault(room, quote, spelling, rooms):
     return None
 
 
+def private_matters(text):
+    """(name, line) of each forward declaration of a public header that nothing but private members needs."""
+    code = COMMENT.sub("", text)
+    interface = PRIVATE_PART.sub("", code)
+    for match in FORWARD.finditer(code):
+        name = match[1]
+        if len(re.findall(rf"\b{name}\b", interface)) == 1:
+            yield name, code.count("\n", 0, match.start(1)) + 1
+
+
 def faults(root):
-    """One line for each include that the table forbids."""
+    """One line for each include that the table forbids, and for each needless forward declaration."""
     rooms = public_headers(root)
     for path in sorted(root.rglob("*")):
         if path.suffix not in (".h", ".cpp", ".in"):
@@ -114,6 +133,9 @@ def faults(root):
             if reason := fault(room, *match.groups(), rooms):
                 line = text.count("\n", 0, match.start(2)) + 1
                 yield f"{relative}:{line}: #include {match[1]}{match[2]}{'>' if match[1] == '<' else match[1]} {reason}"
+        if relative.parts[0] == "include":
+            for name, line in private_matters(text):
+                yield f"{relative}:{line}: declares {name}, which only private members use"
 
 
 def main():

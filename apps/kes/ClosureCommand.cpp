@@ -93,7 +93,7 @@ Closures closuresOf(sensor::KESStripModel const& strip, int band, int grid) {
   std::vector<geo::XYPoint> solved(closures.ground.size());
   auto const start = std::chrono::steady_clock::now();
   for (std::size_t i = 0; i < solved.size(); ++i) {
-    closures.passes.push_back(strip.solveImage(closures.ground[i], band, solved[i]));
+    closures.passes.push_back(sensor::solveImage(strip, closures.ground[i], band, solved[i]));
   }
   closures.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   for (std::size_t i = 0; i < solved.size(); ++i) {

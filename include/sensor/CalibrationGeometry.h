@@ -14,9 +14,9 @@ namespace sensor {
 
 /// The geometry of one sensor line: where in the focal plane its samples lie.
 ///
-/// An image position has the sample in x and the line in y, both from 0. A focal position has x along the flight and y along
-/// the sensor line, in metres; the image's samples run along the focal y. `offset` holds in x the sample of the calibration
-/// at which the image's sample 0 lies.
+/// An image position has the sample in x and the line in y, both from 0. A focal position has x along the flight and y
+/// along the sensor line, in metres; the image's samples run along the focal y. `offset` holds in x the sample of the
+/// calibration at which the image's sample 0 lies.
 class KESSENSOR_EXPORT CalibrationGeometry : public CalibrationInfo {
 public:
   CalibrationGeometry();

@@ -16,17 +16,19 @@ namespace sensor {
 /// Nominal height offset of the stabilised mount, metres. Published for callers.
 inline constexpr float nominalMNTZOffset = 0.171F;
 
-/// The geometry of a sensor line by a table of its calibrated pixels: focal x (along the flight) and focal y (along the line)
-/// of each, in metres. The table may be sparser than the line, which it then spans evenly; between two entries, positions
-/// are linear. A line may run reverse, against the focal y.
+/// The geometry of a sensor line by a table of its calibrated pixels: focal x (along the flight) and focal y (along the
+/// line) of each, in metres. The table may be sparser than the line, which it then spans evenly; between two entries,
+/// positions are linear. A line may run reverse, against the focal y.
 ///
-/// Beyond the table, a sample lies on the chord through the first and last entries, and a focal position has the sample that
-/// the mean scale of the line gives it. The way from focal plane to sample corrects the entry that the mean scale points to
-/// once, by the local slope. It is the exact inverse for a table so smooth that the corrected entry is the right one, as
-/// those of lenses are; on any other it interpolates in a neighbouring interval. Neither way searches or allocates.
+/// Beyond the table, a sample lies on the chord through the first and last entries, and a focal position has the sample
+/// that the mean scale of the line sets it. The way from focal plane to sample corrects the entry that the mean scale
+/// points to once, by the local slope. It is the exact inverse for a table so smooth that the corrected entry is the
+/// right one, as those of lenses are; on any other it interpolates in a neighbouring interval. Neither way searches or
+/// allocates.
 ///
-/// The operations with float arguments are the single-precision forms of those with points. A position that is NaN gives NaN.
-/// A table of one entry has this very position at every sample, an empty one NaN, and from the focal plane both give NaN.
+/// The operations with float arguments are the single-precision forms of those with points. NaN leads to NaN.
+/// A table of one entry has this very position at every sample, an empty one NaN, and from the focal plane both give
+/// NaN.
 ///
 /// A value: copies are deep. Filled once, it may be used in any number of threads.
 class KESSENSOR_EXPORT CalibrationGeometryKes : public CalibrationGeometry {
@@ -34,8 +36,8 @@ public:
   /// Empty tables, all numbers 0, no date.
   CalibrationGeometryKes();
   /// A copy or, with a `sampleCount` that differs from the other's samples, a cut-out of that many samples (0: all that
-  /// are left) from `firstSample` on, resampled to one entry a sample. In both all samples count as imaging ones. A cut-out
-  /// of all samples is a copy wherever it begins, and one of fewer than no samples is empty.
+  /// are left) from `firstSample` on, resampled to one entry a sample. In both all samples count as imaging ones. A
+  /// cut-out of all samples is a copy wherever it begins, and one of fewer than no samples is empty.
   CalibrationGeometryKes(CalibrationGeometryKes const& other, int firstSample = 0, int sampleCount = 0);
   ~CalibrationGeometryKes() override;
   CalibrationGeometryKes& operator=(CalibrationGeometryKes const&) = default;
@@ -52,9 +54,10 @@ public:
 
   /// Metres.
   virtual void setFocalLength(float focalLength);
-  /// Fills the tables: x along the flight and y along the line of each calibrated pixel, metres, as the pixel size. The line
-  /// has `numSamples` samples, of which `numImagingSamples` collect light. Throws std::runtime_error "Disagreement in the
-  /// number of calibrated pixels." when the tables differ in length; the tables are replaced all the same, the numbers stay.
+  /// Fills the tables: x along the flight and y along the line of each calibrated pixel, metres, as the pixel size. The
+  /// line has `numSamples` samples, of which `numImagingSamples` collect light. Throws std::runtime_error "Disagreement
+  /// in the number of calibrated pixels." when the tables differ in length; the tables are replaced all the same, the
+  /// numbers stay.
   virtual void setPixelData(float pixelSize, int numSamples, int numImagingSamples, std::vector<double> const& x,
                             std::vector<double> const& y);
   virtual void setPixelData(float pixelSize, int numSamples, int numImagingSamples, std::vector<float> const& x,

@@ -11,8 +11,8 @@ class QDateTime;
 
 namespace sensor {
 
-/// The identity of a calibration record: of which sensor and band it is, and where it came from. The base of geometries and
-/// radiometries.
+/// The identity of a calibration record: of which sensor and band it is, and where it came from. The base of geometries
+/// and radiometries.
 ///
 /// What the getters refer to lives in the record. A record is filled once; then any number of threads may read it.
 class KESSENSOR_EXPORT CalibrationInfo {

@@ -12,15 +12,15 @@
 
 namespace sensor {
 
-/// The radiometry of a band of the newer camera: besides the numbers, tables of offsets and factors per pixel, in several
-/// sets, and a curve of the non-linearity for each half of the line. A value: copies are deep.
+/// The radiometry of a band of the newer camera: besides the numbers, tables of offsets and factors per pixel, in
+/// several sets, and a curve of the non-linearity for each half of the line. A value: copies are deep.
 class KESSENSOR_EXPORT CalibrationRadiometryKesV2 : public CalibrationRadiometryKes {
 public:
   /// Dark signal of each pixel, digital numbers.
   using Offsets = std::vector<std::uint16_t>;
   /// Response of each pixel, as a factor.
   using Factors = std::vector<float>;
-  /// Points of a curve of non-linearity, as the calibration file gives them.
+  /// Points of a curve of non-linearity, as the calibration file has them.
   using Curve = std::vector<std::pair<double, double>>;
 
   /// Gain 1, `count` empty sets of offsets and of factors (none when it is negative), all else 0 or empty.

@@ -14,8 +14,8 @@ class CalibrationGeometry;
 class CalibrationRadiometry;
 class Misalignment;
 
-/// One sensor head in one version of its calibration. Cameras come from `CameraFactory`, which owns them; everything that a
-/// camera hands out stays its own.
+/// One sensor head in one version of its calibration. Cameras come from `CameraFactory`, which owns them; everything
+/// that a camera hands out stays its own.
 class KESSENSOR_EXPORT Camera {
 public:
   virtual ~Camera();

@@ -18,12 +18,13 @@ namespace sensor {
 
 class SerializerCameraKes;
 
-/// A camera as a serializer fills it: the geometries and radiometries of its bands, the misalignment of the inertial unit
-/// and the offset of the mount. It owns all of them, and can't be copied. Read-only for everybody but the serializer; then
-/// any number of threads may use it.
+/// A camera as a serializer fills it: the geometries and radiometries of its bands, the misalignment of the inertial
+/// unit and the offset of the mount. It owns all of them, and can't be copied. Read-only for everybody but the
+/// serializer; then any number of threads may use it.
 class KESSENSOR_EXPORT CameraKes : public Camera {
 public:
-  /// Has the serializer read into the new camera, which has no calibration before; what it throws leaves the constructor.
+  /// Has the serializer read into the new camera, which has no calibration before; what it throws leaves the
+  /// constructor.
   CameraKes(std::string const& type, std::string const& sensorId, unsigned int version,
             SerializerCameraKes const& serializer);
   /// Frees the misalignment, the geometries and then the radiometries, in the order of their bands.
@@ -52,7 +53,8 @@ public:
   void setCalibrationFolder(std::string const& folder) { mCalibrationFolder = folder; }
   void setMntOffset(geo::XYZPoint const& offset) { mMntOffset = offset; }
 
-  /// Takes over a geometry, not null, under the band id that it has now; another one that was there under that id is freed.
+  /// Takes over a geometry, not null, under the band id that it has now; another one that was there under that id is
+  /// freed.
   void addCalibrationGeometry(CalibrationGeometryKes* geometry);
   /// The same for a radiometry.
   void addCalibrationRadiometry(CalibrationRadiometryKes* radiometry);

@@ -28,11 +28,13 @@ public:
   /// Stores the path of the CTG file and loads it as `loadData` does.
   explicit CameraTime(std::string const& ctgFileName);
 
-  /// Reads the CTG file, and the CTGL file if there is one; what was read before is dropped. Throws std::runtime_error and
-  /// leaves the object as it was:
-  /// - "failed to open CTG file: " + name; "failed to read CTG file: " + name, also when it holds no line, or more lines than
+  /// Reads the CTG file, and the CTGL file if there is one; what was read before is dropped. Throws std::runtime_error
+  /// and leaves the object as it was:
+  /// - "failed to open CTG file: " + name; "failed to read CTG file: " + name, also when it holds no line, or more
+  /// lines than
   ///   an int can count;
-  /// - "Failed to open CTGL file: " + name; "failed to read CTGL file: " + name, also when it is empty, or has a time that
+  /// - "Failed to open CTGL file: " + name; "failed to read CTGL file: " + name, also when it is empty, or has a time
+  /// that
   ///   is no number;
   /// - "Incorrect size on CTGL file. Size = " + size + ", not divisible by 16, on file " + CTG name.
   void loadData();
@@ -43,18 +45,18 @@ public:
   /// "Cannot open .ctgl file: " + name, "IO error writing .ctgl file: " + name.
   void writeData();
 
-  /// GPS time of a fractional line. Within the table, linear between two lines; a line above -1 goes on backward at the first
-  /// interval, one further back at the first cycle time, and one behind the last line at the last cycle time.
+  /// GPS time of a fractional line. Within the table, linear between two lines; a line above -1 is extrapolated by the
+  /// first interval, one further back by the first cycle time, and one after the last line by the last cycle time.
   TimeQuantity<double> gpsTime(float line) const { return TimeQuantity<double>::from_value(timeAt(line)); }
 
   /// Fractional line of a GPS time. At a uniform rate the table's first time and the mean rate alone decide; where
   /// the rate changes, the estimate from the governing change is refined on the table until its time is met to 0.1 ms,
-  /// at most ten times, and comes back as it is then. A time in front of the table, or an estimate in front of line 0, isn't
-  /// refined.
+  /// at most ten times, and comes back as it is then. A time in front of the table, or an estimate in front of line 0,
+  /// isn't refined.
   float line(TimeQuantity<double> const& t) const;
 
-  /// Time from a fractional line to the next. Behind a change the new rate holds; over the one line in front of it the cycle
-  /// time is blended from the old to the new.
+  /// Time from a fractional line to the next. After a change the new rate holds; over the one line in front of it the
+  /// cycle time is blended from the old to the new.
   TimeQuantity<double> cycleTime(float line) const;
 
   /// The cycle times of all changes, in order of time; empty at a uniform rate.
@@ -66,15 +68,15 @@ public:
   /// Number of lines.
   std::size_t size() const { return mValues.size(); }
 
-  /// GPS times of lines 0, 1, 2 and so on, in seconds. What is changed here takes effect at once, but for the cycle times,
-  /// which come from `loadData`.
+  /// GPS times of lines 0, 1, 2 and so on, in seconds. What is changed here takes effect at once, but for the cycle
+  /// times, which come from `loadData`.
   std::vector<double> const& values() const { return mValues; }
   std::vector<double>& values() { return mValues; }
 
   std::string const& ctgFileName() const { return mCtgFileName; }
   void setCtgFileName(std::string const& fileName) { mCtgFileName = fileName; }
 
-  /// Path of the CTGL file: that of the CTG file with "ctgl" in place of its last three characters.
+  /// Path of the CTGL file: the CTG file's with "ctgl" in place of its last three characters.
   std::string ctglFileName() const;
 
   /// A copy of the changes, by their time in seconds.

@@ -5,8 +5,9 @@
 
 namespace sensor {
 
-/// One record of exterior orientation: where the camera was at an epoch, and how it was turned. Positions are in the local
-/// space rectangular system of the strip, metres; the attitude is a unit quaternion, scalar first, in single precision.
+/// One record of exterior orientation: where the camera was at an epoch, and how it was turned. Positions are in the
+/// local space rectangular system of the strip, metres; the attitude is a unit quaternion, scalar first, in single
+/// precision.
 struct EOP {
   double gpsTime = 0.0;  ///< Epoch, seconds.
   float status = 0.0F;   ///< Carried through files unchanged; -1 on a record that was extrapolated.

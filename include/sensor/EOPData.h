@@ -13,39 +13,32 @@
 #include <string>
 #include <vector>
 
-class QByteArray;
-
-namespace files {
-class FileReplacement;
-}
-
 namespace sensor {
 
-class InputFile;
-
-/// The exterior orientation of a strip: records of position and attitude in order of GPS time, with an optional table of
-/// standard deviations, its files, and the orientation at any time.
+/// The exterior orientation of a strip: records of position and attitude in order of GPS time, with an optional table
+/// of standard deviations, its files, and the orientation at any time.
 ///
-/// Perspective centres are in the local space rectangular system at the anchor point, metres. Files hold the angles omega,
-/// phi, kappa in radians; in memory attitudes are quaternions whose signs go on from record to record, so that their
-/// components can be interpolated.
+/// Perspective centres are in the local space rectangular system at the anchor point, metres. Files hold the angles
+/// omega, phi, kappa in radians; in memory attitudes are quaternions whose signs go on from record to record, so that
+/// their components can be interpolated.
 ///
-/// Binary files have one of three versions; the third is written. A table of standard deviations has six floats a record:
-/// x, y, z (metres), omega, phi, kappa (radians).
+/// Binary files have one of three versions; the third is written. A table of standard deviations has six floats a
+/// record: x, y, z (metres), omega, phi, kappa (radians).
 ///
-/// A value: copies are deep. Const operations may run in any number of threads; all others need the object to themselves.
+/// A value: copies are deep. Const operations may run in any number of threads; all others need the object to
+/// themselves.
 class KESSENSOR_EXPORT EOPData {
 public:
   /// An empty store, then `read` unless the name is empty.
   explicit EOPData(std::string const& fileName = "", bool const& loadData = true, bool const& loadStdDevs = false);
 
-  /// Reads the header of a binary file and, with `loadData`, its records; records that are in memory already stay, so unload
-  /// them first. Throws std::runtime_error "failed to open EOP file: " + name (the old name stays);
-  /// "error reading EOP parameter block " + reason, "version mismatch!!"; and what `loadData` throws.
-  /// A file that is no orientation file has no records, and fails when they are loaded.
+  /// Reads the header of a binary file and, with `loadData`, its records; records that are in memory already stay, so
+  /// unload them first. Throws std::runtime_error "failed to open EOP file: " + name (the old name stays); "error
+  /// reading EOP parameter block " + reason, "version mismatch!!"; and what `loadData` throws. A file that is no
+  /// orientation file has no records, and fails when they are loaded.
   ///
-  /// The parameter block is taken as UTF-8, whatever encoding it declares; bytes that are no UTF-8 become U+FFFD. Sources in
-  /// ASCII are the ones that every program reads back unchanged.
+  /// The parameter block is taken as UTF-8, regardless of the encoding that it declares; invalid bytes become U+FFFD.
+  /// Every program reads back sources in ASCII unchanged.
   void read(std::string const& fileName, bool const& loadData, bool const& loadStdDevs);
 
   /// Reads the records, and with `loadStdDevs` the standard deviations, of the current file, unless they are there.
@@ -53,22 +46,22 @@ public:
   /// "Header/data mismatch in EOP file: " + name (also for a header that promises no record),
   /// "Header/std.dev. data mismatch in EOP file: " + name.
   ///
-  /// After a failure to read records the store has none: `numSets` is 0, and look-ups return 1 and leave their output. What
-  /// was read before a cut (of version 3, whole groups of eight records) counts for `heightRange`, `hasStdDevs` and `write`
-  /// alone, until the next load or `addEOP` drops it.
+  /// After a failure to read records the store has none: `numSets` is 0, and look-ups return 1 and leave their output.
+  /// What was read before a cut (of version 3, whole groups of eight records) counts for `heightRange`, `hasStdDevs`
+  /// and `write` alone, until the next load or `addEOP` drops it.
   void loadData(bool const& loadStdDevs);
-  /// Frees the records if they were loaded and, if they were dealt with, the standard deviations and the marks of changed
-  /// records; header, count and times stay.
+  /// Frees the records if they were loaded and, if they were dealt with, the standard deviations and the marks of
+  /// changed records; header, count and times stay.
   void unloadData();
   bool isDataLoaded() const { return mDataLoaded; }
   /// Whether standard deviations were dealt with; also true of a file that has none.
   bool isStdDevLoaded() const { return mStdDevLoaded; }
 
-  /// Writes what is in memory; a non-empty name becomes the current file. Format 1 is the listing of `writeToASCII`, 3 the
-  /// LOP file of `writeToLOP`, anything else a binary file of version 3. The old file stays until the new one is whole.
-  /// Standard deviations that weren't loaded aren't written: load them before writing over their own file. Characters of a
-  /// source that XML doesn't have become blanks.
-  /// Throws std::runtime_error "failed to write EOP file: " + name, "error writing EOP header", and what the two throw.
+  /// Writes what is in memory; a non-empty name becomes the current file. Format 1 is the listing of `writeToASCII`, 3
+  /// the LOP file of `writeToLOP`, anything else a binary file of version 3. The old file stays until the new one is
+  /// whole. Standard deviations that weren't loaded aren't written: load them before writing over their own file.
+  /// Characters of a source that XML doesn't have become blanks. Throws std::runtime_error "failed to write EOP file: "
+  /// + name, "error writing EOP header", and what the two throw.
   void write(std::string const& fileName, int const& format);
   /// A listing for people. Throws "failed to open EOP file: " + name, "failed to write EOP file: " + name.
   void writeToASCII(std::string const& fileName) const;
@@ -76,19 +69,19 @@ public:
   /// "failed to write EOP file: " + name.
   void writeToLOP(std::string const& fileName) const;
 
-  /// The orientation at a GPS time: 0 on success, 1 (and `out` left as it is) on failure, in particular with fewer than two
-  /// records in memory. Between two records position and quaternion are linear. At the very time of a record its
+  /// The orientation at a GPS time: 0 on success, 1 (and `out` left as it is) on failure, in particular with fewer than
+  /// two records in memory. Between two records position and quaternion are linear. At the very time of a record its
   /// attitude passes through its angles, which may change last bits and the sign. Outside the span the end record's
   /// attitude is kept, and its position extended by the step of the end interval times `frequency`; that returns 0 with
   /// status -1 in `out`.
   ///
-  /// `frequency` leads to the interval at once where records stand at a constant rate. Otherwise a walk from there finds
-  /// it, which is cut short where times never fall, so that no file makes it long.
+  /// `frequency` leads to the interval at once where records stand at a constant rate. Otherwise a walk from there
+  /// finds it, which is cut short where times never fall, so that no file makes it long.
   int atGPS(TimeQuantity<double> const& t, EOP& out) const;
   /// Record i: 0, or 1 (and `out` left as it is) when there is none.
   int atIndex(int i, EOP& out) const;
-  /// Standard deviations at a GPS time, linear between two records: 0; or 1 with the default ones, when the table is empty
-  /// or shorter than the records. Outside the span, those of the end record. After a failure to load records, 1, and the
+  /// Standard deviations at a GPS time, linear between two records: 0; or 1 with the default ones, when the table is
+  /// empty or shorter than the records. Outside the span, the end record's. After a failure to load records, 1, and the
   /// output stays as it is.
   int stdDevAtGPS(TimeQuantity<double> const& t, float& x, float& y, float& z, float& omega, float& phi,
                   float& kappa) const;
@@ -120,15 +113,16 @@ public:
   void recomputeFrequency();
   /// Replaces record i; false when there is none.
   bool setEOP(int i, EOP const& eop);
-  /// Adds corrections to position (metres) and angles (radians) of record i. False when there is none, or when it was corrected
-  /// or updated before: a record takes one change, until data with standard deviations dealt with are unloaded.
+  /// Adds corrections to position (metres) and angles (radians) of record i. False when there is none, or when it was
+  /// corrected or updated before: a record takes one change, until data with standard deviations dealt with are
+  /// unloaded.
   bool correctEOP(int i, float const& dx, float const& dy, float const& dz, float const& domega, float const& dphi,
                   float const& dkappa);
   /// Replaces position and attitude of record i, under the same condition.
   bool updateEOP(int i, double const& x, double const& y, double const& z, float const& omega, float const& phi,
                  float const& kappa);
-  /// Replaces the standard deviations of record i; false when there is none. A table that is shorter than the records is
-  /// first filled up with the default ones.
+  /// Replaces the standard deviations of record i; false when there is none. A table that is shorter than the records
+  /// is first filled up with the default ones.
   bool setStdDevs(int i, float const& x, float const& y, float const& z, float const& omega, float const& phi,
                   float const& kappa);
   void setDefaultStdDevs(float x, float y, float z, float omega, float phi, float kappa);
@@ -152,20 +146,18 @@ private:
     std::int32_t stdDevs;
   };
 
-  int readHeader(InputFile& file);
-  int readHeaderOfVersion1(InputFile& file);
-  int readHeaderWithBlock(InputFile& file);
-  int parseXMLHeader(QByteArray const& block);
-  void loadRecords(InputFile& file);
-  bool readRecords(InputFile& file);
-  bool readStdDevs(InputFile& file);
+  int readHeader(std::string const& fileName);
+  int parseXMLHeader(std::string const& block);
+  void dropRecords();
+  void keepRecords(bool complete);
   void makeSignsContinuous();
   void writeBinary();
-  Offsets offsetsBehind(std::string const& block) const;
-  static void writeHeader(files::FileReplacement& file, Offsets const& offsets, std::string const& block);
+  Offsets offsetsAfter(std::string const& block) const;
+  static std::string header(Offsets const& offsets, std::string const& block);
   void updateHeader(Offsets const& offsets);
   std::string createXMLHeader() const;
-  int recordsInMemory() const { return static_cast<int>(mEops.size()) - mLeftOver; }
+  // What a failed load left in memory are no records of the store.
+  int recordsInMemory() const { return mLoadFailed ? 0 : static_cast<int>(mEops.size()); }
   bool hasRecord(int i) const;
   bool takeChange(int i);
   int firstGuess(double t, int n) const;
@@ -195,8 +187,6 @@ private:
   bool mAscending = true;
   bool mStdDevLoaded = false;
   std::int32_t mNumSets = 0;
-  // How many of `mEops` are no records of the store: those of a file that couldn't be loaded.
-  std::int32_t mLeftOver = 0;
   double mStartTime = 0.0;
   double mEndTime = 0.0;
   std::int32_t mEopVersion = 0;

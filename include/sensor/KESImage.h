@@ -21,7 +21,6 @@ using LayerType = unsigned char;
 namespace sensor {
 
 class CalibrationGeometry;
-class CalibrationGeometryKes;
 class CameraTime;
 class IntegrationTime;
 class KESStripModelData;
@@ -29,20 +28,21 @@ class TdiStage;
 
 /// One line image of a strip: the files of one band of the camera, its swath and its line timing.
 ///
-/// The band id has seven characters, such as "PANF02A": the spectral kind, the direction of view (B, F, or N), the angle,
-/// and the line of a staggered pair (A or B).
+/// The band id has seven characters, such as "PANF02A": the spectral kind, the direction of view (B, F, or N), the
+/// angle, and the line of a staggered pair (A or B).
 ///
 /// It owns its line timing by plain pointers, since a copy is shallow: image and copy share timing and strip, and each
 /// believes the timing its own, so only one of an image and its copies may be destroyed.
 ///
-/// Reading operations may run in any number of threads, but for `gsd` and `numImagingSamples`, which may load the strip;
-/// they and all others need image and strip to themselves.
+/// Reading operations may run in any number of threads, but for `gsd` and `numImagingSamples`, which may load the
+/// strip; they and all others need image and strip to themselves.
 class KESSENSOR_EXPORT KESImage {
 public:
-  /// The image of an element `Image` of a strip file. Relative files are taken from `stripFolder`, the image itself from the
-  /// strip's folder of images at the time of use. The strip stays its caller's and may be null. With `loadData` the
-  /// line times are read. An element of another name, in any case of letters, leaves the image empty, without integration
-  /// time and TDI stages. Throws what `ScanlineData` and `CameraTime` throw on a file that can't be read.
+  /// The image of an element `Image` of a strip file. Relative files are taken from `stripFolder`, the image itself
+  /// from the strip's folder of images at the time of use. The strip stays its caller's and may be null. With
+  /// `loadData` the line times are read. An element of another name, in any case of letters, leaves the image empty,
+  /// without integration time and TDI stages. Throws what `ScanlineData` and `CameraTime` throw on a file that can't be
+  /// read.
   KESImage(QDomElement const& element, std::string const& stripFolder, KESStripModelData* parent, bool loadData);
   KESImage(KESImage const&) = default;
   KESImage& operator=(KESImage const&) = default;
@@ -58,13 +58,14 @@ public:
   std::int32_t numScanlines() const;
   /// Samples of the image.
   std::int32_t numSamples() const { return mNumSamples; }
-  /// Samples of the camera's line that collect light; loads the strip for it. Without a strip, `numSamples`. Throws what
-  /// the strip's `loadData` throws.
+  /// Samples of the camera's line that collect light; loads the strip for it. Without a strip, `numSamples`. Throws
+  /// what the strip's `loadData` throws.
   std::int32_t numImagingSamples();
-  /// Ground sampling distance at the mean terrain height, metres. Loads the strip when it isn't known yet, and throws what
-  /// the strip's `loadData` throws; an image without a strip must not be asked then.
+  /// Ground sampling distance at the mean terrain height, metres. Loads the strip when it isn't known yet, and throws
+  /// what the strip's `loadData` throws; an image without a strip must not be asked then.
   float gsd();
-  /// Sets the ground sampling distance from heights in metres: pixel size times flying height above ground by focal length.
+  /// Sets the ground sampling distance from heights in metres: pixel size times flying height above ground by focal
+  /// length.
   void computeGSD(float terrainHeight, float flyingHeight, CalibrationGeometry const* calibration);
   /// The terrain height at which the image has a ground sampling distance; all in metres.
   float computeNominalHeight(float gsd, float flyingHeight, CalibrationGeometry const* calibration) const;
@@ -95,7 +96,7 @@ public:
   /// The list of image points that was found beside the strip or up to two folders above it, or empty.
   std::string const& iptFileName() const { return mIptFileName; }
   void setIPTFileName(std::string const& fileName) { mIptFileName = fileName; }
-  /// Ground size of a pixel across the flight by that of a line along it.
+  /// Ground size of a pixel across the flight divided by the size of a line along it.
   float scale() const { return mScale; }
   void setScale(float scale) { mScale = scale; }
   /// The file of the line times, resolved.
@@ -107,34 +108,33 @@ public:
   /// Writes the element `Image`; files below `stripFolder` become relative to it when it exists, that of the TDI stages
   /// also when it doesn't. An integration time that isn't above 0 is left out. A null writer is ignored.
   void write(XmlWriter* writer, std::string const& stripFolder) const;
-  /// The statistics of all bands beside the image, in the ".stat" file of its name; the caller owns them. Without such a
-  /// file they are empty. Needs a strip, as the next does.
+  /// The statistics of all bands beside the image, in the ".stat" file of its name; the caller owns them. Without such
+  /// a file they are empty. Needs a strip, as the next does.
   raster::Statistics* createStatistics() const;
   /// Whether there are statistics of a band of the image, or of any for 255.
   bool checkForStatistics(raster::LayerType layer) const;
 
-  /// Writes a support file: where the image, its orientation and its calibration are, and how the image lies on the ground,
-  /// as text for other photogrammetric tools. The two orientations are names of files as their reader will look for them;
-  /// the line of the adjusted one is left out when it is empty. Line count, ground sampling distance and file name are this
-  /// image's own, so load it before: without line times the file has 0 lines, without a computed distance it has -1. Heights,
-  /// anchor, calibration and the middle of the image on the ground come from the strip file, read anew with its original
-  /// orientation, whatever the strip is on. Needs a strip.
+  /// Writes a support file: where the image, its orientation and its calibration are, and how the image lies on the
+  /// ground, as text for other photogrammetric tools. The two orientations are names of files as their reader will look
+  /// for them; the line of the adjusted one is left out when it is empty. Line count, ground sampling distance and file
+  /// name are this image's own, so load it before: without line times the file has 0 lines, without a computed distance
+  /// it has -1. Heights, anchor, calibration and the middle of the image on the ground come from the strip file, read
+  /// anew with its original orientation, also of a strip on its adjusted one. Needs a strip.
   ///
-  /// A line end in a name, which would begin an entry of its own, is written as a blank.
+  /// A line end in a name, which would begin another entry, is written as a blank.
   ///
-  /// False when the file can't be opened. The file is replaced as a whole, and true doesn't say that it was: when the disk
-  /// is full, the result is true and the old file stays as it was. Who must know exports to a new name, which is there
-  /// afterwards when all was written, and only then.
-  /// What the reading of the strip throws passes through and leaves an empty file. So does
-  /// "Bad calibration !\nNo calibration found for band Id:\n" + band id for a band that the strip file doesn't have,
-  /// however long its id is, and std::out_of_range for a band of the strip file whose id has less than seven characters.
+  /// False when the file can't be opened. The file is replaced as a whole, and true doesn't say that it was: when the
+  /// disk is full, the result is true and the old file stays as it was. Who must know exports to a new name, which is
+  /// there afterwards when all was written, and only then. What the reading of the strip throws passes through and
+  /// leaves an empty file. So does "Bad calibration !\nNo calibration found for band Id:\n" + band id for a band that
+  /// the strip file doesn't have, however long its id is, and std::out_of_range for a band of the strip file whose id
+  /// has less than seven characters.
   bool exportSupportFile(std::string const& fileName, std::string const& originalOrientation,
                          std::string const& adjustedOrientation);
 
 private:
   void readAttributes(QDomElement const& element, std::string const& stripFolder);
   void findPointList(std::string const& stripFolder);
-  CalibrationGeometryKes const& calibration();
   std::string statsFilename() const;
   std::string supportText(std::string const& originalOrientation, std::string const& adjustedOrientation) const;
 

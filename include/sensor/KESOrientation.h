@@ -14,20 +14,18 @@
 
 namespace sensor {
 
-class InputFile;
-
-/// The exterior orientation of one sensor line of a take, as an orientation file (ODF) stores it: a header of names, units
-/// and base values, and records of time, position, angles and standard deviations, packed into integers.
+/// The exterior orientation of one sensor line of a take, as an orientation file (ODF) stores it: a header of names,
+/// units and base values, and records of time, position, angles and standard deviations, packed into integers.
 ///
 /// A packed value is (value - base) times scale; angles and standard deviations have no base. Beside the packed records
-/// there are seven internal vectors of doubles, t, x, y, z, omega, phi, kappa, from which `compress` makes the records. The
-/// two are not kept in step: `compress`, `setNumSets`, `setStdDev` and `read` change records, `setXYZOPK` and
+/// there are seven internal vectors of doubles, t, x, y, z, omega, phi, kappa, from which `compress` makes the records.
+/// The two are not kept in step: `compress`, `setNumSets`, `setStdDev` and `read` change records, `setXYZOPK` and
 /// `CalculateInternalVectors` change internal vectors.
 ///
-/// Times are seconds, positions LSR metres, angles and the anchor point radians. Values are those of the records: there is
-/// no interpolation. Of scales and bases from a file nothing is expected: a scale of 0 gives values that aren't finite.
+/// Times are seconds, positions LSR metres, angles and the anchor point radians. There is no interpolation between
+/// records. Scales and bases from a file are used unchecked: a scale of 0 leads to values that aren't finite.
 ///
-/// A value: copies are deep. Used by one thread at a time.
+/// A value: copies are deep. Not for concurrent use.
 class KESSENSOR_EXPORT KESOrientation {
 public:
   /// An empty store of version "ODF 1.2", with the current time as absolute time, no anchor point and the usual scales.
@@ -78,14 +76,14 @@ public:
   std::int32_t baseZ() const { return mBaseZ; }
   void setBaseZ(std::int32_t base) { mBaseZ = base; }
 
-  /// The scales themselves; `precision` gives their digits.
+  /// The scales themselves; `precision` returns their digits.
   int timeScale() const { return mTimeScale; }
   int positionScale() const { return mPositionScale; }
   int angularScale() const { return mAngularScale; }
   int positionStdDevScale() const { return mPositionStdDevScale; }
   int angularStdDevScale() const { return mAngularStdDevScale; }
-  /// Sets the scale under a key to 10^digits: 22 time, 23 position, 24 angles, 25 and 26 the standard deviations of positions
-  /// and angles. Another key changes nothing.
+  /// Sets the scale under a key to 10^digits: 22 time, 23 position, 24 angles, 25 and 26 the standard deviations of
+  /// positions and angles. Another key changes nothing.
   void setPrecision(int key, int digits);
   /// The decimal digits of the scale under a key, to the nearest; 0 for another key.
   int precision(int key) const;
@@ -93,9 +91,9 @@ public:
   /// The packed records.
   std::vector<odf> const& records() const { return mRecords; }
   int numSets() const { return static_cast<int>(mRecords.size()); }
-  /// Replaces the records by `count` zeroed ones (none, if negative); gives 1.
+  /// Replaces the records by `count` zeroed ones (none, if negative); returns 1.
   int setNumSets(int count);
-  /// With `clear` as above. Without, records up to `count` stay, and zeroed ones are added behind them; gives `count`.
+  /// With `clear` as above. Without, records up to `count` stay, and zeroed ones are added after them; returns `count`.
   int setNumSets(int count, bool clear);
 
   /// A value of a record. The index isn't tested: there must be such a record.
@@ -110,57 +108,63 @@ public:
   /// Values of `count` records from `start` on, into arrays of that size: 1; or 0 when there are no such records.
   int XYZOPK(long start, long count, TimeQuantity<double>* t, double* x, double* y, double* z, double* omega,
              double* phi, double* kappa) const;
-  /// Copies arrays of `count` values into the internal vectors from element `start` on: 1; or -1 when they would go beyond
-  /// the number of records. Values for elements before the first (a negative `start`) are left out. If one of the vectors is
-  /// empty, all start with zeros for all records, and older values are lost; vectors that are shorter than the records are
-  /// filled up with zeros.
+  /// Copies arrays of `count` values into the internal vectors from element `start` on: 1; or -1 when they would go
+  /// beyond the number of records. Values for elements before the first (a negative `start`) are left out. If one of
+  /// the vectors is empty, all start with zeros for all records, and older values are lost; vectors that are shorter
+  /// than the records are filled up with zeros.
   int setXYZOPK(long start, long count, TimeQuantity<double> const* t, double const* x, double const* y,
                 double const* z, double const* omega, double const* phi, double const* kappa);
 
   /// Standard deviations of `count` records from `start` on: 1; or 0 when there are no such records.
   int stdDev(long start, long count, float* x, float* y, float* z, float* omega, float* phi, float* kappa) const;
-  /// One standard deviation of a record: 16 x, 17 y, 18 z, 19 omega, 20 phi, 21 kappa; 0 for another key. The index isn't
-  /// tested.
+  /// One standard deviation of a record: 16 x, 17 y, 18 z, 19 omega, 20 phi, 21 kappa; 0 for another key. The index
+  /// isn't tested.
   float stdDev(int key, int index) const;
-  /// Packs standard deviations into the records, which must be there: the range isn't tested. Gives 1; or 0 at the first
-  /// packed value above 65536, which is told on the standard error stream as
-  /// "Numerical overflow in x stddev value: 65537.000000" (so of y, z, omega, phi, kappa). What stands before it stays packed.
-  /// A packed value above 65535.5 that isn't refused wraps to 0.
+  /// Packs standard deviations into the records, which must be there: the range isn't tested. Returns 1; or 0 at the
+  /// first packed value above 65536, which the standard error stream reports as "Numerical overflow in x stddev value:
+  /// 65537.000000" (so of y, z, omega, phi, kappa). What stands before it stays packed. A packed value above 65535.5
+  /// that isn't refused wraps to 0.
   int setStdDev(long start, long count, float const* x, float const* y, float const* z, float const* omega,
                 float const* phi, float const* kappa);
 
-  /// Smallest and largest z of the records in whole units: the fractions of the packed values are dropped, towards zero. Both
-  /// are the base without records.
+  /// Smallest and largest z of the records in whole units: the fractions of the packed values are dropped, towards
+  /// zero. Both are the base without records.
   void zRange(double& min, double& max) const;
 
-  /// Packs the internal vectors into the records, around new bases in the middle of their ranges: 2; or 4 to 10 when t, x, y,
-  /// z, omega, phi or kappa doesn't fit into 32 bits. Then the bases are the new ones, and records and fields before the one
-  /// that doesn't fit are packed.
-  /// Values are rounded to the nearest number only where they are positive: half is added, and the fraction dropped
-  /// towards zero. A number that is none is packed as 0.
-  /// When an internal vector has fewer values than there are records, nothing changes: records that were read are
-  /// packed as they stand. Without records, the position bases become 0.
+  /// Packs the internal vectors into the records, around new bases in the middle of their ranges: 2; or 4 to 10 when t,
+  /// x, y, z, omega, phi or kappa doesn't fit into 32 bits. Then the bases are the new ones, and records and fields
+  /// before the one that doesn't fit are packed. Values are rounded to the nearest number only where they are positive:
+  /// half is added, and the fraction dropped towards zero. NaN is packed as 0. When an internal vector has fewer values
+  /// than there are records, nothing changes: records that were read are packed as they stand. Without records, the
+  /// position bases become 0.
   int compress();
   /// Fills the internal vectors with the values of the records.
   void CalculateInternalVectors();
 
-  /// Stores the name and reads the file: 0; or 1 when it can't be opened, its count of records is no number or negative, or
-  /// it holds fewer records. A file that is cut gives zeroed records; one whose count is beyond all proportion to its size
-  /// gives none. Internal vectors aren't filled.
+  /// Stores the name and reads the file: 0; or 1 when it can't be opened, its count of records isn't a number or is
+  /// negative, or it holds fewer records. The records that are missing from a file that was cut are zero; a file whose
+  /// count is beyond all proportion to its size has none. Internal vectors aren't filled.
   ///
   /// Texts end at their first blank. A text that is empty takes over the one before it, except that empty `comments`
-  /// leave those of the store, and the first, `dataSource`, becomes empty. A number that can't be read leaves that of the
-  /// store; one beyond the range of its type becomes the end of that range.
+  /// leave those of the store, and the first, `dataSource`, becomes empty. A number that can't be read leaves the
+  /// store's; one beyond the range of its type becomes the end of that range.
   int read(std::string const& fileName);
-  /// Packs (`compress`) and writes a file of version "ODF 1.2", which becomes the store's version: 2; 3 when it can't be
-  /// written, and then the old file stays as it was; 4 to 10 as `compress`, and then the file is empty. The name isn't stored.
-  /// A text that is too long for its field runs on into the next ones, as far as their own text doesn't cover it.
+  /// Packs (`compress`) and writes a file of version "ODF 1.2", which becomes the store's version: 2; 3 when it can't
+  /// be written, and then the old file stays as it was; 4 to 10 as `compress`, and then the file is empty. The name
+  /// isn't stored. A text that is too long for its field runs on into the next ones, as far as their own text doesn't
+  /// cover it.
   int write(std::string const& fileName);
 
 private:
+  // Of a new store, and of every file of version 1.0, whose own scales are ignored.
+  static constexpr int usualTimeScale = 10000;
+  static constexpr int usualPositionScale = 1000;
+  static constexpr int usualPositionStdDevScale = 100000;
+  static constexpr int usualAngularStdDevScale = 10000000;
+
   int read();
   std::int64_t readHeader(std::string_view header);
-  int readRecords(InputFile& file, std::int64_t count);
+  bool makeRecords(std::int64_t count);
   std::string header() const;
   void setBases();
   int packRecord(std::size_t i);
@@ -194,11 +198,11 @@ private:
   std::vector<double> mOmega;
   std::vector<double> mPhi;
   std::vector<double> mKappa;
-  int mTimeScale = 10000;
-  int mPositionScale = 1000;
+  int mTimeScale = usualTimeScale;
+  int mPositionScale = usualPositionScale;
   int mAngularScale = 1000000;
-  int mPositionStdDevScale = 100000;
-  int mAngularStdDevScale = 10000000;
+  int mPositionStdDevScale = usualPositionStdDevScale;
+  int mAngularStdDevScale = usualAngularStdDevScale;
 };
 
 }  // namespace sensor

@@ -8,8 +8,6 @@
 #include <string>
 #include <vector>
 
-class QDomElement;
-
 namespace sensor {
 
 class CalibrationGeometryKes;
@@ -19,19 +17,19 @@ class EOPData;
 class KESImage;
 class KESStripModel;
 
-/// The project data of one strip (one flight line): its images, the exterior orientation in use, the camera, and the mean
-/// heights of terrain and flight, all in metres of the strip's local system.
+/// The project data of one strip (one flight line): its images, the exterior orientation in use, the camera, and the
+/// mean heights of terrain and flight, all in metres of the strip's local system.
 ///
 /// The strip file is XML with the root `Strip`. Nothing here makes one; of an existing one, the name of the adjusted
 /// orientation is all that is ever changed. Relative paths in it are taken from its folder.
 ///
 /// It owns its images and its orientation, by plain pointers, since a copy is shallow: it shares both, as well as the
-/// camera, which belongs to the factory, and the owner; so only one of an object and its copies may be destroyed. Reading
-/// operations may run in any number of threads; all others need the object to themselves.
+/// camera, which belongs to the factory, and the owner; so only one of an object and its copies may be destroyed.
+/// Reading operations may run in any number of threads; all others need the object to themselves.
 class KESSENSOR_EXPORT KESStripModelData {
 public:
-  /// Reads a strip file and, with `loadData`, all data as `loadData` does. The owner stays its caller's and may be null.
-  /// Throws std::runtime_error, and frees what was built so far:
+  /// Reads a strip file and, with `loadData`, all data as `loadData` does. The owner stays its caller's and may be
+  /// null. Throws std::runtime_error, and frees what was built so far:
   /// - "Error opening strip file:" + name; "Error parsing xml file:" + name + ": " + reason;
   /// - Wrong file format: expected "Strip" but saw + tag; Wrong file version: expected "1.0" but saw + version;
   /// - Missing attribute "version" for element "Calibration"! (likewise "sensor_id", and "location" for "RawData");
@@ -44,26 +42,27 @@ public:
   KESStripModelData& operator=(KESStripModelData const&) = default;
   ~KESStripModelData();
 
-  /// Loads the orientation, original or adjusted, and the line times, and sets heights and ground sampling distances. May be
-  /// called again to change the orientation. Throws what `EOPData` and `CameraTime` throw, and
-  /// "KESStripModelData::loadData: no Camera found for sensor " + type + " ID: " + id + " version: " + version,
-  /// "Bad calibration !\nNo calibration found for band Id:\n" + band id.
+  /// Loads the orientation, original or adjusted, and the line times, and sets heights and ground sampling distances.
+  /// May be called again to change the orientation. Throws what `EOPData` and `CameraTime` throw, and
+  /// "KESStripModelData::loadData: no Camera found for sensor " + type + " ID: " + id + " version: " + version, "Bad
+  /// calibration !\nNo calibration found for band Id:\n" + band id.
   void loadData(bool useOriginalEOP, bool loadStdDevs);
-  /// Frees the orientation's records and lets go of camera and calibrations. A strip that was loaded no longer knows its
-  /// owner afterwards.
+  /// Frees the orientation's records and lets go of camera and calibrations. A strip that was loaded no longer knows
+  /// its owner afterwards.
   void unloadData();
   bool isDataLoaded() const { return mDataLoaded; }
 
   /// Whether all that the strip names is there: folders, camera, orientation and, with `checkImages`, the files of each
   /// image. The first thing that isn't is appended to `message`.
   bool isDataValid(std::string& message, bool checkImages) const;
-  /// Enters the file name of the adjusted orientation, without its folder, in a strip file, which becomes this strip's file.
-  /// The file is replaced as a whole, in UTF-8, with its attributes in no particular order; one that isn't XML at all
-  /// becomes an empty document. Throws "Unable to open Stp file" (also for XML that the constructor would refuse for its
-  /// size, its encoding, a document type, nesting or attributes), "Unable to update Stp file", and then leaves it as it was.
+  /// Enters the file name of the adjusted orientation, without its folder, in a strip file, which becomes this strip's
+  /// file. The file is replaced as a whole, in UTF-8, with its attributes in no particular order; one that isn't XML at
+  /// all becomes an empty document. Throws "Unable to open Stp file" (also for XML that the constructor would refuse
+  /// for its size, its encoding, a document type, nesting or attributes), "Unable to update Stp file", and then leaves
+  /// it as it was.
   void write(std::string const& fileName);
-  /// Writes the orientation in memory as the strip's adjusted one, which is in use from then on. An adjusted file that was
-  /// there becomes ".bak", unless there is one; without one the new name, the original's with ".adj", is entered in
+  /// Writes the orientation in memory as the strip's adjusted one, which is in use from then on. An adjusted file that
+  /// was there becomes ".bak", unless there is one; without one the new name, the original's with ".adj", is entered in
   /// the strip file. Standard deviations that aren't loaded are lost. Throws what `write` and `EOPData::write` throw.
   void completeEOPAdjustment();
 
@@ -95,8 +94,8 @@ public:
   Camera const& camera() const { return *mCamera; }
   /// The orientation in use; it belongs to the strip, and `loadData` may replace it.
   EOPData* eop() const { return mEop; }
-  /// What the strip file tells: its own path as it was given, the strip's name, which camera it uses, and the resolved folders
-  /// of raw data and images.
+  /// What the strip file says: its own path as it was given, the strip's name, which camera it uses, and the resolved
+  /// folders of raw data and images.
   std::string const& fileName() const { return mFileName; }
   std::string const& name() const { return mName; }
   void setName(std::string const& name) { mName = name; }
@@ -107,13 +106,15 @@ public:
   std::string const& imageDataLocation() const { return mImageDataLocation; }
   /// The model that owns the strip; null without one, and after a loaded strip was unloaded.
   KESStripModel* owner() const { return mOwner; }
-  /// Metres; the flying height is 0 until the data are loaded, then the middle between the lowest and the highest record.
+  /// Metres; the flying height is 0 until the data are loaded, then the middle between the lowest and the highest
+  /// record.
   float meanTerrainHeight() const { return mMeanTerrainHeight; }
   float meanFlyingHeight() const { return mMeanFlyingHeight; }
-  /// Stores the height and computes the ground sampling distances anew; throws as `loadData` on a missing calibration, and so
-  /// on a strip that was unloaded.
+  /// Stores the height and computes the ground sampling distances anew; throws as `loadData` on a missing calibration,
+  /// and so on a strip that was unloaded.
   void setMeanTerrainHeight(float height);
-  /// Mean over all calibrated images of the terrain height at which they have a ground sampling distance; 0 without one.
+  /// Mean over all calibrated images of the terrain height at which they have a ground sampling distance; 0 without
+  /// one.
   float computeNominalHeight(float gsd) const;
 
   /// The resolved files of the original and the adjusted orientation; the latter empty without one.
@@ -131,17 +132,11 @@ public:
   void setEOPFileName(std::string const& fileName) {
     (mUseOriginalEOP ? mOriginalEOPFileName : mAdjustedEOPFileName) = fileName;
   }
-  /// A strip has nothing of its own to change for an adjusted camera: true.
+  /// Nothing in a strip depends on an adjusted camera: always true.
   bool updateTakeWithAdjustedCamera() { return true; }
 
 private:
   void read(std::string const& fileName, bool loadData, bool useOriginalEOP, bool loadStdDevs);
-  void readRoot(QDomElement const& root, std::string const& stripFolder, bool loadData);
-  void readImages(QDomElement const& element, std::string const& stripFolder, bool loadData);
-  void readCalibration(QDomElement const& element);
-  void readEOP(QDomElement const& element, std::string const& stripFolder);
-  void readRawData(QDomElement const& element, std::string const& stripFolder);
-  void requireCompleteness() const;
   void chooseEOP(bool useOriginalEOP);
   void findCamera();
   void computeMeanFlyingHeight();

@@ -8,7 +8,7 @@
 
 namespace sensor {
 
-/// What a quick look at the geometry file of a newer calibration tells.
+/// What a quick look at the geometry file of a newer calibration finds.
 struct KesBQuickInfo {
   double omega = 0.0;              ///< Misalignment, degrees.
   double phi = 0.0;                ///< Misalignment, degrees.

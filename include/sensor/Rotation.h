@@ -9,8 +9,8 @@
 
 namespace sensor {
 
-/// A rotation by the photogrammetric angles omega, phi, kappa, from the ground frame to the camera frame: turn about x by
-/// omega, about the new y by phi, about the newest z by kappa. (K. Kraus, Photogrammetry.) A value.
+/// A rotation by the photogrammetric angles omega, phi, kappa, from the ground frame to the camera frame: turn about x
+/// by omega, about the new y by phi, about the newest z by kappa. (K. Kraus, Photogrammetry.) A value.
 class KESSENSOR_EXPORT Rotation {
 public:
   /// Sets nothing: the elements have no value until `set`.

@@ -12,8 +12,8 @@
 namespace sensor {
 
 /// A property of image lines that changes rarely, as a sparse table of line number to value with a small binary file
-/// behind it. From the line of a record on its value holds; over the one line in front of a change the value goes linearly
-/// from the old to the new.
+/// behind it. From the line of a record on its value holds; over the one line in front of a change the value goes
+/// linearly from the old to the new.
 ///
 /// `Value` is the type in memory, `Stored` the type in the file; value = stored * scale. The file has no header, a
 /// record is the line (unsigned, 32 bits) and the stored value, packed, in order of lines. An empty file is an empty
@@ -31,16 +31,17 @@ public:
   ScanlineData(ScanlineData const&) = default;
   ScanlineData& operator=(ScanlineData const&) = default;
 
-  /// The value at a fractional line. Lines up to the first of the table have its value, lines behind the last the last.
+  /// The value at a fractional line. Lines up to the first of the table have its value, lines after the last the
+  /// last's.
   virtual float at(float line) const;
   /// Smallest and largest value of the table.
   virtual float minimum() const;
   virtual float maximum() const;
   /// The mean of the two extremes.
   virtual float middle() const;
-  /// Writes the table to a file, which from then on is `fileName`; entries that repeat the value before them are left out.
-  /// Values are rounded to the stored type. Throws std::runtime_error "Can't open file for writing: " + name, and then
-  /// neither the old file nor `fileName` has changed.
+  /// Writes the table to a file, which from then on is `fileName`; entries that repeat the value before them are left
+  /// out. Values are rounded to the stored type. Throws std::runtime_error "Can't open file for writing: " + name, and
+  /// then neither the old file nor `fileName` has changed.
   virtual void write(std::string const& fileName);
   /// Adds the records of `fileName` to the table; an empty file leaves it as it is. Throws std::runtime_error
   /// "Can't open file: " + name, "File size is no multiple of the data size, in: " + name,

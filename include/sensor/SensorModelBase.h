@@ -22,11 +22,11 @@ class CalibrationGeometry;
 class CalibrationRadiometry;
 class TdiStage;
 
-/// The rigorous sensor model of one strip of a line camera: projections between image and ground, and the measures of the
-/// strip's geometry.
+/// The rigorous sensor model of one strip of a line camera: projections between image and ground, and the measures of
+/// the strip's geometry.
 ///
-/// An image position has the sample (along the sensor line) in x and the line (along the flight) in y, both fractional and
-/// counted from 0. Ground positions are in the strip's local space rectangular system (LSR): x east, y north, z up,
+/// An image position has the sample (along the sensor line) in x and the line (along the flight) in y, both fractional
+/// and counted from 0. Ground positions are in the strip's local space rectangular system (LSR): x east, y north, z up,
 /// metres. A band is the index of an image in its strip. Angles are in radians.
 ///
 /// The virtual operations stand in the order that hosts are linked against.
@@ -69,7 +69,7 @@ public:
   virtual double meanTerrainHeight() const = 0;
   /// Ground sampling distance, metres.
   virtual float gsd(int band) const = 0;
-  /// Ground size of a pixel across the flight by that of a line along it.
+  /// Ground size of a pixel across the flight divided by the size of a line along it.
   virtual float scale(int band) const = 0;
   /// The local system; it belongs to the model.
   virtual geo::coordSys* lsrSystem() const = 0;

@@ -15,8 +15,8 @@ class CameraKes;
 
 /// Fills a camera from the folder of one version of its calibration, and writes it there.
 ///
-/// Below a folder with calibrations, a camera's folder is named by its type and sensor id ("KESA0_30107"), and holds a folder
-/// for each version ("v003") with a note in "readme.txt".
+/// Below a folder with calibrations, a camera's folder is named by its type and sensor id ("KESA0_30107"), and holds a
+/// folder for each version ("v003") with a note in "readme.txt".
 class KESSENSOR_EXPORT SerializerCameraKes : public Serializer<CameraKes> {
 public:
   ~SerializerCameraKes() override;
@@ -30,8 +30,8 @@ public:
   /// The note of a version's folder, or "No calibration info found." when there is none. The file is UTF-8 or, with a
   /// byte-order mark, UTF-16.
   static std::string versionInfo(std::string const& folder);
-  /// The versions in a camera's folder, the newest first. Of a folder's name only the last digit counts: "v012" is listed as
-  /// 2, and equal numbers are all kept.
+  /// The versions in a camera's folder, the newest first. Of a folder's name only the last digit counts: "v012" is
+  /// listed as 2, and equal numbers are all kept.
   static void calibrationVersions(std::string const& cameraFolder, std::vector<unsigned int>& versions);
 
 protected:

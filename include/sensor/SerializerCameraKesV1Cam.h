@@ -8,12 +8,8 @@
 #include <sensor/SerializerMisalignmentV1Dat.h>
 #include <sensor/kessensor_export.h>
 
-#include <QStringList>
-
 #include <map>
 #include <string>
-
-class QDateTime;
 
 namespace geo {
 struct XYZPoint;
@@ -24,8 +20,9 @@ namespace sensor {
 class CalibrationRadiometryKes;
 class CalibrationRadiometryKesV1;
 
-/// The calibration of the older cameras: one CAM text file a sensor line, "radiocal.xml" with the positions of the spectral
-/// bands, "misalignment.dat". In the files lengths are millimetres and wavelengths nanometres, in memory all are metres.
+/// The calibration of the older cameras: one CAM text file a sensor line, "radiocal.xml" with the positions of the
+/// spectral bands, "misalignment.dat". In the files lengths are millimetres and wavelengths nanometres, in memory all
+/// are metres.
 class KESSENSOR_EXPORT SerializerCameraKesV1Cam : public SerializerCameraKes {
 public:
   static std::string const CAM_FILE_ID;
@@ -39,10 +36,11 @@ public:
   SerializerCameraKesV1Cam(SerializerCameraKesV1Cam const&) = default;
   SerializerCameraKesV1Cam& operator=(SerializerCameraKesV1Cam const&) = default;
 
-  /// Reads note, misalignment and all CAM files, which are read in parallel; a CAM file that can't be read is passed over
-  /// without a word. Throws what reading the misalignment throws.
+  /// Reads note, misalignment and all CAM files, which are read in parallel; a CAM file that can't be read is passed
+  /// over without a word. Throws what reading the misalignment throws.
   void read(CameraKes* camera) const override;
-  /// Writes a CAM file for each band, then the misalignment. Throws what `writeCam` throws; what was written before stays.
+  /// Writes a CAM file for each band, then the misalignment. Throws what `writeCam` throws; what was written before
+  /// stays.
   void write(CameraKes const* camera) const override;
 
   /// Reads one CAM file into two objects of the caller's. Throws std::runtime_error
@@ -67,16 +65,6 @@ private:
   void addCalibrations(CameraKes* camera) const;
   void readRadiocal(std::string const& fileName, std::map<std::string, float>& centers,
                     std::map<std::string, float>& widths) const;
-
-  static std::string camLineToString(QString const& line);
-  static float camLineToFloat(QString const& line, QStringList const& fields, std::string const& fileName);
-  static int camLineToInt(QString const& line, QStringList const& fields, std::string const& fileName);
-  static QDateTime camLineToDateTime(QString const& line, std::string const& fileName);
-  static std::string dateTimeToString(QDateTime const& dateTime);
-
-  struct Header;
-  void readHeaderLine(QString const& line, std::string const& fileName, Header& header,
-                      CalibrationGeometryKes* geometry, CalibrationRadiometryKesV1* radiometry) const;
 
   SerializerMisalignmentV1Dat mMisalignment;
 };

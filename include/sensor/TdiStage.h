@@ -10,7 +10,8 @@
 
 namespace sensor {
 
-/// The number of lines over which the charges of one ground position are gathered (time delay and integration); 1 without.
+/// The number of lines over which the charges of one ground position are gathered (time delay and integration); 1
+/// without.
 class KESSENSOR_EXPORT TdiStage : public ScanlineData<float, unsigned char> {
 public:
   /// The table of a file; throws what `read` throws.

@@ -29,9 +29,9 @@ using second = boost::units::unit<boost::units::time_dimension, system>;
 
 namespace sensor {
 
-/// A time in seconds. The value type tells the kind of time: `double` for GPS, cycle and integration times,
+/// A time in seconds. The value type says which kind of time it is: `double` for GPS, cycle and integration times,
 /// `std::int32_t` for the whole seconds of base and absolute times of orientation files, `std::uint32_t` for the whole
-/// seconds of an absolute time. A bare number neither becomes a time nor comes out of one by itself.
+/// seconds of an absolute time. A bare number neither becomes a time nor comes out of one implicitly.
 template <class T>
 using TimeQuantity = boost::units::quantity<skerryunits::second, T>;
 

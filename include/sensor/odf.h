@@ -7,8 +7,8 @@
 
 namespace sensor {
 
-/// One record of an orientation file (ODF), packed into integers: each quantity, less its base, times the scale of its kind.
-/// `KESOrientation` has bases and scales. In memory it is what stands in a file, 40 bytes.
+/// One record of an orientation file (ODF), packed into integers: each quantity, less its base, times the scale of its
+/// kind. `KESOrientation` has bases and scales. In memory it is what stands in a file, 40 bytes.
 struct odf {
   std::int32_t t = 0;             ///< (time - base time) times the time scale.
   std::int32_t x = 0;             ///< (x - base x) times the position scale; so y and z.

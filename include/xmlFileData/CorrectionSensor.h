@@ -33,8 +33,8 @@ struct KESSENSOR_EXPORT CorrectionSensor {
   std::string prnuType;
   std::vector<KesBLookUp> lookups;
 
-  /// Takes over an image. Its type is that of this sensor, which must be known before, unless it has its own. Throws
-  /// std::runtime_error "Invalid width or height" where the image hasn't as many samples as its size tells; the sensor
+  /// Takes over an image. Without a type it takes this sensor's, which must be set before. Throws
+  /// std::runtime_error "Invalid width or height" where the image hasn't as many samples as its size says; the sensor
   /// stays as it was then.
   void setPrnu(PrnuSensor image);
 };

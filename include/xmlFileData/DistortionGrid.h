@@ -12,8 +12,9 @@
 
 namespace xmlFileData {
 
-/// Where the pixels of a sensor line lie in the focal plane; millimetres. An absolute grid tells the places themselves,
-/// a delta grid their differences to a regular raster, which alone has starts and spacings. A value: copies are deep.
+/// Where the pixels of a sensor line lie in the focal plane; millimetres. An absolute grid has the positions
+/// themselves, a delta grid their differences to a regular raster, which alone has starts and spacings. A value: copies
+/// are deep.
 class KESSENSOR_EXPORT DistortionGrid {
 public:
   /// An absolute grid of no band, without rows.
@@ -47,7 +48,7 @@ public:
   /// "column spacing != 0 is invalid for absolute distortion grids".
   void setColumnSpacing(double spacing);
 
-  /// Adds a row; the first gives the grid its column count. Throws std::runtime_error "Row count wrong" where the
+  /// Adds a row; the first sets the grid's column count. Throws std::runtime_error "Row count wrong" where the
   /// vectors of the row differ in length, "Coloumn count wrong" where they differ from those of the rows before; the
   /// grid stays as it was then.
   void addRow(GridRow const& gridRow);

@@ -20,7 +20,7 @@ struct KESSENSOR_EXPORT DsnuSensor {
   std::string type;                    ///< The band id.
 
   /// A copy of row `t`, from 0. Throws std::runtime_error "Internal error due to bad TDI index." where there is no such
-  /// row, "Invalid width or height" where the image has fewer samples than its size tells.
+  /// row, "Invalid width or height" where the image has fewer samples than its size says.
   std::vector<std::uint16_t> row(int t) const;
 };
 

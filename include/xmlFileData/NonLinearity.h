@@ -24,7 +24,7 @@ struct KESSENSOR_EXPORT NonLinearity {
                std::vector<double> const& to);
 
   std::int32_t columnStart = 0;
-  std::int32_t columnEnd = 0;  ///< One behind the last column; the largest number where that is beyond 32 bits.
+  std::int32_t columnEnd = 0;  ///< After the last column; the largest number where that is beyond 32 bits.
   std::vector<std::pair<double, double>> points;
 };
 

@@ -19,7 +19,7 @@ struct KESSENSOR_EXPORT PrnuSensor {
   std::string type;            ///< The band id.
 
   /// A copy of row `t`, from 0. Throws std::runtime_error "Internal error due to bad TDI index." where there is no such
-  /// row, "Invalid width or height" where the image has fewer samples than its size tells.
+  /// row, "Invalid width or height" where the image has fewer samples than its size says.
   std::vector<float> row(int t) const;
 };
 

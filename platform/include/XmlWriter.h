@@ -13,10 +13,10 @@
 class QDomNode;
 class QTextStream;
 
-/// Writes an XML document piece by piece to a text stream, an element a line, indented by four blanks a level. Attributes are
-/// added before the element that they belong to is started, and stand in the order of adding. Texts and attributes
-/// are escaped; characters that XML can't hold are left out. The stream belongs to the caller, who sees to its encoding
-/// (UTF-8, as the declaration says) and to its errors.
+/// Writes an XML document piece by piece to a text stream, an element a line, indented by four blanks a level.
+/// Attributes are added before the element that they belong to is started, and stand in the order of adding. Texts and
+/// attributes are escaped; characters that XML can't hold are left out. The stream belongs to the caller, who sees to
+/// its encoding (UTF-8, as the declaration says) and to its errors.
 class KESPLATFORM_EXPORT XmlWriter {
 public:
   /// `level` is the level of indentation to begin with.

@@ -4,6 +4,7 @@
 #include "common/Truncate.h"
 
 #include <geo/XYPoint.h>
+#include <sensor/CalibrationGeometry.h>
 #include <sensor/CalibrationGeometryKes.h>
 
 #include <algorithm>
@@ -178,8 +179,8 @@ Real CalibrationGeometryKes::between(std::vector<float> const& table, Place<Real
   return static_cast<Real>(b - a) * place.part + static_cast<Real>(a);
 }
 
-// The sample, from the first of the calibration on, whose focal y is given: q by the mean scale of the line, which points
-// to the table's entry k; corrected once, to entry m, by the local slope there.
+// The sample, from the first of the calibration on, whose focal y is given: q by the mean scale of the line, which
+// points to the table's entry k; corrected once, to entry m, by the local slope there.
 template <class Real>
 Real CalibrationGeometryKes::position(Real y) const {
   if (mCoordY.size() < 2) {
@@ -191,15 +192,15 @@ Real CalibrationGeometryKes::position(Real y) const {
     return q;
   }
   std::int64_t const lastInterval = static_cast<std::int64_t>(mCoordY.size()) - 2;
-  // How many entries, with its fraction, y lies behind entry i by the slope there.
-  auto const entriesBehind = [&](std::int64_t i) {
+  // How many entries, with a fraction, y lies after entry i by the slope there.
+  auto const entriesAfter = [&](std::int64_t i) {
     return (y - static_cast<Real>(table[i])) / static_cast<Real>(table[i + 1] - table[i]);
   };
   // With a sparse table, rounding can lead to the last entry, where no interval begins.
   std::int64_t const k = std::clamp<std::int64_t>(truncated<std::int32_t>(tablePosition(q)), 0, lastInterval);
-  Real const behind = entriesBehind(k);
-  std::int64_t const m = std::clamp<std::int64_t>(k + truncated<std::int32_t>(behind), 0, lastInterval);
-  return ((m == k ? behind : entriesBehind(m)) + static_cast<Real>(m)) * static_cast<Real>(mSampleSpacing);
+  Real const entries = entriesAfter(k);
+  std::int64_t const m = std::clamp<std::int64_t>(k + truncated<std::int32_t>(entries), 0, lastInterval);
+  return ((m == k ? entries : entriesAfter(m)) + static_cast<Real>(m)) * static_cast<Real>(mSampleSpacing);
 }
 
 void CalibrationGeometryKes::imageToFocal(geo::XYPoint const& image, geo::XYPoint const& offset,
@@ -253,5 +254,9 @@ void CalibrationGeometryKes::shiftX(float d) {
     entry += d;
   }
 }
+
+CalibrationGeometry::CalibrationGeometry() = default;
+
+CalibrationGeometry::~CalibrationGeometry() = default;
 
 }  // namespace sensor

@@ -16,8 +16,8 @@ class Misalignment;
 class SerializerCameraKes;
 class SerializerMisalignmentV1Dat;
 
-/// What cameras need of the files of their calibrations. The serializers, which stand above this folder, fill it in when the
-/// library is loaded.
+/// What cameras need of the files of their calibrations. The serializers, which stand above this folder, fill it in
+/// when the library is loaded.
 struct CameraFiles {
   /// Name of a camera's folder in a search path.
   std::string (*cameraFolderName)(std::string const& type, std::string const& sensorId);

@@ -12,7 +12,7 @@
 
 namespace sensor {
 
-// Bytes that aren't UTF-8 come out as another name, which may be that of another file.
+// Bytes that aren't UTF-8 come out as another name, which may belong to another file.
 InputFile::InputFile(std::string const& name) : mFile(fromUtf8(name)) {
   bool const isUtf8 = mFile.fileName().toStdString() == name;
   if (isUtf8 && QFileInfo(mFile).isFile() && mFile.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {

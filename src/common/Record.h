@@ -21,7 +21,7 @@ inline T loadValue(char const* bytes) {
   return value;
 }
 
-/// Puts `value` at `bytes` and gives the place behind it.
+/// Puts `value` at `bytes` and returns the address after it.
 template <class T>
 inline char* storeValue(char* bytes, T value) {
   static_assert(std::is_trivially_copyable_v<T>);

@@ -11,18 +11,26 @@
 
 namespace sensor {
 
+/// Takes the first line off `text`, with the line feed at its end, and returns it without.
+inline std::string_view takeLine(std::string_view& text) {
+  std::size_t const end = text.find('\n');
+  std::string_view const line = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  return line;
+}
+
 /// The lines of a text file that may come from anywhere, one after the other, with no more of the file in memory than a
 /// piece of fixed size or the longest line.
 ///
-/// The text is UTF-8, with a byte-order mark or without, and its bytes come as they stand: NUL or broken characters change
-/// nothing. Text that begins with the mark of UTF-16 or UTF-32 is read as a whole, up to the size of a project file, and
-/// comes as UTF-8. A line ends with a line feed, or a carriage return and a line feed.
+/// The text is UTF-8, with a byte-order mark or without, and its bytes come as they stand: NUL or broken characters
+/// change nothing. Text that begins with the mark of UTF-16 or UTF-32 is read as a whole, up to the size of a project
+/// file, and comes as UTF-8. A line ends with a line feed, or a carriage return and a line feed.
 class TextLines {
 public:
-  /// Longer lines are left out: what is no list of anything, such as a large file of holes, must not fill the memory.
+  /// Longer lines are left out: a file that isn't a list, such as a large sparse file, must not fill the memory.
   static constexpr std::size_t defaultMaxLineSize = std::size_t{1} << 30;
 
-  /// Opens the file of the UTF-8 path `name`; `isOpen` tells whether that worked.
+  /// Opens the file of the UTF-8 path `name`; `isOpen` says whether that worked.
   explicit TextLines(std::string const& name, std::size_t maxLineSize = defaultMaxLineSize);
 
   bool isOpen() const { return mIsOpen; }

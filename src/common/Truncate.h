@@ -9,8 +9,8 @@
 
 namespace sensor {
 
-/// What is left of `value` without its fraction. A value beyond the range of `Integer` gives the nearest end of that
-/// range and NaN gives 0, where a plain cast would be undefined.
+/// `value` without its fraction. A value beyond the range of `Integer` becomes the nearest end of that range and NaN
+/// becomes 0, where a plain cast would be undefined.
 template <class Integer, class Real>
 inline Integer truncated(Real value) {
   static_assert(std::is_integral_v<Integer> && std::is_floating_point_v<Real>);

@@ -14,13 +14,13 @@ namespace {
 
 constexpr int maxDepth = 64;
 
-// An element takes some 300 bytes in the document model, its first attribute 2000: so many nodes take 320 MB at most. The
-// largest project is far below: a block of 20000 strips has 40000 nodes, with an elevation model and a reference image
-// for each of them 120000; a strip of 1000 images has 20000.
+// An element takes some 300 bytes in the document model, its first attribute 2000: so many nodes take 320 MB at most.
+// The largest project is far below: a block of 20000 strips has 40000 nodes, with an elevation model and a reference
+// image for each of them 120000; a strip of 1000 images has 20000.
 constexpr std::int64_t maxNodes = std::int64_t{1} << 18;
 
 // Why the text must not reach the document model; empty when it may. What the stream reader can't follow to its end is
-// refused too: another parser might go on behind that place, and the limits would not have been looked at there.
+// refused too: another parser might go on from there, where the limits weren't checked.
 QString refusal(QXmlStreamReader& reader) {
   reader.setNamespaceProcessing(false);
   int depth = 0;

@@ -15,7 +15,8 @@ namespace sensor {
 struct XmlMarkup {
   /// Of the tag that has most of them.
   std::int64_t attributes = 0;
-  /// Elements, attributes, comments, processing instructions and CDATA sections: a document model makes an object of each.
+  /// Elements, attributes, comments, processing instructions and CDATA sections: a document model makes an object of
+  /// each.
   std::int64_t nodes = 0;
 };
 
@@ -29,8 +30,8 @@ inline constexpr std::int64_t maxXmlAttributes = 256;
 
 inline constexpr std::int64_t anyNumberOfXmlNodes = std::numeric_limits<std::int64_t>::max();
 
-/// Why no parser must see a text that may come from anywhere; empty when it may. Refused are an element of more than 256
-/// attributes, more than `maxNodes` nodes, and all encodings whose markup a pass over the bytes can't see. Those
+/// Why no parser must see a text that may come from anywhere; empty when it may. Refused are an element of more than
+/// 256 attributes, more than `maxNodes` nodes, and all encodings whose markup a pass over the bytes can't see. Those
 /// that stay are UTF-8, UTF-16 and, where the text declares them, US-ASCII, ISO-8859, Windows-125x and KOI8.
 QString xmlMarkupRefusal(QByteArray const& text, std::int64_t maxNodes = anyNumberOfXmlNodes);
 

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "model/HeightScale.h"
-#include "model/SolverLimits.h"
+#include "model/CameraAxes.h"
+#include "model/LineSearch.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
@@ -14,8 +14,9 @@
 #include <cstddef>
 #include <cstdint>
 
-// The search for lines in four lanes of single precision: four positions at a time, each with a candidate line and an orientation
-// of its own. It is written once, over a type of lanes: `SseLanes` where the processor has them, `PlainLanes` elsewhere.
+// The search for lines in four lanes of single precision: four positions at once, each with its own candidate line and
+// orientation. It is written once, over a type of lanes: `SseLanes` where the processor has them, `PlainLanes`
+// elsewhere.
 //
 // A source that is compiled for more than the least processor must not bring inline functions with it that others use
 // as well: the linker keeps one copy of each. So nothing here reaches a model but through `LineOrientations`, whose
@@ -44,7 +45,8 @@ struct FourLaneConstants {
 /// The constants of a band, whose calibration has full tables.
 FourLaneConstants fourLaneConstants(StripBand const& band);
 
-/// The orientations of the lanes: quaternions, perspective centres, and what their line corrections move in the focal plane.
+/// The orientations of the lanes: quaternions, perspective centres, and what their line corrections move in the focal
+/// plane.
 struct FourLaneOrientation {
   float q[4][4];  // component, lane
   float centre[3][4];
@@ -66,8 +68,8 @@ private:
   StripBand const& mBand;
 };
 
-/// One call of `solve` after the other, each starts from where the last one ended. A position that gets lost from there (see
-/// `RunSolver`) begins its lane anew.
+/// One call of `solve` after the other, each starts from where the last one ended. A position that gets lost from there
+/// (see `RunSolver`) begins its lane anew.
 template <class Lanes, class Orientations>
 class FourLaneSolver {
 public:
@@ -121,8 +123,8 @@ private:
     return Lanes::notAbove(squaredStep, mSquaredLimit);
   }
 
-  // Searches for a position as the first of a run, with the scale of its own height; its lane goes on from there. Where that
-  // search doesn't end either, image and lane stay as they are.
+  // Searches for a position as the first of a run, with the scale of its own height; its lane goes on from there. Where
+  // that search doesn't end either, image and lane stay as they are.
   [[gnu::noinline, gnu::cold]] void solveAnew(unsigned lane, geo::XYZPoint const& ground, geo::XYPoint& image) {
     if (!isFinite(ground)) {
       return;
@@ -171,8 +173,8 @@ private:
     }
   }
 
-  // Takes the lanes that have to move to their next line, and looks up the orientation there; all of them behind the pass
-  // with the heading alone.
+  // Takes the lanes that have to move to their next line, and looks up the orientation there; all of them after the
+  // pass with the heading alone.
   void moveLines() {
     mLine = Lanes::select(mMask, mLine + mStep, mLine);
     Floats const end = Lanes::same(solver::countableLines);
@@ -195,37 +197,20 @@ private:
       mCentre[axis] = Lanes::load(mOrientation.centre[axis]);
     }
     mShift = Lanes::load(mOrientation.shift);
-    buildRotations();
+    // In single precision, other than in the form for runs.
+    mAxes =
+        axesOfQuaternion(Lanes::load(mOrientation.q[0]), Lanes::load(mOrientation.q[1]), Lanes::load(mOrientation.q[2]),
+                         Lanes::load(mOrientation.q[3]), Lanes::same(1.0F), Lanes::same(2.0F));
   }
 
-  // `quaternionToRotation`, in single precision.
-  void buildRotations() {
-    Floats const one = Lanes::same(1.0F);
-    Floats const two = Lanes::same(2.0F);
-    Floats const q0 = Lanes::load(mOrientation.q[0]);
-    Floats const q1 = Lanes::load(mOrientation.q[1]);
-    Floats const q2 = Lanes::load(mOrientation.q[2]);
-    Floats const q3 = Lanes::load(mOrientation.q[3]);
-    mRotation[0] = one - two * (q2 * q2 + q3 * q3);
-    mRotation[1] = two * (q3 * q0 + q2 * q1);
-    mRotation[2] = two * (q3 * q1 - q2 * q0);
-    mRotation[3] = two * (q2 * q1 - q3 * q0);
-    mRotation[4] = one - two * (q1 * q1 + q3 * q3);
-    mRotation[5] = two * (q1 * q0 + q3 * q2);
-    mRotation[6] = two * (q2 * q0 + q3 * q1);
-    mRotation[7] = two * (q3 * q2 - q1 * q0);
-    mRotation[8] = one - two * (q1 * q1 + q2 * q2);
-  }
-
-  // Sets the steps of the positions from the current lines, and gives their samples in the calibration.
+  // Sets the steps of the positions from the current lines, and returns their samples in the calibration.
   Floats pass() {
-    Floats const* const m = mRotation;
     Floats const dx = mGround[0] - mCentre[0];
     Floats const dy = mGround[1] - mCentre[1];
     Floats const dz = mGround[2] - mCentre[2];
-    Floats const w = (m[5] * dy + m[2] * dx + m[8] * dz) / mNegativeF;
-    Floats const x = (m[3] * dy + m[0] * dx + m[6] * dz) / w - mShift;
-    Floats const y = (m[4] * dy + m[1] * dx + m[7] * dz) / w;
+    Floats const w = mAxes.up.component(dx, dy, dz) / mNegativeF;
+    Floats const x = mAxes.alongFlight.component(dx, dy, dz) / w - mShift;
+    Floats const y = mAxes.alongLine.component(dx, dy, dz) / w;
     // By the straight line from the first sample to the last one.
     Floats const estimate = (y - mFirstY) / mWidthY * mLast;
     Floats const sample = refine(y, estimate);
@@ -233,28 +218,28 @@ private:
     return sample;
   }
 
-  // Nearly always all lanes are within the sensor line: `oneOf` then skips the choice by a branch that is foreseen, and its
-  // result doesn't have to wait for the mask.
-  static Floats oneOf(Mask mask, Floats a, Floats b) { return Lanes::all(mask) ? a : Lanes::select(mask, a, b); }
+  // Nearly always all lanes are within the sensor line: then a predicted branch skips the choice, and the result
+  // doesn't have to wait for the mask.
+  static Floats choose(Mask mask, Floats a, Floats b) { return Lanes::all(mask) ? a : Lanes::select(mask, a, b); }
 
   // Within the sensor line: corrects the estimate once by the slope of the table at the entry that it points to.
   Floats refine(Floats y, Floats estimate) const {
     Mask const within = Lanes::both(Lanes::below(mZero, estimate), Lanes::below(estimate, mLast));
-    Ints const k = Lanes::truncate(oneOf(within, estimate, mZero));
-    Floats const behind = entriesBehind(y, k);
-    Ints const i = Lanes::limit(Lanes::add(k, Lanes::truncate(limited(behind))), 0, mConstants.lastSample - 1);
-    return oneOf(within, entriesBehind(y, i) + Lanes::toFloats(i), estimate);
+    Ints const k = Lanes::truncate(choose(within, estimate, mZero));
+    Floats const entries = entriesAfter(y, k);
+    Ints const i = Lanes::limit(Lanes::add(k, Lanes::truncate(limited(entries))), 0, mConstants.lastSample - 1);
+    return choose(within, entriesAfter(y, i) + Lanes::toFloats(i), estimate);
   }
 
-  // How many entries, with its fraction, y lies behind an entry by the slope there.
-  Floats entriesBehind(Floats y, Ints entry) const {
+  // How many entries, with a fraction, y lies after an entry by the slope there.
+  Floats entriesAfter(Floats y, Ints entry) const {
     Floats here = mZero;
     Floats next = mZero;
     Lanes::loadPairs(mConstants.y, entry, here, next);
     return (y - here) / (next - here);
   }
 
-  // Within a line's length back and forward, which integers hold; no number counts as none.
+  // Within a line's length back and forward, which integers hold; NaN counts as 0.
   Floats limited(Floats entries) const {
     Floats const back = mZero - mLast;
     Mask const within = Lanes::both(Lanes::notAbove(back, entries), Lanes::notAbove(entries, mLast));
@@ -266,11 +251,11 @@ private:
     return Lanes::select(within, entries, ends);
   }
 
-  // Focal x of the sensor line at a sample: behind its ends that of the ends, if the estimate is behind them; on the chord from
-  // the first sample to the last one, if only the sample is.
+  // Focal x of the sensor line at a sample: beyond an end, that end's if the estimate is beyond it, too; on the chord
+  // from the first sample to the last one if only the sample is.
   Floats sensorLineX(Floats sample, Floats estimate) const {
     Mask const within = Lanes::both(Lanes::below(Lanes::same(-1.0F), sample), Lanes::below(sample, mLast));
-    Ints const a = Lanes::truncate(oneOf(within, sample, mZero));
+    Ints const a = Lanes::truncate(choose(within, sample, mZero));
     Floats here = mZero;
     Floats next = mZero;
     Lanes::loadPairs(mConstants.x, a, here, next);
@@ -281,11 +266,11 @@ private:
     }
     Floats const x = (next - here) * u + here;
     Mask const before = Lanes::below(estimate, mZero);
-    Mask const behind = Lanes::notAbove(mLast, estimate);
-    if (!Lanes::any(before) && !Lanes::any(behind)) {
+    Mask const after = Lanes::notAbove(mLast, estimate);
+    if (!Lanes::any(before) && !Lanes::any(after)) {
       return x;
     }
-    return Lanes::select(behind, mLastX, Lanes::select(before, mFirstX, x));
+    return Lanes::select(after, mLastX, Lanes::select(before, mFirstX, x));
   }
 
   FourLaneConstants const mConstants;
@@ -302,7 +287,7 @@ private:
   FourLaneOrientation mOrientation{};
   Floats mGround[3]{};
   Floats mCentre[3]{};
-  Floats mRotation[9]{};
+  CameraAxes<Floats> mAxes{};
   Floats mShift{};
   Floats mLine;
   Floats mStep = Lanes::same(0.0F);

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "common/Truncate.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <sensor/CameraTime.h>
 #include <sensor/EOPData.h>
@@ -16,15 +16,15 @@
 
 namespace sensor {
 
-/// A record whose attitude is no number: what can't be looked up gives no plausible place.
+/// A record whose attitude is NaN, so that a look-up that fails never leads to a plausible position.
 inline EOP unknownOrientation() {
   EOP eop;
   eop.q0 = eop.q1 = eop.q2 = eop.q3 = std::numeric_limits<float>::quiet_NaN();
   return eop;
 }
 
-/// The orientation of the camera at the lines of one image. A line correction, in lines, goes with it: a line with TDI is
-/// exposed around another time than its own, which the correction makes up for in the focal plane.
+/// The orientation of the camera at the lines of one image. A line correction, in lines, goes with it: a line with TDI
+/// is exposed around another time than its own, which the correction makes up for in the focal plane.
 class LineOrientation {
 public:
   LineOrientation(KESImage const& image, EOPData const& eop)
@@ -68,7 +68,7 @@ inline void LineOrientation::computeOrientation(float line, float tdi, EOP& eop,
   mEop.atGPS(mTime.gpsTime(line - lineCorrection), eop);
 }
 
-// The exposure of a line has its centre half a cycle less half the integration time behind the line's own time.
+// The exposure of a line has its centre half a cycle less half the integration time after the line's own time.
 inline void LineOrientation::computeOrientationTdi(float line, EOP& eop, float& lineCorrection) const {
   if (!(mTdi.at(line) > 1.0F)) {
     lookUp(line, eop, lineCorrection);

@@ -3,15 +3,15 @@
 
 #pragma once
 
-#include "model/SolverLimits.h"
+#include "model/LineSearch.h"
 #include "model/StripBand.h"
 
 #include <cmath>
 #include <vector>
 
-// The way from the ground to the image, in its two forms: which line saw a ground position depends on the orientation at
-// that line, so the line is found by iteration. Each candidate's orientation projects the position into the focal plane;
-// how far it falls from the sensor line there tells how many lines to go.
+// The way from the ground to the image, in its two forms: which line saw a ground position depends on the orientation
+// at that line, so the line is found by iteration. Each candidate's orientation projects the position into the focal
+// plane; its distance from the sensor line there is the number of lines to go.
 //
 // Both take an observer, whose `orientationAt(line)` is called with each line whose orientation is computed.
 
@@ -20,6 +20,12 @@ namespace sensor {
 /// The observer of everyday use.
 struct Unobserved {
   void orientationAt(float /*line*/) const {}
+};
+
+/// Counts passes: each of the form for one position computes an orientation.
+struct PassCount {
+  void orientationAt(float /*line*/) { ++passes; }
+  int passes = 0;
 };
 
 /// The size of a line in the focal plane at a height of the ground: the nearer to the aircraft, the larger.
@@ -35,9 +41,9 @@ inline float linesPerUnit(StripBand const& band, double height) {
   return 1.0F / lineSize(band.heightScale(), height);
 }
 
-/// The form for one position. Gives the number of passes.
+/// The form for one position.
 template <class Observer>
-int solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image, Observer&& observer) {
+void solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image, Observer&& observer) {
   float const k = linesPerUnit(band, ground.z);
   geo::XYPoint focal;
   geo::XYPoint sensorLine;
@@ -59,7 +65,6 @@ int solveLine(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& 
   } while ((std::fabs(step) > solver::tolerance && n < solver::maxPasses) || n == 1);
   // The sample stays that of the last pass's focal position, which the line's last step isn't part of.
   image.y = static_cast<double>(line);
-  return n;
 }
 
 /// What one position of a run hands on to the next.
@@ -69,7 +74,7 @@ struct RunState {
       : linesPerUnit(sensor::linesPerUnit(band, height)), line(band.orientation.middleLine()) {}
 
   EOP eop;
-  RotationMatrix rotation{};
+  CameraAxes<double> axes{};
   float linesPerUnit;
   float line;
   float step = 0.0F;
@@ -81,9 +86,9 @@ struct RunState {
   bool cold = true;
 };
 
-/// The form for a run of positions: the orientation of the last evaluation stays in force for as long as the line doesn't
-/// have to move by more than the tolerance, and so mostly from one position to its neighbours. The result is that line plus
-/// the step that is left, which is too small to take.
+/// The form for a run of positions: the orientation of the last evaluation stays in force for as long as the line
+/// doesn't have to move by more than the tolerance, and so mostly from one position to its neighbours. The result is
+/// that line plus the step that is left, which is too small to take.
 template <class Observer>
 class RunSolver {
 public:
@@ -128,20 +133,20 @@ private:
     if (mState.headingOnly) {
       reduceToHeading(mState.eop);
     }
-    mState.rotation = quaternionToRotation(mState.eop);
+    mState.axes = quaternionToRotation(mState.eop);
   }
 
   // Sets the step of the position from the current line, and returns its sample. In single precision within the camera.
   float pass(geo::XYZPoint const& ground) {
-    RotationMatrix const& r = mState.rotation;
+    CameraAxes<double> const& axes = mState.axes;
     EOP const& eop = mState.eop;
     auto const dx = static_cast<double>(static_cast<float>(ground.x - eop.x));
     auto const dy = static_cast<double>(static_cast<float>(ground.y - eop.y));
     auto const dz = static_cast<double>(static_cast<float>(ground.z - eop.z));
-    auto const w = static_cast<float>(dy * r[5] + dx * r[2] + dz * r[8]);
+    auto const w = static_cast<float>(axes.up.component(dx, dy, dz));
     float const m = 1.0F / -(w * mInverseF);
-    float const u = static_cast<float>(dy * r[3] + dx * r[0] + dz * r[6]) * m;
-    float const v = static_cast<float>(dy * r[4] + dx * r[1] + dz * r[7]) * m;
+    float const u = static_cast<float>(axes.alongFlight.component(dx, dy, dz)) * m;
+    float const v = static_cast<float>(axes.alongLine.component(dx, dy, dz)) * m;
     float const shift = mState.lineCorrection * mBand.pixelSize;
     auto const x = static_cast<float>(static_cast<double>(u) - static_cast<double>(shift));
     float const sample = mBand.calibration.sample(x, v, mOffset, 0.0F);
@@ -156,8 +161,8 @@ private:
   RunState mState;
 };
 
-/// Solves `count` positions, or up to the first one without a solution, and returns how many it solved. On copies of band and
-/// state, which no call on the way can change.
+/// Solves `count` positions, or up to the first one without a solution, and returns how many it solved. On copies of
+/// band and state, which no call on the way can change.
 template <class Observer>
 [[gnu::noinline, gnu::flatten]] std::size_t solveWhileFound(StripBand const& band, geo::XYZPoint const* ground,
                                                             std::size_t count, geo::XYPoint* image, RunState& state,
@@ -172,8 +177,8 @@ template <class Observer>
   return i;
 }
 
-/// Solves a position as the first of a run, with the scale of its own height; the run goes on from there. Where there is no
-/// solution from there either, image and state stay as they are.
+/// Solves a position as the first of a run, with the scale of its own height; the run goes on from there. Where there
+/// is no solution from there either, image and state stay as they are.
 template <class Observer>
 [[gnu::noinline, gnu::cold]] void solveAnew(StripBand const& band, geo::XYZPoint const& ground, geo::XYPoint& image,
                                             RunState& state, Observer& observer) {
@@ -190,9 +195,9 @@ template <class Observer>
 
 /// Solves a run that isn't empty.
 ///
-/// The line that a position leaves can be so far off that no search from there ends: in single precision nothing is left of
-/// the way back, or the ground lies above the horizon of the extrapolated attitude, so that steps lead away from it. A
-/// position that gets lost thus begins the run anew.
+/// The line that a position leaves can be so far off that no search from there ends: in single precision nothing is
+/// left of the way back, or the ground lies above the horizon of the extrapolated attitude, so that steps lead away
+/// from it. A position that gets lost thus begins the run anew.
 template <class Observer>
 void solveLines(StripBand const& band, std::vector<geo::XYZPoint> const& ground, std::vector<geo::XYPoint>& image,
                 Observer&& observer) {

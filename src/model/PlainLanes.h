@@ -8,8 +8,8 @@
 
 namespace sensor {
 
-/// Four lanes of single precision on any machine: a loop over the lanes, which does to each what the vector unit does to
-/// all four at once, with the same bits.
+/// Four lanes of single precision on any machine: a loop over the lanes, which does to each what the vector unit does
+/// to all four at once, with the same bits.
 struct PlainLanes {
   struct Mask {
     std::array<bool, 4> lane;

@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include "model/HeightScale.h"
+#include "model/CameraAxes.h"
 #include "model/LineOrientation.h"
-#include "model/QuaternionRotation.h"
+#include "model/LineSearch.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
@@ -19,11 +19,12 @@ inline void reduceToHeading(EOP& eop) {
   kappaToQuaternion(static_cast<double>(kappaOf(eop)), eop);
 }
 
-/// All that the projections of one band read, looked up once per call, and the formulae of the ray through the focal plane.
+/// All that the projections of one band read, looked up once per call, and the formulae of the ray through the focal
+/// plane.
 ///
-/// The collinearity equations of a line camera: a focal position (x along the flight, y along the sensor line) and -f make
-/// the camera's ray, which the rotation R of the line turns into the local system, to start at the line's perspective
-/// centre. (K. Kraus, Photogrammetry.)
+/// The collinearity equations of a line camera: a focal position (x along the flight, y along the sensor line) and -f
+/// make the camera's ray, which the rotation R of the line turns into the local system, to start at the line's
+/// perspective centre. (K. Kraus, Photogrammetry.)
 class StripBand {
 public:
   /// The data are loaded, and the band exists.
@@ -38,8 +39,8 @@ public:
   template <class... Tdi>
   void imageToLsr(geo::XYPoint const& imagePoint, float height, geo::XYZPoint& ground, Tdi... tdi) const;
 
-  /// The ray through a focal position, cut with the plane at the height. The line correction acts in the focal plane, along
-  /// the flight.
+  /// The ray through a focal position, cut with the plane at the height. The line correction acts in the focal plane,
+  /// along the flight.
   void focalToLSR(geo::XYPoint const& focal, EOP const& eop, float lineCorrection, float height,
                   geo::XYZPoint& ground) const;
   /// The undoing of `focalToLSR` with the orientation of a line, or with its heading alone.
@@ -73,12 +74,12 @@ inline void StripBand::imageToLsr(geo::XYPoint const& imagePoint, float height, 
 inline void StripBand::focalToLSR(geo::XYPoint const& focal, EOP const& eop, float lineCorrection, float height,
                                   geo::XYZPoint& ground) const {
   auto const f = static_cast<double>(focalLength);
-  RotationMatrix const r = quaternionToRotation(eop);
+  auto const [alongFlight, alongLine, up] = quaternionToRotation(eop);
   double const x = focal.x + shift(lineCorrection);
   double const y = focal.y;
-  double const vx = y * r[1] + x * r[0] - f * r[2];
-  double const vy = y * r[4] + x * r[3] - f * r[5];
-  double const vz = y * r[7] + x * r[6] - f * r[8];
+  double const vx = y * alongLine.x + x * alongFlight.x - f * up.x;
+  double const vy = y * alongLine.y + x * alongFlight.y - f * up.y;
+  double const vz = y * alongLine.z + x * alongFlight.z - f * up.z;
   auto const z = static_cast<double>(height);
   double const s = (z - eop.z) / vz;
   ground = {vx * s + eop.x, vy * s + eop.y, z};
@@ -93,13 +94,13 @@ inline void StripBand::lsrToFocal(geo::XYZPoint const& ground, float line, geo::
   if (headingOnly) {
     reduceToHeading(eop);
   }
-  RotationMatrix const r = quaternionToRotation(eop);
+  CameraAxes<double> const axes = quaternionToRotation(eop);
   double const dx = ground.x - eop.x;
   double const dy = ground.y - eop.y;
   double const dz = ground.z - eop.z;
-  double const w = r[5] * dy + r[2] * dx + r[8] * dz;
-  double const u = r[3] * dy + r[0] * dx + r[6] * dz;
-  double const v = r[4] * dy + r[1] * dx + r[7] * dz;
+  double const w = axes.up.component(dx, dy, dz);
+  double const u = axes.alongFlight.component(dx, dy, dz);
+  double const v = axes.alongLine.component(dx, dy, dz);
   double const m = static_cast<double>(-focalLength) / w;
   focal.y = v * m;
   focal.x = u * m - shift(lineCorrection);

@@ -3,6 +3,7 @@
 
 #include "common/FixedText.h"
 #include "common/Truncate.h"
+#include "orientation/OdfFields.h"
 
 #include <sensor/KESOrientation.h>
 
@@ -82,7 +83,7 @@ bool packStdDev(char const* quantity, float value, int scale, std::uint16_t& to)
 
 }  // namespace
 
-KESOrientation::KESOrientation() : mVersion("ODF 1.2"), mAbsoluteTime(seconds(now())) {}
+KESOrientation::KESOrientation() : mVersion(odfFile::currentVersion), mAbsoluteTime(seconds(now())) {}
 
 KESOrientation::KESOrientation(std::string const& fileName) : KESOrientation() {
   if (read(fileName) != 0) {
@@ -230,7 +231,7 @@ int KESOrientation::setXYZOPK(long start, long count, TimeQuantity<double> const
       to.clear();
     }
     to.resize(std::max(to.size(), mRecords.size()));
-    // Elements before the first have no place.
+    // Elements before the first are dropped.
     for (long i = std::max(start, 0L); i < end; ++i) {
       to[static_cast<std::size_t>(i)] = from[i - start];
     }

@@ -32,7 +32,7 @@ std::int64_t farthest(std::string_view digits, std::int64_t /*type*/) {
 }
 
 double farthest(std::string_view digits, double /*type*/) {
-  // No field has room for as many digits as such an exponent: its sign tells which way the number is too far.
+  // No field has room for as many digits as such an exponent: its sign says at which end the number is too far.
   bool const isTiny = digits.find('-', 1) != std::string_view::npos;
   double const size = isTiny ? 0.0 : std::numeric_limits<double>::infinity();
   return digits.front() == '-' ? -size : size;
@@ -57,13 +57,13 @@ class HeaderScanner {
 public:
   explicit HeaderScanner(std::string_view header) : mHeader(header) {}
 
-  // All of a field, up to the zero bytes behind it.
+  // All of a field, up to the zero bytes after it.
   std::string_view text(odfFile::Field field) const {
     std::string_view const bytes = mHeader.substr(field.offset, field.size);
     return bytes.substr(0, bytes.find('\0'));
   }
 
-  // The first word of a field. A field without one has that of the field that was asked for before.
+  // The first word of a field; for a field without one, the word of the field asked for before.
   std::string const& word(odfFile::Field field) {
     std::string_view const rest = withoutBlanks(text(field));
     if (!rest.empty()) {
@@ -102,8 +102,8 @@ private:
   std::string mWord;
 };
 
-// Zeroed records stand for those that a file was cut of. But a count that lies must not fill the memory: it is believed as far
-// as the file has the records, or zeroed ones take little beside the file.
+// Zeroed records replace those that are missing from a file that was cut. But a false count must not fill the memory:
+// it counts as far as the file has the records, or zeroed ones take little beside the file.
 bool isCredible(std::int64_t count, std::int64_t fileSize) {
   constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
   auto const bytesOfRecords = fileSize - static_cast<std::int64_t>(odfFile::headerSize);
@@ -125,10 +125,30 @@ int KESOrientation::read() {
   if (!file.isOpen() || !file.read(0, header.data(), std::min<std::int64_t>(header.size(), file.size()))) {
     return failed;
   }
-  return readRecords(file, readHeader({header.data(), header.size()}));
+  std::int64_t const count = readHeader({header.data(), header.size()});
+  setNumSets(0);
+  if (!isCredible(count, file.size()) || !makeRecords(count)) {
+    return failed;
+  }
+  // The file of a store without records ends within its header.
+  if (count == 0 || file.read(odfFile::headerSize, mRecords.data(), count * recordSize)) {
+    return done;
+  }
+  setNumSets(static_cast<int>(count));
+  return failed;
 }
 
-// Gives the number of records that the header tells of; -1 when it tells none.
+// Zeroed ones; false when the memory has no room for them.
+bool KESOrientation::makeRecords(std::int64_t count) {
+  try {
+    setNumSets(static_cast<int>(count));
+    return true;
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+}
+
+// Returns the number of records by the header; -1 when it has no such number.
 std::int64_t KESOrientation::readHeader(std::string_view header) {
   HeaderScanner scanner(header);
   mVersion = scanner.text(odfFile::version);
@@ -163,31 +183,12 @@ std::int64_t KESOrientation::readHeader(std::string_view header) {
   return scanner.number<std::int64_t>(odfFile::count).value_or(-1);
 }
 
-// Whatever such a file says of its scales.
 void KESOrientation::setScalesOfOldVersion() {
-  mTimeScale = 10000;
-  mPositionScale = 1000;
+  mTimeScale = usualTimeScale;
+  mPositionScale = usualPositionScale;
   setAngularUnits(mAngularUnits);
-  mPositionStdDevScale = 100000;
-  mAngularStdDevScale = 10000000;
-}
-
-int KESOrientation::readRecords(InputFile& file, std::int64_t count) {
-  setNumSets(0);
-  if (!isCredible(count, file.size())) {
-    return failed;
-  }
-  try {
-    setNumSets(static_cast<int>(count));
-  } catch (std::bad_alloc const&) {
-    return failed;
-  }
-  // The file of a store without records ends within its header.
-  if (count == 0 || file.read(odfFile::headerSize, mRecords.data(), count * recordSize)) {
-    return done;
-  }
-  setNumSets(static_cast<int>(count));
-  return failed;
+  mPositionStdDevScale = usualPositionStdDevScale;
+  mAngularStdDevScale = usualAngularStdDevScale;
 }
 
 }  // namespace sensor

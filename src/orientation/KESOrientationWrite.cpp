@@ -55,7 +55,7 @@ int KESOrientation::write(std::string const& fileName) {
   }
   file.write(std::string_view(bytes).substr(0, odfFile::headerSize));
   file.write(mRecords.data(), static_cast<std::int64_t>(size));
-  // What is left of a text that runs on behind all fields and records.
+  // The rest of a text that runs on beyond all fields and records.
   file.write(std::string_view(bytes).substr(std::min(bytes.size(), odfFile::headerSize + size)));
   return file.commit() ? written : notWritten;
 }

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "common/Truncate.h"
-#include "orientation/Attitude.h"
 #include "orientation/SupportFileStream.h"
+#include "timing/Attitude.h"
 
 #include <sensor/EOPData.h>
 #include <sensor/KESOrientation.h>
@@ -62,7 +62,7 @@ geo::XYZPoint anchorOf(KESOrientation const& orientation) {
   return {orientation.anchorLongitude(), orientation.anchorLatitude(), 0.0};
 }
 
-// The name of the ODF that stands last behind the key in a support file.
+// The name of the ODF that follows the last occurrence of the key in a support file.
 std::string odfNameIn(std::string const& supportFile, std::string const& key) {
   SupportFileStream file(supportFile);
   std::string name;
@@ -125,7 +125,7 @@ int ODFConverter::run(std::vector<std::string> const& odfFiles, geo::XYZPoint an
   retrieveODFfile(mOdfFiles, first, last);
   int const begin = firstIndexMaxODF(first, last);
   KESOrientation const a(first);
-  if (int const result = settleAnchor(a, odfCount, supportFiles, anchor); result != done) {
+  if (int const result = settleAnchor(anchorOf(a), odfCount, supportFiles, anchor); result != done) {
     return result;
   }
   EOPData eop("", true, false);
@@ -133,7 +133,7 @@ int ODFConverter::run(std::vector<std::string> const& odfFiles, geo::XYZPoint an
   appendRecords(a, 0, eop);
   KESOrientation const b(last);
   appendRecords(b, begin, eop);
-  settleAbsoluteTime(a, b);
+  settleAbsoluteTime(a.absoluteTime(), b.absoluteTime());
   eop.setAbsTime(mAbsoluteTime);
   eop.setAppSource(mAppSource);
   eop.write(mOutputFile, binaryEop);
@@ -163,19 +163,19 @@ void ODFConverter::retrieveODFfile(std::vector<std::string> const& odfFiles, std
   }
 }
 
-// The index in `last` behind which it goes on where `first` ends, by the mean interval of `last`: negative, when there is a
-// gap between the two.
+// The index in `last` at which it continues `first`, by the mean interval of `last`: negative when there is a gap
+// between the two.
 int ODFConverter::firstIndexMaxODF(std::string const& first, std::string const& last) {
   double const end = spanOf(KESOrientation(first)).end;
   KESOrientation const orientation(last);
   TimeSpan const span = spanOf(orientation);
   int const count = orientation.numSets();
   double const interval = (span.end - span.start) / count;
-  std::int64_t const behind = truncated<std::int32_t>((span.end - end) / interval + 0.5);
-  return static_cast<int>(std::min<std::int64_t>(count - behind, std::numeric_limits<int>::max()));
+  std::int64_t const rest = truncated<std::int32_t>((span.end - end) / interval + 0.5);
+  return static_cast<int>(std::min<std::int64_t>(count - rest, std::numeric_limits<int>::max()));
 }
 
-int ODFConverter::settleAnchor(KESOrientation const& first, std::size_t odfCount,
+int ODFConverter::settleAnchor(geo::XYZPoint const& first, std::size_t odfCount,
                                std::vector<std::string> const& supportFiles, geo::XYZPoint& anchor) {
   if (!supportFiles.empty() && supportFiles.size() != odfCount) {
     std::cerr << "Support files are inconsistent with ODFs\n";
@@ -188,8 +188,8 @@ int ODFConverter::settleAnchor(KESOrientation const& first, std::size_t odfCount
   return isGiven ? done : anchorOfHeaders(first, anchor);
 }
 
-int ODFConverter::anchorOfHeaders(KESOrientation const& first, geo::XYZPoint& anchor) const {
-  anchor = anchorOf(first);
+int ODFConverter::anchorOfHeaders(geo::XYZPoint const& first, geo::XYZPoint& anchor) const {
+  anchor = first;
   for (std::string const& name : mOdfFiles) {
     if (distance(anchor, anchorOf(KESOrientation(name))) > anchorTolerance) {
       std::cerr << "Anchor points differ in odf headers. Can not generate common (f)lop file.\n";
@@ -226,12 +226,12 @@ geo::XYZPoint ODFConverter::anchorFromSup(std::string const& supportFile) {
   return anchor;
 }
 
-void ODFConverter::settleAbsoluteTime(KESOrientation const& first, KESOrientation const& last) {
-  if (first.absoluteTime() != last.absoluteTime()) {
+void ODFConverter::settleAbsoluteTime(TimeQuantity<std::int32_t> const& first, TimeQuantity<std::int32_t> const& last) {
+  if (first != last) {
     throw std::runtime_error("Different absolute times between ODFs of the same take!");
   }
-  if (first.absoluteTime().value() != 0) {
-    mAbsoluteTime = seconds(static_cast<std::uint32_t>(first.absoluteTime().value()));
+  if (first.value() != 0) {
+    mAbsoluteTime = seconds(static_cast<std::uint32_t>(first.value()));
   }
 }
 

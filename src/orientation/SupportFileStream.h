@@ -12,7 +12,7 @@
 
 namespace sensor {
 
-/// The bytes of a regular file, a piece of fixed size at a time.
+/// The bytes of a regular file, in pieces of fixed size.
 class InputFileBuffer : public std::streambuf {
 public:
   explicit InputFileBuffer(std::string const& name) : mFile(name) {}
@@ -29,8 +29,8 @@ private:
   std::array<char, 65536> mBytes{};
 };
 
-/// The words of a support file, separated by white space, with numbers in the C locale. A file may come from anywhere: folders
-/// and FIFOs can't be opened, and a word that is longer than any path comes in pieces.
+/// The words of a support file, separated by white space, with numbers in the C locale. A file may come from anywhere:
+/// folders and FIFOs can't be opened, and a word that is longer than any path comes in pieces.
 class SupportFileStream {
 public:
   explicit SupportFileStream(std::string const& name);

@@ -4,7 +4,7 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/XmlDocument.h"
-#include "project/Attribute.h"
+#include "project/ProjectFile.h"
 
 #include <sensor/FennLegacyLocations.h>
 
@@ -24,8 +24,11 @@ void requireLocation(std::string const& location, char const* tag) {
   }
 }
 
-// The location that an element sets; it stays as it is without a path.
-void takePath(QDomElement const& element, QFileInfo const& flightFile, std::string& location) {
+// Takes the location that an element with the tag sets; it stays as it is without a path.
+void takePath(QDomElement const& element, char const* tag, QFileInfo const& flightFile, std::string& location) {
+  if (element.tagName() != QLatin1String(tag)) {
+    return;
+  }
   QString const path = element.attribute(QStringLiteral("Path"));
   if (path.startsWith(QLatin1Char('.'))) {
     location = QDir::cleanPath(flightFile.absolutePath() + QLatin1Char('/') + path).toStdString();
@@ -37,16 +40,15 @@ void takePath(QDomElement const& element, QFileInfo const& flightFile, std::stri
 }  // namespace
 
 FennLegacyLocations::FennLegacyLocations(std::string const& path) {
-  QFileInfo const info(fromUtf8(path));
-  if (info.isDir()) {
-    readProjectFolder(info);
+  if (QFileInfo(fromUtf8(path)).isDir()) {
+    readProjectFolder(path);
   } else {
-    readFlightFile(info);
+    readFlightFile(path);
   }
 }
 
-bool FennLegacyLocations::readProjectFolder(QFileInfo const& info) {
-  std::string const folder = info.canonicalFilePath().toStdString();
+bool FennLegacyLocations::readProjectFolder(std::string const& path) {
+  std::string const folder = QFileInfo(fromUtf8(path)).canonicalFilePath().toStdString();
   mVmmDataLocation = folder + "/mm";
   mPosDataLocation = folder + "/pos";
   mRawDataLocation = folder + "/raw";
@@ -54,7 +56,8 @@ bool FennLegacyLocations::readProjectFolder(QFileInfo const& info) {
   return true;
 }
 
-bool FennLegacyLocations::readFlightFile(QFileInfo const& info) {
+bool FennLegacyLocations::readFlightFile(std::string const& path) {
+  QFileInfo const info(fromUtf8(path));
   std::string const name = info.absoluteFilePath().toStdString();
   InputFile file(info.canonicalFilePath().toStdString());
   if (!file.isOpen()) {
@@ -71,22 +74,13 @@ bool FennLegacyLocations::readFlightFile(QFileInfo const& info) {
                              "\"");
   }
   for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement()) {
-    readLocation(e, info);
+    takePath(e, "RAW", info, mRawDataLocation);
+    takePath(e, "POS", info, mPosDataLocation);
+    takePath(e, "MM", info, mVmmDataLocation);
   }
   requireLocation(mPosDataLocation, "POS");
   requireLocation(mRawDataLocation, "RAW");
   return true;
-}
-
-void FennLegacyLocations::readLocation(QDomElement const& element, QFileInfo const& info) {
-  QString const tag = element.tagName();
-  if (tag == QLatin1String("RAW")) {
-    takePath(element, info, mRawDataLocation);
-  } else if (tag == QLatin1String("POS")) {
-    takePath(element, info, mPosDataLocation);
-  } else if (tag == QLatin1String("MM")) {
-    takePath(element, info, mVmmDataLocation);
-  }
 }
 
 }  // namespace sensor

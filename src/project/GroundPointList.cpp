@@ -49,7 +49,7 @@ void readDeviations(PointFields& fields, geo::GroundPoint& point) {
   point.type = typeIn(fields.rest().substr(0, lengthOf(sz)));
 }
 
-// The id at the start of a line, which then begins behind it; nothing when a quote isn't closed.
+// Takes the quoted id off the start of a line; false when the quote isn't closed.
 bool takeQuotedId(std::string_view& line, std::string& id) {
   std::size_t const end = line.find('"', 1);
   if (end == std::string_view::npos) {

@@ -1,14 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "common/QtText.h"
 #include "project/PointFile.h"
+#include "project/PointListPlaces.h"
 #include "project/PointText.h"
 
 #include <sensor/ImagePointList.h>
-
-#include <QDir>
-#include <QFileInfo>
 
 #include <cstddef>
 #include <stdexcept>
@@ -63,16 +60,6 @@ void appendPoint(std::string& text, geo::ImagePoint const& point, int decimals) 
   text += point.active ? "1\n" : "0\n";
 }
 
-// The name of the list that belongs to an image.
-QString listName(std::string const& imageFileName) {
-  QString const name = QFileInfo(fromUtf8(imageFileName)).fileName();
-  auto const dot = name.lastIndexOf(QLatin1Char('.'));
-  if (dot < 0) {
-    throw std::runtime_error("Invalid image filename");
-  }
-  return name.left(dot) + QStringLiteral(".ipt");
-}
-
 }  // namespace
 
 ImagePointList::ImagePointList(std::string const& stripID, std::string const& bandID)
@@ -90,18 +77,18 @@ ImagePointList::ImagePointList(std::string const& fileName, std::string const& s
 ImagePointList::ImagePointList(std::string const& imageFileName, std::string const& folder, std::string const& stripID,
                                std::string const& bandID)
     : mStripID(stripID), mBandID(bandID) {
-  QString const name = listName(imageFileName);
-  QDir place(fromUtf8(folder));
-  constexpr int levels = 3;
-  for (int level = 0; level < levels; ++level) {
-    mFileName = (place.path() + QLatin1Char('/') + name).toStdString();
+  auto const name = pointListName(imageFileName);
+  if (!name) {
+    throw std::runtime_error("Invalid image filename");
+  }
+  for (std::string const& place : pointListPlaces(*name, QDir(fromUtf8(folder)).path())) {
+    mFileName = place;
     if (read(mFileName, true) == 0) {
       return;
     }
-    place.cdUp();
   }
   // A list that is written later goes beside the strip.
-  mFileName = folder + "/" + name.toStdString();
+  mFileName = folder + "/" + name->toStdString();
 }
 
 int ImagePointList::addPoint(geo::ImagePoint const& point) {

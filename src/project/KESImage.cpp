@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "project/Attribute.h"
 #include "project/BadCalibration.h"
-#include "project/Path.h"
+#include "project/PointListPlaces.h"
+#include "project/ProjectFile.h"
 
 #include <XmlWriter.h>
 #include <raster/Statistics.h>
@@ -14,10 +14,10 @@
 #include <sensor/KESStripModelData.h>
 #include <sensor/TdiStage.h>
 
-#include <QDir>
 #include <QDomElement>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <memory>
 
 namespace sensor {
@@ -48,12 +48,24 @@ std::unique_ptr<TdiStage> tdiStageOf(QDomElement const& element, std::string con
   return std::make_unique<TdiStage>(resolved(attributeText(element, "tdi"), stripFolder));
 }
 
-// The text without the folder, whose length it is cut by, and the slash behind it.
+// The text without its first characters, as many as the folder has, and without the slash after them.
 std::string withoutFolder(std::string const& name, std::string const& folder) {
   if (name.find(folder) == std::string::npos) {
     return name;
   }
   return name.size() > folder.size() ? name.substr(folder.size() + 1) : std::string();
+}
+
+// Loads the strip unless it is loaded. The band id may have changed since then, to one that the camera doesn't have.
+CalibrationGeometryKes const& loadedCalibration(KESStripModelData& strip, std::string const& bandId) {
+  if (!strip.isDataLoaded()) {
+    strip.loadData(false, false);
+  }
+  CalibrationGeometryKes const* geometry = strip.calibrationGeometry(bandId);
+  if (geometry == nullptr) {
+    throw badCalibration(bandId);
+  }
+  return *geometry;
 }
 
 raster::Statistics emptyStatistics() {
@@ -98,25 +110,16 @@ void KESImage::readAttributes(QDomElement const& element, std::string const& str
   mSampleOffsetFromCalib = element.attribute(QStringLiteral("offset"), QStringLiteral("0")).toInt();
 }
 
-// The list has the image's name and lies beside the strip file, in the folder above, or in the one above that.
 void KESImage::findPointList(std::string const& stripFolder) {
-  QString const imageName = QFileInfo(fromUtf8(mImageFileName)).fileName();
-  auto const dot = imageName.lastIndexOf(QLatin1Char('.'));
-  if (dot < 0) {
+  auto const name = pointListName(mImageFileName);
+  if (!name) {
     return;
   }
-  QString const listName = imageName.left(dot) + QStringLiteral(".ipt");
-  QDir folder(fromUtf8(stripFolder));
-  constexpr int levels = 3;
-  for (int level = 0; level < levels; ++level) {
-    QString const path = (level == 0 ? fromUtf8(stripFolder) : folder.path()) + QLatin1Char('/') + listName;
-    if (QFileInfo::exists(path)) {
-      mIptFileName = path.toStdString();
-      return;
-    }
-    if (!folder.cdUp()) {
-      return;
-    }
+  std::vector<std::string> const places = pointListPlaces(*name, fromUtf8(stripFolder));
+  auto const found = std::find_if(places.begin(), places.end(),
+                                  [](std::string const& place) { return QFileInfo::exists(fromUtf8(place)); });
+  if (found != places.end()) {
+    mIptFileName = *found;
   }
 }
 
@@ -135,27 +138,15 @@ std::int32_t KESImage::numImagingSamples() {
   if (mParentStrip == nullptr) {
     return mNumSamples;
   }
-  return static_cast<std::int32_t>(calibration().numImagingSamples());
+  return static_cast<std::int32_t>(loadedCalibration(*mParentStrip, mBandID).numImagingSamples());
 }
 
 float KESImage::gsd() {
   if (mGsd < 0.0F) {
-    CalibrationGeometryKes const& geometry = calibration();
+    CalibrationGeometryKes const& geometry = loadedCalibration(*mParentStrip, mBandID);
     computeGSD(mParentStrip->meanTerrainHeight(), mParentStrip->meanFlyingHeight(), &geometry);
   }
   return mGsd;
-}
-
-// Loads the strip unless it is loaded. The band id may have changed since then, to one that the camera doesn't have.
-CalibrationGeometryKes const& KESImage::calibration() {
-  if (!mParentStrip->isDataLoaded()) {
-    mParentStrip->loadData(false, false);
-  }
-  CalibrationGeometryKes const* geometry = mParentStrip->calibrationGeometry(mBandID);
-  if (geometry == nullptr) {
-    throw badCalibration(mBandID);
-  }
-  return *geometry;
 }
 
 void KESImage::computeGSD(float terrainHeight, float flyingHeight, CalibrationGeometry const* calibration) {

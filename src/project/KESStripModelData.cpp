@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "project/BadCalibration.h"
+#include "project/ProjectFile.h"
+#include "project/StripFile.h"
 
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometry.h>
@@ -11,11 +13,47 @@
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModelData.h>
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <algorithm>
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 
 namespace sensor {
+
+namespace {
+
+// Also says what is wrong with an image on the standard error stream.
+std::unique_ptr<KESImage> makeImage(QDomElement const& element, std::string const& stripFolder,
+                                    KESStripModelData* strip, bool load) {
+  try {
+    return std::make_unique<KESImage>(element, stripFolder, strip, load);
+  } catch (std::exception const& failure) {
+    std::cerr << failure.what() << '\n';
+    throw;
+  }
+}
+
+// What is missing first is appended to the message.
+class Presence {
+public:
+  explicit Presence(std::string& message) : mMessage(message) {}
+
+  bool of(char const* what, std::string const& path) {
+    bool const present = QFileInfo::exists(fromUtf8(path));
+    if (!present) {
+      mMessage += std::string(what) + path + " doesn't exist!\n";
+    }
+    return present;
+  }
+
+private:
+  std::string& mMessage;
+};
+
+}  // namespace
 
 KESStripModelData::KESStripModelData(std::string const& fileName, KESStripModel* owner, bool load, bool useOriginalEOP,
                                      bool loadStdDevs)
@@ -31,6 +69,35 @@ KESStripModelData::KESStripModelData(std::string const& fileName, KESStripModel*
 KESStripModelData::~KESStripModelData() {
   unloadData();
   destroy();
+}
+
+void KESStripModelData::read(std::string const& fileName, bool load, bool useOriginalEOP, bool loadStdDevs) {
+  StripDescription const strip = readStripFile(fileName);
+  mFileName = fileName;
+  mName = strip.name;
+  mMeanTerrainHeight = strip.meanTerrainHeight;
+  mCameraVersion = strip.cameraVersion;
+  mSensorId = strip.sensorId;
+  mSensorType = strip.sensorType;
+  mOriginalEOPFileName = strip.originalEOPFileName;
+  mAdjustedEOPFileName = strip.adjustedEOPFileName;
+  mRawDataLocation = strip.rawDataLocation;
+  mImageDataLocation = strip.imageDataLocation;
+  for (QDomElement const& image : strip.images) {
+    attach(makeImage(image, strip.folder, this, load).release());
+  }
+  if (!strip.fault.empty()) {
+    throw std::runtime_error(strip.fault);
+  }
+  findCamera();
+  if (mCamera == nullptr) {
+    throw std::runtime_error("No calibration found for sensor " + mSensorType + " ID: " + mSensorId +
+                             " version: " + mCameraVersion + "\n");
+  }
+  chooseEOP(useOriginalEOP || mAdjustedEOPFileName.empty());
+  if (load) {
+    loadData(useOriginalEOP, loadStdDevs);
+  }
 }
 
 void KESStripModelData::destroy() {
@@ -187,6 +254,50 @@ float KESStripModelData::computeNominalHeight(float gsd) const {
     }
   }
   return count == 0 ? 0.0F : sum / static_cast<float>(count);
+}
+
+bool KESStripModelData::isDataValid(std::string& message, bool checkImages) const {
+  Presence presence(message);
+  if (!presence.of("Raw data location: ", mRawDataLocation) ||
+      !presence.of("Image data location: ", mImageDataLocation)) {
+    return false;
+  }
+  if (!CameraFactory::instance()->validateCamera(mSensorId, mSensorType, mCameraVersion)) {
+    message += "No Camera found for sensor " + mSensorType + " ID: " + mSensorId + " version: " + mCameraVersion;
+    return false;
+  }
+  if (!mOriginalEOPFileName.empty() && !presence.of("Original EOP file: ", mOriginalEOPFileName)) {
+    return false;
+  }
+  if (!mAdjustedEOPFileName.empty() && !presence.of("Adjusted EOP file: ", mAdjustedEOPFileName)) {
+    return false;
+  }
+  for (std::size_t i = 0; checkImages && i < mImages.size(); ++i) {
+    KESImage const& image = *mImages[i];
+    if (!presence.of("Image: ", resolved(image.imageFileName(), mImageDataLocation)) ||
+        !presence.of("CTG file: ", image.ctgFileName()) ||
+        !presence.of("Footprint file: ", image.footprintFileName())) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void KESStripModelData::completeEOPAdjustment() {
+  if (!mAdjustedEOPFileName.empty()) {
+    QString const old = fromUtf8(mAdjustedEOPFileName);
+    QFile::rename(old, old + QStringLiteral(".bak"));
+  } else {
+    mAdjustedEOPFileName = mOriginalEOPFileName + ".adj";
+    write(mFileName);
+  }
+  mEop->write(mAdjustedEOPFileName, 0);
+  mUseOriginalEOP = false;
+}
+
+void KESStripModelData::write(std::string const& fileName) {
+  enterAdjustedEOP(fileName, mAdjustedEOPFileName);
+  mFileName = fileName;
 }
 
 }  // namespace sensor

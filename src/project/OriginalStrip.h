@@ -19,7 +19,8 @@ class OriginalStrip {
 public:
   virtual ~OriginalStrip() = default;
   virtual KESStripModelData const& data() const = 0;
-  /// The position in the strip's local frame, metres, where the ray through `image` (sample, line) has the height `height`.
+  /// The position in the strip's local frame, metres, where the ray through `image` (sample, line) has the height
+  /// `height`.
   virtual geo::XYZPoint ground(geo::XYPoint const& image, float height, int band) const = 0;
 
 protected:

@@ -18,7 +18,7 @@
 
 namespace sensor {
 
-/// Reads the points of a text file with a point a line, behind `points` or with `clear` in their place. `parse` makes a
+/// Reads the points of a text file with a point a line, after `points` or with `clear` in their place. `parse` makes a
 /// point, or nothing, of a line. False, and `points` as they were, when the file can't be read.
 template <class Point, class Parse>
 bool readPoints(std::string const& fileName, bool clear, std::vector<Point>& points, Parse parse) {
@@ -26,8 +26,8 @@ bool readPoints(std::string const& fileName, bool clear, std::vector<Point>& poi
   if (!lines.isOpen()) {
     return false;
   }
-  // The points take their own size and no more, unless their lines are too short to be of use: a file of line feeds must
-  // not have memory for as many points.
+  // The points take their own size and no more, unless their lines are too short to be of use: a file of line feeds
+  // must not have memory for as many points.
   constexpr std::int64_t usualLineSize = 16;
   std::vector<Point> read;
   read.reserve(static_cast<std::size_t>(std::min(lines.countLines(), lines.size() / usualLineSize)));

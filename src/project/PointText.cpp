@@ -66,8 +66,8 @@ double numberIn(std::string_view text) {
   if (result.ec == std::errc() && result.ptr == end && std::isfinite(value)) {
     return value;
   }
-  // A plus sign and words for infinity: the rest of what is a number, Qt decides. What is beyond the range is none. No
-  // number needs more characters than this, and a NUL would end the text too early.
+  // A plus sign and words for infinity: Qt decides what else is a number. A value beyond the range isn't. No number
+  // needs more characters than this, and a NUL would end the text too early.
   constexpr std::size_t longest = 4096;
   text = withoutEndBlanks(text);
   bool const isText = text.size() <= longest && text.find('\0') == std::string_view::npos;

@@ -9,18 +9,18 @@
 
 namespace sensor {
 
-/// `text` without white space at its ends, that of Unicode included.
+/// `text` without white space, including Unicode's, at its ends.
 std::string_view withoutEndBlanks(std::string_view text);
 
-/// The number that `text` is in the C locale, with white space around it or not; 0 when it is none.
+/// The number that `text` is in the C locale, with white space around it or not; 0 when it isn't a number.
 double numberIn(std::string_view text);
 
-/// Adds `value` in fixed notation as a `QTextStream` prints it, whatever locale the host has set: a tie goes away from
+/// Adds `value` in fixed notation as a `QTextStream` prints it, regardless of the host's locale: a tie goes away from
 /// zero, a zero has no sign.
 void appendNumber(std::string& text, double value, int decimals);
 
-/// The fields of a line of a point list, separated by blanks and tabs. The last field is never used up: what is asked for
-/// behind it is the last field again.
+/// The fields of a line of a point list, separated by blanks and tabs. The last field is never used up: asked for more,
+/// it comes again.
 class PointFields {
 public:
   explicit PointFields(std::string_view text) : mRest(withoutEndBlanks(text)) {}

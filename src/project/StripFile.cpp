@@ -1,25 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "project/StripFile.h"
+
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
 #include "files/FileReplacement.h"
-#include "project/Attribute.h"
-#include "project/Path.h"
+#include "project/ProjectFile.h"
 
-#include <sensor/CameraFactory.h>
-#include <sensor/EOPData.h>
-#include <sensor/KESImage.h>
-#include <sensor/KESStripModelData.h>
-
-#include <QDir>
-#include <QDomDocument>
-#include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
 
-#include <iostream>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 
@@ -28,10 +19,7 @@ namespace sensor {
 namespace {
 
 constexpr int indent = 4;
-
-bool exists(std::string const& path) {
-  return QFileInfo::exists(fromUtf8(path));
-}
+constexpr char const* fileVersion = "1.0";
 
 void requireAttribute(std::string const& value, char const* attribute, char const* element) {
   if (value.empty()) {
@@ -44,8 +32,9 @@ QDomElement requireStrip(QDomDocument const& document) {
   if (root.tagName() != QLatin1String("Strip")) {
     throw std::runtime_error("Wrong file format: expected \"Strip\" but saw \"" + root.tagName().toStdString() + "\"");
   }
-  if (attributeText(root, "version") != "1.0") {
-    throw std::runtime_error("Wrong file version: expected \"1.0\" but saw \"" + attributeText(root, "version") + "\"");
+  if (attributeText(root, "version") != fileVersion) {
+    throw std::runtime_error(std::string("Wrong file version: expected \"") + fileVersion + "\" but saw \"" +
+                             attributeText(root, "version") + "\"");
   }
   return root;
 }
@@ -63,26 +52,7 @@ QDomDocument documentToChange(std::string const& fileName) {
   return document;
 }
 
-// What is missing first is appended to the message.
-class Presence {
-public:
-  explicit Presence(std::string& message) : mMessage(message) {}
-
-  bool of(char const* what, std::string const& path) {
-    bool const present = exists(path);
-    if (!present) {
-      mMessage += std::string(what) + path + " doesn't exist!\n";
-    }
-    return present;
-  }
-
-private:
-  std::string& mMessage;
-};
-
-}  // namespace
-
-void KESStripModelData::read(std::string const& fileName, bool load, bool useOriginalEOP, bool loadStdDevs) {
+QDomDocument readDocument(std::string const& fileName) {
   InputFile file(fileName);
   if (!file.isOpen()) {
     throw std::runtime_error("Error opening strip file:" + fileName);
@@ -92,131 +62,91 @@ void KESStripModelData::read(std::string const& fileName, bool load, bool useOri
   if (!readXml(file, document, error)) {
     throw std::runtime_error("Error parsing xml file:" + fileName + ": " + error.toStdString());
   }
-  mFileName = fileName;
-  std::string const stripFolder = QFileInfo(fromUtf8(fileName)).absolutePath().toStdString();
-  readRoot(requireStrip(document), stripFolder, load);
-  requireCompleteness();
-  findCamera();
-  if (mCamera == nullptr) {
-    throw std::runtime_error("No calibration found for sensor " + mSensorType + " ID: " + mSensorId +
-                             " version: " + mCameraVersion + "\n");
-  }
-  chooseEOP(useOriginalEOP || mAdjustedEOPFileName.empty());
-  if (load) {
-    loadData(useOriginalEOP, loadStdDevs);
+  return document;
+}
+
+void readImages(QDomElement const& element, StripDescription& strip) {
+  strip.imageDataLocation = resolved(trimmedAttributeText(element, "location"), strip.folder);
+  QString const tag = QStringLiteral("Image");
+  for (QDomElement e = element.firstChildElement(tag); !e.isNull(); e = e.nextSiblingElement(tag)) {
+    strip.images.push_back(e);
   }
 }
 
-void KESStripModelData::readRoot(QDomElement const& root, std::string const& stripFolder, bool load) {
-  mMeanTerrainHeight = root.attribute(QStringLiteral("mean_terrain_height"), QStringLiteral("0.f")).toFloat();
-  mName = root.attribute(QStringLiteral("name"), QStringLiteral("unknown")).toStdString();
+void readCalibration(QDomElement const& element, StripDescription& strip) {
+  strip.cameraVersion = attributeText(element, "version");
+  requireAttribute(strip.cameraVersion, "version", "Calibration");
+  strip.sensorId = attributeText(element, "sensor_id");
+  requireAttribute(strip.sensorId, "sensor_id", "Calibration");
+  strip.sensorType = element.attribute(QStringLiteral("sensor_type"), QStringLiteral("KESA0")).toStdString();
+}
+
+void readEOP(QDomElement const& element, StripDescription& strip) {
+  strip.originalEOPFileName = resolved(attributeText(element, "filename"), strip.folder);
+  if (strip.originalEOPFileName.empty()) {
+    throw std::runtime_error("Element \"eop\" is empty!");
+  }
+  strip.adjustedEOPFileName.clear();
+  if (!trimmedAttributeText(element, "filename_adjusted").empty()) {
+    strip.adjustedEOPFileName = resolved(attributeText(element, "filename_adjusted"), strip.folder);
+  }
+}
+
+void readRawData(QDomElement const& element, StripDescription& strip) {
+  requireAttribute(attributeText(element, "location"), "location", "RawData");
+  strip.rawDataLocation = resolved(trimmedAttributeText(element, "location"), strip.folder);
+}
+
+void readElements(QDomElement const& root, StripDescription& strip) {
   for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement()) {
     QString const tag = e.tagName();
     if (tag == QLatin1String("Images")) {
-      readImages(e, stripFolder, load);
+      readImages(e, strip);
     } else if (tag == QLatin1String("Calibration")) {
-      readCalibration(e);
+      readCalibration(e, strip);
     } else if (tag == QLatin1String("EOP")) {
-      readEOP(e, stripFolder);
+      readEOP(e, strip);
     } else if (tag == QLatin1String("RawData")) {
-      readRawData(e, stripFolder);
+      readRawData(e, strip);
     }
   }
 }
 
-void KESStripModelData::readImages(QDomElement const& element, std::string const& stripFolder, bool load) {
-  mImageDataLocation = resolved(trimmedAttributeText(element, "location"), stripFolder);
-  QString const tag = QStringLiteral("Image");
-  for (QDomElement e = element.firstChildElement(tag); !e.isNull(); e = e.nextSiblingElement(tag)) {
-    try {
-      attach(std::make_unique<KESImage>(e, stripFolder, this, load).release());
-    } catch (std::exception const& failure) {
-      std::cerr << failure.what() << '\n';
-      throw;
-    }
-  }
-}
-
-void KESStripModelData::readCalibration(QDomElement const& element) {
-  mCameraVersion = attributeText(element, "version");
-  requireAttribute(mCameraVersion, "version", "Calibration");
-  mSensorId = attributeText(element, "sensor_id");
-  requireAttribute(mSensorId, "sensor_id", "Calibration");
-  mSensorType = element.attribute(QStringLiteral("sensor_type"), QStringLiteral("KESA0")).toStdString();
-}
-
-void KESStripModelData::readEOP(QDomElement const& element, std::string const& stripFolder) {
-  mOriginalEOPFileName = resolved(attributeText(element, "filename"), stripFolder);
-  if (mOriginalEOPFileName.empty()) {
-    throw std::runtime_error("Element \"eop\" is empty!");
-  }
-  mAdjustedEOPFileName.clear();
-  if (!trimmedAttributeText(element, "filename_adjusted").empty()) {
-    mAdjustedEOPFileName = resolved(attributeText(element, "filename_adjusted"), stripFolder);
-  }
-}
-
-void KESStripModelData::readRawData(QDomElement const& element, std::string const& stripFolder) {
-  requireAttribute(attributeText(element, "location"), "location", "RawData");
-  mRawDataLocation = resolved(trimmedAttributeText(element, "location"), stripFolder);
-}
-
-void KESStripModelData::requireCompleteness() const {
-  if (mImages.empty()) {
+void requireCompleteness(StripDescription const& strip) {
+  if (strip.images.empty()) {
     throw std::runtime_error("Strip contains no usable images/");
   }
-  if (mCameraVersion.empty() || mSensorId.empty()) {
+  if (strip.cameraVersion.empty() || strip.sensorId.empty()) {
     throw std::runtime_error("Missing element: \"Calibration\"");
   }
-  if (mRawDataLocation.empty()) {
+  if (strip.rawDataLocation.empty()) {
     throw std::runtime_error("Missing element: \"RawData\"");
   }
 }
 
-bool KESStripModelData::isDataValid(std::string& message, bool checkImages) const {
-  Presence presence(message);
-  if (!presence.of("Raw data location: ", mRawDataLocation) ||
-      !presence.of("Image data location: ", mImageDataLocation)) {
-    return false;
+}  // namespace
+
+StripDescription readStripFile(std::string const& fileName) {
+  StripDescription strip;
+  strip.document = readDocument(fileName);
+  QDomElement const root = requireStrip(strip.document);
+  strip.folder = QFileInfo(fromUtf8(fileName)).absolutePath().toStdString();
+  strip.name = root.attribute(QStringLiteral("name"), QStringLiteral("unknown")).toStdString();
+  strip.meanTerrainHeight = root.attribute(QStringLiteral("mean_terrain_height"), QStringLiteral("0.f")).toFloat();
+  try {
+    readElements(root, strip);
+    requireCompleteness(strip);
+  } catch (std::runtime_error const& fault) {
+    strip.fault = fault.what();
   }
-  if (!CameraFactory::instance()->validateCamera(mSensorId, mSensorType, mCameraVersion)) {
-    message += "No Camera found for sensor " + mSensorType + " ID: " + mSensorId + " version: " + mCameraVersion;
-    return false;
-  }
-  if (!mOriginalEOPFileName.empty() && !presence.of("Original EOP file: ", mOriginalEOPFileName)) {
-    return false;
-  }
-  if (!mAdjustedEOPFileName.empty() && !presence.of("Adjusted EOP file: ", mAdjustedEOPFileName)) {
-    return false;
-  }
-  for (std::size_t i = 0; checkImages && i < mImages.size(); ++i) {
-    KESImage const& image = *mImages[i];
-    if (!presence.of("Image: ", resolved(image.imageFileName(), mImageDataLocation)) ||
-        !presence.of("CTG file: ", image.ctgFileName()) ||
-        !presence.of("Footprint file: ", image.footprintFileName())) {
-      return false;
-    }
-  }
-  return true;
+  return strip;
 }
 
-void KESStripModelData::completeEOPAdjustment() {
-  if (!mAdjustedEOPFileName.empty()) {
-    QString const old = fromUtf8(mAdjustedEOPFileName);
-    QFile::rename(old, old + QStringLiteral(".bak"));
-  } else {
-    mAdjustedEOPFileName = mOriginalEOPFileName + ".adj";
-    write(mFileName);
-  }
-  mEop->write(mAdjustedEOPFileName, 0);
-  mUseOriginalEOP = false;
-}
-
-void KESStripModelData::write(std::string const& fileName) {
+void enterAdjustedEOP(std::string const& fileName, std::string const& adjustedEOPFileName) {
   QDomDocument document = documentToChange(fileName);
   QDomElement eop = document.firstChildElement(QStringLiteral("Strip")).firstChildElement(QStringLiteral("EOP"));
   if (!eop.isNull()) {
-    eop.setAttribute(QStringLiteral("filename_adjusted"), QFileInfo(fromUtf8(mAdjustedEOPFileName)).fileName());
+    eop.setAttribute(QStringLiteral("filename_adjusted"), QFileInfo(fromUtf8(adjustedEOPFileName)).fileName());
   }
   QByteArray bytes;
   {
@@ -227,7 +157,6 @@ void KESStripModelData::write(std::string const& fileName) {
   if (!files::replaceFile(fileName, {bytes.constData(), static_cast<std::size_t>(bytes.size())})) {
     throw std::runtime_error("Unable to update Stp file");
   }
-  mFileName = fileName;
 }
 
 }  // namespace sensor

@@ -67,7 +67,7 @@ void writeImage(std::ostream& out, SupportFile const& file) {
       << "SAMPLES " << file.numSamples << '\n';
 }
 
-// Images are neither rectified nor corrected: the terms of that are those that change nothing.
+// Images are neither rectified nor corrected: these terms change nothing.
 void writeRectification(std::ostream& out) {
   constexpr geo::XYZPoint firstRow{0.0, 0.0, 1.0};
   constexpr geo::XYZPoint secondRow{0.0, 1.0, 0.0};

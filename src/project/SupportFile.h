@@ -21,7 +21,7 @@ struct BandWords {
   char const* staggered;
 };
 
-/// What a support file tells of one image: where its files are and how it lies on the ground.
+/// What a support file says of one image: where its files are and how it lies on the ground.
 struct SupportFile {
   std::string imageId;
   std::string imageFileName;
@@ -46,7 +46,7 @@ struct SupportFile {
   std::string calibration;
 };
 
-/// Writes the lines of a support file, numbers with a decimal point whatever the locale. Line ends within a text become
+/// Writes the lines of a support file, numbers with a decimal point in every locale. Line ends within a text become
 /// blanks.
 void writeSupportFile(std::ostream& out, SupportFile const& file);
 

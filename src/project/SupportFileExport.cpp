@@ -4,7 +4,7 @@
 #include "files/FileReplacement.h"
 #include "project/BadCalibration.h"
 #include "project/OriginalStrip.h"
-#include "project/Path.h"
+#include "project/ProjectFile.h"
 #include "project/SupportFile.h"
 
 #include <geo/XYPoint.h>
@@ -31,7 +31,7 @@ std::string native(std::string const& path) {
   return QDir::toNativeSeparators(fromUtf8(path)).toStdString();
 }
 
-// In English, whatever the host's language.
+// Always in English.
 std::string now() {
   return QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("ddd MMM dd hh:mm:ss yyyy")).toStdString();
 }
@@ -70,7 +70,7 @@ bool KESImage::exportSupportFile(std::string const& fileName, std::string const&
   try {
     file.write(supportText(originalOrientation, adjustedOrientation));
   } catch (...) {
-    file.commit();  // An empty file, so that nobody takes an older one for this export.
+    file.commit();  // An empty file, so that an older one isn't taken for this export.
     throw;
   }
   file.commit();

@@ -4,6 +4,7 @@
 #include "serializer/CalibrationQuickLook.h"
 
 #include "common/QtText.h"
+#include "xmlFileData/CalibrationParts.h"
 #include "xmlFileData/CalibrationXml.h"
 
 #include <xmlFileData/KesCalibrationInterface.h>
@@ -35,14 +36,16 @@ bool isWholeCreation(CalibrationXml const& xml) {
 
 // Adds the note, and the time of the next date; returns whether that is a valid time.
 bool readCreation(CalibrationXml& xml, KesBQuickInfo& info) {
-  std::string const note =
-      "Made in " + xml.text("Location") + ", " + xml.text("Environment") + " (" + xml.text("Remark") + ")";
+  xmlFileData::Creation creation;
+  creation.Location = xml.text("Location");
+  creation.Environment = xml.text("Environment");
+  creation.Remark = xml.text("Remark");
   while (xml.nextStart()) {
     if (xml.is("DateTime")) {
       QDateTime const time = QDateTime::fromString(fromUtf8(xml.text("Date", "") + xml.text("Time", "")),
                                                    QStringLiteral("yyyyMMddhhmmss"));
       if (time.isValid()) {
-        info.creationInfo = note;
+        info.creationInfo = noteOf(creation);
         info.creationTime = static_cast<std::uint32_t>(time.toSecsSinceEpoch());
       }
       return time.isValid();

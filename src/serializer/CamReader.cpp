@@ -3,7 +3,7 @@
 
 #include "common/InputFile.h"
 #include "common/QtText.h"
-#include "common/TextLine.h"
+#include "common/TextLines.h"
 #include "serializer/FloatScanner.h"
 
 #include <sensor/CalibrationGeometryKes.h>
@@ -15,6 +15,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <QRegularExpression>
+#include <QStringList>
 
 #include <array>
 #include <stdexcept>
@@ -103,16 +104,118 @@ void readCoordinates(std::string_view text, std::string const& fileName, std::ve
   }
 }
 
-// Date and time are parsed apart and put together as UTC: as one local time, an hour that the change to summer time
-// leaves out on the host would be no time at all.
+// Date and time are parsed separately and put together as UTC: as one local time, an hour that the change to summer
+// time leaves out on the host would be no time at all.
 QDateTime utcTime(QString const& date, QString const& dateFormat, QString const& time) {
-  // Files are read in parallel, but Qt 5.15 makes its first calendar without a guard: a thread that comes upon a half-made
-  // one finds no date. All threads wait here until it is made.
+  // Files are read in parallel, but Qt 5.15 makes its first calendar without a guard: a thread that comes upon a
+  // half-made one finds no date. All threads wait here until it is made.
   static QCalendar const firstCalendar;
   QLocale const c = QLocale::c();
   QTime const timeOfDay = c.toTime(time, QStringLiteral(" hh:mm:ss"));
   // A date with an invalid time would be taken for midnight.
   return timeOfDay.isValid() ? QDateTime(c.toDate(date, dateFormat), timeOfDay, Qt::UTC) : QDateTime();
+}
+
+// What lies between the quotes of a line that ends in the closing one. Otherwise the value goes on to the line's end.
+std::string camLineToString(QString const& line) {
+  auto const begin = line.indexOf(QLatin1Char('"')) + 1;
+  bool const closed = line.endsWith(QLatin1Char('"'));
+  return (closed ? line.mid(begin).chopped(begin < line.size() ? 1 : 0) : line.mid(begin)).toStdString();
+}
+
+float camLineToFloat(QString const& line, QStringList const& fields, std::string const& fileName) {
+  bool isNumber = false;
+  float const value = fields.value(1).toFloat(&isNumber);
+  if (!isNumber) {
+    throw std::runtime_error("Parse error in file " + fileName + ": " + line.toStdString());
+  }
+  return value;
+}
+
+int camLineToInt(QString const& line, QStringList const& fields, std::string const& fileName) {
+  bool isNumber = false;
+  int const value = fields.value(1).toInt(&isNumber, 10);
+  if (!isNumber) {
+    throw std::runtime_error("Parse error in file " + fileName + ": " + line.toStdString());
+  }
+  return value;
+}
+
+// Date and time stand at the line's end, before the closing quote; a weekday in front of them is cut off with the rest.
+QDateTime camLineToDateTime(QString const& line, std::string const& fileName) {
+  constexpr int length = 20;
+  QString const text = line.left(line.size() - 1).right(length);
+  QDateTime time = utcTime(text.left(6) + text.mid(15), QStringLiteral("MMM dd yyyy"), text.mid(6, 9));
+  if (!time.isValid()) {
+    QString const shorter = text.mid(1);
+    time = utcTime(shorter.left(5) + shorter.mid(14), QStringLiteral("MMM d yyyy"), shorter.mid(5, 9));
+  }
+  if (!time.isValid()) {
+    throw std::runtime_error("Cannot parse time: " + line.toStdString() + " in file: " + fileName);
+  }
+  return time;
+}
+
+// What the header says of the coordinates after it.
+struct Header {
+  unsigned int count = 12000;
+  float pixelSize = 6.5e-6F;
+  bool atEnd = false;
+};
+
+void readHeaderLine(QString const& line, std::string const& fileName, Header& header, CalibrationGeometryKes& geometry,
+                    CalibrationRadiometryKesV1& radiometry) {
+  static QRegularExpression const whiteSpace(QStringLiteral("\\s+"));
+  auto const real = [&] { return camLineToFloat(line, line.split(whiteSpace), fileName); };
+  auto const integer = [&] { return camLineToInt(line, line.split(whiteSpace), fileName); };
+  auto const metres = [&] { return static_cast<float>(static_cast<double>(real()) * nanometre); };
+  switch (keywordOf(line)) {
+  case Keyword::source:
+    geometry.setCalibSource(camLineToString(line));
+    radiometry.setCalibSource(camLineToString(line));
+    break;
+  case Keyword::cameraName:
+    geometry.setSensorId(camLineToString(line));
+    radiometry.setSensorId(camLineToString(line));
+    break;
+  case Keyword::sensorLine:
+    geometry.setBandId(camLineToString(line));
+    radiometry.setBandId(camLineToString(line));
+    break;
+  case Keyword::date:
+    geometry.setCalibDateTime(camLineToDateTime(line, fileName));
+    radiometry.setCalibDateTime(geometry.calibDateTime());
+    break;
+  case Keyword::focalLength:
+    geometry.setFocalLength(real() * millimetre);
+    break;
+  case Keyword::numPixels:
+    header.count = static_cast<unsigned int>(integer());
+    break;
+  case Keyword::pixelSize:
+    header.pixelSize = real() * millimetre;
+    break;
+  case Keyword::radiometricGain:
+    radiometry.setRadiometricGain(real());
+    break;
+  case Keyword::irradianceGain:
+    radiometry.setIrradianceGain(real());
+    break;
+  case Keyword::leftSideGain:
+    radiometry.setLeftSideGain(integer() != 0);
+    break;
+  case Keyword::centerWavelength:
+    radiometry.setCenterWavelength(metres());
+    break;
+  case Keyword::spectralWidth:
+    radiometry.setBandWidth(metres());
+    break;
+  case Keyword::startXY:
+    header.atEnd = true;
+    break;
+  case Keyword::none:
+    break;
+  }
 }
 
 }  // namespace
@@ -121,13 +224,6 @@ std::string const SerializerCameraKesV1Cam::CAM_FILE_ID = "KES_CALIBRATION_FILE"
 std::string const SerializerCameraKesV1Cam::CAM_FILE_ID_OLD = "KEC_CALIBRATION_FILE";
 char const* const SerializerCameraKesV1Cam::CAM_DATE_TIME_FORMAT = "MMM dd hh:mm:ss yyyy";
 char const* const SerializerCameraKesV1Cam::CAM_DATE_TIME_FORMAT_ALT = "MMM d hh:mm:ss yyyy";
-
-// What the header says of the coordinates after it.
-struct SerializerCameraKesV1Cam::Header {
-  unsigned int count = 12000;
-  float pixelSize = 6.5e-6F;
-  bool atEnd = false;
-};
 
 void SerializerCameraKesV1Cam::readCam(std::string const& fileName, CalibrationGeometryKes* geometry,
                                        CalibrationRadiometryKesV1* radiometry) const {
@@ -142,9 +238,9 @@ void SerializerCameraKesV1Cam::readCam(std::string const& fileName, CalibrationG
   }
   Header header;
   while (!header.atEnd && !rest.empty()) {
-    readHeaderLine(nextLine(rest), fileName, header, geometry, radiometry);
+    readHeaderLine(nextLine(rest), fileName, header, *geometry, *radiometry);
   }
-  // Behind the last number there may be no line end.
+  // The last number may be without a line end.
   if (header.count > (rest.size() + 1) / bytesOfPair) {
     throw std::runtime_error("Parse error in file " + fileName);
   }
@@ -153,104 +249,6 @@ void SerializerCameraKesV1Cam::readCam(std::string const& fileName, CalibrationG
   readCoordinates(rest, fileName, xs, ys);
   int const count = static_cast<int>(header.count);
   geometry->setPixelData(header.pixelSize, count, count, xs, ys);
-}
-
-void SerializerCameraKesV1Cam::readHeaderLine(QString const& line, std::string const& fileName, Header& header,
-                                              CalibrationGeometryKes* geometry,
-                                              CalibrationRadiometryKesV1* radiometry) const {
-  static QRegularExpression const whiteSpace(QStringLiteral("\\s+"));
-  auto const real = [&] { return camLineToFloat(line, line.split(whiteSpace), fileName); };
-  auto const integer = [&] { return camLineToInt(line, line.split(whiteSpace), fileName); };
-  auto const metres = [&] { return static_cast<float>(static_cast<double>(real()) * nanometre); };
-  switch (keywordOf(line)) {
-  case Keyword::source:
-    geometry->setCalibSource(camLineToString(line));
-    radiometry->setCalibSource(camLineToString(line));
-    break;
-  case Keyword::cameraName:
-    geometry->setSensorId(camLineToString(line));
-    radiometry->setSensorId(camLineToString(line));
-    break;
-  case Keyword::sensorLine:
-    geometry->setBandId(camLineToString(line));
-    radiometry->setBandId(camLineToString(line));
-    break;
-  case Keyword::date:
-    geometry->setCalibDateTime(camLineToDateTime(line, fileName));
-    radiometry->setCalibDateTime(geometry->calibDateTime());
-    break;
-  case Keyword::focalLength:
-    geometry->setFocalLength(real() * millimetre);
-    break;
-  case Keyword::numPixels:
-    header.count = static_cast<unsigned int>(integer());
-    break;
-  case Keyword::pixelSize:
-    header.pixelSize = real() * millimetre;
-    break;
-  case Keyword::radiometricGain:
-    radiometry->setRadiometricGain(real());
-    break;
-  case Keyword::irradianceGain:
-    radiometry->setIrradianceGain(real());
-    break;
-  case Keyword::leftSideGain:
-    radiometry->setLeftSideGain(integer() != 0);
-    break;
-  case Keyword::centerWavelength:
-    radiometry->setCenterWavelength(metres());
-    break;
-  case Keyword::spectralWidth:
-    radiometry->setBandWidth(metres());
-    break;
-  case Keyword::startXY:
-    header.atEnd = true;
-    break;
-  case Keyword::none:
-    break;
-  }
-}
-
-// A line that ends in the closing quote gives what lies between the quotes. Otherwise the value goes on to the line's end.
-std::string SerializerCameraKesV1Cam::camLineToString(QString const& line) {
-  auto const begin = line.indexOf(QLatin1Char('"')) + 1;
-  bool const closed = line.endsWith(QLatin1Char('"'));
-  return (closed ? line.mid(begin).chopped(begin < line.size() ? 1 : 0) : line.mid(begin)).toStdString();
-}
-
-float SerializerCameraKesV1Cam::camLineToFloat(QString const& line, QStringList const& fields,
-                                               std::string const& fileName) {
-  bool isNumber = false;
-  float const value = fields.value(1).toFloat(&isNumber);
-  if (!isNumber) {
-    throw std::runtime_error("Parse error in file " + fileName + ": " + line.toStdString());
-  }
-  return value;
-}
-
-int SerializerCameraKesV1Cam::camLineToInt(QString const& line, QStringList const& fields,
-                                           std::string const& fileName) {
-  bool isNumber = false;
-  int const value = fields.value(1).toInt(&isNumber, 10);
-  if (!isNumber) {
-    throw std::runtime_error("Parse error in file " + fileName + ": " + line.toStdString());
-  }
-  return value;
-}
-
-// Date and time stand at the line's end, before the closing quote; a weekday in front of them is cut off with the rest.
-QDateTime SerializerCameraKesV1Cam::camLineToDateTime(QString const& line, std::string const& fileName) {
-  constexpr int length = 20;
-  QString const text = line.left(line.size() - 1).right(length);
-  QDateTime time = utcTime(text.left(6) + text.mid(15), QStringLiteral("MMM dd yyyy"), text.mid(6, 9));
-  if (!time.isValid()) {
-    QString const shorter = text.mid(1);
-    time = utcTime(shorter.left(5) + shorter.mid(14), QStringLiteral("MMM d yyyy"), shorter.mid(5, 9));
-  }
-  if (!time.isValid()) {
-    throw std::runtime_error("Cannot parse time: " + line.toStdString() + " in file: " + fileName);
-  }
-  return time;
 }
 
 }  // namespace sensor

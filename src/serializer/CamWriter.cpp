@@ -38,6 +38,10 @@ std::string quoted(std::string const& text) {
   return '"' + text + '"';
 }
 
+std::string dateTimeToString(QDateTime const& dateTime) {
+  return QLocale::c().toString(dateTime, QLatin1String(SerializerCameraKesV1Cam::CAM_DATE_TIME_FORMAT)).toStdString();
+}
+
 void addLine(std::string& text, std::string const& keyword, std::string const& value) {
   text += keyword + '\t' + value + '\n';
 }
@@ -107,10 +111,6 @@ void SerializerCameraKesV1Cam::writeCam(std::string const& fileName, CameraKes c
     failWithout(bandId);
   }
   writeCam(fileName, geometry, radiometry, camera->mntOffset());
-}
-
-std::string SerializerCameraKesV1Cam::dateTimeToString(QDateTime const& dateTime) {
-  return QLocale::c().toString(dateTime, QLatin1String(CAM_DATE_TIME_FORMAT)).toStdString();
 }
 
 }  // namespace sensor

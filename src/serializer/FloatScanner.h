@@ -11,10 +11,10 @@
 
 namespace sensor {
 
-/// Takes floats off a UTF-8 text by the rules of `QTextStream`: any white space before a number is skipped, and the text
-/// of a number becomes a double and that a float. It takes the same texts for numbers and gives the same values, but is many
-/// times faster where numbers are plain (a sign, digits, a point, digits) and stand between ASCII white space. From the
-/// first other text on, a `QTextStream` itself reads the rest.
+/// Takes floats off a UTF-8 text by the rules of `QTextStream`: any white space before a number is skipped, and the
+/// text of a number becomes a double and that a float. It takes the same texts for numbers and gives the same values,
+/// but is many times faster where numbers are plain (a sign, digits, a point, digits) and stand between ASCII white
+/// space. From the first other text on, a `QTextStream` itself reads the rest.
 class FloatScanner {
 public:
   /// The text must outlive the scanner.

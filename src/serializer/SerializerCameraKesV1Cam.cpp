@@ -52,8 +52,8 @@ void completeSpectralValues(CalibrationRadiometryKesV1& radiometry, ValuesByBand
   }
 }
 
-// Enters a band into the camera. When there is no memory for it the camera hasn't the band: nothing may be thrown out of a
-// critical section.
+// Enters a band into the camera. When there is no memory for it the camera hasn't the band: nothing may be thrown out
+// of a critical section.
 void enterBand(CameraKes& camera, std::unique_ptr<CalibrationGeometryKes> geometry,
                std::unique_ptr<CalibrationRadiometryKesV1> radiometry) {
   try {

@@ -22,7 +22,7 @@ namespace sensor {
 
 namespace {
 
-// Bytes that are read at a time, and of a line of numbers: no line of six numbers is as long, and a message quotes it.
+// Bytes of one read, and of a line of numbers: no line of six numbers is as long, and a message quotes it.
 constexpr std::int64_t blockSize = std::int64_t{1} << 16;
 
 // omega, its standard deviation, phi, its deviation, kappa, its deviation: the order in the file.
@@ -33,8 +33,8 @@ bool readBlock(InputFile& file, std::int64_t offset, std::string& block) {
   return file.read(offset, block.data(), static_cast<std::int64_t>(block.size()));
 }
 
-// Where in the block the first line begins that is no comment, or its size when there is none. `atStart` tells whether the
-// block begins a line, and then whether the next block does.
+// Where in the block the first line begins that isn't a comment, or the block's size without one. `atStart` is whether
+// the block begins a line, and on return whether the next block does.
 std::size_t skipComments(std::string_view block, bool& atStart) {
   std::size_t i = 0;
   while (i < block.size() && !(atStart && block[i] != '#')) {
@@ -45,7 +45,7 @@ std::size_t skipComments(std::string_view block, bool& atStart) {
   return i;
 }
 
-// The first line that is no comment, up to a block of it; nothing when there are comments alone or a read fails.
+// The first line that isn't a comment, up to a block of it; nothing when there are only comments or a read fails.
 std::optional<std::string> dataLine(InputFile& file) {
   std::string block;
   bool atStart = true;
@@ -64,7 +64,7 @@ std::optional<std::string> dataLine(InputFile& file) {
   return file.size() == 0 ? std::optional<std::string>("") : std::nullopt;
 }
 
-// Six numbers at the start of the line; nothing when it has fewer, or when the last one may go on behind what was read.
+// Six numbers at the start of the line; nothing when it has fewer, or when the last one may go on after what was read.
 std::optional<Numbers> numbersOf(std::string const& line) {
   std::istringstream stream(line);
   stream.imbue(std::locale::classic());

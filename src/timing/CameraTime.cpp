@@ -80,7 +80,7 @@ Entries readEntries(std::string const& fileName, std::string const& ctgFileName)
   Entries entries;
   for (char const* record = bytes->cbegin(); record != bytes->cend(); record += entrySize) {
     CtglEntry const entry = entryAt(record);
-    // A time that is no number has no place in an order.
+    // NaN has no order.
     if (std::isnan(entry.time)) {
       fail("failed to read CTGL file: ", fileName);
     }
@@ -200,7 +200,7 @@ float CameraTime::refined(float estimate, double t) const {
   float line = estimate;
   double difference = t - timeAt(line);
   for (int round = 0; round < maxRounds && std::fabs(difference) > timeTolerance; ++round) {
-    // A line in front of the table counts as far behind it, as one read as unsigned would.
+    // A line before the table counts as far after it, as it would when read as unsigned.
     bool const inside = line > -1.0F;
     std::uint64_t const k = inside ? std::min(truncated<std::uint64_t>(line), last) : last;
     line = static_cast<float>(difference / (mValues[k + 1] - mValues[k]) + static_cast<double>(line));

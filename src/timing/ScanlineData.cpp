@@ -6,7 +6,9 @@
 #include "common/Truncate.h"
 #include "files/FileReplacement.h"
 
+#include <sensor/IntegrationTime.h>
 #include <sensor/ScanlineData.h>
+#include <sensor/TdiStage.h>
 
 #include <algorithm>
 #include <array>
@@ -36,6 +38,8 @@ constexpr std::int64_t recordSize = sizeof(std::uint32_t) + sizeof(Stored);
 bool lessValue(std::pair<std::uint32_t const, float> const& a, std::pair<std::uint32_t const, float> const& b) {
   return a.second < b.second;
 }
+
+constexpr double microsecond = 1e-6;
 
 }  // namespace
 
@@ -142,5 +146,30 @@ void ScanlineData<Value, Stored>::read() {
 
 template class ScanlineData<float, unsigned int>;
 template class ScanlineData<float, unsigned char>;
+
+IntegrationTime::IntegrationTime(std::string const& fileName) : ScanlineData(fileName, microsecond) {}
+
+IntegrationTime::IntegrationTime(float constant) : ScanlineData(constant, microsecond) {}
+
+IntegrationTime::~IntegrationTime() = default;
+
+void IntegrationTime::read() {
+  mMinimumKnown = false;
+  ScanlineData::read();
+}
+
+TimeQuantity<float> IntegrationTime::minimumTime() {
+  if (!mMinimumKnown) {
+    mMinimumValue = minimum();
+    mMinimumKnown = true;
+  }
+  return seconds(mMinimumValue);
+}
+
+TdiStage::TdiStage(std::string const& fileName) : ScanlineData(fileName, 1.0) {}
+
+TdiStage::TdiStage(float constant) : ScanlineData(constant, 1.0) {}
+
+TdiStage::~TdiStage() = default;
 
 }  // namespace sensor

@@ -4,9 +4,9 @@
 #include "xmlFileData/CalibrationParts.h"
 
 #include "common/QtText.h"
+#include "xmlFileData/Image.h"
 
 #include <cstring>
-#include <limits>
 #include <stdexcept>
 
 namespace xmlFileData {
@@ -61,18 +61,8 @@ Creation readCreation(CalibrationXml& xml) {
   return creation;
 }
 
-// Bytes of an image, or none when there are none or they can't be counted.
-template <class Sample>
-std::optional<std::uint64_t> byteCount(std::int64_t width, std::int64_t height) {
-  constexpr auto most = std::numeric_limits<std::int64_t>::max() / static_cast<std::int64_t>(sizeof(Sample));
-  if (width < 0 || height < 0 || (height > 0 && width > most / height)) {
-    return std::nullopt;
-  }
-  return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * sizeof(Sample);
-}
-
-// The bytes of a base64 text. Characters that are none of base64 are passed over, so that each may be taken as one byte; the
-// bytes then take the place of their own text.
+// The bytes of a base64 text. Other characters are skipped, so each may be taken as one byte; the bytes are decoded in
+// place.
 QByteArray decoded(CalibrationXml::Text text) {
   return *QByteArray::fromBase64Encoding(text.toLatin1());
 }
@@ -84,14 +74,14 @@ ImageElement<Sample> readImage(CalibrationXml& xml) {
   ImageElement<Sample> image;
   image.width = xml.attribute("Width").toLongLong();
   image.height = xml.hasAttribute("Height") ? xml.attribute("Height").toLongLong() : 1;
-  auto const size = byteCount<Sample>(image.width, image.height);
-  if (size != 0U) {
+  std::size_t const size = imageSize(image.width, image.height);
+  if (size > 0) {
     QByteArray const bytes = xml.hasAttribute("Data") ? decoded(xml.attribute("Data")) : QByteArray();
-    if (!size || static_cast<std::uint64_t>(bytes.size()) < *size) {
+    if (static_cast<std::size_t>(bytes.size()) / sizeof(Sample) < size) {
       throw std::runtime_error("Invalid width or height");
     }
-    image.samples.resize(*size / sizeof(Sample));
-    std::memcpy(image.samples.data(), bytes.constData(), *size);
+    image.samples.resize(size);
+    std::memcpy(image.samples.data(), bytes.constData(), size * sizeof(Sample));
   }
   xml.skip();
   return image;
@@ -116,6 +106,10 @@ bool readCommonPart(CalibrationXml& xml, CalibFileBase& data) {
     return true;
   }
   return false;
+}
+
+std::string noteOf(Creation const& creation) {
+  return "Made in " + creation.Location + ", " + creation.Environment + " (" + creation.Remark + ")";
 }
 
 std::optional<std::string> readName(CalibrationXml& xml) {

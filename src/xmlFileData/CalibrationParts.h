@@ -24,9 +24,9 @@ struct ImageElement {
   std::vector<Sample> samples;
 };
 
-/// Reads the attributes of an image element. Nothing is allocated that the text of the samples doesn't stand for. Throws
-/// std::runtime_error "XML reader: Missing attribute (Width)", "Invalid width or height" when the text has too few samples or
-/// a size is negative.
+/// Reads the attributes of an image element. Nothing is allocated that the text of the samples doesn't stand for.
+/// Throws std::runtime_error "XML reader: Missing attribute (Width)", "Invalid width or height" when the text has too
+/// few samples or a size is negative.
 template <class Sample>
 ImageElement<Sample> readImage(CalibrationXml& xml);
 
@@ -35,14 +35,15 @@ ImageElement<Sample> readImage(CalibrationXml& xml);
 void enterRoot(CalibrationXml const& xml, char const* root, char const* reported, std::string const& fileName,
                CalibFileBase& data);
 
-/// Reads this element when it is `System` or `Creation`; gives whether it was.
+/// Reads this element when it is `System` or `Creation`; returns whether it was.
 bool readCommonPart(CalibrationXml& xml, CalibFileBase& data);
 
 /// The sensors of a file, by their index. None, until an element `Sensors` is there.
 template <class Sensor>
 using SensorMap = std::optional<std::map<int, Sensor>>;
 
-/// Reads this element `Sensors` with a function for each element `Sensor` in it. A sensor replaces one of the same index.
+/// Reads this element `Sensors` with a function for each element `Sensor` in it. A sensor replaces one of the same
+/// index.
 template <class Sensor, class Read>
 void readSensors(CalibrationXml& xml, SensorMap<Sensor>& sensors, Read readSensor) {
   if (!sensors) {
@@ -59,13 +60,16 @@ void readSensors(CalibrationXml& xml, SensorMap<Sensor>& sensors, Read readSenso
   refuseIf(!hasSensor, "Missing tag (Sensor)");
 }
 
-/// The value of an element that must have been there; else throws std::runtime_error "XML reader: Missing or invalid tag (" +
-/// `name` + ")".
+/// The value of an element that must have been there; else throws std::runtime_error "XML reader: Missing or invalid
+/// tag (" + `name` + ")".
 template <class Value>
 Value required(std::optional<Value>& value, char const* name) {
   refuseIf(!value, std::string("Missing or invalid tag (") + name + ")");
   return *std::move(value);
 }
+
+/// How and where calibrations were made, in one line.
+std::string noteOf(Creation const& creation);
 
 /// Text of this element; none when it is empty.
 std::optional<std::string> readName(CalibrationXml& xml);

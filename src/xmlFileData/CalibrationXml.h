@@ -15,9 +15,9 @@
 
 namespace xmlFileData {
 
-/// Walks one XML calibration file from start to end. What could exhaust the memory or the time is an error of the parser,
-/// at which the walk ends: a document type declaration, elements nested deeper than 64 levels, more than 256 attributes
-/// in one.
+/// Walks one XML calibration file from start to end. What could exhaust the memory or the time is an error of the
+/// parser, at which the walk ends: a document type declaration, elements nested deeper than 64 levels, more than 256
+/// attributes in one.
 ///
 /// The functions for an element are called at its start and leave the walk at its end. A file that breaks off ends all
 /// elements that are open.
@@ -32,8 +32,8 @@ public:
   /// How far the markup of a file is checked: all of it before the walk begins, or as the walk goes on.
   enum class Check { wholeFile, alongTheWalk };
 
-  /// Goes to the first start element. Throws std::runtime_error "XML reader: Can't read file: " + name, "XML reader: Can't
-  /// find start element: " + name, and what `checkParser` throws for a file that is refused before.
+  /// Goes to the first start element. Throws std::runtime_error "XML reader: Can't read file: " + name, "XML reader:
+  /// Can't find start element: " + name, and what `checkParser` throws for a file that is refused before.
   CalibrationXml(std::string const& fileName, Errors errors, Check check = Check::wholeFile);
   ~CalibrationXml() = default;
   CalibrationXml(CalibrationXml const&) = delete;
@@ -45,8 +45,8 @@ public:
   /// Goes to the next start element of the file; false when there is none.
   bool nextStart();
 
-  /// Calls `visit` at each start element that follows, to the end of the file. What `visit` doesn't walk through itself is
-  /// walked through like everything else.
+  /// Calls `visit` at each start element that follows, to the end of the file. What `visit` doesn't walk through itself
+  /// is walked through like everything else.
   template <class Visit>
   void walkFile(Visit visit) {
     while (nextStart()) {
@@ -70,8 +70,8 @@ public:
     walk([] {});
   }
 
-  /// Attributes of this element; those without a default throw std::runtime_error "XML reader: Missing attribute (" + name +
-  /// ")". Text that isn't a number reads as 0.
+  /// Attributes of this element; those without a default throw std::runtime_error "XML reader: Missing attribute (" +
+  /// name + ")". Text that isn't a number reads as 0.
   Text attribute(char const* name) const;
   bool hasAttribute(char const* name) const;
   std::string text(char const* name) const;
@@ -81,7 +81,7 @@ public:
   int integer(char const* name) const;
   int integer(char const* name, int missing) const;
 
-  /// Text within this element, without that of elements within it. Goes to its end.
+  /// The text of this element without the text of elements within it. Goes to its end.
   QString content();
   std::string textContent() { return content().toStdString(); }
   double realContent() { return content().toDouble(); }

@@ -1,7 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "xmlFileData/Decimals.h"
+#include "xmlFileData/SensorSearch.h"
+
 #include <xmlFileData/GeoSensor.h>
+#include <xmlFileData/GeoSensorHead.h>
 
 #include <stdexcept>
 #include <utility>
@@ -28,6 +32,18 @@ void GeoSensor::setPositions(std::vector<double> row, std::vector<double> column
 
 bool GeoSensor::operator==(GeoSensor const& other) const {
   return mHead == other.mHead && mGrid == other.mGrid;
+}
+
+void GeoSensorHead::checkStructure() const {
+  bool const odd = rows % 2 != 0 || columns % 2 != 0;
+  if (odd && containsInAnyCase(Structure, "bayer")) {
+    throw std::runtime_error("Sensor rows and columns must be even");
+  }
+}
+
+bool GeoSensorHead::operator==(GeoSensorHead const& other) const {
+  return Type == other.Type && Structure == other.Structure && sameDecimals(pixelSize, other.pixelSize, 4) &&
+         rows == other.rows && columns == other.columns;
 }
 
 }  // namespace xmlFileData

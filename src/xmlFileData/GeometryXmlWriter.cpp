@@ -201,7 +201,7 @@ void replaceFile(std::string const& path, QByteArray const& text) {
   }
 }
 
-// Data that have no place in a file leave the part before them.
+// Data that can't be written end the file after the part before them.
 void writeFile(std::string const& path, KesBGeoCalibData const& data) {
   QByteArray text;
   QXmlStreamWriter writer(&text);

@@ -9,9 +9,10 @@
 
 namespace xmlFileData {
 
-/// The text of an XML file for a parser. It ends before markup that no parser must see, see `xmlMarkupRefusal`: a tag of
-/// too many attributes, for one, costs time out of all proportion, as they are compared with each other. The text is checked as far as it is read, in pieces that
-/// double in size: a parser that stops early doesn't depend on what follows, and a whole text is checked in two passes.
+/// The text of an XML file for a parser. It ends before markup that no parser must see, see `xmlMarkupRefusal`: a tag
+/// of too many attributes, for one, costs time out of all proportion, as they are compared with each other. The text is
+/// checked as far as it is read, in pieces that double in size: a parser that stops early doesn't depend on what
+/// follows, and a whole text is checked in two passes.
 class GuardedText : public QIODevice {
 public:
   /// Open for reading.

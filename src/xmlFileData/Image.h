@@ -23,7 +23,7 @@ inline std::size_t imageSize(std::int64_t width, std::int64_t height) {
 }
 
 /// A copy of row `t`. Throws std::runtime_error "Internal error due to bad TDI index." where the image has no such row,
-/// and "Invalid width or height" where it has fewer samples than its size tells.
+/// and "Invalid width or height" where it has fewer samples than its size says.
 template <class Sample>
 std::vector<Sample> imageRow(std::int64_t width, std::int64_t height, std::vector<Sample> const& samples, int t) {
   if (t < 0 || t >= height) {

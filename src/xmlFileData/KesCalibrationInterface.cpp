@@ -4,6 +4,7 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "files/FileReplacement.h"
+#include "xmlFileData/CalibrationParts.h"
 
 #include <xmlFileData/CalibrationFiles.h>
 #include <xmlFileData/KesBDsnuData.h>
@@ -53,7 +54,7 @@ bool copyFile(QString const& source, QString const& target) {
          files::replaceFile(target.toStdString(), {contents->constData(), static_cast<std::size_t>(contents->size())});
 }
 
-// Copies a file into a folder, where it must be new, and gives the copy to its owner to write: what was copied may be
+// Copies a file into a folder, where it must be new, and makes the copy writable for its owner: what was copied may be
 // protected.
 void copyTo(std::string const& folder, std::string const& source) {
   QFileInfo const info(sensor::fromUtf8(source));
@@ -207,8 +208,7 @@ Creation const& KesCalibrationInterface::prnuCreation() const {
 }
 
 std::string KesCalibrationInterface::calibrationNote() const {
-  Creation const& creation = geometryCreation();
-  return "Made in " + creation.Location + ", " + creation.Environment + " (" + creation.Remark + ")";
+  return noteOf(geometryCreation());
 }
 
 double KesCalibrationInterface::principalDistance() const {

@@ -3,6 +3,7 @@
 
 #include "xmlFileData/Decimals.h"
 
+#include <xmlFileData/KesBLookUp.h>
 #include <xmlFileData/LookUp.h>
 
 #include <algorithm>
@@ -22,6 +23,9 @@ void checkTable(std::vector<double> const& from, std::vector<double> const& to) 
     throw std::runtime_error("From must be in increasing order");
   }
 }
+
+constexpr std::int32_t rowStartOfALine = 0;
+constexpr std::int32_t rowsOfALine = -1;
 
 }  // namespace
 
@@ -69,6 +73,19 @@ bool LookUp::operator==(LookUp const& other) const {
 
 bool LookUp::operator!=(LookUp const& other) const {
   return !(*this == other);
+}
+
+KesBLookUp::KesBLookUp() : KesBLookUp(0, 0, {}, {}) {}
+
+KesBLookUp::KesBLookUp(std::int32_t columnStart, std::int32_t columns, std::vector<double> from, std::vector<double> to)
+    : LookUp(columnStart, rowStartOfALine, columns, rowsOfALine, std::move(from), std::move(to)) {}
+
+std::int32_t KesBLookUp::rowStart() const {
+  throw std::runtime_error("not implemented");
+}
+
+std::int32_t KesBLookUp::rows() const {
+  throw std::runtime_error("not implemented");
 }
 
 }  // namespace xmlFileData

@@ -158,7 +158,7 @@ void readBrightness(CalibrationXml& xml, CorrectionSensor& sensor) {
   xml.skip();
 }
 
-// Elements of one number. Gives whether this is one.
+// Elements of one number. Returns whether this is one.
 bool readSensorNumber(CalibrationXml& xml, SensorElement& element) {
   if (xml.is("Limit")) {
     element.sensor.limit = xml.integer("Value", CorrectionSensor().limit);

@@ -196,6 +196,12 @@ TEST_F(BlockReading, CalibrationsStayWhenReadingFails) {
   EXPECT_EQ(CameraFactory::instance()->searchPaths().front(), mFolder / "c");
 }
 
+TEST_F(BlockReading, CalibrationsAfterAFaultArentEntered) {
+  auto const before = CameraFactory::instance()->searchPaths();
+  messageOf("<Strips><Strip/></Strips><Calibration location=\"c\"/>");
+  EXPECT_EQ(CameraFactory::instance()->searchPaths(), before);
+}
+
 TEST_F(BlockReading, GroundPointsAreReadWhenDataAre) {
   mFolder.file("points.gpt", onePointText());
   std::string const elements =

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "SmallModel.h"
-#include "model/HeightScale.h"
+#include "model/LineSearch.h"
 #include "model/LineSolver.h"
 
 #include <geo/coordSys.h>

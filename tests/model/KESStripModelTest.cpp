@@ -230,9 +230,9 @@ TEST_F(StripModel, PositionsThatAreNoneGiveNone) {
     ground(*strip, value, 5.0, 0.0F);
     ground(*strip, 5.0, value, 0.0F);
     geo::XYPoint image;
-    EXPECT_LE(strip->solveImage({value, 0.0, 0.0}, 0, image), 250);
-    EXPECT_LE(strip->solveImage({0.0, value, 0.0}, 0, image), 250);
-    EXPECT_LE(strip->solveImage({0.0, 0.0, value}, 0, image), 250);
+    EXPECT_LE(solveImage(*strip, {value, 0.0, 0.0}, 0, image), 250);
+    EXPECT_LE(solveImage(*strip, {0.0, value, 0.0}, 0, image), 250);
+    EXPECT_LE(solveImage(*strip, {0.0, 0.0, value}, 0, image), 250);
     std::vector<geo::XYPoint> run(3);
     strip->lsrToImage({{value, 0.0, 0.0}, {0.0, value, 0.0}, {0.0, 0.0, value}}, 0, run);
   }

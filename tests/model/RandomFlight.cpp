@@ -3,7 +3,7 @@
 
 #include "RandomFlight.h"
 
-#include "model/QuaternionRotation.h"
+#include "model/CameraAxes.h"
 
 #include <cmath>
 #include <limits>
@@ -88,10 +88,10 @@ geo::XYZPoint RandomFlight::groundOf(geo::XYPoint const& image) const {
   double const x = between(mX) + static_cast<double>(mTdi) * pixelSize;
   double const y = between(mY);
   sensor::EOP const eop = orientation(image.y);
-  sensor::RotationMatrix const r = sensor::quaternionToRotation(eop);
-  double const s = -eop.z / (r[6] * x + r[7] * y - r[8] * focalLength);
-  return {eop.x + s * (r[0] * x + r[1] * y - r[2] * focalLength),
-          eop.y + s * (r[3] * x + r[4] * y - r[5] * focalLength), 0.0};
+  auto const [alongFlight, alongLine, up] = sensor::quaternionToRotation(eop);
+  double const s = -eop.z / (alongFlight.z * x + alongLine.z * y - up.z * focalLength);
+  return {eop.x + s * (alongFlight.x * x + alongLine.x * y - up.x * focalLength),
+          eop.y + s * (alongFlight.y * x + alongLine.y * y - up.y * focalLength), 0.0};
 }
 
 std::vector<geo::XYZPoint> RandomFlight::grid() const {

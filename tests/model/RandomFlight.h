@@ -4,7 +4,7 @@
 #pragma once
 
 #include "model/FourLaneSolver.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "model/QuaternionRotation.h"
-#include "orientation/Attitude.h"
+#include "model/CameraAxes.h"
+#include "timing/Attitude.h"
 
 #include <sensor/Rotation.h>
 
@@ -46,16 +46,19 @@ TEST(Rotation, AssignmentCopiesTheElements) {
   EXPECT_EQ(b.matrixElement(2, 0), std::sin(0.2));
 }
 
-TEST(Rotation, MatrixOfTheQuaternionOfAnglesIsItsTranspose) {
+// The rotation goes from the ground to the camera, so its rows are the camera's axes.
+TEST(Rotation, RowsAreTheAxesOfTheQuaternionOfTheAngles) {
   sensor::EOP eop;
   sensor::opkToQuaternion(0.3, -0.7, 1.9, eop);
-  sensor::RotationMatrix const r = sensor::quaternionToRotation(eop);
+  sensor::CameraAxes<double> const axes = sensor::quaternionToRotation(eop);
   Rotation rotation;
   rotation.set(0.3, -0.7, 1.9);
-  for (int row = 0; row < 3; ++row) {
-    for (int col = 0; col < 3; ++col) {
-      EXPECT_NEAR(r[static_cast<std::size_t>(row * 3 + col)], rotation.matrixElement(col, row), 3e-7);
-    }
+  int row = 0;
+  for (sensor::Direction<double> const& axis : {axes.alongFlight, axes.alongLine, axes.up}) {
+    EXPECT_NEAR(axis.x, rotation.matrixElement(row, 0), 3e-7);
+    EXPECT_NEAR(axis.y, rotation.matrixElement(row, 1), 3e-7);
+    EXPECT_NEAR(axis.z, rotation.matrixElement(row, 2), 3e-7);
+    ++row;
   }
 }
 
@@ -63,11 +66,11 @@ TEST(Rotation, ShortQuaternionIsntNormalised) {
   sensor::EOP eop;
   eop.q0 = 0.5F;
   eop.q3 = 0.5F;
-  sensor::RotationMatrix const r = sensor::quaternionToRotation(eop);
-  EXPECT_EQ(r[0], 0.5);
-  EXPECT_EQ(r[1], 0.5);
-  EXPECT_EQ(r[3], -0.5);
-  EXPECT_EQ(r[8], 1.0);
+  sensor::CameraAxes<double> const axes = sensor::quaternionToRotation(eop);
+  EXPECT_EQ(axes.alongFlight.x, 0.5);
+  EXPECT_EQ(axes.alongFlight.y, -0.5);
+  EXPECT_EQ(axes.alongLine.x, 0.5);
+  EXPECT_EQ(axes.up.z, 1.0);
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ protected:
 
   static int single(KESStripModel const& strip, XYZPoint const& ground) {
     XYPoint image;
-    return strip.solveImage(ground, 0, image);
+    return solveImage(strip, ground, 0, image);
   }
 
   // The passes of four equal positions in lanes.

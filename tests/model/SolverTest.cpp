@@ -44,16 +44,27 @@ TEST_F(Solver, PointFromTheImageComesBackToIt) {
 TEST_F(Solver, PointOnTheMiddleLineTakesTwoPasses) {
   auto const strip = model();
   geo::XYPoint image;
-  EXPECT_EQ(strip->solveImage({50.5, 0.0, 0.0}, 0, image), 2);
+  EXPECT_EQ(solveImage(*strip, {50.5, 0.0, 0.0}, 0, image), 2);
   EXPECT_NEAR(image.y, 50.5, 0.05);
   EXPECT_NEAR(image.x, 50.0, 0.05);
+}
+
+TEST_F(Solver, CountingPassesDoesntChangeTheResult) {
+  auto const strip = model();
+  for (double x : {-200.0, 3.0, 50.5, 97.25, 500.0}) {
+    geo::XYPoint counted;
+    solveImage(*strip, {x, 17.5, 12.0}, 0, counted);
+    geo::XYPoint const image = solved(*strip, {x, 17.5, 12.0});
+    EXPECT_EQ(image.x, counted.x);
+    EXPECT_EQ(image.y, counted.y);
+  }
 }
 
 TEST_F(Solver, LevelFlightNeedsTwoPassesFromAnywhere) {
   auto const strip = model();
   geo::XYPoint image;
   // The first pass finds the line, the second confirms it.
-  EXPECT_EQ(strip->solveImage({3.0, 10.0, 0.0}, 0, image), 2);
+  EXPECT_EQ(solveImage(*strip, {3.0, 10.0, 0.0}, 0, image), 2);
   EXPECT_NEAR(image.y, 3.0, 1e-3);
 }
 
@@ -67,7 +78,7 @@ TEST_F(Solver, PointOutsideTheStripHasALineOutsideTheImage) {
 TEST_F(Solver, PointInThePlaneOfTheCameraEndsWithoutANumberOrFarAway) {
   auto const strip = model();
   geo::XYPoint image;
-  EXPECT_LE(strip->solveImage({50.0, 30.0, 1000.0}, 0, image), 250);
+  EXPECT_LE(solveImage(*strip, {50.0, 30.0, 1000.0}, 0, image), 250);
   EXPECT_FALSE(std::fabs(image.x) < 1e5 && std::fabs(image.y) < 1e5);
 }
 
@@ -76,7 +87,7 @@ TEST_F(Solver, OscillationIsDampedFromTheTwentySecondPassOn) {
   auto const strip = model();
   strip->img(0)->setScale(2.0F * 1.98F);
   geo::XYPoint image;
-  int const passes = strip->solveImage({20.0, 0.0, 0.0}, 0, image);
+  int const passes = solveImage(*strip, {20.0, 0.0, 0.0}, 0, image);
   EXPECT_GT(passes, 22);
   EXPECT_LT(passes, 60);
   EXPECT_NEAR(image.y, 20.0, 0.05);
@@ -87,7 +98,7 @@ TEST_F(Solver, StepsThatDontDieAwayEndAtTheLimitOfPasses) {
   auto const strip = model();
   strip->img(0)->setScale(2.0F * 4.0F);
   geo::XYPoint image;
-  EXPECT_EQ(strip->solveImage({20.0, 0.0, 0.0}, 0, image), 250);
+  EXPECT_EQ(solveImage(*strip, {20.0, 0.0, 0.0}, 0, image), 250);
 }
 
 std::vector<geo::XYZPoint> gridOf(KESStripModel const& strip, float height) {

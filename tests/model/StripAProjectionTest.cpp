@@ -170,7 +170,7 @@ TEST_P(StripAProjection, SolvesForSinglePointsInTheExpectedPasses) {
     std::vector<geo::XYPoint> image(table.size());
     std::size_t otherPasses = 0;
     for (std::size_t row = 0; row < table.size(); ++row) {
-      int const passes = strip->solveImage(groundPoint(table, row), index, image[row]);
+      int const passes = solveImage(*strip, groundPoint(table, row), index, image[row]);
       otherPasses += passes != table.at(row, "passes").get<int>();
     }
     EXPECT_LE(farImagePoints(table, image), table.size() / 50);

@@ -3,7 +3,7 @@
 
 #include "OdfStore.h"
 #include "TakeFiles.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <sensor/KESOrientation.h>
 

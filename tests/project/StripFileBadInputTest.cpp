@@ -100,12 +100,20 @@ TEST_F(BadStripFile, AnyByteChangedGivesAStripOrAReason) {
 
 TEST_F(BadStripFile, FailingImageIsPrintedAndThrownOnAtOnce) {
   std::string text = with("swath", "tdi=\"none\" swath");
-  // What comes behind isn't looked at.
+  // What comes after it isn't looked at.
   text.insert(text.find("<Calibration"), "<RawData/>");
   testing::internal::CaptureStderr();
   std::string const message = messageOf(text);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), message + "\n");
   EXPECT_EQ(message, "Can't open file: " + (mFolder / "none"));
+}
+
+TEST_F(BadStripFile, ImageAfterAFaultIsNeitherMadeNorPrinted) {
+  std::string text = with("swath", "tdi=\"none\" swath");
+  text.insert(text.find("<Images"), "<RawData/>");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(messageOf(text), "Missing attribute \"location\" for element \"RawData\"!");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(BadStripFile, LineTimesThatCantBeReadArePrintedAndThrownOn) {

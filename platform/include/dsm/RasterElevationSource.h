@@ -24,8 +24,9 @@ namespace dsm {
 ///
 /// Heights are those of the raster's system, in the unit of its vertical axis: above the datum of its vertical part or,
 /// without one, above its ellipsoid in metres. `geo::coordSys::transform` from `coordSystem()` leads to any other.
-/// The band's scale and offset are applied first. Then a band that names its unit of length ("m", "ft", "US survey foot"
-/// and whatever else PROJ knows) is converted from it; a band that names none is in the unit of the vertical axis.
+/// The band's scale and offset are applied first. Then a band that names its unit of length ("m", "ft", "US survey
+/// foot" and whatever else PROJ knows) is converted from it; a band that names none is in the unit of the vertical
+/// axis.
 ///
 /// Surface. A height is interpolated bilinearly between the centres of the four cells around a position. A cell has no
 /// height where the band's mask or no-data value says so, or where its value is NaN or infinite. The surface is made of
@@ -37,8 +38,8 @@ namespace dsm {
 /// greatest of the four as a float.
 ///
 /// Memory. Cells are read as they are needed, in square tiles, and those used last are kept: as many as `cacheSize`
-/// holds, one at the least, and up to sixteen more for each thread, of those it met last, until it ends or meets others. A
-/// tile takes 67 KB. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
+/// holds, one at the least, and up to sixteen more for each thread, of those it met last, until it ends or meets
+/// others. A tile takes 67 KB. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
 ///
 /// Threads may share a source. Each sees the same heights to the bit, and those in tiles that a thread met last cost
 /// neither a lock nor an allocation.
@@ -66,18 +67,18 @@ public:
   /// 256 MiB.
   static constexpr std::size_t DEFAULT_CACHE_SIZE = std::size_t{256} << 20U;
 
-  /// Opens a raster (UTF-8), and holds it open. `cacheSize` is the memory for tiles, in bytes. `origin` says where the name
-  /// comes from, and so what it may lead to (see `raster::openRaster`); the raster's coordinate system is always read as
-  /// one out of a file. Throws std::runtime_error
-  /// "Can't open elevation model \"<name>\": " and the reason: it isn't there, is no raster, has no place on the ground
-  /// or no coordinate system; the system can't be related to WGS 84 (a grid isn't installed, see
-  /// `geo::coordSysFactory::createCoordSys`); or the values aren't real numbers or in no unit of length.
+  /// Opens a raster (UTF-8), and holds it open. `cacheSize` is the memory for tiles, in bytes. `origin` says where the
+  /// name comes from, and so what it may lead to (see `raster::openRaster`); the raster's coordinate system is always
+  /// read as one out of a file. Throws std::runtime_error "Can't open elevation model \"<name>\": " and the reason: it
+  /// isn't there, is no raster, has no place on the ground or no coordinate system; the system can't be related to WGS
+  /// 84 (a grid isn't installed, see `geo::coordSysFactory::createCoordSys`); or the values aren't real numbers or in
+  /// no unit of length.
   explicit RasterElevationSource(std::string const& fileName, std::size_t cacheSize = DEFAULT_CACHE_SIZE,
                                  util::Origin origin = util::Origin::user);
   ~RasterElevationSource() override;
 
-  /// As told above. Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason when cells around
-  /// the position can't be read; `height` is then untouched, and the next call tries again.
+  /// As told above. Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason when cells
+  /// around the position can't be read; `height` is then untouched, and the next call tries again.
   bool height(geo::XYZPoint const& position, float& height) const override;
 
   std::string const& fileName() const;

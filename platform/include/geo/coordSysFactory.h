@@ -35,8 +35,8 @@ public:
   coordSys* createGEO84(bool degrees, bool latitudeFirst) const;
 
   /// The system of a `<CoordinateSystem>` element: the definition is its attribute `definition` or, without one, its
-  /// text. The element is one out of a file (`util::Origin::file`). Throws as the form from a definition does. The caller
-  /// owns the new system.
+  /// text. The element is one out of a file (`util::Origin::file`). Throws as the form from a definition does. The
+  /// caller owns the new system.
   coordSys* createCoordSys(QDomElement const& element) const;
 
   /// The system of a definition: whatever PROJ understands as a coordinate reference system, such as an authority's
@@ -44,7 +44,8 @@ public:
   ///
   /// - x is the easting or longitude and y the northing or latitude, whatever order the definition has its axes in; an
   ///   axis that is defined to point south or west keeps its sign. Units are the definition's (degrees: "EPSG:4326").
-  /// - z of a system without a vertical part is the height above its own ellipsoid in metres. A vertical part is honoured.
+  /// - z of a system without a vertical part is the height above its own ellipsoid in metres. A vertical part is
+  ///   honoured.
   /// - The way to WGS 84 is the most accurate one that PROJ has without a guess. It is an error if there is none: a
   ///   grid isn't installed (optional ones, "@name", count as one that may be any of them), or nothing relates the
   ///   datum to WGS 84 (a PROJ string with `+ellps` alone). Grids are never fetched from a network. Where several ways
@@ -54,9 +55,9 @@ public:
   ///   "+proj=topocentric +datum=WGS84 +lon_0=... +lat_0=... +h_0=... +type=crs" (degrees, or radians with an `r`
   ///   behind the number). A GEO84 has a WKT text that PROJ reads, too; its name has its order of axes kept.
   ///
-  /// A definition out of a file is refused when it names other files by a path or through "init=", and when it is longer than
-  /// 64 KiB. PROJ opens nothing for it but its own database and the grids in its own folders: where the database lies,
-  /// those of PROJ_DATA and PROJ_LIB, and the one for grids that the user fetched.
+  /// A definition out of a file is refused when it names other files by a path or through "init=", and when it is
+  /// longer than 64 KiB. PROJ opens nothing for it but its own database and the grids in its own folders: where the
+  /// database lies, those of PROJ_DATA and PROJ_LIB, and the one for grids that the user fetched.
   ///
   /// Throws std::runtime_error: "Can't create coordinate system \"<definition>\": " and the reason, which names the
   /// grid when one is missing.

@@ -24,7 +24,8 @@ class KESPLATFORM_EXPORT Statistics {
 public:
   static constexpr LayerType allLayers = 255;
 
-  /// One band. All values but the counts are in the unit of the pixels, times the factors of the constructor and `load`.
+  /// One band. All values but the counts are in the unit of the pixels, times the factors of the constructor and
+  /// `load`.
   struct Layer {
     double minimum = 0.0;
     double maximum = 0.0;
@@ -39,22 +40,22 @@ public:
   };
 
   /// The three percentages (0 to 100) of the pixels that `percentiles` answers for, from dark to bright; the step along
-  /// lines and columns from one pixel that `compute` looks at to the next, 1 for every pixel; and a positive factor that
-  /// all values are multiplied by. Throws std::runtime_error "bad arguments for statistics".
+  /// lines and columns from one pixel that `compute` looks at to the next, 1 for every pixel; and a positive factor
+  /// that all values are multiplied by. Throws std::runtime_error "bad arguments for statistics".
   Statistics(int lowPercent, int middlePercent, int highPercent, int step, float factor);
 
-  /// Takes the statistics of an image, of the first 255 bands at most. Pixels that are masked (no-data), not a number or
-  /// infinite don't count; a band that has no others gets no layer. The image is opened as one that a file names (see
-  /// `openRaster`). Throws std::runtime_error "can't open image: " + name + ": " and the reason, "can't read image: " +
-  /// name; the object then has no layer.
+  /// Takes the statistics of an image, of the first 255 bands at most. Pixels that are masked (no-data), not a number
+  /// or infinite don't count; a band that has no others gets no layer. The image is opened as one that a file names
+  /// (see `openRaster`). Throws std::runtime_error "can't open image: " + name + ": " and the reason, "can't read
+  /// image: " + name; the object then has no layer.
   void compute(std::string const& imageFileName);
 
   /// Reads a ".stat" file: one band or all, values multiplied by `factor` too. A file that isn't there, is no such
   /// document or hasn't got the band leaves the object without a layer, and gives false.
   bool load(std::string const& fileName, float factor, LayerType layer);
 
-  /// Writes a ".stat" file as a whole. Throws std::runtime_error "can't write statistics: " + name; an old file then stays. A
-  /// link stays and its file is replaced; folders, pipes and devices are refused.
+  /// Writes a ".stat" file as a whole. Throws std::runtime_error "can't write statistics: " + name; an old file then
+  /// stays. A link stays and its file is replaced; folders, pipes and devices are refused.
   void save(std::string const& fileName) const;
 
   /// Whether a ".stat" file has a band or, for all layers, any. The object itself is neither asked nor changed.

@@ -9,8 +9,8 @@ namespace util {
 enum class Origin {
   /// A person gave it: it may be anything that GDAL or PROJ takes, a connection to a server among it.
   user,
-  /// It stands in a file, which may come from anywhere: it may lead to plain files on this machine alone, and to nothing
-  /// that blocks.
+  /// It stands in a file, which may come from anywhere: it may lead to plain files on this machine alone, and to
+  /// nothing that blocks.
   file
 };
 

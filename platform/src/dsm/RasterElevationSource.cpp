@@ -30,8 +30,8 @@ struct RecentTile {
 /// Of the thread, and of all surfaces it asks.
 thread_local std::array<RecentTile, 16> recentTiles;
 
-/// Where a tile has its place: 4 by 4 tiles side by side don't meet, nor do the groups of four around the same corner of
-/// two surfaces that a thread asks in turn.
+/// Where a tile has its place: 4 by 4 tiles side by side don't meet, nor do the groups of four around the same corner
+/// of two surfaces that a thread asks in turn.
 std::size_t recentPlace(std::uint64_t surface, std::uint64_t column, std::uint64_t row) {
   std::uint64_t const place = (row & 3U) << 2U | (column & 3U);
   return (surface & 1U) != 0 ? place ^ 0b1010U : place;

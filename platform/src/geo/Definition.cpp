@@ -6,9 +6,6 @@
 #include <QDomDocument>
 #include <QString>
 
-#include <array>
-#include <charconv>
-
 namespace geo {
 QDomElement definitionToXml(QDomDocument& document, std::string const& definition) {
   QDomElement element = document.createElement(QStringLiteral("CoordinateSystem"));
@@ -27,12 +24,6 @@ std::string_view trimmed(std::string_view text) {
   auto const begin = text.find_first_not_of(BLANKS);
   return begin == std::string_view::npos ? std::string_view{}
                                          : text.substr(begin, text.find_last_not_of(BLANKS) - begin + 1);
-}
-
-std::string numberText(double value) {
-  std::array<char, 32> buffer{};
-  auto const result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
-  return {buffer.data(), result.ptr};
 }
 
 }  // namespace geo

@@ -20,7 +20,4 @@ std::string definitionFromXml(QDomElement const& element);
 /// `text` without the white space around it.
 std::string_view trimmed(std::string_view text);
 
-/// The shortest text that reads back to the same double, in the C locale.
-std::string numberText(double value);
-
 }  // namespace geo

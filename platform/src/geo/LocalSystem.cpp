@@ -7,6 +7,7 @@
 
 #include "geo/LocalSystem.h"
 
+#include "files/NumberText.h"
 #include "geo/CommonUnits.h"
 #include "geo/Definition.h"
 #include "geo/Wgs84.h"
@@ -111,8 +112,9 @@ std::optional<XYZPoint> LocalSystem::anchorOf(std::string_view definition) {
 
 QDomElement LocalSystem::toXml(QDomDocument& document) const {
   // Angles in radians, so that not a bit of the anchor changes.
-  return definitionToXml(document, "+proj=topocentric +datum=WGS84 +lon_0=" + numberText(mAnchor.x) + "r +lat_0=" +
-                                       numberText(mAnchor.y) + "r +h_0=" + numberText(mAnchor.z) + " +type=crs");
+  return definitionToXml(document, "+proj=topocentric +datum=WGS84 +lon_0=" + files::shortestText(mAnchor.x) +
+                                       "r +lat_0=" + files::shortestText(mAnchor.y) +
+                                       "r +h_0=" + files::shortestText(mAnchor.z) + " +type=crs");
 }
 
 LocalSystem::LocalSystem(XYZPoint const& anchor)

@@ -23,8 +23,8 @@ struct ProjDeleter {
 using ProjContext = std::unique_ptr<PJ_CONTEXT, ProjDeleter>;
 using ProjObject = std::unique_ptr<PJ, ProjDeleter>;
 
-/// A context that never uses a network, whatever the environment says, and prints nothing. For definitions out of files it
-/// opens no files but PROJ's own.
+/// A context that never uses a network, whatever the environment says, and prints nothing. For definitions out of files
+/// it opens no files but PROJ's own.
 inline ProjContext makeProjContext(util::Origin origin) {
   ProjContext context(proj_context_create());
   proj_context_set_enable_network(context.get(), 0);

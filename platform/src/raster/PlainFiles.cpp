@@ -33,8 +33,8 @@ bool hasExtension(std::filesystem::path const& file, char const* extension) {
   return EQUAL(file.extension().c_str(), extension);
 }
 
-/// GDAL opens overviews and masks with any of its drivers, whatever was asked for the image: ".ovr" and, for NITF, ".r0" to
-/// ".r9".
+/// GDAL opens overviews and masks with any of its drivers, whatever was asked for the image: ".ovr" and, for NITF,
+/// ".r0" to ".r9".
 bool isOverview(std::filesystem::path const& file) {
   std::string const extension = file.extension();
   bool const isReducedSet = extension.size() == 3 && (extension[1] == 'r' || extension[1] == 'R') &&

@@ -3,13 +3,14 @@
 
 #include "raster/StatFile.h"
 
+#include "files/NumberText.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <cpl_conv.h>
 #include <cpl_error.h>
 #include <cpl_minixml.h>
 
-#include <charconv>
 #include <cmath>
 #include <optional>
 #include <string_view>
@@ -88,13 +89,8 @@ CPLXMLTreeCloser readDocument(std::string const& fileName) {
   return CPLXMLTreeCloser(text.isEmpty() ? nullptr : CPLParseXMLString(text.constData()));
 }
 
-std::string numberText(double value) {
-  char buffer[32];
-  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr};
-}
-
 void addMetadata(CPLXMLNode* list, char const* key, double value) {
-  CPLXMLNode* const item = CPLCreateXMLElementAndValue(list, "MDI", numberText(value).c_str());
+  CPLXMLNode* const item = CPLCreateXMLElementAndValue(list, "MDI", files::shortestText(value).c_str());
   CPLAddXMLAttributeAndValue(item, "key", key);
 }
 
@@ -106,8 +102,8 @@ void addHistogram(CPLXMLNode* band, Statistics::Layer const& layer) {
   }
   CPLXMLNode* const list = CPLCreateXMLNode(band, CXT_Element, "Histograms");
   CPLXMLNode* const item = CPLCreateXMLNode(list, CXT_Element, "HistItem");
-  CPLCreateXMLElementAndValue(item, "HistMin", numberText(layer.histogramMinimum).c_str());
-  CPLCreateXMLElementAndValue(item, "HistMax", numberText(layer.histogramMaximum).c_str());
+  CPLCreateXMLElementAndValue(item, "HistMin", files::shortestText(layer.histogramMinimum).c_str());
+  CPLCreateXMLElementAndValue(item, "HistMax", files::shortestText(layer.histogramMaximum).c_str());
   CPLCreateXMLElementAndValue(item, "BucketCount", std::to_string(layer.histogram.size()).c_str());
   CPLCreateXMLElementAndValue(item, "IncludeOutOfRange", "0");
   CPLCreateXMLElementAndValue(item, "Approximate", "0");

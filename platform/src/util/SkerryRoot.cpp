@@ -10,8 +10,8 @@ namespace util {
 
 namespace {
 
-// A place within this library. The address of an exported function won't do: in a program that isn't position independent
-// it is a place in the program.
+// A place within this library. The address of an exported function won't do: in a program that isn't position
+// independent it is a place in the program.
 char const anchor = 0;
 
 }  // namespace

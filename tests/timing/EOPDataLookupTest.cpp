@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "EopStore.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <cmath>
 #include <limits>

@@ -3,10 +3,14 @@
 
 #pragma once
 
+#include "common/QtText.h"
+
+#include <QDir>
 #include <QDomElement>
-#include <QString>
 
 #include <string>
+
+// What reading strip, block and flight files has in common.
 
 namespace sensor {
 
@@ -18,6 +22,11 @@ inline std::string attributeText(QDomElement const& element, char const* name) {
 /// The same without white space at its ends.
 inline std::string trimmedAttributeText(QDomElement const& element, char const* name) {
   return element.attribute(QLatin1String(name)).trimmed().toStdString();
+}
+
+/// A path as it stands in a project file: an absolute one as it is, a relative one below `folder`.
+inline std::string resolved(std::string const& path, std::string const& folder) {
+  return QDir::isAbsolutePath(fromUtf8(path)) ? path : folder + "/" + path;
 }
 
 }  // namespace sensor

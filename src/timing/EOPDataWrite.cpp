@@ -5,7 +5,8 @@
 #include "common/QtText.h"
 #include "common/Record.h"
 #include "files/FileReplacement.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
+#include "timing/EopFields.h"
 
 #include <sensor/EOPData.h>
 
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <vector>
@@ -23,12 +25,9 @@ namespace {
 
 constexpr int formatASCII = 1;
 constexpr int formatLOP = 3;
-constexpr std::int64_t sizeOfFixedHeader = 20;
-constexpr std::size_t sizeOfStdDevs = 24;
-// Of a record in a binary file, and of one in a LOP file.
-constexpr std::size_t sizeOfRecord = 48;
-// Records, and characters of a listing, of one write.
-constexpr std::size_t blockSize = 8192;
+// Six doubles, so that it takes as much as a record of a binary file.
+constexpr std::int64_t sizeOfLopRecord = 48;
+// Characters of a listing of one write.
 constexpr std::size_t textSize = 1 << 18;
 constexpr int metreDecimals = 4;
 constexpr int angleDecimals = 7;
@@ -50,8 +49,8 @@ std::string shortText(float value) {
   return QString::number(static_cast<double>(value), 'g', 6).toStdString();
 }
 
-// The text of an attribute from which a parser gets `value` back. White space but the blank has to be told by its number,
-// or it comes back as blanks; what XML has no way to tell becomes a blank.
+// The text of an attribute from which a parser gets `value` back. White space other than the blank is written by its
+// number, or it would come back as blanks; characters that XML doesn't have become blanks.
 QString escaped(std::string const& value) {
   QString result;
   for (QChar const c : fromUtf8(value).toHtmlEscaped()) {
@@ -74,13 +73,16 @@ std::string emptyElement(char const* name, std::string const& attributes) {
 }
 
 void encodeRecord(EOP const& eop, char* to) {
+  using namespace eopFile::record;
   Angles const angles = anglesOf(eop);
-  for (double const value : {eop.gpsTime, eop.x, eop.y, eop.z}) {
-    to = storeValue(to, value);
-  }
-  for (float const value : {angles.omega, angles.phi, angles.kappa, eop.status}) {
-    to = storeValue(to, value);
-  }
+  storeValue(to + time, eop.gpsTime);
+  storeValue(to + x, eop.x);
+  storeValue(to + y, eop.y);
+  storeValue(to + z, eop.z);
+  storeValue(to + omega, angles.omega);
+  storeValue(to + phi, angles.phi);
+  storeValue(to + kappa, angles.kappa);
+  storeValue(to + status, eop.status);
 }
 
 void encodeLopRecord(EOP const& eop, char* to) {
@@ -93,25 +95,27 @@ void encodeLopRecord(EOP const& eop, char* to) {
   }
 }
 
-// Adds the records to the file, some thousands at once.
-void writeRecords(files::FileReplacement& file, std::vector<EOP> const& eops, void (*encode)(EOP const&, char*)) {
-  std::vector<char> bytes(std::min(eops.size(), blockSize) * sizeOfRecord);
-  for (std::size_t done = 0; done < eops.size(); done += blockSize) {
-    std::size_t const count = std::min(blockSize, eops.size() - done);
-    for (std::size_t i = 0; i < count; ++i) {
-      encode(eops[done + i], bytes.data() + i * sizeOfRecord);
+// Adds the records to the file, some thousands at once. `encode` fills the `size` bytes of a record.
+void writeRecords(files::FileReplacement& file, std::vector<EOP> const& eops, std::int64_t size,
+                  void (*encode)(EOP const&, char*)) {
+  auto const total = static_cast<std::int64_t>(eops.size());
+  std::vector<char> bytes(static_cast<std::size_t>(std::min(total, eopFile::blockSize) * size));
+  for (std::int64_t done = 0; done < total; done += eopFile::blockSize) {
+    std::int64_t const count = std::min(eopFile::blockSize, total - done);
+    for (std::int64_t i = 0; i < count; ++i) {
+      encode(eops[static_cast<std::size_t>(done + i)], bytes.data() + i * size);
     }
-    file.write(bytes.data(), static_cast<std::int64_t>(count * sizeOfRecord));
+    file.write(bytes.data(), count * size);
   }
 }
 
-// A field of a listing, with the blanks behind it.
+// A field of a listing, with the blanks after it.
 void appendField(std::string& text, double value, int decimals) {
   appendFixed(text, value, decimals);
   text += "  ";
 }
 
-// A line of a listing; `deviations` is null where there are none.
+// A line of a listing; `deviations` may be null.
 void appendLine(std::string& text, EOP const& eop, std::array<float, 6> const* deviations) {
   Angles const angles = anglesOf(eop);
   for (double const value : {eop.gpsTime, eop.x, eop.y, eop.z}) {
@@ -151,11 +155,14 @@ void EOPData::writeBinary() {
     throw std::runtime_error("failed to write EOP file: " + mFileName);
   }
   std::string const block = createXMLHeader();
-  Offsets const offsets = offsetsBehind(block);
-  writeHeader(file, offsets, block);
-  writeRecords(file, mEops, encodeRecord);
+  Offsets const offsets = offsetsAfter(block);
+  file.write(header(offsets, block));
+  if (!file.flush()) {
+    throw std::runtime_error("error writing EOP header");
+  }
+  writeRecords(file, mEops, eopFile::record::size, encodeRecord);
   if (hasStdDevs()) {
-    file.write(mStdDevs.data(), static_cast<std::int64_t>(mStdDevs.size() * sizeOfStdDevs));
+    file.write(mStdDevs.data(), static_cast<std::int64_t>(mStdDevs.size()) * eopFile::stdDevsSize);
   }
   if (!file.commit()) {
     throw std::runtime_error("failed to write EOP file: " + mFileName);
@@ -163,10 +170,11 @@ void EOPData::writeBinary() {
   updateHeader(offsets);
 }
 
-// The records stand directly behind the header, the standard deviations directly behind the records.
-EOPData::Offsets EOPData::offsetsBehind(std::string const& block) const {
-  auto const data = sizeOfFixedHeader + static_cast<std::int64_t>(block.size()) + 1;
-  auto const stdDevs = hasStdDevs() ? data + static_cast<std::int64_t>(mEops.size() * sizeOfRecord) : 0;
+// The records stand directly after the header, the standard deviations directly after the records.
+EOPData::Offsets EOPData::offsetsAfter(std::string const& block) const {
+  auto const data = eopFile::header::size + static_cast<std::int64_t>(block.size()) + 1;
+  auto const records = static_cast<std::int64_t>(mEops.size()) * eopFile::record::size;
+  auto const stdDevs = hasStdDevs() ? data + records : 0;
   if (std::max(data, stdDevs) > std::numeric_limits<std::int32_t>::max()) {
     throw std::runtime_error("failed to write EOP file: " + mFileName);
   }
@@ -181,18 +189,16 @@ void EOPData::updateHeader(Offsets const& offsets) {
   mEopVersion = EOP_VERSION_3;
 }
 
-void EOPData::writeHeader(files::FileReplacement& file, Offsets const& offsets, std::string const& block) {
-  std::array<char, sizeOfFixedHeader> fixed{'E', 'O', 'P', '_'};
-  char* end = fixed.data() + 4;
-  for (std::int32_t const value :
-       {EOP_VERSION_3, offsets.data, offsets.stdDevs, static_cast<std::int32_t>(block.size() + 1)}) {
-    end = storeValue(end, value);
-  }
-  file.write(fixed.data(), sizeOfFixedHeader);
-  file.write(block.c_str(), static_cast<std::int64_t>(block.size()) + 1);
-  if (!file.flush()) {
-    throw std::runtime_error("error writing EOP header");
-  }
+// With the parameter block and its zero byte.
+std::string EOPData::header(Offsets const& offsets, std::string const& block) {
+  auto const length = static_cast<std::int32_t>(block.size() + 1);
+  std::string bytes(eopFile::header::size, '\0');
+  std::memcpy(bytes.data(), eopFile::mark, eopFile::markSize);
+  storeValue(bytes.data() + eopFile::version, static_cast<std::int32_t>(EOP_VERSION_3));
+  storeValue(bytes.data() + eopFile::dataOffset, offsets.data);
+  storeValue(bytes.data() + eopFile::header::stdDevOffset, offsets.stdDevs);
+  storeValue(bytes.data() + eopFile::header::blockLength, length);
+  return bytes + block + '\0';
 }
 
 std::string EOPData::createXMLHeader() const {
@@ -222,7 +228,7 @@ void EOPData::writeToLOP(std::string const& fileName) const {
   if (!file.isOpen()) {
     throw std::runtime_error("failed to open LOP file: " + fileName);
   }
-  writeRecords(file, mEops, encodeLopRecord);
+  writeRecords(file, mEops, sizeOfLopRecord, encodeLopRecord);
   if (!file.commit()) {
     throw std::runtime_error("failed to write EOP file: " + fileName);
   }

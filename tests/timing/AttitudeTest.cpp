@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include "support/Matchers.h"
 #include "support/StripA.h"

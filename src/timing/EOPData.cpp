@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "common/Truncate.h"
-#include "orientation/Attitude.h"
+#include "timing/Attitude.h"
 
 #include <sensor/EOPData.h>
 
@@ -74,15 +74,15 @@ EOPData::EOPData(std::string const& fileName, bool const& loadData, bool const& 
   }
 }
 
-// The records stand at a constant rate, or nearly so: one multiplication gives the interval.
+// The records stand at a constant rate, or nearly so: one multiplication finds the interval.
 int EOPData::firstGuess(double t, int n) const {
   int const i = truncated<std::int32_t>(mFrequency * (t - mStartTime));
   return i >= n - 1 && mStartTime <= t && t <= mEndTime ? n - 2 : i;
 }
 
-// The interval to look at after `i`, which doesn't hold the time: one back or forward; or none where a time that isn't a
-// number leaves no order to follow. Nothing bounds the steps from a guess at the rate of an odd first interval, so a long
-// walk goes to its end at once.
+// The interval to look at after `i`, which doesn't hold the time: one back or forward; or none where a time that isn't
+// a number leaves no order to follow. Nothing bounds the steps from a guess at the rate of an odd first interval, so a
+// long walk goes to its end at once.
 [[gnu::noinline, gnu::cold]] int EOPData::nextInterval(int i, int n, double t) const {
   constexpr int longWalk = 32;
   constexpr int nowhere = -2;
@@ -96,8 +96,8 @@ int EOPData::firstGuess(double t, int n) const {
   return t >= interval[1].gpsTime ? i + 1 : nowhere;
 }
 
-// Where the walk from the interval `i` ends when times never fall. Back, it meets the last record that isn't after the time
-// first; forward, the first one that isn't before it. The two differ where records have the same time.
+// Where the walk from the interval `i` ends when times never fall. Back, it meets the last record that isn't after the
+// time first; forward, the first one that isn't before it. The two differ where records have the same time.
 int EOPData::endOfWalk(int i, double t) const {
   auto const first = mEops.begin();
   auto const next = t > first[i].gpsTime ? std::lower_bound(first + i, mEops.end(), t, isBefore)
@@ -142,7 +142,8 @@ int EOPData::atGPS(TimeQuantity<double> const& time, EOP& out) const {
   return notFound;
 }
 
-// `span` seconds from the record `end`, at the rate from one record to the other, which takes the time of a whole period.
+// `span` seconds from the record `end`, at the rate from one record to the other, which takes the time of a whole
+// period.
 void EOPData::extrapolate(EOP const& from, EOP const& to, EOP const& end, double span, double t, EOP& out) const {
   EOP const result{t,
                    extrapolated,
@@ -239,7 +240,6 @@ bool EOPData::isAscending(int first, int last) const {
 void EOPData::addEOP(EOP const& eop) {
   if (mLoadFailed) {
     mEops.clear();
-    mLeftOver = 0;
     mLoadFailed = false;
   }
   mEops.push_back(eop);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "model/HeightScale.h"
+#include "model/LineSearch.h"
 
 #include <algorithm>
 #include <cmath>

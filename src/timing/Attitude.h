@@ -3,9 +3,10 @@
 
 #pragma once
 
-// The attitude of a camera as a quaternion (scalar first) and as the photogrammetric angles omega, phi, kappa (radians).
-// The quaternion belongs to the rotation from the ground to the camera, Rkappa Rphi Romega, whose elementary rotations turn
-// the axes and not the point; hence the negative half angles. K. Kraus, Photogrammetry, appendix on rotations in space.
+// The attitude of a camera as a quaternion (scalar first) and as the photogrammetric angles omega, phi, kappa
+// (radians). The quaternion belongs to the rotation from the ground to the camera, Rkappa Rphi Romega, whose elementary
+// rotations turn the axes and not the point; hence the negative half angles. K. Kraus, Photogrammetry, appendix on
+// rotations in space.
 
 #include <sensor/EOP.h>
 
@@ -75,11 +76,11 @@ inline void quaternionToOpk(EOP const& eop, float& omega, float& phi, float& kap
   kappa = kappaOf(eop);
 }
 
-/// The record between `a` (at w = 0) and `b` (at w = 1): time and position in double, the quaternion's components in single
-/// precision and without a new normalisation. The status is that of the nearer record.
+/// The record between `a` (at w = 0) and `b` (at w = 1): time and position in double, the quaternion's components in
+/// single precision and without a new normalisation. The nearer record decides the status.
 inline void interpolateEOP(float w, EOP const& a, EOP const& b, EOP& out) {
   auto const wide = static_cast<double>(w);
-  // Picked from a table: which record is the nearer one is anybody's guess, and so a branch would be slow.
+  // Picked from a table: which record is nearer can't be predicted, so a branch would be slow.
   std::array<float, 2> const status{a.status, b.status};
   out = {a.gpsTime + (b.gpsTime - a.gpsTime) * wide,
          status[w >= 0.5F ? 1 : 0],

@@ -40,7 +40,7 @@ void expectRecord(Table const& table, std::size_t row, EOP const& eop) {
   EXPECT_EQ(eop.z, table.number(row, "z"));
 }
 
-TEST(StripAOrientation, FilesHaveTheExpectedHeaders) {
+TEST(StripAEop, FilesHaveTheExpectedHeaders) {
   forEachFile([](json const& expected, EOPData eop) {
     EXPECT_EQ(eop.eopVersion(), expected.at("version").get<int>());
     EXPECT_EQ(eop.numSets(), expected.at("numSets").get<int>());
@@ -62,7 +62,7 @@ TEST(StripAOrientation, FilesHaveTheExpectedHeaders) {
   });
 }
 
-TEST(StripAOrientation, FilesHaveTheExpectedRecords) {
+TEST(StripAEop, FilesHaveTheExpectedRecords) {
   forEachFile([](json const& expected, EOPData const& eop) {
     Table const table(expected.at("records_after_load"));
     for (std::size_t row = 0; row < table.size(); ++row) {
@@ -73,7 +73,7 @@ TEST(StripAOrientation, FilesHaveTheExpectedRecords) {
   });
 }
 
-TEST(StripAOrientation, TimesHaveTheExpectedOrientation) {
+TEST(StripAEop, TimesHaveTheExpectedOrientation) {
   forEachFile([](json const& expected, EOPData const& eop) {
     Table const table(expected.at("atGPS"));
     for (std::size_t row = 0; row < table.size(); ++row) {
@@ -88,7 +88,7 @@ TEST(StripAOrientation, TimesHaveTheExpectedOrientation) {
   });
 }
 
-TEST(StripAOrientation, TimesHaveTheExpectedStandardDeviations) {
+TEST(StripAEop, TimesHaveTheExpectedStandardDeviations) {
   forEachFile([](json const& expected, EOPData const& eop) {
     Table const table(expected.at("stdDevAtGPS"));
     for (std::size_t row = 0; row < table.size(); ++row) {
