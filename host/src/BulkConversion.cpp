@@ -7,6 +7,7 @@
 
 #include <geo/coordSys.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -18,8 +19,10 @@ namespace {
 
 constexpr double CELL = 1024.0;         // metres; the edge is at most as long, and a power of two of the system's unit
 constexpr double CELL_HEIGHT = 4096.0;  // metres
-constexpr int LEVELS = 4;               // of division: down to a sixteenth of the edge
+constexpr int LEVELS = 3;               // of division: down to an eighth of the edge
+constexpr double HOPELESS = 512.0;      // times the tolerance: a smooth error falls to an eighth with each division
 constexpr std::size_t MOST_CELLS = 16384;
+constexpr double INFINITE = std::numeric_limits<double>::infinity();
 constexpr double EARTH_RADIUS = 6378137.0;
 // A quarter of what is promised.
 constexpr double TOLERANCE = 0.25e-12 * EARTH_RADIUS;  // metres
@@ -113,20 +116,10 @@ public:
                              mPositions.data(), mPositions.size());
   }
 
-  bool hasNoPosition() const {
-    for (geo::XYZPoint const& p : mPositions) {
-      if (isFinite(p)) {
-        return false;
-      }
-    }
-    return true;
-  }
-
-  std::unique_ptr<Polynomial const> polynomial(geo::XYZPoint const& tolerance) const {
-    for (geo::XYZPoint const& p : mPositions) {
-      if (!isFinite(p)) {
-        return nullptr;
-      }
+  /// Null if a position can't be converted.
+  std::unique_ptr<Polynomial const> polynomial() const {
+    if (!std::all_of(mPositions.begin(), mPositions.end(), [](geo::XYZPoint const& p) { return isFinite(p); })) {
+      return nullptr;
     }
     auto fit = std::make_unique<Polynomial>();
     fit->constant = mPositions[ALL_NODES / 2];
@@ -150,7 +143,19 @@ public:
         toPowers(fit->terms[0][a][b], fit->terms[1][a][b], fit->terms[2][a][b]);
       }
     }
-    return isWithin(*fit, tolerance) ? std::move(fit) : nullptr;
+    return fit;
+  }
+
+  /// The greatest departure from the exact conversion at the places of the check, in parts of what is tolerated.
+  double error(Polynomial const& fit, geo::XYZPoint const& tolerance) const {
+    double greatest = 0.0;
+    for (std::size_t n = 0; n < CHECKS.size(); ++n) {
+      geo::XYZPoint const& exact = mPositions[ALL_NODES + n];
+      geo::XYZPoint const p = fit.at(CHECKS[n][0], CHECKS[n][1], CHECKS[n][2]);
+      greatest = std::max({greatest, std::fabs(p.x - exact.x) / tolerance.x, std::fabs(p.y - exact.y) / tolerance.y,
+                           std::fabs(p.z - exact.z) / tolerance.z});
+    }
+    return greatest;
   }
 
 private:
@@ -164,18 +169,6 @@ private:
       second[l] = 0.5 * (after - before);
       third[l] = 0.5 * (after + before) - middle;
     }
-  }
-
-  bool isWithin(Polynomial const& fit, geo::XYZPoint const& tolerance) const {
-    for (std::size_t n = 0; n < CHECKS.size(); ++n) {
-      geo::XYZPoint const& exact = mPositions[ALL_NODES + n];
-      geo::XYZPoint const p = fit.at(CHECKS[n][0], CHECKS[n][1], CHECKS[n][2]);
-      if (!(std::fabs(p.x - exact.x) <= tolerance.x && std::fabs(p.y - exact.y) <= tolerance.y &&
-            std::fabs(p.z - exact.z) <= tolerance.z)) {
-        return false;
-      }
-    }
-    return true;
   }
 
   std::array<geo::XYZPoint, ALL_NODES + CHECKS.size()> mPositions;
@@ -249,8 +242,11 @@ std::unique_ptr<BulkConversion::Cell const> BulkConversion::makeCell(geo::XYZPoi
   cell->perHalf = 1.0 / half;
   cell->perHalfHeight = 1.0 / mHalfHeight;
   Fit const fit(*this, centre, half);
-  cell->polynomial = fit.polynomial(mTolerance);
-  if (!cell->polynomial && level < LEVELS && !fit.hasNoPosition()) {
+  std::unique_ptr<Polynomial const> polynomial = fit.polynomial();
+  double const error = polynomial ? fit.error(*polynomial, mTolerance) : INFINITE;
+  if (error <= 1.0) {
+    cell->polynomial = std::move(polynomial);
+  } else if (error <= HOPELESS && level < LEVELS) {
     double const quarter = 0.5 * half;
     for (std::size_t i = 0; i < cell->quarters.size(); ++i) {
       cell->quarters[i] = makeCell(
@@ -270,7 +266,6 @@ geo::XYZPoint BulkConversion::exact(geo::XYZPoint const& position) const {
 BulkConversion::Box BulkConversion::convertedBox(CoordinateSystem const& from, CoordinateSystem const& to,
                                                  Box const& box, double margin) {
   constexpr int PLACES = 9;
-  constexpr double INFINITE = std::numeric_limits<double>::infinity();
   auto const between = [](double least, double greatest, int place) {
     return least + (greatest - least) * place / (PLACES - 1);
   };

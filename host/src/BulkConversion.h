@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 
 namespace kes::detail {
 
@@ -19,8 +20,8 @@ namespace kes::detail {
 ///
 /// Error: a cell is accepted only if it departs from the exact conversion by at most a quarter of the bounds, 1.6 micrometres
 /// across (2.5e-13 radians) and 25 micrometres of height, at 16 places that aren't its nodes; otherwise it is divided into
-/// four, down to 64 m, and what is left is converted exactly, position by position. So it is along the edges of grids,
-/// where a conversion bends, near poles, and where a system ends. The bounds, 1e-12 radians (6.4 micrometres) across and
+/// four, down to 128 m, as long as that promises to help. Positions in cells that remain are converted exactly: along the edges
+/// of grids, where a conversion bends, near poles, and where a system ends. The bounds, 1e-12 radians (6.4 micrometres) across and
 /// 0.1 mm of height, have thus room for what lies between the places.
 ///
 /// Why this suffices: the third derivatives of a map projection are of the order of 1 / R² (R, the Earth's radius), and the error
@@ -93,6 +94,21 @@ class BulkConversion::Memory {
     std::shared_ptr<Cell const> cell;
   };
   Entry mEntries[size];
+};
+
+/// A conversion for one thread; one without a conversion leaves positions as they are.
+class Converter {
+public:
+  explicit Converter(std::shared_ptr<BulkConversion const> conversion) : mConversion(std::move(conversion)) {}
+
+  /// NaN if the position can't be converted.
+  geo::XYZPoint operator()(geo::XYZPoint const& position) {
+    return mConversion ? (*mConversion)(position, mMemory) : position;
+  }
+
+private:
+  std::shared_ptr<BulkConversion const> mConversion;
+  BulkConversion::Memory mMemory;
 };
 
 }  // namespace kes::detail
