@@ -5,6 +5,7 @@
 
 #include "Checks.h"
 
+#include <geo/coordSys.h>
 #include <geo/units.h>
 
 #include <algorithm>
