@@ -3,14 +3,25 @@
 
 #include "OpenStrip.h"
 
+#include "Checks.h"
+
 #include <geo/XYZPoint.h>
 #include <sensor/CameraFactory.h>
 #include <sensor/EOPData.h>
 #include <util/SkerryIni.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kes::detail {
+
+namespace {
+
+constexpr std::size_t MOST_CONVERSIONS = 16;
+constexpr double DOMAIN_MARGIN = 0.01;
+constexpr double DEPTH = 12000.0;  // metres
+
+}  // namespace
 
 void applyToProcess(StripOptions const& options) {
   sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
@@ -70,6 +81,42 @@ BandData const& OpenStrip::band(int index) const {
   Slot& slot = mBands[static_cast<std::size_t>(index)];
   std::call_once(slot.isPrepared, [&] { slot.data = std::make_unique<BandData const>(*mModel, index); });
   return *slot.data;
+}
+
+std::shared_ptr<BulkConversion const> OpenStrip::conversion(CoordinateSystem const& from,
+                                                            CoordinateSystem const& to) const {
+  if (from == to) {
+    return nullptr;
+  }
+  std::lock_guard const lock(mConversionMutex);
+  auto const found = std::find_if(mConversions.begin(), mConversions.end(), [&](auto const& conversion) {
+    return conversion->source() == from && conversion->target() == to;
+  });
+  if (found != mConversions.end()) {
+    std::rotate(found, found + 1, mConversions.end());
+    return mConversions.back();
+  }
+  if (mConversions.size() >= MOST_CONVERSIONS) {
+    mConversions.erase(mConversions.begin());
+  }
+  BulkConversion::Box const near = surroundings();
+  BulkConversion::Box const domain =
+      from == *mLocal ? near : BulkConversion::convertedBox(*mLocal, from, near, DOMAIN_MARGIN);
+  return mConversions.emplace_back(std::make_shared<BulkConversion const>(from, to, domain));
+}
+
+// In the local system.
+BulkConversion::Box OpenStrip::surroundings() const {
+  double const around = 3.0 * std::max(mModel->meanFlyingHeight() - mModel->meanTerrainHeight(), 100.0);
+  geo::XYZPoint least = NOWHERE;
+  geo::XYZPoint greatest = NOWHERE;
+  sensor::EOP record;
+  for (int i = 0; mModel->eop()->atIndex(i, record) == 0; ++i) {
+    least = {std::fmin(least.x, record.x), std::fmin(least.y, record.y), std::fmin(least.z, record.z)};
+    greatest = {std::fmax(greatest.x, record.x), std::fmax(greatest.y, record.y), std::fmax(greatest.z, record.z)};
+  }
+  return {{least.x - around, least.y - around, least.z - DEPTH},
+          {greatest.x + around, greatest.y + around, greatest.z}};
 }
 
 }  // namespace kes::detail

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "BulkConversion.h"
 #include "LineSearch.h"
 #include "ViewChain.h"
 
@@ -46,8 +47,13 @@ public:
   CoordinateSystem const& localSystem() const { return *mLocal; }
   /// What is prepared of a band, which exists; the strip is loaded.
   BandData const& band(int index) const;
+  /// The conversion between two systems, fast near the strip: from its flight down to 12 km below, and three flying heights
+  /// around. Null if they are equal. Those used last are kept. The strip is loaded.
+  std::shared_ptr<BulkConversion const> conversion(CoordinateSystem const& from, CoordinateSystem const& to) const;
 
 private:
+  BulkConversion::Box surroundings() const;
+
   std::unique_ptr<sensor::KESStripModel> mModel;
   std::unique_ptr<CoordinateSystem const> mLocal;
   struct Slot {
@@ -55,6 +61,8 @@ private:
     std::unique_ptr<BandData const> data;
   };
   std::unique_ptr<Slot[]> mBands;
+  mutable std::mutex mConversionMutex;
+  mutable std::vector<std::shared_ptr<BulkConversion const>> mConversions;  // that used last at the end
 };
 
 /// Keeps all that changes the process's cameras or settings apart.

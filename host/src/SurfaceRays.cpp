@@ -42,15 +42,14 @@ struct SurfaceRays::Tile {
   float at(std::int64_t x, std::int64_t y) const { return heights[static_cast<std::size_t>(y * (TILE_SIZE + 1) + x)]; }
 };
 
-HeightCut cutAtHeight(LineOfSight const& line, CoordinateSystem const& local, CoordinateSystem const& system,
-                      double height) {
+HeightCut cutAtHeight(LineOfSight const& line, Converter& toSystem, CoordinateSystem const& system, double height) {
   double const unit = system.platform().verticalUnits().getScale();
   HeightCut cut{line.eye.z, NOWHERE, Status::notTransformable};
   double last = 0.0;
   double lastRest = NAN_VALUE;
   for (int pass = 0; pass < CUT_PASSES; ++pass) {
-    geo::XYZPoint const position = line.at(cut.depth);
-    if (geo::coordSys::transform(&local.platform(), &system.platform(), position, cut.place) != 0) {
+    cut.place = toSystem(line.at(cut.depth));
+    if (!isFinite(cut.place)) {
       return cut;
     }
     double const rest = (cut.place.z - height) * unit;
@@ -69,8 +68,9 @@ HeightCut cutAtHeight(LineOfSight const& line, CoordinateSystem const& local, Co
   return cut;
 }
 
-SurfaceRays::SurfaceRays(SurfaceSource const& surface, CoordinateSystem const& local)
-    : mSurface(surface), mLocal(local), mUnit(surface.system().platform().verticalUnits().getScale()) {
+SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
+    : mSurface(surface), mToSurface(std::move(toSurface)),
+      mUnit(surface.system().platform().verticalUnits().getScale()) {
   if (surface.raster() == nullptr) {
     return;
   }
@@ -92,14 +92,13 @@ std::optional<double> SurfaceRays::firstHit(LineOfSight const& line) {
   return mSurface.raster() == nullptr ? hitConstant(line) : hitRaster(line);
 }
 
-std::optional<double> SurfaceRays::hitConstant(LineOfSight const& line) const {
-  HeightCut const cut = cutAtHeight(line, mLocal, mSurface.system(), mSurface.constantHeight());
+std::optional<double> SurfaceRays::hitConstant(LineOfSight const& line) {
+  HeightCut const cut = cutAtHeight(line, mToSurface, mSurface.system(), mSurface.constantHeight());
   return cut.status == Status::ok ? std::optional(cut.depth) : std::nullopt;
 }
 
-SurfaceRays::Place SurfaceRays::place(LineOfSight const& line, double depth) const {
-  geo::XYZPoint p;
-  geo::coordSys::transform(&mLocal.platform(), &mSurface.system().platform(), line.at(depth), p);
+SurfaceRays::Place SurfaceRays::place(LineOfSight const& line, double depth) {
+  geo::XYZPoint const p = mToSurface(line.at(depth));
   double const determinant = mGeo[1] * mGeo[5] - mGeo[2] * mGeo[4];
   double const x = p.x - mTurn * std::round((p.x - mMiddle) / mTurn) - mGeo[0];
   double const y = p.y - mGeo[3];
@@ -107,7 +106,7 @@ SurfaceRays::Place SurfaceRays::place(LineOfSight const& line, double depth) con
 }
 
 // Near enough for an end of the way: heights there are metres beyond the surface.
-std::optional<double> SurfaceRays::depthAt(LineOfSight const& line, double height) const {
+std::optional<double> SurfaceRays::depthAt(LineOfSight const& line, double height) {
   double depth = 0.0;
   double rest = 0.0;
   for (int pass = 0; pass < CUT_PASSES; ++pass) {
@@ -315,15 +314,14 @@ std::optional<double> SurfaceRays::meetHole(Way const& way, Span const& span) {
 }
 
 // Metres above the surface; NaN where there is none.
-double SurfaceRays::gap(LineOfSight const& line, double depth) const {
-  geo::XYZPoint position;
-  geo::coordSys::transform(&mLocal.platform(), &mSurface.system().platform(), line.at(depth), position);
+double SurfaceRays::gap(LineOfSight const& line, double depth) {
+  geo::XYZPoint const position = mToSurface(line.at(depth));
   return (position.z - mSurface.height(position)) * mUnit;
 }
 
 // The secant method, from what the walk found on; where it leaves the neighbourhood or ends in a hole, what the walk found is
 // kept.
-double SurfaceRays::closed(LineOfSight const& line, double depth, double part) const {
+double SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
   double const reach = 1e-2 * part + 1.0;
   double best = depth;
   double bestRest = gap(line, depth);

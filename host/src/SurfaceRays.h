@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "BulkConversion.h"
 #include "SurfaceSource.h"
 
 #include <geo/XYPoint.h>
@@ -37,8 +38,8 @@ struct LineOfSight {
 /// itself, to a tenth of a millimetre of height.
 class SurfaceRays {
 public:
-  /// The caller keeps both.
-  SurfaceRays(SurfaceSource const& surface, CoordinateSystem const& local);
+  /// The caller keeps the surface. `toSurface` converts from the lines' local system to the surface's own.
+  SurfaceRays(SurfaceSource const& surface, Converter toSurface);
   ~SurfaceRays();
 
   /// The depth at which the line first meets the surface; nothing where it doesn't. Throws what the raster throws.
@@ -61,21 +62,21 @@ private:
   enum class Side : unsigned char { unknown, above, under };
   struct Tile;
 
-  std::optional<double> hitConstant(LineOfSight const& line) const;
+  std::optional<double> hitConstant(LineOfSight const& line);
   std::optional<double> hitRaster(LineOfSight const& line);
-  Place place(LineOfSight const& line, double depth) const;
-  std::optional<double> depthAt(LineOfSight const& line, double height) const;
+  Place place(LineOfSight const& line, double depth);
+  std::optional<double> depthAt(LineOfSight const& line, double height);
   std::optional<double> walk(Way const& way);
   std::optional<double> walkTile(Way const& way, Span const& span, Tile const& tile);
   std::optional<double> meetPatch(Way const& way, Span const& span, std::array<float, 4> const& corners);
   std::optional<double> meetHole(Way const& way, Span const& span);
   double gap(Way const& way, double w) const;
-  double gap(LineOfSight const& line, double depth) const;
-  double closed(LineOfSight const& line, double depth, double slope) const;
+  double gap(LineOfSight const& line, double depth);
+  double closed(LineOfSight const& line, double depth, double slope);
   Tile const& tile(std::int64_t column, std::int64_t row);
 
   SurfaceSource const& mSurface;
-  CoordinateSystem const& mLocal;
+  Converter mToSurface;
   double mUnit;  // of heights, metres
   std::array<double, 6> mGeo{};
   double mTurn = 0.0;  // a full turn of longitude in the raster's unit
@@ -94,7 +95,6 @@ struct HeightCut {
   geo::XYZPoint place;
   Status status;
 };
-HeightCut cutAtHeight(LineOfSight const& line, CoordinateSystem const& local, CoordinateSystem const& system,
-                      double height);
+HeightCut cutAtHeight(LineOfSight const& line, Converter& toSystem, CoordinateSystem const& system, double height);
 
 }  // namespace kes::detail

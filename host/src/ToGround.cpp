@@ -44,9 +44,11 @@ public:
   GroundPart(detail::OpenStrip const& strip, int band, GroundCall const& call)
       : mProjector(strip, band, call.options.tdiStages, call.staged), mCall(call),
         mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
-        mIsLocal(!call.options.system || mSystem == strip.localSystem()) {
+        mIsLocal(!call.options.system || mSystem == strip.localSystem()),
+        mToSystem(call.options.solver == Solver::precise ? strip.conversion(strip.localSystem(), mSystem) : nullptr) {
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
-      mRays.emplace(call.surface()->source(), mProjector.local());
+      detail::SurfaceSource const& surface = call.surface()->source();
+      mRays.emplace(surface, detail::Converter(strip.conversion(strip.localSystem(), surface.system())));
     }
   }
 
@@ -98,7 +100,7 @@ private:
   }
 
   Status meetHeight(detail::LineOfSight const& line, double height) {
-    detail::HeightCut const cut = detail::cutAtHeight(line, mProjector.local(), mSystem, height);
+    detail::HeightCut const cut = detail::cutAtHeight(line, mToSystem, mSystem, height);
     mLocal = line.at(cut.depth);
     mGround = cut.place;
     return cut.status;
@@ -110,15 +112,8 @@ private:
       return Status::noSurface;
     }
     mLocal = line.at(*depth);
-    return convertLocal();
-  }
-
-  Status convertLocal() {
-    mGround = mLocal;
-    if (mIsLocal) {
-      return Status::ok;
-    }
-    return convert(mProjector.local(), mSystem, mLocal, mGround);
+    mGround = mToSystem(mLocal);
+    return isFinite(mGround) ? Status::ok : Status::notTransformable;
   }
 
   static Status convert(CoordinateSystem const& from, CoordinateSystem const& to, geo::XYZPoint const& in,
@@ -179,6 +174,7 @@ private:
   GroundCall const& mCall;
   CoordinateSystem const& mSystem;
   bool mIsLocal;
+  detail::Converter mToSystem;
   std::optional<detail::SurfaceRays> mRays;
   geo::XYZPoint mLocal;
   geo::XYZPoint mGround;

@@ -11,6 +11,7 @@
 #include <kes/Band.h>
 
 #include <algorithm>
+#include <functional>
 #include <vector>
 
 namespace kes {
@@ -33,7 +34,7 @@ struct ImageCall {
 class ImagePart {
 public:
   ImagePart(detail::OpenStrip const& strip, int band, ImageCall const& call)
-      : mProjector(strip, band), mCall(call),
+      : mStrip(strip), mProjector(strip, band), mCall(call),
         mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()),
         mHasOutputs(!call.options.outputs.time.empty() || !call.options.outputs.passes.empty() ||
@@ -99,9 +100,14 @@ private:
     }
   }
 
-  static void transform(CoordinateSystem const& from, CoordinateSystem const& to, std::vector<geo::XYZPoint>& points,
-                        std::span<Status> status) {
-    geo::coordSys::transform(&from.platform(), &to.platform(), points.data(), points.data(), points.size());
+  void transform(CoordinateSystem const& from, CoordinateSystem const& to, std::vector<geo::XYZPoint>& points,
+                 std::span<Status> status) const {
+    if (mCall.options.solver == Solver::precise) {
+      detail::Converter convert(mStrip.conversion(from, to));
+      std::transform(points.begin(), points.end(), points.begin(), std::ref(convert));
+    } else {
+      geo::coordSys::transform(&from.platform(), &to.platform(), points.data(), points.data(), points.size());
+    }
     for (std::size_t k = 0; k < points.size(); ++k) {
       if (status[k] == Status::ok && !isFinite(points[k])) {
         status[k] = Status::notTransformable;
@@ -203,6 +209,7 @@ private:
     }
   }
 
+  detail::OpenStrip const& mStrip;
   detail::Projector mProjector;
   ImageCall const& mCall;
   CoordinateSystem const& mSystem;
