@@ -88,13 +88,13 @@ SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
 
 SurfaceRays::~SurfaceRays() = default;
 
-std::optional<double> SurfaceRays::firstHit(LineOfSight const& line) {
+std::optional<SurfaceRays::Hit> SurfaceRays::firstHit(LineOfSight const& line) {
   return mSurface.raster() == nullptr ? hitConstant(line) : hitRaster(line);
 }
 
-std::optional<double> SurfaceRays::hitConstant(LineOfSight const& line) {
+std::optional<SurfaceRays::Hit> SurfaceRays::hitConstant(LineOfSight const& line) {
   HeightCut const cut = cutAtHeight(line, mToSurface, mSurface.system(), mSurface.constantHeight());
-  return cut.status == Status::ok ? std::optional(cut.depth) : std::nullopt;
+  return cut.status == Status::ok ? std::optional<Hit>({cut.depth, cut.place}) : std::nullopt;
 }
 
 SurfaceRays::Place SurfaceRays::place(LineOfSight const& line, double depth) {
@@ -105,37 +105,43 @@ SurfaceRays::Place SurfaceRays::place(LineOfSight const& line, double depth) {
   return {(mGeo[5] * x - mGeo[2] * y) / determinant - 0.5, (mGeo[1] * y - mGeo[4] * x) / determinant - 0.5, p.z};
 }
 
-// Near enough for an end of the way: heights there are metres beyond the surface.
-std::optional<double> SurfaceRays::depthAt(LineOfSight const& line, double height) {
-  double depth = 0.0;
-  double rest = 0.0;
+// Near enough for an end of the way: heights there are metres beyond the surface. `depth` is where the search begins.
+std::optional<SurfaceRays::End> SurfaceRays::endAt(LineOfSight const& line, double height, double depth) {
   for (int pass = 0; pass < CUT_PASSES; ++pass) {
-    rest = (place(line, depth).z - height) * mUnit;
+    Place const found = place(line, depth);
+    double const rest = (found.z - height) * mUnit;
     if (std::isnan(rest)) {
       return std::nullopt;
     }
     if (std::fabs(rest) < 0.5 * HEIGHT_MARGIN) {
-      return depth;
+      return End{depth, found};
     }
     depth += rest;
   }
   return std::nullopt;
 }
 
-std::optional<double> SurfaceRays::hitRaster(LineOfSight const& line) {
+std::optional<SurfaceRays::Hit> SurfaceRays::hitRaster(LineOfSight const& line) {
   if (!mHasHeights) {
     return std::nullopt;
   }
-  std::optional<double> const top = depthAt(line, mHighest + HEIGHT_MARGIN / mUnit);
-  std::optional<double> const bottom = depthAt(line, mLowest - HEIGHT_MARGIN / mUnit);
-  if (!top || !bottom || !(*bottom > 0.0)) {
+  std::optional<End> top = endAt(line, mHighest + HEIGHT_MARGIN / mUnit, line.eye.z);
+  if (!top) {
     return std::nullopt;
   }
-  double const begin = std::max(*top, 0.0);
-  double const length = *bottom - begin;
-  Place const a = place(line, begin);
+  double const wayDown = (mHighest - mLowest) * mUnit + 2.0 * HEIGHT_MARGIN;
+  std::optional<End> const bottom = endAt(line, mLowest - HEIGHT_MARGIN / mUnit, top->depth + wayDown);
+  if (!bottom || !(bottom->depth > 0.0)) {
+    return std::nullopt;
+  }
+  if (top->depth < 0.0) {
+    top = End{0.0, place(line, 0.0)};
+  }
+  double const begin = top->depth;
+  double const length = bottom->depth - begin;
+  Place const a = top->place;
   Place const m = place(line, begin + 0.5 * length);
-  Place const b = place(line, *bottom);
+  Place const b = bottom->place;
   // p(w) = a + w linear + w² bend, with w from 0 to 1.
   Place const bend{2.0 * (a.x - 2.0 * m.x + b.x), 2.0 * (a.y - 2.0 * m.y + b.y), 2.0 * (a.z - 2.0 * m.z + b.z)};
   Place const linear{b.x - a.x - bend.x, b.y - a.y - bend.y, b.z - a.z - bend.z};
@@ -314,30 +320,30 @@ std::optional<double> SurfaceRays::meetHole(Way const& way, Span const& span) {
 }
 
 // Metres above the surface; NaN where there is none.
-double SurfaceRays::gap(LineOfSight const& line, double depth) {
-  geo::XYZPoint const position = mToSurface(line.at(depth));
-  return (position.z - mSurface.height(position)) * mUnit;
+double SurfaceRays::gap(Hit const& hit) const {
+  return (hit.place.z - mSurface.height(hit.place)) * mUnit;
 }
 
 // The secant method, from what the walk found on; where it leaves the neighbourhood or ends in a hole, what the walk found is
 // kept.
-double SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
+SurfaceRays::Hit SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
   double const reach = 1e-2 * part + 1.0;
-  double best = depth;
-  double bestRest = gap(line, depth);
+  Hit best = hitAt(line, depth);
+  double bestRest = gap(best);
   if (std::fabs(bestRest) <= CLOSED || std::isnan(bestRest)) {
-    return depth;
+    return best;
   }
   double a = depth;
   double restA = bestRest;
   double b = depth + std::clamp(bestRest, -0.01, 0.01);
   for (int pass = 0; pass < CLOSING_PASSES; ++pass) {
-    double const restB = gap(line, b);
+    Hit const hitB = hitAt(line, b);
+    double const restB = gap(hitB);
     if (std::isnan(restB) || std::fabs(b - depth) > reach) {
       break;
     }
     if (std::fabs(restB) < std::fabs(bestRest)) {
-      best = b;
+      best = hitB;
       bestRest = restB;
     }
     if (std::fabs(restB) <= CLOSED || restB == restA) {
@@ -349,7 +355,7 @@ double SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
       a = b;
       restA = restB;
     } else {
-      double const restNext = gap(line, next);
+      double const restNext = gap(hitAt(line, next));
       bool const isLikeB = (restNext > 0.0) == (restB > 0.0);
       a = isLikeB ? a : b;
       restA = isLikeB ? 0.5 * restA : restB;

@@ -42,8 +42,12 @@ public:
   SurfaceRays(SurfaceSource const& surface, Converter toSurface);
   ~SurfaceRays();
 
-  /// The depth at which the line first meets the surface; nothing where it doesn't. Throws what the raster throws.
-  std::optional<double> firstHit(LineOfSight const& line);
+  struct Hit {
+    double depth;
+    geo::XYZPoint place;  ///< In the surface's system.
+  };
+  /// Where the line first meets the surface; nothing where it doesn't. Throws what the raster throws.
+  std::optional<Hit> firstHit(LineOfSight const& line);
 
 private:
   // A position in the raster: x and y in cells, from the centre of the first; z the height.
@@ -62,17 +66,22 @@ private:
   enum class Side : unsigned char { unknown, above, under };
   struct Tile;
 
-  std::optional<double> hitConstant(LineOfSight const& line);
-  std::optional<double> hitRaster(LineOfSight const& line);
+  std::optional<Hit> hitConstant(LineOfSight const& line);
+  std::optional<Hit> hitRaster(LineOfSight const& line);
   Place place(LineOfSight const& line, double depth);
-  std::optional<double> depthAt(LineOfSight const& line, double height);
+  struct End {
+    double depth;
+    Place place;
+  };
+  std::optional<End> endAt(LineOfSight const& line, double height, double depth);
   std::optional<double> walk(Way const& way);
   std::optional<double> walkTile(Way const& way, Span const& span, Tile const& tile);
   std::optional<double> meetPatch(Way const& way, Span const& span, std::array<float, 4> const& corners);
   std::optional<double> meetHole(Way const& way, Span const& span);
   double gap(Way const& way, double w) const;
-  double gap(LineOfSight const& line, double depth);
-  double closed(LineOfSight const& line, double depth, double slope);
+  double gap(Hit const& hit) const;
+  Hit hitAt(LineOfSight const& line, double depth) { return {depth, mToSurface(line.at(depth))}; }
+  Hit closed(LineOfSight const& line, double depth, double part);
   Tile const& tile(std::int64_t column, std::int64_t row);
 
   SurfaceSource const& mSurface;

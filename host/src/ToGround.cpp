@@ -48,6 +48,7 @@ public:
         mToSystem(call.options.solver == Solver::precise ? strip.conversion(strip.localSystem(), mSystem) : nullptr) {
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
       detail::SurfaceSource const& surface = call.surface()->source();
+      mIsOfSurface = surface.system() == mSystem;
       mRays.emplace(surface, detail::Converter(strip.conversion(strip.localSystem(), surface.system())));
     }
   }
@@ -107,12 +108,12 @@ private:
   }
 
   Status meetSurface(detail::LineOfSight const& line) {
-    std::optional<double> const depth = mRays->firstHit(line);
-    if (!depth) {
+    std::optional<detail::SurfaceRays::Hit> const hit = mRays->firstHit(line);
+    if (!hit) {
       return Status::noSurface;
     }
-    mLocal = line.at(*depth);
-    mGround = mToSystem(mLocal);
+    mLocal = line.at(hit->depth);
+    mGround = mIsOfSurface ? hit->place : mToSystem(mLocal);
     return isFinite(mGround) ? Status::ok : Status::notTransformable;
   }
 
@@ -175,6 +176,7 @@ private:
   CoordinateSystem const& mSystem;
   bool mIsLocal;
   detail::Converter mToSystem;
+  bool mIsOfSurface = false;  // whether the results are in the surface's system
   std::optional<detail::SurfaceRays> mRays;
   geo::XYZPoint mLocal;
   geo::XYZPoint mGround;
