@@ -26,6 +26,32 @@ struct LineOfSight {
   geo::XYZPoint at(double depth) const { return {eye.x + depth * dx, eye.y + depth * dy, eye.z - depth}; }
 };
 
+/// Where a line of sight reaches a height of a system: its depth there, to a micrometre, and the position of the system at that very
+/// height.
+struct HeightCut {
+  double depth;
+  geo::XYZPoint place;
+  Status status;
+};
+
+/// Cuts lines of sight at heights of a system; for one thread. The first guess follows the Earth's curvature, so that two
+/// conversions are enough for most lines.
+class HeightCutter {
+public:
+  /// `toSystem` converts from the lines' local system.
+  HeightCutter(Converter toSystem, CoordinateSystem const& system);
+
+  HeightCut cut(LineOfSight const& line, double height);
+
+private:
+  double guess(LineOfSight const& line, double height) const;
+  static HeightCut finished(HeightCut const& cut, double height);
+
+  Converter mToSystem;
+  double mUnit;          // of heights, metres
+  double mOrigin = 0.0;  // the height of the local system's origin, metres
+};
+
 /// Where lines of sight first meet a surface. For one thread: it keeps the cells that it met last.
 ///
 /// A raster is bilinear between the centres of four cells. On its way a line of sight passes over tiles of eight by eight such
@@ -86,7 +112,8 @@ private:
 
   SurfaceSource const& mSurface;
   Converter mToSurface;
-  double mUnit;  // of heights, metres
+  std::optional<HeightCutter> mCutter;  // for a surface of one height
+  double mUnit;                         // of heights, metres
   std::array<double, 6> mGeo{};
   double mTurn = 0.0;  // a full turn of longitude in the raster's unit
   double mMiddle = 0.0;
@@ -96,14 +123,5 @@ private:
   Side mSide = Side::unknown;
   std::unique_ptr<Tile[]> mTiles;
 };
-
-/// The depth at which a line of sight reaches a height of a system, to a micrometre; `place` is the position of the system there,
-/// at that very height.
-struct HeightCut {
-  double depth;
-  geo::XYZPoint place;
-  Status status;
-};
-HeightCut cutAtHeight(LineOfSight const& line, Converter& toSystem, CoordinateSystem const& system, double height);
 
 }  // namespace kes::detail

@@ -46,6 +46,9 @@ public:
         mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()),
         mToSystem(call.options.solver == Solver::precise ? strip.conversion(strip.localSystem(), mSystem) : nullptr) {
+    if (!mIsLocal && call.surface() == nullptr && call.options.solver == Solver::precise) {
+      mCutter.emplace(mToSystem, mSystem);
+    }
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
       detail::SurfaceSource const& surface = call.surface()->source();
       mIsOfSurface = surface.system() == mSystem;
@@ -101,7 +104,7 @@ private:
   }
 
   Status meetHeight(detail::LineOfSight const& line, double height) {
-    detail::HeightCut const cut = detail::cutAtHeight(line, mToSystem, mSystem, height);
+    detail::HeightCut const cut = mCutter->cut(line, height);
     mLocal = line.at(cut.depth);
     mGround = cut.place;
     return cut.status;
@@ -176,7 +179,8 @@ private:
   CoordinateSystem const& mSystem;
   bool mIsLocal;
   detail::Converter mToSystem;
-  bool mIsOfSurface = false;  // whether the results are in the surface's system
+  std::optional<detail::HeightCutter> mCutter;  // for heights of another system
+  bool mIsOfSurface = false;                    // whether the results are in the surface's system
   std::optional<detail::SurfaceRays> mRays;
   geo::XYZPoint mLocal;
   geo::XYZPoint mGround;
