@@ -25,6 +25,9 @@ constexpr int MOST_PARTS = 4096;
 constexpr double CLOSED = 1e-4;  // metres
 constexpr int CLOSING_PASSES = 30;
 constexpr double CUT_TOLERANCE = 1e-6;  // metres
+// Square metres: a line of sight bends by 1 / R per metre in another system, so that a step s beyond two places at a distance d
+// departs from their chord by s d / 2R.
+constexpr double STRAIGHT = 1.0;
 constexpr int CUT_PASSES = 20;
 constexpr double EARTH_RADIUS = 6378137.0;
 constexpr double PI = 3.14159265358979323846;
@@ -42,36 +45,59 @@ struct SurfaceRays::Tile {
   float at(std::int64_t x, std::int64_t y) const { return heights[static_cast<std::size_t>(y * (TILE_SIZE + 1) + x)]; }
 };
 
-HeightCut cutAtHeight(LineOfSight const& line, Converter& toSystem, CoordinateSystem const& system, double height) {
-  double const unit = system.platform().verticalUnits().getScale();
-  HeightCut cut{line.eye.z, NOWHERE, Status::notTransformable};
-  double last = 0.0;
+HeightCutter::HeightCutter(Converter toSystem, CoordinateSystem const& system)
+    : mToSystem(std::move(toSystem)), mUnit(system.verticalUnit().metres) {
+  double const height = mToSystem({0.0, 0.0, 0.0}).z * mUnit;
+  mOrigin = std::isfinite(height) ? height : 0.0;
+}
+
+// Above the local system's plane, heights grow by d² / 2R at a distance d from its origin.
+double HeightCutter::guess(LineOfSight const& line, double height) const {
+  double const flat = line.eye.z + mOrigin - height * mUnit;
+  geo::XYZPoint const p = line.at(flat);
+  return flat + (p.x * p.x + p.y * p.y) / (2.0 * EARTH_RADIUS);
+}
+
+HeightCut HeightCutter::cut(LineOfSight const& line, double height) {
+  HeightCut const nothing{NAN_VALUE, NOWHERE, Status::notTransformable};
+  HeightCut last = nothing;
   double lastRest = NAN_VALUE;
+  double depth = guess(line, height);
   for (int pass = 0; pass < CUT_PASSES; ++pass) {
-    cut.place = toSystem(line.at(cut.depth));
+    HeightCut const cut{depth, mToSystem(line.at(depth)), Status::ok};
     if (!isFinite(cut.place)) {
-      return cut;
+      return nothing;
     }
-    double const rest = (cut.place.z - height) * unit;
+    double const rest = (cut.place.z - height) * mUnit;
     if (std::fabs(rest) <= CUT_TOLERANCE) {
-      cut.place.z = height;
-      cut.status = cut.depth > 0.0 ? Status::ok : Status::noSolution;
-      return cut;
+      return finished(cut, height);
     }
-    // A first step as above level ground, then as the two last cuts have it.
-    double const step = std::isnan(lastRest) ? rest : -rest * (cut.depth - last) / (rest - lastRest);
-    last = cut.depth;
+    // A first step as above level ground, then as the last two cuts have it.
+    double const step = std::isnan(lastRest) ? rest : -rest * (depth - last.depth) / (rest - lastRest);
+    if (std::fabs(step * (depth - last.depth)) <= STRAIGHT) {
+      double const part = step / (depth - last.depth);
+      return finished({depth + step,
+                       {cut.place.x + part * (cut.place.x - last.place.x),
+                        cut.place.y + part * (cut.place.y - last.place.y), height},
+                       Status::ok},
+                      height);
+    }
+    last = cut;
     lastRest = rest;
-    cut.depth += step;
+    depth += step;
   }
-  cut.status = Status::noSolution;
-  return cut;
+  return {NAN_VALUE, NOWHERE, Status::noSolution};
+}
+
+HeightCut HeightCutter::finished(HeightCut const& cut, double height) {
+  return {cut.depth, {cut.place.x, cut.place.y, height}, cut.depth > 0.0 ? Status::ok : Status::noSolution};
 }
 
 SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
     : mSurface(surface), mToSurface(std::move(toSurface)),
       mUnit(surface.system().platform().verticalUnits().getScale()) {
   if (surface.raster() == nullptr) {
+    mCutter.emplace(mToSurface, surface.system());
     return;
   }
   mGeo = surface.raster()->grid().geoTransform;
@@ -88,13 +114,13 @@ SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
 
 SurfaceRays::~SurfaceRays() = default;
 
-std::optional<double> SurfaceRays::firstHit(LineOfSight const& line) {
+std::optional<SurfaceRays::Hit> SurfaceRays::firstHit(LineOfSight const& line) {
   return mSurface.raster() == nullptr ? hitConstant(line) : hitRaster(line);
 }
 
-std::optional<double> SurfaceRays::hitConstant(LineOfSight const& line) {
-  HeightCut const cut = cutAtHeight(line, mToSurface, mSurface.system(), mSurface.constantHeight());
-  return cut.status == Status::ok ? std::optional(cut.depth) : std::nullopt;
+std::optional<SurfaceRays::Hit> SurfaceRays::hitConstant(LineOfSight const& line) {
+  HeightCut const cut = mCutter->cut(line, mSurface.constantHeight());
+  return cut.status == Status::ok ? std::optional<Hit>({cut.depth, cut.place}) : std::nullopt;
 }
 
 SurfaceRays::Place SurfaceRays::place(LineOfSight const& line, double depth) {
@@ -105,37 +131,43 @@ SurfaceRays::Place SurfaceRays::place(LineOfSight const& line, double depth) {
   return {(mGeo[5] * x - mGeo[2] * y) / determinant - 0.5, (mGeo[1] * y - mGeo[4] * x) / determinant - 0.5, p.z};
 }
 
-// Near enough for an end of the way: heights there are metres beyond the surface.
-std::optional<double> SurfaceRays::depthAt(LineOfSight const& line, double height) {
-  double depth = 0.0;
-  double rest = 0.0;
+// Near enough for an end of the way: heights there are metres beyond the surface. `depth` is where the search begins.
+std::optional<SurfaceRays::End> SurfaceRays::endAt(LineOfSight const& line, double height, double depth) {
   for (int pass = 0; pass < CUT_PASSES; ++pass) {
-    rest = (place(line, depth).z - height) * mUnit;
+    Place const found = place(line, depth);
+    double const rest = (found.z - height) * mUnit;
     if (std::isnan(rest)) {
       return std::nullopt;
     }
     if (std::fabs(rest) < 0.5 * HEIGHT_MARGIN) {
-      return depth;
+      return End{depth, found};
     }
     depth += rest;
   }
   return std::nullopt;
 }
 
-std::optional<double> SurfaceRays::hitRaster(LineOfSight const& line) {
+std::optional<SurfaceRays::Hit> SurfaceRays::hitRaster(LineOfSight const& line) {
   if (!mHasHeights) {
     return std::nullopt;
   }
-  std::optional<double> const top = depthAt(line, mHighest + HEIGHT_MARGIN / mUnit);
-  std::optional<double> const bottom = depthAt(line, mLowest - HEIGHT_MARGIN / mUnit);
-  if (!top || !bottom || !(*bottom > 0.0)) {
+  std::optional<End> top = endAt(line, mHighest + HEIGHT_MARGIN / mUnit, line.eye.z);
+  if (!top) {
     return std::nullopt;
   }
-  double const begin = std::max(*top, 0.0);
-  double const length = *bottom - begin;
-  Place const a = place(line, begin);
+  double const wayDown = (mHighest - mLowest) * mUnit + 2.0 * HEIGHT_MARGIN;
+  std::optional<End> const bottom = endAt(line, mLowest - HEIGHT_MARGIN / mUnit, top->depth + wayDown);
+  if (!bottom || !(bottom->depth > 0.0)) {
+    return std::nullopt;
+  }
+  if (top->depth < 0.0) {
+    top = End{0.0, place(line, 0.0)};
+  }
+  double const begin = top->depth;
+  double const length = bottom->depth - begin;
+  Place const a = top->place;
   Place const m = place(line, begin + 0.5 * length);
-  Place const b = place(line, *bottom);
+  Place const b = bottom->place;
   // p(w) = a + w linear + w² bend, with w from 0 to 1.
   Place const bend{2.0 * (a.x - 2.0 * m.x + b.x), 2.0 * (a.y - 2.0 * m.y + b.y), 2.0 * (a.z - 2.0 * m.z + b.z)};
   Place const linear{b.x - a.x - bend.x, b.y - a.y - bend.y, b.z - a.z - bend.z};
@@ -314,30 +346,30 @@ std::optional<double> SurfaceRays::meetHole(Way const& way, Span const& span) {
 }
 
 // Metres above the surface; NaN where there is none.
-double SurfaceRays::gap(LineOfSight const& line, double depth) {
-  geo::XYZPoint const position = mToSurface(line.at(depth));
-  return (position.z - mSurface.height(position)) * mUnit;
+double SurfaceRays::gap(Hit const& hit) const {
+  return (hit.place.z - mSurface.height(hit.place)) * mUnit;
 }
 
 // The secant method, from what the walk found on; where it leaves the neighbourhood or ends in a hole, what the walk found is
 // kept.
-double SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
+SurfaceRays::Hit SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
   double const reach = 1e-2 * part + 1.0;
-  double best = depth;
-  double bestRest = gap(line, depth);
+  Hit best = hitAt(line, depth);
+  double bestRest = gap(best);
   if (std::fabs(bestRest) <= CLOSED || std::isnan(bestRest)) {
-    return depth;
+    return best;
   }
   double a = depth;
   double restA = bestRest;
   double b = depth + std::clamp(bestRest, -0.01, 0.01);
   for (int pass = 0; pass < CLOSING_PASSES; ++pass) {
-    double const restB = gap(line, b);
+    Hit const hitB = hitAt(line, b);
+    double const restB = gap(hitB);
     if (std::isnan(restB) || std::fabs(b - depth) > reach) {
       break;
     }
     if (std::fabs(restB) < std::fabs(bestRest)) {
-      best = b;
+      best = hitB;
       bestRest = restB;
     }
     if (std::fabs(restB) <= CLOSED || restB == restA) {
@@ -349,7 +381,7 @@ double SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
       a = b;
       restA = restB;
     } else {
-      double const restNext = gap(line, next);
+      double const restNext = gap(hitAt(line, next));
       bool const isLikeB = (restNext > 0.0) == (restB > 0.0);
       a = isLikeB ? a : b;
       restA = isLikeB ? 0.5 * restA : restB;

@@ -26,6 +26,32 @@ struct LineOfSight {
   geo::XYZPoint at(double depth) const { return {eye.x + depth * dx, eye.y + depth * dy, eye.z - depth}; }
 };
 
+/// Where a line of sight reaches a height of a system: its depth there, to a micrometre, and the position of the system at that very
+/// height.
+struct HeightCut {
+  double depth;
+  geo::XYZPoint place;
+  Status status;
+};
+
+/// Cuts lines of sight at heights of a system; for one thread. The first guess follows the Earth's curvature, so that two
+/// conversions are enough for most lines.
+class HeightCutter {
+public:
+  /// `toSystem` converts from the lines' local system.
+  HeightCutter(Converter toSystem, CoordinateSystem const& system);
+
+  HeightCut cut(LineOfSight const& line, double height);
+
+private:
+  double guess(LineOfSight const& line, double height) const;
+  static HeightCut finished(HeightCut const& cut, double height);
+
+  Converter mToSystem;
+  double mUnit;          // of heights, metres
+  double mOrigin = 0.0;  // the height of the local system's origin, metres
+};
+
 /// Where lines of sight first meet a surface. For one thread: it keeps the cells that it met last.
 ///
 /// A raster is bilinear between the centres of four cells. On its way a line of sight passes over tiles of eight by eight such
@@ -42,8 +68,12 @@ public:
   SurfaceRays(SurfaceSource const& surface, Converter toSurface);
   ~SurfaceRays();
 
-  /// The depth at which the line first meets the surface; nothing where it doesn't. Throws what the raster throws.
-  std::optional<double> firstHit(LineOfSight const& line);
+  struct Hit {
+    double depth;
+    geo::XYZPoint place;  ///< In the surface's system.
+  };
+  /// Where the line first meets the surface; nothing where it doesn't. Throws what the raster throws.
+  std::optional<Hit> firstHit(LineOfSight const& line);
 
 private:
   // A position in the raster: x and y in cells, from the centre of the first; z the height.
@@ -62,22 +92,28 @@ private:
   enum class Side : unsigned char { unknown, above, under };
   struct Tile;
 
-  std::optional<double> hitConstant(LineOfSight const& line);
-  std::optional<double> hitRaster(LineOfSight const& line);
+  std::optional<Hit> hitConstant(LineOfSight const& line);
+  std::optional<Hit> hitRaster(LineOfSight const& line);
   Place place(LineOfSight const& line, double depth);
-  std::optional<double> depthAt(LineOfSight const& line, double height);
+  struct End {
+    double depth;
+    Place place;
+  };
+  std::optional<End> endAt(LineOfSight const& line, double height, double depth);
   std::optional<double> walk(Way const& way);
   std::optional<double> walkTile(Way const& way, Span const& span, Tile const& tile);
   std::optional<double> meetPatch(Way const& way, Span const& span, std::array<float, 4> const& corners);
   std::optional<double> meetHole(Way const& way, Span const& span);
   double gap(Way const& way, double w) const;
-  double gap(LineOfSight const& line, double depth);
-  double closed(LineOfSight const& line, double depth, double slope);
+  double gap(Hit const& hit) const;
+  Hit hitAt(LineOfSight const& line, double depth) { return {depth, mToSurface(line.at(depth))}; }
+  Hit closed(LineOfSight const& line, double depth, double part);
   Tile const& tile(std::int64_t column, std::int64_t row);
 
   SurfaceSource const& mSurface;
   Converter mToSurface;
-  double mUnit;  // of heights, metres
+  std::optional<HeightCutter> mCutter;  // for a surface of one height
+  double mUnit;                         // of heights, metres
   std::array<double, 6> mGeo{};
   double mTurn = 0.0;  // a full turn of longitude in the raster's unit
   double mMiddle = 0.0;
@@ -87,14 +123,5 @@ private:
   Side mSide = Side::unknown;
   std::unique_ptr<Tile[]> mTiles;
 };
-
-/// The depth at which a line of sight reaches a height of a system, to a micrometre; `place` is the position of the system there,
-/// at that very height.
-struct HeightCut {
-  double depth;
-  geo::XYZPoint place;
-  Status status;
-};
-HeightCut cutAtHeight(LineOfSight const& line, Converter& toSystem, CoordinateSystem const& system, double height);
 
 }  // namespace kes::detail

@@ -46,8 +46,12 @@ public:
         mSystem(call.options.system ? call.options.system.value() : strip.localSystem()),
         mIsLocal(!call.options.system || mSystem == strip.localSystem()),
         mToSystem(call.options.solver == Solver::precise ? strip.conversion(strip.localSystem(), mSystem) : nullptr) {
+    if (!mIsLocal && call.surface() == nullptr && call.options.solver == Solver::precise) {
+      mCutter.emplace(mToSystem, mSystem);
+    }
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
       detail::SurfaceSource const& surface = call.surface()->source();
+      mIsOfSurface = surface.system() == mSystem;
       mRays.emplace(surface, detail::Converter(strip.conversion(strip.localSystem(), surface.system())));
     }
   }
@@ -100,19 +104,19 @@ private:
   }
 
   Status meetHeight(detail::LineOfSight const& line, double height) {
-    detail::HeightCut const cut = detail::cutAtHeight(line, mToSystem, mSystem, height);
+    detail::HeightCut const cut = mCutter->cut(line, height);
     mLocal = line.at(cut.depth);
     mGround = cut.place;
     return cut.status;
   }
 
   Status meetSurface(detail::LineOfSight const& line) {
-    std::optional<double> const depth = mRays->firstHit(line);
-    if (!depth) {
+    std::optional<detail::SurfaceRays::Hit> const hit = mRays->firstHit(line);
+    if (!hit) {
       return Status::noSurface;
     }
-    mLocal = line.at(*depth);
-    mGround = mToSystem(mLocal);
+    mLocal = line.at(hit->depth);
+    mGround = mIsOfSurface ? hit->place : mToSystem(mLocal);
     return isFinite(mGround) ? Status::ok : Status::notTransformable;
   }
 
@@ -175,6 +179,8 @@ private:
   CoordinateSystem const& mSystem;
   bool mIsLocal;
   detail::Converter mToSystem;
+  std::optional<detail::HeightCutter> mCutter;  // for heights of another system
+  bool mIsOfSurface = false;                    // whether the results are in the surface's system
   std::optional<detail::SurfaceRays> mRays;
   geo::XYZPoint mLocal;
   geo::XYZPoint mGround;

@@ -281,4 +281,35 @@ TEST(Status, HasNames) {
   EXPECT_FALSE(kes::hasResult(Status::noSurface));
 }
 
+// A position at a height of another system lies on the line of sight of its pixel: there the local system's projection at the
+// position's own local height, which PROJ converts exactly, must lead.
+TEST(Precise, PositionsAtAHeightOfAnotherSystemLieOnTheLineOfSight) {
+  constexpr double height = 250.0;
+  constexpr double bound = 1e-4 + 2.0 * 6.4e-6;  // metres: of the conversion, in height at 45 degrees, and across
+  for (char const* const definition : {"EPSG:32614", "EPSG:4979", "EPSG:2278"}) {
+    for (unsigned const seed : {2U, 11U}) {
+      SCOPED_TRACE(definition + std::string(", seed ") + std::to_string(seed));
+      kes::Band const band = test::randomStrip(seed).band("PANB14A");
+      auto const image = test::imagePoints(band, seed, 300);
+      kes::ToGroundOptions options = test::atHeight(height);
+      options.system = kes::CoordinateSystem(definition);
+      auto const there = test::toGround(band, image, options);
+      std::vector<geo::XYZPoint> local(there.points.size());
+      options.system->transform(test::randomStrip(seed).localSystem(), there.points, local);
+      std::vector<double> heights;
+      for (geo::XYZPoint const& p : local) {
+        heights.push_back(p.z);
+      }
+      kes::ToGroundOptions inLocal;
+      inLocal.heights = kes::HeightPerPoint{heights};
+      auto const onRay = test::toGround(band, image, inLocal);
+      for (std::size_t i = 0; i < image.size(); ++i) {
+        ASSERT_EQ(there.points[i].z, height);
+        ASSERT_NEAR(local[i].x, onRay.points[i].x, bound);
+        ASSERT_NEAR(local[i].y, onRay.points[i].y, bound);
+      }
+    }
+  }
+}
+
 }  // namespace
