@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "CogCheck.h"
+#include "CogFile.h"
+
 #include "GdalErrors.h"
-#include "OrthoFile.h"
 #include "files/StartableThreads.h"
 #include "files/WorkFolder.h"
 

@@ -3,8 +3,6 @@
 
 #include "Text.h"
 
-#include <geo/coordSys.h>
-#include <geo/units.h>
 #include <kesgdal/OrthoGrid.h>
 
 #include <algorithm>
@@ -20,13 +18,8 @@ constexpr double mostInLine = std::numeric_limits<std::int32_t>::max();
 
 }  // namespace
 
-Extent united(Extent const& a, Extent const& b) {
-  return {{std::min(a.low.x, b.low.x), std::min(a.low.y, b.low.y)},
-          {std::max(a.high.x, b.high.x), std::max(a.high.y, b.high.y)}};
-}
-
-OrthoGrid::OrthoGrid(Extent const& extent, double gsd, geo::coordSys const& map)
-    : mPixelSize(gsd / map.horizontalUnits().getScale()) {
+OrthoGrid::OrthoGrid(Extent const& extent, double gsd, kes::CoordinateSystem const& map)
+    : mPixelSize(gsd / map.horizontalUnit().metres) {
   std::string const distance = "ground sampling distance of " + number(gsd) + " m ";
   if (!(gsd > 0.0 && std::isfinite(gsd))) {
     throw std::runtime_error(distance + "isn't above 0");

@@ -4,12 +4,9 @@
 #pragma once
 
 #include <geo/XYZPoint.h>
+#include <kes/Band.h>
 
 #include <limits>
-
-namespace sensor {
-class KESStripModel;
-}
 
 namespace kesgdal {
 
@@ -20,8 +17,8 @@ namespace kesgdal {
 /// the height: the chord between two heights lies on the safe side of it between these.
 class StripReach {
 public:
-  /// Of the image and `margin` pixels around it. The strip's data are loaded.
-  StripReach(sensor::KESStripModel const& strip, int band, double margin);
+  /// Of the image and `margin` pixels around it.
+  StripReach(kes::Band const& band, double margin);
 
   /// False where no line of sight comes, and at positions that aren't finite.
   bool contains(geo::XYZPoint const& local) const {
@@ -51,7 +48,7 @@ private:
              value <= bottom.high + part * (top.high - bottom.high);
     }
   };
-  void add(sensor::KESStripModel const& strip, int band, double sample, double line);
+  void add(kes::Band const& band, double sample, double line);
 
   double mBottom;
   double mHeight;

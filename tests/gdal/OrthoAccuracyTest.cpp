@@ -4,7 +4,7 @@
 #include "OrthoSupport.h"
 #include "simulation/RenderSupport.h"
 
-#include <geo/coordSysFactory.h>
+#include <geo/coordSys.h>
 
 #include <algorithm>
 #include <array>
@@ -115,15 +115,16 @@ protected:
     return plan;
   }
 
-  Raster ortho(sensor::KESStripModel& strip, char const* bandId) {
-    strip.setMappingSystem(mMap.get());
-    dsm::RasterElevationSource terrain(KESSENSOR_TERRAIN);
+  Raster ortho(char const* bandId, kes::Orientation orientation) {
+    kes::StripOptions options;
+    options.orientation = orientation;
+    kes::Strip const strip(mFolder / ("flight/" + mFlight.files.strip), options);
     kesgdal::OrthoPlan plan;
     plan.bands = {bandId};
     plan.gsd = gsd;
     plan.threads = 2;
     std::string const name = mFolder / (std::string(bandId) + ".tif");
-    kesgdal::writeOrthophoto(strip, &terrain, plan, name);
+    kesgdal::writeOrthophoto(strip, mMap, kes::Surface::raster(KESSENSOR_TERRAIN), plan, name);
     return Raster(name);
   }
 
@@ -131,7 +132,7 @@ protected:
   Function textureOf(Raster const& raster) const {
     return [this, &raster](double x, double y) {
       geo::XYZPoint point(raster.geoTransform[0] + gsd * (x + 0.5), raster.geoTransform[3] - gsd * (y + 0.5), 0.0);
-      geo::coordSys::transform(mMap.get(), &mFlight.texture->coordSystem(), point, point);
+      geo::coordSys::transform(&mMap.platform(), &mFlight.texture->coordSystem(), point, point);
       return mFlight.texture->value(point);
     };
   }
@@ -154,12 +155,12 @@ protected:
   static constexpr double gsd = 0.2;
   test::TempFolder mFolder;
   test::RenderedFlight mFlight{planOfFlight(), mFolder / "flight"};
-  std::unique_ptr<geo::coordSys> mMap{geo::coordSysFactory::getInstance()->createCoordSys("EPSG:32616")};
+  kes::CoordinateSystem mMap{"EPSG:32616"};
 };
 
 TEST_F(OrthoAccuracy, OrthophotosShowTheTextureInItsPlace) {
   for (char const* const band : {"PANF27A", "PANN00A", "PANB14A"}) {
-    Raster const raster = ortho(*mFlight.strip, band);
+    Raster const raster = ortho(band, kes::Orientation::original);
     double const error = medianOffset(raster, textureOf(raster), 240, 100);
     RecordProperty(band, std::to_string(error));
     EXPECT_LT(error, 0.02) << band;
@@ -168,17 +169,16 @@ TEST_F(OrthoAccuracy, OrthophotosShowTheTextureInItsPlace) {
 
 // The adjusted orientation is good to 1 cm and 4 microradians, of which the latter come to 8 mm.
 TEST_F(OrthoAccuracy, AdjustedOrientationIsGoodToATenthOfAPixel) {
-  sensor::KESStripModel strip(mFolder / ("flight/" + mFlight.files.strip), true, false, false);
-  Raster const raster = ortho(strip, "PANN00A");
+  Raster const raster = ortho("PANN00A", kes::Orientation::adjusted);
   double const error = medianOffset(raster, textureOf(raster), 240, 100);
   RecordProperty("PANN00A", std::to_string(error));
   EXPECT_LT(error, 0.1);
 }
 
 TEST_F(OrthoAccuracy, ForwardNadirAndBackwardOrthophotosAgree) {
-  Raster const nadir = ortho(*mFlight.strip, "PANN00A");
+  Raster const nadir = ortho("PANN00A", kes::Orientation::original);
   for (char const* const band : {"PANF27A", "PANB14A"}) {
-    Raster const other = ortho(*mFlight.strip, band);
+    Raster const other = ortho(band, kes::Orientation::original);
     // Both lie on the same pixels of the map.
     double const columns = std::round((nadir.geoTransform[0] - other.geoTransform[0]) / gsd);
     double const rows = std::round((other.geoTransform[3] - nadir.geoTransform[3]) / gsd);

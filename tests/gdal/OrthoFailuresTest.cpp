@@ -102,7 +102,7 @@ TEST_F(OrthoFailure, SizeOfAPixelIsTold) {
 
 // Runs that would take a year, or as long as the pixels are large.
 TEST_F(OrthoFailure, SizeOfAPixelOutOfProportionIsRefused) {
-  ASSERT_EQ(mFlight.strip->gsd(0), 2.0F);
+  ASSERT_EQ(mFlight.band(0).gsd(), 2.0);
   std::string const limits = " m isn't between 0.01 and 1024 times that of the image of band PANN00A, 2 m";
   EXPECT_EQ(failure(mFlight.plan(0.0199)), "ground sampling distance of 0.0199" + limits);
   EXPECT_EQ(failure(mFlight.plan(2049)), "ground sampling distance of 2049" + limits);
@@ -110,8 +110,7 @@ TEST_F(OrthoFailure, SizeOfAPixelOutOfProportionIsRefused) {
 }
 
 TEST_F(OrthoFailure, MapThatIsNoneIsTold) {
-  std::unique_ptr<geo::coordSys> const space(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:4978"));
-  mFlight.strip->setMappingSystem(space.get());
+  mFlight.map = kes::CoordinateSystem("EPSG:4978");
   EXPECT_THAT(failure(), testing::EndsWith(" is neither projected nor geographic"));
 }
 
@@ -153,24 +152,25 @@ TEST(OrthoFailureWhileWarping, TerrainThatCantBeReadIsTold) {
   geo::XYPoint const origin = flight.mapOf({0.0, 0.0, 0.0});
   test::FormulaRaster formula(1000, 700, [](int, int) { return 500.0; });
   formula.geoTransform = {std::floor(origin.x) - 100.0, 1.0, 0.0, std::floor(origin.y) + 350.0, 0.0, -1.0};
-  dsm::RasterElevationSource terrain(formula.name(), 0);
+  kes::Surface const terrain = kes::Surface::raster(formula.name(), 0);
   std::string const name = flight.folder / "ortho.tif";
   int const before = test::entryCount(flight.folder.path());
   std::string const message = test::messageOf([&] {
-    kesgdal::writeOrthophoto(*flight.strip, &terrain, flight.plan(0.5), name, [&](double) { formula.fails = true; });
+    kesgdal::writeOrthophoto(*flight.strip, flight.map, terrain, flight.plan(0.5), name,
+                             [&](double) { formula.fails = true; });
   });
   EXPECT_THAT(message, testing::StartsWith("Can't read elevation model \"" + formula.name() + "\": "));
   EXPECT_EQ(test::entryCount(flight.folder.path()), before);
 }
 
 TEST_F(OrthoFailure, StripThatIsntLoadedIsTold) {
-  mFlight.strip->unloadData();
+  mFlight.strip->unload();
   EXPECT_EQ(failure(), "Can't orthorectify: the strip's data aren't loaded");
 }
 
 // The message of an attempt to write to a place.
 std::string writingTo(OrthoFlight const& flight, std::string const& name, OrthoPlan const& plan) {
-  return test::messageOf([&] { kesgdal::writeOrthophoto(*flight.strip, flight.terrain.get(), plan, name); });
+  return test::messageOf([&] { kesgdal::writeOrthophoto(*flight.strip, flight.map, *flight.terrain, plan, name); });
 }
 
 TEST_F(OrthoFailure, PlacesThatCantBeWrittenAreTold) {
@@ -198,14 +198,14 @@ TEST_F(OrthoFailure, FullDiskLeavesTheOlderFile) {
   std::string const name = disk / "ortho.tif";
   OrthoPlan plan = mFlight.plan(0.5);
   plan.bands = {"PANN00A"};
-  kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), plan, name);
+  kesgdal::writeOrthophoto(*mFlight.strip, mFlight.map, *mFlight.terrain, plan, name);
   auto const size = static_cast<std::int64_t>(std::filesystem::file_size(name));
   std::string const older = test::contents(name);
   int failures = 0;
   for (std::int64_t spare = 0; spare < 7 << 19; spare += 64 << 10) {
     disk.fill(spare);
     try {
-      kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), plan, name);
+      kesgdal::writeOrthophoto(*mFlight.strip, mFlight.map, *mFlight.terrain, plan, name);
     } catch (std::runtime_error const& error) {
       ++failures;
       EXPECT_THAT(error.what(), testing::StartsWith("can't write " + name + ": ")) << spare;

@@ -57,13 +57,6 @@ TEST_F(OrthoMosaicFailure, NoStripIsTold) {
   EXPECT_EQ(failure(mFlights.first.plan(), TwoFlights::strips({})), "Can't orthorectify: no strip");
 }
 
-TEST_F(OrthoMosaicFailure, StripOnAnotherMapIsTold) {
-  std::unique_ptr<geo::coordSys> const other(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:32616"));
-  mFlights.second.strip->setMappingSystem(other.get());
-  EXPECT_EQ(failure(mFlights.first.plan(), [&](StripVisitor const& visitor) { visitor(*mFlights.second.strip); }),
-            "Can't orthorectify: strip \"" + (mFlights.second.folder / "strip.stp") + "\" has another mapping system");
-}
-
 TEST_F(OrthoMosaicFailure, StripThatNamesNoImageIsNamed) {
   std::string const name = mFlights.second.folder / "strip.stp";
   std::string text = test::contents(name);
@@ -114,7 +107,7 @@ TEST_F(OrthoMosaicFailure, ImageOfTheSecondStripIsntReplaced) {
   std::string const name = mFlights.second.imageName("PANN00B");
   std::string const before = test::contents(name);
   EXPECT_EQ(test::messageOf([&] {
-              kesgdal::writeOrthophoto(mFlights.strips(), *mFlights.first.map, mFlights.first.terrain.get(),
+              kesgdal::writeOrthophoto(mFlights.strips(), mFlights.first.map, *mFlights.first.terrain,
                                        mFlights.first.plan(), name);
             }),
             "can't write " + name + ": it is read, too");

@@ -232,7 +232,7 @@ TEST(OrthoMosaic, OneOfSeveralStripsIsTheFileOfOne) {
   TwoFlights const flights;
   OrthoPlan const plan = flights.first.plan();
   std::string const one = flights.bytes(plan, TwoFlights::strips({&flights.second}));
-  kesgdal::writeOrthophoto(*flights.second.strip, flights.first.terrain.get(), plan, flights.output());
+  kesgdal::writeOrthophoto(*flights.second.strip, flights.first.map, *flights.first.terrain, plan, flights.output());
   EXPECT_TRUE(test::contents(flights.output()) == one);
 }
 

@@ -297,9 +297,8 @@ TEST(Orthophoto, TerrainThatCoversAPartGivesThatPart) {
 TEST(Orthophoto, MapMayBeGeographicAndTheTerrainElsewhere) {
   OrthoFlight flight(0.5);
   flight.writePositions();
-  std::unique_ptr<geo::coordSys> const degrees(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:4326"));
-  flight.strip->setMappingSystem(degrees.get());
-  kesgdal::writeOrthophoto(*flight.strip, flight.terrain.get(), flight.plan(1.0), flight.folder / "ortho.tif");
+  kes::CoordinateSystem const degrees("EPSG:4326");
+  kesgdal::writeOrthophoto(*flight.strip, degrees, *flight.terrain, flight.plan(1.0), flight.folder / "ortho.tif");
   Raster const ortho(flight.folder / "ortho.tif");
   EXPECT_EQ(ortho.epsg, 4326);
   EXPECT_NEAR(ortho.geoTransform[1], 1.0 / 111319.49079327358, 1e-12);
@@ -307,9 +306,9 @@ TEST(Orthophoto, MapMayBeGeographicAndTheTerrainElsewhere) {
   for (int row = 5; row < ortho.rows; row += 10) {
     for (int column = 5; column < ortho.columns; column += 10) {
       geo::XYPoint const centre = ortho.centre(column, row);
-      geo::XYZPoint map;
-      geo::coordSys::transform(degrees.get(), flight.map.get(), {centre.x, centre.y, 0.0}, map);
-      geo::XYPoint const image = flight.image(*flight.ground({map.x, map.y}));
+      std::vector<geo::XYZPoint> map{{centre.x, centre.y, 0.0}};
+      degrees.transform(flight.map, map, map);
+      geo::XYPoint const image = flight.image(*flight.ground({map[0].x, map[0].y}));
       if (flight.isInside(image, -1.0)) {
         ++compared;
         EXPECT_NEAR(ortho.at(column, row, 1), 100.0 + image.x, 0.002);

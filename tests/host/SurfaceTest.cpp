@@ -223,6 +223,28 @@ TEST_F(SurfaceHit, HeightsHaveAStatusEach) {
   EXPECT_EQ(status, (std::vector{Status::ok, Status::noSurface, Status::notFinite}));
 }
 
+TEST(Surface, KnowsItsFile) {
+  EXPECT_EQ(kes::Surface::raster(KESSENSOR_TERRAIN).fileName(), KESSENSOR_TERRAIN);
+  EXPECT_EQ(kes::Surface::constant(kes::CoordinateSystem::wgs84Degrees(), 5.0).fileName(), "");
+}
+
+// The least cache holds one tile; heights are the same.
+TEST(Surface, SmallCacheChangesNoHeight) {
+  auto const usual = kes::Surface::raster(KESSENSOR_TERRAIN);
+  auto const small = kes::Surface::raster(KESSENSOR_TERRAIN, 0);
+  auto const& usualSource = dynamic_cast<dsm::RasterElevationSource const&>(usual.platform());
+  auto const bounds = usualSource.bounds();
+  for (double const part : {0.1, 0.5, 0.9}) {
+    std::vector<geo::XYZPoint> const place{{bounds.minimum.x + part * (bounds.maximum.x - bounds.minimum.x),
+                                            bounds.minimum.y + part * (bounds.maximum.y - bounds.minimum.y), 0.0}};
+    std::vector<double> a(1);
+    std::vector<double> b(1);
+    EXPECT_EQ(usual.heights(place, a), 1U);
+    EXPECT_EQ(small.heights(place, b), 1U);
+    EXPECT_EQ(a, b);
+  }
+}
+
 TEST(Surface, MissingFileIsThePlatformsError) {
   EXPECT_MESSAGE(static_cast<void>(kes::Surface::raster("/nowhere/dem.tif")),
                  test::messageOf([] { dsm::RasterElevationSource("/nowhere/dem.tif"); }));

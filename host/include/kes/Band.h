@@ -5,6 +5,7 @@
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/CoordinateSystem.h>
 #include <kes/Projection.h>
 #include <kes/Status.h>
 #include <kes/keshost_export.h>
@@ -13,6 +14,10 @@
 #include <memory>
 #include <span>
 #include <string>
+
+namespace sensor {
+class KESStripModel;
+}
 
 namespace kes {
 
@@ -45,6 +50,10 @@ public:
   [[nodiscard]] double endTime() const;
   /// The image's file as the strip file has it.
   [[nodiscard]] std::string imageFile() const;
+  /// Its path, in the strip's folder of images; empty where the strip file names none.
+  [[nodiscard]] std::string imagePath() const;
+  /// The strip's local system.
+  [[nodiscard]] CoordinateSystem const& localSystem() const;
   /// Whether a position lies on a pixel of the image.
   [[nodiscard]] bool contains(geo::XYPoint const& image) const;
 
@@ -71,6 +80,9 @@ public:
   };
   [[nodiscard]] OnGround toGround(geo::XYPoint const& image, ToGroundOptions const& options) const;
   [[nodiscard]] InImage toImage(geo::XYZPoint const& ground, ToImageOptions const& options = {}) const;
+
+  /// The library's own object, for what this interface doesn't have. It lives as long as any copy of this.
+  [[nodiscard]] sensor::KESStripModel const& model() const;
 
 private:
   friend class Strip;

@@ -40,7 +40,11 @@ public:
   /// `dsm::RasterElevationSource`). The file stays open. Throws std::runtime_error
   /// "Can't open elevation model \"<name>\": " and the reason.
   [[nodiscard]] static Surface raster(std::string const& fileName);
+  /// The same, with so many bytes of memory for its tiles.
+  [[nodiscard]] static Surface raster(std::string const& fileName, std::size_t cacheSize);
 
+  /// The elevation model's file; empty for a surface of one height.
+  [[nodiscard]] std::string fileName() const;
   /// The system of positions and heights.
   [[nodiscard]] CoordinateSystem const& coordinateSystem() const;
   /// Between what all heights lie; nothing when the surface has none. The first call for a raster reads all of it. Throws

@@ -3,12 +3,12 @@
 
 #pragma once
 
-#include "Block.h"
+#include "BandProjection.h"
+#include "PixelBox.h"
 #include "SourceImage.h"
-#include "Transformer.h"
 
-#include <kesgdal/OrthoGrid.h>
-#include <kesgdal/Orthophoto.h>
+#include <kes/Band.h>
+#include <kesgdal/OrthoPlan.h>
 
 #include <gdalwarper.h>
 
@@ -18,7 +18,7 @@
 
 namespace kesgdal {
 
-/// How an image is warped, the same for all of its blocks.
+/// How an image is warped, the same for all of its boxes.
 struct WarpSetup {
   /// Steps from a pixel of the orthophoto to the next, in samples and in lines of the image.
   double samplesPerPixel;
@@ -28,28 +28,28 @@ struct WarpSetup {
   double noData;
   bool withDistances;
 
-  WarpSetup(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan, GDALDataType type, bool withDistances);
+  WarpSetup(kes::Band const& band, OrthoPlan const& plan, GDALDataType type, bool withDistances);
   double greatestStep() const;
-  /// Pixels beside the image in which positions are known, so that a sparse grid of them tells what a block needs.
+  /// Pixels beside the image in which positions are known, so that a sparse grid of them shows what a box needs.
   double margin() const;
 };
 
-/// Warps blocks of one band, on one thread.
-class BlockWarper {
+/// Warps boxes of one band, on one thread.
+class BoxWarper {
 public:
-  BlockWarper(WarpSetup const& setup, SourceImage image, BandProjection projection);
+  BoxWarper(WarpSetup const& setup, SourceImage image, BandProjection projection);
 
-  /// Fills `warped` with a block; false when no pixel of the image falls on it, which leaves the pixels as they are. Throws
+  /// Fills `warped` with a box; false when no pixel of the image falls on it, which leaves the pixels as they are. Throws
   /// what GDAL reports, and what the surface threw.
-  bool warp(Block const& block, WarpedBlock& warped);
+  bool warp(PixelBox const& box, WarpedPixels& warped);
 
 private:
   struct Window;
-  PixelRange needed(Block const& block);
-  void scan(Block const& block, int step, PixelRange& range);
+  PixelRange needed(PixelBox const& box);
+  void scan(PixelBox const& box, int step, PixelRange& range);
   Window windowAround(PixelRange const& range, double around) const;
-  void warp(Block const& block, Window const& window, WarpedBlock& warped);
-  void takeOutHoles(WarpedBlock& warped);
+  void warp(PixelBox const& box, Window const& window, WarpedPixels& warped);
+  void takeOutHoles(WarpedPixels& warped);
   void initialize();
 
   WarpSetup mSetup;
