@@ -68,7 +68,8 @@ TEST(ImageFile, PlacesThatCantBeWrittenSaySo) {
                  "can't write " + (folder / "none/a.tif") + ": No such file or directory");
 }
 
-// Files of 300 to 600 KB against 500 KB: the disk fills at every moment from the first tile to the directory at the end.
+// Files of 300 to 600 KB against 500 KB: the disk fills at every moment from the first tile to the directory at the
+// end.
 TEST(ImageFile, FullDiskIsNoticed) {
   int failures = 0;
   for (int rows = 256; rows <= 512; rows += 16) {
