@@ -58,7 +58,7 @@ OrthoStrip& orthoStrip() {
   return made;
 }
 
-// Positions a row at a time, as the warper asks for them.
+// Positions row by row, as the warper asks for them.
 void transform(benchmark::State& state) {
   constexpr int width = 1024;
   OrthoStrip& strip = orthoStrip();

@@ -140,7 +140,8 @@ void BandProjection::gatherReached() {
   }
 }
 
-// By the library's own form: the front door has no lines beyond `kes::Band::lineMargin`, of which a coarse orthophoto needs more.
+// By the library's own form: the front door has no lines beyond `kes::Band::lineMargin`, of which a coarse orthophoto
+// needs more.
 void BandProjection::solve() {
   sensor::KESStripModel const& strip = mShared->band.model();
   int const band = mShared->band.index();

@@ -4,7 +4,7 @@
 #include "BoxWarper.h"
 
 #include "GdalErrors.h"
-#include "Text.h"
+#include "files/NumberText.h"
 
 #include <kesgdal/OrthoTransformer.h>
 
@@ -114,8 +114,8 @@ void BoxWarper::initialize() {
   set(*options, "NUM_THREADS", "1");
   // Otherwise GDAL takes the ratio of two boxes for the ratio of two pixels: where a strip runs across the map at an
   // angle, the image would be blurred, and by another filter in each box.
-  set(*options, "XSCALE", number(1.0 / mSetup.samplesPerPixel));
-  set(*options, "YSCALE", number(1.0 / mSetup.linesPerPixel));
+  set(*options, "XSCALE", files::shortestText(1.0 / mSetup.samplesPerPixel));
+  set(*options, "YSCALE", files::shortestText(1.0 / mSetup.linesPerPixel));
   if (mOperation.Initialize(options.get()) != CE_None) {
     fail(errors);
   }
@@ -146,8 +146,8 @@ bool BoxWarper::warp(PixelBox const& box, WarpedPixels& warped) {
   return !seen.isEmpty();
 }
 
-// Around the image positions of a box, by a sparse grid of them. Between its positions there may be more to see only where
-// the surface has holes.
+// Around the image positions of a box, by a sparse grid of them. Between its positions there may be more to see only
+// where the surface has holes.
 PixelRange BoxWarper::needed(PixelBox const& box) {
   PixelRange range = PixelRange::nothing();
   std::size_t const holes = mTransformer->projection.holes();
@@ -204,7 +204,8 @@ void BoxWarper::warp(PixelBox const& box, Window const& window, WarpedPixels& wa
   warped.pixels.assign(bytes, bytes + box.size() * size);
 }
 
-// A pixel may lie in the image and be without data all the same: beside its outermost pixels, and where the image has none.
+// A pixel may lie in the image and be without data all the same: beside its outermost pixels, and where the image has
+// none.
 void BoxWarper::takeOutHoles(WarpedPixels& warped) {
   double const none = GDALAdjustValueToDataType(mSetup.type, mSetup.noData, nullptr, nullptr);
   mValues.resize(warped.distances.size());

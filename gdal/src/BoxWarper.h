@@ -39,8 +39,8 @@ class BoxWarper {
 public:
   BoxWarper(WarpSetup const& setup, SourceImage image, BandProjection projection);
 
-  /// Fills `warped` with a box; false when no pixel of the image falls on it, which leaves the pixels as they are. Throws
-  /// what GDAL reports, and what the surface threw.
+  /// Fills `warped` with a box; false when no pixel of the image falls on it, which leaves the pixels as they are.
+  /// Throws what GDAL reports, and what the surface threw.
   bool warp(PixelBox const& box, WarpedPixels& warped);
 
 private:

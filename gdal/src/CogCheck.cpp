@@ -28,8 +28,8 @@ PixelBox tileAt(int column, int row, int columns, int rows) {
   return {left, top, std::min(tileSide, columns - left), std::min(tileSide, rows - top)};
 }
 
-// The part of an image around a pixel of its overview. At odd edges the overview's pixels are a little less than two of the
-// image, so that the last ones are shifted by up to one.
+// The part of an image around a pixel of its overview. At odd edges the overview's pixels are a little less than two of
+// the image, so that the last ones are shifted by up to one.
 struct Surroundings {
   int low;
   int high;

@@ -29,19 +29,20 @@ struct OrthoFormat {
   int boxSide;
 };
 
-/// The orthophoto on its way: a GeoTIFF in tiles without compression, which are written past GDAL's cache, and in their place when
-/// they are written again. So a failure shows where it happens, and boxes without data take no room.
+/// The orthophoto on its way: a GeoTIFF in tiles without compression, which are written past GDAL's cache, and in their
+/// place when they are written again. So a failure shows where it happens, and boxes without data take no room.
 class OrthoFile {
 public:
-  /// Makes the file in a folder. `bandNames` become the bands' descriptions. Throws by `files::WorkFolder::fail` with GDAL's reason,
-  /// as the others do.
+  /// Makes the file in a folder. `bandNames` become the bands' descriptions. Throws by `files::WorkFolder::fail` with
+  /// GDAL's reason, as the others do.
   OrthoFile(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
             std::vector<std::string> const& bandNames);
   ~OrthoFile();
   OrthoFile(OrthoFile const&) = delete;
   OrthoFile& operator=(OrthoFile const&) = delete;
 
-  /// Writes a box of the format's side at its place among all of these, in a band counted from 1. `pixels` has them row by row.
+  /// Writes a box of the format's side at its place among all of these, in a band counted from 1. `pixels` has them row
+  /// by row.
   void write(int band, PixelBox const& box, void const* pixels);
   /// Reads a box back; one that wasn't written is without data.
   void read(int band, PixelBox const& box, void* pixels);

@@ -19,9 +19,10 @@ namespace kesgdal {
 struct PixelBox;
 struct WarpedPixels;
 
-/// Puts the boxes of all strips together: each pixel of the file is that of the strip which has it nearest to the middle of its
-/// line, and of the first of these that came when they are as near. The distances of what is in the file are kept in another
-/// one beside it, so that strips can come one after the other; when there is no more than one, there is none.
+/// Puts the boxes of all strips together: each pixel of the file is that of the strip which has it nearest to the
+/// middle of its line, and of the first of these that came when they are as near. The distances of what is in the file
+/// are kept in another one beside it, so that strips can come one after the other; when there is no more than one,
+/// there is none.
 class OrthoMosaic {
 public:
   /// Makes the files in a folder. Throws as `OrthoFile`.

@@ -21,8 +21,8 @@ struct PixelBox {
 /// A box as the image of one band shows it, row by row.
 struct WarpedPixels {
   std::vector<std::byte> pixels;
-  /// How far from the middle of its line the image has each pixel, in samples; infinity where it has no data. Empty when
-  /// there is no other strip to compare with.
+  /// How far from the middle of its line the image has each pixel, in samples; infinity where it has no data. Empty
+  /// when there is no other strip to compare with.
   std::vector<float> distances;
 };
 

@@ -12,9 +12,9 @@ namespace kesgdal {
 
 struct PixelBox;
 
-/// A sum over the pixels of a band and their places, to compare what was written with what is read back. Boxes come in any
-/// order and of any size, and one that is replaced is taken out again. Pixels without data count nothing, so that what was never
-/// written needs no mention. Bands with different pixels have the same sum with a probability of 2^-64.
+/// A sum over the pixels of a band and their places, to compare what was written with what is read back. Boxes come in
+/// any order and of any size, and one that is replaced is taken out again. Pixels without data count nothing, so that
+/// what was never written needs no mention. Bands with different pixels have the same sum with a probability of 2^-64.
 class PixelSum {
 public:
   PixelSum(GDALDataType type, double noData);

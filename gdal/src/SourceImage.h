@@ -12,7 +12,8 @@
 
 namespace kesgdal {
 
-/// The image of a band of a strip, open for reading: a plain file, since a strip file names it (see `raster::openRaster`).
+/// The image of a band of a strip, open for reading: a plain file, since a strip file names it (see
+/// `raster::openRaster`).
 class SourceImage {
 public:
   /// Throws std::runtime_error "image of band <id>: " and what is wrong with it, with the file's name.

@@ -12,9 +12,9 @@ namespace kesgdal {
 
 /// Where the lines of sight of a band can come: a quick test that saves the solver the ground it would search in vain.
 ///
-/// In the strip's local system, along the flight and across it, all lines of sight of the image's outer edges lie within a
-/// box at each height. A line of sight is straight, so the least of all positions along an axis is a concave function of
-/// the height: the chord between two heights lies on the safe side of it between these.
+/// In the strip's local system, along the flight and across it, all lines of sight of the image's outer edges lie
+/// within a box at each height. A line of sight is straight, so the least of all positions along an axis is a concave
+/// function of the height: the chord between two heights lies on the safe side of it between these.
 class StripReach {
 public:
   /// Of the image and `margin` pixels around it.

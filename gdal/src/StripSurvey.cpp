@@ -5,7 +5,7 @@
 
 #include "OrthoWarper.h"
 #include "SourceImage.h"
-#include "Text.h"
+#include "files/NumberText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,8 +26,8 @@ std::optional<Extent> united(std::optional<Extent> const& a, std::optional<Exten
   return a && b ? united(*a, *b) : (a ? a : b);
 }
 
-// What a pixel of the orthophoto may have of one of the image. The work and the memory for a pixel grow with the first beyond
-// all bounds, and the number of pixels with the inverse of the second.
+// What a pixel of the orthophoto may have of one of the image. The work and the memory for a pixel grow with the first
+// beyond all bounds, and the number of pixels with the inverse of the second.
 constexpr double greatestRatio = 1024.0;
 constexpr double leastRatio = 0.01;
 
@@ -35,9 +35,10 @@ constexpr double leastRatio = 0.01;
 void requireRatio(kes::Band const& band, double gsd) {
   double const ratio = gsd / band.gsd();
   if (gsd > 0.0 && std::isfinite(gsd) && !(ratio >= leastRatio && ratio <= greatestRatio)) {
-    throw std::runtime_error("ground sampling distance of " + number(gsd) + " m isn't between " + number(leastRatio) +
-                             " and " + number(greatestRatio) + " times that of the image of band " + band.id() + ", " +
-                             number(static_cast<float>(band.gsd())) + " m");
+    throw std::runtime_error("ground sampling distance of " + files::shortestText(gsd) + " m isn't between " +
+                             files::shortestText(leastRatio) + " and " + files::shortestText(greatestRatio) +
+                             " times that of the image of band " + band.id() + ", " +
+                             files::shortestText(static_cast<float>(band.gsd())) + " m");
   }
 }
 
@@ -106,7 +107,7 @@ void StripSurvey::require() const {
   GDALAdjustValueToDataType(mType, mPlan.noData, &isClamped, &isRounded);
   if (isClamped != 0 || isRounded != 0) {
     throw std::runtime_error("the images' type " + std::string(GDALGetDataTypeName(mType)) + " can't hold the value " +
-                             number(mPlan.noData) + " for no data");
+                             files::shortestText(mPlan.noData) + " for no data");
   }
   if (!mExtent) {
     failUncovered();

@@ -15,15 +15,16 @@ namespace kesgdal {
 
 namespace {
 
-// From pass to pass the sideways error shrinks by the angle between the two verticals times the terrain's slope, at worst by a
-// thousand (a local system at the end of a strip of ten kilometres).
+// From pass to pass the sideways error shrinks by the angle between the two verticals times the terrain's slope, at
+// worst by a thousand (a local system at the end of a strip of ten kilometres).
 constexpr int passesOnHeight = 4;
 constexpr double heightToTry = 1000.0;      // metres
 constexpr double sidewaysTolerance = 1e-6;  // metres
 constexpr double nodeDistance = 30.0;       // metres
 // A row for which there would be more nodes than a part of its positions is converted position by position.
 constexpr std::size_t positionsPerNode = 4;
-// Between nodes that are farther apart than so many times their distance on the map lies the date line, or a pole is near.
+// Between nodes that are farther apart than so many times their distance on the map lies the date line, or a pole is
+// near.
 constexpr double mostStretch = 10.0;
 
 geo::XYZPoint interpolated(geo::XYZPoint const& a, geo::XYZPoint const& b, double w) {

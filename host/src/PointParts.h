@@ -13,7 +13,8 @@ namespace kes::detail {
 /// Points that are worked on together.
 inline constexpr std::size_t pointsPerPart = 2048;
 
-/// Calls `work(begin, end)` for parts of `count` points in so many threads (see `forEachIndex`); in one, for all at once.
+/// Calls `work(begin, end)` for parts of `count` points in so many threads (see `forEachIndex`); in one, for all at
+/// once.
 template <class Work>
 void forEachPart(std::size_t count, int threads, Work const& work) {
   if (threads > 1 && count > pointsPerPart) {

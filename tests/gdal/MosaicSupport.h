@@ -10,8 +10,9 @@
 
 namespace test {
 
-/// Two flights that overlap by half, side by side and at an angle, over the same terrain. The brightness in the first band is
-/// 1000 + sample or 2000 + sample, and that of the second 1000 + line or 2000 + line, so that each pixel says what it shows.
+/// Two flights that overlap by half, side by side and at an angle, over the same terrain. The brightness in the first
+/// band is 1000 + sample or 2000 + sample, and that of the second 1000 + line or 2000 + line, so that each pixel says
+/// what it shows.
 struct TwoFlights {
   explicit TwoFlights(FlightSetup const& secondSetup = {.direction = 1.5, .longitude = "-1.399984"})
       : second(secondSetup) {

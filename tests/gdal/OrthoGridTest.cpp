@@ -41,7 +41,7 @@ TEST(OrthoGrid, PixelsAreMetresInTheUnitOfTheMap) {
               3937.0 / 1200.0, 1e-12);
 }
 
-TEST(OrthoGrid, SizesThatCantBeAreTold) {
+TEST(OrthoGrid, SizesThatCantBeAreReported) {
   kes::CoordinateSystem const utm("EPSG:32617");
   Extent const box{{0.0, 0.0}, {3000.0, 2000.0}};
   EXPECT_MESSAGE(OrthoGrid(box, 0.0, utm), "ground sampling distance of 0 m isn't above 0");

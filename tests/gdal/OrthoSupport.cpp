@@ -135,7 +135,8 @@ std::optional<geo::XYZPoint> OrthoFlight::ground(geo::XYPoint const& mapPosition
   return point[0];
 }
 
-// The camera looks on a line across the flight, ahead of itself, whose samples run to the left; line 0 is at the origin.
+// The camera looks on a line across the flight, ahead of itself, whose samples run to the left; line 0 is at the
+// origin.
 geo::XYPoint OrthoFlight::image(geo::XYZPoint const& local) const {
   double const along = local.x * std::cos(setup.direction) + local.y * std::sin(setup.direction);
   double const across = local.y * std::cos(setup.direction) - local.x * std::sin(setup.direction);

@@ -116,7 +116,8 @@ TEST(OrthoTransformer, PixelsOfTheRasterAreTakenByItsGeotransform) {
   EXPECT_NEAR(back.y[0], 80.0, 0.06);
 }
 
-// A row of a raster, with columns in no order, against each position asked for alone; the solver's last bits depend on the run.
+// A row of a raster, with columns in no order, against each position asked for alone; the solver's last bits depend on
+// the run.
 void expectRowsAsPositions(OrthoFlight const& flight) {
   geo::XYPoint const corner = flight.mapOf({-10.0, 60.0, 0.0});
   GeoTransform const raster = {corner.x, 0.25, 0.03, corner.y, -0.02, -0.25};
@@ -216,7 +217,7 @@ TEST(OrthoTransformer, PositionsBelowAMapOfAnotherVerticalAreFound) {
 TEST(OrthoTransformer, PositionsWithoutAHeightFail) {
   OrthoFlight flight;
   flight.relief.noData = -32768.0;
-  constexpr std::size_t column = 145;  // 80 m behind the strip's beginning
+  constexpr std::size_t column = 145;  // 80 m after the strip's beginning
   constexpr std::size_t row = 98;
   flight.relief.values[row * static_cast<std::size_t>(flight.relief.columns) + column] = -32768.0;
   flight.openTerrain();
@@ -235,7 +236,7 @@ TEST(OrthoTransformer, PositionsWithoutAHeightFail) {
 
 TEST(OrthoTransformer, PixelsWhoseRayMeetsNoSurfaceFail) {
   OrthoFlight flight;
-  flight.relief.columns = 150;  // up to 100 m behind the beginning
+  flight.relief.columns = 150;  // up to 100 m after the beginning
   flight.relief.fill([](int, int) { return 500.0; });
   flight.openTerrain();
   OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
@@ -347,7 +348,7 @@ TEST(OrthoTransformer, IsMoved) {
   EXPECT_EQ(c.argument(), argument);
 }
 
-TEST(OrthoTransformer, SurfaceThatCantBeReadIsToldAfterwards) {
+TEST(OrthoTransformer, SurfaceThatCantBeReadIsReportedAfterwards) {
   OrthoFlight const flight;
   OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   OrthoTransformer const copy = transformer.copy();
@@ -358,11 +359,24 @@ TEST(OrthoTransformer, SurfaceThatCantBeReadIsToldAfterwards) {
               testing::StartsWith("Can't read elevation model \"" + flight.terrain->fileName() + "\": "));
 }
 
-TEST(OrthoTransformer, HealthySurfaceTellsNothing) {
+TEST(OrthoTransformer, HealthySurfaceReportsNothing) {
   OrthoFlight const flight;
   OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   transformed(transformer.argument(), toImage, mapGrid(flight));
   EXPECT_NO_THROW(transformer.rethrowFailure());
+}
+
+// Line -256 has its centre at row -255.5.
+TEST(OrthoTransformer, LinesOfSightAreKnownUpToTheMarginOfTheFrontDoor) {
+  OrthoFlight const flight;
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
+  Positions pixels;
+  pixels.add(50.5, 0.5 - kes::Band::lineMargin);
+  pixels.add(50.5, 0.4 - kes::Band::lineMargin);
+  Positions const map = transformed(transformer.argument(), toRaster, pixels);
+  EXPECT_EQ(map.success, (std::vector<int>{1, 0}));
+  EXPECT_NEAR(map.x[0], flight.mapOf({-256.0, 0.0, 0.0}).x, 1.0);
+  EXPECT_EQ(map.x[1], HUGE_VAL);
 }
 
 TEST(OrthoTransformer, RasterWithoutAnAreaIsRefused) {

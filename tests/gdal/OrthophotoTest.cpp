@@ -60,7 +60,8 @@ Comparison compareLines(OrthoFlight const& flight, Raster const& ortho) {
   return compare(flight, ortho, 2, 0.5, [](geo::XYPoint const& image) { return 100.0 + image.y; });
 }
 
-// Linear brightness stays what it is between pixels: each pixel of the orthophoto tells which place of the image it shows.
+// Linear brightness stays what it is between pixels: each pixel of the orthophoto says which place of the image it
+// shows.
 TEST(Orthophoto, EachPixelShowsThePlaceOfTheImageThatSawItsGround) {
   for (double const direction : {0.0, 0.5, 2.2}) {
     OrthoFlight flight(direction);
@@ -92,8 +93,8 @@ TEST(Orthophoto, NearestTakesThePixelAroundThePosition) {
   EXPECT_EQ(ortho.at(ortho.columns / 2, ortho.rows / 2, 1), std::round(ortho.at(ortho.columns / 2, ortho.rows / 2, 1)));
 }
 
-// A wave of six lines. Interpolated at the image's own resolution, a cubic function leaves a few per cent of it; a filter that is
-// as much wider as the box around a strip that runs across the map at 45 degrees leaves less than half.
+// A wave of six lines. Interpolated at the image's own resolution, a cubic function leaves a few per cent of it; a
+// filter that is as much wider as the box around a strip that runs across the map at 45 degrees leaves less than half.
 TEST(Orthophoto, SharpnessDoesntDependOnTheDirectionOfFlight) {
   for (double const direction : {0.0, pi / 4.0}) {
     OrthoFlight flight({.direction = direction, .lines = 1500});
@@ -164,7 +165,7 @@ TEST(Orthophoto, VeryCoarsePixelsAreMadeInSmallBlocks) {
   EXPECT_EQ(lines.wrongHoles, 0);
 }
 
-TEST(Orthophoto, FileTellsBandsMapAndNoData) {
+TEST(Orthophoto, FileStatesBandsMapAndNoData) {
   OrthoFlight flight;
   flight.writePositions();
   OrthoPlan plan = flight.plan(1.5);
@@ -342,12 +343,12 @@ TEST(Orthophoto, ProgressRisesToTheEnd) {
   flight.writePositions();
   OrthoPlan plan = flight.plan(0.4);
   plan.threads = 3;
-  std::vector<double> told;
-  flight.ortho(plan, [&](double done) { told.push_back(done); });
-  EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
-  EXPECT_GT(told.size(), 3U);
-  EXPECT_GT(told.front(), 0.0);
-  EXPECT_EQ(told.back(), 1.0);
+  std::vector<double> reported;
+  flight.ortho(plan, [&](double done) { reported.push_back(done); });
+  EXPECT_TRUE(std::is_sorted(reported.begin(), reported.end()));
+  EXPECT_GT(reported.size(), 3U);
+  EXPECT_GT(reported.front(), 0.0);
+  EXPECT_EQ(reported.back(), 1.0);
 }
 
 TEST(Orthophoto, OlderFileIsReplacedWithWhatLiesBesideIt) {

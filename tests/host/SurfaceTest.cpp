@@ -22,8 +22,8 @@ using kes::Status;
 
 constexpr double degree = 0.017453292519943295;
 
-// A strip at 0.6 radians north on the central meridian of zone 33; pixels of 2 m, lines of 1 m, from 1000 m. A band that looks ahead by
-// 12 in 50.
+// A strip at 0.6 radians north on the central meridian of zone 33; pixels of 2 m, lines of 1 m, from 1000 m. A band
+// that looks ahead by 12 in 50.
 class SurfaceHit : public testing::Test {
 protected:
   SurfaceHit() {
@@ -59,7 +59,8 @@ protected:
     return position.z - height;
   }
 
-  /// The ray of an image position in small steps from the camera down to the first place below the surface: its local height.
+  /// The ray of an image position in small steps from the camera down to the first place below the surface: its local
+  /// height.
   double firstByWalking(char const* id, geo::XYPoint const& image, kes::Surface const& surface) const {
     kes::Band const band = mStrip->band(id);
     for (double z = 400.0; z > -50.0; z -= 0.05) {

@@ -19,9 +19,9 @@ struct Extent {
   geo::XYPoint high;
 };
 
-/// The least box of the map around what a band sees of a surface, by the outer edges of all lines and of the first and the
-/// last one. Where a line of sight meets no surface, it counts with all heights that the surface has anywhere. Nothing when
-/// all lies outside the surface. Throws what the surface throws when it can't be read.
+/// The least box of the map around what a band sees of a surface, by the outer edges of all lines and of the first and
+/// the last one. Where a line of sight meets no surface, it counts with all heights that the surface has anywhere.
+/// Nothing when all lies outside the surface. Throws what the surface throws when it can't be read.
 [[nodiscard]] KESGDAL_EXPORT std::optional<Extent> footprint(kes::Band const& band, kes::CoordinateSystem const& map,
                                                              kes::Surface const& surface);
 

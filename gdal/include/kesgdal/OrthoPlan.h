@@ -8,10 +8,10 @@
 
 namespace kesgdal {
 
-/// How brightness is interpolated between the pixels of an image. Where the orthophoto is coarser than the image, all but
-/// `NEAREST` take a mean over its pixels, weighted by the interpolating function, which stays in place to a tenth (`BILINEAR`)
-/// or to three hundredths (`CUBIC`) of a pixel of the image. GDAL has others, which don't: in version 3.6 its Lanczos filter
-/// shifts such an image by half a pixel.
+/// How brightness is interpolated between the pixels of an image. Where the orthophoto is coarser than the image, all
+/// but `NEAREST` take a mean over its pixels, weighted by the interpolating function, which stays in place to a tenth
+/// (`BILINEAR`) or to three hundredths (`CUBIC`) of a pixel of the image. GDAL has others, which don't: in version 3.6
+/// its Lanczos filter shifts such an image by half a pixel.
 enum class Resampling { NEAREST, BILINEAR, CUBIC };
 
 /// What orthophoto is made.

@@ -16,10 +16,10 @@ namespace kes {
 /// Does one piece of a work, by its number.
 using Worker = std::function<void(std::size_t)>;
 
-/// Does `count` pieces of a work, each once and begun in order, in this thread and `threads` - 1 others, but in no more than there
-/// are pieces. Each thread that takes part calls `makeWorker`, and does pieces with what it returns. When threads can't be
-/// started, the others do their work. When a call throws, no more pieces are begun, and the first exception comes out after
-/// all threads have ended.
+/// Does `count` pieces of a work, each once and begun in order, in this thread and `threads` - 1 others, but in no more
+/// than there are pieces. Each thread that takes part calls `makeWorker`, and does pieces with what it returns. When
+/// threads can't be started, the others do their work. When a call throws, no more pieces are begun, and the first
+/// exception comes out after all threads have ended.
 KESHOST_EXPORT void forEachIndexByWorkers(std::size_t count, int threads, std::function<Worker()> const& makeWorker);
 
 /// The same with one function, which all threads call at once.
