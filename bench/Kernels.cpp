@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-// kessensor_kernels STRIP CALIBRATIONS KERNEL COUNT: runs one projection on COUNT points of a grid, for tools that count
-// instructions. What a point costs is the difference of two counts, which leaves the loading out.
+// kessensor_kernels STRIP CALIBRATIONS KERNEL COUNT: runs one projection on COUNT points of a grid, for tools that
+// count instructions. What a point costs is the difference of two counts, which leaves the loading out.
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>

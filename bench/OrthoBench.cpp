@@ -3,9 +3,7 @@
 
 #include "Strip.h"
 
-#include <dsm/RasterElevationSource.h>
-#include <geo/coordSys.h>
-#include <geo/coordSysFactory.h>
+#include <kes/kes.h>
 #include <kesgdal/OrthoGrid.h>
 #include <kesgdal/OrthoTransformer.h>
 #include <kesgdal/Orthophoto.h>
@@ -21,27 +19,23 @@ namespace {
 
 constexpr double gsd = 0.5;
 
-// The bench's strip on a map of its own, with an image of noise.
+// The bench's strip with an image of noise, and a map.
 struct OrthoStrip {
-  std::string image;
-  dsm::RasterElevationSource terrain{KESSENSOR_TERRAIN};
-  std::unique_ptr<geo::coordSys> map{geo::coordSysFactory::getInstance()->createCoordSys("EPSG:32616")};
-  std::unique_ptr<sensor::KESStripModel> model;
-  int band;
+  kes::Surface terrain = kes::Surface::raster(KESSENSOR_TERRAIN);
+  kes::CoordinateSystem map{"EPSG:32616"};
+  kes::Strip strip{bench::strip().modelData()->fileName()};
+  kes::Band band = strip.band("PANN00A");
+  std::string image = band.imagePath();
 
-  OrthoStrip()
-      : model(std::make_unique<sensor::KESStripModel>(bench::strip().modelData()->fileName(), true, false, false)),
-        band(model->bandIndex("PANN00A")) {
-    model->setMappingSystem(map.get());
-    image = model->modelData()->imageDataLocation() + "/" + model->img(band)->imageFileName();
+  OrthoStrip() {
     std::filesystem::create_directories(std::filesystem::path(image).parent_path());
     writeImage();
   }
 
   void writeImage() const {
     GDALAllRegister();
-    int const width = static_cast<int>(model->imageWidth(band));
-    int const height = static_cast<int>(model->imageHeight(band));
+    int const width = band.samples();
+    int const height = band.lines();
     GDALDatasetUniquePtr const data(
         GetGDALDriverManager()->GetDriverByName("GTiff")->Create(image.c_str(), width, height, 1, GDT_UInt16, nullptr));
     std::vector<std::uint16_t> row(static_cast<std::size_t>(width));
@@ -64,13 +58,13 @@ OrthoStrip& orthoStrip() {
   return made;
 }
 
-// Positions a row at a time, as the warper asks for them.
+// Positions row by row, as the warper asks for them.
 void transform(benchmark::State& state) {
   constexpr int width = 1024;
   OrthoStrip& strip = orthoStrip();
-  auto const extent = *kesgdal::footprint(*strip.model, strip.band, &strip.terrain);
-  kesgdal::OrthoGrid const grid(extent, gsd, *strip.map);
-  kesgdal::OrthoTransformer const transformer(*strip.model, strip.band, &strip.terrain, grid.geoTransform());
+  auto const extent = *kesgdal::footprint(strip.band, strip.map, strip.terrain);
+  kesgdal::OrthoGrid const grid(extent, gsd, strip.map);
+  kesgdal::OrthoTransformer const transformer(strip.band, strip.map, strip.terrain, grid.geoTransform());
   std::vector<double> x(width);
   std::vector<double> y(width);
   std::vector<double> z(width);
@@ -93,12 +87,12 @@ BENCHMARK(transform)->Name("ortho, positions of a row");
 void orthophoto(benchmark::State& state) {
   OrthoStrip& strip = orthoStrip();
   kesgdal::OrthoPlan plan;
-  plan.bands = {strip.model->bandID(strip.band)};
+  plan.bands = {strip.band.id()};
   plan.gsd = gsd;
   plan.threads = static_cast<int>(state.range(0));
   std::string const file = bench::flightFolder() + "/ortho.tif";
   for (auto _ : state) {
-    kesgdal::writeOrthophoto(*strip.model, &strip.terrain, plan, file);
+    kesgdal::writeOrthophoto(strip.strip, strip.map, strip.terrain, plan, file);
   }
   GDALDatasetUniquePtr const data(GDALDataset::Open(file.c_str()));
   state.SetItemsProcessed(state.iterations() * data->GetRasterXSize() * data->GetRasterYSize());

@@ -44,8 +44,8 @@ Flight const& flight() {
   return made;
 }
 
-// A grid on the terrain plane about the middle of the strip, over this many pixels and lines: a parallelogram, across along
-// its first line, then along the flight.
+// A grid on the terrain plane about the middle of the strip, over this many pixels and lines: a parallelogram, across
+// along its first line, then along the flight.
 std::vector<geo::XYZPoint> parallelogram(double width, double length) {
   sensor::KESStripModel const& model = strip();
   int const band = model.bandIndex("PANN00A");

@@ -20,8 +20,8 @@ sensor::KESStripModel& mutableStrip();
 /// The folder of that flight.
 std::string const& flightFolder();
 
-/// A million points of a grid on the terrain plane, row by row along the sensor line of PANN00A, and their image positions. The
-/// grid is spread over the whole strip: neighbours in a row are twelve pixels apart, rows twenty lines.
+/// A million points of a grid on the terrain plane, row by row along the sensor line of PANN00A, and their image
+/// positions. The grid is spread over the whole strip: neighbours in a row are twelve pixels apart, rows twenty lines.
 std::vector<geo::XYZPoint> const& groundGrid();
 std::vector<geo::XYPoint> const& imageGrid();
 /// As many points with neighbours a pixel apart, and rows a line, as an orthophoto has them.

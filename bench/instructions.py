@@ -21,7 +21,8 @@ def instructions(program, strip, calibrations, kernel, count):
         command = ["valgrind", "--tool=callgrind", f"--callgrind-out-file={out.name}", program, strip, calibrations,
                    kernel, str(count)]
         # Files are read in parallel, and threads that wait count instructions, too.
-        run = subprocess.run(command, capture_output=True, text=True, check=True, env={**os.environ, "OMP_NUM_THREADS": "1"})
+        run = subprocess.run(command, capture_output=True, text=True, check=True,
+                             env={**os.environ, "OMP_NUM_THREADS": "1"})
     return int(re.search(r"Collected : (\d+)", run.stderr).group(1))
 
 

@@ -4,22 +4,34 @@
 #pragma once
 
 #include <simulation/LocalMap.h>
-#include <simulation/SeenGround.h>
 #include <simulation/Terrain.h>
+#include <simulation/TerrainBounds.h>
 #include <simulation/VisibleSurface.h>
-
-namespace geo {
-class coordSys;
-}
 
 namespace sensor {
 class KESStripModel;
 }
 
+namespace geo {
+class coordSys;
+}
+
 namespace simulation {
 
-/// The terrain as a band of a strip sees it, within a thousandth of a pixel or so: 1/500 of the ground sampling distance, but
-/// no less than 0.2 mm (a float holds no finer heights), for the height and for the maps between coordinate systems.
+/// What a band of a strip can see of a terrain.
+struct SeenGround {
+  /// Around all lines of sight, from the lowest to the highest terrain in their way; the strip's local system.
+  LocalMap::Box box;
+  TerrainBounds bounds;
+
+  /// How far lines of sight reach follows from the heights, and which heights there are from how far they reach: both
+  /// are found in turn. The strip's data are loaded. Throws what the terrain's source throws.
+  static SeenGround of(sensor::KESStripModel const& strip, int band, Terrain const& terrain);
+};
+
+/// The terrain as a band of a strip sees it, within a thousandth of a pixel or so: 1/500 of the ground sampling
+/// distance, but no less than 0.2 mm (a float holds no finer heights), for the height and for the maps between
+/// coordinate systems.
 class BandView {
 public:
   /// The strip has its data loaded, with the orientation that the camera had. The caller keeps both. Throws what the

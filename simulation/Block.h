@@ -20,18 +20,20 @@ struct BlockFiles {
   std::vector<FlightFiles> strips;
 };
 
-/// Flies a block over the plan's terrain and writes it into a new folder: the block file, each strip in a folder of its name as
-/// `simulateFlight` has it, one camera for all, the ground points, and the measurements of these in the images of all
-/// bands. Strips of the camera of XML files lie beside those that the block lists. The folder appears as a whole, or not at all. Equal plans give equal files.
+/// Flies a block over the plan's terrain and writes it into a new folder: the block file, each strip in a folder of its
+/// name as `simulateFlight` has it, one camera for all, the ground points, and the measurements of these in the images
+/// of all bands. Strips of the camera of XML files lie beside those that the block lists. The folder appears as a
+/// whole, or not at all. Equal plans make equal files.
 ///
-/// The block file names the elevation model by its absolute path and all else relative to its folder, also the folder of
-/// calibrations, so that a block opens wherever it lies.
+/// The block file names the elevation model by its absolute path and all else relative to its folder, also the folder
+/// of calibrations, so that a block opens wherever it lies.
 ///
 /// Image points are where the true orientation has them, with noise (see `measured`). They differ from where a strip's
 /// orientation has them by its errors, too.
 ///
-/// Throws std::runtime_error "strip \"NAME\" leaves the elevation model FILE at longitude L, latitude B" (degrees) when a band would
-/// see, at the mean terrain, what lies outside; when there is no such coordinate system; and otherwise as `simulateFlight`.
+/// Throws std::runtime_error "strip \"NAME\" leaves the elevation model FILE at longitude L, latitude B" (degrees) when
+/// a band would see, at the mean terrain, what lies outside; when there is no such coordinate system; and otherwise as
+/// `simulateFlight`.
 BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progress const& progress = {});
 
 }  // namespace simulation

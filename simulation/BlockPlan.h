@@ -10,7 +10,8 @@
 
 namespace simulation {
 
-/// A block to fly: parallel strips side by side and strips across them. Everything else follows from the seed of `flight`.
+/// A block to fly: parallel strips side by side and strips across them. Everything else follows from the seed of
+/// `flight`.
 struct BlockPlan {
   static constexpr int maxStrips = 50;
   static constexpr int maxPoints = 1000;
@@ -21,8 +22,8 @@ struct BlockPlan {
 
   BlockPlan() { flight.lines = usualLines; }
 
-  /// What holds for all strips. Its place is that of the block's middle, its heading that of the first strip, its lines are those of
-  /// the parallel strips, its start time is that of the first strip. The name doesn't count.
+  /// What holds for all strips. Its place is that of the block's middle, its heading that of the first strip, its lines
+  /// are those of the parallel strips, its start time is that of the first strip. The name doesn't count.
   FlightPlan flight;
   std::string name = "Block";
   /// Parallel strips; the first lies on the left.
@@ -37,12 +38,13 @@ struct BlockPlan {
   /// The block's mapping system, any definition of PROJ; empty: the UTM zone of the terrain's middle, WGS 84.
   std::string crs;
 
-  /// Throws std::runtime_error with the first value that can't be flown and its range, also what `FlightPlan::validate` throws.
+  /// Throws std::runtime_error with the first value that can't be flown and its range, also what `FlightPlan::validate`
+  /// throws.
   void validate() const;
   /// From the left side of the first strip to the right side of the last, metres.
   double width() const;
-  /// The flights one after another, "Line1" and so on, then "Cross1" and so on; each the other way than the one before. An
-  /// aircraft turns in two minutes.
+  /// The flights one after another, "Line1" and so on, then "Cross1" and so on; each the other way than the one before.
+  /// An aircraft turns in two minutes.
   std::vector<FlightPlan> flights() const;
 
 private:

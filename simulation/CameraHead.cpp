@@ -43,7 +43,8 @@ constexpr std::array<LineDesign, 10> designs{{{"PANF27A", 27.0, 0.0, false, 560,
                                               {"BLUF16A", 16.2, 0.0, false, 465, 50},
                                               {"NIRF16A", 16.3, 0.0, false, 860, 55}}};
 
-// A lens bends a straight line: by the square of the distance from its middle along the flight, by the cube along the line.
+// A lens bends a straight line: by the square of the distance from its middle along the flight, by the cube along the
+// line.
 SensorLine sensorLine(LineDesign const& design, int samples) {
   constexpr double bend = 0.35;     // along the flight at the ends of a line of 39 mm half length, mm
   constexpr double stretch = 0.02;  // along the line there, mm

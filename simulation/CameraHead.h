@@ -28,8 +28,8 @@ struct SensorLine {
   geo::XYPoint at(double pixel) const;
 };
 
-/// A three-line head: staggered pairs of panchromatic lines that look forward, down and backward, and four colour lines.
-/// The lines are curved by the lens; the backward pair runs reverse, from right to left.
+/// A three-line head: staggered pairs of panchromatic lines that look forward, down and backward, and four colour
+/// lines. The lines are curved by the lens; the backward pair runs reverse, from right to left.
 class CameraHead {
 public:
   static constexpr float focalLength = 0.0627F;

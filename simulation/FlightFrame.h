@@ -17,8 +17,8 @@ namespace simulation {
 
 class Terrain;
 
-/// The ground of a flight as planned: a rectangle about the strip's middle, along the heading, that a line looking straight
-/// down sweeps. Lengths in metres.
+/// The ground of a flight as planned: a rectangle about the strip's middle, along the heading, that a line looking
+/// straight down sweeps. Lengths in metres.
 class FlightFrame {
 public:
   FlightFrame(FlightPlan const& plan, Terrain const& terrain);

@@ -16,7 +16,7 @@ namespace simulation {
 
 namespace {
 
-// FNV-1a over pixels (G. Fowler, L. C. Noll, P. Vo): tells what was written from what is read back.
+// FNV-1a over pixels (G. Fowler, L. C. Noll, P. Vo): compares what was written with what is read back.
 constexpr std::uint64_t emptySum = 0xCBF29CE484222325U;
 
 std::uint64_t sumOf(std::uint64_t sum, std::vector<std::uint16_t> const& pixels) {

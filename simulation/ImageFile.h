@@ -17,7 +17,7 @@ namespace simulation {
 /// `finish` it lies in a temporary folder beside its place; then it appears as a whole, or not at all.
 class ImageFile {
 public:
-  /// Side of a tile; best written as many rows at a time.
+  /// Side of a tile; best written in as many rows at once.
   static constexpr int tileSize = 256;
 
   /// Throws std::runtime_error "can't write NAME", perhaps with the reason, as all operations do.
@@ -28,7 +28,7 @@ public:
 
   /// Appends rows of pixels.
   void write(std::vector<std::uint16_t> const& pixels);
-  /// Closes the file, reads it back to see that all pixels are there, and gives it its name. All rows are written.
+  /// Closes the file, reads it back to see that all pixels are there, and renames it to its name. All rows are written.
   void finish();
 
 private:

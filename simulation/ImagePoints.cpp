@@ -21,7 +21,7 @@ bool isSeen(sensor::KESStripModel const& strip, int band, BandView const& view, 
   geo::XYZPoint local;
   geo::coordSys::transform(strip.mappingSystem(), strip.lsrSystem(), positionOf(point), local);
   LineOfSight const line = ScanLine(strip, band, image.y, view.foot()).through(image.x);
-  // A line that meets no ground gives NaN.
+  // NaN for a line that meets no ground.
   return view.surface().meet(line, local.z) <= local.z + static_cast<double>(strip.gsd(band));
 }
 

@@ -12,8 +12,8 @@
 
 namespace simulation {
 
-/// How a sensor line and its electronics answer to light. What it says of a camera follows from the camera's samples and the
-/// line's place in the head, so that cameras of one id are alike.
+/// How a sensor line and its electronics answer to light. What it says of a camera follows from the camera's samples
+/// and the line's place in the head, so that cameras of one id are alike.
 struct LineRadiometry {
   /// Points of a curve of non-linearity: digital numbers as they are and as they should be.
   using Curve = std::vector<std::pair<double, double>>;
@@ -33,8 +33,8 @@ struct LineRadiometry {
   Curve right;
 };
 
-/// The radiometry of the head's line number `index`. Lines of narrow bands, which see less light, have three settings of the TDI,
-/// the others two.
+/// The radiometry of the head's line number `index`. Lines of narrow bands, which see less light, have three settings
+/// of the TDI, the others two.
 LineRadiometry lineRadiometry(CameraHead const& head, std::size_t index);
 
 }  // namespace simulation

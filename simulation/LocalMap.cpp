@@ -19,8 +19,8 @@ std::size_t nodesOver(double length, double spacing) {
   return static_cast<std::size_t>(std::max(std::ceil(length / spacing), 1.0)) + 1;
 }
 
-// A longitude jumps by a turn at the date line. One unit of angle is a length along the equator, and a turn 40 000 km; no
-// map of the ground is half as wide.
+// A longitude jumps by a turn at the date line. One unit of angle is a length along the equator, and a turn 40 000 km;
+// no map of the ground is half as wide.
 void unwrap(std::vector<geo::XYZPoint>& positions, geo::coordSys const& system) {
   double const turn = 2.0 * 3.141592653589793 * 6378137.0 / system.horizontalUnits().getScale();
   auto const known = std::find_if(positions.begin(), positions.end(), [](auto const& p) { return std::isfinite(p.x); });

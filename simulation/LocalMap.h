@@ -14,11 +14,12 @@ class coordSys;
 
 namespace simulation {
 
-/// A change of coordinates out of a local system, for very many positions within a box: computed at the nodes of a grid, on
-/// the box's bottom and top, and linear between them along each axis.
+/// A change of coordinates out of a local system, for very many positions within a box: computed at the nodes of a
+/// grid, on the box's bottom and top, and linear between them along each axis.
 ///
-/// Between nodes a distance `s` apart a curved Earth of radius R departs by at most s²/8R along each axis: 0.2 mm at 100 m.
-/// A vertical grid's undulations, which bend by less, are followed likewise. Positions outside the box are extrapolated.
+/// Between nodes a distance `s` apart a curved Earth of radius R departs by at most s²/8R along each axis: 0.2 mm at
+/// 100 m. A vertical grid's undulations, which bend by less, are followed likewise. Positions outside the box are
+/// extrapolated.
 class LocalMap {
 public:
   struct Box {
@@ -29,7 +30,8 @@ public:
   /// The distance between nodes, metres, at which a map departs by at most `error` metres along each axis.
   static double spacingFor(double error);
 
-  /// Lengths in metres; the box may be flat. Nodes where the target system has no positions give positions that are NaN.
+  /// Lengths in metres; the box may be flat. Nodes where the target system has no positions give positions that are
+  /// NaN.
   LocalMap(geo::coordSys const& local, geo::coordSys const& target, Box const& box, double spacing);
 
   /// The target system's position of a local one. Longitudes run on across the date line.

@@ -12,7 +12,7 @@
 
 namespace simulation {
 
-/// What the head of a band's orientation file (ODF) tells, but for the numbers of its packing.
+/// What the head of a band's orientation file (ODF) says, but for the numbers of its packing.
 struct OdfHead {
   /// "1.0" or "1.2"; the former has no anchor point.
   std::string version;
@@ -24,9 +24,9 @@ struct OdfHead {
 };
 
 /// Writes an ODF of poses, of which there is at least one. Positions are packed to millimetres, angles to 1e-8 radians,
-/// times to 1e-4 seconds in version 1.0 and to 1e-6 in 1.2; to the nearest in 1.0, and as `KESOrientation` does in 1.2. Blanks in the name become underlines, since readers end a text
-/// at a blank, and what is too long for its field is cut.
-/// Throws std::runtime_error "can't write FILE".
+/// times to 1e-4 seconds in version 1.0 and to 1e-6 in 1.2; to the nearest in 1.0, and as `KESOrientation` does in 1.2.
+/// Blanks in the name become underlines, since readers end a text at a blank, and what is too long for its field is
+/// cut. Throws std::runtime_error "can't write FILE".
 void writeOdf(std::string const& file, OdfHead const& head, std::span<TimedPose const> poses);
 
 }  // namespace simulation

@@ -30,7 +30,8 @@ OdfSet::OdfSet(Take take, std::vector<OdfBand> bands, std::string folder, std::s
 
 std::vector<std::string> OdfSet::writeOdfs(std::vector<TimedPose> const& poses, Navigation::Accuracy const& accuracy,
                                            std::string const& ending) const {
-  // The lead is divided among the bands; a tenth of it stays for the last one at the start, and for the first at the end.
+  // The lead is divided among the bands; a tenth of it stays for the last one at the start, and for the first at the
+  // end.
   std::size_t const last = mBands.size() - 1;
   std::size_t const step = mTake.leadRecords * 9 / 10 / std::max<std::size_t>(last, 1);
   OdfHead head = mTake.head;
@@ -44,7 +45,7 @@ std::vector<std::string> OdfSet::writeOdfs(std::vector<TimedPose> const& poses, 
   return names;
 }
 
-// The lines that a converter reads, and those that tell a person which image it is.
+// The lines that a converter reads, and those by which a person knows the image.
 std::string OdfSet::supportFile(OdfBand const& band, std::string const& original, std::string const& adjusted) const {
   std::ostringstream out;
   out.imbue(std::locale::classic());

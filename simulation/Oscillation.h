@@ -13,7 +13,7 @@ namespace simulation {
 class Oscillation {
 public:
   /// How a motion is spread over frequencies: `waves` waves at frequencies in equal ratios from `lowest` to `highest`
-  /// (hertz), each a little off and with a phase of its own. Amplitudes fall as frequency to the power of -`decay`;
+  /// (hertz), each a little off and with its own phase. Amplitudes fall as frequency to the power of -`decay`;
   /// together they have the root mean square `rms`.
   struct Spectrum {
     double rms;

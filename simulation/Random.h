@@ -7,12 +7,12 @@
 
 namespace simulation {
 
-/// A stream of random numbers that follows from a seed and is the same on every machine: integer arithmetic, and sums of
-/// its results, that no library or compiler may do in another way.
+/// A stream of random numbers that follows from a seed and is the same on every machine: integer arithmetic, and sums
+/// of its results, that no library or compiler may do in another way.
 class Random {
 public:
-  /// The stream number `stream` of a seed. Streams don't depend on one another: each begins anywhere in the one long cycle of
-  /// states, far from the others.
+  /// The stream number `stream` of a seed. Streams don't depend on one another: each begins anywhere in the one long
+  /// cycle of states, far from the others.
   Random(std::uint64_t seed, std::uint64_t stream) : mState(mixed(mixed(seed) + stream * increment)) {}
 
   /// A number of the interval from `low` to `high`.

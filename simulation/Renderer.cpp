@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include <kes/Parallel.h>
 #include <sensor/KESStripModel.h>
-#include <simulation/Parallel.h>
 #include <simulation/Renderer.h>
 #include <simulation/ScanLine.h>
 
@@ -52,8 +52,10 @@ Renderer::Renderer(sensor::KESStripModel const& strip, int band, Terrain const& 
 std::vector<std::uint16_t> Renderer::rows(int first, int count, int threads) const {
   std::vector<std::uint16_t> pixels(static_cast<std::size_t>(mWidth) * static_cast<std::size_t>(count));
   if (!mView.isEmpty()) {
-    forEachIndex(count, threads,
-                 [&](int row) { render(first + row, pixels.data() + static_cast<std::ptrdiff_t>(row) * mWidth); });
+    kes::forEachIndex(static_cast<std::size_t>(count), threads > 0 ? threads : kes::threadsOfMachine(),
+                      [&](std::size_t row) {
+                        render(first + static_cast<int>(row), pixels.data() + row * static_cast<std::size_t>(mWidth));
+                      });
   }
   return pixels;
 }

@@ -25,16 +25,16 @@ namespace simulation {
 /// Rows follow from their number alone: images don't depend on the number of threads, nor on which rows are asked for.
 class Renderer {
 public:
-  /// The strip has its data loaded, with the orientation that the camera had. The caller keeps all three. Throws what the
-  /// terrain throws.
+  /// The strip has its data loaded, with the orientation that the camera had. The caller keeps all three. Throws what
+  /// the terrain throws.
   Renderer(sensor::KESStripModel const& strip, int band, Terrain const& terrain, Texture const& texture);
 
   /// Of the image, pixels.
   int width() const { return mWidth; }
   int height() const { return mHeight; }
 
-  /// Pixels of `count` rows, row by row. `threads`: how many render, 0 for as many as the machine runs at a time. Throws what
-  /// terrain and texture throw.
+  /// Pixels of `count` rows, row by row. `threads`: how many render, 0 for as many as the machine runs at a time.
+  /// Throws what terrain and texture throw.
   std::vector<std::uint16_t> rows(int first, int count, int threads) const;
 
 private:

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <geo/XYZPoint.h>
-#include <simulation/LineOfSight.h>
 
 namespace sensor {
 class KESStripModel;
@@ -12,8 +11,24 @@ class KESStripModel;
 
 namespace simulation {
 
-/// The lines of sight of one line of an image: from the perspective centre at the line's exposure through where the sensor
-/// model has each sample on the ground. The caller keeps the strip, whose data are loaded.
+/// A straight line down from an eye, in a local system of z up. A position on it is given by its z.
+class LineOfSight {
+public:
+  /// Through a position that is lower than the eye.
+  LineOfSight(geo::XYZPoint const& eye, geo::XYZPoint const& foot)
+      : mEye(eye), mDx((foot.x - eye.x) / (foot.z - eye.z)), mDy((foot.y - eye.y) / (foot.z - eye.z)) {}
+
+  double eyeHeight() const { return mEye.z; }
+  geo::XYZPoint at(double z) const { return {mEye.x + (z - mEye.z) * mDx, mEye.y + (z - mEye.z) * mDy, z}; }
+
+private:
+  geo::XYZPoint mEye;
+  double mDx;
+  double mDy;
+};
+
+/// The lines of sight of one line of an image: from the perspective centre at the line's exposure through where the
+/// sensor model has each sample on the ground. The caller keeps the strip, whose data are loaded.
 class ScanLine {
 public:
   /// `foot`: a height (local system, metres) below the camera.

@@ -33,7 +33,7 @@ namespace {
 
 constexpr std::uint32_t startOfWeek = 1268299912;  // whole seconds
 constexpr double recordsPerSecond = 200.0;
-constexpr double leadTime = 1.0;              // seconds of orientation before the first line and behind the last
+constexpr double leadTime = 1.0;              // seconds of orientation before the first line and after the last
 constexpr double anchorAboveTerrain = -35.0;  // metres: local heights aren't terrain heights
 
 QString qt(std::string const& text) {

@@ -22,20 +22,21 @@ public:
   Terrain(Terrain const&) = delete;
   Terrain& operator=(Terrain const&) = delete;
 
-  /// The surface, in a coordinate system of its own.
+  /// The surface, in its own coordinate system.
   dsm::RasterElevationSource const& source() const { return mSource; }
 
-  /// Longitude and latitude of the raster's middle, radians; z is 0. Throws std::runtime_error "elevation model has no place
-  /// on the ground: FILE" when WGS 84 knows no such place.
+  /// Longitude and latitude of the raster's middle, radians; z is 0. Throws std::runtime_error "elevation model has no
+  /// place on the ground: FILE" when WGS 84 knows no such place.
   geo::XYZPoint middle() const;
-  /// Height in metres above the WGS 84 ellipsoid at a longitude and latitude (radians); nothing where there is no terrain.
+  /// Height in metres above the WGS 84 ellipsoid at a longitude and latitude (radians); nothing where there is no
+  /// terrain.
   std::optional<double> height(geo::XYZPoint const& lonLat) const;
 
   /// The raster's size in cells.
   int columns() const { return mSource.grid().columns; }
   int rows() const { return mSource.grid().rows; }
-  /// Where a position of the source's system lies in the raster: x columns and y rows from the outer corner of the first cell,
-  /// whose centre is thus at 0.5, 0.5. A longitude may be a full turn away.
+  /// Where a position of the source's system lies in the raster: x columns and y rows from the outer corner of the
+  /// first cell, whose centre is thus at 0.5, 0.5. A longitude may be a full turn away.
   geo::XYPoint cell(geo::XYZPoint const& position) const;
   /// The opposite, at a height of 0.
   geo::XYZPoint position(geo::XYPoint const& cell) const;

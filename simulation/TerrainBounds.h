@@ -19,8 +19,8 @@ struct CellBox {
 };
 
 /// What the terrain can't exceed, tile by tile, so that a line of sight passes high and gentle ground without a look at
-/// its cells. Between the centres of four cells the surface is bilinear: its greatest heights are at the centres, and it
-/// changes along a row or a column no faster than between two neighbours there.
+/// its cells. Between the centres of four cells the surface is bilinear: its greatest heights are at the centres, and
+/// it changes along a row or a column no faster than between two neighbours there.
 class TerrainBounds {
 public:
   /// Heights in the source's unit. `perColumn` and `perRow` are the greatest changes from a cell to the next.

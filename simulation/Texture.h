@@ -3,10 +3,17 @@
 
 #pragma once
 
+#include <dsm/RasterElevationSource.h>
+#include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
 #include <simulation/FlightPlan.h>
+#include <simulation/Terrain.h>
+#include <simulation/ValueNoise.h>
 
+#include <array>
+#include <cstdint>
 #include <memory>
+#include <string>
 
 namespace geo {
 class coordSys;
@@ -14,10 +21,8 @@ class coordSys;
 
 namespace simulation {
 
-class Terrain;
-
-/// What the ground looks like: a brightness at each place, 0 to 65535. It depends on the place alone, so that all bands see
-/// the same. Any number of threads may ask one texture.
+/// What the ground looks like: a brightness at each place, 0 to 65535. It depends on the place alone, so that all bands
+/// see the same. Any number of threads may ask one texture.
 class Texture {
 public:
   virtual ~Texture();
@@ -38,8 +43,59 @@ private:
   std::unique_ptr<geo::coordSys> mGeographic;
 };
 
-/// The texture of a plan's images: its raster, or the shaded terrain with a fine pattern as coarse as the plan's pixels. The
-/// caller keeps the terrain. Throws what `RasterTexture` throws.
+/// The texture of a plan's images: its raster, or the shaded terrain with a fine pattern as coarse as the plan's
+/// pixels. The caller keeps the terrain. Throws what `RasterTexture` throws.
 std::unique_ptr<Texture> makeTexture(FlightPlan const& plan, Terrain const& terrain);
+
+/// The first band of a raster, any that GDAL reads, in any coordinate reference system: values as they are, bilinear
+/// between the cells' centres, and limited to 0 to 65535. Outside the raster, and where it has no data, the brightness
+/// is 0.
+class RasterTexture final : public Texture {
+public:
+  /// Throws std::runtime_error "can't use texture FILE: " and the reason: it can't be opened, has no place on the
+  /// ground, or a system that can't be related to WGS 84.
+  explicit RasterTexture(std::string const& file);
+
+  geo::coordSys const& coordSystem() const override { return *mRaster->coordSystem(); }
+  /// Throws std::runtime_error "can't use texture FILE: " and the reason when the raster can't be read.
+  double value(geo::XYZPoint const& position) const override;
+
+private:
+  std::string mFile;
+  // A surface whose heights are the brightness: interpolation, tiles and threads are the same.
+  std::unique_ptr<dsm::RasterElevationSource const> mRaster;
+};
+
+/// The terrain in the light of a sun in the north-west, 45 degrees high, with a fine pattern fixed to the ground, so
+/// that every part of an image can be matched with its neighbour: a value noise in metres of the ground, from squares
+/// of about two to four pixels up to 64 m.
+///
+/// Brightness = 65535 (0.15 + 0.45 shade + 0.35 noise), shade and noise from 0 to 1: never 0 where there is terrain.
+/// Shade is the cosine of the angle between the sun and the surface's normal, 0 on the far side (Lambert); slopes are
+/// taken over a cell of the elevation model, so that the shade is continuous.
+class ShadedTexture final : public Texture {
+public:
+  /// The caller keeps the terrain; `pixel` is the ground size of a pixel in metres.
+  ShadedTexture(Terrain const& terrain, std::uint64_t seed, double pixel);
+
+  geo::coordSys const& coordSystem() const override { return *mTerrain.source().coordSystem(); }
+  double value(geo::XYZPoint const& position) const override;
+
+private:
+  double shade(geo::XYZPoint const& position) const;
+  geo::XYPoint metres(double dx, double dy) const;
+  double rise(geo::XYZPoint const& position, geo::XYPoint const& step) const;
+
+  Terrain const& mTerrain;
+  ValueNoise mNoise;
+  geo::XYZPoint mOrigin;
+  // East and north metres of one unit of the terrain's x and of its y, at the middle of the terrain.
+  geo::XYPoint mX;
+  geo::XYPoint mY;
+  // One column and one row of the terrain in its system, and the same in metres.
+  geo::XYPoint mColumn;
+  geo::XYPoint mRow;
+  double mUnit;
+};
 
 }  // namespace simulation

@@ -12,9 +12,9 @@
 
 namespace simulation {
 
-/// Where the camera is and how it is turned, in a local system of x east, y north, z up in metres. A ray of the camera has
-/// its x along the flight, y to the left and z up; it is turned by roll about x, then pitch about y, then yaw
-/// about z, the angle of the flight's direction counted from east towards north. Angles are in radians.
+/// Where the camera is and how it is turned, in a local system of x east, y north, z up in metres. A ray of the camera
+/// has its x along the flight, y to the left and z up; it is turned by roll about x, then pitch about y, then yaw about
+/// z, the angle of the flight's direction counted from east towards north. Angles are in radians.
 struct Pose {
   geo::XYZPoint position;
   double roll = 0.0;
@@ -35,9 +35,9 @@ struct TimedPose {
   Pose pose;
 };
 
-/// The path of an aircraft with a stabilised mount through turbulent air: slow motions of about half a degree that the mount
-/// lets through, vibrations of some tens of microradians, a speed that varies by some per cent, drifts of some metres across
-/// the line and in height.
+/// The path of an aircraft with a stabilised mount through turbulent air: slow motions of about half a degree that the
+/// mount lets through, vibrations of some tens of microradians, a speed that varies by some per cent, drifts of some
+/// metres across the line and in height.
 class Trajectory {
 public:
   /// Metres a second over ground.

@@ -11,7 +11,8 @@ namespace simulation {
 
 namespace {
 
-// The finaliser of SplitMix64: G. Steele, D. Lea, C. Flood, "Fast splittable pseudorandom number generators", OOPSLA 2014.
+// The finaliser of SplitMix64: G. Steele, D. Lea, C. Flood, "Fast splittable pseudorandom number generators", OOPSLA
+// 2014.
 std::uint64_t mixed(std::uint64_t z) {
   z = (z ^ (z >> 30U)) * 0xBF58476D1CE4E5B9U;
   z = (z ^ (z >> 27U)) * 0x94D049BB133111EBU;

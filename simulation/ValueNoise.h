@@ -8,9 +8,10 @@
 
 namespace simulation {
 
-/// Value noise: a smooth random pattern of a plane, which follows from a seed and is the same on every machine. Each octave
-/// has random values at the corners of squares and runs smoothly between them; sizes of squares are the powers of two from a
-/// finest to a coarsest one, in the plane's unit, so that patterns of different finest sizes have the coarser ones in common.
+/// Value noise: a smooth random pattern of a plane, which follows from a seed and is the same on every machine. Each
+/// octave has random values at the corners of squares and runs smoothly between them; sizes of squares are the powers
+/// of two from a finest to a coarsest one, in the plane's unit, so that patterns of different finest sizes have the
+/// coarser ones in common.
 ///
 /// K. Perlin's interpolant 6t^5 - 15t^4 + 10t^3 ("Improving noise", SIGGRAPH 2002) makes it twice differentiable.
 class ValueNoise {

@@ -42,7 +42,7 @@ double VisibleSurface::gap(LineOfSight const& line, double z) const {
   return mTerrain.source().height(position, height) ? (position.z - static_cast<double>(height)) * mUnit : nowhere;
 }
 
-// The secant method: a first step as over level ground, then as the two last places tell.
+// The secant method: a first step as over level ground, then by the two last places.
 double VisibleSurface::approach(LineOfSight const& line, double guess) const {
   double z0 = guess;
   double gap0 = gap(line, z0);
@@ -72,7 +72,7 @@ int VisibleSurface::partCount(Place const& upper, Place const& lower) {
   return static_cast<int>(std::fmin(std::fmax(std::ceil(tiles), 1.0), most));
 }
 
-// Part number i of `count`, from above. A line is straight in the terrain's system, too, as far as a map of it tells.
+// Part number i of `count`, from above. A line is straight in the terrain's system, too, as far as a map of it shows.
 VisibleSurface::Part VisibleSurface::part(Place const& upper, Place const& lower, int i, int count) const {
   auto const at = [&](int number) {
     double const w = static_cast<double>(number) / count;

@@ -36,8 +36,8 @@ constexpr int gainDecimals = 6;
 constexpr int numberDecimals = 3;
 constexpr int wavelengthDecimals = 1;
 
-// The number of a CAM file, hence the same digits: in single precision, and with a tie of its decimals gone to the even digit,
-// from where the XML file's own rounding, away from zero, can't take it.
+// The number of a CAM file, hence the same digits: in single precision, and with a tie of its decimals gone to the even
+// digit, from where the XML file's own rounding, away from zero, can't take it.
 double millimetres(float metres) {
   constexpr int decimals = 5;
   std::array<char, 64> text{};

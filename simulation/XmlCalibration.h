@@ -16,9 +16,9 @@ struct XmlCamera {
   static constexpr unsigned version = 1;
 };
 
-/// Writes the camera's folder into a folder of calibrations: its one version, with the files of geometry, sensor data, PRNU and
-/// DSNU. The geometry is that of the head's current CAM files, to the last of their digits; the misalignment, too, but in degrees
-/// with five decimals. The radiometry is `lineRadiometry`.
+/// Writes the camera's folder into a folder of calibrations: its one version, with the files of geometry, sensor data,
+/// PRNU and DSNU. The geometry is that of the head's current CAM files, to the last of their digits; the misalignment,
+/// too, but in degrees with five decimals. The radiometry is `lineRadiometry`.
 ///
 /// Throws std::runtime_error "can't write FILE", and what xmlFileData::writeGeoCalibData throws.
 void writeXmlCalibration(CameraHead const& head, std::string const& folder);

@@ -6,11 +6,9 @@
 #include "Output.h"
 #include "StripSet.h"
 
-#include <dsm/RasterElevationSource.h>
-#include <geo/coordSys.h>
-#include <geo/coordSysFactory.h>
 #include <kesgdal/Orthophoto.h>
 #include <sensor/KESStripModel.h>
+#include <sensor/KESStripModelData.h>
 
 #include <algorithm>
 #include <map>
@@ -45,20 +43,21 @@ int ortho(Options const& options) {
   InputGuard const output(options.output);
   options.strips.check(output);
   output.checkRaster(options.dem);
-  std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createCoordSys(options.crs));
-  dsm::RasterElevationSource surface(options.dem);
+  CoordinateSystem const map(options.crs);
+  Surface const surface = Surface::raster(options.dem);
+  StripOptions opening;
+  opening.orientation = options.orientation == "original" ? Orientation::original : Orientation::adjusted;
   kesgdal::OrthoPlan plan = options.plan;
   plan.resampling = resamplings.at(options.resampling);
   StripSet const set(options.strips.files);
   auto const strips = [&](kesgdal::StripVisitor const& visit) {
     set.forEach(options.orientation == "original", [&](sensor::KESStripModel& strip) {
       output.check(strip);
-      strip.setMappingSystem(map.get());
-      visit(strip);
+      visit(Strip(strip.modelData()->fileName(), opening));
     });
   };
   Progress progress("orthorectifying");
-  kesgdal::writeOrthophoto(strips, *map, &surface, plan, options.output, [&](double done) { progress.show(done); });
+  kesgdal::writeOrthophoto(strips, map, surface, plan, options.output, [&](double done) { progress.show(done); });
   return 0;
 }
 

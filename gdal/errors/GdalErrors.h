@@ -7,8 +7,8 @@
 
 namespace kesgdal {
 
-/// Keeps what GDAL reports on this thread for as long as it lives, in place of its printing. In GDAL 3.6 what fails when a file
-/// is closed shows nowhere else.
+/// Keeps what GDAL reports on this thread for as long as it lives, in place of its printing. In GDAL 3.6 what fails
+/// when a file is closed shows nowhere else.
 class GdalErrors {
 public:
   GdalErrors();

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -17,18 +18,6 @@ namespace {
 
 constexpr double halfPixel = 0.5;
 constexpr std::size_t lanes = 4;
-// Of the ground sampling distance, in height: a line of sight at 45 degrees is then good to as much of a pixel.
-constexpr float heightTolerance = 0.01F;
-
-sensor::KESStripModel const& loaded(sensor::KESStripModel const& strip, int band) {
-  if (strip.modelData() == nullptr || !strip.isDataLoaded()) {
-    throw std::runtime_error("Can't orthorectify: the strip's data aren't loaded");
-  }
-  if (band < 0 || band >= strip.numBands()) {
-    throw std::runtime_error("Can't orthorectify: the strip has no band " + std::to_string(band));
-  }
-  return strip;
-}
 
 GeoTransform inverted(GeoTransform const& t) {
   double const determinant = t[1] * t[5] - t[2] * t[4];
@@ -63,12 +52,10 @@ void PixelRange::add(double x, double y) {
   bottom = std::max(bottom, y);
 }
 
-SharedProjection::SharedProjection(sensor::KESStripModel const& model, int bandIndex,
-                                   dsm::ProjectedElevationSource const& source, GeoTransform const& geoTransform,
-                                   double around)
-    : strip(loaded(model, bandIndex)), band(bandIndex), surface(source, failure), raster(geoTransform),
-      inverse(inverted(geoTransform)), margin(around), width(model.imageWidth(bandIndex)),
-      height(model.imageHeight(bandIndex)), reach(model, bandIndex, around), positions(model, surface) {}
+SharedProjection::SharedProjection(kes::Band const& ofBand, kes::CoordinateSystem const& ofMap,
+                                   kes::Surface const& source, GeoTransform const& geoTransform, double around)
+    : band(ofBand), map(ofMap), surface(source), raster(geoTransform), inverse(inverted(geoTransform)), margin(around),
+      width(band.samples()), height(band.lines()), reach(band, around), positions(band, map, surface) {}
 
 BandProjection::BandProjection(std::shared_ptr<SharedProjection const> shared, double ratioX, double ratioY)
     : mShared(std::move(shared)), mRatioX(ratioX), mRatioY(ratioY) {}
@@ -77,19 +64,19 @@ BandProjection BandProjection::similar(double ratioX, double ratioY) const {
   return BandProjection(mShared, mRatioX * ratioX, mRatioY * ratioY);
 }
 
-void BandProjection::keepDistances(Block const& block, std::vector<float>* distances) {
-  mBlock = block;
+void BandProjection::keepDistances(PixelBox const& box, std::vector<float>* distances) {
+  mBox = box;
   mDistances = distances;
   if (distances != nullptr) {
-    distances->assign(block.size(), std::numeric_limits<float>::infinity());
+    distances->assign(box.size(), std::numeric_limits<float>::infinity());
   }
 }
 
 // The pixels from a position of the raster on, which has its column and row.
 void BandProjection::keepRow(double column, double row, std::size_t count, double const* imageX, int const* success) {
-  auto const left = static_cast<std::ptrdiff_t>(std::floor(column)) - mBlock.left;
-  auto const top = static_cast<std::ptrdiff_t>(std::floor(row)) - mBlock.top;
-  std::ptrdiff_t const first = top * mBlock.columns + left;
+  auto const left = static_cast<std::ptrdiff_t>(std::floor(column)) - mBox.left;
+  auto const top = static_cast<std::ptrdiff_t>(std::floor(row)) - mBox.top;
+  std::ptrdiff_t const first = top * mBox.columns + left;
   if (first < 0 || static_cast<std::size_t>(first) + count > mDistances->size()) {
     return;
   }
@@ -103,17 +90,7 @@ void BandProjection::keepRow(double column, double row, std::size_t count, doubl
 void BandProjection::toImage(std::size_t count, double* x, double* y, int* success) {
   double const column = count > 0 ? x[0] : 0.0;
   double const row = count > 0 ? y[0] : 0.0;
-  mGround.resize(count);
-  for (std::size_t i = 0; i < count; ++i) {
-    mGround[i] = {applied(mShared->raster, 0, x[i], y[i]), applied(mShared->raster, 1, x[i], y[i]), 0.0};
-  }
-  if (isRow(count, x, y)) {
-    mShared->positions.rowToLocal(x, mGround, mBuffers);
-  } else {
-    mShared->positions.toLocal(mGround, mBuffers);
-  }
-  gatherReached();
-  solve();
+  projectToImage(count, x, y);
   std::fill_n(x, count, HUGE_VAL);
   std::fill_n(y, count, HUGE_VAL);
   std::fill_n(success, count, 0);
@@ -124,6 +101,30 @@ void BandProjection::toImage(std::size_t count, double* x, double* y, int* succe
   if (mDistances != nullptr) {
     keepRow(column, row, count, x, success);
   }
+}
+
+// Nothing is found any more once the surface couldn't be read: what is in vain then ends soon.
+void BandProjection::projectToImage(std::size_t count, double const* x, double const* y) {
+  mIndices.clear();
+  if (mShared->failure.any()) {
+    return;
+  }
+  mGround.resize(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    mGround[i] = {applied(mShared->raster, 0, x[i], y[i]), applied(mShared->raster, 1, x[i], y[i]), 0.0};
+  }
+  try {
+    if (isRow(count, x, y)) {
+      mShared->positions.rowToLocal(x, mGround, mBuffers);
+    } else {
+      mShared->positions.toLocal(mGround, mBuffers);
+    }
+  } catch (std::exception const&) {
+    mShared->failure.keep(std::current_exception());
+    return;
+  }
+  gatherReached();
+  solve();
 }
 
 void BandProjection::gatherReached() {
@@ -139,8 +140,11 @@ void BandProjection::gatherReached() {
   }
 }
 
+// By the library's own form: the front door has no lines beyond `kes::Band::lineMargin`, of which a coarse orthophoto
+// needs more.
 void BandProjection::solve() {
-  sensor::KESStripModel const& strip = mShared->strip;
+  sensor::KESStripModel const& strip = mShared->band.model();
+  int const band = mShared->band.index();
   if (mReached.empty()) {
     return;
   }
@@ -149,9 +153,9 @@ void BandProjection::solve() {
   }
   mImage.resize(mReached.size());
   if (strip.sseEnabled()) {
-    strip.lsrToImageSSE(mReached, mShared->band, mImage);
+    strip.lsrToImageSSE(mReached, band, mImage);
   } else {
-    strip.lsrToImage(mReached, mShared->band, mImage);
+    strip.lsrToImage(mReached, band, mImage);
   }
 }
 
@@ -172,21 +176,28 @@ bool BandProjection::store(geo::XYPoint const& image, double& x, double& y) {
 }
 
 void BandProjection::toRaster(std::size_t count, double* x, double* y, int* success) {
-  sensor::KESStripModel const& strip = mShared->strip;
-  auto const start = static_cast<float>(strip.meanTerrainHeight());
+  mImage.resize(count);
+  mGround.resize(count);
+  mStatus.assign(count, kes::Status::noSurface);
   for (std::size_t i = 0; i < count; ++i) {
-    geo::XYPoint const image(x[i] * mRatioX - halfPixel, y[i] * mRatioY - halfPixel);
-    geo::XYZPoint map;
-    float height = start;
-    bool done = std::isfinite(image.x) && std::isfinite(image.y);
+    mImage[i] = {x[i] * mRatioX - halfPixel, y[i] * mRatioY - halfPixel};
+  }
+  kes::ToGroundOptions options;
+  options.system = mShared->map;
+  options.heights = mShared->surface;
+  options.solver = kes::Solver::libraryPoint;
+  if (!mShared->failure.any()) {
     try {
-      strip.imageToMap(image, mShared->band, map, &mShared->surface, height, heightTolerance);
-    } catch (std::runtime_error const&) {
-      done = false;
+      mShared->band.toGround(mImage, options, mGround, mStatus);
+    } catch (std::exception const&) {
+      mShared->failure.keep(std::current_exception());
+      mStatus.assign(count, kes::Status::noSurface);
     }
-    done = done && std::isfinite(map.x) && std::isfinite(map.y);
-    x[i] = done ? applied(mShared->inverse, 0, map.x, map.y) : HUGE_VAL;
-    y[i] = done ? applied(mShared->inverse, 1, map.x, map.y) : HUGE_VAL;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    bool const done = kes::hasResult(mStatus[i]);
+    x[i] = done ? applied(mShared->inverse, 0, mGround[i].x, mGround[i].y) : HUGE_VAL;
+    y[i] = done ? applied(mShared->inverse, 1, mGround[i].x, mGround[i].y) : HUGE_VAL;
     success[i] = done ? 1 : 0;
   }
 }

@@ -3,14 +3,17 @@
 
 #pragma once
 
-#include "Block.h"
+#include "FirstFailure.h"
+#include "PixelBox.h"
 #include "StripReach.h"
 #include "SurfacePositions.h"
-#include "WatchedSurface.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
-#include <kesgdal/OrthoTransformer.h>
+#include <kes/Band.h>
+#include <kesgdal/GeoTransform.h>
+
+#include <gdal_alg.h>
 
 #include <cstddef>
 #include <memory>
@@ -33,13 +36,13 @@ struct PixelRange {
 /// What the copies of a transformer share; nothing in it changes but for the failure.
 struct SharedProjection {
   /// Throws as the constructor of `OrthoTransformer`.
-  SharedProjection(sensor::KESStripModel const& model, int bandIndex, dsm::ProjectedElevationSource const& source,
+  SharedProjection(kes::Band const& ofBand, kes::CoordinateSystem const& ofMap, kes::Surface const& source,
                    GeoTransform const& geoTransform, double around);
 
-  sensor::KESStripModel const& strip;
-  int band;
+  kes::Band band;
+  kes::CoordinateSystem map;
+  kes::Surface surface;
   mutable FirstFailure failure;
-  mutable WatchedSurface surface;  // not const for `imageToMap` alone
   GeoTransform raster;
   GeoTransform inverse;
   double margin;
@@ -67,11 +70,12 @@ public:
   void forgetSeen() { mSeen = PixelRange::nothing(); }
   /// How many positions `toImage` was asked for so far where the surface has no height.
   std::size_t holes() const { return mHoles; }
-  /// For each pixel of a block that is projected row by row: how far from the middle of the image's line it was found, in
+  /// For each pixel of a box that is projected row by row: how far from the middle of the image's line it was found, in
   /// samples; infinity where it has no place in the image. Kept from now on until `distances` is null.
-  void keepDistances(Block const& block, std::vector<float>* distances);
+  void keepDistances(PixelBox const& box, std::vector<float>* distances);
 
 private:
+  void projectToImage(std::size_t count, double const* x, double const* y);
   void gatherReached();
   void solve();
   bool store(geo::XYPoint const& image, double& x, double& y);
@@ -83,13 +87,22 @@ private:
   PixelRange mSeen = PixelRange::nothing();
   std::size_t mHoles = 0;
   std::vector<float>* mDistances = nullptr;
-  Block mBlock{};
+  PixelBox mBox{};
   // Of one call: ground positions, then those within reach, with their indices, and where they are in the image.
   std::vector<geo::XYZPoint> mGround;
   SurfacePositions::Buffers mBuffers;
   std::vector<geo::XYZPoint> mReached;
   std::vector<std::size_t> mIndices;
   std::vector<geo::XYPoint> mImage;
+  std::vector<kes::Status> mStatus;
 };
+
+/// What the pointers point at that GDAL holds: its own description comes first.
+struct Transformer {
+  GDALTransformerInfo info;
+  BandProjection projection;
+};
+
+std::unique_ptr<Transformer> makeTransformer(BandProjection projection);
 
 }  // namespace kesgdal

@@ -1,10 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "CogCheck.h"
-
-#include "Block.h"
+#include "CogFile.h"
 #include "OrthoFile.h"
+#include "PixelBox.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,14 +22,14 @@ int tilesOf(int pixels) {
 }
 
 // A tile of an image, cut at the image's edges.
-Block tileAt(int column, int row, int columns, int rows) {
+PixelBox tileAt(int column, int row, int columns, int rows) {
   int const left = column * tileSide;
   int const top = row * tileSide;
   return {left, top, std::min(tileSide, columns - left), std::min(tileSide, rows - top)};
 }
 
-// The part of an image around a pixel of its overview. At odd edges the overview's pixels are a little less than two of the
-// image, so that the last ones are shifted by up to one.
+// The part of an image around a pixel of its overview. At odd edges the overview's pixels are a little less than two of
+// the image, so that the last ones are shifted by up to one.
 struct Surroundings {
   int low;
   int high;
@@ -40,20 +39,20 @@ struct Surroundings {
 
 // Values of a part of a band.
 struct Part {
-  Block block;
+  PixelBox box;
   std::vector<double> values;
 
-  bool read(GDALRasterBand& band, Block const& wanted) {
-    block = wanted;
-    values.resize(block.size());
-    return band.RasterIO(GF_Read, block.left, block.top, block.columns, block.rows, values.data(), block.columns,
-                         block.rows, GDT_Float64, 0, 0, nullptr) == CE_None;
+  bool read(GDALRasterBand& band, PixelBox const& wanted) {
+    box = wanted;
+    values.resize(box.size());
+    return band.RasterIO(GF_Read, box.left, box.top, box.columns, box.rows, values.data(), box.columns, box.rows,
+                         GDT_Float64, 0, 0, nullptr) == CE_None;
   }
 
   // At a pixel of the whole band.
   double at(int column, int row) const {
-    return values[static_cast<std::size_t>(row - block.top) * static_cast<std::size_t>(block.columns) +
-                  static_cast<std::size_t>(column - block.left)];
+    return values[static_cast<std::size_t>(row - box.top) * static_cast<std::size_t>(box.columns) +
+                  static_cast<std::size_t>(column - box.left)];
   }
 };
 
@@ -109,7 +108,7 @@ private:
 
   // One band after the other.
   bool readTile(int column, int row, std::vector<PixelSum>& sums) {
-    Block const tile = tileAt(column, row, mColumns, mRows);
+    PixelBox const tile = tileAt(column, row, mColumns, mRows);
     std::size_t const bandBytes = tile.size() * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mFormat.type));
     mPixels.resize(bandBytes * sums.size());
     if (mData.RasterIO(GF_Read, tile.left, tile.top, tile.columns, tile.rows, mPixels.data(), tile.columns, tile.rows,
@@ -137,7 +136,7 @@ private:
   }
 
   // In all bands, which lie in the file together.
-  bool hasOverviewTile(int i, Block const& tile) {
+  bool hasOverviewTile(int i, PixelBox const& tile) {
     for (int number = 1; number <= mData.GetRasterCount(); ++number) {
       GDALRasterBand& band = *mData.GetRasterBand(number);
       GDALRasterBand& image = i == 0 ? band : *band.GetOverview(i - 1);
@@ -155,7 +154,7 @@ private:
   }
 
   bool areMeans(int imageColumns, int imageRows) const {
-    Block const& tile = mOverview.block;
+    PixelBox const& tile = mOverview.box;
     for (int row = tile.top; row < tile.top + tile.rows; ++row) {
       for (int column = tile.left; column < tile.left + tile.columns; ++column) {
         if (!isMean(mOverview.at(column, row), Surroundings(column, imageColumns), Surroundings(row, imageRows))) {

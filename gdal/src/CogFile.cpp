@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "CogCheck.h"
+#include "CogFile.h"
+
 #include "GdalErrors.h"
-#include "OrthoFile.h"
 #include "files/StartableThreads.h"
 #include "files/WorkFolder.h"
 
@@ -19,7 +19,8 @@ GDALDatasetUniquePtr opened(std::string const& fileName) {
       GDALDataset::Open(fileName.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
 }
 
-// Calls a `Progress` from within GDAL, through which nothing may be thrown: what it throws stops GDAL's work and is kept.
+// Calls a `Progress` from within GDAL, through which nothing may be thrown: what it throws stops GDAL's work and is
+// kept.
 struct GuardedProgress {
   Progress const& progress;
   std::exception_ptr failure = nullptr;
@@ -35,8 +36,8 @@ int CPL_STDCALL onProgress(double done, char const* /*text*/, void* data) {
   return guarded.failure == nullptr ? 1 : 0;
 }
 
-// How many threads GDAL may be asked for. In version 3.6 it waits for ever when it can't start one, so that it gets none unless
-// twice as many, and some more, can be had at the moment.
+// How many threads GDAL may be asked for. In version 3.6 it waits for ever when it can't start one, so that it gets
+// none unless twice as many, and some more, can be had at the moment.
 int threadsForGdal(int threads) {
   int const wanted = 2 * threads + 2;
   return threads > 1 && files::startableThreads(wanted) == wanted ? threads : 1;

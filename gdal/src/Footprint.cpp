@@ -1,25 +1,19 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "WatchedSurface.h"
-
-#include <dsm/RasterElevationSource.h>
 #include <geo/XYZPoint.h>
-#include <geo/coordSys.h>
-#include <kesgdal/OrthoGrid.h>
+#include <kesgdal/Footprint.h>
 #include <sensor/KESStripModel.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <stdexcept>
 #include <vector>
 
 namespace kesgdal {
 
 namespace {
 
-constexpr float heightTolerance = 0.01F;  // ground sampling distances
 constexpr double halfPixel = 0.5;
 // Positions along and across an image that are tried when none of its edges meets the surface.
 constexpr int innerLines = 200;
@@ -27,54 +21,74 @@ constexpr int innerSamples = 50;
 // Heights reach from as far below the mean terrain as the flight is above it, up to this part of the way to the flight.
 constexpr double topPart = 0.75;
 
+using Heights = std::vector<double>;
+using ImagePositions = std::vector<geo::XYPoint>;
+using GroundPositions = std::vector<geo::XYZPoint>;
+
+// The outer edges of an image, pixel by pixel.
+ImagePositions edgesOf(kes::Band const& band) {
+  ImagePositions edges;
+  double const right = band.samples() - halfPixel;
+  double const end = band.lines() - halfPixel;
+  for (double line = -halfPixel; line <= end; line += 1.0) {
+    edges.emplace_back(-halfPixel, line);
+    edges.emplace_back(right, line);
+  }
+  for (double sample = halfPixel; sample < right; sample += 1.0) {
+    edges.emplace_back(sample, -halfPixel);
+    edges.emplace_back(sample, end);
+  }
+  return edges;
+}
+
+ImagePositions insideOf(kes::Band const& band) {
+  ImagePositions inside;
+  for (int i = 0; i < innerLines; ++i) {
+    for (int j = 0; j < innerSamples; ++j) {
+      inside.emplace_back(static_cast<double>(band.samples()) * (j + halfPixel) / innerSamples,
+                          static_cast<double>(band.lines()) * (i + halfPixel) / innerLines);
+    }
+  }
+  return inside;
+}
+
 class Footprint {
 public:
-  Footprint(sensor::KESStripModel const& strip, int band, dsm::RasterElevationSource* surface)
-      : mStrip(strip), mBand(band), mRaster(*surface), mSurface(*surface, mFailure) {}
+  Footprint(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface)
+      : mBand(band), mMap(map), mSurface(surface) {}
 
   std::optional<Extent> find() {
-    followEdges();
-    bool const covered = mHits > 0 || meetsInside();
-    mFailure.rethrow();
-    if (!covered) {
+    ImagePositions const misses = addHits(edgesOf(mBand));
+    if (mHits == 0 && !meetsInside()) {
       return std::nullopt;
     }
-    addMisses();
+    addMisses(misses);
     return mExtent;
   }
 
 private:
-  void followEdges() {
-    double const right = static_cast<double>(mStrip.imageWidth(mBand)) - halfPixel;
-    double const end = static_cast<double>(mStrip.imageHeight(mBand)) - halfPixel;
-    for (double line = -halfPixel; line <= end; line += 1.0) {
-      follow({-halfPixel, line});
-      follow({right, line});
-    }
-    for (double sample = halfPixel; sample < right; sample += 1.0) {
-      follow({sample, -halfPixel});
-      follow({sample, end});
-    }
+  kes::ToGroundOptions onSurface() const {
+    kes::ToGroundOptions options;
+    options.system = mMap;
+    options.heights = mSurface;
+    options.solver = kes::Solver::libraryPoint;
+    return options;
   }
 
-  void follow(geo::XYPoint const& image) {
-    geo::XYZPoint map;
-    if (meets(image, map)) {
-      ++mHits;
-      add(map);
-    } else {
-      mMisses.push_back(image);
+  // Returns those that meet no surface.
+  ImagePositions addHits(ImagePositions const& image) {
+    GroundPositions ground(image.size());
+    std::vector<kes::Status> status(image.size());
+    mHits = mBand.toGround(image, onSurface(), ground, status);
+    ImagePositions misses;
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      if (kes::hasResult(status[i])) {
+        add(ground[i]);
+      } else {
+        misses.push_back(image[i]);
+      }
     }
-  }
-
-  bool meets(geo::XYPoint const& image, geo::XYZPoint& map) {
-    auto height = static_cast<float>(mStrip.meanTerrainHeight());
-    try {
-      mStrip.imageToMap(image, mBand, map, &mSurface, height, heightTolerance);
-      return true;
-    } catch (std::runtime_error const&) {
-      return false;
-    }
+    return misses;
   }
 
   void add(geo::XYZPoint const& map) {
@@ -83,65 +97,72 @@ private:
     }
   }
 
-  bool meetsInside() {
-    double const width = mStrip.imageWidth(mBand);
-    double const height = mStrip.imageHeight(mBand);
-    geo::XYZPoint ignored;
-    for (int i = 0; i < innerLines; ++i) {
-      for (int j = 0; j < innerSamples; ++j) {
-        if (meets({width * (j + halfPixel) / innerSamples, height * (i + halfPixel) / innerLines}, ignored)) {
-          return true;
-        }
-      }
-    }
-    return false;
+  bool meetsInside() const {
+    ImagePositions const inside = insideOf(mBand);
+    GroundPositions ground(inside.size());
+    std::vector<kes::Status> status(inside.size());
+    return mBand.toGround(inside, onSurface(), ground, status) > 0;
   }
 
   // Lines of sight that meet nothing pass somewhere between the lowest and the highest terrain.
-  void addMisses() {
-    if (mMisses.empty()) {
+  void addMisses(ImagePositions const& misses) {
+    if (misses.empty()) {
       return;
     }
-    std::optional<dsm::RasterElevationSource::HeightRange> const range = mRaster.heightRange();
-    for (geo::XYPoint const& image : mMisses) {
-      addMiss(image, static_cast<double>(range->lowest));
-      addMiss(image, static_cast<double>(range->highest));
-    }
+    std::optional<kes::Surface::HeightRange> const range = mSurface.heightRange();
+    addMisses(misses, range->lowest);
+    addMisses(misses, range->highest);
   }
 
   // At a height of the surface's system, which is another one of the local system from place to place.
-  void addMiss(geo::XYPoint const& image, double height) {
-    double const terrain = mStrip.meanTerrainHeight();
-    double const flight = mStrip.meanFlyingHeight() - terrain;
-    geo::XYZPoint local;
-    geo::XYZPoint position;
-    mStrip.imageToLsr(image, static_cast<float>(terrain), mBand, local);
-    geo::coordSys::transform(mStrip.lsrSystem(), mSurface.coordSystem(), local, position);
-    position.z = height;
-    geo::coordSys::transform(mSurface.coordSystem(), mStrip.lsrSystem(), position, position);
-    double const z = std::isfinite(position.z) ? position.z : terrain;
-    auto const limited = static_cast<float>(std::clamp(z, terrain - flight, terrain + topPart * flight));
-    mStrip.imageToLsr(image, limited, mBand, local);
-    geo::coordSys::transform(mStrip.lsrSystem(), mStrip.mappingSystem(), local, position);
-    add(position);
+  void addMisses(ImagePositions const& misses, double height) {
+    double const terrain = mBand.model().meanTerrainHeight();
+    double const flight = mBand.model().meanFlyingHeight() - terrain;
+    kes::CoordinateSystem const& system = mSurface.coordinateSystem();
+    GroundPositions ground = atLocalHeights(misses, Heights(misses.size(), terrain));
+    mBand.localSystem().transform(system, ground, ground);
+    for (geo::XYZPoint& position : ground) {
+      position.z = height;
+    }
+    system.transform(mBand.localSystem(), ground, ground);
+    Heights heights;
+    for (geo::XYZPoint const& position : ground) {
+      double const z = std::isfinite(position.z) ? position.z : terrain;
+      heights.push_back(std::clamp(z, terrain - flight, terrain + topPart * flight));
+    }
+    ground = atLocalHeights(misses, heights);
+    mBand.localSystem().transform(mMap, ground, ground);
+    std::for_each(ground.begin(), ground.end(), [&](geo::XYZPoint const& position) { add(position); });
+  }
+
+  GroundPositions atLocalHeights(ImagePositions const& image, Heights const& heights) const {
+    kes::ToGroundOptions options;
+    options.heights = kes::HeightPerPoint{heights};
+    options.solver = kes::Solver::libraryPoint;
+    GroundPositions ground(image.size());
+    std::vector<kes::Status> status(image.size());
+    mBand.toGround(image, options, ground, status);
+    return ground;
   }
 
   static constexpr double infinity = std::numeric_limits<double>::infinity();
 
-  sensor::KESStripModel const& mStrip;
-  int mBand;
-  dsm::RasterElevationSource const& mRaster;
-  FirstFailure mFailure;
-  WatchedSurface mSurface;
+  kes::Band const& mBand;
+  kes::CoordinateSystem const& mMap;
+  kes::Surface const& mSurface;
   Extent mExtent{{infinity, infinity}, {-infinity, -infinity}};
   std::size_t mHits = 0;
-  std::vector<geo::XYPoint> mMisses;
 };
 
 }  // namespace
 
-std::optional<Extent> footprint(sensor::KESStripModel const& strip, int band, dsm::RasterElevationSource* surface) {
-  return Footprint(strip, band, surface).find();
+std::optional<Extent> footprint(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface) {
+  return Footprint(band, map, surface).find();
+}
+
+Extent united(Extent const& a, Extent const& b) {
+  return {{std::min(a.low.x, b.low.x), std::min(a.low.y, b.low.y)},
+          {std::max(a.high.x, b.high.x), std::max(a.high.y, b.high.y)}};
 }
 
 }  // namespace kesgdal

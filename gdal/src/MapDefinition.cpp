@@ -5,11 +5,9 @@
 
 #include "GdalErrors.h"
 
-#include <geo/coordSys.h>
-
 namespace kesgdal {
 
-OGRSpatialReference spatialReferenceOf(geo::coordSys const& system) {
+OGRSpatialReference spatialReferenceOf(kes::CoordinateSystem const& system) {
   GdalErrors const quiet;
   OGRSpatialReference reference;
   if (reference.SetFromUserInput(system.definition().c_str(),

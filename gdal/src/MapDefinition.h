@@ -3,15 +3,13 @@
 
 #pragma once
 
-#include <ogr_spatialref.h>
+#include <kes/CoordinateSystem.h>
 
-namespace geo {
-class coordSys;
-}
+#include <ogr_spatialref.h>
 
 namespace kesgdal {
 
 /// The system as GDAL has it, with x east and y north, whatever order the definition has; empty when GDAL can't.
-OGRSpatialReference spatialReferenceOf(geo::coordSys const& system);
+OGRSpatialReference spatialReferenceOf(kes::CoordinateSystem const& system);
 
 }  // namespace kesgdal

@@ -3,8 +3,8 @@
 
 #include "OrthoFile.h"
 
-#include "Block.h"
 #include "GdalErrors.h"
+#include "PixelBox.h"
 #include "files/WorkFolder.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ constexpr int greatestTile = 512;
 
 OrthoFile::OrthoFile(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
                      std::vector<std::string> const& bandNames)
-    : mFolder(folder), mFormat(format), mTileSide(std::min(format.blockSide, greatestTile)),
+    : mFolder(folder), mFormat(format), mTileSide(std::min(format.boxSide, greatestTile)),
       mPixelBytes(static_cast<std::size_t>(GDALGetDataTypeSizeBytes(format.type))) {
   GdalErrors const errors;
   CPLStringList options;
@@ -61,34 +61,34 @@ void OrthoFile::setHeader(std::vector<std::string> const& bandNames) {
   }
 }
 
-void OrthoFile::write(int band, Block const& block, void const* pixels) {
-  std::size_t const rowBytes = static_cast<std::size_t>(block.columns) * mPixelBytes;
-  forEachTile(block, [&](Block const& tile, std::size_t firstPixel) {
+void OrthoFile::write(int band, PixelBox const& box, void const* pixels) {
+  std::size_t const rowBytes = static_cast<std::size_t>(box.columns) * mPixelBytes;
+  forEachTile(box, [&](PixelBox const& tile, std::size_t firstPixel) {
     writeTile(band, tile, static_cast<std::byte const*>(pixels) + firstPixel * mPixelBytes, rowBytes);
   });
 }
 
-void OrthoFile::read(int band, Block const& block, void* pixels) {
-  std::size_t const rowBytes = static_cast<std::size_t>(block.columns) * mPixelBytes;
-  forEachTile(block, [&](Block const& tile, std::size_t firstPixel) {
+void OrthoFile::read(int band, PixelBox const& box, void* pixels) {
+  std::size_t const rowBytes = static_cast<std::size_t>(box.columns) * mPixelBytes;
+  forEachTile(box, [&](PixelBox const& tile, std::size_t firstPixel) {
     readTile(band, tile, static_cast<std::byte*>(pixels) + firstPixel * mPixelBytes, rowBytes);
   });
 }
 
-// `work` is called with each tile of a block, and the index of the tile's first pixel in the block.
+// `work` is called with each tile of a box, and the index of the tile's first pixel in the box.
 template <class Work>
-void OrthoFile::forEachTile(Block const& block, Work const& work) const {
-  for (int top = 0; top < block.rows; top += mTileSide) {
-    for (int left = 0; left < block.columns; left += mTileSide) {
-      Block const tile{block.left + left, block.top + top, std::min(mTileSide, block.columns - left),
-                       std::min(mTileSide, block.rows - top)};
+void OrthoFile::forEachTile(PixelBox const& box, Work const& work) const {
+  for (int top = 0; top < box.rows; top += mTileSide) {
+    for (int left = 0; left < box.columns; left += mTileSide) {
+      PixelBox const tile{box.left + left, box.top + top, std::min(mTileSide, box.columns - left),
+                          std::min(mTileSide, box.rows - top)};
       work(tile,
-           static_cast<std::size_t>(top) * static_cast<std::size_t>(block.columns) + static_cast<std::size_t>(left));
+           static_cast<std::size_t>(top) * static_cast<std::size_t>(box.columns) + static_cast<std::size_t>(left));
     }
   }
 }
 
-void OrthoFile::writeTile(int band, Block const& tile, std::byte const* pixels, std::size_t rowBytes) {
+void OrthoFile::writeTile(int band, PixelBox const& tile, std::byte const* pixels, std::size_t rowBytes) {
   auto const side = static_cast<std::size_t>(mTileSide);
   mTile.assign(side * side * mPixelBytes, std::byte{0});
   for (std::size_t row = 0; row < static_cast<std::size_t>(tile.rows); ++row) {
@@ -100,7 +100,7 @@ void OrthoFile::writeTile(int band, Block const& tile, std::byte const* pixels, 
           errors);
 }
 
-void OrthoFile::readTile(int band, Block const& tile, std::byte* pixels, std::size_t rowBytes) {
+void OrthoFile::readTile(int band, PixelBox const& tile, std::byte* pixels, std::size_t rowBytes) {
   auto const side = static_cast<std::size_t>(mTileSide);
   mTile.resize(side * side * mPixelBytes);
   GdalErrors const errors;

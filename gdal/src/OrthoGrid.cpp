@@ -1,33 +1,36 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "Text.h"
+#include "files/NumberText.h"
 
-#include <geo/coordSys.h>
-#include <geo/units.h>
 #include <kesgdal/OrthoGrid.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <string>
 
 namespace kesgdal {
 
 namespace {
 
+// Without an exponent.
+std::string wholeNumber(double value) {
+  std::array<char, 400> digits{};
+  return {digits.data(),
+          std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, 0).ptr};
+}
+
 constexpr double mostInLine = std::numeric_limits<std::int32_t>::max();
 
 }  // namespace
 
-Extent united(Extent const& a, Extent const& b) {
-  return {{std::min(a.low.x, b.low.x), std::min(a.low.y, b.low.y)},
-          {std::max(a.high.x, b.high.x), std::max(a.high.y, b.high.y)}};
-}
-
-OrthoGrid::OrthoGrid(Extent const& extent, double gsd, geo::coordSys const& map)
-    : mPixelSize(gsd / map.horizontalUnits().getScale()) {
-  std::string const distance = "ground sampling distance of " + number(gsd) + " m ";
+OrthoGrid::OrthoGrid(Extent const& extent, double gsd, kes::CoordinateSystem const& map)
+    : mPixelSize(gsd / map.horizontalUnit().metres) {
+  std::string const distance = "ground sampling distance of " + files::shortestText(gsd) + " m ";
   if (!(gsd > 0.0 && std::isfinite(gsd))) {
     throw std::runtime_error(distance + "isn't above 0");
   }

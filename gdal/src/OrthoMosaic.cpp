@@ -3,7 +3,7 @@
 
 #include "OrthoMosaic.h"
 
-#include "Block.h"
+#include "PixelBox.h"
 #include "files/WorkFolder.h"
 
 #include <cstring>
@@ -18,7 +18,7 @@ constexpr char const* distancesName = "distances.tif";
 
 // What wasn't written is as far away as can be.
 OrthoFormat distanceFormat(OrthoFormat const& format) {
-  return {format.grid, format.reference, GDT_Float32, std::numeric_limits<double>::infinity(), format.blockSide};
+  return {format.grid, format.reference, GDT_Float32, std::numeric_limits<double>::infinity(), format.boxSide};
 }
 
 }  // namespace
@@ -32,29 +32,29 @@ OrthoMosaic::OrthoMosaic(files::WorkFolder const& folder, std::string const& nam
   }
 }
 
-void OrthoMosaic::add(int band, Block const& block, WarpedBlock const& warped) {
+void OrthoMosaic::add(int band, PixelBox const& box, WarpedPixels const& warped) {
   PixelSum& sum = mSums[static_cast<std::size_t>(band) - 1];
   if (!isOfSeveralStrips()) {
-    sum.add(block, warped.pixels.data());
-    mPixels.write(band, block, warped.pixels.data());
+    sum.add(box, warped.pixels.data());
+    mPixels.write(band, box, warped.pixels.data());
     return;
   }
   mShown.resize(warped.pixels.size());
   mShownDistances.resize(warped.distances.size());
-  mPixels.read(band, block, mShown.data());
-  mDistances->read(band, block, mShownDistances.data());
+  mPixels.read(band, box, mShown.data());
+  mDistances->read(band, box, mShownDistances.data());
   PixelSum taken = sum;
-  taken.remove(block, mShown.data());
+  taken.remove(box, mShown.data());
   if (take(warped)) {
-    taken.add(block, mShown.data());
+    taken.add(box, mShown.data());
     sum = taken;
-    mPixels.write(band, block, mShown.data());
-    mDistances->write(band, block, mShownDistances.data());
+    mPixels.write(band, box, mShown.data());
+    mDistances->write(band, box, mShownDistances.data());
   }
 }
 
 // The pixels that are nearer; whether there are any.
-bool OrthoMosaic::take(WarpedBlock const& warped) {
+bool OrthoMosaic::take(WarpedPixels const& warped) {
   std::size_t const size = warped.distances.size();
   std::size_t const bytes = warped.pixels.size() / size;
   bool any = false;

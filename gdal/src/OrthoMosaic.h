@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "CogFile.h"
 #include "OrthoFile.h"
 
 #include <memory>
@@ -15,12 +16,13 @@ class WorkFolder;
 
 namespace kesgdal {
 
-struct Block;
-struct WarpedBlock;
+struct PixelBox;
+struct WarpedPixels;
 
-/// Puts the blocks of all strips together: each pixel of the file is that of the strip which has it nearest to the middle of its
-/// line, and of the first of these that came when they are as near. The distances of what is in the file are kept in another
-/// one beside it, so that strips can come one after the other; when there is no more than one, there is none.
+/// Puts the boxes of all strips together: each pixel of the file is that of the strip which has it nearest to the
+/// middle of its line, and of the first of these that came when they are as near. The distances of what is in the file
+/// are kept in another one beside it, so that strips can come one after the other; when there is no more than one,
+/// there is none.
 class OrthoMosaic {
 public:
   /// Makes the files in a folder. Throws as `OrthoFile`.
@@ -28,17 +30,17 @@ public:
               std::vector<std::string> const& bandNames, bool ofSeveralStrips);
 
   OrthoFormat const& format() const { return mFormat; }
-  /// Whether blocks come with distances.
+  /// Whether boxes come with distances.
   bool isOfSeveralStrips() const { return mDistances != nullptr; }
-  /// Adds a block of a strip, to a band counted from 1.
-  void add(int band, Block const& block, WarpedBlock const& warped);
-  /// What all blocks so far have made of the file.
+  /// Adds a box of a strip, to a band counted from 1.
+  void add(int band, PixelBox const& box, WarpedPixels const& warped);
+  /// What all boxes so far have made of the file.
   OrthoContent content() const { return {mFormat, mBandNames, mSums}; }
   /// Ends the file, and removes the other one.
   void close();
 
 private:
-  bool take(WarpedBlock const& warped);
+  bool take(WarpedPixels const& warped);
 
   files::WorkFolder const& mFolder;
   OrthoFormat mFormat;
@@ -46,7 +48,7 @@ private:
   std::vector<PixelSum> mSums;  // of the bands
   OrthoFile mPixels;
   std::unique_ptr<OrthoFile> mDistances;
-  // What the files have of a block.
+  // What the files have of a box.
   std::vector<std::byte> mShown;
   std::vector<float> mShownDistances;
 };

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "Transformer.h"
+#include "BandProjection.h"
 
 #include <kesgdal/OrthoTransformer.h>
 
 #include <cstring>
-#include <stdexcept>
+#include <new>
 #include <utility>
 
 namespace kesgdal {
@@ -30,13 +30,6 @@ void* makeSimilar(void* argument, double ratioX, double ratioY) {
   }
 }
 
-dsm::ProjectedElevationSource const& required(dsm::ProjectedElevationSource const* surface) {
-  if (surface == nullptr) {
-    throw std::runtime_error("Can't orthorectify: no surface");
-  }
-  return *surface;
-}
-
 }  // namespace
 
 std::unique_ptr<Transformer> makeTransformer(BandProjection projection) {
@@ -49,11 +42,11 @@ std::unique_ptr<Transformer> makeTransformer(BandProjection projection) {
   return std::make_unique<Transformer>(Transformer{info, std::move(projection)});
 }
 
-OrthoTransformer::OrthoTransformer(sensor::KESStripModel const& strip, int band, dsm::ProjectedElevationSource* surface,
+OrthoTransformer::OrthoTransformer(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface,
                                    GeoTransform const& raster, double margin)
-    : mArgument(makeTransformer(BandProjection(std::make_shared<SharedProjection const>(strip, band, required(surface),
-                                                                                        raster, margin)))
-                    .release()) {}
+    : mArgument(
+          makeTransformer(BandProjection(std::make_shared<SharedProjection const>(band, map, surface, raster, margin)))
+              .release()) {}
 
 OrthoTransformer::~OrthoTransformer() {
   if (mArgument != nullptr) {

@@ -3,18 +3,14 @@
 
 #include "OrthoWarper.h"
 
-#include "BlockWarper.h"
+#include "BoxWarper.h"
 #include "OrthoMosaic.h"
 
-#include <dsm/ProjectedElevationSource.h>
-#include <sensor/KESStripModel.h>
+#include <kes/Parallel.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cmath>
-#include <exception>
+#include <memory>
 #include <mutex>
-#include <thread>
 
 namespace kesgdal {
 
@@ -22,107 +18,69 @@ namespace {
 
 constexpr int greatestSide = 1024;
 constexpr int leastSide = 16;  // that of the smallest tile of a TIFF
-// Pixels of an image along a block's side.
+// Pixels of an image along a box's side.
 constexpr double greatestSourceSide = 4096.0;
 
-// Blocks of a grid that meet a part of it, handed out one after the other to all threads.
-class Blocks {
+// The boxes of a grid that meet a part of it.
+class Boxes {
 public:
-  Blocks(OrthoGrid const& grid, int side, Block const& part)
+  Boxes(OrthoGrid const& grid, int side, PixelBox const& part)
       : mGrid(grid), mSide(side), mLeft(part.left / side), mTop(part.top / side),
         mColumns(count(part.left, part.columns)), mRows(count(part.top, part.rows)) {}
 
-  std::int64_t size() const { return mColumns * mRows; }
-  std::int64_t next() { return mNext++; }
-  void stop() { mNext = size(); }
+  std::size_t size() const { return mColumns * mRows; }
 
-  Block at(std::int64_t index) const {
+  PixelBox operator[](std::size_t index) const {
     int const left = (mLeft + static_cast<int>(index % mColumns)) * mSide;
     int const top = (mTop + static_cast<int>(index / mColumns)) * mSide;
     return {left, top, std::min(mSide, mGrid.columns() - left), std::min(mSide, mGrid.rows() - top)};
   }
 
 private:
-  std::int64_t count(int first, int pixels) const { return (first + pixels - 1) / mSide - first / mSide + 1; }
+  std::size_t count(int first, int pixels) const {
+    return static_cast<std::size_t>((first + pixels - 1) / mSide - first / mSide + 1);
+  }
 
   OrthoGrid const& mGrid;
   int mSide;
-  int mLeft;  // blocks
+  int mLeft;  // boxes
   int mTop;
-  std::int64_t mColumns;
-  std::int64_t mRows;
-  std::atomic<std::int64_t> mNext{0};
+  std::size_t mColumns;
+  std::size_t mRows;
 };
 
-// Threads that work on the blocks of one band.
-class Workers {
+// Where the threads that warp the boxes of one band put them.
+class Collector {
 public:
-  Workers(Blocks& blocks, OrthoMosaic& mosaic, int band, Progress const& progress)
-      : mBlocks(blocks), mMosaic(mosaic), mBand(band), mProgress(progress) {}
+  Collector(Boxes const& boxes, OrthoMosaic& mosaic, int band, Progress const& progress)
+      : mBoxes(boxes), mMosaic(mosaic), mBand(band), mProgress(progress) {}
 
-  // `makeWarper` is called on each thread.
-  template <class MakeWarper>
-  void run(int threads, MakeWarper const& makeWarper) {
-    std::vector<std::thread> others;
-    try {
-      for (int i = 1; i < std::min<std::int64_t>(threads, mBlocks.size()); ++i) {
-        others.emplace_back([&] { guard(makeWarper); });
-      }
-    } catch (std::exception const&) {
-      // No room for more: those there are do all the work.
+  void add(PixelBox const& box, bool seen, WarpedPixels const& warped) {
+    std::lock_guard const lock(mMutex);
+    if (seen) {
+      mMosaic.add(mBand, box, warped);
+      mHasSeen = true;
     }
-    guard(makeWarper);
-    for (std::thread& thread : others) {
-      thread.join();
-    }
-    if (mFailure) {
-      std::rethrow_exception(mFailure);
-    }
+    ++mDone;
+    mProgress(static_cast<double>(mDone) / static_cast<double>(mBoxes.size()));
   }
 
   bool hasSeen() const { return mHasSeen; }
 
 private:
-  template <class MakeWarper>
-  void guard(MakeWarper const& makeWarper) {
-    try {
-      work(makeWarper());
-    } catch (...) {
-      std::lock_guard const lock(mMutex);
-      mFailure = mFailure ? mFailure : std::current_exception();
-      mBlocks.stop();
-    }
-  }
-
-  void work(std::unique_ptr<BlockWarper> const& warper) {
-    WarpedBlock warped;
-    for (std::int64_t i = mBlocks.next(); i < mBlocks.size(); i = mBlocks.next()) {
-      Block const block = mBlocks.at(i);
-      bool const seen = warper->warp(block, warped);
-      std::lock_guard const lock(mMutex);
-      if (seen) {
-        mMosaic.add(mBand, block, warped);
-        mHasSeen = true;
-      }
-      ++mDone;
-      mProgress(static_cast<double>(mDone) / static_cast<double>(mBlocks.size()));
-    }
-  }
-
-  Blocks& mBlocks;
+  Boxes const& mBoxes;
   OrthoMosaic& mMosaic;
   int mBand;
   Progress const& mProgress;
   std::mutex mMutex;
-  std::exception_ptr mFailure;
-  std::int64_t mDone = 0;
+  std::size_t mDone = 0;
   bool mHasSeen = false;
 };
 
 }  // namespace
 
-int blockSide(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan) {
-  double const greatestStep = WarpSetup(strip, band, plan, GDT_Byte, false).greatestStep();
+int boxSide(kes::Band const& band, OrthoPlan const& plan) {
+  double const greatestStep = WarpSetup(band, plan, GDT_Byte, false).greatestStep();
   int side = greatestSide;
   while (side > leastSide && side * greatestStep > greatestSourceSide) {
     side /= 2;
@@ -130,18 +88,23 @@ int blockSide(sensor::KESStripModel const& strip, int band, OrthoPlan const& pla
   return side;
 }
 
-bool warpBand(sensor::KESStripModel const& strip, int band, OrthoWork const& work, Block const& part, int mosaicBand,
+bool warpBand(kes::Band const& band, OrthoWork const& work, PixelBox const& part, int mosaicBand,
               Progress const& progress) {
   OrthoFormat const& format = work.mosaic.format();
-  WarpSetup const setup(strip, band, work.plan, format.type, work.mosaic.isOfSeveralStrips());
-  BandProjection const projection(
-      std::make_shared<SharedProjection const>(strip, band, work.surface, format.grid.geoTransform(), setup.margin()));
-  Blocks blocks(format.grid, format.blockSide, part);
-  Workers workers(blocks, work.mosaic, mosaicBand, progress);
-  workers.run(work.plan.threads, [&] {
-    return std::make_unique<BlockWarper>(setup, SourceImage(strip, band), projection.similar(1.0, 1.0));
+  WarpSetup const setup(band, work.plan, format.type, work.mosaic.isOfSeveralStrips());
+  BandProjection const projection(std::make_shared<SharedProjection const>(band, work.map, work.surface,
+                                                                           format.grid.geoTransform(), setup.margin()));
+  Boxes const boxes(format.grid, format.boxSide, part);
+  Collector collector(boxes, work.mosaic, mosaicBand, progress);
+  kes::forEachIndexByWorkers(boxes.size(), work.plan.threads, [&]() -> kes::Worker {
+    auto const warper = std::make_shared<BoxWarper>(setup, SourceImage(band), projection.similar(1.0, 1.0));
+    auto const warped = std::make_shared<WarpedPixels>();
+    return [&, warper, warped](std::size_t i) {
+      bool const seen = warper->warp(boxes[i], *warped);
+      collector.add(boxes[i], seen, *warped);
+    };
   });
-  return workers.hasSeen();
+  return collector.hasSeen();
 }
 
 }  // namespace kesgdal

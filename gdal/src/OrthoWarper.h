@@ -3,13 +3,12 @@
 
 #pragma once
 
-#include "Block.h"
+#include "PixelBox.h"
 
+#include <kes/Band.h>
+#include <kes/CoordinateSystem.h>
+#include <kes/Surface.h>
 #include <kesgdal/Orthophoto.h>
-
-namespace dsm {
-class ProjectedElevationSource;
-}
 
 namespace kesgdal {
 
@@ -18,17 +17,19 @@ class OrthoMosaic;
 /// What all images are warped with, and into.
 struct OrthoWork {
   OrthoPlan const& plan;
-  dsm::ProjectedElevationSource const& surface;
+  kes::CoordinateSystem const& map;
+  kes::Surface const& surface;
   OrthoMosaic& mosaic;
 };
 
-/// Warps the image of a band into a band of the mosaic, counted from 1, by all blocks that meet a part of it, with the plan's
-/// threads. Gives whether any pixel of the image fell on them. Throws what `BlockWarper`, `SourceImage` and the mosaic throw.
-bool warpBand(sensor::KESStripModel const& strip, int band, OrthoWork const& work, Block const& part, int mosaicBand,
+/// Warps the image of a band into a band of the mosaic, counted from 1, by all boxes that meet a part of it, with the
+/// plan's threads. Returns whether any pixel of the image fell on them. Throws what `BoxWarper`, `SourceImage` and the
+/// mosaic throw.
+bool warpBand(kes::Band const& band, OrthoWork const& work, PixelBox const& part, int mosaicBand,
               Progress const& progress);
 
-/// The side of the blocks of an orthophoto, in pixels: a power of two, so that what a block needs of an image of the band stays
-/// within some megabytes, however coarse the orthophoto is.
-int blockSide(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan);
+/// The side of the boxes of an orthophoto, in pixels: a power of two, so that what a box needs of an image of the band
+/// stays within some megabytes, however coarse the orthophoto is.
+int boxSide(kes::Band const& band, OrthoPlan const& plan);
 
 }  // namespace kesgdal

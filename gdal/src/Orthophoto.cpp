@@ -1,18 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "CogFile.h"
 #include "MapDefinition.h"
 #include "OrthoMosaic.h"
 #include "OrthoWarper.h"
 #include "StripSurvey.h"
 #include "files/WorkFolder.h"
 
-#include <dsm/RasterElevationSource.h>
-#include <geo/coordSys.h>
 #include <kesgdal/OrthoGrid.h>
 #include <kesgdal/Orthophoto.h>
-#include <sensor/KESStripModel.h>
-#include <sensor/KESStripModelData.h>
 
 #include <cmath>
 #include <filesystem>
@@ -25,7 +22,7 @@ namespace {
 // Of all the time, about.
 constexpr double warpPart = 0.85;
 
-OGRSpatialReference mapReference(geo::coordSys const& map) {
+OGRSpatialReference mapReference(kes::CoordinateSystem const& map) {
   OGRSpatialReference reference = spatialReferenceOf(map);
   if (reference.IsProjected() == 0 && reference.IsGeographic() == 0) {
     throw std::runtime_error("coordinate system \"" + map.definition() + "\" is neither projected nor geographic");
@@ -42,7 +39,7 @@ void removeSiblings(std::string const& fileName) {
 }
 
 // Where one grid lies in another one with the same pixels.
-Block partOf(OrthoGrid const& whole, OrthoGrid const& part) {
+PixelBox partOf(OrthoGrid const& whole, OrthoGrid const& part) {
   GeoTransform const a = whole.geoTransform();
   GeoTransform const b = part.geoTransform();
   return {static_cast<int>(std::lround((b[0] - a[0]) / whole.pixelSize())),
@@ -52,26 +49,26 @@ Block partOf(OrthoGrid const& whole, OrthoGrid const& part) {
 // Warps the images of strips that were surveyed, which come in the same order.
 class SecondPass {
 public:
-  SecondPass(StripSurvey const& survey, OrthoWork const& work, geo::coordSys const& map, Progress const& progress)
+  SecondPass(StripSurvey const& survey, OrthoWork const& work, kes::CoordinateSystem const& map,
+             Progress const& progress)
       : mSurvey(survey), mWork(work), mProgress(progress) {
     for (StripSurvey::Strip const& strip : survey.strips()) {
       OrthoGrid const& whole = work.mosaic.format().grid;
-      mParts.push_back(strip.extent ? partOf(whole, OrthoGrid(*strip.extent, work.plan.gsd, map)) : Block{});
+      mParts.push_back(strip.extent ? partOf(whole, OrthoGrid(*strip.extent, work.plan.gsd, map)) : PixelBox{});
       mAll += strip.bands * static_cast<double>(mParts.back().size());
     }
   }
 
-  void add(sensor::KESStripModel const& strip) {
-    requireSame(mNext < mParts.size() && strip.modelData() != nullptr && strip.isDataLoaded() &&
-                strip.modelData()->fileName() == mSurvey.strips()[mNext].fileName);
-    Block const& part = mParts[mNext++];
+  void add(kes::Strip const& strip) {
+    requireSame(mNext < mParts.size() && strip.isLoaded() && strip.fileName() == mSurvey.strips()[mNext].fileName);
+    PixelBox const& part = mParts[mNext++];
     if (part.size() == 0) {
       return;
     }
     auto const size = static_cast<double>(part.size());
     for (PlannedBand const& planned : plannedBands(strip, mWork.plan)) {
       auto const partly = [&](double done) { mProgress((mDone + done * size) / mAll); };
-      mHasSeen = warpBand(strip, planned.band, mWork, part, planned.place + 1, partly) || mHasSeen;
+      mHasSeen = warpBand(planned.band, mWork, part, planned.place + 1, partly) || mHasSeen;
       mDone += size;
     }
   }
@@ -93,7 +90,7 @@ private:
   StripSurvey const& mSurvey;
   OrthoWork const& mWork;
   Progress const& mProgress;
-  std::vector<Block> mParts;
+  std::vector<PixelBox> mParts;
   std::size_t mNext = 0;
   double mAll = 0.0;  // pixels
   double mDone = 0.0;
@@ -102,13 +99,13 @@ private:
 
 }  // namespace
 
-void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map, dsm::RasterElevationSource* surface,
+void writeOrthophoto(EachStrip const& strips, kes::CoordinateSystem const& map, kes::Surface const& surface,
                      OrthoPlan const& plan, std::string const& fileName, Progress const& progress) {
   GDALAllRegister();
-  StripSurvey survey(plan, map, *surface, fileName);
+  StripSurvey survey(plan, map, surface, fileName);
   files::WorkFolder const folder(fileName);
   OGRSpatialReference const reference = mapReference(map);
-  strips([&](sensor::KESStripModel const& strip) { survey.add(strip); });
+  strips([&](kes::Strip const& strip) { survey.add(strip); });
   survey.require();
   OrthoGrid const grid(survey.extent(), plan.gsd, map);
   auto const report = [&](double done) {
@@ -116,12 +113,12 @@ void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map, dsm::Ras
       progress(done);
     }
   };
-  OrthoMosaic mosaic(folder, "pixels.tif", {grid, reference, survey.type(), plan.noData, survey.blockSide()},
-                     plan.bands, survey.coveredStrips() > 1);
-  OrthoWork const work{plan, *surface, mosaic};
+  OrthoMosaic mosaic(folder, "pixels.tif", {grid, reference, survey.type(), plan.noData, survey.boxSide()}, plan.bands,
+                     survey.coveredStrips() > 1);
+  OrthoWork const work{plan, map, surface, mosaic};
   Progress const reportWarp = [&](double done) { report(warpPart * done); };
   SecondPass pass(survey, work, map, reportWarp);
-  strips([&](sensor::KESStripModel const& strip) { pass.add(strip); });
+  strips([&](kes::Strip const& strip) { pass.add(strip); });
   pass.require();
   mosaic.close();
   writeCog(folder, "pixels.tif", mosaic.content(), "ortho.tif", plan.threads,
@@ -130,10 +127,9 @@ void writeOrthophoto(EachStrip const& strips, geo::coordSys const& map, dsm::Ras
   removeSiblings(fileName);
 }
 
-void writeOrthophoto(sensor::KESStripModel const& strip, dsm::RasterElevationSource* surface, OrthoPlan const& plan,
-                     std::string const& fileName, Progress const& progress) {
-  writeOrthophoto([&](StripVisitor const& visit) { visit(strip); }, *strip.mappingSystem(), surface, plan, fileName,
-                  progress);
+void writeOrthophoto(kes::Strip const& strip, kes::CoordinateSystem const& map, kes::Surface const& surface,
+                     OrthoPlan const& plan, std::string const& fileName, Progress const& progress) {
+  writeOrthophoto([&](StripVisitor const& visit) { visit(strip); }, map, surface, plan, fileName, progress);
 }
 
 }  // namespace kesgdal

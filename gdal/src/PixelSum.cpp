@@ -3,7 +3,7 @@
 
 #include "PixelSum.h"
 
-#include "Block.h"
+#include "PixelBox.h"
 
 #include <cstring>
 
@@ -20,12 +20,12 @@ std::uint64_t mixed(std::uint64_t x) {
 
 // `Bits`: an unsigned number of a pixel's size.
 template <class Bits>
-std::uint64_t sumOfPixels(Block const& block, void const* pixels, std::uint64_t noData) {
+std::uint64_t sumOfPixels(PixelBox const& box, void const* pixels, std::uint64_t noData) {
   auto const* next = static_cast<std::byte const*>(pixels);
   std::uint64_t sum = 0;
-  for (int row = 0; row < block.rows; ++row) {
-    std::uint64_t place = (static_cast<std::uint64_t>(block.top + row) << 32) + static_cast<std::uint64_t>(block.left);
-    for (int column = 0; column < block.columns; ++column, ++place, next += sizeof(Bits)) {
+  for (int row = 0; row < box.rows; ++row) {
+    std::uint64_t place = (static_cast<std::uint64_t>(box.top + row) << 32) + static_cast<std::uint64_t>(box.left);
+    for (int column = 0; column < box.columns; ++column, ++place, next += sizeof(Bits)) {
       Bits pixel = 0;
       std::memcpy(&pixel, next, sizeof pixel);
       if (pixel != noData) {
@@ -43,16 +43,16 @@ PixelSum::PixelSum(GDALDataType type, double noData)
   GDALCopyWords(&noData, GDT_Float64, 0, &mNoData, type, 0, 1);
 }
 
-std::uint64_t PixelSum::sumOf(Block const& block, void const* pixels) const {
+std::uint64_t PixelSum::sumOf(PixelBox const& box, void const* pixels) const {
   switch (mPixelBytes) {
   case 1:
-    return sumOfPixels<std::uint8_t>(block, pixels, mNoData);
+    return sumOfPixels<std::uint8_t>(box, pixels, mNoData);
   case 2:
-    return sumOfPixels<std::uint16_t>(block, pixels, mNoData);
+    return sumOfPixels<std::uint16_t>(box, pixels, mNoData);
   case 4:
-    return sumOfPixels<std::uint32_t>(block, pixels, mNoData);
+    return sumOfPixels<std::uint32_t>(box, pixels, mNoData);
   default:
-    return sumOfPixels<std::uint64_t>(block, pixels, mNoData);
+    return sumOfPixels<std::uint64_t>(box, pixels, mNoData);
   }
 }
 

@@ -10,24 +10,24 @@
 
 namespace kesgdal {
 
-struct Block;
+struct PixelBox;
 
-/// A sum over the pixels of a band and their places, to compare what was written with what is read back. Blocks come in any
-/// order and of any size, and one that is replaced is taken out again. Pixels without data count nothing, so that what was never
-/// written needs no mention. Bands with different pixels have the same sum with a probability of 2^-64.
+/// A sum over the pixels of a band and their places, to compare what was written with what is read back. Boxes come in
+/// any order and of any size, and one that is replaced is taken out again. Pixels without data count nothing, so that
+/// what was never written needs no mention. Bands with different pixels have the same sum with a probability of 2^-64.
 class PixelSum {
 public:
   PixelSum(GDALDataType type, double noData);
 
-  /// The pixels of a block, row by row.
-  void add(Block const& block, void const* pixels) { mSum += sumOf(block, pixels); }
-  void remove(Block const& block, void const* pixels) { mSum -= sumOf(block, pixels); }
+  /// The pixels of a box, row by row.
+  void add(PixelBox const& box, void const* pixels) { mSum += sumOf(box, pixels); }
+  void remove(PixelBox const& box, void const* pixels) { mSum -= sumOf(box, pixels); }
 
   bool operator==(PixelSum const& other) const { return mSum == other.mSum; }
   bool operator!=(PixelSum const& other) const { return mSum != other.mSum; }
 
 private:
-  std::uint64_t sumOf(Block const& block, void const* pixels) const;
+  std::uint64_t sumOf(PixelBox const& box, void const* pixels) const;
 
   std::size_t mPixelBytes;
   std::uint64_t mNoData = 0;  // the bytes of a pixel, as a number

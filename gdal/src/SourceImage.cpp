@@ -3,18 +3,18 @@
 
 #include "SourceImage.h"
 
-#include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
 
 #include <stdexcept>
+#include <string>
 
 namespace kesgdal {
 
 namespace {
 
-[[noreturn]] void fail(sensor::KESStripModel const& strip, int band, std::string const& what) {
-  throw std::runtime_error("image of band " + strip.bandID(band) + ": " + what);
+[[noreturn]] void fail(kes::Band const& band, std::string const& what) {
+  throw std::runtime_error("image of band " + band.id() + ": " + what);
 }
 
 std::string size(std::int64_t samples, std::int64_t lines) {
@@ -23,32 +23,27 @@ std::string size(std::int64_t samples, std::int64_t lines) {
 
 }  // namespace
 
-std::string SourceImage::fileName(sensor::KESStripModel const& strip, int band) {
-  return strip.modelData()->imageDataLocation() + "/" + strip.img(band)->imageFileName();
-}
-
-SourceImage::SourceImage(sensor::KESStripModel const& strip, int band) {
-  if (strip.img(band)->imageFileName().empty()) {
-    fail(strip, band, "strip \"" + strip.modelData()->fileName() + "\" names no file");
+SourceImage::SourceImage(kes::Band const& band) {
+  std::string const name = band.imagePath();
+  if (name.empty()) {
+    fail(band, "strip \"" + band.model().modelData()->fileName() + "\" names no file");
   }
-  std::string const name = fileName(strip, band);
   try {
     mData = raster::openRaster(name, util::Origin::file);
   } catch (std::runtime_error const& error) {
-    fail(strip, band, "can't open " + name + ": " + error.what());
+    fail(band, "can't open " + name + ": " + error.what());
   }
   if (mData->GetRasterCount() != 1) {
-    fail(strip, band, name + " has " + std::to_string(mData->GetRasterCount()) + " raster bands in place of one");
+    fail(band, name + " has " + std::to_string(mData->GetRasterCount()) + " raster bands in place of one");
   }
   if (GDALDataTypeIsComplex(type()) != 0) {
-    fail(strip, band, name + " has complex values");
+    fail(band, name + " has complex values");
   }
-  std::int64_t const samples = strip.imageWidth(band);
-  std::int64_t const lines = strip.imageHeight(band);
+  std::int64_t const samples = band.samples();
+  std::int64_t const lines = band.lines();
   if (mData->GetRasterXSize() != samples || mData->GetRasterYSize() != lines) {
-    fail(strip, band,
-         name + " has " + size(mData->GetRasterXSize(), mData->GetRasterYSize()) + " pixels, the strip has " +
-             size(samples, lines));
+    fail(band, name + " has " + size(mData->GetRasterXSize(), mData->GetRasterYSize()) + " pixels, the strip has " +
+                   size(samples, lines));
   }
 }
 

@@ -3,27 +3,21 @@
 
 #pragma once
 
+#include <kes/Band.h>
 #include <raster/OpenRaster.h>
 
 #include <gdal_priv.h>
 
 #include <optional>
-#include <string>
-
-namespace sensor {
-class KESStripModel;
-}
 
 namespace kesgdal {
 
-/// The image of a band of a strip, open for reading: a plain file, since a strip file names it (see `raster::openRaster`).
+/// The image of a band of a strip, open for reading: a plain file, since a strip file names it (see
+/// `raster::openRaster`).
 class SourceImage {
 public:
   /// Throws std::runtime_error "image of band <id>: " and what is wrong with it, with the file's name.
-  SourceImage(sensor::KESStripModel const& strip, int band);
-
-  /// Its file, in the strip's folder of images.
-  static std::string fileName(sensor::KESStripModel const& strip, int band);
+  explicit SourceImage(kes::Band const& band);
 
   GDALDataset* data() const { return mData.get(); }
   GDALDataType type() const { return mData->GetRasterBand(1)->GetRasterDataType(); }

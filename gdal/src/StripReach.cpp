@@ -21,7 +21,9 @@ constexpr double slack = 2.0;
 
 }  // namespace
 
-StripReach::StripReach(sensor::KESStripModel const& strip, int band, double margin) {
+// The lines reach farther than those of the front door, which ends at `kes::Band::lineMargin`.
+StripReach::StripReach(kes::Band const& band, double margin) {
+  sensor::KESStripModel const& strip = band.model();
   double const terrain = strip.meanTerrainHeight();
   double const flight = strip.meanFlyingHeight() - terrain;
   mBottom = static_cast<double>(static_cast<float>(terrain + bottomPart * flight));
@@ -30,24 +32,25 @@ StripReach::StripReach(sensor::KESStripModel const& strip, int band, double marg
   mCosine = std::sin(azimuth);
   mSine = std::cos(azimuth);
   double const around = margin + slack;
-  double const lastSample = static_cast<double>(strip.imageWidth(band)) - 1.0 + around;
-  double const lastLine = static_cast<double>(strip.imageHeight(band)) - 1.0 + around;
+  double const lastSample = band.samples() - 1.0 + around;
+  double const lastLine = band.lines() - 1.0 + around;
   for (double line = -around; line < lastLine + 1.0; line += 1.0) {
-    add(strip, band, -around, line);
-    add(strip, band, lastSample, line);
+    add(band, -around, line);
+    add(band, lastSample, line);
   }
   for (double sample = -around; sample < lastSample + 1.0; sample += 1.0) {
-    add(strip, band, sample, -around);
-    add(strip, band, sample, lastLine);
+    add(band, sample, -around);
+    add(band, sample, lastLine);
   }
 }
 
-void StripReach::add(sensor::KESStripModel const& strip, int band, double sample, double line) {
+void StripReach::add(kes::Band const& band, double sample, double line) {
+  sensor::KESStripModel const& strip = band.model();
   geo::XYZPoint local;
-  strip.imageToLsr({sample, line}, static_cast<float>(mBottom), band, local);
+  strip.imageToLsr({sample, line}, static_cast<float>(mBottom), band.index(), local);
   mAlong.bottom.add(mCosine * local.x + mSine * local.y);
   mAcross.bottom.add(mCosine * local.y - mSine * local.x);
-  strip.imageToLsr({sample, line}, static_cast<float>(mBottom + mHeight), band, local);
+  strip.imageToLsr({sample, line}, static_cast<float>(mBottom + mHeight), band.index(), local);
   mAlong.top.add(mCosine * local.x + mSine * local.y);
   mAcross.top.add(mCosine * local.y - mSine * local.x);
 }

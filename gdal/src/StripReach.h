@@ -4,24 +4,21 @@
 #pragma once
 
 #include <geo/XYZPoint.h>
+#include <kes/Band.h>
 
 #include <limits>
-
-namespace sensor {
-class KESStripModel;
-}
 
 namespace kesgdal {
 
 /// Where the lines of sight of a band can come: a quick test that saves the solver the ground it would search in vain.
 ///
-/// In the strip's local system, along the flight and across it, all lines of sight of the image's outer edges lie within a
-/// box at each height. A line of sight is straight, so the least of all positions along an axis is a concave function of
-/// the height: the chord between two heights lies on the safe side of it between these.
+/// In the strip's local system, along the flight and across it, all lines of sight of the image's outer edges lie
+/// within a box at each height. A line of sight is straight, so the least of all positions along an axis is a concave
+/// function of the height: the chord between two heights lies on the safe side of it between these.
 class StripReach {
 public:
-  /// Of the image and `margin` pixels around it. The strip's data are loaded.
-  StripReach(sensor::KESStripModel const& strip, int band, double margin);
+  /// Of the image and `margin` pixels around it.
+  StripReach(kes::Band const& band, double margin);
 
   /// False where no line of sight comes, and at positions that aren't finite.
   bool contains(geo::XYZPoint const& local) const {
@@ -51,7 +48,7 @@ private:
              value <= bottom.high + part * (top.high - bottom.high);
     }
   };
-  void add(sensor::KESStripModel const& strip, int band, double sample, double line);
+  void add(kes::Band const& band, double sample, double line);
 
   double mBottom;
   double mHeight;

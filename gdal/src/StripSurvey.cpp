@@ -5,12 +5,7 @@
 
 #include "OrthoWarper.h"
 #include "SourceImage.h"
-#include "Text.h"
-
-#include <dsm/RasterElevationSource.h>
-#include <geo/coordSys.h>
-#include <sensor/KESStripModel.h>
-#include <sensor/KESStripModelData.h>
+#include "files/NumberText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -31,66 +26,57 @@ std::optional<Extent> united(std::optional<Extent> const& a, std::optional<Exten
   return a && b ? united(*a, *b) : (a ? a : b);
 }
 
-// What a pixel of the orthophoto may have of one of the image. The work and the memory for a pixel grow with the first beyond
-// all bounds, and the number of pixels with the inverse of the second.
+// What a pixel of the orthophoto may have of one of the image. The work and the memory for a pixel grow with the first
+// beyond all bounds, and the number of pixels with the inverse of the second.
 constexpr double greatestRatio = 1024.0;
 constexpr double leastRatio = 0.01;
 
 // `OrthoGrid` refuses what isn't above 0.
-void requireRatio(sensor::KESStripModel const& strip, int band, double gsd) {
-  float const imageGsd = strip.gsd(band);
-  double const ratio = gsd / static_cast<double>(imageGsd);
+void requireRatio(kes::Band const& band, double gsd) {
+  double const ratio = gsd / band.gsd();
   if (gsd > 0.0 && std::isfinite(gsd) && !(ratio >= leastRatio && ratio <= greatestRatio)) {
-    throw std::runtime_error("ground sampling distance of " + number(gsd) + " m isn't between " + number(leastRatio) +
-                             " and " + number(greatestRatio) + " times that of the image of band " +
-                             strip.bandID(band) + ", " + number(imageGsd) + " m");
+    throw std::runtime_error("ground sampling distance of " + files::shortestText(gsd) + " m isn't between " +
+                             files::shortestText(leastRatio) + " and " + files::shortestText(greatestRatio) +
+                             " times that of the image of band " + band.id() + ", " +
+                             files::shortestText(static_cast<float>(band.gsd())) + " m");
   }
 }
 
 }  // namespace
 
-std::vector<PlannedBand> plannedBands(sensor::KESStripModel const& strip, OrthoPlan const& plan) {
+std::vector<PlannedBand> plannedBands(kes::Strip const& strip, OrthoPlan const& plan) {
   std::vector<PlannedBand> bands;
   for (std::size_t i = 0; i < plan.bands.size(); ++i) {
-    if (int const band = strip.bandIndex(plan.bands[i]); band >= 0) {
-      bands.push_back({band, static_cast<int>(i)});
+    if (strip.hasBand(plan.bands[i])) {
+      bands.push_back({strip.band(plan.bands[i]), static_cast<int>(i)});
     }
   }
   return bands;
 }
 
-StripSurvey::StripSurvey(OrthoPlan const& plan, geo::coordSys const& map, dsm::RasterElevationSource& surface,
+StripSurvey::StripSurvey(OrthoPlan const& plan, kes::CoordinateSystem const& map, kes::Surface const& surface,
                          std::string fileName)
     : mPlan(plan), mMap(map), mSurface(surface), mFileName(std::move(fileName)),
-      mBlockSide(std::numeric_limits<int>::max()) {
+      mBoxSide(std::numeric_limits<int>::max()) {
   if (plan.bands.empty() || plan.threads < 1) {
     fail("neither bands nor threads may be none");
   }
   requireOther(surface.fileName());
 }
 
-void StripSurvey::add(sensor::KESStripModel const& strip) {
-  requireStrip(strip);
-  std::vector<std::string> ids;
-  strip.bandIDs(ids);
+void StripSurvey::add(kes::Strip const& strip) {
+  if (!strip.isLoaded()) {
+    fail("the strip's data aren't loaded");
+  }
+  requireOther(strip.fileName());
+  std::vector<std::string> const ids = strip.bandIds();
   mKnownBands.insert(ids.begin(), ids.end());
-  Strip surveyed{strip.modelData()->fileName(), 0, {}};
+  Strip surveyed{strip.fileName(), 0, {}};
   for (PlannedBand const& planned : plannedBands(strip, mPlan)) {
-    addBand(strip, planned.band, surveyed);
+    addBand(planned.band, surveyed);
   }
   mExtent = united(mExtent, surveyed.extent);
   mStrips.push_back(std::move(surveyed));
-}
-
-void StripSurvey::requireStrip(sensor::KESStripModel const& strip) const {
-  if (strip.modelData() == nullptr || !strip.isDataLoaded()) {
-    fail("the strip's data aren't loaded");
-  }
-  geo::coordSys const* const map = strip.mappingSystem();
-  if (map == nullptr || (map != &mMap && map->definition() != mMap.definition())) {
-    fail("strip \"" + strip.modelData()->fileName() + "\" has another mapping system");
-  }
-  requireOther(strip.modelData()->fileName());
 }
 
 // What is read must not be replaced.
@@ -101,14 +87,14 @@ void StripSurvey::requireOther(std::string const& input) const {
   }
 }
 
-void StripSurvey::addBand(sensor::KESStripModel const& strip, int band, Strip& surveyed) {
-  requireRatio(strip, band, mPlan.gsd);
-  GDALDataType const type = SourceImage(strip, band).type();
-  requireOther(SourceImage::fileName(strip, band));
+void StripSurvey::addBand(kes::Band const& band, Strip& surveyed) {
+  requireRatio(band, mPlan.gsd);
+  GDALDataType const type = SourceImage(band).type();
+  requireOther(band.imagePath());
   mType = mType == GDT_Unknown ? type : GDALDataTypeUnion(mType, type);
-  mBlockSide = std::min(mBlockSide, kesgdal::blockSide(strip, band, mPlan));
+  mBoxSide = std::min(mBoxSide, kesgdal::boxSide(band, mPlan));
   ++surveyed.bands;
-  surveyed.extent = united(surveyed.extent, footprint(strip, band, &mSurface));
+  surveyed.extent = united(surveyed.extent, footprint(band, mMap, mSurface));
 }
 
 void StripSurvey::require() const {
@@ -121,7 +107,7 @@ void StripSurvey::require() const {
   GDALAdjustValueToDataType(mType, mPlan.noData, &isClamped, &isRounded);
   if (isClamped != 0 || isRounded != 0) {
     throw std::runtime_error("the images' type " + std::string(GDALGetDataTypeName(mType)) + " can't hold the value " +
-                             number(mPlan.noData) + " for no data");
+                             files::shortestText(mPlan.noData) + " for no data");
   }
   if (!mExtent) {
     failUncovered();

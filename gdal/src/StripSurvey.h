@@ -3,8 +3,12 @@
 
 #pragma once
 
-#include <kesgdal/OrthoGrid.h>
-#include <kesgdal/Orthophoto.h>
+#include <kes/Band.h>
+#include <kes/CoordinateSystem.h>
+#include <kes/Strip.h>
+#include <kes/Surface.h>
+#include <kesgdal/Footprint.h>
+#include <kesgdal/OrthoPlan.h>
 
 #include <gdal_priv.h>
 
@@ -17,10 +21,10 @@ namespace kesgdal {
 
 /// The bands of a plan that a strip has, by their places in the plan.
 struct PlannedBand {
-  int band;   // of the strip
+  kes::Band band;
   int place;  // from 0
 };
-std::vector<PlannedBand> plannedBands(sensor::KESStripModel const& strip, OrthoPlan const& plan);
+std::vector<PlannedBand> plannedBands(kes::Strip const& strip, OrthoPlan const& plan);
 
 /// What is to be known of all strips before the first pixel is made.
 class StripSurvey {
@@ -32,11 +36,11 @@ public:
   };
 
   /// All but `fileName`, that of the orthophoto, stay their caller's.
-  StripSurvey(OrthoPlan const& plan, geo::coordSys const& map, dsm::RasterElevationSource& surface,
+  StripSurvey(OrthoPlan const& plan, kes::CoordinateSystem const& map, kes::Surface const& surface,
               std::string fileName);
 
   /// Throws what is wrong with a strip or its images, and when it is one of the files that are read.
-  void add(sensor::KESStripModel const& strip);
+  void add(kes::Strip const& strip);
   /// Throws what is wrong with all of them together: bands that none has, a value without data that their type
   /// can't hold, a surface that covers none.
   void require() const;
@@ -49,23 +53,22 @@ public:
   /// The smallest type that holds the values of all images.
   GDALDataType type() const { return mType; }
   Extent const& extent() const { return *mExtent; }
-  int blockSide() const { return mBlockSide; }
+  int boxSide() const { return mBoxSide; }
 
 private:
-  void requireStrip(sensor::KESStripModel const& strip) const;
   void requireOther(std::string const& input) const;
-  void addBand(sensor::KESStripModel const& strip, int band, Strip& surveyed);
+  void addBand(kes::Band const& band, Strip& surveyed);
   void requireBands() const;
 
   OrthoPlan const& mPlan;
-  geo::coordSys const& mMap;
-  dsm::RasterElevationSource& mSurface;
+  kes::CoordinateSystem const& mMap;
+  kes::Surface const& mSurface;
   std::string mFileName;
   std::vector<Strip> mStrips;
   std::set<std::string> mKnownBands;
   GDALDataType mType = GDT_Unknown;
   std::optional<Extent> mExtent;
-  int mBlockSide;
+  int mBoxSide;
 };
 
 }  // namespace kesgdal

@@ -5,29 +5,26 @@
 
 #include "MapDefinition.h"
 
-#include <dsm/ProjectedElevationSource.h>
 #include <geo/XYPoint.h>
-#include <geo/coordSys.h>
-#include <geo/units.h>
 #include <sensor/KESStripModel.h>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace kesgdal {
 
 namespace {
 
-// From pass to pass the sideways error shrinks by the angle between the two verticals times the terrain's slope, at worst by a
-// thousand (a local system at the end of a strip of ten kilometres).
+// From pass to pass the sideways error shrinks by the angle between the two verticals times the terrain's slope, at
+// worst by a thousand (a local system at the end of a strip of ten kilometres).
 constexpr int passesOnHeight = 4;
 constexpr double heightToTry = 1000.0;      // metres
 constexpr double sidewaysTolerance = 1e-6;  // metres
 constexpr double nodeDistance = 30.0;       // metres
 // A row for which there would be more nodes than a part of its positions is converted position by position.
 constexpr std::size_t positionsPerNode = 4;
-// Between nodes that are farther apart than so many times their distance on the map lies the date line, or a pole is near.
+// Between nodes that are farther apart than so many times their distance on the map lies the date line, or a pole is
+// near.
 constexpr double mostStretch = 10.0;
 
 geo::XYZPoint interpolated(geo::XYZPoint const& a, geo::XYZPoint const& b, double w) {
@@ -35,8 +32,8 @@ geo::XYZPoint interpolated(geo::XYZPoint const& a, geo::XYZPoint const& b, doubl
 }
 
 // Whether x and y are the same in both systems, whatever their heights are.
-bool shareHorizontal(geo::coordSys const& a, geo::coordSys const& b) {
-  if (&a == &b) {
+bool shareHorizontal(kes::CoordinateSystem const& a, kes::CoordinateSystem const& b) {
+  if (a == b) {
     return true;
   }
   OGRSpatialReference first = spatialReferenceOf(a);
@@ -47,31 +44,32 @@ bool shareHorizontal(geo::coordSys const& a, geo::coordSys const& b) {
   return !first.IsEmpty() && first.IsSame(&second, options) != 0;
 }
 
-// Where the first sample of the first band sees the mean terrain.
-geo::XYZPoint mapPosition(sensor::KESStripModel const& strip, double line) {
-  geo::XYZPoint position;
-  strip.imageToLsr(geo::XYPoint(0.0, line), static_cast<float>(strip.meanTerrainHeight()), 0, position);
-  geo::coordSys::transform(strip.lsrSystem(), strip.mappingSystem(), position, position);
-  return position;
-}
-
 }  // namespace
 
-SurfacePositions::SurfacePositions(sensor::KESStripModel const& strip, dsm::ProjectedElevationSource const& surface)
-    : mMap(strip.mappingSystem()), mLocal(strip.lsrSystem()), mSurface(surface),
-      mIsMapOfSurface(shareHorizontal(*mMap, *surface.coordSystem())), mMapUnit(mMap->horizontalUnits().getScale()),
-      mSurfaceUnit(surface.coordSystem()->horizontalUnits().getScale()) {
-  mMeanHeight = mapPosition(strip, 0.5 * strip.imageHeight(0)).z;
-  mDependOnHeight = !mIsMapOfSurface && dependOnHeight(strip);
+SurfacePositions::SurfacePositions(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface)
+    : mMap(map), mLocal(band.localSystem()), mSurface(surface),
+      mIsMapOfSurface(shareHorizontal(map, surface.coordinateSystem())), mMapUnit(map.horizontalUnit().metres),
+      mSurfaceUnit(surface.coordinateSystem().horizontalUnit().metres),
+      mHeightUnit(surface.coordinateSystem().verticalUnit().metres) {
+  mMeanHeight = startOfLine(band.model(), 0.5 * band.model().imageHeight(0)).z;
+  mDependOnHeight = !mIsMapOfSurface && dependOnHeight(band.model());
+}
+
+// Where the first sample of the strip's first band sees the mean terrain, on the map.
+geo::XYZPoint SurfacePositions::startOfLine(sensor::KESStripModel const& strip, double line) const {
+  geo::XYZPoint position;
+  strip.imageToLsr(geo::XYPoint(0.0, line), static_cast<float>(strip.meanTerrainHeight()), 0, position);
+  mLocal.transform(mMap, {&position, 1}, {&position, 1});
+  return position;
 }
 
 bool SurfacePositions::dependOnHeight(sensor::KESStripModel const& strip) const {
   bool depend = false;
   for (double const line : {0.0, static_cast<double>(strip.imageHeight(0))}) {
-    geo::XYZPoint const position = mapPosition(strip, line);
+    geo::XYZPoint const position = startOfLine(strip, line);
     geo::XYZPoint ends[2] = {position, position};
-    ends[1].z += heightToTry / mMap->verticalUnits().getScale();
-    geo::coordSys::transform(mMap, mSurface.coordSystem(), ends, ends, 2);
+    ends[1].z += heightToTry / mMap.verticalUnit().metres;
+    mMap.transform(mSurface.coordinateSystem(), ends, ends);
     double const sideways = std::hypot(ends[1].x - ends[0].x, ends[1].y - ends[0].y) * mSurfaceUnit;
     depend = depend || !(sideways <= sidewaysTolerance);
   }
@@ -85,16 +83,16 @@ void SurfacePositions::toLocal(std::vector<geo::XYZPoint>& points, Buffers& buff
   if (mDependOnHeight) {
     buffers.map = points;
   }
-  toSurface(points);
+  toSurface(points, buffers);
   for (int pass = 1; mDependOnHeight && pass < passesOnHeight; ++pass) {
-    geo::coordSys::transform(mSurface.coordSystem(), mMap, points.data(), points.data(), points.size());
+    mSurface.coordinateSystem().transform(mMap, points, points);
     for (std::size_t i = 0; i < points.size(); ++i) {
       points[i].x = buffers.map[i].x;
       points[i].y = buffers.map[i].y;
     }
-    toSurface(points);
+    toSurface(points, buffers);
   }
-  geo::coordSys::transform(mSurface.coordSystem(), mLocal, points.data(), points.data(), points.size());
+  mSurface.coordinateSystem().transform(mLocal, points, points);
 }
 
 void SurfacePositions::rowToLocal(double const* columns, std::vector<geo::XYZPoint>& points, Buffers& buffers) const {
@@ -112,7 +110,12 @@ void SurfacePositions::rowToLocal(double const* columns, std::vector<geo::XYZPoi
   double const start = *least;
   double const nodesPerColumn = pieces / (*greatest - start);
   for (std::size_t i = 0; i < points.size(); ++i) {
-    points[i] = between((columns[i] - start) * nodesPerColumn, buffers);
+    points[i] = foot((columns[i] - start) * nodesPerColumn, buffers);
+  }
+  buffers.heights.resize(points.size());
+  mSurface.heights(points, buffers.heights);
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    points[i] = onSurface((columns[i] - start) * nodesPerColumn, buffers.heights[i], buffers);
   }
 }
 
@@ -125,7 +128,8 @@ bool SurfacePositions::makeNodes(geo::XYZPoint const& first, geo::XYZPoint const
     double const part = static_cast<double>(k) / static_cast<double>(count - 1);
     nodes[k] = {first.x + part * (last.x - first.x), first.y + part * (last.y - first.y), mMeanHeight};
   }
-  geo::coordSys::transform(mMap, mSurface.coordSystem(), nodes.data(), nodes.data(), count);
+  kes::CoordinateSystem const& system = mSurface.coordinateSystem();
+  mMap.transform(system, nodes, nodes);
   for (std::size_t k = 1; k < count; ++k) {
     double const step = std::hypot(nodes[k].x - nodes[k - 1].x, nodes[k].y - nodes[k - 1].y) * mSurfaceUnit;
     if (!(step <= mostStretch * nodeDistance)) {
@@ -135,38 +139,36 @@ bool SurfacePositions::makeNodes(geo::XYZPoint const& first, geo::XYZPoint const
   buffers.low = nodes;
   buffers.high = nodes;
   for (geo::XYZPoint& node : buffers.high) {
-    node.z += heightToTry / mSurface.coordSystem()->verticalUnits().getScale();
+    node.z += heightToTry / mHeightUnit;
   }
-  return geo::coordSys::transform(mSurface.coordSystem(), mLocal, buffers.low.data(), buffers.low.data(), count) == 0 &&
-         geo::coordSys::transform(mSurface.coordSystem(), mLocal, buffers.high.data(), buffers.high.data(), count) == 0;
+  return system.transform(mLocal, buffers.low, buffers.low) == count &&
+         system.transform(mLocal, buffers.high, buffers.high) == count;
 }
 
-// The local position on the surface, a fractional number of nodes behind the first one.
-geo::XYZPoint SurfacePositions::between(double node, Buffers const& buffers) const {
+// The position of the surface's system a fractional number of nodes after the first one.
+geo::XYZPoint SurfacePositions::foot(double node, Buffers const& buffers) {
+  std::size_t const k = std::min(static_cast<std::size_t>(node), buffers.nodes.size() - 2);
+  return interpolated(buffers.nodes[k], buffers.nodes[k + 1], node - static_cast<double>(k));
+}
+
+// The local position at a height there.
+geo::XYZPoint SurfacePositions::onSurface(double node, double height, Buffers const& buffers) const {
   std::size_t const k = std::min(static_cast<std::size_t>(node), buffers.nodes.size() - 2);
   double const w = node - static_cast<double>(k);
-  geo::XYZPoint const foot = interpolated(buffers.nodes[k], buffers.nodes[k + 1], w);
-  float height = std::numeric_limits<float>::quiet_NaN();
-  mSurface.height(foot, height);
-  double const unit = mSurface.coordSystem()->verticalUnits().getScale();
-  double const part = (static_cast<double>(height) - foot.z) * unit / heightToTry;
+  double const part = (height - foot(node, buffers).z) * mHeightUnit / heightToTry;
   return interpolated(interpolated(buffers.low[k], buffers.low[k + 1], w),
                       interpolated(buffers.high[k], buffers.high[k + 1], w), part);
 }
 
 // From the map to the surface's system, and there onto the surface.
-void SurfacePositions::toSurface(std::vector<geo::XYZPoint>& points) const {
+void SurfacePositions::toSurface(std::vector<geo::XYZPoint>& points, Buffers& buffers) const {
   if (!mIsMapOfSurface) {
-    geo::coordSys::transform(mMap, mSurface.coordSystem(), points.data(), points.data(), points.size());
+    mMap.transform(mSurface.coordinateSystem(), points, points);
   }
-  setHeights(points);
-}
-
-void SurfacePositions::setHeights(std::vector<geo::XYZPoint>& points) const {
-  for (geo::XYZPoint& point : points) {
-    float height = std::numeric_limits<float>::quiet_NaN();
-    mSurface.height(point, height);
-    point.z = static_cast<double>(height);
+  buffers.heights.resize(points.size());
+  mSurface.heights(points, buffers.heights);
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    points[i].z = buffers.heights[i];
   }
 }
 

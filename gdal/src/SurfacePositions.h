@@ -4,16 +4,12 @@
 #pragma once
 
 #include <geo/XYZPoint.h>
+#include <kes/Band.h>
+#include <kes/CoordinateSystem.h>
+#include <kes/Surface.h>
 
+#include <cstddef>
 #include <vector>
-
-namespace dsm {
-class ProjectedElevationSource;
-}
-
-namespace geo {
-class coordSys;
-}
 
 namespace sensor {
 class KESStripModel;
@@ -23,13 +19,14 @@ namespace kesgdal {
 
 /// Puts positions of the map onto a surface: the position of the surface's system that lies at the x and y of the map.
 ///
-/// Between two systems of one datum that doesn't depend on the height. Between others the height moves a position sideways, by
-/// some millimetres in hundreds of metres; it is then found in passes, from the mean terrain of a strip on.
+/// Between two systems of one datum that doesn't depend on the height. Between others the height moves a position
+/// sideways, by some millimetres in hundreds of metres; it is then found in passes, from the mean terrain of a strip
+/// on.
 ///
 /// Along a row of a raster the way from the map to the surface's system, and from there to the local one, is known at
-/// nodes 30 m apart and linear between them. On an Earth of radius R that departs by 30² / 8R = 0.02 mm at the most, and where a
-/// grid of heights bends, by as much as a tenth of a millimetre: far less than a float tells of a local position. Heights
-/// are those at each position itself.
+/// nodes 30 m apart and linear between them. On an Earth of radius R that departs by 30² / 8R = 0.02 mm at the most,
+/// and where a grid of heights bends, by as much as a tenth of a millimetre: far less than a float resolves in a local
+/// position. Heights are those at each position itself.
 class SurfacePositions {
 public:
   /// What a row needs on the way; each thread has one.
@@ -38,32 +35,34 @@ public:
     std::vector<geo::XYZPoint> low;    // their local positions at two heights
     std::vector<geo::XYZPoint> high;
     std::vector<geo::XYZPoint> map;
+    std::vector<double> heights;
   };
 
-  /// The map is the strip's mapping system. The caller keeps both.
-  SurfacePositions(sensor::KESStripModel const& strip, dsm::ProjectedElevationSource const& surface);
+  SurfacePositions(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface);
 
-  /// Replaces positions of the map, whose z doesn't count, by those of the strip's local system on the surface; NaN where
-  /// there is none.
+  /// Replaces positions of the map, whose z doesn't count, by those of the strip's local system on the surface; NaN
+  /// where there is none. Throws what the surface throws when it can't be read.
   void toLocal(std::vector<geo::XYZPoint>& points, Buffers& buffers) const;
   /// The same for a row of a raster, whose positions are linear in its columns.
   void rowToLocal(double const* columns, std::vector<geo::XYZPoint>& points, Buffers& buffers) const;
 
 private:
   bool dependOnHeight(sensor::KESStripModel const& strip) const;
-  void toSurface(std::vector<geo::XYZPoint>& points) const;
-  void setHeights(std::vector<geo::XYZPoint>& points) const;
+  geo::XYZPoint startOfLine(sensor::KESStripModel const& strip, double line) const;
+  void toSurface(std::vector<geo::XYZPoint>& points, Buffers& buffers) const;
   bool makeNodes(geo::XYZPoint const& first, geo::XYZPoint const& last, std::size_t count, Buffers& buffers) const;
-  geo::XYZPoint between(double node, Buffers const& buffers) const;
+  static geo::XYZPoint foot(double node, Buffers const& buffers);
+  geo::XYZPoint onSurface(double node, double height, Buffers const& buffers) const;
 
-  geo::coordSys const* mMap;
-  geo::coordSys const* mLocal;
-  dsm::ProjectedElevationSource const& mSurface;
+  kes::CoordinateSystem mMap;
+  kes::CoordinateSystem mLocal;
+  kes::Surface mSurface;
   bool mIsMapOfSurface;
   bool mDependOnHeight = false;
   double mMeanHeight = 0.0;  // of the map
   double mMapUnit;           // metres
   double mSurfaceUnit;
+  double mHeightUnit;  // of the surface
 };
 
 }  // namespace kesgdal

@@ -57,6 +57,19 @@ std::string Band::imageFile() const {
   return mStrip->model().img(mIndex)->imageFileName();
 }
 
+std::string Band::imagePath() const {
+  std::string const file = imageFile();
+  return file.empty() ? file : model().modelData()->imageDataLocation() + "/" + file;
+}
+
+CoordinateSystem const& Band::localSystem() const {
+  return mStrip->localSystem();
+}
+
+sensor::KESStripModel const& Band::model() const {
+  return mStrip->model();
+}
+
 bool Band::contains(geo::XYPoint const& image) const {
   return detail::isOnPixel(image, samples(), lines());
 }

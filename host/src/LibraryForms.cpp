@@ -33,8 +33,8 @@ float toleranceOf(LibraryRay const& ray, float factor, geo::coordSys const& syst
   return ray.strip.gsd(ray.band) * factor / static_cast<float>(system.verticalUnits().getScale());
 }
 
-// The library's iteration: pass by pass, the cut is made at the local height that the wanted height has at the place of the
-// cut before. `wantedHeight` returns false where there is none.
+// The library's iteration: pass by pass, the cut is made at the local height that the wanted height has at the place of
+// the cut before. `wantedHeight` returns false where there is none.
 template <class WantedHeight>
 std::optional<geo::XYZPoint> cut(LibraryRay const& ray, geo::coordSys const& system, float height, float tolerance,
                                  int passes, WantedHeight wantedHeight) {

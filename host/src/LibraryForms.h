@@ -31,12 +31,12 @@ geo::XYZPoint libraryToLocal(LibraryRay const& ray, float height);
 /// What `sensor::KESStripModel::imageToMap` returns at a height of a system that is the strip's mapping system.
 geo::XYZPoint libraryToMap(LibraryRay const& ray, CoordinateSystem const& map, float height);
 
-/// The position in the surface's own system of what the form on a surface returns from the mean terrain height on, to 0.01
-/// ground sampling distances of height; nothing where the surface has no height.
+/// The position in the surface's own system of what the form on a surface returns from the mean terrain height on, to
+/// 0.01 ground sampling distances of height; nothing where the surface has no height.
 std::optional<geo::XYZPoint> libraryToSurface(LibraryRay const& ray, Surface const& surface);
 
-/// `sensor::KESStripModel::lsrToImage` in one of its forms. The positions are finite; `ground` is filled up for the lanes and
-/// cut again.
+/// `sensor::KESStripModel::lsrToImage` in one of its forms. The positions are finite; `ground` is filled up for the
+/// lanes and cut again.
 void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, std::vector<geo::XYZPoint>& ground,
                     std::vector<geo::XYPoint>& image);
 

@@ -95,7 +95,8 @@ void LineSearch::findOverlaps() {
       Piece const next = isEnd ? piece : mChain.next(piece);
       Pose const start = isEnd ? last : mChain.pose(next, next.first);
       geo::XYZPoint const seen = atDepth(first, mChain.ray(first, sample), mDepth);
-      // What is seen at the beginning of a piece falls behind the sensor line at its end, and in a step between two pieces.
+      // What the sensor line sees at the beginning of a piece lies after it, along the flight, at its end, and in a
+      // step between two pieces.
       auto const behind = [&](Pose const& pose) {
         ViewChain::Sight const sight = mChain.sight(pose, seen);
         return (mChain.sensorLine().at(sight.focal.y).x - sight.focal.x) * linesPerUnit;

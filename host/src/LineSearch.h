@@ -21,21 +21,22 @@ struct Found {
   bool isSolved;
 };
 
-/// The search for the line that saw a ground position: a line of the table (see `LineTable`) at which the position falls onto
-/// the sensor line, from the front; of several, the first. Once prepared for a band, it never changes.
+/// The search for the line that saw a ground position: a line of the table (see `LineTable`) at which the position
+/// falls onto the sensor line, from the front; of several, the first. Once prepared for a band, it never changes.
 ///
-/// How far a position falls from the sensor line is nearly linear within a piece. So a piece is sought at whose beginning the
-/// position lies ahead of the sensor line and at whose end it doesn't, and the line in it follows by a secant and a last
-/// correction. A guess from a coarse table of the flight says where to begin; steps that leave the bracket of the lines known
-/// to be too early and too late give way to halving it.
+/// How far a position falls from the sensor line is nearly linear within a piece. So a piece is sought at whose
+/// beginning the position lies ahead of the sensor line and at whose end it doesn't, and the line in it follows by a
+/// secant and a last correction. A guess from a coarse table of the flight says where to begin; steps that leave the
+/// bracket of the lines known to be too early and too late give way to halving it.
 ///
-/// Turbulence may swing the view back, so that it passes a position more than once. How far apart, in lines, the first and
-/// the last such passage can lie is known beforehand for each stretch of the flight, from rays at the ends and the middle of
-/// the sensor line down to twice the usual depth. Only where it isn't 0 are the lines before looked at, too; for deeper
-/// positions, all are.
+/// Turbulence may swing the view back, so that it passes a position more than once. How far apart, in lines, the first
+/// and the last such passage can lie is known beforehand for each stretch of the flight, from rays at the ends and the
+/// middle of the sensor line down to twice the usual depth. Only where it isn't 0 are the lines before looked at, too;
+/// for deeper positions, all are.
 ///
-/// The result depends on nothing but the position: not on those before it, nor on the thread. In a run, the piece of the
-/// position before is tried first; that is done only where the view never goes back, and so leads to the same piece.
+/// The result depends on nothing but the position: not on those before it, nor on the thread. In a run, the piece of
+/// the position before is tried first; that is done only where the view never goes back, and so leads to the same
+/// piece.
 class LineSearch {
 public:
   explicit LineSearch(ViewChain const& chain);
@@ -49,8 +50,8 @@ private:
   static constexpr int linesPerNode = 8;
   static constexpr int linesPerOverlap = 64;
 
-  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead at a
-  // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
+  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead
+  // at a tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
   struct Node {
     double along;
     double across;

@@ -16,13 +16,14 @@ class KESImage;
 
 namespace kes::detail {
 
-/// When the lines of an image were exposed, in double precision: between two whole lines the time is linear, as is the line
-/// correction. A line with TDI is exposed around another time than its own, which the correction (in lines) makes up for in
-/// the focal plane.
+/// When the lines of an image were exposed, in double precision: between two whole lines the time is linear, as is the
+/// line correction. A line with TDI is exposed around another time than its own, which the correction (in lines) makes
+/// up for in the focal plane.
 ///
-/// The table goes on for `margin` lines before the first line and after the last one, at the first and the last cycle time. Where
-/// the TDI stages set in or end at a whole line, time and correction step; a whole line belongs to the interval that it begins.
-/// Where the integration time steps from one line to the next, both are linear between the two lines' own.
+/// The table goes on for `margin` lines before the first line and after the last one, at the first and the last cycle
+/// time. Where the TDI stages set in or end at a whole line, time and correction step; a whole line belongs to the
+/// interval that it begins. Where the integration time steps from one line to the next, both are linear between the two
+/// lines' own.
 class LineTable {
 public:
   static constexpr int margin = 256;
@@ -37,8 +38,8 @@ public:
     double step;
   };
 
-  /// Times count from that of line 0. With a number of TDI stages in place of the image's own, the table has the lines of the
-  /// plain times, and one correction for all: line L of the image is line L - correction of the table.
+  /// Times count from that of line 0. With a number of TDI stages in place of the image's own, the table has the lines
+  /// of the plain times, and one correction for all: line L of the image is line L - correction of the table.
   LineTable(sensor::KESImage const& image, OrientationTable const& orientation, std::optional<float> tdiStages = {});
 
   /// Lines: how much earlier than its own time a line with a given number of TDI stages counts as exposed.

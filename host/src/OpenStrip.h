@@ -19,7 +19,8 @@
 
 namespace kes::detail {
 
-/// What precise projections of a band need, prepared at the first use; or for a given number of TDI stages (see `ViewChain`).
+/// What precise projections of a band need, prepared at the first use; or for a given number of TDI stages (see
+/// `ViewChain`).
 struct BandData {
   BandData(sensor::KESStripModel const& strip, int band, std::optional<float> tdiStages = {})
       : samples(strip.imageWidth(band)), lines(strip.imageHeight(band)), chain(strip, band, tdiStages), search(chain) {}
@@ -32,8 +33,8 @@ struct BandData {
   LineSearch const search;
 };
 
-/// A strip of the library, with or without its data, which never changes but for what is prepared on demand: strip and bands
-/// share it. Another one takes its place when the strip is loaded or unloaded.
+/// A strip of the library, with or without its data, which never changes but for what is prepared on demand: strip and
+/// bands share it. Another one takes its place when the strip is loaded or unloaded.
 class OpenStrip {
 public:
   /// Takes its turn with all others of the process. Throws what `sensor::KESStripModel` throws.
@@ -47,8 +48,8 @@ public:
   CoordinateSystem const& localSystem() const { return *mLocal; }
   /// What is prepared of a band, which exists; the strip is loaded.
   BandData const& band(int index) const;
-  /// The conversion between two systems, fast near the strip: from its flight down to 12 km below, and three flying heights
-  /// around. Null if they are equal. Those used last are kept. The strip is loaded.
+  /// The conversion between two systems, fast near the strip: from its flight down to 12 km below, and three flying
+  /// heights around. Null if they are equal. Those used last are kept. The strip is loaded.
   std::shared_ptr<BulkConversion const> conversion(CoordinateSystem const& from, CoordinateSystem const& to) const;
 
 private:

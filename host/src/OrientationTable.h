@@ -22,12 +22,12 @@ struct Quaternion {
   double q3;
 };
 
-/// The orientation records of a strip, prepared for look-ups in double precision: in each interval of time, position and
-/// quaternion are linear. (The records hold quaternions in single precision; what is between them is double.)
+/// The orientation records of a strip, prepared for look-ups in double precision: in each interval of time, position
+/// and quaternion are linear. (The records hold quaternions in single precision; what is between them is double.)
 ///
 /// Interval 0 lies before the first record, the last interval after the last record: there the attitude stays that of
-/// the end record, and the position goes on at the rate of the end interval. Times are in seconds from an epoch, so that they
-/// keep their last digits. Records whose time is before that of an earlier one are left out.
+/// the end record, and the position goes on at the rate of the end interval. Times are in seconds from an epoch, so
+/// that they keep their last digits. Records whose time is before that of an earlier one are left out.
 class OrientationTable {
 public:
   /// At a time t, with w = (t - start) rate: position + w positionStep, attitude + w attitudeStep.

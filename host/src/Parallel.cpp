@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "Parallel.h"
+#include <kes/Parallel.h>
 
 #include <algorithm>
 #include <atomic>
@@ -10,27 +10,25 @@
 #include <thread>
 #include <vector>
 
-namespace kes::detail {
+namespace kes {
 
 namespace {
 
 class Crew {
 public:
-  using Work = std::function<void(std::size_t, std::size_t)>;
-
-  Crew(std::size_t count, Work const& work) : mCount(count), mWork(work) {}
+  Crew(std::size_t count, std::function<Worker()> const& makeWorker) : mCount(count), mMakeWorker(makeWorker) {}
 
   void run(std::size_t threads) {
     std::vector<std::thread> others;
     try {
-      others.reserve(threads - 1);
+      others.reserve(threads);
       while (others.size() + 1 < threads) {
-        others.emplace_back([this] { takeParts(); });
+        others.emplace_back([this] { takePieces(); });
       }
     } catch (std::exception const&) {
       // There was no room for more; those that run do all the work.
     }
-    takeParts();
+    takePieces();
     for (std::thread& other : others) {
       other.join();
     }
@@ -40,10 +38,11 @@ public:
   }
 
 private:
-  void takeParts() {
+  void takePieces() {
     try {
-      for (std::size_t begin = mNext.fetch_add(pointsPerPart); begin < mCount; begin = mNext.fetch_add(pointsPerPart)) {
-        mWork(begin, std::min(begin + pointsPerPart, mCount));
+      Worker const work = mMakeWorker();
+      for (std::size_t i = mNext++; i < mCount; i = mNext++) {
+        work(i);
       }
     } catch (...) {
       mNext = mCount;
@@ -53,7 +52,7 @@ private:
   }
 
   std::size_t mCount;
-  Work const& mWork;
+  std::function<Worker()> const& mMakeWorker;
   std::atomic<std::size_t> mNext{0};
   std::mutex mMutex;
   std::exception_ptr mFailure;
@@ -61,10 +60,18 @@ private:
 
 }  // namespace
 
-void forEachPartInThreads(std::size_t count, std::size_t threads,
-                          std::function<void(std::size_t begin, std::size_t end)> const& work) {
-  std::size_t const parts = (count + pointsPerPart - 1) / pointsPerPart;
-  Crew(count, work).run(std::min(threads, parts));
+int threadsOfMachine() {
+  return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
 }
 
-}  // namespace kes::detail
+void forEachIndexByWorkers(std::size_t count, int threads, std::function<Worker()> const& makeWorker) {
+  if (count > 0) {
+    Crew(count, makeWorker).run(std::min(static_cast<std::size_t>(std::max(threads, 1)), count));
+  }
+}
+
+void forEachIndex(std::size_t count, int threads, Worker const& work) {
+  forEachIndexByWorkers(count, threads, [&]() -> Worker { return [&](std::size_t i) { work(i); }; });
+}
+
+}  // namespace kes

@@ -30,8 +30,8 @@ inline Status statusOf(BandData const& band, geo::XYPoint const& image, double t
 class Projector {
 public:
   Projector(OpenStrip const& strip, int band) : mStrip(strip), mBand(band), mData(strip.band(band)) {}
-  /// With a number of TDI stages in place of the image's own, for which `staged` was made; it may be null where no closure is
-  /// asked for.
+  /// With a number of TDI stages in place of the image's own, for which `staged` was made; it may be null where no
+  /// closure is asked for.
   Projector(OpenStrip const& strip, int band, std::optional<float> tdiStages, BandData const* staged)
       : mStrip(strip), mBand(band), mData(strip.band(band)), mTdiStages(tdiStages), mStaged(staged) {}
 
@@ -53,8 +53,8 @@ public:
 
   /// Of a point that has a result.
   Status status(geo::XYPoint const& image, double time) const { return statusOf(mData, image, time); }
-  /// Whether what the library found holds: the position is in front of the camera, and as near to the sensor line as the library's
-  /// tolerance, twice, allows.
+  /// Whether what the library found holds: the position is in front of the camera, and as near to the sensor line as
+  /// the library's tolerance, twice, allows.
   bool isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground);
 
   /// The ray of an image position at the height of a ground position, and the ground position in the image.

@@ -48,8 +48,8 @@ SensorLine::SensorLine(sensor::CalibrationGeometryKes const& calibration, int of
   makeStarts();
 }
 
-// The search goes up alone: it starts at or before the first entry above each whole q, and ends at the last interval, beyond which
-// no q lies. Where y turns back along the line, that is one of its passages.
+// The search goes up alone: it starts at or before the first entry above each whole q, and ends at the last interval,
+// beyond which no q lies. Where y turns back along the line, that is one of its passages.
 void SensorLine::makeStarts() {
   mEntries.back().q = std::numeric_limits<double>::infinity();
   std::size_t k = 0;

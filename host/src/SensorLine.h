@@ -15,9 +15,10 @@ class CalibrationGeometryKes;
 
 namespace kes::detail {
 
-/// Where the samples of a sensor line lie in the focal plane (x along the flight, y along the line, metres), and back, in double
-/// precision. Between two calibrated pixels both are linear, beyond the ends of the line they go on along the chord through
-/// its first and last pixel. One way is the exact inverse of the other wherever y runs one way along the line.
+/// Where the samples of a sensor line lie in the focal plane (x along the flight, y along the line, metres), and back,
+/// in double precision. Between two calibrated pixels both are linear, beyond the ends of the line they go on along the
+/// chord through its first and last pixel. One way is the exact inverse of the other wherever y runs one way along the
+/// line.
 class SensorLine {
 public:
   /// A sample, and the focal x of the sensor line there.
@@ -38,8 +39,8 @@ public:
   Sample at(double y) const;
 
 private:
-  // Positions q along the line are in samples by its mean scale: 0 at the first calibrated pixel, increasing along the line. From
-  // a calibrated pixel to the next, both q and x are linear.
+  // Positions q along the line are in samples by its mean scale: 0 at the first calibrated pixel, increasing along the
+  // line. From a calibrated pixel to the next, both q and x are linear.
   struct Entry {
     double q;
     double x;

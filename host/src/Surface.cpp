@@ -65,8 +65,16 @@ Surface Surface::constant(CoordinateSystem const& system, double height) {
 }
 
 Surface Surface::raster(std::string const& fileName) {
-  return Surface(
-      std::make_shared<detail::SurfaceSource const>(std::make_shared<dsm::RasterElevationSource const>(fileName)));
+  return raster(fileName, dsm::RasterElevationSource::DEFAULT_CACHE_SIZE);
+}
+
+Surface Surface::raster(std::string const& fileName, std::size_t cacheSize) {
+  return Surface(std::make_shared<detail::SurfaceSource const>(
+      std::make_shared<dsm::RasterElevationSource const>(fileName, cacheSize)));
+}
+
+std::string Surface::fileName() const {
+  return mSource->raster() != nullptr ? mSource->raster()->fileName() : std::string();
 }
 
 CoordinateSystem const& Surface::coordinateSystem() const {

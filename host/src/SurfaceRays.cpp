@@ -25,8 +25,8 @@ constexpr int MOST_PARTS = 4096;
 constexpr double CLOSED = 1e-4;  // metres
 constexpr int CLOSING_PASSES = 30;
 constexpr double CUT_TOLERANCE = 1e-6;  // metres
-// Square metres: a line of sight bends by 1 / R per metre in another system, so that a step s beyond two places at a distance d
-// departs from their chord by s d / 2R.
+// Square metres: a line of sight bends by 1 / R per metre in another system, so that a step s beyond two places at a
+// distance d departs from their chord by s d / 2R.
 constexpr double STRAIGHT = 1.0;
 constexpr int CUT_PASSES = 20;
 constexpr double EARTH_RADIUS = 6378137.0;
@@ -264,7 +264,8 @@ std::optional<double> SurfaceRays::walkTile(Way const& way, Span const& whole, T
   }
 }
 
-// Along the way the gap over a bilinear patch is a quadratic function, here through its values at the ends and the middle.
+// Along the way the gap over a bilinear patch is a quadratic function, here through its values at the ends and the
+// middle.
 std::optional<double> SurfaceRays::meetPatch(Way const& way, Span const& span, std::array<float, 4> const& corners) {
   if (std::any_of(corners.begin(), corners.end(), [](float height) { return std::isnan(height); })) {
     return meetHole(way, span);
@@ -350,8 +351,8 @@ double SurfaceRays::gap(Hit const& hit) const {
   return (hit.place.z - mSurface.height(hit.place)) * mUnit;
 }
 
-// The secant method, from what the walk found on; where it leaves the neighbourhood or ends in a hole, what the walk found is
-// kept.
+// The secant method, from what the walk found on; where it leaves the neighbourhood or ends in a hole, what the walk
+// found is kept.
 SurfaceRays::Hit SurfaceRays::closed(LineOfSight const& line, double depth, double part) {
   double const reach = 1e-2 * part + 1.0;
   Hit best = hitAt(line, depth);

@@ -26,16 +26,16 @@ struct LineOfSight {
   geo::XYZPoint at(double depth) const { return {eye.x + depth * dx, eye.y + depth * dy, eye.z - depth}; }
 };
 
-/// Where a line of sight reaches a height of a system: its depth there, to a micrometre, and the position of the system at that very
-/// height.
+/// Where a line of sight reaches a height of a system: its depth there, to a micrometre, and the position of the system
+/// at that very height.
 struct HeightCut {
   double depth;
   geo::XYZPoint place;
   Status status;
 };
 
-/// Cuts lines of sight at heights of a system; for one thread. The first guess follows the Earth's curvature, so that two
-/// conversions are enough for most lines.
+/// Cuts lines of sight at heights of a system; for one thread. The first guess follows the Earth's curvature, so that
+/// two conversions are enough for most lines.
 class HeightCutter {
 public:
   /// `toSystem` converts from the lines' local system.
@@ -54,14 +54,15 @@ private:
 
 /// Where lines of sight first meet a surface. For one thread: it keeps the cells that it met last.
 ///
-/// A raster is bilinear between the centres of four cells. On its way a line of sight passes over tiles of eight by eight such
-/// patches that are all below it, and over single patches; in the first one that it may meet, the place is the first root of
-/// a quadratic equation. Beside cells without a height, where weights are shared, it is sought in steps of a sixteenth of
-/// a patch. A line that comes under the surface through a hole, or begins below it, meets nothing.
+/// A raster is bilinear between the centres of four cells. On its way a line of sight passes over tiles of eight by
+/// eight such patches that are all below it, and over single patches; in the first one that it may meet, the place is
+/// the first root of a quadratic equation. Beside cells without a height, where weights are shared, it is sought in
+/// steps of a sixteenth of a patch. A line that comes under the surface through a hole, or begins below it, meets
+/// nothing.
 ///
-/// On that way the change from the local to the surface's system is a parabola through three positions: it follows
-/// the Earth's curvature, and departs from it by far less than a cell. The place that was found is then closed with the change
-/// itself, to a tenth of a millimetre of height.
+/// On that way the change from the local to the surface's system is a parabola through three positions: it follows the
+/// Earth's curvature, and departs from it by far less than a cell. The place that was found is then closed with the
+/// change itself, to a tenth of a millimetre of height.
 class SurfaceRays {
 public:
   /// The caller keeps the surface. `toSurface` converts from the lines' local system to the surface's own.

@@ -3,7 +3,7 @@
 
 #include "Checks.h"
 #include "LibraryForms.h"
-#include "Parallel.h"
+#include "PointParts.h"
 #include "Projector.h"
 #include "SurfaceRays.h"
 

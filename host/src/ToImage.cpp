@@ -3,7 +3,7 @@
 
 #include "Checks.h"
 #include "LibraryForms.h"
-#include "Parallel.h"
+#include "PointParts.h"
 #include "Projector.h"
 #include "SurfaceSource.h"
 
@@ -115,8 +115,8 @@ private:
     }
   }
 
-  // Where x and y of the two systems differ, a height moves a position sideways: pass by pass, the position at the surface's
-  // height of the pass before is looked up.
+  // Where x and y of the two systems differ, a height moves a position sideways: pass by pass, the position at the
+  // surface's height of the pass before is looked up.
   void putOnSurface(Surface const& surface, std::span<Status> status) {
     CoordinateSystem const& system = surface.coordinateSystem();
     bool const isSame = mSystem == system;

@@ -18,7 +18,8 @@ namespace {
 
 constexpr float EXTRAPOLATED = -1.0F;
 
-// The angles of the quaternion that turns the ground into the camera (K. Kraus, Photogrammetry, appendix on rotations in space).
+// The angles of the quaternion that turns the ground into the camera (K. Kraus, Photogrammetry, appendix on rotations
+// in space).
 AttitudeAngles anglesOf(sensor::EOP const& record) {
   auto const q0 = static_cast<double>(record.q0);
   auto const q1 = static_cast<double>(record.q1);

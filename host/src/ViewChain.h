@@ -18,8 +18,8 @@ class KESStripModel;
 
 namespace kes::detail {
 
-/// Part of an image in which time is linear in the line and the orientation in time: within one line, and one interval of the
-/// orientation's records.
+/// Part of an image in which time is linear in the line and the orientation in time: within one line, and one interval
+/// of the orientation's records.
 struct Piece {
   std::size_t interval;
   std::size_t record;
@@ -27,8 +27,8 @@ struct Piece {
   double last;
 };
 
-/// The camera at a fractional line: the rotation R from its rays to the local system by the axes that are its columns, its
-/// perspective centre, and what the line correction moves in the focal plane.
+/// The camera at a fractional line: the rotation R from its rays to the local system by the axes that are its columns,
+/// its perspective centre, and what the line correction moves in the focal plane.
 struct Pose {
   geo::XYZPoint along;   ///< The camera's x axis.
   geo::XYZPoint across;  ///< Its y axis.
@@ -37,17 +37,19 @@ struct Pose {
   double shift;  ///< Metres along the focal x.
 };
 
-/// All that the projections of one band read, prepared in double precision, and the formulae that both directions share.
+/// All that the projections of one band read, prepared in double precision, and the formulae that both directions
+/// share.
 ///
-/// The collinearity equations of a line camera (K. Kraus, Photogrammetry): a focal position (x along the flight, y along the
-/// sensor line) and -f make the camera's ray, which the rotation of the line turns into the local system, to start at the
-/// line's perspective centre. Quaternions are normalised, so that the way back is the transpose to the last digits.
+/// The collinearity equations of a line camera (K. Kraus, Photogrammetry): a focal position (x along the flight, y
+/// along the sensor line) and -f make the camera's ray, which the rotation of the line turns into the local system, to
+/// start at the line's perspective centre. Quaternions are normalised, so that the way back is the transpose to the
+/// last digits.
 ///
 /// It copies what it needs and never changes: any number of threads may use one.
 class ViewChain {
 public:
-  /// The strip's data are loaded, and the band exists. With a number of TDI stages in place of the image's own, lines are counted
-  /// as in `LineTable`.
+  /// The strip's data are loaded, and the band exists. With a number of TDI stages in place of the image's own, lines
+  /// are counted as in `LineTable`.
   ViewChain(sensor::KESStripModel const& strip, int band, std::optional<float> tdiStages = {});
 
   /// Whether the strip has line times and orientation enough for any projection.
@@ -91,8 +93,8 @@ public:
             x * pose.along.z + focal.y * pose.across.z - mFocalLength * pose.up.z};
   }
 
-  /// A ground position in the focal plane. `depth` is its distance from the perspective centre along the direction of view: what
-  /// isn't in front of the camera has one that isn't positive, and no meaningful focal position.
+  /// A ground position in the focal plane. `depth` is its distance from the perspective centre along the direction of
+  /// view: what isn't in front of the camera has one that isn't positive, and no meaningful focal position.
   struct Sight {
     geo::XYPoint focal;
     double depth;

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-// A library to preload: it lets one call of the process fail that opens, writes, syncs, renames or closes a file below a
-// folder, or kills the process there. Opening and closing files that are only read doesn't count.
+// A library to preload: it lets one call of the process fail that opens, writes, syncs, renames or closes a file below
+// a folder, or kills the process there. Opening and closing files that are only read doesn't count.
 
 #include "FaultPlan.h"
+#include "Hook.h"
 
 #include <atomic>
 #include <cerrno>
@@ -14,33 +15,24 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <stdio_ext.h>
 #include <sys/mman.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <sys/uio.h>
 #include <unistd.h>
-
-#define KES_HOOK extern "C" __attribute__((visibility("default")))
 
 namespace {
 
 using faults::Call;
+using faults::next;
 
 constexpr int noFault = -1;
 constexpr int maxFiles = 4096;
 
 // Numbers of the files that count.
 std::atomic<bool> isCounted[maxFiles];
-
-template <class Function>
-Function* next(char const* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 char const* variable(char const* name) {
   char const* const value = std::getenv(name);
@@ -197,10 +189,6 @@ bool folderFails(char const* path) {
 
 mode_t modeOf(int flags, va_list arguments) {
   return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
-}
-
-bool isWallClock(clockid_t clock) {
-  return clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE;
 }
 
 }  // namespace
@@ -393,24 +381,4 @@ KES_HOOK int fflush(FILE* stream) {
     return EOF;
   }
   return next<int(FILE*)>("fflush")(stream);
-}
-
-KES_HOOK int clock_gettime(clockid_t clock, timespec* time) noexcept {
-  if (isWallClock(clock)) {
-    *time = {faults::presentTime, 0};
-    return 0;
-  }
-  return next<int(clockid_t, timespec*)>("clock_gettime")(clock, time);
-}
-
-KES_HOOK int gettimeofday(timeval* time, void*) noexcept {
-  *time = {faults::presentTime, 0};
-  return 0;
-}
-
-KES_HOOK time_t time(time_t* result) noexcept {
-  if (result != nullptr) {
-    *result = faults::presentTime;
-  }
-  return faults::presentTime;
 }

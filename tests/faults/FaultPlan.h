@@ -6,8 +6,8 @@
 #include <array>
 #include <cstdint>
 
-// What the injection library and the program that drives it share. The plan comes as environment variables, the counts go
-// through a file that both have mapped, as a killed process couldn't write a report.
+// What the injection library and the program that drives it share. The plan comes as environment variables, the counts
+// go through a file that both have mapped, as a killed process couldn't write a report.
 
 namespace faults {
 

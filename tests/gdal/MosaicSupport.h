@@ -10,8 +10,9 @@
 
 namespace test {
 
-/// Two flights that overlap by half, side by side and at an angle, over the same terrain. The brightness in the first band is
-/// 1000 + sample or 2000 + sample, and that of the second 1000 + line or 2000 + line, so that each pixel tells what it shows.
+/// Two flights that overlap by half, side by side and at an angle, over the same terrain. The brightness in the first
+/// band is 1000 + sample or 2000 + sample, and that of the second 1000 + line or 2000 + line, so that each pixel says
+/// what it shows.
 struct TwoFlights {
   explicit TwoFlights(FlightSetup const& secondSetup = {.direction = 1.5, .longitude = "-1.399984"})
       : second(secondSetup) {
@@ -28,9 +29,7 @@ struct TwoFlights {
 
   /// Opens a strip for no longer than its call.
   static void visit(OrthoFlight const& flight, kesgdal::StripVisitor const& visitor) {
-    sensor::KESStripModel strip(flight.folder / "strip.stp", true, false, false);
-    strip.setMappingSystem(flight.map.get());
-    visitor(strip);
+    visitor(kes::Strip(flight.folder / "strip.stp", flight.opening()));
   }
   static kesgdal::EachStrip strips(std::vector<OrthoFlight const*> const& flights) {
     return [flights](kesgdal::StripVisitor const& visitor) {
@@ -44,7 +43,7 @@ struct TwoFlights {
   std::string output() const { return first.folder / "ortho.tif"; }
   void write(kesgdal::OrthoPlan const& plan, kesgdal::EachStrip const& each,
              kesgdal::Progress const& progress = {}) const {
-    kesgdal::writeOrthophoto(each, *first.map, first.terrain.get(), plan, output(), progress);
+    kesgdal::writeOrthophoto(each, first.map, *first.terrain, plan, output(), progress);
   }
   Raster ortho(kesgdal::OrthoPlan const& plan, kesgdal::EachStrip const& each) const {
     write(plan, each);

@@ -4,7 +4,7 @@
 #include "OrthoSupport.h"
 #include "simulation/RenderSupport.h"
 
-#include <geo/coordSysFactory.h>
+#include <geo/coordSys.h>
 
 #include <algorithm>
 #include <array>
@@ -40,8 +40,8 @@ struct Patch {
   int radius;
 };
 
-// How far, in pixels, a function lies off that of a raster in a patch: f(x + dx, y + dy) a + b is as near to the raster as can
-// be. NaN where the patch has holes.
+// How far, in pixels, a function lies off that of a raster in a patch: f(x + dx, y + dy) a + b is as near to the raster
+// as can be. NaN where the patch has holes.
 double offset(Raster const& raster, Patch const& patch, Function const& f) {
   double dx = 0.0;
   double dy = 0.0;
@@ -101,8 +101,8 @@ double interpolated(Raster const& raster, double x, double y) {
   return sum;
 }
 
-// A flight of 9800 lines to the east, so long that its forward, nadir and backward bands see a piece of ground in common: they look
-// 1020 m ahead and 510 m back from 2000 m above it.
+// A flight of 9800 lines to the east, so long that its forward, nadir and backward bands see a piece of ground in
+// common: they look 1020 m ahead and 510 m back from 2000 m above it.
 class OrthoAccuracy : public testing::Test {
 protected:
   static simulation::FlightPlan planOfFlight() {
@@ -115,15 +115,26 @@ protected:
     return plan;
   }
 
-  Raster ortho(sensor::KESStripModel& strip, char const* bandId) {
-    strip.setMappingSystem(mMap.get());
-    dsm::RasterElevationSource terrain(KESSENSOR_TERRAIN);
+  // The strip file of the flight, and one beside it that has the camera's true orientation.
+  std::string adjustedStrip() const { return mFolder / ("flight/" + mFlight.files.strip); }
+  std::string trueStrip() const {
+    std::string text = test::contents(adjustedStrip());
+    std::string const attributes =
+        "<EOP filename=\"" + mFlight.files.originalEop + "\" filename_adjusted=\"" + mFlight.files.adjustedEop + "\"/>";
+    std::size_t const place = text.find(attributes);
+    EXPECT_NE(place, std::string::npos);
+    text.replace(place, attributes.size(), "<EOP filename=\"" + mFlight.files.trueEop + "\"/>");
+    return mFolder.file("flight/true.stp", text);
+  }
+
+  Raster ortho(char const* bandId, std::string const& stripFile) {
+    kes::Strip const strip(stripFile);
     kesgdal::OrthoPlan plan;
     plan.bands = {bandId};
     plan.gsd = gsd;
     plan.threads = 2;
     std::string const name = mFolder / (std::string(bandId) + ".tif");
-    kesgdal::writeOrthophoto(strip, &terrain, plan, name);
+    kesgdal::writeOrthophoto(strip, mMap, kes::Surface::raster(KESSENSOR_TERRAIN), plan, name);
     return Raster(name);
   }
 
@@ -131,7 +142,7 @@ protected:
   Function textureOf(Raster const& raster) const {
     return [this, &raster](double x, double y) {
       geo::XYZPoint point(raster.geoTransform[0] + gsd * (x + 0.5), raster.geoTransform[3] - gsd * (y + 0.5), 0.0);
-      geo::coordSys::transform(mMap.get(), &mFlight.texture->coordSystem(), point, point);
+      geo::coordSys::transform(&mMap.platform(), &mFlight.texture->coordSystem(), point, point);
       return mFlight.texture->value(point);
     };
   }
@@ -154,12 +165,12 @@ protected:
   static constexpr double gsd = 0.2;
   test::TempFolder mFolder;
   test::RenderedFlight mFlight{planOfFlight(), mFolder / "flight"};
-  std::unique_ptr<geo::coordSys> mMap{geo::coordSysFactory::getInstance()->createCoordSys("EPSG:32616")};
+  kes::CoordinateSystem mMap{"EPSG:32616"};
 };
 
 TEST_F(OrthoAccuracy, OrthophotosShowTheTextureInItsPlace) {
   for (char const* const band : {"PANF27A", "PANN00A", "PANB14A"}) {
-    Raster const raster = ortho(*mFlight.strip, band);
+    Raster const raster = ortho(band, trueStrip());
     double const error = medianOffset(raster, textureOf(raster), 240, 100);
     RecordProperty(band, std::to_string(error));
     EXPECT_LT(error, 0.02) << band;
@@ -168,17 +179,16 @@ TEST_F(OrthoAccuracy, OrthophotosShowTheTextureInItsPlace) {
 
 // The adjusted orientation is good to 1 cm and 4 microradians, of which the latter come to 8 mm.
 TEST_F(OrthoAccuracy, AdjustedOrientationIsGoodToATenthOfAPixel) {
-  sensor::KESStripModel strip(mFolder / ("flight/" + mFlight.files.strip), true, false, false);
-  Raster const raster = ortho(strip, "PANN00A");
+  Raster const raster = ortho("PANN00A", adjustedStrip());
   double const error = medianOffset(raster, textureOf(raster), 240, 100);
   RecordProperty("PANN00A", std::to_string(error));
   EXPECT_LT(error, 0.1);
 }
 
 TEST_F(OrthoAccuracy, ForwardNadirAndBackwardOrthophotosAgree) {
-  Raster const nadir = ortho(*mFlight.strip, "PANN00A");
+  Raster const nadir = ortho("PANN00A", trueStrip());
   for (char const* const band : {"PANF27A", "PANB14A"}) {
-    Raster const other = ortho(*mFlight.strip, band);
+    Raster const other = ortho(band, trueStrip());
     // Both lie on the same pixels of the map.
     double const columns = std::round((nadir.geoTransform[0] - other.geoTransform[0]) / gsd);
     double const rows = std::round((other.geoTransform[3] - nadir.geoTransform[3]) / gsd);

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <filesystem>
 
-// What can't be orthorectified: each is told with its place, leaves an older file as it was, and nothing else behind.
+// What can't be orthorectified: each is reported with its place, and leaves an older file as it was, and no other file.
 
 namespace {
 
@@ -41,19 +41,19 @@ TEST_F(OrthoFailure, MissingImageIsNamed) {
   EXPECT_THAT(failure(), testing::StartsWith("image of band PANN00B: can't open " + name + ": "));
 }
 
-TEST_F(OrthoFailure, ImageThatIsNoneIsNamed) {
+TEST_F(OrthoFailure, FileThatIsntAnImageIsNamed) {
   std::string const name = mFlight.folder.file("images/PANN00A.tif", "none");
   EXPECT_THAT(failure(), testing::StartsWith("image of band PANN00A: can't open " + name + ": "));
 }
 
-TEST_F(OrthoFailure, ImageOfAnotherSizeIsTold) {
+TEST_F(OrthoFailure, ImageOfAnotherSizeIsReported) {
   mFlight.small.lines = 299;
   mFlight.writeImage("PANN00A", [](int, int) { return 1.0; });
   EXPECT_EQ(failure(), "image of band PANN00A: " + mFlight.imageName("PANN00A") +
                            " has 101 x 299 pixels, the strip has 101 x 300");
 }
 
-TEST_F(OrthoFailure, ImageOfSeveralBandsIsTold) {
+TEST_F(OrthoFailure, ImageOfSeveralBandsIsReported) {
   GetGDALDriverManager()
       ->GetDriverByName("GTiff")
       ->Create(mFlight.imageName("PANN00A").c_str(), 101, 300, 3, GDT_Byte, nullptr)
@@ -62,19 +62,19 @@ TEST_F(OrthoFailure, ImageOfSeveralBandsIsTold) {
             "image of band PANN00A: " + mFlight.imageName("PANN00A") + " has 3 raster bands in place of one");
 }
 
-TEST_F(OrthoFailure, ComplexImageIsTold) {
+TEST_F(OrthoFailure, ComplexImageIsReported) {
   mFlight.writeImage(
       "PANN00A", [](int, int) { return 1.0; }, GDT_CFloat32);
   EXPECT_EQ(failure(), "image of band PANN00A: " + mFlight.imageName("PANN00A") + " has complex values");
 }
 
-// Its beginning tells of more than there is.
-TEST_F(OrthoFailure, ImageThatIsCutIsTold) {
+// Its beginning promises more than there is.
+TEST_F(OrthoFailure, ImageThatIsCutIsReported) {
   std::filesystem::resize_file(mFlight.imageName("PANN00A"), 60000);
   EXPECT_THAT(failure(), testing::StartsWith("can't warp an image: "));
 }
 
-TEST_F(OrthoFailure, NoDataThatTheTypeCantHoldIsTold) {
+TEST_F(OrthoFailure, NoDataThatTheTypeCantHoldIsReported) {
   mFlight.writeImage(
       "PANN00A", [](int, int) { return 1.0; }, GDT_Byte);
   mFlight.writeImage(
@@ -85,7 +85,7 @@ TEST_F(OrthoFailure, NoDataThatTheTypeCantHoldIsTold) {
   EXPECT_EQ(failure(plan), "the images' type UInt16 can't hold the value 0.5 for no data");
 }
 
-TEST_F(OrthoFailure, PlanOfNothingIsTold) {
+TEST_F(OrthoFailure, PlanOfNothingIsReported) {
   OrthoPlan plan = mFlight.plan();
   plan.bands = {"PANN00A", "PANF27A"};
   EXPECT_EQ(failure(plan), "no band \"PANF27A\" in the strip, which has PANN00A, PANN00B");
@@ -96,32 +96,31 @@ TEST_F(OrthoFailure, PlanOfNothingIsTold) {
   EXPECT_EQ(failure(plan), "Can't orthorectify: neither bands nor threads may be none");
 }
 
-TEST_F(OrthoFailure, SizeOfAPixelIsTold) {
+TEST_F(OrthoFailure, SizeOfAPixelIsReported) {
   EXPECT_EQ(failure(mFlight.plan(0.0)), "ground sampling distance of 0 m isn't above 0");
 }
 
 // Runs that would take a year, or as long as the pixels are large.
 TEST_F(OrthoFailure, SizeOfAPixelOutOfProportionIsRefused) {
-  ASSERT_EQ(mFlight.strip->gsd(0), 2.0F);
+  ASSERT_EQ(mFlight.band(0).gsd(), 2.0);
   std::string const limits = " m isn't between 0.01 and 1024 times that of the image of band PANN00A, 2 m";
   EXPECT_EQ(failure(mFlight.plan(0.0199)), "ground sampling distance of 0.0199" + limits);
   EXPECT_EQ(failure(mFlight.plan(2049)), "ground sampling distance of 2049" + limits);
   EXPECT_EQ(failure(mFlight.plan(1e9)), "ground sampling distance of 1e+09" + limits);
 }
 
-TEST_F(OrthoFailure, MapThatIsNoneIsTold) {
-  std::unique_ptr<geo::coordSys> const space(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:4978"));
-  mFlight.strip->setMappingSystem(space.get());
+TEST_F(OrthoFailure, MapThatIsNeitherProjectedNorGeographicIsReported) {
+  mFlight.map = kes::CoordinateSystem("EPSG:4978");
   EXPECT_THAT(failure(), testing::EndsWith(" is neither projected nor geographic"));
 }
 
-TEST_F(OrthoFailure, TerrainElsewhereIsTold) {
+TEST_F(OrthoFailure, TerrainElsewhereIsReported) {
   mFlight.relief.geoTransform[0] += 5000.0;
   mFlight.openTerrain();
   EXPECT_EQ(failure(), "elevation model \"" + mFlight.terrain->fileName() + "\" doesn't cover the strip");
 }
 
-TEST_F(OrthoFailure, TerrainWithoutAHeightIsTold) {
+TEST_F(OrthoFailure, TerrainWithoutAHeightIsReported) {
   mFlight.relief.noData = -1.0;
   mFlight.relief.fill([](int, int) { return -1.0; });
   mFlight.openTerrain();
@@ -129,7 +128,7 @@ TEST_F(OrthoFailure, TerrainWithoutAHeightIsTold) {
 }
 
 // 8 m of terrain, on which no pixel of 64 m has its centre.
-TEST_F(OrthoFailure, TerrainBetweenThePixelsIsTold) {
+TEST_F(OrthoFailure, TerrainBetweenThePixelsIsReported) {
   mFlight.relief.columns = 2;
   mFlight.relief.rows = 2;
   mFlight.relief.fill([](int, int) { return 500.0; });
@@ -141,39 +140,40 @@ TEST_F(OrthoFailure, TerrainBetweenThePixelsIsTold) {
             "elevation model \"" + mFlight.terrain->fileName() + "\" doesn't cover the strip");
 }
 
-TEST_F(OrthoFailure, TerrainThatCantBeReadIsTold) {
+TEST_F(OrthoFailure, TerrainThatCantBeReadIsReported) {
   mFlight.cutTerrain();
   EXPECT_THAT(failure(), testing::StartsWith("Can't read elevation model \"" + mFlight.terrain->fileName() + "\": "));
 }
 
 // The footprint needs the terrain along the image's edges alone; what lies between is read when the pixels are made.
-TEST(OrthoFailureWhileWarping, TerrainThatCantBeReadIsTold) {
+TEST(OrthoFailureWhileWarping, TerrainThatCantBeReadIsReported) {
   OrthoFlight flight({.lines = 800, .longitude = "0.26", .system = "EPSG:32633"});
   flight.writePositions();
   geo::XYPoint const origin = flight.mapOf({0.0, 0.0, 0.0});
   test::FormulaRaster formula(1000, 700, [](int, int) { return 500.0; });
   formula.geoTransform = {std::floor(origin.x) - 100.0, 1.0, 0.0, std::floor(origin.y) + 350.0, 0.0, -1.0};
-  dsm::RasterElevationSource terrain(formula.name(), 0);
+  kes::Surface const terrain = kes::Surface::raster(formula.name(), 0);
   std::string const name = flight.folder / "ortho.tif";
   int const before = test::entryCount(flight.folder.path());
   std::string const message = test::messageOf([&] {
-    kesgdal::writeOrthophoto(*flight.strip, &terrain, flight.plan(0.5), name, [&](double) { formula.fails = true; });
+    kesgdal::writeOrthophoto(*flight.strip, flight.map, terrain, flight.plan(0.5), name,
+                             [&](double) { formula.fails = true; });
   });
   EXPECT_THAT(message, testing::StartsWith("Can't read elevation model \"" + formula.name() + "\": "));
   EXPECT_EQ(test::entryCount(flight.folder.path()), before);
 }
 
-TEST_F(OrthoFailure, StripThatIsntLoadedIsTold) {
-  mFlight.strip->unloadData();
+TEST_F(OrthoFailure, StripThatIsntLoadedIsReported) {
+  mFlight.strip->unload();
   EXPECT_EQ(failure(), "Can't orthorectify: the strip's data aren't loaded");
 }
 
 // The message of an attempt to write to a place.
 std::string writingTo(OrthoFlight const& flight, std::string const& name, OrthoPlan const& plan) {
-  return test::messageOf([&] { kesgdal::writeOrthophoto(*flight.strip, flight.terrain.get(), plan, name); });
+  return test::messageOf([&] { kesgdal::writeOrthophoto(*flight.strip, flight.map, *flight.terrain, plan, name); });
 }
 
-TEST_F(OrthoFailure, PlacesThatCantBeWrittenAreTold) {
+TEST_F(OrthoFailure, PlacesThatCantBeWrittenAreReported) {
   std::string const nowhere = mFlight.folder / "none/ortho.tif";
   EXPECT_EQ(writingTo(mFlight, nowhere, mFlight.plan()), "can't write " + nowhere + ": No such file or directory");
   std::string const folder = mFlight.folder.folder("sub");
@@ -198,14 +198,14 @@ TEST_F(OrthoFailure, FullDiskLeavesTheOlderFile) {
   std::string const name = disk / "ortho.tif";
   OrthoPlan plan = mFlight.plan(0.5);
   plan.bands = {"PANN00A"};
-  kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), plan, name);
+  kesgdal::writeOrthophoto(*mFlight.strip, mFlight.map, *mFlight.terrain, plan, name);
   auto const size = static_cast<std::int64_t>(std::filesystem::file_size(name));
   std::string const older = test::contents(name);
   int failures = 0;
   for (std::int64_t spare = 0; spare < 7 << 19; spare += 64 << 10) {
     disk.fill(spare);
     try {
-      kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), plan, name);
+      kesgdal::writeOrthophoto(*mFlight.strip, mFlight.map, *mFlight.terrain, plan, name);
     } catch (std::runtime_error const& error) {
       ++failures;
       EXPECT_THAT(error.what(), testing::StartsWith("can't write " + name + ": ")) << spare;

@@ -28,7 +28,7 @@ protected:
     mWhole = summary();
   }
 
-  void write() { kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), mPlan, mName); }
+  void write() { kesgdal::writeOrthophoto(*mFlight.strip, mFlight.map, *mFlight.terrain, mPlan, mName); }
 
   // All that the file holds, in short; that the overviews are there is seen from their number.
   std::string summary() const {
@@ -136,7 +136,7 @@ TEST_F(OrthoFaults, AnythingThatProgressThrowsComesOut) {
     mPlan.threads = threads;
     for (double const from : {0.0, 0.9}) {
       mFlight.folder.file("ortho.tif", "older");
-      EXPECT_THROW(kesgdal::writeOrthophoto(*mFlight.strip, mFlight.terrain.get(), mPlan, mName,
+      EXPECT_THROW(kesgdal::writeOrthophoto(*mFlight.strip, mFlight.map, *mFlight.terrain, mPlan, mName,
                                             [&](double done) {
                                               if (done >= from) {
                                                 throw 42;

@@ -15,45 +15,42 @@ using kesgdal::Extent;
 using kesgdal::OrthoGrid;
 using test::OrthoFlight;
 
-std::unique_ptr<geo::coordSys> system(char const* definition) {
-  return std::unique_ptr<geo::coordSys>(geo::coordSysFactory::getInstance()->createCoordSys(definition));
-}
-
 TEST(OrthoGrid, EdgesAreMultiplesOfThePixelsAroundTheBox) {
-  auto const utm = system("EPSG:32617");
-  OrthoGrid const grid({{-10.3, 99.9}, {5.1, 140.2}}, 2.5, *utm);
+  kes::CoordinateSystem const utm("EPSG:32617");
+  OrthoGrid const grid({{-10.3, 99.9}, {5.1, 140.2}}, 2.5, utm);
   EXPECT_EQ(grid.geoTransform(), (kesgdal::GeoTransform{-12.5, 2.5, 0.0, 142.5, 0.0, -2.5}));
   EXPECT_EQ(grid.columns(), 8);  // -12.5 to 7.5
   EXPECT_EQ(grid.rows(), 18);    // 142.5 to 97.5
 }
 
 TEST(OrthoGrid, BoxOnTheEdgesStaysAsItIs) {
-  auto const utm = system("EPSG:32617");
-  OrthoGrid const grid({{5.0, 10.0}, {15.0, 25.0}}, 5.0, *utm);
+  kes::CoordinateSystem const utm("EPSG:32617");
+  OrthoGrid const grid({{5.0, 10.0}, {15.0, 25.0}}, 5.0, utm);
   EXPECT_EQ(grid.columns(), 2);
   EXPECT_EQ(grid.rows(), 3);
-  OrthoGrid const point({{5.0, 10.0}, {5.0, 10.0}}, 5.0, *utm);
+  OrthoGrid const point({{5.0, 10.0}, {5.0, 10.0}}, 5.0, utm);
   EXPECT_EQ(point.columns(), 1);
   EXPECT_EQ(point.rows(), 1);
 }
 
 // A degree is 6378137 m pi / 180 along the equator; a US survey foot is 1200 / 3937 m.
 TEST(OrthoGrid, PixelsAreMetresInTheUnitOfTheMap) {
-  EXPECT_NEAR(OrthoGrid({{-80.0, 34.0}, {-79.99, 34.01}}, 10.0, *system("EPSG:4326")).pixelSize(),
+  EXPECT_NEAR(OrthoGrid({{-80.0, 34.0}, {-79.99, 34.01}}, 10.0, kes::CoordinateSystem("EPSG:4326")).pixelSize(),
               10.0 / (6378137.0 * 3.14159265358979323846 / 180.0), 1e-18);
-  EXPECT_NEAR(OrthoGrid({{0.0, 0.0}, {10.0, 10.0}}, 1.0, *system("EPSG:2264")).pixelSize(), 3937.0 / 1200.0, 1e-12);
+  EXPECT_NEAR(OrthoGrid({{0.0, 0.0}, {10.0, 10.0}}, 1.0, kes::CoordinateSystem("EPSG:2264")).pixelSize(),
+              3937.0 / 1200.0, 1e-12);
 }
 
-TEST(OrthoGrid, SizesThatCantBeAreTold) {
-  auto const utm = system("EPSG:32617");
+TEST(OrthoGrid, SizesThatCantBeAreReported) {
+  kes::CoordinateSystem const utm("EPSG:32617");
   Extent const box{{0.0, 0.0}, {3000.0, 2000.0}};
-  EXPECT_MESSAGE(OrthoGrid(box, 0.0, *utm), "ground sampling distance of 0 m isn't above 0");
-  EXPECT_MESSAGE(OrthoGrid(box, -0.5, *utm), "ground sampling distance of -0.5 m isn't above 0");
-  EXPECT_MESSAGE(OrthoGrid(box, std::nan(""), *utm), "ground sampling distance of nan m isn't above 0");
-  EXPECT_MESSAGE(OrthoGrid(box, INFINITY, *utm), "ground sampling distance of inf m isn't above 0");
-  EXPECT_MESSAGE(OrthoGrid(box, 0.001, *utm),
+  EXPECT_MESSAGE(OrthoGrid(box, 0.0, utm), "ground sampling distance of 0 m isn't above 0");
+  EXPECT_MESSAGE(OrthoGrid(box, -0.5, utm), "ground sampling distance of -0.5 m isn't above 0");
+  EXPECT_MESSAGE(OrthoGrid(box, std::nan(""), utm), "ground sampling distance of nan m isn't above 0");
+  EXPECT_MESSAGE(OrthoGrid(box, INFINITY, utm), "ground sampling distance of inf m isn't above 0");
+  EXPECT_MESSAGE(OrthoGrid(box, 0.001, utm),
                  "ground sampling distance of 0.001 m gives an image of 3000000 x 2000000 pixels");
-  EXPECT_MESSAGE(OrthoGrid(box, 1e-6, *utm),
+  EXPECT_MESSAGE(OrthoGrid(box, 1e-6, utm),
                  "ground sampling distance of 1e-06 m gives an image of 3000000000 x 2000000000 pixels");
 }
 
@@ -71,7 +68,7 @@ TEST(Footprint, IsTheBoxAroundTheOuterEdgesOfTheImage) {
     OrthoFlight flight(direction);
     flight.relief.fill([](int, int) { return 500.0; });
     flight.openTerrain();
-    auto const found = kesgdal::footprint(*flight.strip, 0, flight.terrain.get());
+    auto const found = kesgdal::footprint(flight.band(0), flight.map, *flight.terrain);
     ASSERT_TRUE(found);
     Extent expected{{1e99, 1e99}, {-1e99, -1e99}};
     for (double const along : {-0.5, 299.5}) {
@@ -95,7 +92,7 @@ TEST(Footprint, FollowsTheTerrain) {
     return flight.relief.y(0.0, row) > flight.mapOf({0.0, 50.0, 0.0}).y ? 600.0 : 500.0;
   });
   flight.openTerrain();
-  auto const found = kesgdal::footprint(*flight.strip, 0, flight.terrain.get());
+  auto const found = kesgdal::footprint(flight.band(0), flight.map, *flight.terrain);
   ASSERT_TRUE(found);
   EXPECT_NEAR(found->high.y, flight.mapOf({299.5, 90.9, 0.0}).y, 5.0);
   EXPECT_NEAR(found->low.y, flight.mapOf({0.0, -101.0, 0.0}).y, 5.0);
@@ -110,7 +107,7 @@ TEST(Footprint, ReachesOverHolesInTheTerrain) {
   });
   flight.relief.values[0] = 300.0;
   flight.openTerrain();
-  auto const found = kesgdal::footprint(*flight.strip, 0, flight.terrain.get());
+  auto const found = kesgdal::footprint(flight.band(0), flight.map, *flight.terrain);
   ASSERT_TRUE(found);
   EXPECT_NEAR(found->high.x, flight.mapOf({299.5, -121.2, -200.0}).x, 0.1);
   EXPECT_NEAR(found->low.y, flight.mapOf({200.0, -121.2, -200.0}).y, 0.1);  // the map's north is turned
@@ -124,21 +121,22 @@ TEST(Footprint, IsFoundWhenOnlyTheMiddleIsCovered) {
   flight.relief.rows = 10;
   flight.relief.fill([](int, int) { return 500.0; });
   flight.openTerrain();
-  EXPECT_TRUE(kesgdal::footprint(*flight.strip, 0, flight.terrain.get()));
+  EXPECT_TRUE(kesgdal::footprint(flight.band(0), flight.map, *flight.terrain));
 }
 
 TEST(Footprint, IsNothingBesideTheTerrain) {
   OrthoFlight flight;
   flight.relief.geoTransform[0] += 5000.0;
   flight.openTerrain();
-  EXPECT_FALSE(kesgdal::footprint(*flight.strip, 0, flight.terrain.get()));
+  EXPECT_FALSE(kesgdal::footprint(flight.band(0), flight.map, *flight.terrain));
 }
 
 TEST(Footprint, SurfaceThatCantBeReadIsAFailure) {
   OrthoFlight const flight;
   flight.cutTerrain();
-  EXPECT_THAT(test::messageOf([&] { kesgdal::footprint(*flight.strip, 0, flight.terrain.get()); }),
-              testing::StartsWith("Can't read elevation model \"" + flight.terrain->fileName() + "\": "));
+  EXPECT_THAT(
+      test::messageOf([&] { static_cast<void>(kesgdal::footprint(flight.band(0), flight.map, *flight.terrain)); }),
+      testing::StartsWith("Can't read elevation model \"" + flight.terrain->fileName() + "\": "));
 }
 
 }  // namespace

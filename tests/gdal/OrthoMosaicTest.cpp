@@ -18,8 +18,8 @@ using test::TwoFlights;
 
 constexpr double middle = 50.0;  // of 101 samples
 
-// Where a flight has a pixel, by the formula. Whether a position on the very edge belongs to the image is left to the solver's
-// tolerance.
+// Where a flight has a pixel, by the formula. Whether a position on the very edge belongs to the image is left to the
+// solver's tolerance.
 struct Sight {
   geo::XYPoint image;
   double distance;
@@ -211,7 +211,7 @@ TEST(OrthoMosaic, BandsAreThoseOfTheStripsThatHaveThem) {
   EXPECT_GT(common, 5000);
 }
 
-// The other strip lies a kilometre aside, behind the end of the terrain.
+// The other strip lies a kilometre aside, after the end of the terrain.
 TEST(OrthoMosaic, StripBesideTheTerrainIsLeftOut) {
   TwoFlights const flights({.direction = 1.5, .longitude = "-1.3998"});
   OrthoPlan const plan = flights.first.plan();
@@ -232,7 +232,7 @@ TEST(OrthoMosaic, OneOfSeveralStripsIsTheFileOfOne) {
   TwoFlights const flights;
   OrthoPlan const plan = flights.first.plan();
   std::string const one = flights.bytes(plan, TwoFlights::strips({&flights.second}));
-  kesgdal::writeOrthophoto(*flights.second.strip, flights.first.terrain.get(), plan, flights.output());
+  kesgdal::writeOrthophoto(*flights.second.strip, flights.first.map, *flights.first.terrain, plan, flights.output());
   EXPECT_TRUE(test::contents(flights.output()) == one);
 }
 
@@ -240,12 +240,12 @@ TEST(OrthoMosaic, ProgressRisesToTheEnd) {
   TwoFlights const flights;
   OrthoPlan plan = flights.first.plan(0.4);
   plan.threads = 3;
-  std::vector<double> told;
-  flights.write(plan, flights.strips(), [&](double done) { told.push_back(done); });
-  EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
-  EXPECT_GT(told.front(), 0.0);
-  EXPECT_LT(told.front(), 0.3);
-  EXPECT_EQ(told.back(), 1.0);
+  std::vector<double> reported;
+  flights.write(plan, flights.strips(), [&](double done) { reported.push_back(done); });
+  EXPECT_TRUE(std::is_sorted(reported.begin(), reported.end()));
+  EXPECT_GT(reported.front(), 0.0);
+  EXPECT_LT(reported.front(), 0.3);
+  EXPECT_EQ(reported.back(), 1.0);
 }
 
 }  // namespace

@@ -3,9 +3,6 @@
 
 #include "OrthoSupport.h"
 
-#include <geo/coordSysFactory.h>
-#include <sensor/CameraFactory.h>
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -70,7 +67,7 @@ geo::XYPoint Raster::centre(int column, int row) const {
   return {geoTransform[0] + geoTransform[1] * (column + 0.5), geoTransform[3] + geoTransform[5] * (row + 0.5)};
 }
 
-OrthoFlight::OrthoFlight(FlightSetup const& flightSetup) : setup(flightSetup) {
+OrthoFlight::OrthoFlight(FlightSetup const& flightSetup) : setup(flightSetup), map(flightSetup.system) {
   double const focalX = setup.look * SmallStrip::focalLength * 1000.0;
   small.sensorId = "T" + std::to_string(static_cast<int>(focalX));  // cameras stay in the process
   small.bands.clear();
@@ -81,11 +78,7 @@ OrthoFlight::OrthoFlight(FlightSetup const& flightSetup) : setup(flightSetup) {
   small.direction = setup.direction;
   small.lines = setup.lines;
   small.anchorLongitude = setup.longitude;
-  std::string const file = small.write(folder);
-  sensor::CameraFactory::instance()->addSearchPath(folder / "calibration");
-  strip = std::make_unique<sensor::KESStripModel>(file, true, false, false);
-  map.reset(geo::coordSysFactory::getInstance()->createCoordSys(setup.system));
-  strip->setMappingSystem(map.get());
+  strip.emplace(small.write(folder), opening());
   geo::XYPoint const origin = mapOf({0.0, 0.0, 0.0});
   relief.columns = 250;
   relief.rows = 200;
@@ -95,8 +88,14 @@ OrthoFlight::OrthoFlight(FlightSetup const& flightSetup) : setup(flightSetup) {
   openTerrain();
 }
 
+kes::StripOptions OrthoFlight::opening() const {
+  kes::StripOptions options;
+  options.calibrations = {folder / "calibration"};
+  return options;
+}
+
 void OrthoFlight::openTerrain() {
-  terrain = std::make_unique<dsm::RasterElevationSource>(relief.write(folder));
+  terrain = kes::Surface::raster(relief.write(folder));
 }
 
 void OrthoFlight::cutTerrain() const {
@@ -126,17 +125,18 @@ void OrthoFlight::writePositions() const {
 }
 
 std::optional<geo::XYZPoint> OrthoFlight::ground(geo::XYPoint const& mapPosition) const {
-  geo::XYZPoint point(mapPosition.x, mapPosition.y, 0.0);
-  float height = 0.0F;
-  if (!terrain->height(point, height)) {
+  std::vector<geo::XYZPoint> point{{mapPosition.x, mapPosition.y, 0.0}};
+  std::vector<double> height(1);
+  if (terrain->heights(point, height) == 0) {
     return std::nullopt;
   }
-  point.z = static_cast<double>(height);
-  geo::coordSys::transform(terrain->coordSystem(), strip->lsrSystem(), point, point);
-  return point;
+  point[0].z = height[0];
+  terrain->coordinateSystem().transform(strip->localSystem(), point, point);
+  return point[0];
 }
 
-// The camera looks on a line across the flight, ahead of itself, whose samples run to the left; line 0 is at the origin.
+// The camera looks on a line across the flight, ahead of itself, whose samples run to the left; line 0 is at the
+// origin.
 geo::XYPoint OrthoFlight::image(geo::XYZPoint const& local) const {
   double const along = local.x * std::cos(setup.direction) + local.y * std::sin(setup.direction);
   double const across = local.y * std::cos(setup.direction) - local.x * std::sin(setup.direction);
@@ -150,9 +150,9 @@ bool OrthoFlight::isInside(geo::XYPoint const& position, double margin) const {
 }
 
 geo::XYPoint OrthoFlight::mapOf(geo::XYZPoint const& local) const {
-  geo::XYZPoint point;
-  geo::coordSys::transform(strip->lsrSystem(), map.get(), local, point);
-  return {point.x, point.y};
+  std::vector<geo::XYZPoint> point{local};
+  strip->localSystem().transform(map, point, point);
+  return {point[0].x, point[0].y};
 }
 
 kesgdal::OrthoPlan OrthoFlight::plan(double gsd) const {
@@ -164,7 +164,7 @@ kesgdal::OrthoPlan OrthoFlight::plan(double gsd) const {
 }
 
 Raster OrthoFlight::ortho(kesgdal::OrthoPlan const& orthoPlan, kesgdal::Progress const& progress) {
-  kesgdal::writeOrthophoto(*strip, terrain.get(), orthoPlan, folder / "ortho.tif", progress);
+  kesgdal::writeOrthophoto(*strip, map, *terrain, orthoPlan, folder / "ortho.tif", progress);
   return Raster(folder / "ortho.tif");
 }
 

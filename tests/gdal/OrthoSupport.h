@@ -9,15 +9,13 @@
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
-#include <geo/coordSys.h>
+#include <kes/kes.h>
 #include <kesgdal/Orthophoto.h>
-#include <sensor/KESStripModel.h>
 
 #include <gdal_priv.h>
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -79,6 +77,9 @@ public:
   /// The map position of a local one.
   geo::XYPoint mapOf(geo::XYZPoint const& local) const;
 
+  kes::Band band(int index) const { return strip->band(index); }
+  /// How its strip is opened.
+  kes::StripOptions opening() const;
   kesgdal::OrthoPlan plan(double gsd = 1.5) const;
   /// Orthorectifies and reads the file.
   Raster ortho(kesgdal::OrthoPlan const& orthoPlan, kesgdal::Progress const& progress = {});
@@ -87,9 +88,9 @@ public:
   TempFolder folder;
   SmallStrip small;
   ElevationRaster relief;
-  std::unique_ptr<dsm::RasterElevationSource> terrain;
-  std::unique_ptr<geo::coordSys> map;
-  std::unique_ptr<sensor::KESStripModel> strip;
+  kes::CoordinateSystem map;
+  std::optional<kes::Surface> terrain;
+  std::optional<kes::Strip> strip;
 };
 
 }  // namespace test

@@ -67,7 +67,7 @@ bool hasSameBits(Positions const& a, Positions const& b) {
 
 TEST(OrthoTransformer, MapPositionsGoToThePixelsOfTheFormula) {
   OrthoFlight const flight;
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   Positions const map = mapGrid(flight);
   Positions const image = transformed(transformer.argument(), toImage, map);
   for (std::size_t i = 0; i < map.size(); ++i) {
@@ -81,14 +81,17 @@ TEST(OrthoTransformer, MapPositionsGoToThePixelsOfTheFormula) {
 
 TEST(OrthoTransformer, PositionsAreThoseOfTheModelsOwnProjection) {
   OrthoFlight flight(0.7);
-  OrthoTransformer const transformer(*flight.strip, 1, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(1), flight.map, *flight.terrain);
   Positions const map = mapGrid(flight);
   Positions const image = transformed(transformer.argument(), toImage, map);
   for (std::size_t i = 0; i < map.size(); ++i) {
-    float height = 0.0F;
-    ASSERT_TRUE(flight.terrain->height({map.x[i], map.y[i], 0.0}, height));
-    geo::XYPoint expected;
-    flight.strip->mapToImage({map.x[i], map.y[i], static_cast<double>(height)}, 1, expected);
+    std::vector<geo::XYZPoint> ground{{map.x[i], map.y[i], 0.0}};
+    std::vector<double> height(1);
+    ASSERT_EQ(flight.terrain->heights(ground, height), 1U);
+    kes::ToImageOptions options;
+    options.system = flight.map;
+    options.solver = kes::Solver::libraryPoint;
+    geo::XYPoint const expected = flight.band(1).toImage({map.x[i], map.y[i], height[0]}, options).position;
     EXPECT_NEAR(image.x[i], expected.x + 0.5, 0.002);
     EXPECT_NEAR(image.y[i], expected.y + 0.5, 0.002);
   }
@@ -98,8 +101,8 @@ TEST(OrthoTransformer, PixelsOfTheRasterAreTakenByItsGeotransform) {
   OrthoFlight const flight;
   geo::XYPoint const corner = flight.mapOf({20.0, 60.0, 0.0});
   GeoTransform const raster = {corner.x, 0.5, 0.25, corner.y, -0.125, -0.75};
-  OrthoTransformer const onRaster(*flight.strip, 0, flight.terrain.get(), raster);
-  OrthoTransformer const onMap(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const onRaster(flight.band(0), flight.map, *flight.terrain, raster);
+  OrthoTransformer const onMap(flight.band(0), flight.map, *flight.terrain);
   Positions pixels;
   pixels.add(30.0, 80.0);
   Positions map;
@@ -113,11 +116,12 @@ TEST(OrthoTransformer, PixelsOfTheRasterAreTakenByItsGeotransform) {
   EXPECT_NEAR(back.y[0], 80.0, 0.06);
 }
 
-// A row of a raster, with columns in no order, against each position asked for alone; the solver's last bits depend on the run.
+// A row of a raster, with columns in no order, against each position asked for alone; the solver's last bits depend on
+// the run.
 void expectRowsAsPositions(OrthoFlight const& flight) {
   geo::XYPoint const corner = flight.mapOf({-10.0, 60.0, 0.0});
   GeoTransform const raster = {corner.x, 0.25, 0.03, corner.y, -0.02, -0.25};
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get(), raster);
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain, raster);
   int seen = 0;
   for (double row = 0.5; row < 500.0; row += 60.0) {
     Positions pixels;
@@ -158,7 +162,7 @@ TEST(OrthoTransformer, RowsOverTerrainInDegreesAreAsGoodAsTheirPositions) {
 
 TEST(OrthoTransformer, RowOfOnePlaceIsThatPlace) {
   OrthoFlight const flight;
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   geo::XYPoint const place = flight.mapOf({100.0, 20.0, 0.0});
   Positions same;
   for (int i = 0; i < 10; ++i) {
@@ -175,7 +179,7 @@ TEST(OrthoTransformer, RowOfOnePlaceIsThatPlace) {
 // To a hundredth of the ground sampling distance (2 m) in height, of which the slope of a line of sight makes less.
 TEST(OrthoTransformer, PixelsGoToTheMapAndBack) {
   OrthoFlight const flight(0.4);
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   Positions pixels;
   for (double line = 0.5; line < 300.0; line += 23.7) {
     for (double sample = 0.5; sample <= 100.5; sample += 12.5) {
@@ -195,17 +199,14 @@ TEST(OrthoTransformer, PixelsGoToTheMapAndBack) {
 // local system whose anchor is half a degree, 46 km, away. 30 m of terrain come to 0.2 m.
 TEST(OrthoTransformer, PositionsBelowAMapOfAnotherVerticalAreFound) {
   OrthoFlight const flight;
-  std::unique_ptr<geo::coordSys> const far(
-      geo::coordSysFactory::getInstance()->createLSR84({-1.4 + 0.5 / 57.29577951308232, 0.6, 500.0}));
-  sensor::KESStripModel strip(flight.folder / "strip.stp", true, false, false);
-  strip.setMappingSystem(far.get());
-  OrthoTransformer const transformer(strip, 0, flight.terrain.get());
+  auto const far = kes::CoordinateSystem::local({-1.4 + 0.5 / 57.29577951308232, 0.6, 500.0});
+  OrthoTransformer const transformer(flight.band(0), far, *flight.terrain);
   for (double x = 10.0; x < 290.0; x += 20.0) {
     geo::XYZPoint const ground = *flight.ground(flight.mapOf({x, 0.3 * x - 40.0, 0.0}));
-    geo::XYZPoint position;
-    geo::coordSys::transform(strip.lsrSystem(), far.get(), ground, position);
+    std::vector<geo::XYZPoint> position{ground};
+    flight.strip->localSystem().transform(far, position, position);
     Positions map;
-    map.add(position.x, position.y);
+    map.add(position[0].x, position[0].y);
     Positions const image = transformed(transformer.argument(), toImage, map);
     geo::XYPoint const expected = flight.image(ground);
     EXPECT_NEAR(image.x[0], expected.x + 0.5, 0.002);
@@ -216,11 +217,11 @@ TEST(OrthoTransformer, PositionsBelowAMapOfAnotherVerticalAreFound) {
 TEST(OrthoTransformer, PositionsWithoutAHeightFail) {
   OrthoFlight flight;
   flight.relief.noData = -32768.0;
-  constexpr std::size_t column = 145;  // 80 m behind the strip's beginning
+  constexpr std::size_t column = 145;  // 80 m after the strip's beginning
   constexpr std::size_t row = 98;
   flight.relief.values[row * static_cast<std::size_t>(flight.relief.columns) + column] = -32768.0;
   flight.openTerrain();
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   Positions map;
   map.add(flight.relief.x(column + 0.5), flight.relief.y(0.0, row + 0.5));
   map.add(flight.relief.x(column + 1.5), flight.relief.y(0.0, row + 0.5));
@@ -235,10 +236,10 @@ TEST(OrthoTransformer, PositionsWithoutAHeightFail) {
 
 TEST(OrthoTransformer, PixelsWhoseRayMeetsNoSurfaceFail) {
   OrthoFlight flight;
-  flight.relief.columns = 150;  // up to 100 m behind the beginning
+  flight.relief.columns = 150;  // up to 100 m after the beginning
   flight.relief.fill([](int, int) { return 500.0; });
   flight.openTerrain();
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   Positions pixels;
   pixels.add(50.0, 50.0);
   pixels.add(50.0, 150.0);
@@ -254,7 +255,8 @@ TEST(OrthoTransformer, PositionsOutsideImageAndMarginFail) {
   flight.relief.fill([](int, int) { return 500.0; });
   flight.openTerrain();
   for (double const margin : {0.0, 20.0}) {
-    OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get(), OrthoTransformer::MAP_ITSELF, margin);
+    OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain, OrthoTransformer::MAP_ITSELF,
+                                       margin);
     Positions map;
     for (double const beyond : {-0.2, 0.2}) {
       for (geo::XYZPoint const& local :
@@ -276,7 +278,7 @@ TEST(OrthoTransformer, FarAwayPositionsFailAtOnce) {
   flight.relief.rows = 600;
   flight.relief.fill([](int, int) { return 500.0; });
   flight.openTerrain();
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   Positions map;
   geo::XYPoint const origin = flight.mapOf({0.0, 0.0, 0.0});
   for (int i = 0; i < 100; ++i) {
@@ -287,7 +289,7 @@ TEST(OrthoTransformer, FarAwayPositionsFailAtOnce) {
 
 TEST(OrthoTransformer, EightThreadsWithCopiesGiveTheSameBits) {
   OrthoFlight const flight(0.9);
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   Positions const map = mapGrid(flight);
   Positions const expected = transformed(transformer.argument(), toImage, map);
   std::vector<char> same(8, 1);
@@ -309,7 +311,7 @@ TEST(OrthoTransformer, EightThreadsWithCopiesGiveTheSameBits) {
 
 TEST(OrthoTransformer, GdalCopiesScalesAndEndsIt) {
   OrthoFlight const flight;
-  OrthoTransformer transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer transformer(flight.band(0), flight.map, *flight.terrain);
   Positions const map = mapGrid(flight);
   Positions const expected = transformed(transformer.argument(), toImage, map);
   auto const& info = *static_cast<GDALTransformerInfo const*>(transformer.argument());
@@ -337,18 +339,18 @@ TEST(OrthoTransformer, GdalCopiesScalesAndEndsIt) {
 
 TEST(OrthoTransformer, IsMoved) {
   OrthoFlight const flight;
-  OrthoTransformer a(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer a(flight.band(0), flight.map, *flight.terrain);
   void* const argument = a.argument();
   OrthoTransformer b(std::move(a));
   EXPECT_EQ(b.argument(), argument);
-  OrthoTransformer c(*flight.strip, 1, flight.terrain.get());
+  OrthoTransformer c(flight.band(1), flight.map, *flight.terrain);
   c = std::move(b);
   EXPECT_EQ(c.argument(), argument);
 }
 
-TEST(OrthoTransformer, SurfaceThatCantBeReadIsToldAfterwards) {
+TEST(OrthoTransformer, SurfaceThatCantBeReadIsReportedAfterwards) {
   OrthoFlight const flight;
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   OrthoTransformer const copy = transformer.copy();
   flight.cutTerrain();
   Positions const image = transformed(copy.argument(), toImage, mapGrid(flight));
@@ -357,25 +359,40 @@ TEST(OrthoTransformer, SurfaceThatCantBeReadIsToldAfterwards) {
               testing::StartsWith("Can't read elevation model \"" + flight.terrain->fileName() + "\": "));
 }
 
-TEST(OrthoTransformer, HealthySurfaceTellsNothing) {
+TEST(OrthoTransformer, HealthySurfaceReportsNothing) {
   OrthoFlight const flight;
-  OrthoTransformer const transformer(*flight.strip, 0, flight.terrain.get());
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
   transformed(transformer.argument(), toImage, mapGrid(flight));
   EXPECT_NO_THROW(transformer.rethrowFailure());
 }
 
-TEST(OrthoTransformer, WhatCantBeTransformedIsRefused) {
+// Line -256 has its centre at row -255.5.
+TEST(OrthoTransformer, LinesOfSightAreKnownUpToTheMarginOfTheFrontDoor) {
   OrthoFlight const flight;
-  dsm::RasterElevationSource* const surface = flight.terrain.get();
-  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, 2, surface), "Can't orthorectify: the strip has no band 2");
-  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, -1, surface), "Can't orthorectify: the strip has no band -1");
-  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, 0, nullptr), "Can't orthorectify: no surface");
-  EXPECT_MESSAGE(OrthoTransformer(*flight.strip, 0, surface, GeoTransform{0, 1, 2, 0, 2, 4}),
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
+  Positions pixels;
+  pixels.add(50.5, 0.5 - kes::Band::lineMargin);
+  pixels.add(50.5, 0.4 - kes::Band::lineMargin);
+  Positions const map = transformed(transformer.argument(), toRaster, pixels);
+  EXPECT_EQ(map.success, (std::vector<int>{1, 0}));
+  EXPECT_NEAR(map.x[0], flight.mapOf({-256.0, 0.0, 0.0}).x, 1.0);
+  EXPECT_EQ(map.x[1], HUGE_VAL);
+}
+
+TEST(OrthoTransformer, RasterWithoutAnAreaIsRefused) {
+  OrthoFlight const flight;
+  EXPECT_MESSAGE(OrthoTransformer(flight.band(0), flight.map, *flight.terrain, GeoTransform{0, 1, 2, 0, 2, 4}),
                  "Can't orthorectify: the raster's geotransform can't be inverted");
-  sensor::KESStripModel const notLoaded(flight.folder / "strip.stp", false, false, false);
-  EXPECT_MESSAGE(OrthoTransformer(notLoaded, 0, surface), "Can't orthorectify: the strip's data aren't loaded");
-  EXPECT_MESSAGE(OrthoTransformer(sensor::KESStripModel(), 0, surface),
-                 "Can't orthorectify: the strip's data aren't loaded");
+}
+
+TEST(OrthoTransformer, OutlivesItsStripAndSurface) {
+  OrthoFlight flight;
+  Positions const map = mapGrid(flight);
+  OrthoTransformer const transformer(flight.band(0), flight.map, *flight.terrain);
+  Positions const expected = transformed(transformer.argument(), toImage, map);
+  flight.strip.reset();
+  flight.terrain.reset();
+  EXPECT_TRUE(hasSameBits(transformed(transformer.argument(), toImage, map), expected));
 }
 
 }  // namespace

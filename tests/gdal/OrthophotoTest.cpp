@@ -60,7 +60,8 @@ Comparison compareLines(OrthoFlight const& flight, Raster const& ortho) {
   return compare(flight, ortho, 2, 0.5, [](geo::XYPoint const& image) { return 100.0 + image.y; });
 }
 
-// Linear brightness stays what it is between pixels: each pixel of the orthophoto tells which place of the image it shows.
+// Linear brightness stays what it is between pixels: each pixel of the orthophoto says which place of the image it
+// shows.
 TEST(Orthophoto, EachPixelShowsThePlaceOfTheImageThatSawItsGround) {
   for (double const direction : {0.0, 0.5, 2.2}) {
     OrthoFlight flight(direction);
@@ -92,8 +93,8 @@ TEST(Orthophoto, NearestTakesThePixelAroundThePosition) {
   EXPECT_EQ(ortho.at(ortho.columns / 2, ortho.rows / 2, 1), std::round(ortho.at(ortho.columns / 2, ortho.rows / 2, 1)));
 }
 
-// A wave of six lines. Interpolated at the image's own resolution, a cubic function leaves a few per cent of it; a filter that is
-// as much wider as the box around a strip that runs across the map at 45 degrees leaves less than half.
+// A wave of six lines. Interpolated at the image's own resolution, a cubic function leaves a few per cent of it; a
+// filter that is as much wider as the box around a strip that runs across the map at 45 degrees leaves less than half.
 TEST(Orthophoto, SharpnessDoesntDependOnTheDirectionOfFlight) {
   for (double const direction : {0.0, pi / 4.0}) {
     OrthoFlight flight({.direction = direction, .lines = 1500});
@@ -164,7 +165,7 @@ TEST(Orthophoto, VeryCoarsePixelsAreMadeInSmallBlocks) {
   EXPECT_EQ(lines.wrongHoles, 0);
 }
 
-TEST(Orthophoto, FileTellsBandsMapAndNoData) {
+TEST(Orthophoto, FileStatesBandsMapAndNoData) {
   OrthoFlight flight;
   flight.writePositions();
   OrthoPlan plan = flight.plan(1.5);
@@ -297,9 +298,8 @@ TEST(Orthophoto, TerrainThatCoversAPartGivesThatPart) {
 TEST(Orthophoto, MapMayBeGeographicAndTheTerrainElsewhere) {
   OrthoFlight flight(0.5);
   flight.writePositions();
-  std::unique_ptr<geo::coordSys> const degrees(geo::coordSysFactory::getInstance()->createCoordSys("EPSG:4326"));
-  flight.strip->setMappingSystem(degrees.get());
-  kesgdal::writeOrthophoto(*flight.strip, flight.terrain.get(), flight.plan(1.0), flight.folder / "ortho.tif");
+  kes::CoordinateSystem const degrees("EPSG:4326");
+  kesgdal::writeOrthophoto(*flight.strip, degrees, *flight.terrain, flight.plan(1.0), flight.folder / "ortho.tif");
   Raster const ortho(flight.folder / "ortho.tif");
   EXPECT_EQ(ortho.epsg, 4326);
   EXPECT_NEAR(ortho.geoTransform[1], 1.0 / 111319.49079327358, 1e-12);
@@ -307,9 +307,9 @@ TEST(Orthophoto, MapMayBeGeographicAndTheTerrainElsewhere) {
   for (int row = 5; row < ortho.rows; row += 10) {
     for (int column = 5; column < ortho.columns; column += 10) {
       geo::XYPoint const centre = ortho.centre(column, row);
-      geo::XYZPoint map;
-      geo::coordSys::transform(degrees.get(), flight.map.get(), {centre.x, centre.y, 0.0}, map);
-      geo::XYPoint const image = flight.image(*flight.ground({map.x, map.y}));
+      std::vector<geo::XYZPoint> map{{centre.x, centre.y, 0.0}};
+      degrees.transform(flight.map, map, map);
+      geo::XYPoint const image = flight.image(*flight.ground({map[0].x, map[0].y}));
       if (flight.isInside(image, -1.0)) {
         ++compared;
         EXPECT_NEAR(ortho.at(column, row, 1), 100.0 + image.x, 0.002);
@@ -343,12 +343,12 @@ TEST(Orthophoto, ProgressRisesToTheEnd) {
   flight.writePositions();
   OrthoPlan plan = flight.plan(0.4);
   plan.threads = 3;
-  std::vector<double> told;
-  flight.ortho(plan, [&](double done) { told.push_back(done); });
-  EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
-  EXPECT_GT(told.size(), 3U);
-  EXPECT_GT(told.front(), 0.0);
-  EXPECT_EQ(told.back(), 1.0);
+  std::vector<double> reported;
+  flight.ortho(plan, [&](double done) { reported.push_back(done); });
+  EXPECT_TRUE(std::is_sorted(reported.begin(), reported.end()));
+  EXPECT_GT(reported.size(), 3U);
+  EXPECT_GT(reported.front(), 0.0);
+  EXPECT_EQ(reported.back(), 1.0);
 }
 
 TEST(Orthophoto, OlderFileIsReplacedWithWhatLiesBesideIt) {

@@ -45,7 +45,7 @@ protected:
 
   // The pixels of a warp in memory of 500 x 500 pixels.
   std::vector<float> warped(char const* threads, double memory) const {
-    OrthoTransformer const transformer(*mFlight.strip, 0, mFlight.terrain.get(), mRaster);
+    OrthoTransformer const transformer(mFlight.band(0), mFlight.map, *mFlight.terrain, mRaster);
     Dataset const target(GDALCreate(GDALGetDriverByName("MEM"), "", size, size, 1, GDT_Float32, nullptr));
     auto const warp = options(transformer.argument());
     warp->hDstDS = target.get();
@@ -106,7 +106,7 @@ TEST_F(HostWarp, PiecesOfLittleMemoryAreComplete) {
 }
 
 TEST_F(HostWarp, WarpedVrtOwnsTheTransformer) {
-  OrthoTransformer transformer(*mFlight.strip, 0, mFlight.terrain.get(), mRaster);
+  OrthoTransformer transformer(mFlight.band(0), mFlight.map, *mFlight.terrain, mRaster);
   auto const warp = options(transformer.release());
   Dataset const vrt(GDALCreateWarpedVRT(mSource.get(), size, size, mRaster.data(), warp.get()));
   ASSERT_NE(vrt, nullptr);
@@ -115,7 +115,7 @@ TEST_F(HostWarp, WarpedVrtOwnsTheTransformer) {
 
 // 300 lines of 1 m and 101 samples of 2 m.
 TEST_F(HostWarp, GdalSuggestsARasterFromIt) {
-  OrthoTransformer const transformer(*mFlight.strip, 0, mFlight.terrain.get());
+  OrthoTransformer const transformer(mFlight.band(0), mFlight.map, *mFlight.terrain);
   double suggested[6] = {};
   double extent[4] = {};
   int columns = 0;

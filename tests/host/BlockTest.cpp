@@ -155,8 +155,8 @@ TEST_F(Block, OpenedAgainItDoesntLengthenTheSearchForCalibrations) {
   EXPECT_EQ(factory.searchPaths(), expected);
 }
 
-// The folder of the settings is the last one to be searched, and isn't added twice, either. Where the host has changed the
-// settings meanwhile, no folder is lost.
+// The folder of the settings is the last one to be searched, and isn't added twice, either. Where the host has changed
+// the settings meanwhile, no folder is lost.
 TEST_F(Block, OpenedAgainWithASettingsFileItDoesntLengthenTheSearchForCalibrations) {
   kes::StripOptions given;
   given.settings = mFolder.file("settings.ini", "[Calibrations]\nlocation=/nowhere/settings\n");

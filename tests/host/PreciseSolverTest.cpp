@@ -22,8 +22,8 @@ using test::Reference;
 
 constexpr double TOLERANCE = 1e-6;  // lines and samples
 
-// Lines that see a point twice are between a sixteenth of a line and some lines apart; the reference misses closer ones, and
-// there the form may be earlier, where the point lies on the sensor line all the same.
+// Lines that see a point twice are between a sixteenth of a line and some lines apart; the reference misses closer
+// ones, and there the form may be earlier, where the point lies on the sensor line all the same.
 TEST(PreciseSolver, FindsTheFirstLineOfALongDoubleSearch) {
   int revisited = 0;
   for (unsigned seed = 0; seed < test::NOISY_FLIGHTS_END; ++seed) {
@@ -59,7 +59,8 @@ TEST(PreciseSolver, FindsTheFirstLineOfALongDoubleSearch) {
   EXPECT_GT(revisited, 50);
 }
 
-// Neighbours a tenth of a line apart, where the view goes back and forth over them: in a run forward and backward, and alone.
+// Neighbours a tenth of a line apart, where the view goes back and forth over them: in a run forward and backward, and
+// alone.
 TEST(PreciseSolver, DenseRunsOverRevisitedGroundAreMadeOfSinglePoints) {
   for (unsigned seed = test::FLIGHTS; seed < test::NOISY_FLIGHTS_END; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
@@ -108,7 +109,7 @@ TEST(PreciseSolver, FindsPointsInTheMarginAndNoneBeyond) {
   }
 }
 
-TEST(PreciseSolver, StatusTellsImageAndOrientationApart) {
+TEST(PreciseSolver, StatusDistinguishesImageAndOrientation) {
   kes::Strip const& strip = test::randomStrip(4);
   kes::Band const band = strip.band("PANN00A");
   EXPECT_EQ(band.toGround(geo::XYPoint(-0.5, 10.0), test::atHeight(0.0)).status, Status::ok);

@@ -281,8 +281,8 @@ TEST(Status, HasNames) {
   EXPECT_FALSE(kes::hasResult(Status::noSurface));
 }
 
-// A position at a height of another system lies on the line of sight of its pixel: there the local system's projection at the
-// position's own local height, which PROJ converts exactly, must lead.
+// A position at a height of another system lies on the line of sight of its pixel: there the local system's projection
+// at the position's own local height, which PROJ converts exactly, must lead.
 TEST(Precise, PositionsAtAHeightOfAnotherSystemLieOnTheLineOfSight) {
   constexpr double height = 250.0;
   constexpr double bound = 1e-4 + 2.0 * 6.4e-6;  // metres: of the conversion, in height at 45 degrees, and across

@@ -39,7 +39,8 @@ Quaternion normalised(Quaternion const& q) {
   return {q[0] / length, q[1] / length, q[2] / length, q[3] / length};
 }
 
-// The small rotations from the mean attitude to each record's are made larger; their angles are nearly the vector parts.
+// The small rotations from the mean attitude to each record's are made larger; their angles are nearly the vector
+// parts.
 void roughen(std::string const& fileName, double factor) {
   sensor::EOPData data(fileName, true, true);
   Quaternion sum{};

@@ -93,8 +93,8 @@ TEST_P(SolverInvariants, ImageToGroundToImageCloses) {
   });
 }
 
-// On the ground everywhere, and in the image where the view never goes back. Lines are floats in the library, and the line
-// of a time with TDI is known to 0.1 ms there.
+// On the ground everywhere, and in the image where the view never goes back. Lines are floats in the library, and the
+// line of a time with TDI is known to 0.1 ms there.
 TEST_P(SolverInvariants, AgreesWithThePreciseForm) {
   constexpr double tolerance = 0.1;
   forEachBand([&](kes::Band const& band, unsigned seed) {

@@ -18,7 +18,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-/// Each test has a camera of its own, and leaves the process without settings.
+/// Each test has its own camera, and leaves the process without settings.
 class StripSettings : public testing::Test {
 protected:
   StripSettings() {

@@ -72,6 +72,24 @@ TEST_F(Strip, BandsAreFoundByIdAndIndex) {
   EXPECT_NEAR(strip.band(0).endTime(), 101.0, 1e-9);
 }
 
+TEST_F(Strip, ImageOfABandLiesInTheFolderOfImages) {
+  mSmall.bands.push_back(test::SmallBand{.id = "PANN00B"});
+  std::string text = test::contents(mSmall.write(mFolder));
+  std::string const attribute = "filename=\"PANN00B.tif\"";
+  ASSERT_NE(text.find(attribute), std::string::npos);
+  text.replace(text.find(attribute), attribute.size(), "filename=\"\"");
+  kes::Strip const strip(mFolder.file("strip.stp", text), options());
+  EXPECT_EQ(strip.band(0).imageFile(), "PANN00A.tif");
+  EXPECT_EQ(strip.band(0).imagePath(), mFolder / "images/PANN00A.tif");
+  EXPECT_EQ(strip.band(1).imagePath(), "");
+}
+
+TEST_F(Strip, BandKnowsTheSystemAndTheModelOfItsStrip) {
+  kes::Strip const strip = open();
+  EXPECT_TRUE(strip.band(0).localSystem() == strip.localSystem());
+  EXPECT_EQ(&strip.band(0).model(), &strip.model());
+}
+
 TEST_F(Strip, UnknownBandIsRefusedWithTheKnownOnes) {
   mSmall.bands = {{"PANF27A", 12.0}, {"PANB14A", -8.0}};
   kes::Strip const strip = open();

@@ -22,8 +22,8 @@ using kes::Status;
 
 constexpr double degree = 0.017453292519943295;
 
-// A strip at 0.6 radians north on the central meridian of zone 33; pixels of 2 m, lines of 1 m, from 1000 m. A band that looks ahead by
-// 12 in 50.
+// A strip at 0.6 radians north on the central meridian of zone 33; pixels of 2 m, lines of 1 m, from 1000 m. A band
+// that looks ahead by 12 in 50.
 class SurfaceHit : public testing::Test {
 protected:
   SurfaceHit() {
@@ -59,7 +59,8 @@ protected:
     return position.z - height;
   }
 
-  /// The ray of an image position in small steps from the camera down to the first place below the surface: its local height.
+  /// The ray of an image position in small steps from the camera down to the first place below the surface: its local
+  /// height.
   double firstByWalking(char const* id, geo::XYPoint const& image, kes::Surface const& surface) const {
     kes::Band const band = mStrip->band(id);
     for (double z = 400.0; z > -50.0; z -= 0.05) {
@@ -221,6 +222,28 @@ TEST_F(SurfaceHit, HeightsHaveAStatusEach) {
   EXPECT_EQ(heights[0], 110.0);
   EXPECT_TRUE(std::isnan(heights[1]));
   EXPECT_EQ(status, (std::vector{Status::ok, Status::noSurface, Status::notFinite}));
+}
+
+TEST(Surface, KnowsItsFile) {
+  EXPECT_EQ(kes::Surface::raster(KESSENSOR_TERRAIN).fileName(), KESSENSOR_TERRAIN);
+  EXPECT_EQ(kes::Surface::constant(kes::CoordinateSystem::wgs84Degrees(), 5.0).fileName(), "");
+}
+
+// The least cache holds one tile; heights are the same.
+TEST(Surface, SmallCacheChangesNoHeight) {
+  auto const usual = kes::Surface::raster(KESSENSOR_TERRAIN);
+  auto const small = kes::Surface::raster(KESSENSOR_TERRAIN, 0);
+  auto const& usualSource = dynamic_cast<dsm::RasterElevationSource const&>(usual.platform());
+  auto const bounds = usualSource.bounds();
+  for (double const part : {0.1, 0.5, 0.9}) {
+    std::vector<geo::XYZPoint> const place{{bounds.minimum.x + part * (bounds.maximum.x - bounds.minimum.x),
+                                            bounds.minimum.y + part * (bounds.maximum.y - bounds.minimum.y), 0.0}};
+    std::vector<double> a(1);
+    std::vector<double> b(1);
+    EXPECT_EQ(usual.heights(place, a), 1U);
+    EXPECT_EQ(small.heights(place, b), 1U);
+    EXPECT_EQ(a, b);
+  }
 }
 
 TEST(Surface, MissingFileIsThePlatformsError) {

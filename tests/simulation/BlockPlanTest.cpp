@@ -51,7 +51,7 @@ TEST(BlockPlan, FollowsItsHeading) {
   expectPlace(flights[1], "Line2", 0.0, -70.0, 270.0);
 }
 
-// The block is 600 m long and 340 m wide: cross strips lie 150 m before and behind its middle and have 1700 lines.
+// The block is 600 m long and 340 m wide: cross strips lie 150 m before and after its middle and have 1700 lines.
 TEST(BlockPlan, CrossStripsGoOverItsWidth) {
   BlockPlan const plan = planOf(2, 2, 300.0);
   EXPECT_NEAR(plan.width(), 340.0, 1e-3);
@@ -111,7 +111,7 @@ std::string failure(Change const& change) {
   return test::messageOf([&] { plan.validate(); });
 }
 
-TEST(BlockPlan, TellsWhatCantBeFlown) {
+TEST(BlockPlan, RefusesWhatCantBeFlown) {
   double const nan = std::numeric_limits<double>::quiet_NaN();
   EXPECT_NO_THROW(planOf(2, 1, 0.0).validate());
   for (int const strips : {0, 51}) {

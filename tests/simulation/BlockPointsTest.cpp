@@ -73,7 +73,7 @@ TEST_F(BlockPoints, GroundPointsLieOnTheTerrain) {
   EXPECT_EQ(*ids.rbegin(), "P060");
 }
 
-// 0.01 m are 0.01 / 6378137 radians of longitude on the equator, by which the unit of a geographic system is told.
+// 0.01 m are 0.01 / 6378137 radians of longitude on the equator, by which the unit of a geographic system is defined.
 TEST_F(BlockPoints, MapMayBeAnother) {
   BlockPlan plan = smallBlock();
   plan.crs = "EPSG:4326";
@@ -178,7 +178,8 @@ TEST_F(BlockPoints, MeasurementsWithoutNoiseAreProjections) {
   });
 }
 
-// One measurement's noise tells nothing of another's: neither in the other direction, nor in the next band, nor the next strip.
+// One measurement's noise says nothing about another's: neither in the other direction, nor in the next band, nor the
+// next strip.
 TEST_F(BlockPoints, NoiseOfBandsIsTheirOwn) {
   BlockPlan plan = smallBlock();
   plan.points = 400;

@@ -30,8 +30,8 @@ inline simulation::BlockPlan smallBlock() {
 /// The band that looks down.
 inline constexpr char const* nadir = "PANN00A";
 
-/// A block on disk as the library reads it, its strips with the orientation that the camera had. That of the navigation is read
-/// before: its heading is where the solver begins, and decides the last digits of a projection.
+/// A block on disk as the library reads it, its strips with the orientation that the camera had. That of the navigation
+/// is read before: its heading is where the solver begins, and decides the last digits of a projection.
 class FlownBlock {
 public:
   FlownBlock(simulation::BlockPlan const& blockPlan, std::string const& name)

@@ -97,8 +97,8 @@ TEST_F(Block, StripsAreFlownToAndFroAndAcross) {
             flown.strip("Line1").gpsTime({0, 5999}, 0).value() + 100.0);
 }
 
-// At the mean terrain, a strip's neighbour has 30 per cent of its width. Drifts and tilts of some metres, slopes, and different
-// mean heights change that.
+// At the mean terrain, a strip's neighbour has 30 per cent of its width. Drifts and tilts of some metres, slopes, and
+// different mean heights change that.
 TEST_F(Block, NeighboursOverlap) {
   BlockPlan plan = smallBlock();
   plan.flight.samples = 4000;

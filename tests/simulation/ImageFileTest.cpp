@@ -6,21 +6,16 @@
 #include "support/TempFolder.h"
 
 #include <simulation/ImageFile.h>
-#include <simulation/Parallel.h>
 #include <simulation/Random.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <fstream>
-#include <mutex>
-#include <set>
 #include <stdexcept>
 
 namespace {
 
-using simulation::forEachIndex;
 using simulation::ImageFile;
 
 // Rows of pixels that don't compress.
@@ -73,7 +68,8 @@ TEST(ImageFile, PlacesThatCantBeWrittenSaySo) {
                  "can't write " + (folder / "none/a.tif") + ": No such file or directory");
 }
 
-// Files of 300 to 600 KB against 500 KB: the disk fills at every moment from the first tile to the directory at the end.
+// Files of 300 to 600 KB against 500 KB: the disk fills at every moment from the first tile to the directory at the
+// end.
 TEST(ImageFile, FullDiskIsNoticed) {
   int failures = 0;
   for (int rows = 256; rows <= 512; rows += 16) {
@@ -97,33 +93,6 @@ TEST(ImageFile, FullDiskIsNoticed) {
   }
   EXPECT_GT(failures, 3);
   EXPECT_LT(failures, 15);
-}
-
-TEST(ForEachIndex, CallsEachIndexOnce) {
-  for (int const threads : {0, 1, 2, 7}) {
-    std::mutex mutex;
-    std::multiset<int> seen;
-    forEachIndex(100, threads, [&](int i) {
-      std::lock_guard const lock(mutex);
-      seen.insert(i);
-    });
-    EXPECT_EQ(seen.size(), 100U);
-    EXPECT_EQ(std::set<int>(seen.begin(), seen.end()).size(), 100U);
-  }
-  forEachIndex(0, 2, [](int) { FAIL(); });
-}
-
-TEST(ForEachIndex, FailureEndsIt) {
-  std::atomic<int> calls = 0;
-  EXPECT_MESSAGE(forEachIndex(1000000, 2,
-                              [&](int i) {
-                                ++calls;
-                                if (i == 3) {
-                                  throw std::runtime_error("three");
-                                }
-                              }),
-                 "three");
-  EXPECT_LT(calls, 1000000);
 }
 
 }  // namespace

@@ -69,7 +69,7 @@ TEST(LocalMap, LongitudesRunOnAcrossTheDateLine) {
   EXPECT_NEAR((middle - west) / (east - west), 480.0 / 700.0, 1e-4);
 }
 
-TEST(LocalMap, WhereTheSystemHasNoPlaceThereIsNone) {
+TEST(LocalMap, PositionsThatTheTargetDoesntHaveAreNaN) {
   System const lsr = local(14.0, 49.0);
   LocalMap const map(*lsr, *system("EPSG:32633"), {{0, 0, 0}, {300, 300, 10}}, 100.0);
   EXPECT_TRUE(std::isnan(map.at({std::nan(""), 0, 0}).x));

@@ -113,7 +113,8 @@ TEST_F(OdfJoint, RepeatedRecordLoadsAndProjectsLikeTheFlight) {
   EXPECT_LT(largestDistance(project(*strip, 0), before), 0.005);
 }
 
-// The last ODF has records at a third of the rate, so its record nearest to the end of the first one may lie before that end.
+// The last ODF has records at a third of the rate, so its record nearest to the end of the first one may lie before
+// that end.
 TEST_F(OdfJoint, StepBackInTimeLoadsAndProjects) {
   auto const before = project(*load(), 0);
   int stepsBack = 0;

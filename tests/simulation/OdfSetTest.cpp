@@ -23,8 +23,8 @@ using simulation::FlightFiles;
 using simulation::FlightPlan;
 
 constexpr double millimetre = 1e-3;
-// A record's quaternion is in single precision, whose numbers below 1 are 6e-8 apart; it went through angles of up to pi, which
-// are 2.4e-7 apart, and half of that into the quaternion. The packing of angles, 1e-8 radians, is far below.
+// A record's quaternion is in single precision, whose numbers below 1 are 6e-8 apart; it went through angles of up to
+// pi, which are 2.4e-7 apart, and half of that into the quaternion. The packing of angles, 1e-8 radians, is far below.
 constexpr float quaternionTolerance = 3e-7F;
 
 FlightPlan planOf(char const* version, int lines = 400) {
@@ -40,9 +40,9 @@ struct Tolerance {
   double time;
   double position;
 };
-// Version 1.0 is rounded to the nearest unit, and holds the times of records as they are. Version 1.2 rounds values below
-// their base up, by half a unit to one and a half, and so whole numbers, as times are, by a unit. The aircraft moves in that
-// time, with the scatter of neighbouring records at twice its speed at most.
+// Version 1.0 is rounded to the nearest unit, and holds the times of records as they are. Version 1.2 rounds values
+// below their base up, by half a unit to one and a half, and so whole numbers, as times are, by a unit. The aircraft
+// moves in that time, with the scatter of neighbouring records at twice its speed at most.
 Tolerance toleranceOf(std::string const& version) {
   return version == "1.0" ? Tolerance{1e-9, 0.5 * millimetre + 1e-6}
                           : Tolerance{1.01e-6, 1.5 * millimetre + 2 * simulation::Trajectory::speed * 1e-6};
@@ -118,7 +118,7 @@ TEST_P(OdfSet, HasAnOdfOfEachOrientationAndASupportFileForEachBand) {
   EXPECT_EQ(test::entryCount(path("odf")), 30);
 }
 
-TEST_P(OdfSet, HeadsTellOfTheTake) {
+TEST_P(OdfSet, HeadsDescribeTheTake) {
   FlightFiles const files = fly();
   EOPData const flight(path(files.originalEop), false, false);
   for (std::string const& name : files.originalOdfs) {
@@ -182,8 +182,8 @@ TEST_P(OdfSet, MergesToTheFlightsOrientation) {
   }
 }
 
-// The joint's place follows from a mean interval that is a little too short. When what the last ODF adds is more than half of its
-// length, it therefore begins a record too early.
+// The joint's place follows from a mean interval that is a little too short. When what the last ODF adds is more than
+// half of its length, it therefore begins a record too early.
 TEST_P(OdfSet, MergesToTheFlightsOrientationAlsoWhereTheJointRepeatsARecord) {
   FlightFiles const files = fly(200);
   EOPData const flight(path(files.originalEop));
@@ -206,7 +206,7 @@ TEST_P(OdfSet, SupportFilesThatTheLibraryExportsGiveTheSameMerge) {
   for (bool const adjusted : {false, true}) {
     std::string const simulated = test::contents(merged(paths(files.supportFiles), adjusted));
     EXPECT_EQ(test::contents(merged(exported, adjusted)), simulated);
-    // Twelve digits behind the point; the height isn't told.
+    // Twelve digits after the point; the height isn't written.
     EOPData const eop(mFolder / "merged.eop");
     EXPECT_NEAR(eop.anchorPoint().x, strip.eop()->anchorPoint().x, 0.5e-12);
     EXPECT_NEAR(eop.anchorPoint().y, strip.eop()->anchorPoint().y, 0.5e-12);

@@ -10,7 +10,7 @@
 #include <sensor/KESStripModel.h>
 #include <simulation/Flight.h>
 #include <simulation/FlightPlan.h>
-#include <simulation/LineOfSight.h>
+#include <simulation/ScanLine.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
 
@@ -23,7 +23,7 @@
 
 namespace test {
 
-/// The pixels of an image file and what GDAL tells of it.
+/// The pixels of an image file and what GDAL says of it.
 struct Image {
   explicit Image(std::string const& file);
   std::uint16_t at(int sample, int line) const;
@@ -40,8 +40,8 @@ struct Image {
 
 /// A small flight over the data's real terrain. All flights of a test program have as many samples, as their camera.
 simulation::FlightPlan smallPlan();
-/// 400 m of flat ground at 300 m, with cells of 1 m, and a wall of 20 m across it on every 16th row. A flight 200 m above it to
-/// the north has pixels of 2 cm.
+/// 400 m of flat ground at 300 m, with cells of 1 m, and a wall of 20 m across it on every 16th row. A flight 200 m
+/// above it to the north has pixels of 2 cm.
 ElevationRaster walledGround();
 simulation::FlightPlan planOverWall(std::string const& dem);
 
@@ -49,8 +49,8 @@ simulation::FlightPlan planOverWall(std::string const& dem);
 std::optional<double> gapOver(simulation::Terrain const& terrain, geo::coordSys const& local,
                               geo::XYZPoint const& position);
 
-/// Where a line of sight first meets a terrain, found step by step from above with exact transformations: the local height, or
-/// nothing. `position`: the local position on the line at a height.
+/// Where a line of sight first meets a terrain, found step by step from above with exact transformations: the local
+/// height, or nothing. `position`: the local position on the line at a height.
 struct Search {
   double top;
   double bottom;

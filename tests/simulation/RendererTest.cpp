@@ -25,8 +25,9 @@ using test::Image;
 using test::RenderedFlight;
 using test::Search;
 
-// The steepest that brightness can get, per metre: each octave has an amplitude of 65535 * 0.35 / octaves, and the interpolant
-// a slope of 15/8 at the most, along both axes; the squares' sizes fall by half. Two millimetres off may cost that much.
+// The steepest that brightness can get, per metre: each octave has an amplitude of 65535 * 0.35 / octaves, and the
+// interpolant a slope of 15/8 at the most, along both axes; the squares' sizes fall by half. Two millimetres off may
+// cost that much.
 double greatestDifference(double finestSquare, int octaves) {
   double const slope = 65535.0 * 0.35 / octaves * 1.875 * std::sqrt(2.0) * 2.0 / finestSquare;
   return 0.5 + 0.002 * slope;
@@ -69,7 +70,8 @@ TEST_F(Renderer, PixelsAreTheTextureWhereTheirRaysMeetTheTerrain) {
   }
 }
 
-// Pixels of 2 cm: squares from 1/16 m to 64 m are eleven octaves. Ground of all images lies behind the wall for some rays.
+// Pixels of 2 cm: squares from 1/16 m to 64 m are eleven octaves. Ground of all images lies behind the wall for some
+// rays.
 TEST_F(Renderer, GroundBehindAWallIsNotSeen) {
   FlightPlan plan = test::planOverWall(test::walledGround().write(mFolder));
   plan.renderedBands = {"PANF27A", "PANN00B", "PANB14A"};
@@ -79,8 +81,8 @@ TEST_F(Renderer, GroundBehindAWallIsNotSeen) {
   }
 }
 
-// A tower of a wall, 150 m high and 40 m ahead of the flight's middle, far from the ground that the forward image looks at (102 m
-// ahead) and higher than all there: it fills the image.
+// A tower of a wall, 150 m high and 40 m ahead of the flight's middle, far from the ground that the forward image looks
+// at (102 m ahead) and higher than all there: it fills the image.
 TEST_F(Renderer, WhatStandsBetweenCameraAndGroundIsSeen) {
   test::ElevationRaster tower = test::walledGround().fill([](int, int row) { return row == 160 ? 450.0 : 300.0; });
   FlightPlan plan = test::planOverWall(tower.write(mFolder));
@@ -161,7 +163,7 @@ TEST_F(Renderer, RowsDontDependOnWhichAreAskedFor) {
   simulation::Renderer const renderer(*flight.strip, 0, flight.terrain, *flight.texture);
   std::vector<std::uint16_t> const all = renderer.rows(0, 30, 2);
   std::vector<std::uint16_t> const some = renderer.rows(20, 5, 1);
-  EXPECT_TRUE(std::equal(some.begin(), some.end(), all.begin() + 10000)) << "behind 20 rows of 500";
+  EXPECT_TRUE(std::equal(some.begin(), some.end(), all.begin() + 10000)) << "after 20 rows of 500";
 }
 
 TEST_F(Renderer, TextureSeedChangesTheGroundAndNothingElse) {

@@ -7,9 +7,8 @@
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-#include <simulation/RasterTexture.h>
-#include <simulation/ShadedTexture.h>
 #include <simulation/Terrain.h>
+#include <simulation/Texture.h>
 #include <simulation/ValueNoise.h>
 
 #include <gtest/gtest.h>
@@ -109,7 +108,8 @@ TEST_F(Textures, PlacesMayBeGivenAsLongitudeAndLatitude) {
   EXPECT_NEAR(texture.at(position), value, 0.1);
 }
 
-// Two terrains of other cells: the pattern belongs to the ground's metres. Flat, so that nothing but the pattern counts.
+// Two terrains of other cells: the pattern belongs to the ground's metres. Flat, so that nothing but the pattern
+// counts.
 TEST_F(Textures, PatternIsFixedToTheMiddleOfTheTerrain) {
   Terrain const coarse(raster().fill([](int, int) { return 7.0; }).write(mFolder, "coarse.tif"));
   ElevationRaster fineRaster = raster();
@@ -200,7 +200,7 @@ TEST_F(Textures, RasterValuesAreLimited) {
   EXPECT_EQ(texture.value(image.at(250.5, 20.5)), 0.0) << "no data";
 }
 
-TEST_F(Textures, RasterThatIsNoneSaysSo) {
+TEST_F(Textures, FileThatIsntARasterIsRefused) {
   std::string const text = mFolder.file("text.tif", "not an image");
   EXPECT_THAT(test::messageOf([&] { RasterTexture{text}; }), testing::StartsWith("can't use texture " + text + ": "));
   EXPECT_MESSAGE(RasterTexture{mFolder / "none.tif"},

@@ -6,9 +6,9 @@
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-#include <simulation/LineOfSight.h>
 #include <simulation/LocalMap.h>
 #include <simulation/Random.h>
+#include <simulation/ScanLine.h>
 #include <simulation/Terrain.h>
 #include <simulation/TerrainBounds.h>
 #include <simulation/VisibleSurface.h>
@@ -84,9 +84,9 @@ TEST_F(Surface, LevelGroundIsMetAtItsHeight) {
   EXPECT_NEAR(s.meet({0, 0, 500}, {100, -40, 0}, std::nan("")), 12.0, 3e-3);
 }
 
-// The eye at 112 m, 100 m above the ground and west of a wall that is 30 m high. A line down at 45 degrees meets the wall's flank,
-// which rises 30 m over one column, from 199.5 on. What it would meet behind isn't seen.
-TEST_F(Surface, WallHidesWhatIsBehindIt) {
+// The eye at 112 m, 100 m above the ground and west of a wall that is 30 m high. A line down at 45 degrees meets the
+// wall's flank, which rises 30 m over one column, from 199.5 on. What it would meet behind isn't seen.
+TEST_F(Surface, WallHidesWhatIsBeyondIt) {
   Scene const s = scene(raster().fill([](int column, int) { return column == 200 ? 42.0 : 12.0; }));
   geo::XYZPoint const eye = s.at(110.0, 100.0, 112.0);
   for (double const guess : {0.0, 12.0, 42.0}) {
@@ -103,8 +103,8 @@ TEST_F(Surface, WallHidesWhatIsBehindIt) {
   EXPECT_NEAR(before->x, 190.0, 0.01);
 }
 
-// Lines over steep random ground: where they are said to meet it they do, and small steps find nothing in their way before.
-// A line that passes by the surface within the tolerance may count as meeting it.
+// Lines over steep random ground: where they are said to meet it they do, and small steps find nothing in their way
+// before. A line that passes by the surface within the tolerance may count as meeting it.
 TEST_F(Surface, FirstMeetingIsFoundOverSteepGround) {
   simulation::Random heights(3, 0);
   Scene const s = scene(raster().fill([&](int, int) { return std::floor(heights.uniform(0.0, 12.0)); }));

@@ -111,7 +111,7 @@ TEST_F(XmlCamera, IsTurnedAndMountedAsTheOther) {
   EXPECT_NEAR(xmlOffset.z, camOffset.z, digitError + camOffset.z * readError);
 }
 
-TEST_F(XmlCamera, TellsWhereItComesFrom) {
+TEST_F(XmlCamera, SaysWhereItComesFrom) {
   CalibrationGeometryKes const& geometry = geometryOf(*mXml, "GRNF16A");
   EXPECT_EQ(geometry.calibSource(), "Simulated flight");
   EXPECT_EQ(geometry.sensorId(), "11990");

@@ -59,7 +59,8 @@ geo::XYPoint direction(KESStripModel const& strip, int band, double sample) {
   return {line.x(place, 0.0F, 0.0F, 0.0F) / line.focalLength(), line.y(place, 0.0F, 0.0F, 0.0F) / line.focalLength()};
 }
 
-// A ray turns by its direction's relative error at most, and meets the ground aslant. Flights are tilted by a few degrees.
+// A ray turns by its direction's relative error at most, and meets the ground aslant. Flights are tilted by a few
+// degrees.
 double groundTolerance(KESStripModel const& strip, geo::XYPoint const& ray, double height) {
   constexpr double tilted = 1.1;
   return readError * (strip.meanFlyingHeight() - height) * (1.0 + ray.x * ray.x + ray.y * ray.y) * tilted;

@@ -5,6 +5,7 @@
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/CoordinateSystem.h>
 #include <kes/Projection.h>
 #include <kes/Status.h>
 #include <kes/keshost_export.h>
@@ -14,17 +15,21 @@
 #include <span>
 #include <string>
 
+namespace sensor {
+class KESStripModel;
+}
+
 namespace kes {
 
 namespace detail {
 class OpenStrip;
 }  // namespace detail
 
-/// One band of a loaded strip, and its projection. A value that is cheap to copy; it keeps the strip's data in memory, also
-/// when the strip is unloaded or gone. Any number of threads may use one.
+/// One band of a loaded strip, and its projection. A value that is cheap to copy; it keeps the strip's data in memory,
+/// also when the strip is unloaded or gone. Any number of threads may use one.
 ///
-/// An image position has the sample in x and the line in y, both from 0 at the centre of the first pixel. Ground positions are
-/// in the strip's local system (x east, y north, z up, metres) unless another one is asked for.
+/// An image position has the sample in x and the line in y, both from 0 at the centre of the first pixel. Ground
+/// positions are in the strip's local system (x east, y north, z up, metres) unless another one is asked for.
 class KESHOST_EXPORT Band {
 public:
   /// Lines before the first and after the last one of the image within which precise projections look.
@@ -35,7 +40,8 @@ public:
   [[nodiscard]] std::string id() const;
   [[nodiscard]] int samples() const;
   [[nodiscard]] int lines() const;
-  /// Ground sampling distance across the flight at the mean terrain height, metres; and its ratio to that along the flight.
+  /// Ground sampling distance across the flight at the mean terrain height, metres; and its ratio to that along the
+  /// flight.
   [[nodiscard]] double gsd() const;
   [[nodiscard]] double scale() const;
   /// Angle between the middle of the sensor line and the optical axis, radians, forward positive.
@@ -45,15 +51,19 @@ public:
   [[nodiscard]] double endTime() const;
   /// The image's file as the strip file has it.
   [[nodiscard]] std::string imageFile() const;
+  /// Its path, in the strip's folder of images; empty where the strip file names none.
+  [[nodiscard]] std::string imagePath() const;
+  /// The strip's local system.
+  [[nodiscard]] CoordinateSystem const& localSystem() const;
   /// Whether a position lies on a pixel of the image.
   [[nodiscard]] bool contains(geo::XYPoint const& image) const;
 
-  /// Projects image positions to the ground. Every point gets a status; one that is bad disturbs no other. Returns how many have
-  /// a result. Throws std::invalid_argument "spans differ in size" (spans of outputs may be empty), and std::runtime_error when
-  /// an elevation model can't be read.
+  /// Projects image positions to the ground. Every point gets a status; one that is bad disturbs no other. Returns how
+  /// many have a result. Throws std::invalid_argument "spans differ in size" (spans of outputs may be empty), and
+  /// std::runtime_error when an elevation model can't be read.
   ///
-  /// Precise results close to 1e-6 lines and samples. On a surface, the height is that of the surface to 1 mm. In another
-  /// system than the local one, a height that was asked for is met to a micrometre.
+  /// Precise results close to 1e-6 lines and samples. On a surface, the height is that of the surface to 1 mm. In
+  /// another system than the local one, a height that was asked for is met to a micrometre.
   std::size_t toGround(std::span<geo::XYPoint const> image, ToGroundOptions const& options,
                        std::span<geo::XYZPoint> ground, std::span<Status> status) const;
   /// Projects ground positions to the image, likewise.
@@ -71,6 +81,9 @@ public:
   };
   [[nodiscard]] OnGround toGround(geo::XYPoint const& image, ToGroundOptions const& options) const;
   [[nodiscard]] InImage toImage(geo::XYZPoint const& ground, ToImageOptions const& options = {}) const;
+
+  /// The library's own object, for what this interface doesn't have. It lives as long as any copy of this.
+  [[nodiscard]] sensor::KESStripModel const& model() const;
 
 private:
   friend class Strip;

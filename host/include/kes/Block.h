@@ -18,9 +18,10 @@ class BlockModelData;
 
 namespace kes {
 
-/// A block: strips over one area, with the coordinate system of its maps. It opens its strips on request; it can be moved, but not
-/// copied. Folders with calibrations that a block file names are treated as `StripOptions::calibrations`, after those
-/// of the options: they stay in the process, where one that is there already keeps its place, however often a block is opened.
+/// A block: strips over one area, with the coordinate system of its maps. It opens its strips on request; it can be
+/// moved, but not copied. Folders with calibrations that a block file names are treated as
+/// `StripOptions::calibrations`, after those of the options: they stay in the process, where one that is there already
+/// keeps its place, however often a block is opened.
 class KESHOST_EXPORT Block {
 public:
   /// Reads a block file. The options are those of all its strips; none is loaded yet, whatever they say. Throws

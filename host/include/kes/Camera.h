@@ -27,8 +27,8 @@ struct CameraBand {
   bool isReverse;      ///< Whether samples run against the focal y.
 };
 
-/// A camera in one version of its calibration. It belongs to the process, and stays valid until an adjusted form of it is
-/// written; this is a handle that is cheap to copy. Any number of threads may use one.
+/// A camera in one version of its calibration. It belongs to the process, and stays valid until an adjusted form of it
+/// is written; this is a handle that is cheap to copy. Any number of threads may use one.
 class KESHOST_EXPORT Camera {
 public:
   [[nodiscard]] std::string const& type() const;

@@ -33,23 +33,23 @@ struct GeodeticPosition {
   double height;     ///< Metres above the ellipsoid.
 };
 
-/// A coordinate system of positions on the ground: a value that is cheap to copy, since copies share what never changes. Any
-/// number of threads may use one.
+/// A coordinate system of positions on the ground: a value that is cheap to copy, since copies share what never
+/// changes. Any number of threads may use one.
 ///
-/// x is the easting or longitude and y the northing or latitude, whatever order the definition has its axes in; z is a height in
-/// the unit of the vertical part, without one in metres above the system's ellipsoid.
+/// x is the easting or longitude and y the northing or latitude, whatever order the definition has its axes in; z is a
+/// height in the unit of the vertical part, without one in metres above the system's ellipsoid.
 class KESHOST_EXPORT CoordinateSystem {
 public:
-  /// The system of a definition: whatever PROJ understands, such as "EPSG:32633", "EPSG:32633+5773", a PROJ string, WKT or
-  /// PROJJSON, and what `definition` returns. Throws std::runtime_error "Can't create coordinate system \"<definition>\": " and
-  /// the reason, which names a grid that isn't installed.
+  /// The system of a definition: whatever PROJ understands, such as "EPSG:32633", "EPSG:32633+5773", a PROJ string, WKT
+  /// or PROJJSON, and what `definition` returns. Throws std::runtime_error "Can't create coordinate system
+  /// \"<definition>\": " and the reason, which names a grid that isn't installed.
   explicit CoordinateSystem(std::string const& definition);
 
   /// Longitude, latitude on WGS 84, and the ellipsoidal height in metres.
   [[nodiscard]] static CoordinateSystem wgs84Degrees();
   [[nodiscard]] static CoordinateSystem wgs84Radians();
-  /// The local space rectangular system at an anchor, its origin: x points east, y north, z up along the ellipsoid's normal;
-  /// metres.
+  /// The local space rectangular system at an anchor, its origin: x points east, y north, z up along the ellipsoid's
+  /// normal; metres.
   [[nodiscard]] static CoordinateSystem local(GeodeticPosition const& anchor);
   /// A system of the platform, shared. Throws std::invalid_argument "a coordinate system is missing" on null.
   [[nodiscard]] static CoordinateSystem of(std::shared_ptr<geo::coordSys const> system);
@@ -62,8 +62,8 @@ public:
   [[nodiscard]] geo::coordSys const& platform() const;
 
   /// Converts positions of this system to another one; `in` and `out` may be the same memory. Positions that can't be
-  /// converted are NaN, with a status of `notTransformable` or `notFinite`; `status` may be empty. Returns how many have a
-  /// result. Throws std::invalid_argument "spans differ in size".
+  /// converted are NaN, with a status of `notTransformable` or `notFinite`; `status` may be empty. Returns how many
+  /// have a result. Throws std::invalid_argument "spans differ in size".
   std::size_t transform(CoordinateSystem const& target, std::span<geo::XYZPoint const> in, std::span<geo::XYZPoint> out,
                         std::span<Status> status = {}) const;
 

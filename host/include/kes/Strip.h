@@ -28,10 +28,10 @@ enum class Orientation : unsigned char {
 
 /// How a strip is opened.
 struct StripOptions {
-  /// Folders in which cameras are looked for, the last one first, before those of earlier strips and of the settings. They belong
-  /// to `sensor::CameraFactory`, of which there is one in the process: they stay there for later strips, and one that is there
-  /// already keeps its place. A camera that was found serves all strips of its sensor id and version from then on, wherever
-  /// these would have it from.
+  /// Folders in which cameras are looked for, the last one first, before those of earlier strips and of the settings.
+  /// They belong to `sensor::CameraFactory`, of which there is one in the process: they stay there for later strips,
+  /// and one that is there already keeps its place. A camera that was found serves all strips of its sensor id and
+  /// version from then on, wherever these would have it from.
   std::vector<std::string> calibrations;
   /// A settings file (INI) in place of the host's own; empty: that of the process stays. It is that of the process from
   /// then on, which forgets the calibration folders of earlier strips; loading or unloading the strip has the same
@@ -44,12 +44,12 @@ struct StripOptions {
   bool load = true;
 };
 
-/// A strip: the images of one flight line with their orientation and camera. It owns all of it but the camera, which belongs to
-/// the process; it can be moved, but not copied.
+/// A strip: the images of one flight line with their orientation and camera. It owns all of it but the camera, which
+/// belongs to the process; it can be moved, but not copied.
 ///
-/// Strips may be opened, loaded and unloaded in several threads at once, since the library takes turns where they share the
-/// cameras of the process. (What else uses `sensor::CameraFactory` or the settings at that time isn't guarded.) One strip belongs
-/// to one thread at a time, but for its const operations.
+/// Strips may be opened, loaded and unloaded in several threads at once, since the library takes turns where they share
+/// the cameras of the process. (What else uses `sensor::CameraFactory` or the settings at that time isn't guarded.) One
+/// strip belongs to one thread at a time, but for its const operations.
 class KESHOST_EXPORT Strip {
 public:
   /// Opens a strip file. Throws std::runtime_error with the message of `sensor::KESStripModelData`.
@@ -74,8 +74,8 @@ public:
   /// In the order of their indices.
   [[nodiscard]] std::vector<std::string> bandIds() const;
   [[nodiscard]] bool hasBand(std::string_view id) const;
-  /// A band by its id or index. Throws std::out_of_range "strip \"NAME\" has no band \"ID\"; it has ID, ID" (with an index,
-  /// "strip \"NAME\" has no band 12; it has 10"), and std::logic_error "strip \"NAME\" isn't loaded".
+  /// A band by its id or index. Throws std::out_of_range "strip \"NAME\" has no band \"ID\"; it has ID, ID" (with an
+  /// index, "strip \"NAME\" has no band 12; it has 10"), and std::logic_error "strip \"NAME\" isn't loaded".
   [[nodiscard]] Band band(std::string_view id) const;
   [[nodiscard]] Band band(int index) const;
   /// Throws std::logic_error "strip \"NAME\" isn't loaded".
@@ -92,7 +92,8 @@ public:
   /// Whether the adjusted orientation is in use.
   [[nodiscard]] bool usesAdjustedOrientation() const;
 
-  /// The library's own object, for what this interface doesn't have. It is replaced when the strip is loaded or unloaded.
+  /// The library's own object, for what this interface doesn't have. It is replaced when the strip is loaded or
+  /// unloaded.
   [[nodiscard]] sensor::KESStripModel const& model() const;
 
 private:

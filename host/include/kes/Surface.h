@@ -24,8 +24,8 @@ namespace detail {
 class SurfaceSource;
 }
 
-/// A surface of the Earth: one height everywhere, or an elevation model. A value that is cheap to copy, since copies share
-/// what never changes. Any number of threads may use one.
+/// A surface of the Earth: one height everywhere, or an elevation model. A value that is cheap to copy, since copies
+/// share what never changes. Any number of threads may use one.
 class KESHOST_EXPORT Surface {
 public:
   /// The lowest and the highest height of an elevation model, in the vertical unit of its system.
@@ -34,21 +34,26 @@ public:
     double highest;
   };
 
-  /// A surface of one height, in the vertical unit of the system. Throws std::invalid_argument "the height isn't finite".
+  /// A surface of one height, in the vertical unit of the system. Throws std::invalid_argument "the height isn't
+  /// finite".
   [[nodiscard]] static Surface constant(CoordinateSystem const& system, double height);
-  /// An elevation model: the first band of any raster that GDAL reads, between whose cell centres heights are bilinear (see
-  /// `dsm::RasterElevationSource`). The file stays open. Throws std::runtime_error
-  /// "Can't open elevation model \"<name>\": " and the reason.
+  /// An elevation model: the first band of any raster that GDAL reads, between whose cell centres heights are bilinear
+  /// (see `dsm::RasterElevationSource`). The file stays open. Throws std::runtime_error "Can't open elevation model
+  /// \"<name>\": " and the reason.
   [[nodiscard]] static Surface raster(std::string const& fileName);
+  /// The same, with so many bytes of memory for its tiles.
+  [[nodiscard]] static Surface raster(std::string const& fileName, std::size_t cacheSize);
 
+  /// The elevation model's file; empty for a surface of one height.
+  [[nodiscard]] std::string fileName() const;
   /// The system of positions and heights.
   [[nodiscard]] CoordinateSystem const& coordinateSystem() const;
-  /// Between what all heights lie; nothing when the surface has none. The first call for a raster reads all of it. Throws
-  /// std::runtime_error "Can't read elevation model \"<name>\": " and the reason.
+  /// Between what all heights lie; nothing when the surface has none. The first call for a raster reads all of it.
+  /// Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason.
   [[nodiscard]] std::optional<HeightRange> heightRange() const;
-  /// The height at the x and y of each position, whose z doesn't count; without one NaN, with `noSurface` or `notFinite`.
-  /// `status` may be empty. Returns how many have a height. Throws std::invalid_argument "spans differ in size", and
-  /// std::runtime_error when the model can't be read.
+  /// The height at the x and y of each position, whose z doesn't count; without one NaN, with `noSurface` or
+  /// `notFinite`. `status` may be empty. Returns how many have a height. Throws std::invalid_argument "spans differ in
+  /// size", and std::runtime_error when the model can't be read.
   std::size_t heights(std::span<geo::XYZPoint const> positions, std::span<double> heights,
                       std::span<Status> status = {}) const;
   /// The surface as the platform has it, for operations of the library; lives as long as any copy of this.

@@ -39,8 +39,8 @@ struct TrajectoryAccuracy {
   AttitudeAngles attitude;  ///< Radians.
 };
 
-/// The exterior orientation of a loaded strip. A value that is cheap to copy and keeps the strip's data in memory. Any number of
-/// threads may use one.
+/// The exterior orientation of a loaded strip. A value that is cheap to copy and keeps the strip's data in memory. Any
+/// number of threads may use one.
 class KESHOST_EXPORT Trajectory {
 public:
   /// The file that it was read from.
@@ -59,8 +59,8 @@ public:
   [[nodiscard]] TrajectoryPoint operator[](std::size_t i) const;
   /// The library's own interpolation at a time. Nothing when the time isn't finite.
   [[nodiscard]] std::optional<TrajectoryPoint> at(double time) const;
-  /// The standard deviations at a time: linear between records, before the first and after the last record those of that
-  /// record; the file's default ones when those of records weren't loaded. Nothing when the time isn't finite.
+  /// The standard deviations at a time: linear between records, before the first and after the last record those of
+  /// that record; the file's default ones when those of records weren't loaded. Nothing when the time isn't finite.
   [[nodiscard]] std::optional<TrajectoryAccuracy> accuracyAt(double time) const;
 
 private:

@@ -9,6 +9,7 @@
 #include <kes/Block.h>
 #include <kes/Camera.h>
 #include <kes/CoordinateSystem.h>
+#include <kes/Parallel.h>
 #include <kes/Projection.h>
 #include <kes/Status.h>
 #include <kes/Strip.h>

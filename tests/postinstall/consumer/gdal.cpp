@@ -1,11 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include <dsm/ConstantElevationSource.h>
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/Strip.h>
 #include <kesgdal/OrthoTransformer.h>
-#include <sensor/kessensor.h>
 
 #include <cmath>
 #include <exception>
@@ -19,10 +18,12 @@ int main(int argc, char** argv) {
   }
   std::string const flight = argv[1];
   try {
-    sensor::CameraFactory::instance()->addSearchPath(flight + "/calibration");
-    sensor::KESStripModel const strip(flight + "/project/strip_cam.stp", true, true, false);
-    dsm::ConstantElevationSource surface(strip.mappingSystem(), 420.0F);
-    kesgdal::OrthoTransformer const transformer(strip, 0, &surface);
+    kes::StripOptions options;
+    options.calibrations = {flight + "/calibration"};
+    options.orientation = kes::Orientation::original;
+    kes::Strip const strip(flight + "/project/strip_cam.stp", options);
+    auto const map = kes::CoordinateSystem::wgs84Radians();
+    kesgdal::OrthoTransformer const transformer(strip.band(0), map, kes::Surface::constant(map, 420.0));
     double x = 1000.5;
     double y = 120.5;
     double z = 0.0;

@@ -9,7 +9,7 @@
 namespace kesgdal {
 
 /// A part of the orthophoto, in its pixels.
-struct Block {
+struct PixelBox {
   int left;
   int top;
   int columns;
@@ -18,11 +18,11 @@ struct Block {
   std::size_t size() const { return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows); }
 };
 
-/// A block as the image of one band shows it, row by row.
-struct WarpedBlock {
+/// A box as the image of one band shows it, row by row.
+struct WarpedPixels {
   std::vector<std::byte> pixels;
-  /// How far from the middle of its line the image has each pixel, in samples; infinity where it has no data. Empty when
-  /// there is no other strip to compare with.
+  /// How far from the middle of its line the image has each pixel, in samples; infinity where it has no data. Empty
+  /// when there is no other strip to compare with.
   std::vector<float> distances;
 };
 

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "BlockWarper.h"
+#include "BoxWarper.h"
 
 #include "GdalErrors.h"
-#include "Text.h"
+#include "files/NumberText.h"
 
-#include <sensor/KESStripModel.h>
+#include <kesgdal/OrthoTransformer.h>
 
 #include <algorithm>
 #include <cmath>
@@ -64,11 +64,9 @@ void set(GDALWarpOptions& options, char const* name, std::string const& value) {
 
 }  // namespace
 
-WarpSetup::WarpSetup(sensor::KESStripModel const& strip, int band, OrthoPlan const& plan, GDALDataType dataType,
-                     bool distances)
-    : samplesPerPixel(plan.gsd / static_cast<double>(strip.gsd(band))),
-      linesPerPixel(samplesPerPixel * static_cast<double>(strip.scale(band))), resampling(plan.resampling),
-      type(dataType), noData(plan.noData), withDistances(distances) {}
+WarpSetup::WarpSetup(kes::Band const& band, OrthoPlan const& plan, GDALDataType dataType, bool distances)
+    : samplesPerPixel(plan.gsd / band.gsd()), linesPerPixel(samplesPerPixel * band.scale()),
+      resampling(plan.resampling), type(dataType), noData(plan.noData), withDistances(distances) {}
 
 double WarpSetup::greatestStep() const {
   return std::max(samplesPerPixel, linesPerPixel);
@@ -81,7 +79,7 @@ double WarpSetup::margin() const {
 }
 
 /// A part of the image, in its pixels.
-struct BlockWarper::Window {
+struct BoxWarper::Window {
   int left;
   int top;
   int columns;
@@ -92,12 +90,12 @@ struct BlockWarper::Window {
   }
 };
 
-BlockWarper::BlockWarper(WarpSetup const& setup, SourceImage image, BandProjection projection)
+BoxWarper::BoxWarper(WarpSetup const& setup, SourceImage image, BandProjection projection)
     : mSetup(setup), mImage(std::move(image)), mTransformer(makeTransformer(std::move(projection))) {
   initialize();
 }
 
-void BlockWarper::initialize() {
+void BoxWarper::initialize() {
   GdalErrors const errors;
   WarpOptions const options(GDALCreateWarpOptions());
   options->hSrcDS = GDALDataset::ToHandle(mImage.data());
@@ -115,31 +113,31 @@ void BlockWarper::initialize() {
   set(*options, "INIT_DEST", "NO_DATA");
   set(*options, "NUM_THREADS", "1");
   // Otherwise GDAL takes the ratio of two boxes for the ratio of two pixels: where a strip runs across the map at an
-  // angle, the image would be blurred, and by another filter in each block.
-  set(*options, "XSCALE", number(1.0 / mSetup.samplesPerPixel));
-  set(*options, "YSCALE", number(1.0 / mSetup.linesPerPixel));
+  // angle, the image would be blurred, and by another filter in each box.
+  set(*options, "XSCALE", files::shortestText(1.0 / mSetup.samplesPerPixel));
+  set(*options, "YSCALE", files::shortestText(1.0 / mSetup.linesPerPixel));
   if (mOperation.Initialize(options.get()) != CE_None) {
     fail(errors);
   }
 }
 
-bool BlockWarper::warp(Block const& block, WarpedBlock& warped) {
+bool BoxWarper::warp(PixelBox const& box, WarpedPixels& warped) {
   BandProjection& projection = mTransformer->projection;
   // As many pixels as the resampling needs around a position, and one for roundings.
   double const support = 1.0 + algorithmOf(mSetup.resampling).radius * std::max(mSetup.greatestStep(), 1.0);
   double const between = sparseStep * mSetup.greatestStep();
-  PixelRange const range = needed(block);
+  PixelRange const range = needed(box);
   Window window = windowAround(range, support + between);
   if (range.isEmpty() || window.columns <= 0 || window.rows <= 0) {
     projection.rethrowFailure();
     return false;
   }
   projection.forgetSeen();
-  warp(block, window, warped);
+  warp(box, window, warped);
   // What the pixels needed is known only now.
   PixelRange const seen = projection.seen();
   if (Window const exact = windowAround(seen, support); !seen.isEmpty() && !window.contains(exact)) {
-    warp(block, exact, warped);
+    warp(box, exact, warped);
   }
   projection.rethrowFailure();
   if (mSetup.withDistances) {
@@ -148,28 +146,28 @@ bool BlockWarper::warp(Block const& block, WarpedBlock& warped) {
   return !seen.isEmpty();
 }
 
-// Around the image positions of a block, by a sparse grid of them. Between its positions there may be more to see only where
-// the surface has holes.
-PixelRange BlockWarper::needed(Block const& block) {
+// Around the image positions of a box, by a sparse grid of them. Between its positions there may be more to see only
+// where the surface has holes.
+PixelRange BoxWarper::needed(PixelBox const& box) {
   PixelRange range = PixelRange::nothing();
   std::size_t const holes = mTransformer->projection.holes();
-  scan(block, sparseStep, range);
+  scan(box, sparseStep, range);
   if (mTransformer->projection.holes() != holes) {
-    scan(block, 1, range);
+    scan(box, 1, range);
   }
   return range;
 }
 
-void BlockWarper::scan(Block const& block, int step, PixelRange& range) {
-  int const steps = (block.columns + step - 1) / step;
+void BoxWarper::scan(PixelBox const& box, int step, PixelRange& range) {
+  int const steps = (box.columns + step - 1) / step;
   std::size_t const count = static_cast<std::size_t>(steps) + 1;
   mX.resize(count);
   mY.resize(count);
   mSuccess.resize(count);
-  for (int row = 0; row < block.rows + step; row += step) {
+  for (int row = 0; row < box.rows + step; row += step) {
     for (std::size_t i = 0; i < count; ++i) {
-      mX[i] = block.left + 0.5 + std::min(static_cast<int>(i) * step, block.columns - 1);
-      mY[i] = block.top + 0.5 + std::min(row, block.rows - 1);
+      mX[i] = box.left + 0.5 + std::min(static_cast<int>(i) * step, box.columns - 1);
+      mY[i] = box.top + 0.5 + std::min(row, box.rows - 1);
     }
     mTransformer->projection.toImage(count, mX.data(), mY.data(), mSuccess.data());
     for (std::size_t i = 0; i < count; ++i) {
@@ -181,7 +179,7 @@ void BlockWarper::scan(Block const& block, int step, PixelRange& range) {
 }
 
 // Of the image alone; it may be empty.
-BlockWarper::Window BlockWarper::windowAround(PixelRange const& range, double around) const {
+BoxWarper::Window BoxWarper::windowAround(PixelRange const& range, double around) const {
   double const width = mImage.data()->GetRasterXSize();
   double const height = mImage.data()->GetRasterYSize();
   auto const left = static_cast<int>(std::clamp(std::floor(range.left - around), 0.0, width));
@@ -191,24 +189,24 @@ BlockWarper::Window BlockWarper::windowAround(PixelRange const& range, double ar
   return {left, top, right - left, bottom - top};
 }
 
-void BlockWarper::warp(Block const& block, Window const& window, WarpedBlock& warped) {
+void BoxWarper::warp(PixelBox const& box, Window const& window, WarpedPixels& warped) {
   GdalErrors const errors;
-  mTransformer->projection.keepDistances(block, mSetup.withDistances ? &warped.distances : nullptr);
-  std::unique_ptr<void, void (*)(void*)> const buffer(mOperation.CreateDestinationBuffer(block.columns, block.rows),
+  mTransformer->projection.keepDistances(box, mSetup.withDistances ? &warped.distances : nullptr);
+  std::unique_ptr<void, void (*)(void*)> const buffer(mOperation.CreateDestinationBuffer(box.columns, box.rows),
                                                       GDALWarpOperation::DestroyDestinationBuffer);
-  if (!buffer ||
-      mOperation.WarpRegionToBuffer(block.left, block.top, block.columns, block.rows, buffer.get(), mSetup.type,
-                                    window.left, window.top, window.columns, window.rows) != CE_None) {
+  if (!buffer || mOperation.WarpRegionToBuffer(box.left, box.top, box.columns, box.rows, buffer.get(), mSetup.type,
+                                               window.left, window.top, window.columns, window.rows) != CE_None) {
     fail(errors);
   }
-  mTransformer->projection.keepDistances(block, nullptr);
+  mTransformer->projection.keepDistances(box, nullptr);
   auto const* const bytes = static_cast<std::byte const*>(buffer.get());
   auto const size = static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mSetup.type));
-  warped.pixels.assign(bytes, bytes + block.size() * size);
+  warped.pixels.assign(bytes, bytes + box.size() * size);
 }
 
-// A pixel may lie in the image and be without data all the same: beside its outermost pixels, and where the image has none.
-void BlockWarper::takeOutHoles(WarpedBlock& warped) {
+// A pixel may lie in the image and be without data all the same: beside its outermost pixels, and where the image has
+// none.
+void BoxWarper::takeOutHoles(WarpedPixels& warped) {
   double const none = GDALAdjustValueToDataType(mSetup.type, mSetup.noData, nullptr, nullptr);
   mValues.resize(warped.distances.size());
   GDALCopyWords64(warped.pixels.data(), mSetup.type, GDALGetDataTypeSizeBytes(mSetup.type), mValues.data(), GDT_Float64,

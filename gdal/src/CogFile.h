@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "OrthoFile.h"
+#include "PixelSum.h"
+
+#include <kesgdal/Orthophoto.h>
+
+#include <string>
+#include <vector>
+
+namespace kesgdal {
+
+/// What was written to an `OrthoFile`.
+struct OrthoContent {
+  OrthoFormat const& format;
+  std::vector<std::string> const& bandNames;
+  std::vector<PixelSum> const& sums;
+};
+
+/// Copies a finished `OrthoFile` of a folder to a Cloud Optimized GeoTIFF in it: compressed without loss, with
+/// overviews. Throws by `files::WorkFolder::fail` with GDAL's reason, also when the file, closed and opened again,
+/// doesn't hold `content`.
+void writeCog(files::WorkFolder const& folder, std::string const& name, OrthoContent const& content,
+              std::string const& cogName, int threads, Progress const& progress);
+
+/// Reads a finished Cloud Optimized GeoTIFF again and compares it with what was meant to be in it: size, place, type,
+/// the bands' names, the value for no data, and every pixel; and each pixel of the overviews with the range of those it
+/// is the mean of. Returns what is wrong, or an empty text. What GDAL reports besides goes to the thread's handler of
+/// errors.
+///
+/// Memory: a tile of each band, and some megabytes.
+std::string flawOf(std::string const& cogName, OrthoContent const& content);
+
+}  // namespace kesgdal
