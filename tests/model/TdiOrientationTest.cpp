@@ -7,6 +7,7 @@
 
 #include <sensor/CameraTime.h>
 #include <sensor/EOP.h>
+#include <sensor/EOPData.h>
 
 namespace {
 
@@ -75,6 +76,28 @@ TEST_F(TdiOrientation, BlendDoesntCancelBetweenOppositeSides) {
   Orientation const o = at(*strip, 19.5F);
   float const norm = o.eop.q0 * o.eop.q0 + o.eop.q1 * o.eop.q1 + o.eop.q2 * o.eop.q2 + o.eop.q3 * o.eop.q3;
   EXPECT_NEAR(norm, 1.0F, 1e-4F);
+}
+
+// Half a turn apart, where the dot product is 0 and there is no nearer side: the second one keeps its sign. Two records
+// with the first attitude are around the exposure of line 19, at 100.193, and two with the other one around 100.201.
+TEST_F(TdiOrientation, BlendOfOrthogonalAttitudesChangesNoSign) {
+  auto const strip = model();
+  auto const set = [&](int i, double time, float q0, float q1) {
+    EOP eop;
+    eop.gpsTime = time;
+    eop.q0 = q0;
+    eop.q1 = q1;
+    ASSERT_TRUE(strip->eop()->setEOP(i, eop));
+  };
+  set(23, 100.19, 1.0F, 0.0F);
+  set(24, 100.195, 1.0F, 0.0F);
+  set(25, 100.2, 0.0F, 1.0F);
+  set(26, 100.21, 0.0F, 1.0F);
+  ASSERT_EQ(at(*strip, 19.0F).eop.q0, 1.0F);
+  ASSERT_EQ(at(*strip, 20.0F).eop.q1, 1.0F);
+  Orientation const o = at(*strip, 19.5F);
+  EXPECT_EQ(o.eop.q0, 0.5F);
+  EXPECT_EQ(o.eop.q1, 0.5F);
 }
 
 TEST_F(TdiOrientation, GroundIsWhereTheLineLooksWhateverTheCentreOfItsExposure) {

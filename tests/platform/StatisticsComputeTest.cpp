@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <numeric>
 
@@ -234,6 +235,27 @@ TEST_F(StatisticsCompute, ImageThatIsCutIsToldAndLeavesNoLayer) {
   std::filesystem::resize_file(image, std::filesystem::file_size(image) - 10000);
   EXPECT_MESSAGE(statistics.compute(image), "can't read image: " + image);
   EXPECT_TRUE(statistics.layers().empty());
+}
+
+// The mask can be read where the pixels can't: the first byte of their compressed block is another.
+TEST_F(StatisticsCompute, PixelsThatCantBeReadAreToldEvenIfTheirMaskCan) {
+  std::string const image = folder / "a.tif";
+  char const* const options[] = {"COMPRESS=DEFLATE", "INTERLEAVE=BAND", "ALPHA=YES", nullptr};
+  GDALAllRegister();
+  auto* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+  GDALDatasetUniquePtr file(driver->Create(image.c_str(), 16, 16, 2, GDT_Byte, const_cast<char**>(options)));
+  file->GetRasterBand(1)->Fill(7.0);
+  file->GetRasterBand(2)->Fill(255.0);
+  file.reset(GDALDataset::Open(image.c_str()));
+  ASSERT_EQ(file->GetRasterBand(1)->GetMaskFlags(), GMF_ALPHA | GMF_PER_DATASET);
+  char const* const offset = file->GetRasterBand(1)->GetMetadataItem("BLOCK_OFFSET_0_0", "TIFF");
+  ASSERT_NE(offset, nullptr);
+  std::fstream bytes(image, std::ios::in | std::ios::out | std::ios::binary);
+  bytes.seekp(std::stol(offset));
+  file.reset();
+  bytes.put('\xFF');
+  bytes.close();
+  EXPECT_MESSAGE(plain().compute(image), "can't read image: " + image);
 }
 
 TEST(Statistics, ArgumentsThatMakeNoSenseAreRefused) {

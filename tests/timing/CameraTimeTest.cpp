@@ -161,6 +161,14 @@ TEST_F(CameraTimeOf, FewLinesWithChangesGiveTheEstimate) {
   EXPECT_THAT(time.line(seconds(100.5)), SameBits(2.0F));
 }
 
+// The only line is the last one: from it on the last rate counts, before it the first one.
+TEST_F(CameraTimeOf, SingleLineWithChangesGoesOnAtTheLastRate) {
+  mFolder.file("d.ctgl", test::ctglBytes(test::changingRates));
+  CameraTime const time(mFolder.file("d.ctg", test::ctgBytes({100.0})));
+  EXPECT_EQ(timeOf(time, 0.5F), 100.0 + 0.5 * 0.5);
+  EXPECT_EQ(timeOf(time, -1.5F), 100.0 - 1.5 * 0.25);
+}
+
 TEST_F(CameraTimeOf, CopyIsAValueOfItsOwn) {
   CameraTime const source = changing();
   CameraTime copy = source;

@@ -109,6 +109,43 @@ TEST_P(EOPDataBadFiles, FileCutAnywhereFailsWithAMessage) {
   }
 }
 
+// Up to its last byte a fixed header belongs to no version; a file that isn't long enough for the magic is silent on it.
+TEST_P(EOPDataBadFiles, HeaderThatIsCutBelongsToNoVersion) {
+  std::string const bytes = file().bytes();
+  std::size_t const header = GetParam() == 1 ? 60 : GetParam() == 2 ? 24 : 20;
+  for (std::size_t size = 4; size <= header; ++size) {
+    EOPData eop(write(bytes), false);
+    std::string const name = write(bytes.substr(0, size));
+    eop.read(name, false, false);
+    EXPECT_EQ(eop.eopVersion(), size < header ? 0 : GetParam()) << size;
+    EXPECT_MESSAGE(eop.loadData(false), size < header ? "Unknown EOP version in file: " + name : mismatch(name));
+  }
+}
+
+TEST_P(EOPDataBadFiles, BlockMayEndWithTheFile) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  EopFile source = file();
+  source.records.clear();
+  source.promised = 3;
+  std::string const bytes = source.bytes();
+  for (bool const isWhole : {true, false}) {
+    EOPData eop(write(bytes.substr(0, bytes.size() - (isWhole ? 0 : 1))), false);
+    EXPECT_EQ(eop.posSource(), isWhole ? "inertial" : "");
+    EXPECT_EQ(eop.eopVersion(), GetParam());
+  }
+}
+
+TEST_P(EOPDataBadFiles, BlockWithoutATextIsNoXml) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  std::string const name = write(with(file().bytes(), GetParam() == 3 ? 16 : 20, 0));
+  EXPECT_THAT(test::messageOf([&] { EOPData(name, false); }),
+              testing::StartsWith("error reading EOP parameter block "));
+}
+
 // Whatever a byte says, reading ends in a store or in a message, and within the memory that a small file may take.
 TEST_P(EOPDataBadFiles, AnyByteMayChange) {
   std::string const bytes = file().bytes();

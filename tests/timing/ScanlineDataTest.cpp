@@ -174,6 +174,8 @@ TEST_F(ScanlineDataOf, LinesThatAreNoPlaceGiveAValueOfTheTable) {
   EXPECT_EQ(stages.at(-std::numeric_limits<float>::infinity()), 2.0F);
   EXPECT_EQ(stages.at(std::numeric_limits<float>::infinity()), 4.0F);
   EXPECT_EQ(stages.at(1e30F), 4.0F);
+  // 2^32, one more than the number of any line.
+  EXPECT_EQ(stages.at(4294967296.0F), 4.0F);
 }
 
 TEST_F(ScanlineDataOf, WritingLeavesOutRepeatedValuesAndGivesTheSameFile) {

@@ -184,6 +184,17 @@ TEST_F(GeometryXmlReader, ListsOfARowHaveTheCountOfColumns) {
          "XML reader: Missing or wrong tag (DeltaRow_mm)");
 }
 
+TEST_F(GeometryXmlReader, GridMayHaveNoColumns) {
+  std::string text = with(mText, "\"PANF\" Columns=\"3\"", "\"PANF\" Columns=\"0\"");
+  for (std::string const name : {"Row_mm", "Column_mm", "SigmaRow_mm", "SigmaColumn_mm"}) {
+    auto const begin = text.find("<" + name + ">") + name.size() + 2;
+    text.erase(begin, text.find("</" + name + ">") - begin);
+  }
+  xmlFileData::DistortionGrid const grid = read(text).sensors().at(4).grid();
+  EXPECT_EQ(grid.rowCount(), 1);
+  EXPECT_EQ(grid.columnCount(), 0);
+}
+
 TEST_F(GeometryXmlReader, RowsOfAGridHaveTheSameLength) {
   std::string const row = mText.substr(mText.find("<GridRow"), mText.find("</GridRow>") + 10 - mText.find("<GridRow"));
   std::string const shorter = "<GridRow><Row_mm>1 2</Row_mm><Column_mm>1 2</Column_mm><SigmaRow_mm>1 2</SigmaRow_mm>"
