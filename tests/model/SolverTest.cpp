@@ -182,7 +182,7 @@ TEST_F(Solver, OffsetIsTakenOffTheSample) {
   EXPECT_NEAR(run[0].x, 12.0, 0.05);
 }
 
-// 2^24 samples are the most that single precision counts, and so the most that lanes take. The two forms differ in bits.
+// 2^24 samples are the most that single precision counts, and the most that lanes take. The two forms differ in bits.
 TEST_F(Solver, CalibrationLineOfMoreSamplesThanSinglePrecisionCountsIsSolvedAsARun) {
   mStrip.direction = 0.7;
   mStrip.roll = 0.05;

@@ -158,6 +158,18 @@ TEST(EOPDataChange, RecordThatWasUpdatedTakesNoMore) {
   EXPECT_EQ(recordOf(eop, 1).x, 7.0);
 }
 
+// Replacing a record is neither a correction nor does it undo one.
+TEST(EOPDataChange, RecordThatIsReplacedKeepsItsMark) {
+  EOPData eop = twoRecords();
+  EXPECT_TRUE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
+  EXPECT_TRUE(eop.setEOP(0, eopAt(5.0, 7.0)));
+  EXPECT_EQ(recordOf(eop, 0).x, 7.0);
+  EXPECT_FALSE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
+  EXPECT_TRUE(eop.setEOP(1, eopAt(5.25, 8.0)));
+  EXPECT_TRUE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
+  EXPECT_EQ(recordOf(eop, 1).x, 9.0);
+}
+
 TEST(EOPDataChange, RecordAddedAfterAChangeMayBeChanged) {
   EOPData eop = twoRecords();
   EXPECT_TRUE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
