@@ -8,6 +8,7 @@
 #include <sensor/EOPData.h>
 
 #include <cstring>
+#include <filesystem>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -134,6 +135,22 @@ TEST_P(EOPDataBadFiles, BlockMayEndWithTheFile) {
     EOPData eop(write(bytes.substr(0, bytes.size() - (isWhole ? 0 : 1))), false);
     EXPECT_EQ(eop.posSource(), isWhole ? "inertial" : "");
     EXPECT_EQ(eop.eopVersion(), GetParam());
+  }
+}
+
+// A block of 256 MiB is as large as a project file may be. This one is a text and then the file's hole, which ends it.
+TEST_P(EOPDataBadFiles, BlockLargerThanAnyProjectFileIsNotRead) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  constexpr std::int32_t most = 256 << 20;
+  for (std::int32_t const length : {most, most + 1}) {
+    EopFile source = file();
+    source.records.clear();
+    source.stdDevs = false;
+    std::string const name = write(with(source.bytes(), GetParam() == 3 ? 16 : 20, length));
+    std::filesystem::resize_file(name, std::uintmax_t{most} + 1000);
+    EXPECT_EQ(EOPData(name, false).posSource(), length == most ? "inertial" : "");
   }
 }
 

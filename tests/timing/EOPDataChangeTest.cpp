@@ -176,6 +176,14 @@ TEST(EOPDataChange, RecordAddedAfterAChangeMayBeChanged) {
   eop.addEOP(eopAt(5.5, 3.0));
   EXPECT_TRUE(eop.correctEOP(2, 1, 0, 0, 0, 0, 0));
   EXPECT_FALSE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
+  // Far more than the place that three marks take.
+  for (int i = 3; i < 2000; ++i) {
+    eop.addEOP(eopAt(5.25 + 0.25 * i, 3.0));
+  }
+  for (int i = 3; i < 2000; ++i) {
+    ASSERT_TRUE(eop.correctEOP(i, 1, 0, 0, 0, 0, 0)) << i;
+    ASSERT_FALSE(eop.correctEOP(i, 1, 0, 0, 0, 0, 0)) << i;
+  }
 }
 
 TEST(EOPDataChange, CopyIsAValueOfItsOwn) {
