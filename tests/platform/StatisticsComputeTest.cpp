@@ -246,7 +246,9 @@ TEST_F(StatisticsCompute, PixelsThatCantBeReadAreToldEvenIfTheirMaskCan) {
   GDALDatasetUniquePtr file(driver->Create(image.c_str(), 16, 16, 2, GDT_Byte, const_cast<char**>(options)));
   file->GetRasterBand(1)->Fill(7.0);
   file->GetRasterBand(2)->Fill(255.0);
+  file.reset();
   file.reset(GDALDataset::Open(image.c_str()));
+  ASSERT_NE(file, nullptr);
   ASSERT_EQ(file->GetRasterBand(1)->GetMaskFlags(), GMF_ALPHA | GMF_PER_DATASET);
   char const* const offset = file->GetRasterBand(1)->GetMetadataItem("BLOCK_OFFSET_0_0", "TIFF");
   ASSERT_NE(offset, nullptr);
