@@ -236,8 +236,8 @@ TEST(FourLaneSolver, LaneThatBeganAnewIsSolvedAloneInBothKindsOfLanes) {
   }
 }
 
-// A sensor line whose middle lies 2^-6 ahead of its ends, 16 lines of 2^-10. Half way to the middle it is 8 lines ahead,
-// so that the line which sees a position is 8 lines before it; beyond the ends it is where the ends are.
+// A sensor line whose middle lies 2^-6 ahead of its ends, 16 lines of 2^-10. Half way to the middle it is 8 lines
+// ahead, so that the line which sees a position is 8 lines before it; beyond the ends it is where the ends are.
 TEST(FourLaneSolver, BowedSensorLineIsFollowedFromSampleToSample) {
   static std::vector<float> const x{0.0F, 1.0F / 64.0F, 0.0F};
   FlightThatEnds const flight;

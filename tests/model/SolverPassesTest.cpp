@@ -153,7 +153,8 @@ protected:
 };
 
 // The middle, line 50.5, is 16777165.52 or -16777266.52 lines from the position, 16777166 or -16777266 in single
-// precision, and so leads to 2^24 or its negative. A position there begins anew in the middle, although only 0.02 lines are left.
+// precision, and so leads to 2^24 or its negative. A position there begins anew in the middle, although only 0.02 lines
+// are left.
 TEST_F(ExactLines, FirstLineThatCantBeCountedIsNoSolution) {
   auto const strip = exactModel();
   for (double const side : {1.0, -1.0}) {

@@ -157,7 +157,7 @@ TEST(CoordSysFactory, LocalSystemIsDefinedByAProjString) {
                    test::localSystem({0.25, 0.75, 0.0}));
 }
 
-// What is left out, added or no number leaves no local system, and PROJ takes none of its own.
+// With a word too few, too many or without a number there is no local system, and PROJ takes none of these either.
 TEST(CoordSysFactory, LocalSystemNeedsItsWholeAnchorAndNoMore) {
   EXPECT_NE(systemOf("+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15"), nullptr);
   for (char const* definition : {

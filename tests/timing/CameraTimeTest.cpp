@@ -69,8 +69,8 @@ TEST_F(CameraTimeOf, LineOfAUniformImageFollowsTheMeanRateAndNotTheTable) {
   EXPECT_NE(timeOf(time, time.line(seconds(10.25))), 10.25);
 }
 
-// A time at which the quotient lies half-way between two floats; the product with the reciprocal is off by a bit, and goes to
-// the other one.
+// A time at which the quotient lies half-way between two floats; the product with the reciprocal is off by a bit, and
+// goes to the other one.
 TEST_F(CameraTimeOf, LineIsAQuotientByTheCycleTime) {
   double const t = 0.0019998812079429626;
   auto const expected = static_cast<float>(t / 0.001);

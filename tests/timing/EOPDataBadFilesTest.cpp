@@ -110,7 +110,7 @@ TEST_P(EOPDataBadFiles, FileCutAnywhereFailsWithAMessage) {
   }
 }
 
-// Up to its last byte a fixed header belongs to no version; a file that isn't long enough for the magic is silent on it.
+// A fixed header that lacks as little as its last byte belongs to no version.
 TEST_P(EOPDataBadFiles, HeaderThatIsCutBelongsToNoVersion) {
   std::string const bytes = file().bytes();
   std::size_t const header = GetParam() == 1 ? 60 : GetParam() == 2 ? 24 : 20;

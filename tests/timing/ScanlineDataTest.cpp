@@ -109,7 +109,8 @@ TEST_F(ScanlineDataOf, LineAHairAboveTheFirstHasItsValue) {
   EXPECT_THAT(stages.at(further), SameBits(4.0F * further + 2.0F));
 }
 
-// Records out of order make no plateau: a ramp over five lines. At some of them a division that comes first has other bits.
+// Records out of order make no plateau: a ramp over five lines. At some lines a division that comes first has other
+// bits.
 TEST_F(ScanlineDataOf, RampIsMultipliedBeforeItIsDivided) {
   IntegrationTime const time = integration({{5, 2003}, {0, 7000}});
   float const a = static_cast<float>(7000 * 1e-6);
