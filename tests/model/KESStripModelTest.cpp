@@ -7,12 +7,14 @@
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
+#include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometry.h>
 #include <sensor/EOPData.h>
 #include <sensor/TdiStage.h>
 
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -156,6 +158,22 @@ TEST_F(StripModel, IlluminatedWidthLoadsTheStrip) {
   auto const strip = model(false);
   EXPECT_EQ(strip->imageIlluminatedWidth(0), 101U);
   EXPECT_TRUE(strip->isDataLoaded());
+}
+
+// The last pixel lies 51 pixels beside its neighbour: the line is 15 mm long, or 300 m on the ground, for 100 steps from
+// sample to sample. Lines are 1 m apart.
+TEST_F(StripModel, ScaleIsThatOfTheImagesOwnCorners) {
+  auto const strip = model();
+  EXPECT_NEAR(strip->scale(0), 2.0F, 1e-4F);
+  std::vector<double> y;
+  for (int i = -50; i <= 49; ++i) {
+    y.push_back(i * 1e-4);
+  }
+  y.push_back(0.01);
+  auto& line = dynamic_cast<sensor::CalibrationGeometryKes&>(*strip->calibrationGeometry(0));
+  line.setPixelData(1e-4F, 101, 101, std::vector<double>(101, 0.0), y);
+  strip->loadData(false, false);
+  EXPECT_NEAR(strip->scale(0), 3.0F, 1e-4F);
 }
 
 TEST_F(StripModel, TerrainHeightChangesSamplingDistanceAndNotScale) {

@@ -63,6 +63,18 @@ TEST_F(StatisticsCompute, ExtremesStandInTheMiddleOfTheOuterClasses) {
   EXPECT_EQ(layer.histogram, std::vector<std::uint64_t>(256, 1));
 }
 
+// Half a class is half of the 255th part of what lies between them, be it less than a unit or more.
+TEST_F(StatisticsCompute, ClassesAreAsWideAsTheValuesLieApart) {
+  for (double const range : {51.0, 2550.0}) {
+    auto const statistics = computed(writeImage(folder, "a.tif", 2, {{10, 10, 10, 10 + range}}));
+    auto const& layer = statistics.layer(0);
+    EXPECT_DOUBLE_EQ(layer.histogramMinimum, 10.0 - 0.5 * range / 255.0);
+    EXPECT_DOUBLE_EQ(layer.histogramMaximum, 10.0 + range + 0.5 * range / 255.0);
+    EXPECT_EQ(layer.histogram[0], 3U);
+    EXPECT_EQ(layer.histogram[255], 1U);
+  }
+}
+
 TEST_F(StatisticsCompute, HistogramCountsEveryPixelInItsClass) {
   // 510 classes' halves lie between 0 and 510: class k holds the values around 2 k.
   auto const statistics = computed(writeImage(folder, "a.tif", 4, {{0, 2, 2, 4, 508, 510, 510, 510}}));
