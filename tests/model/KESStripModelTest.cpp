@@ -197,6 +197,12 @@ TEST_F(StripModel, StripWhoseImagesWereDetachedKeepsItsAzimuth) {
   float const azimuth = strip->flightAzimuth();
   std::unique_ptr<sensor::KESImage> const image(strip->img(0));
   strip->modelData()->detach(image.get());
+  // With its image, the strip would now fly north.
+  sensor::EOP record;
+  for (int i = 0; strip->eop()->atIndex(i, record) == 0; ++i) {
+    record.y = 1000.0 * record.gpsTime;
+    strip->eop()->setEOP(i, record);
+  }
   strip->loadData(false, false);
   EXPECT_EQ(strip->numBands(), 0);
   EXPECT_THAT(strip->flightAzimuth(), SameBits(azimuth));
