@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
 
 // The search for lines in four lanes, below the model: its two kinds of lanes against each other, and its look-ups counted.
 
@@ -231,6 +232,26 @@ TEST(FourLaneSolver, LaneThatBeganAnewIsSolvedAloneInBothKindsOfLanes) {
         EXPECT_EQ(image[i].x, 1.0) << i;
         EXPECT_EQ(image[i].y, ground[i].x) << i;
       }
+    }
+  }
+}
+
+// A sensor line whose middle lies 2^-6 ahead of its ends, 16 lines of 2^-10. Half way to the middle it is 8 lines
+// ahead, so that the line which sees a position is 8 lines before it; beyond the ends it is where the ends are.
+TEST(FourLaneSolver, BowedSensorLineIsFollowedFromSampleToSample) {
+  static std::vector<float> const x{0.0F, 1.0F / 64.0F, 0.0F};
+  FlightThatEnds const flight;
+  FourLaneConstants constants = FlightThatEnds::constants();
+  constants.x = x.data();
+  std::vector<geo::XYZPoint> const ground{
+      {150.0, -1536.0, 0.0}, {150.0, -512.0, 0.0}, {150.0, 0.0, 0.0}, {150.0, 256.0, 0.0}};
+  for (auto* const solve : {test::solveInPlainLanes, test::solveInSseLanes}) {
+    std::vector<geo::XYPoint> image(4);
+    solve(constants, flight, ground, image);
+    for (auto const& [lane, sample, line] :
+         {std::tuple(0U, -0.5, 150.0), {1U, 0.5, 142.0}, {2U, 1.0, 134.0}, {3U, 1.25, 138.0}}) {
+      EXPECT_EQ(image[lane].x, sample) << lane;
+      EXPECT_EQ(image[lane].y, line) << lane;
     }
   }
 }

@@ -7,12 +7,15 @@
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
+#include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometry.h>
+#include <sensor/EOP.h>
 #include <sensor/EOPData.h>
 #include <sensor/TdiStage.h>
 
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -156,6 +159,76 @@ TEST_F(StripModel, IlluminatedWidthLoadsTheStrip) {
   auto const strip = model(false);
   EXPECT_EQ(strip->imageIlluminatedWidth(0), 101U);
   EXPECT_TRUE(strip->isDataLoaded());
+}
+
+// A bent flight: line 0, at 100 s, is at (500, -300), and line 100, a second later, 400 m further east and 300 m north.
+TEST_F(StripModel, AzimuthLeadsFromTheFirstLineToTheLast) {
+  auto const strip = model();
+  sensor::EOP record;
+  for (int i = 0; strip->eop()->atIndex(i, record) == 0; ++i) {
+    double const t = record.gpsTime - 100.0;
+    record.x = 500.0 + 400.0 * t * t;
+    record.y = -300.0 + 300.0 * t;
+    strip->eop()->setEOP(i, record);
+  }
+  strip->loadData(false, false);
+  EXPECT_NEAR(strip->flightAzimuth(), std::atan2(4.0, 3.0), 1e-6);
+}
+
+TEST_F(StripModel, AzimuthIsFromNoughtToAFullTurn) {
+  auto const strip = model();
+  auto const azimuth = [&](double east, double north) {
+    sensor::EOP record;
+    for (int i = 0; strip->eop()->atIndex(i, record) == 0; ++i) {
+      record.x = east * record.gpsTime;
+      record.y = north * record.gpsTime;
+      strip->eop()->setEOP(i, record);
+    }
+    strip->loadData(false, false);
+    return strip->flightAzimuth();
+  };
+  EXPECT_EQ(azimuth(0.0, 100.0), 0.0F);
+  EXPECT_NEAR(azimuth(-1.0, 100.0), 2.0 * M_PI - std::atan(0.01), 1e-6);
+  EXPECT_NEAR(azimuth(-100.0, -100.0), 1.25 * M_PI, 1e-6);
+}
+
+TEST_F(StripModel, StripWhoseImagesWereDetachedKeepsItsAzimuth) {
+  auto const strip = model();
+  float const azimuth = strip->flightAzimuth();
+  std::unique_ptr<sensor::KESImage> const image(strip->img(0));
+  strip->modelData()->detach(image.get());
+  // With its image, the strip would now fly north.
+  sensor::EOP record;
+  for (int i = 0; strip->eop()->atIndex(i, record) == 0; ++i) {
+    record.y = 1000.0 * record.gpsTime;
+    strip->eop()->setEOP(i, record);
+  }
+  strip->loadData(false, false);
+  EXPECT_EQ(strip->numBands(), 0);
+  EXPECT_THAT(strip->flightAzimuth(), SameBits(azimuth));
+}
+
+TEST_F(StripModel, PlaceHolderHasNothingToUnload) {
+  KESStripModel none;
+  none.unloadData();
+  EXPECT_FALSE(none.isDataLoaded());
+  EXPECT_EQ(none.meanTerrainHeight(), 0.0);
+}
+
+// The last pixel lies 51 pixels beside its neighbour: the line is 15 mm long, or 300 m on the ground, for 100 steps from
+// sample to sample. Lines are 1 m apart.
+TEST_F(StripModel, ScaleIsThatOfTheImagesOwnCorners) {
+  auto const strip = model();
+  EXPECT_NEAR(strip->scale(0), 2.0F, 1e-4F);
+  std::vector<double> y;
+  for (int i = -50; i <= 49; ++i) {
+    y.push_back(i * 1e-4);
+  }
+  y.push_back(0.01);
+  auto& line = dynamic_cast<sensor::CalibrationGeometryKes&>(*strip->calibrationGeometry(0));
+  line.setPixelData(1e-4F, 101, 101, std::vector<double>(101, 0.0), y);
+  strip->loadData(false, false);
+  EXPECT_NEAR(strip->scale(0), 3.0F, 1e-4F);
 }
 
 TEST_F(StripModel, TerrainHeightChangesSamplingDistanceAndNotScale) {

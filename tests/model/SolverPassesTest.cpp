@@ -146,6 +146,25 @@ TEST_F(StepAtTheTolerance, EndsTheSingleFormAndNotTheRun) {
   EXPECT_EQ(looked.size(), 3U);
 }
 
+// The same camera over lines of 1 m, as which they are taken: line l is over x = l.
+class ExactLines : public StepAtTheTolerance {
+protected:
+  ExactLines() { mStrip.speed = 100.0; }
+};
+
+// The middle, line 50.5, is 16777165.52 or -16777266.52 lines from the position, 16777166 or -16777266 in single
+// precision, and so leads to 2^24 or its negative. A position there begins anew in the middle, although only 0.02 lines
+// are left.
+TEST_F(ExactLines, FirstLineThatCantBeCountedIsNoSolution) {
+  auto const strip = exactModel();
+  for (double const side : {1.0, -1.0}) {
+    std::vector<float> const looked = run(*strip, {{side * (16777216.0 + 0.02), 0.0, 0.0}});
+    ASSERT_GE(looked.size(), 2U);
+    ASSERT_EQ(looked[1], static_cast<float>(side) * 16777216.0F);
+    EXPECT_GT(std::count(looked.begin(), looked.end(), 50.5F), 1) << side;
+  }
+}
+
 // Lanes whose step is given for each look-up: a camera of focal length 1 at a height of 1024, whose lines are 2^-10 long in
 // the focal plane, steps by as much as the ground lies ahead of it.
 class GivenSteps {

@@ -4,9 +4,12 @@
 #include "SmallModel.h"
 #include "support/Matchers.h"
 
+#include <sensor/CalibrationGeometryKes.h>
 #include <sensor/EOPData.h>
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -177,6 +180,34 @@ TEST_F(Solver, OffsetIsTakenOffTheSample) {
   std::vector<geo::XYPoint> run(1);
   strip->lsrToImage(std::vector<geo::XYZPoint>{point}, 0, run);
   EXPECT_NEAR(run[0].x, 12.0, 0.05);
+}
+
+// 2^24 samples are the most that single precision counts, and the most that lanes take. The two forms differ in bits.
+TEST_F(Solver, CalibrationLineOfMoreSamplesThanSinglePrecisionCountsIsSolvedAsARun) {
+  mStrip.direction = 0.7;
+  mStrip.roll = 0.05;
+  auto const strip = model();
+  auto& line = dynamic_cast<sensor::CalibrationGeometryKes&>(*strip->calibrationGeometry(0));
+  constexpr int most = 1 << 24;
+  for (int const samples : {most, most + 1}) {
+    std::vector<float> y(static_cast<std::size_t>(samples));
+    for (std::size_t i = 0; i < y.size(); ++i) {
+      y[i] = static_cast<float>(-0.005 + 0.01 * static_cast<double>(i) / samples);
+    }
+    line.setPixelData(1e-4F, samples, samples, std::vector<float>(y.size(), 0.0F), y);
+    std::vector<geo::XYZPoint> points;
+    for (int i = 0; i < 16; ++i) {
+      points.push_back(ground(*strip, 0.05 * samples * (i + 1), 90.0 - 5.0 * i, static_cast<float>(3 * i)));
+    }
+    std::vector<geo::XYPoint> run(points.size());
+    std::vector<geo::XYPoint> lanes(points.size());
+    strip->lsrToImage(points, 0, run);
+    strip->lsrToImageSSE(points, 0, lanes);
+    auto const sameBits = [](geo::XYPoint const& a, geo::XYPoint const& b) {
+      return test::bitsOf(a.x) == test::bitsOf(b.x) && test::bitsOf(a.y) == test::bitsOf(b.y);
+    };
+    EXPECT_EQ(std::equal(run.begin(), run.end(), lanes.begin(), sameBits), samples > most);
+  }
 }
 
 // Without records there is no orientation: no place, rather than a plausible one.

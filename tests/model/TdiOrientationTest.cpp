@@ -7,6 +7,9 @@
 
 #include <sensor/CameraTime.h>
 #include <sensor/EOP.h>
+#include <sensor/EOPData.h>
+
+#include <utility>
 
 namespace {
 
@@ -75,6 +78,69 @@ TEST_F(TdiOrientation, BlendDoesntCancelBetweenOppositeSides) {
   Orientation const o = at(*strip, 19.5F);
   float const norm = o.eop.q0 * o.eop.q0 + o.eop.q1 * o.eop.q1 + o.eop.q2 * o.eop.q2 + o.eop.q3 * o.eop.q3;
   EXPECT_NEAR(norm, 1.0F, 1e-4F);
+}
+
+// A record between the two lines, at 8 m, which a blend of the lines' own orientations would pass over.
+TEST_F(TdiOrientation, WithoutTdiAStepOfTheIntegrationTimeBlendsNothing) {
+  mStrip.bands = {{"PANN00A", 0.0, false, "swath=\"101\" it=\"a.it\""}};
+  auto const strip = model();
+  int i = 23;
+  for (auto const& [time, x] : {std::pair(100.19, 0.0), {100.195, 8.0}, {100.2, 0.0}}) {
+    EOP eop;
+    eop.q0 = 1.0F;
+    eop.gpsTime = time;
+    eop.x = x;
+    ASSERT_TRUE(strip->eop()->setEOP(i++, eop));
+  }
+  Orientation const o = at(*strip, 19.25F);
+  EXPECT_NEAR(o.eop.x, 4.0, 1e-5);
+  EXPECT_EQ(o.correction, 0.0F);
+}
+
+// One stage up to line 19 and two from line 20 on: what lies between has more than one.
+TEST_F(TdiOrientation, LineWithLittleMoreThanOneStageHasTheCentreOfItsExposure) {
+  mFolder.file("a.tdi", (Bytes() << std::uint32_t{0} << std::uint8_t{1} << std::uint32_t{20} << std::uint8_t{2}).str());
+  mFolder.file("a.it", (Bytes() << std::uint32_t{0} << std::uint32_t{4000}).str());
+  auto const strip = model();
+  EXPECT_EQ(at(*strip, 19.0F).correction, 0.0F);
+  EXPECT_NEAR(at(*strip, 19.125F).correction, -0.3F, 1e-5F);
+}
+
+// The same stages with the step of the integration time: line 19 has no correction, and line 20 one of 5 - 4 = 1 ms.
+TEST_F(TdiOrientation, LineOfOneStageBesideAStepHasItsOwnTime) {
+  mFolder.file("a.tdi", (Bytes() << std::uint32_t{0} << std::uint8_t{1} << std::uint32_t{20} << std::uint8_t{2}).str());
+  auto const strip = model();
+  Orientation const o = at(*strip, 19.25F);
+  EXPECT_NEAR(o.correction, 0.25F * -0.1F, 1e-5F);
+  EXPECT_NEAR(o.eop.gpsTime, 0.75 * 100.19 + 0.25 * 100.201, 1e-9);
+}
+
+// Half a turn apart, where the dot product is 0 and there is no nearer side: the second one keeps its sign. Two records
+// with the first attitude are around the exposure of line 19, at 100.193, and two with the other one around 100.201.
+TEST_F(TdiOrientation, BlendChangesTheSignOfAnAttitudeOnTheOtherSideAndOfNoOrthogonalOne) {
+  auto const strip = model();
+  auto const set = [&](int i, double time, float q0, float q1) {
+    EOP eop;
+    eop.gpsTime = time;
+    eop.q0 = q0;
+    eop.q1 = q1;
+    ASSERT_TRUE(strip->eop()->setEOP(i, eop));
+  };
+  set(23, 100.19, 1.0F, 0.0F);
+  set(24, 100.195, 1.0F, 0.0F);
+  set(25, 100.2, 0.0F, 1.0F);
+  set(26, 100.21, 0.0F, 1.0F);
+  ASSERT_EQ(at(*strip, 19.0F).eop.q0, 1.0F);
+  ASSERT_EQ(at(*strip, 20.0F).eop.q1, 1.0F);
+  Orientation const o = at(*strip, 19.5F);
+  EXPECT_EQ(o.eop.q0, 0.5F);
+  EXPECT_EQ(o.eop.q1, 0.5F);
+  // On the other side, the second one changes all its signs.
+  set(25, 100.2, -0.75F, 0.5F);
+  set(26, 100.21, -0.75F, 0.5F);
+  Orientation const turned = at(*strip, 19.5F);
+  EXPECT_EQ(turned.eop.q0, 0.5F + 0.5F * 0.75F);
+  EXPECT_EQ(turned.eop.q1, 0.5F * -0.5F);
 }
 
 TEST_F(TdiOrientation, GroundIsWhereTheLineLooksWhateverTheCentreOfItsExposure) {

@@ -113,6 +113,38 @@ TEST_F(KESOrientationBadFiles, LargeFileOfHolesThatIsCutGivesNoRecords) {
   EXPECT_EQ(mStore.numSets(), 0);
 }
 
+// A file without records may promise as many as take four times its own size and a mebibyte.
+TEST_F(KESOrientationBadFiles, RecordsOfAFileThatIsCutAreMadeUpToFourTimesItsSizeAndAMebibyte) {
+  constexpr int most = ((1 << 20) + 4 * 512) / 40;
+  EXPECT_EQ(read(OdfFile().with(176, std::to_string(most)).header()), 1);
+  expectZeroedRecords(most);
+  EXPECT_EQ(read(OdfFile().with(176, std::to_string(most + 1)).header()), 1);
+  EXPECT_EQ(mStore.numSets(), 0);
+}
+
+// 16 MiB times four and a mebibyte would be 65 MiB.
+TEST_F(KESOrientationBadFiles, RecordsOfAFileThatIsCutAreMadeUpToSixtyFourMebibytes) {
+  constexpr int most = (64 << 20) / 40;
+  for (int const count : {most, most + 1}) {
+    std::string const name = mFolder.file("a.odf", OdfFile().with(176, std::to_string(count)).header());
+    std::filesystem::resize_file(name, std::uintmax_t{16} << 20);
+    EXPECT_EQ(mStore.read(name), 1);
+    EXPECT_EQ(mStore.numSets(), count == most ? most : 0);
+  }
+}
+
+// Records that are there may take more; the file is all hole but for its header.
+TEST_F(KESOrientationBadFiles, RecordsThatAreThereMayTakeMoreThanSixtyFourMebibytes) {
+  constexpr int count = (65 << 20) / 40;
+  std::string const name = mFolder.file("a.odf", OdfFile().with(176, std::to_string(count)).header());
+  std::filesystem::resize_file(name, 512 + std::uintmax_t{40} * count);
+  EXPECT_EQ(mStore.read(name), 0);
+  EXPECT_EQ(mStore.numSets(), count);
+  std::filesystem::resize_file(name, 512 + std::uintmax_t{40} * count - 1);
+  EXPECT_EQ(mStore.read(name), 1);
+  EXPECT_EQ(mStore.numSets(), 0);
+}
+
 // Ends of texts, blanks, signs, digits, letters, and bytes that are no ASCII.
 TEST_F(KESOrientationBadFiles, AnyByteOfTheHeaderMayBeAnything) {
   std::string const bytes = OdfFile().bytes();

@@ -157,6 +157,30 @@ TEST(CoordSysFactory, LocalSystemIsDefinedByAProjString) {
                    test::localSystem({0.25, 0.75, 0.0}));
 }
 
+// With a word too few, too many or without a number there is no local system, and PROJ takes none of these either.
+TEST(CoordSysFactory, LocalSystemNeedsItsWholeAnchorAndNoMore) {
+  EXPECT_NE(systemOf("+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15"), nullptr);
+  for (char const* definition : {
+           "+datum=WGS84 +lat_0=50 +lon_0=15",
+           "+proj=topocentric +lat_0=50 +lon_0=15",
+           "+proj=topocentric +datum=WGS84 +lat_0=50",
+           "+proj=topocentric +datum=WGS84 +lon_0=15",
+           "+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15 +x_0=1",
+           "+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15 +units=ft",
+           "+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15x",
+           "+proj=topocentric +datum=WGS84 +lat_0=50rr +lon_0=15",
+           "+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=1e999",
+           "+proj=topocentric +datum=WGS84 +lat_0=nan +lon_0=15",
+           "+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15 +h_0=inf",
+           "+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15 +h_0=1m",
+           "+proj=topocentric +datum=WGS84 +lat_0=50 +lon_0=15 +h_0=",
+           "+proj=topocentric +datum=WGS84 +lat_0= +lon_0=15",
+       }) {
+    EXPECT_THAT(refusal(definition),
+                StartsWith(std::string("Can't create coordinate system \"") + definition + "\": "));
+  }
+}
+
 TEST(CoordSysFactory, GeographicFormsSurviveXml) {
   for (bool const degrees : {false, true}) {
     for (bool const latitudeFirst : {false, true}) {

@@ -83,6 +83,12 @@ TEST(LocalCoordSys, AnchorIsTheOrigin) {
   EXPECT_EQ(origin.z, 0.0);
 }
 
+TEST(LocalCoordSys, AnchorAtTheDateLineKeepsItsSide) {
+  for (double const longitude : {PI, -PI}) {
+    EXPECT_EQ(converted(localSystem({longitude, 0.3, 100.0}), geographic(), {0.0, 0.0, 5.0}).x, longitude);
+  }
+}
+
 TEST(LocalCoordSys, UnitsAreMetres) {
   System const local = localSystem({0.2, -0.8, 1234.5});
   EXPECT_EQ(local->verticalUnits().getScale(), 1.0);

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <numeric>
 
@@ -60,6 +61,18 @@ TEST_F(StatisticsCompute, ExtremesStandInTheMiddleOfTheOuterClasses) {
   EXPECT_EQ(layer.histogramMinimum, -0.5);
   EXPECT_EQ(layer.histogramMaximum, 255.5);
   EXPECT_EQ(layer.histogram, std::vector<std::uint64_t>(256, 1));
+}
+
+// Half a class is half of the 255th part of what lies between them, be it less than a unit or more.
+TEST_F(StatisticsCompute, ClassesAreAsWideAsTheValuesLieApart) {
+  for (double const range : {51.0, 2550.0}) {
+    auto const statistics = computed(writeImage(folder, "a.tif", 2, {{10, 10, 10, 10 + range}}));
+    auto const& layer = statistics.layer(0);
+    EXPECT_DOUBLE_EQ(layer.histogramMinimum, 10.0 - 0.5 * range / 255.0);
+    EXPECT_DOUBLE_EQ(layer.histogramMaximum, 10.0 + range + 0.5 * range / 255.0);
+    EXPECT_EQ(layer.histogram[0], 3U);
+    EXPECT_EQ(layer.histogram[255], 1U);
+  }
 }
 
 TEST_F(StatisticsCompute, HistogramCountsEveryPixelInItsClass) {
@@ -234,6 +247,29 @@ TEST_F(StatisticsCompute, ImageThatIsCutIsToldAndLeavesNoLayer) {
   std::filesystem::resize_file(image, std::filesystem::file_size(image) - 10000);
   EXPECT_MESSAGE(statistics.compute(image), "can't read image: " + image);
   EXPECT_TRUE(statistics.layers().empty());
+}
+
+// The mask can be read where the pixels can't: the first byte of their compressed block is another.
+TEST_F(StatisticsCompute, PixelsThatCantBeReadAreToldEvenIfTheirMaskCan) {
+  std::string const image = folder / "a.tif";
+  char const* const options[] = {"COMPRESS=DEFLATE", "INTERLEAVE=BAND", "ALPHA=YES", nullptr};
+  GDALAllRegister();
+  auto* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+  GDALDatasetUniquePtr file(driver->Create(image.c_str(), 16, 16, 2, GDT_Byte, const_cast<char**>(options)));
+  file->GetRasterBand(1)->Fill(7.0);
+  file->GetRasterBand(2)->Fill(255.0);
+  file.reset();
+  file.reset(GDALDataset::Open(image.c_str()));
+  ASSERT_NE(file, nullptr);
+  ASSERT_EQ(file->GetRasterBand(1)->GetMaskFlags(), GMF_ALPHA | GMF_PER_DATASET);
+  char const* const offset = file->GetRasterBand(1)->GetMetadataItem("BLOCK_OFFSET_0_0", "TIFF");
+  ASSERT_NE(offset, nullptr);
+  std::fstream bytes(image, std::ios::in | std::ios::out | std::ios::binary);
+  bytes.seekp(std::stol(offset));
+  file.reset();
+  bytes.put('\xFF');
+  bytes.close();
+  EXPECT_MESSAGE(plain().compute(image), "can't read image: " + image);
 }
 
 TEST(Statistics, ArgumentsThatMakeNoSenseAreRefused) {

@@ -60,6 +60,13 @@ TEST_F(CameraTimeRefinement, CandidateInFrontOfTheTableGoesOnWithTheLastInterval
   EXPECT_THAT(time.line(seconds(100.0)), SameBits(2.0F));
 }
 
+// Line -1 is the first one that does. The estimate 3 / 2 = 1.5 lies 2.5 s after 101 s, and leads to -1 at 98 s; the
+// last interval leads back to -1 + 3 / 1 = 2, as before, and the first one would have led to -1 + 3 / 3.
+TEST_F(CameraTimeRefinement, CandidateAtMinusOneGoesOnWithTheLastInterval) {
+  CameraTime const time = timeOf({100.0, 103.0, 104.0}, {{98.0, 2000000, 0}});
+  EXPECT_THAT(time.line(seconds(101.0)), SameBits(2.0F));
+}
+
 // The estimate 1.5 lies at 102 s, and the interval of line 1 leads to 1.5 - 2 / 1 = -0.5, at 100 - 0.5 * 1.5 = 99.25 s.
 // That line truncates to 0, whose interval leads to -0.5 + 0.75 / 1.5 = 0.
 TEST_F(CameraTimeRefinement, CandidateLessThanALineInFrontOfTheTableGoesOnWithTheFirstInterval) {

@@ -69,6 +69,17 @@ TEST_F(CameraTimeOf, LineOfAUniformImageFollowsTheMeanRateAndNotTheTable) {
   EXPECT_NE(timeOf(time, time.line(seconds(10.25))), 10.25);
 }
 
+// A time at which the quotient lies half-way between two floats; the product with the reciprocal is off by a bit, and
+// goes to the other one.
+TEST_F(CameraTimeOf, LineIsAQuotientByTheCycleTime) {
+  double const t = 0.0019998812079429626;
+  auto const expected = static_cast<float>(t / 0.001);
+  ASSERT_NE(static_cast<float>(t * (1.0 / 0.001)), expected);
+  EXPECT_THAT(uniform({0.0, 0.001}).line(seconds(t)), SameBits(expected));
+  mFolder.file("c.ctgl", test::ctglBytes({{0.0, 1000, 0}}));
+  EXPECT_THAT(CameraTime(mFolder.file("c.ctg", test::ctgBytes({0.0}))).line(seconds(t)), SameBits(expected));
+}
+
 TEST_F(CameraTimeOf, CycleTimeOfAUniformImageIsTheMean) {
   CameraTime const time = uniform(uneven);
   EXPECT_FALSE(time.isNonUniformCT());
@@ -159,6 +170,14 @@ TEST_F(CameraTimeOf, FewLinesWithChangesGiveTheEstimate) {
   mFolder.file("d.ctgl", test::ctglBytes(test::changingRates));
   CameraTime const time(mFolder.file("d.ctg", test::ctgBytes({100.0})));
   EXPECT_THAT(time.line(seconds(100.5)), SameBits(2.0F));
+}
+
+// The only line is the last one: from it on the last rate counts, before it the first one.
+TEST_F(CameraTimeOf, SingleLineWithChangesGoesOnAtTheLastRate) {
+  mFolder.file("d.ctgl", test::ctglBytes(test::changingRates));
+  CameraTime const time(mFolder.file("d.ctg", test::ctgBytes({100.0})));
+  EXPECT_EQ(timeOf(time, 0.5F), 100.0 + 0.5 * 0.5);
+  EXPECT_EQ(timeOf(time, -1.5F), 100.0 - 1.5 * 0.25);
 }
 
 TEST_F(CameraTimeOf, CopyIsAValueOfItsOwn) {

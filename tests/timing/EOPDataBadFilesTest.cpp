@@ -8,6 +8,7 @@
 #include <sensor/EOPData.h>
 
 #include <cstring>
+#include <filesystem>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -107,6 +108,59 @@ TEST_P(EOPDataBadFiles, FileCutAnywhereFailsWithAMessage) {
                       message == "Header/std.dev. data mismatch in EOP file: " + name;
     EXPECT_TRUE(told) << size << ": " << message;
   }
+}
+
+// A fixed header that lacks as little as its last byte belongs to no version.
+TEST_P(EOPDataBadFiles, HeaderThatIsCutBelongsToNoVersion) {
+  std::string const bytes = file().bytes();
+  std::size_t const header = GetParam() == 1 ? 60 : GetParam() == 2 ? 24 : 20;
+  for (std::size_t size = 4; size <= header; ++size) {
+    EOPData eop(write(bytes), false);
+    std::string const name = write(bytes.substr(0, size));
+    eop.read(name, false, false);
+    EXPECT_EQ(eop.eopVersion(), size < header ? 0 : GetParam()) << size;
+    EXPECT_MESSAGE(eop.loadData(false), size < header ? "Unknown EOP version in file: " + name : mismatch(name));
+  }
+}
+
+TEST_P(EOPDataBadFiles, BlockMayEndWithTheFile) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  EopFile source = file();
+  source.records.clear();
+  source.promised = 3;
+  std::string const bytes = source.bytes();
+  for (bool const isWhole : {true, false}) {
+    EOPData eop(write(bytes.substr(0, bytes.size() - (isWhole ? 0 : 1))), false);
+    EXPECT_EQ(eop.posSource(), isWhole ? "inertial" : "");
+    EXPECT_EQ(eop.eopVersion(), GetParam());
+  }
+}
+
+// A block of 256 MiB is as large as a project file may be. This one is a text and then the file's hole, which ends it.
+TEST_P(EOPDataBadFiles, BlockLargerThanAnyProjectFileIsNotRead) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  constexpr std::int32_t most = 256 << 20;
+  for (std::int32_t const length : {most, most + 1}) {
+    EopFile source = file();
+    source.records.clear();
+    source.stdDevs = false;
+    std::string const name = write(with(source.bytes(), GetParam() == 3 ? 16 : 20, length));
+    std::filesystem::resize_file(name, std::uintmax_t{most} + 1000);
+    EXPECT_EQ(EOPData(name, false).posSource(), length == most ? "inertial" : "");
+  }
+}
+
+TEST_P(EOPDataBadFiles, BlockWithoutATextIsNoXml) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  std::string const name = write(with(file().bytes(), GetParam() == 3 ? 16 : 20, 0));
+  EXPECT_THAT(test::messageOf([&] { EOPData(name, false); }),
+              testing::StartsWith("error reading EOP parameter block "));
 }
 
 // Whatever a byte says, reading ends in a store or in a message, and within the memory that a small file may take.

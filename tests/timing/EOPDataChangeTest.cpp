@@ -158,12 +158,32 @@ TEST(EOPDataChange, RecordThatWasUpdatedTakesNoMore) {
   EXPECT_EQ(recordOf(eop, 1).x, 7.0);
 }
 
+// Replacing a record is neither a correction nor does it undo one.
+TEST(EOPDataChange, RecordThatIsReplacedKeepsItsMark) {
+  EOPData eop = twoRecords();
+  EXPECT_TRUE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
+  EXPECT_TRUE(eop.setEOP(0, eopAt(5.0, 7.0)));
+  EXPECT_EQ(recordOf(eop, 0).x, 7.0);
+  EXPECT_FALSE(eop.correctEOP(0, 1, 0, 0, 0, 0, 0));
+  EXPECT_TRUE(eop.setEOP(1, eopAt(5.25, 8.0)));
+  EXPECT_TRUE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
+  EXPECT_EQ(recordOf(eop, 1).x, 9.0);
+}
+
 TEST(EOPDataChange, RecordAddedAfterAChangeMayBeChanged) {
   EOPData eop = twoRecords();
   EXPECT_TRUE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
   eop.addEOP(eopAt(5.5, 3.0));
   EXPECT_TRUE(eop.correctEOP(2, 1, 0, 0, 0, 0, 0));
   EXPECT_FALSE(eop.correctEOP(1, 1, 0, 0, 0, 0, 0));
+  // Far more than the place that three marks take.
+  for (int i = 3; i < 2000; ++i) {
+    eop.addEOP(eopAt(5.25 + 0.25 * i, 3.0));
+  }
+  for (int i = 3; i < 2000; ++i) {
+    ASSERT_TRUE(eop.correctEOP(i, 1, 0, 0, 0, 0, 0)) << i;
+    ASSERT_FALSE(eop.correctEOP(i, 1, 0, 0, 0, 0, 0)) << i;
+  }
 }
 
 TEST(EOPDataChange, CopyIsAValueOfItsOwn) {

@@ -262,6 +262,10 @@ TEST_F(EOPDataLookup, HeightRangeSpansAllRecordsInSinglePrecision) {
   EOPData(mFolder.file("b.eop", file.bytes())).heightRange(low, high);
   EXPECT_THAT(low, SameBits(-20.7F));
   EXPECT_THAT(high, SameBits(1500.4F));
+  std::swap(file.records[0], file.records[2]);
+  EOPData(mFolder.file("c.eop", file.bytes())).heightRange(low, high);
+  EXPECT_THAT(low, SameBits(-20.7F));
+  EXPECT_THAT(high, SameBits(1500.4F));
   store({50.0}).heightRange(low, high);
   EXPECT_EQ(low, 1000.0F);
   EXPECT_EQ(high, 1000.0F);

@@ -109,14 +109,23 @@ TEST_F(ScanlineDataOf, LineAHairAboveTheFirstHasItsValue) {
   EXPECT_THAT(stages.at(further), SameBits(4.0F * further + 2.0F));
 }
 
-// Records out of order make no plateau: a ramp over five lines.
+// Records out of order make no plateau: a ramp over five lines. At some lines a division that comes first has other
+// bits.
 TEST_F(ScanlineDataOf, RampIsMultipliedBeforeItIsDivided) {
   IntegrationTime const time = integration({{5, 2003}, {0, 7000}});
   float const a = static_cast<float>(7000 * 1e-6);
   float const b = static_cast<float>(2003 * 1e-6);
-  float const line = 2.3F;
-  ASSERT_NE((b - a) * line / 5.0F, (b - a) * (line / 5.0F));
-  EXPECT_THAT(time.at(line), SameBits((b - a) * (line - 0.0F) / 5.0F + a));
+  int otherSlopes = 0;
+  int otherParts = 0;
+  for (int i = 1; i < 50; ++i) {
+    float const line = 0.1F * static_cast<float>(i);
+    float const expected = (b - a) * line / 5.0F + a;
+    otherSlopes += (b - a) / 5.0F * line + a != expected ? 1 : 0;
+    otherParts += (b - a) * (line / 5.0F) + a != expected ? 1 : 0;
+    EXPECT_THAT(time.at(line), SameBits(expected)) << i;
+  }
+  EXPECT_GT(otherSlopes, 0);
+  EXPECT_GT(otherParts, 0);
 }
 
 // Where floats are half a line apart, a whole line counts as itself only when the hair is taken off in double. What shows is
@@ -174,6 +183,8 @@ TEST_F(ScanlineDataOf, LinesThatAreNoPlaceGiveAValueOfTheTable) {
   EXPECT_EQ(stages.at(-std::numeric_limits<float>::infinity()), 2.0F);
   EXPECT_EQ(stages.at(std::numeric_limits<float>::infinity()), 4.0F);
   EXPECT_EQ(stages.at(1e30F), 4.0F);
+  // 2^32, one more than the number of any line.
+  EXPECT_EQ(stages.at(4294967296.0F), 4.0F);
 }
 
 TEST_F(ScanlineDataOf, WritingLeavesOutRepeatedValuesAndGivesTheSameFile) {

@@ -7,6 +7,9 @@
 
 #include <xmlFileData/KesBGeoCalibData.h>
 
+#include <cmath>
+#include <limits>
+
 namespace {
 
 using test::with;
@@ -184,6 +187,17 @@ TEST_F(GeometryXmlReader, ListsOfARowHaveTheCountOfColumns) {
          "XML reader: Missing or wrong tag (DeltaRow_mm)");
 }
 
+TEST_F(GeometryXmlReader, GridMayHaveNoColumns) {
+  std::string text = with(mText, "\"PANF\" Columns=\"3\"", "\"PANF\" Columns=\"0\"");
+  for (std::string const name : {"Row_mm", "Column_mm", "SigmaRow_mm", "SigmaColumn_mm"}) {
+    auto const begin = text.find("<" + name + ">") + name.size() + 2;
+    text.erase(begin, text.find("</" + name + ">") - begin);
+  }
+  xmlFileData::DistortionGrid const grid = read(text).sensors().at(4).grid();
+  EXPECT_EQ(grid.rowCount(), 1);
+  EXPECT_EQ(grid.columnCount(), 0);
+}
+
 TEST_F(GeometryXmlReader, RowsOfAGridHaveTheSameLength) {
   std::string const row = mText.substr(mText.find("<GridRow"), mText.find("</GridRow>") + 10 - mText.find("<GridRow"));
   std::string const shorter = "<GridRow><Row_mm>1 2</Row_mm><Column_mm>1 2</Column_mm><SigmaRow_mm>1 2</SigmaRow_mm>"
@@ -221,6 +235,23 @@ TEST_F(GeometryXmlReader, NumbersThatAreNoneAreZero) {
   EXPECT_EQ(data.lensSystem().principalDistance, 0.0);
   EXPECT_EQ(data.sensors().at(4).head().pixelSize, 0.0);
   EXPECT_EQ(data.sensors().at(4).head().rows, 0);
+}
+
+// As Qt reads them: a real number may be none, or too large for its type; a whole number that is either is 0.
+TEST_F(GeometryXmlReader, NumbersThatArentFiniteAreReadAsSuch) {
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  auto const distance = [&](std::string const& text) {
+    return read(with(mText, "\"62.5\"", "\"" + text + "\"")).lensSystem().principalDistance;
+  };
+  EXPECT_TRUE(std::isnan(distance("nan")));
+  EXPECT_EQ(distance("1e999"), infinity);
+  EXPECT_EQ(distance("-1e999"), -infinity);
+  EXPECT_EQ(distance("inf"), infinity);
+  EXPECT_EQ(distance("1e-999"), 0.0);
+  EXPECT_EQ(distance("6abc"), 0.0);
+  for (std::string const text : {"nan", "1e999", "4294967296", "6abc"}) {
+    EXPECT_EQ(read(with(mText, "Rows=\"1\"", "Rows=\"" + text + "\"")).sensors().at(4).head().rows, 0) << text;
+  }
 }
 
 TEST_F(GeometryXmlReader, OrderOfSiblingsIsFreeAndStrangersAreIgnored) {
