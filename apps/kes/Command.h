@@ -7,7 +7,7 @@
 
 #include <functional>
 
-namespace kes {
+namespace tool {
 
 /// What the command line asked for; gives the exit code.
 using Run = std::function<int()>;
@@ -30,4 +30,4 @@ void addBlock(CLI::App& app, Run& run);
 void addPoints(CLI::App& app, Run& run);
 void addLegacy(CLI::App& app, Run& run);
 
-}  // namespace kes
+}  // namespace tool

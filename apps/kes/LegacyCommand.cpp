@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "Output.h"
+#include "shared/Output.h"
 
 #include <sensor/FennLegacyLocations.h>
 
@@ -10,7 +10,7 @@
 
 #include <memory>
 
-namespace kes {
+namespace tool {
 
 namespace {
 
@@ -60,4 +60,4 @@ void addLegacy(CLI::App& app, Run& run) {
   command->callback([options, &run] { run = [options] { return legacy(*options); }; });
 }
 
-}  // namespace kes
+}  // namespace tool

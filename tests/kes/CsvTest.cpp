@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "Csv.h"
+#include "shared/Csv.h"
 
-#include "Numbers.h"
+#include "shared/Numbers.h"
 #include "support/Matchers.h"
 
 #include <limits>
@@ -11,7 +11,7 @@
 
 namespace {
 
-using kes::CsvReader;
+using tool::CsvReader;
 using Fields = std::vector<std::string>;
 
 struct Table {
@@ -71,22 +71,22 @@ TEST(Csv, RowsWithoutEndAreRefused) {
 
 TEST(Csv, FieldsAreQuotedWhereTheyNeedIt) {
   std::string line;
-  kes::appendCsvLine(line, {"a", "b,c", "d\"e", ""});
+  tool::appendCsvLine(line, {"a", "b,c", "d\"e", ""});
   EXPECT_EQ(line, "a,\"b,c\",\"d\"\"e\",\n");
 }
 
 TEST(Numbers, TextIsTheShortestThatReadsBack) {
-  EXPECT_EQ(kes::text(0.1), "0.1");
-  EXPECT_EQ(kes::text(0.1F), "0.1");
-  EXPECT_EQ(kes::text(-2.0), "-2");
-  EXPECT_EQ(kes::text(1.0 / 3.0), "0.3333333333333333");
+  EXPECT_EQ(tool::text(0.1), "0.1");
+  EXPECT_EQ(tool::text(0.1F), "0.1");
+  EXPECT_EQ(tool::text(-2.0), "-2");
+  EXPECT_EQ(tool::text(1.0 / 3.0), "0.3333333333333333");
 }
 
 TEST(Numbers, NumbersAreWholeAndFinite) {
-  EXPECT_EQ(kes::finiteNumber(" +1.5e3 "), 1500.0);
-  EXPECT_EQ(kes::finiteNumber("-0.25"), -0.25);
+  EXPECT_EQ(tool::finiteNumber(" +1.5e3 "), 1500.0);
+  EXPECT_EQ(tool::finiteNumber("-0.25"), -0.25);
   for (char const* text : {"", " ", "1,5", "1.5x", "nan", "inf", "0x10", "1e999", "--1"}) {
-    EXPECT_FALSE(kes::finiteNumber(text)) << text;
+    EXPECT_FALSE(tool::finiteNumber(text)) << text;
   }
 }
 
