@@ -9,7 +9,7 @@
 
 namespace tool {
 
-/// What the command line asked for; gives the exit code.
+/// What the command line asks for; returns the exit code.
 using Run = std::function<int()>;
 
 /// Adds one command, with its options and its example, to the command line. When the command is called, `run` becomes

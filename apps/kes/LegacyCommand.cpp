@@ -53,7 +53,7 @@ int legacy(Options const& options) {
 
 void addLegacy(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("legacy", "Tells where a project of the older processing tool has its data");
+  CLI::App* command = app.add_subcommand("legacy", "Lists where a project of the older processing tool has its data");
   command->add_option("PATH", options->path, "Project folder or flight file")->required();
   command->add_flag("--json", options->json, "As JSON");
   command->footer("Example: kes legacy flights/valley.flt");

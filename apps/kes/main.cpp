@@ -39,7 +39,7 @@ int parseAndRun(int argc, char** argv) {
   app.set_version_flag("--version", "kes " KESSENSOR_VERSION);
   app.require_subcommand(1);
   app.footer("Example: kes info flight/strip.stp --calibrations flight/calibration\n"
-             "'kes COMMAND --help' tells a command's options.");
+             "'kes COMMAND --help' lists a command's options.");
   tool::Run run;
   addCommands(app, run);
   try {

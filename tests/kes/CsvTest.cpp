@@ -6,6 +6,7 @@
 #include "shared/Numbers.h"
 #include "support/Matchers.h"
 
+#include <cmath>
 #include <limits>
 #include <sstream>
 
@@ -47,7 +48,7 @@ TEST(Csv, MarksCarriageReturnsAndBlankLinesAreDropped) {
   EXPECT_FALSE(table.reader.next());
 }
 
-TEST(Csv, WhatIsWrongIsToldWithItsPlace) {
+TEST(Csv, WhatIsWrongIsNamedWithItsPlace) {
   EXPECT_MESSAGE(Table(""), "points.csv: no header line");
   EXPECT_MESSAGE(Table("x,y\n").reader.column("z"), "points.csv:1: no column \"z\"");
   Table table("x,y\n1\n");
@@ -80,6 +81,17 @@ TEST(Numbers, TextIsTheShortestThatReadsBack) {
   EXPECT_EQ(tool::text(0.1F), "0.1");
   EXPECT_EQ(tool::text(-2.0), "-2");
   EXPECT_EQ(tool::text(1.0 / 3.0), "0.3333333333333333");
+}
+
+TEST(Csv, BlankFieldsAndThoseThatArentFiniteAreNan) {
+  Table table("a,b,c,d\n, ,nan,-inf\n");
+  ASSERT_TRUE(table.reader.next());
+  for (std::size_t column = 0; column < 4; ++column) {
+    EXPECT_TRUE(std::isnan(table.reader.number(column))) << column;
+  }
+  Table large("a\n1e999\n");
+  large.reader.next();
+  EXPECT_MESSAGE(large.reader.number(0), "points.csv:2: \"1e999\" in column \"a\" is not a number");
 }
 
 TEST(Numbers, NumbersAreWholeAndFinite) {

@@ -3,13 +3,15 @@
 
 #include "blocks/BlockFile.h"
 #include "points/Residuals.h"
-#include "shared/StripSet.h"
 #include "strips/StripCheck.h"
 
 #include <dsm/RasterElevationSource.h>
-#include <geo/coordSys.h>
+#include <kes/Block.h>
 #include <raster/OpenRaster.h>
 #include <sensor/kessensor.h>
+
+#include <QFile>
+#include <QXmlStreamReader>
 
 #include <iostream>
 
@@ -44,26 +46,27 @@ bool checkReferenceImage(std::string const& file) {
   }
 }
 
-bool checkGroundPoints(sensor::BlockModelData& block) {
-  if (block.loadGroundPoints() != 0) {
-    return lacks("Ground points: " + block.groundPointFile() + " can't be read!");
+bool checkGroundPoints(BlockGroundPoints const& points) {
+  if (!points.isRead) {
+    return lacks("Ground points: " + points.file + " can't be read!");
   }
-  if (block.groundPoints().numPoints() == 0) {
+  if (points.points.numPoints() == 0) {
     warn("the block has no ground points");
   }
   return true;
 }
 
 // The strip's anchor stands for its place.
-bool checkPlace(sensor::BlockModelData const& block, sensor::KESStripModel const& strip) {
+bool checkPlace(kes::Block const& block, kes::Strip const& strip) {
+  geo::XYZPoint const anchor;
   geo::XYZPoint map;
-  return geo::coordSys::transform(strip.lsrSystem(), block.coordSys(), {}, map) == 0 ||
+  return strip.localSystem().transform(block.mapSystem(), {&anchor, 1}, {&map, 1}) == 1 ||
          lacks(strip.name() + ": the block's coordinate system doesn't reach as far");
 }
 
-void checkImagePoints(sensor::KESStripModel const& strip, GroundPointIndex const& groundPoints) {
-  for (int band = 0; band < strip.numBands(); ++band) {
-    sensor::KESImage const& image = *strip.img(band);
+void checkImagePoints(kes::Strip const& strip, GroundPointIndex const& groundPoints) {
+  for (int band = 0; band < strip.bandCount(); ++band) {
+    sensor::KESImage const& image = *strip.model().img(band);
     sensor::ImagePointList const points(image.iptFileName(), strip.name(), image.bandID());
     for (geo::ImagePoint const& point : points.points()) {
       if (groundPoints.find(point.id) == nullptr) {
@@ -73,35 +76,48 @@ void checkImagePoints(sensor::KESStripModel const& strip, GroundPointIndex const
   }
 }
 
-bool checkStripOf(sensor::BlockModelData const& block, sensor::KESStripModel& strip, GroundPointIndex const& points,
-                  bool images) {
+bool checkStripOf(kes::Block const& block, kes::Strip& strip, GroundPointIndex const& points, bool images) {
   bool const isValid = checkStrip(strip, images, strip.name() + ": ");
   if (isValid) {
     checkImagePoints(strip, points);
-    strip.unloadData();
   }
   return checkPlace(block, strip) && isValid;
 }
 
+// How many strips a block file lists.
+int listedStrips(std::string const& file) {
+  QFile input(QString::fromStdString(file));
+  int count = 0;
+  if (input.open(QIODevice::ReadOnly)) {
+    QXmlStreamReader reader(&input);
+    while (!reader.atEnd()) {
+      count += reader.readNext() == QXmlStreamReader::StartElement && reader.name() == QLatin1String("Strip");
+    }
+  }
+  return count;
+}
+
 }  // namespace
 
-bool checkBlock(std::string const& file, bool images) {
-  sensor::BlockModelData block(file, false, false, false);
-  if (int const hidden = listedStrips(file) - block.numStrips(); hidden > 0) {
+bool checkBlock(std::string const& file, CameraOptions const& camera, bool images) {
+  kes::StripOptions opening = camera.opening();
+  opening.load = false;
+  kes::Block const block(file, opening);
+  if (int const hidden = listedStrips(file) - block.stripCount(); hidden > 0) {
     warn(std::to_string(hidden) + " strips are left out, since others have their names");
   }
-  bool isValid = checkGroundPoints(block);
-  for (std::string const& model : block.elevationSourceNames()) {
+  BlockGroundPoints const groundPoints = groundPointsOf(file);
+  bool isValid = checkGroundPoints(groundPoints);
+  for (std::string const& model : block.elevationFiles()) {
     isValid = checkElevationModel(model) && isValid;
   }
-  for (std::string const& image : block.referenceImageNames()) {
+  for (std::string const& image : block.model().referenceImageNames()) {
     isValid = checkReferenceImage(image) && isValid;
   }
-  GroundPointIndex const points(block.groundPoints());
-  std::vector<std::string> names;
-  block.stripNames(names);
-  for (std::string const& name : names) {
-    isValid = checkStripOf(block, stripOf(block, name), points, images) && isValid;
+  GroundPointIndex const points(groundPoints.points);
+  for (std::string const& name : block.stripNames()) {
+    kes::Strip strip = block.strip(name);
+    isValid = checkStripOf(block, strip, points, images) && isValid;
   }
   return isValid;
 }

@@ -3,8 +3,8 @@
 
 #include "Command.h"
 #include "blocks/BlockFile.h"
-#include "shared/CameraOptions.h"
 #include "shared/InputGuard.h"
+#include "shared/Options.h"
 #include "shared/Output.h"
 
 #include <iostream>
@@ -26,12 +26,11 @@ constexpr int valid = 0;
 constexpr int notValid = 1;
 
 int info(Options const& options) {
-  options.camera.apply();
-  Json const block = describeBlock(options.file);
+  BlockDescription const block = describeBlock(options.file, options.camera);
   if (options.json) {
-    print(block);
+    print(toJson(block));
   } else {
-    printBlock(block);
+    printText(block);
   }
   return 0;
 }
@@ -44,8 +43,7 @@ int create(Options const& options) {
 }
 
 int check(Options const& options) {
-  options.camera.apply();
-  if (!checkBlock(options.file, options.images)) {
+  if (!checkBlock(options.file, options.camera, options.images)) {
     return notValid;
   }
   std::cout << "valid\n";
@@ -71,8 +69,10 @@ void addCreate(CLI::App& block, std::shared_ptr<Options> const& options, Run& ru
   BlockPlan& plan = options->plan;
   command->add_option("OUT", options->file, "Block file to write, \"*.blf\"; an older one is replaced")
       ->required()
-      ->check([](std::string const& file) { return isBlockName(file) ? "" : file + " doesn't end in .blf"; });
-  command->add_option("STRIP", plan.strips, "Strip files, each with a strip name of its own")->required();
+      ->check([](std::string const& file) {
+        return isBlockName(file) ? "" : "\"" + file + "\" isn't a name that ends in .blf";
+      });
+  command->add_option("STRIP", plan.strips, "Strip files, whose strip names differ")->required();
   command->add_option("--crs", plan.crs, "System of the block's maps, any definition that PROJ understands")
       ->type_name("DEFINITION")
       ->required();
@@ -93,9 +93,10 @@ void addCreate(CLI::App& block, std::shared_ptr<Options> const& options, Run& ru
 }
 
 void addCheck(CLI::App& block, std::shared_ptr<Options> const& options, Run& run) {
-  CLI::App* const command = addCommand(block, *options, "check",
-                                       "Tells whether all that a block and its strips name is there, and what is "
-                                       "suspicious");
+  CLI::App* const command =
+      addCommand(block, *options, "check",
+                 "Checks that all that a block and its strips name is there, and warns of what is "
+                 "suspicious");
   command->add_flag("--images", options->images, "Look for the files of each image, too");
   command->footer("Example: kes block check valley/valley.blf --images\n"
                   "Exit code 0: valid, perhaps with warnings; 1: not valid.");

@@ -5,6 +5,7 @@
 #include "shared/InputGuard.h"
 
 #include <geo/coordSysFactory.h>
+#include <kes/Strip.h>
 #include <sensor/kessensor.h>
 
 #include <QDir>
@@ -34,8 +35,10 @@ std::string belowFolder(std::string const& file, std::string const& folder) {
 
 void attach(sensor::BlockModelData& block, std::string const& file, InputGuard const& output) {
   std::string const path = QDir::cleanPath(QString::fromStdString(absolute(file))).toStdString();
+  kes::StripOptions opening;
+  opening.load = false;
+  output.check(kes::Strip(path, opening));
   auto strip = std::make_unique<sensor::KESStripModel>(path, false, false, false);
-  output.check(*strip);
   if (block.hasStrip(strip->name())) {
     throw std::runtime_error("strips " + block.strip(strip->name())->modelData()->fileName() + " and " + path +
                              " are both named \"" + strip->name() + "\"");

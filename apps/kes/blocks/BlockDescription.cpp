@@ -2,13 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "blocks/BlockFile.h"
-#include "shared/StripSet.h"
 
 #include <geo/coordSys.h>
+#include <kes/Block.h>
 #include <sensor/kessensor.h>
-
-#include <QFile>
-#include <QXmlStreamReader>
 
 #include <iostream>
 
@@ -16,109 +13,106 @@ namespace tool {
 
 namespace {
 
-Json describeStrip(sensor::BlockModelData const& block, std::string const& name) {
-  sensor::KESStripModel const& strip = stripOf(block, name);
-  sensor::KESStripModelData const& data = *strip.modelData();
-  std::vector<std::string> bands;
-  strip.bandIDs(bands);
-  return {{"name", name},
-          {"file", data.fileName()},
-          {"camera", {{"type", data.sensorType()}, {"sensorId", data.sensorId()}, {"version", data.cameraVersion()}}},
-          {"eop", {{"file", strip.eopFileName()}, {"adjusted", strip.isUseAdjustedEOP()}}},
-          {"bands", bands}};
+BlockStrip describe(kes::Strip const& strip) {
+  sensor::KESStripModelData const& data = *strip.model().modelData();
+  return {strip.name(),
+          data.fileName(),
+          data.sensorType(),
+          data.sensorId(),
+          data.cameraVersion(),
+          strip.model().eopFileName(),
+          strip.usesAdjustedOrientation(),
+          strip.bandIds()};
 }
 
-Json describeGroundPoints(sensor::BlockModelData& block) {
-  bool const isRead = block.loadGroundPoints() == 0;
-  geo::coordSys const* const system = block.groundPointCoordSys();
-  return {{"file", block.groundPointFile()},
-          {"coordinateSystem", system != nullptr ? Json(system->definition()) : Json()},
-          {"points", isRead ? Json(block.groundPoints().numPoints()) : Json()}};
+Json toJson(BlockGroundPoints const& points) {
+  return {{"file", points.file},
+          {"coordinateSystem", points.crs ? Json(*points.crs) : Json()},
+          {"points", points.isRead ? Json(points.points.numPoints()) : Json()}};
 }
 
-std::string joined(Json const& texts) {
-  std::string all;
-  for (Json const& text : texts) {
-    all += (all.empty() ? "" : " ") + text.get<std::string>();
-  }
-  return all;
-}
-
-void add(Listing& listing, std::string const& name, Json const& files) {
-  for (Json const& file : files) {
-    listing.add(name, file.get<std::string>());
-  }
-}
-
-std::string groundPointsText(Json const& points) {
-  std::string const file = points["file"].get<std::string>();
-  if (file.find_first_not_of(' ') == std::string::npos) {
+std::string textOf(BlockGroundPoints const& points) {
+  if (points.file.find_first_not_of(' ') == std::string::npos) {
     return "none";
   }
-  return file + (points["points"].is_null() ? ", can't be read"
-                                            : ", " + std::to_string(points["points"].get<int>()) + " points");
+  return points.file +
+         (points.isRead ? ", " + std::to_string(points.points.numPoints()) + " points" : ", can't be read");
 }
 
-void printStrips(Json const& strips) {
-  std::vector<std::vector<std::string>> rows{{"strip", "camera", "orientation", "file", "bands"}};
-  for (Json const& strip : strips) {
-    Json const& camera = strip["camera"];
-    rows.push_back({strip["name"].get<std::string>(),
-                    camera["type"].get<std::string>() + " " + camera["sensorId"].get<std::string>() + " " +
-                        camera["version"].get<std::string>(),
-                    strip["eop"]["adjusted"].get<bool>() ? "adjusted" : "original", strip["file"].get<std::string>(),
-                    joined(strip["bands"])});
+void add(Listing& listing, std::string const& name, std::vector<std::string> const& files) {
+  for (std::string const& file : files) {
+    listing.add(name, file);
   }
-  printTable(rows);
 }
 
 }  // namespace
 
-int listedStrips(std::string const& file) {
-  QFile input(QString::fromStdString(file));
-  int count = 0;
-  if (input.open(QIODevice::ReadOnly)) {
-    QXmlStreamReader reader(&input);
-    while (!reader.atEnd()) {
-      count += reader.readNext() == QXmlStreamReader::StartElement && reader.name() == QLatin1String("Strip");
-    }
-  }
-  return count;
+Json toJson(BlockStrip const& strip) {
+  return {{"name", strip.name},
+          {"file", strip.file},
+          {"camera", {{"type", strip.cameraType}, {"sensorId", strip.sensorId}, {"version", strip.cameraVersion}}},
+          {"eop", {{"file", strip.eopFile}, {"adjusted", strip.isAdjusted}}},
+          {"bands", strip.bands}};
 }
 
-Json describeBlock(std::string const& file) {
+BlockGroundPoints groundPointsOf(std::string const& file) {
   sensor::BlockModelData block(file, false, false, false);
-  std::vector<std::string> names;
-  block.stripNames(names);
-  Json strips = Json::array();
-  for (std::string const& name : names) {
-    strips.push_back(describeStrip(block, name));
-  }
-  return {{"name", block.displayName()},
-          {"file", file},
-          {"description", block.description()},
-          {"dataPath", block.dataPath()},
-          {"coordinateSystem", block.coordSys()->definition()},
-          {"strips", strips},
-          {"elevationModels", block.elevationSourceNames()},
-          {"referenceImages", block.referenceImageNames()},
-          {"groundPoints", describeGroundPoints(block)}};
+  bool const isRead = block.loadGroundPoints() == 0;
+  geo::coordSys const* const system = block.groundPointCoordSys();
+  return {block.groundPointFile(), isRead, block.groundPoints(),
+          system != nullptr ? std::optional(system->definition()) : std::nullopt};
 }
 
-void printBlock(Json const& block) {
-  Listing listing;
-  listing.add("block", block["name"].get<std::string>());
-  if (std::string const description = block["description"].get<std::string>(); !description.empty()) {
-    listing.add("description", description);
+BlockDescription describeBlock(std::string const& file, CameraOptions const& camera) {
+  kes::StripOptions opening = camera.opening();
+  opening.load = false;
+  kes::Block const block(file, opening);
+  BlockDescription description{block.model().displayName(),
+                               file,
+                               block.model().description(),
+                               block.model().dataPath(),
+                               block.mapSystem().definition(),
+                               {},
+                               block.elevationFiles(),
+                               block.model().referenceImageNames(),
+                               groundPointsOf(file)};
+  for (kes::Strip const& strip : block.strips()) {
+    description.strips.push_back(describe(strip));
   }
-  listing.add("data path", block["dataPath"].get<std::string>());
-  listing.add("coordinate system", block["coordinateSystem"].get<std::string>());
-  add(listing, "elevation model", block["elevationModels"]);
-  add(listing, "reference image", block["referenceImages"]);
-  listing.add("ground points", groundPointsText(block["groundPoints"]));
+  return description;
+}
+
+Json toJson(BlockDescription const& block) {
+  return {{"name", block.name},
+          {"file", block.file},
+          {"description", block.description},
+          {"dataPath", block.dataPath},
+          {"coordinateSystem", block.coordinateSystem},
+          {"strips", arrayOf(block.strips)},
+          {"elevationModels", block.elevationModels},
+          {"referenceImages", block.referenceImages},
+          {"groundPoints", toJson(block.groundPoints)}};
+}
+
+void printText(BlockDescription const& block) {
+  Listing listing;
+  listing.add("block", block.name);
+  if (!block.description.empty()) {
+    listing.add("description", block.description);
+  }
+  listing.add("data path", block.dataPath);
+  listing.add("coordinate system", block.coordinateSystem);
+  add(listing, "elevation model", block.elevationModels);
+  add(listing, "reference image", block.referenceImages);
+  listing.add("ground points", textOf(block.groundPoints));
   listing.print();
   std::cout << '\n';
-  printStrips(block["strips"]);
+  std::vector<std::vector<std::string>> rows{{"strip", "camera", "orientation", "file", "bands"}};
+  for (BlockStrip const& strip : block.strips) {
+    rows.push_back({strip.name, joined({strip.cameraType, strip.sensorId, strip.cameraVersion}, " "),
+                    strip.isAdjusted ? "adjusted" : "original", strip.file, joined(strip.bands, " ")});
+  }
+  printTable(rows);
 }
 
 }  // namespace tool

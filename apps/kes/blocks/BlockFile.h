@@ -3,14 +3,14 @@
 
 #pragma once
 
+#include "shared/Options.h"
 #include "shared/Output.h"
 
+#include <sensor/GroundPointList.h>
+
+#include <optional>
 #include <string>
 #include <vector>
-
-namespace sensor {
-class BlockModelData;
-}
 
 namespace tool {
 
@@ -25,22 +25,56 @@ struct BlockPlan {
   std::string groundPoints;  ///< Empty for none.
 };
 
-/// Whether a file name has the extension of block files.
+/// Whether a file name consists of a name and the extension of block files.
 bool isBlockName(std::string const& file);
 
-/// Writes a block file beside which or below which its strips lie, or anywhere else: names below its folder become relative.
-/// Throws what opening the strips throws; "strips A and B are both named \"NAME\""; "no ground points in FILE".
+/// Writes a block file, in which the names of strips and ground points in its folder or below are relative. Throws what opening
+/// the strips and making the coordinate system throw; "strips A and B are both named \"NAME\""; "no ground points in FILE".
 void createBlock(std::string const& file, BlockPlan const& plan);
 
-/// What a block file tells, its strips opened but not loaded.
-Json describeBlock(std::string const& file);
-void printBlock(Json const& block);
+/// The ground points that a block file names.
+struct BlockGroundPoints {
+  std::string file;  ///< As in the block file; blank for none.
+  bool isRead = false;
+  sensor::GroundPointList points;
+  std::optional<std::string> crs;  ///< Nothing for the system of the block's maps.
+};
 
-/// How many strips a block file lists.
-int listedStrips(std::string const& file);
+/// Throws what opening the block throws.
+BlockGroundPoints groundPointsOf(std::string const& file);
 
-/// Prints what a block or one of its strips lacks, then what is suspicious; gives whether the block is valid. Throws what
+/// A strip of a block, which isn't loaded.
+struct BlockStrip {
+  std::string name;
+  std::string file;
+  std::string cameraType;
+  std::string sensorId;
+  std::string cameraVersion;
+  std::string eopFile;
+  bool isAdjusted;
+  std::vector<std::string> bands;
+};
+
+struct BlockDescription {
+  std::string name;
+  std::string file;
+  std::string description;
+  std::string dataPath;
+  std::string coordinateSystem;
+  std::vector<BlockStrip> strips;
+  std::vector<std::string> elevationModels;
+  std::vector<std::string> referenceImages;
+  BlockGroundPoints groundPoints;
+};
+
+/// Opens the strips without their data.
+BlockDescription describeBlock(std::string const& file, CameraOptions const& camera);
+Json toJson(BlockStrip const& strip);
+Json toJson(BlockDescription const& block);
+void printText(BlockDescription const& block);
+
+/// Prints what a block or one of its strips lacks, then what is suspicious; returns whether the block is valid. Throws what
 /// opening the block throws.
-bool checkBlock(std::string const& file, bool images);
+bool checkBlock(std::string const& file, CameraOptions const& camera, bool images);
 
 }  // namespace tool

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "shared/CameraOptions.h"
+#include "cameras/CameraDescription.h"
 #include "shared/InputGuard.h"
+#include "shared/Numbers.h"
+#include "shared/Options.h"
 #include "shared/Output.h"
 
 #include <sensor/kessensor.h>
@@ -15,14 +17,15 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 namespace tool {
 
 namespace {
 
-constexpr double degrees = 57.29577951308232;
 constexpr double millimetres = 1e3;
+constexpr double micrometres = 1e6;
 constexpr double nanometres = 1e9;
 
 struct Options {
@@ -34,11 +37,13 @@ struct Options {
   bool json = false;
 };
 
-std::string firstLine(std::string const& text) {
-  return text.substr(0, text.find('\n'));
-}
+/// A version of a calibration.
+struct Version {
+  int number;
+  std::string info;
+};
 
-int versions(Options const& options) {
+std::vector<Version> versionsOf(Options const& options) {
   options.camera.apply();
   sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
   std::vector<int> numbers = factory.calibrationVersions(options.sensorId, options.type);
@@ -46,93 +51,146 @@ int versions(Options const& options) {
     throw std::runtime_error("no calibration of camera " + options.type + " " + options.sensorId + " found");
   }
   std::sort(numbers.begin(), numbers.end());
-  Json list = Json::array();
+  std::vector<Version> versions;
   for (int const number : numbers) {
-    list.push_back({{"version", number},
-                    {"versionInfo",
-                     factory.calibrationVersionInfo(options.sensorId, options.type, static_cast<unsigned>(number))}});
+    versions.push_back(
+        {number, factory.calibrationVersionInfo(options.sensorId, options.type, static_cast<unsigned>(number))});
   }
+  return versions;
+}
+
+Json toJson(Version const& version) {
+  return {{"version", version.number}, {"versionInfo", version.info}};
+}
+
+int versions(Options const& options) {
+  std::vector<Version> const list = versionsOf(options);
   if (options.json) {
-    print({{"type", options.type}, {"sensorId", options.sensorId}, {"versions", list}});
+    print({{"type", options.type}, {"sensorId", options.sensorId}, {"versions", arrayOf(list)}});
     return 0;
   }
-  std::vector<std::vector<std::string>> rows;
-  for (Json const& version : list) {
-    std::cout << version["version"].get<int>() << "  " << firstLine(version["versionInfo"].get<std::string>()) << '\n';
+  for (Version const& version : list) {
+    std::cout << version.number << "  " << noteOf(version.info) << '\n';
   }
   return 0;
 }
 
-Json describeBand(sensor::Camera const& camera, std::string const& bandId) {
-  auto const* geometry = dynamic_cast<sensor::CalibrationGeometryKes const*>(camera.calibrationGeometry(bandId));
-  auto const* radiometry = dynamic_cast<sensor::CalibrationRadiometryKes const*>(camera.calibrationRadiometry(bandId));
-  Json band{{"id", bandId}};
-  if (geometry != nullptr) {
-    band["samples"] = geometry->numSamples();
-    band["imagingSamples"] = geometry->numImagingSamples();
-    band["focalLength"] = geometry->focalLength();
-    band["pixelSize"] = geometry->pixelSize();
-    band["lookAngle"] = static_cast<double>(geometry->lookAngle()) * degrees;
-    band["reverse"] = geometry->isReverse();
-    band["calibrated"] = geometry->calibDateTime().toString(Qt::ISODate).toStdString();
-    band["source"] = geometry->calibSource();
+/// Angles in degrees.
+struct Misalignment {
+  double omega;
+  double phi;
+  double kappa;
+  double stdDevOmega;
+  double stdDevPhi;
+  double stdDevKappa;
+};
+
+/// What only the radiometry of a band's own kind has; metres.
+struct Radiometry {
+  float centerWavelength;
+  float bandWidth;
+  float gain;
+};
+
+struct BandDescription {
+  kes::CameraBand line;
+  std::string calibrated;  ///< ISO 8601.
+  std::string source;
+  std::optional<Radiometry> radiometry;
+};
+
+struct CameraDescription {
+  kes::Camera camera;
+  std::optional<Misalignment> misalignment;
+  std::vector<BandDescription> bands;
+};
+
+BandDescription describe(kes::Camera const& camera, kes::CameraBand const& line) {
+  BandDescription band{line, {}, {}, {}};
+  if (auto const* const geometry =
+          dynamic_cast<sensor::CalibrationGeometryKes const*>(camera.platform().calibrationGeometry(line.id))) {
+    band.calibrated = geometry->calibDateTime().toString(Qt::ISODate).toStdString();
+    band.source = geometry->calibSource();
   }
-  if (radiometry != nullptr) {
-    band["centerWavelength"] = radiometry->centerWavelength();
-    band["bandWidth"] = radiometry->bandWidth();
-    band["radiometricGain"] = radiometry->radiometricGain();
+  if (auto const* const radiometry =
+          dynamic_cast<sensor::CalibrationRadiometryKes const*>(camera.platform().calibrationRadiometry(line.id))) {
+    band.radiometry = {radiometry->centerWavelength(), radiometry->bandWidth(), radiometry->radiometricGain()};
   }
   return band;
 }
 
-Json describe(sensor::Camera const& camera) {
-  std::vector<std::string> bandIds;
-  camera.bandIds(bandIds);
-  Json bands = Json::array();
-  for (std::string const& bandId : bandIds) {
-    bands.push_back(describeBand(camera, bandId));
+CameraDescription describe(kes::Camera const& camera) {
+  CameraDescription description{camera, {}, {}};
+  if (sensor::Misalignment const* const m = camera.platform().misalignment()) {
+    description.misalignment = {m->omega() * degrees,       m->phi() * degrees,       m->kappa() * degrees,
+                                m->stdDevOmega() * degrees, m->stdDevPhi() * degrees, m->stdDevKappa() * degrees};
   }
-  Json description{{"type", camera.type()},
-                   {"sensorId", camera.sensorId()},
-                   {"version", camera.version()},
-                   {"versionInfo", camera.versionInfo()},
-                   {"folder", camera.calibrationFolder()}};
-  if (camera.misalignment() != nullptr) {
-    sensor::Misalignment const& m = *camera.misalignment();
-    description["misalignment"] = {{"omega", m.omega() * degrees},         {"phi", m.phi() * degrees},
-                                   {"kappa", m.kappa() * degrees},         {"stdDevOmega", m.stdDevOmega() * degrees},
-                                   {"stdDevPhi", m.stdDevPhi() * degrees}, {"stdDevKappa", m.stdDevKappa() * degrees}};
+  for (kes::CameraBand const& line : camera.bands()) {
+    description.bands.push_back(describe(camera, line));
   }
-  description["bands"] = bands;
   return description;
 }
 
-double number(Json const& band, char const* key, double factor) {
-  return band.contains(key) && band[key].is_number() ? band[key].get<double>() * factor : 0.0;
+Json toJson(Misalignment const& m) {
+  return {{"omega", m.omega},         {"phi", m.phi},
+          {"kappa", m.kappa},         {"stdDevOmega", m.stdDevOmega},
+          {"stdDevPhi", m.stdDevPhi}, {"stdDevKappa", m.stdDevKappa}};
 }
 
-void printText(Json const& camera) {
+Json toJson(BandDescription const& band) {
+  Json json{{"id", band.line.id},
+            {"samples", band.line.samples},
+            {"imagingSamples", band.line.imagingSamples},
+            {"focalLength", band.line.focalLength},
+            {"pixelSize", band.line.pixelSize},
+            {"lookAngle", band.line.lookAngle * degrees},
+            {"reverse", band.line.isReverse},
+            {"calibrated", band.calibrated},
+            {"source", band.source}};
+  if (band.radiometry) {
+    json["centerWavelength"] = band.radiometry->centerWavelength;
+    json["bandWidth"] = band.radiometry->bandWidth;
+    json["radiometricGain"] = band.radiometry->gain;
+  }
+  return json;
+}
+
+Json toJson(CameraDescription const& description) {
+  Json json = identityOf(description.camera);
+  if (description.misalignment) {
+    json["misalignment"] = toJson(*description.misalignment);
+  }
+  json["bands"] = arrayOf(description.bands);
+  return json;
+}
+
+std::string anglesText(double omega, double phi, double kappa) {
+  return "omega " + fixed(omega, 6) + ", phi " + fixed(phi, 6) + ", kappa " + fixed(kappa, 6) + " deg";
+}
+
+std::string nanometresText(std::optional<Radiometry> const& radiometry, float Radiometry::*length) {
+  return radiometry ? fixed(static_cast<double>((*radiometry).*length) * nanometres, 1) : "-";
+}
+
+void printText(CameraDescription const& description) {
   Listing listing;
-  listing.add("camera", camera["type"].get<std::string>() + " " + camera["sensorId"].get<std::string>());
-  listing.add("version", std::to_string(camera["version"].get<unsigned>()));
-  listing.add("note", firstLine(camera["versionInfo"].get<std::string>()));
-  listing.add("folder", camera["folder"].get<std::string>());
-  if (camera.contains("misalignment")) {
-    Json const& m = camera["misalignment"];
-    listing.add("misalignment", "omega " + fixed(m["omega"].get<double>(), 6) + ", phi " +
-                                    fixed(m["phi"].get<double>(), 6) + ", kappa " + fixed(m["kappa"].get<double>(), 6) +
-                                    " deg");
+  listing.add("camera", nameOf(description.camera));
+  listing.add("version", std::to_string(description.camera.version()));
+  listing.add("note", noteOf(description.camera.versionInfo()));
+  listing.add("folder", description.camera.folder());
+  if (description.misalignment) {
+    Misalignment const& m = *description.misalignment;
+    listing.add("misalignment", anglesText(m.omega, m.phi, m.kappa));
   }
   listing.print();
   std::cout << '\n';
   std::vector<std::vector<std::string>> rows{
       {"band", "samples", "focal mm", "pixel um", "look deg", "reverse", "centre nm", "width nm", "calibrated"}};
-  for (Json const& band : camera["bands"]) {
-    rows.push_back({band["id"].get<std::string>(), fixed(number(band, "samples", 1.0), 0),
-                    fixed(number(band, "focalLength", millimetres), 5), fixed(number(band, "pixelSize", 1e6), 3),
-                    fixed(number(band, "lookAngle", 1.0), 3), band.value("reverse", false) ? "yes" : "no",
-                    fixed(number(band, "centerWavelength", nanometres), 1),
-                    fixed(number(band, "bandWidth", nanometres), 1), band.value("calibrated", std::string())});
+  for (BandDescription const& band : description.bands) {
+    rows.push_back({band.line.id, std::to_string(band.line.samples), fixed(band.line.focalLength * millimetres, 5),
+                    fixed(band.line.pixelSize * micrometres, 3), fixed(band.line.lookAngle * degrees, 3),
+                    band.line.isReverse ? "yes" : "no", nanometresText(band.radiometry, &Radiometry::centerWavelength),
+                    nanometresText(band.radiometry, &Radiometry::bandWidth), band.calibrated});
   }
   printTable(rows);
 }
@@ -149,23 +207,23 @@ sensor::Camera const& find(Options const& options) {
 }
 
 int info(Options const& options) {
-  sensor::Camera const& camera = find(options);
+  CameraDescription const description = describe(kes::Camera::of(find(options)));
   if (options.json) {
-    print(describe(camera));
+    print(toJson(description));
   } else {
-    printText(describe(camera));
+    printText(description);
   }
   return 0;
 }
 
-// The number of a version: behind its "v", when it has one.
+// The number of a version, with or without "v" before it.
 unsigned int versionNumber(std::string const& version) {
   char const* begin = version.data() + (version.rfind('v', 0) == 0 ? 1 : 0);
   char const* end = version.data() + version.size();
   unsigned int number = 0;
   auto const result = std::from_chars(begin, end, number);
   if (result.ec != std::errc() || result.ptr != end) {
-    throw std::runtime_error("no version: " + version);
+    throw std::runtime_error("not a version: " + version);
   }
   return number;
 }
@@ -186,8 +244,7 @@ int quick(Options const& options) {
     return 0;
   }
   Listing listing;
-  listing.add("misalignment", "omega " + fixed(look.omega, 6) + ", phi " + fixed(look.phi, 6) + ", kappa " +
-                                  fixed(look.kappa, 6) + " deg");
+  listing.add("misalignment", anglesText(look.omega, look.phi, look.kappa));
   listing.add("note", look.creationInfo);
   listing.add("created", created);
   listing.add("folder", look.location);
@@ -201,7 +258,7 @@ void makeOutputFolder(std::string const& folder, std::string const& calibrationF
   std::filesystem::create_directories(folder, error);
   if (error || !std::filesystem::is_directory(folder)) {
     throw std::runtime_error("can't make folder " + folder + ": " +
-                             (error ? error.message() : std::string("it is no folder")));
+                             (error ? error.message() : std::string("it isn't a folder")));
   }
   if (std::filesystem::equivalent(folder, calibrationFolder)) {
     throw std::runtime_error("the calibration itself lies in " + folder);
@@ -238,7 +295,8 @@ void addVersion(CLI::App& command, Options& options) {
 
 void addQuick(CLI::App& camera, Run& run) {
   auto const options = std::make_shared<Options>();
-  CLI::App* command = camera.add_subcommand("quick", "Tells misalignment and origin of an XML calibration at once");
+  CLI::App* command =
+      camera.add_subcommand("quick", "Prints misalignment and origin of an XML calibration from the head of its file");
   addNames(*command, *options);
   addVersion(*command, *options);
   addJson(*command, *options);
@@ -251,12 +309,28 @@ void addConvert(CLI::App& camera, Run& run) {
   CLI::App* command = camera.add_subcommand("convert", "Writes a calibration again, in the format of its camera");
   addNames(*command, *options);
   addVersion(*command, *options);
-  command->add_option("OUTDIR", options->outputFolder, "Folder to write into; made when it isn't there")->required();
+  command->add_option("OUTDIR", options->outputFolder, "Folder to write into; made if it is missing")->required();
   command->footer("Example: kes camera convert KESA0 12000 3 copy --calibrations flight/calibration");
   command->callback([options, &run] { run = [options] { return convert(*options); }; });
 }
 
 }  // namespace
+
+Json identityOf(kes::Camera const& camera) {
+  return {{"type", camera.type()},
+          {"sensorId", camera.sensorId()},
+          {"version", camera.version()},
+          {"versionInfo", camera.versionInfo()},
+          {"folder", camera.folder()}};
+}
+
+std::string nameOf(kes::Camera const& camera) {
+  return camera.type() + " " + camera.sensorId();
+}
+
+std::string noteOf(std::string const& versionInfo) {
+  return versionInfo.substr(0, versionInfo.find('\n'));
+}
 
 void addCamera(CLI::App& app, Run& run) {
   CLI::App* camera = app.add_subcommand("camera", "Lists, describes and writes the calibrations of cameras");

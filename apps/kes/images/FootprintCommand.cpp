@@ -3,15 +3,14 @@
 
 #include "Command.h"
 #include "images/FootprintFile.h"
-#include "images/Outline.h"
 #include "shared/InputGuard.h"
+#include "shared/Numbers.h"
 #include "shared/StripSet.h"
 
-#include <dsm/RasterElevationSource.h>
-#include <geo/coordSys.h>
-#include <geo/coordSysFactory.h>
-#include <sensor/kessensor.h>
+#include <kes/Surface.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <stdexcept>
 
@@ -25,40 +24,59 @@ struct Options {
   std::string output;
 };
 
-Footprint footprintOf(sensor::KESStripModel const& strip, int band, dsm::ProjectedElevationSource& surface) {
-  sensor::KESImage const& image = *strip.img(band);
-  float const lastLine = static_cast<float>(strip.imageHeight(band)) - 1.0F;
-  return {outlineOf(strip, band, surface),
-          strip.name(),
-          strip.bandID(band),
-          static_cast<double>(strip.gsd(band)),
-          image.cameraTime()->gpsTime(0.0F).value(),
-          image.cameraTime()->gpsTime(lastLine).value()};
-}
+constexpr int pointsPerSide = 64;
 
-void addFootprints(sensor::KESStripModel const& strip, dsm::ProjectedElevationSource& surface,
-                   std::vector<Footprint>& footprints) {
-  for (int band = 0; band < strip.numBands(); ++band) {
-    try {
-      footprints.push_back(footprintOf(strip, band, surface));
-    } catch (std::runtime_error const& error) {
-      throw std::runtime_error(strip.modelData()->fileName() + ": " + error.what());
+// The outer edges of the pixels, all around; the last point is the first.
+std::vector<geo::XYPoint> edgesOf(kes::Band const& band) {
+  double const right = band.samples() - 0.5;
+  double const bottom = band.lines() - 0.5;
+  std::array<geo::XYPoint, 5> const corners{
+      {{-0.5, -0.5}, {right, -0.5}, {right, bottom}, {-0.5, bottom}, {-0.5, -0.5}}};
+  std::vector<geo::XYPoint> edges;
+  for (std::size_t side = 0; side + 1 < corners.size(); ++side) {
+    geo::XYPoint const& from = corners[side];
+    geo::XYPoint const& to = corners[side + 1];
+    for (int i = 0; i < pointsPerSide; ++i) {
+      double const part = static_cast<double>(i) / pointsPerSide;
+      edges.emplace_back(from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part);
     }
   }
+  edges.push_back(edges.front());
+  return edges;
+}
+
+// In WGS 84 degrees.
+std::vector<geo::XYZPoint> outlineOf(kes::Strip const& strip, kes::Band const& band, kes::Surface const& surface) {
+  std::vector<geo::XYPoint> const edges = edgesOf(band);
+  std::vector<geo::XYZPoint> outline(edges.size());
+  std::vector<kes::Status> status(edges.size());
+  kes::ToGroundOptions toGround;
+  toGround.system = kes::CoordinateSystem::wgs84Degrees();
+  toGround.heights = surface;
+  band.toGround(edges, toGround, outline, status);
+  auto const bad = std::find_if_not(status.begin(), status.end(), kes::hasResult);
+  if (bad != status.end()) {
+    geo::XYPoint const& edge = edges[static_cast<std::size_t>(bad - status.begin())];
+    throw std::runtime_error(strip.fileName() + ": " + band.id() + ", sample " + text(edge.x) + ", line " +
+                             text(edge.y) + ": the ray has no end on the elevation model (" +
+                             std::string(kes::toString(*bad)) + ")");
+  }
+  return outline;
 }
 
 int footprint(Options const& options) {
-  options.strips.camera.apply();
   InputGuard const output(options.output);
   options.strips.check(output);
   output.checkRaster(options.dem);
-  dsm::RasterElevationSource surface(options.dem);
-  std::unique_ptr<geo::coordSys> const map(geo::coordSysFactory::getInstance()->createGEO84(true, false));
+  kes::Surface const surface = kes::Surface::raster(options.dem);
   std::vector<Footprint> footprints;
-  StripSet(options.strips.files).forEach(false, [&](sensor::KESStripModel& strip) {
+  StripSet(options.strips.files, options.strips.camera.opening()).forEach([&](kes::Strip const& strip, auto const*) {
     output.check(strip);
-    strip.setMappingSystem(map.get());
-    addFootprints(strip, surface, footprints);
+    for (std::string const& id : strip.bandIds()) {
+      kes::Band const band = strip.band(id);
+      footprints.push_back(
+          {outlineOf(strip, band, surface), strip.name(), band.id(), band.gsd(), band.startTime(), band.endTime()});
+    }
   });
   writeFootprints(options.output, footprints);
   return 0;

@@ -5,14 +5,12 @@
 
 #include <geo/XYZPoint.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace tool {
 
-/// What is told of an outline: its place in WGS 84 longitude, latitude (degrees) and ellipsoidal height (metres), and its
-/// attributes.
+/// An outline in WGS 84 longitude, latitude (degrees) and ellipsoidal height (metres), and its attributes.
 struct Footprint {
   std::vector<geo::XYZPoint> points;
   std::string strip;

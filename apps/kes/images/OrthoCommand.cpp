@@ -6,12 +6,10 @@
 #include "shared/Output.h"
 #include "shared/StripSet.h"
 
+#include <kes/Surface.h>
 #include <kesgdal/Orthophoto.h>
-#include <sensor/KESStripModel.h>
-#include <sensor/KESStripModelData.h>
 
 #include <algorithm>
-#include <map>
 #include <memory>
 #include <thread>
 
@@ -19,18 +17,12 @@ namespace tool {
 
 namespace {
 
-using kesgdal::Resampling;
-
-std::map<std::string, Resampling> const resamplings = {
-    {"nearest", Resampling::NEAREST}, {"bilinear", Resampling::BILINEAR}, {"cubic", Resampling::CUBIC}};
-
 struct Options {
   StripsOptions strips;
-  std::string orientation = "adjusted";
+  kes::Orientation orientation = kes::Orientation::adjusted;
   std::string dem;
   std::string crs;
   std::string output;
-  std::string resampling = "cubic";
   kesgdal::OrthoPlan plan;
 };
 
@@ -39,25 +31,22 @@ int threadsOfMachine() {
 }
 
 int ortho(Options const& options) {
-  options.strips.camera.apply();
   InputGuard const output(options.output);
   options.strips.check(output);
   output.checkRaster(options.dem);
-  CoordinateSystem const map(options.crs);
-  Surface const surface = Surface::raster(options.dem);
-  StripOptions opening;
-  opening.orientation = options.orientation == "original" ? Orientation::original : Orientation::adjusted;
-  kesgdal::OrthoPlan plan = options.plan;
-  plan.resampling = resamplings.at(options.resampling);
-  StripSet const set(options.strips.files);
+  kes::CoordinateSystem const map(options.crs);
+  kes::Surface const surface = kes::Surface::raster(options.dem);
+  kes::StripOptions const opening = options.strips.camera.opening(options.orientation);
+  StripSet const set(options.strips.files, opening);
   auto const strips = [&](kesgdal::StripVisitor const& visit) {
-    set.forEach(options.orientation == "original", [&](sensor::KESStripModel& strip) {
+    set.forEach([&](kes::Strip const& strip, auto const*) {
       output.check(strip);
-      visit(Strip(strip.modelData()->fileName(), opening));
+      visit(strip);
     });
   };
   Progress progress("orthorectifying");
-  kesgdal::writeOrthophoto(strips, map, surface, plan, options.output, [&](double done) { progress.show(done); });
+  kesgdal::writeOrthophoto(strips, map, surface, options.plan, options.output,
+                           [&](double done) { progress.show(done); });
   return 0;
 }
 
@@ -75,12 +64,12 @@ void addRequired(CLI::App& command, Options& options) {
 }
 
 void addOptional(CLI::App& command, Options& options) {
-  command.add_option("--resampling", options.resampling, "Interpolation between the pixels of an image")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"nearest", "bilinear", "cubic"}));
-  command.add_option("--orientation", options.orientation, "Which orientation of the strip to use")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"adjusted", "original"}));
+  addChoice(command, "--resampling", options.plan.resampling,
+            {{"nearest", kesgdal::Resampling::NEAREST},
+             {"bilinear", kesgdal::Resampling::BILINEAR},
+             {"cubic", kesgdal::Resampling::CUBIC}},
+            "Interpolation between the pixels of an image");
+  addOrientation(command, options.orientation);
   command.add_option("--nodata", options.plan.noData, "Value of pixels that no image saw")
       ->type_name("V")
       ->capture_default_str();

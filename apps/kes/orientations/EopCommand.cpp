@@ -31,43 +31,68 @@ struct Options {
 // The formats of EOPData::write.
 std::map<std::string, int> const formats{{"binary", 0}, {"ascii", 1}, {"lop", 3}};
 
-void printText(Json const& eop) {
+/// An orientation file.
+struct EopFile {
+  std::string file;
+  EopDescription description;
+  HeightRange heights;
+  bool hasStandardDeviations;
+  std::string positionSource;
+  std::string timeSource;
+  std::string application;
+  std::uint32_t absoluteTime;
+};
+
+EopFile describe(std::string const& file) {
+  sensor::EOPData const eop(file, true, true);
+  float lowest = 0.0F;
+  float highest = 0.0F;
+  eop.heightRange(lowest, highest);
+  return {file,
+          tool::describe(eop),
+          {static_cast<double>(lowest), static_cast<double>(highest)},
+          eop.hasStdDevs(),
+          eop.posSource(),
+          eop.tmSource(),
+          eop.appSource(),
+          eop.absTime().value()};
+}
+
+Json toJson(EopFile const& eop) {
+  Json description{{"file", eop.file}};
+  description.update(toJson(eop.description));
+  description["heights"] = toJson(eop.heights);
+  description["standardDeviations"] = eop.hasStandardDeviations;
+  description["posSource"] = eop.positionSource;
+  description["tmSource"] = eop.timeSource;
+  description["appSource"] = eop.application;
+  description["absoluteTime"] = eop.absoluteTime;
+  return description;
+}
+
+void printText(EopFile const& eop) {
   Listing listing;
-  listing.add("orientation", eop["file"].get<std::string>());
-  listing.add("version", std::to_string(eop["version"].get<int>()));
-  listing.add("records", std::to_string(eop["records"].get<int>()));
-  addSpan(listing, eop);
-  listing.add("frequency", text(eop["frequency"].get<double>()) + " Hz");
-  addAnchor(listing, eop["anchor"]);
-  addHeights(listing, eop);
-  listing.add("standard deviations", eop["standardDeviations"].get<bool>() ? "yes" : "no");
-  listing.add("position source", eop["posSource"].get<std::string>());
-  listing.add("time source", eop["tmSource"].get<std::string>());
-  listing.add("written by", eop["appSource"].get<std::string>());
-  listing.add("absolute time", std::to_string(eop["absoluteTime"].get<std::uint32_t>()) + " s");
+  listing.add("orientation", eop.file);
+  listing.add("version", std::to_string(eop.description.version));
+  listing.add("records", std::to_string(eop.description.records));
+  addSpan(listing, eop.description.span);
+  listing.add("frequency", text(eop.description.frequency) + " Hz");
+  addAnchor(listing, eop.description.anchor);
+  addHeights(listing, eop.heights);
+  listing.add("standard deviations", eop.hasStandardDeviations ? "yes" : "no");
+  listing.add("position source", eop.positionSource);
+  listing.add("time source", eop.timeSource);
+  listing.add("written by", eop.application);
+  listing.add("absolute time", std::to_string(eop.absoluteTime) + " s");
   listing.print();
 }
 
 int info(Options const& options) {
-  sensor::EOPData const eop = [&] {
-    sensor::EOPData data(options.file, true, true);
-    return data;
-  }();
-  float lowest = 0.0F;
-  float highest = 0.0F;
-  eop.heightRange(lowest, highest);
-  Json description{{"file", options.file}};
-  description.update(describe(eop));
-  description["heights"] = {{"minimum", lowest}, {"maximum", highest}};
-  description["standardDeviations"] = eop.hasStdDevs();
-  description["posSource"] = eop.posSource();
-  description["tmSource"] = eop.tmSource();
-  description["appSource"] = eop.appSource();
-  description["absoluteTime"] = eop.absTime().value();
+  EopFile const eop = describe(options.file);
   if (options.json) {
-    print(description);
+    print(toJson(eop));
   } else {
-    printText(description);
+    printText(eop);
   }
   return 0;
 }

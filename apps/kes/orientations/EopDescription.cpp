@@ -4,45 +4,57 @@
 #include "orientations/EopDescription.h"
 
 #include "shared/Numbers.h"
-#include "shared/Strip.h"
+
+#include <sensor/EOPData.h>
 
 namespace tool {
 
-namespace {
-
-std::string textOf(Json const& value) {
-  return text(value.get<double>());
-}
-
-}  // namespace
-
-Json describe(sensor::EOPData const& eop) {
-  TimeSpan const span = spanOf(eop);
+EopDescription describe(sensor::EOPData const& eop) {
+  sensor::EOP first;
+  sensor::EOP last;
+  eop.atIndex(0, first);
+  eop.atIndex(eop.numSets() - 1, last);
   geo::XYZPoint const& anchor = eop.anchorPoint();
-  return {{"version", eop.eopVersion()},
-          {"records", eop.numSets()},
-          {"start", span.start},
-          {"end", span.end},
-          {"frequency", eop.frequency()},
-          {"anchor", {{"longitude", anchor.x * degrees}, {"latitude", anchor.y * degrees}, {"height", anchor.z}}}};
+  return {
+      eop.eopVersion(), eop.numSets(), {first.gpsTime, last.gpsTime}, eop.frequency(), {anchor.x, anchor.y, anchor.z}};
 }
 
-void addAnchor(Listing& listing, Json const& anchor) {
-  listing.add("anchor longitude", textOf(anchor["longitude"]) + " deg");
-  listing.add("anchor latitude", textOf(anchor["latitude"]) + " deg");
-  if (anchor.contains("height")) {
-    listing.add("anchor height", textOf(anchor["height"]) + " m");
+Json toJson(EopDescription const& eop) {
+  kes::GeodeticPosition const& anchor = eop.anchor;
+  return {{"version", eop.version},
+          {"records", eop.records},
+          {"start", eop.span.start},
+          {"end", eop.span.end},
+          {"frequency", eop.frequency},
+          {"anchor",
+           {{"longitude", anchor.longitude * degrees},
+            {"latitude", anchor.latitude * degrees},
+            {"height", anchor.height}}}};
+}
+
+Json toJson(HeightRange const& heights) {
+  return {{"minimum", heights.lowest}, {"maximum", heights.highest}};
+}
+
+void addAnchor(Listing& listing, double longitude, double latitude, std::optional<double> height) {
+  listing.add("anchor longitude", text(longitude * degrees) + " deg");
+  listing.add("anchor latitude", text(latitude * degrees) + " deg");
+  if (height) {
+    listing.add("anchor height", text(*height) + " m");
   }
 }
 
-void addSpan(Listing& listing, Json const& description) {
-  listing.add("start", textOf(description["start"]) + " s");
-  listing.add("end", textOf(description["end"]) + " s");
+void addAnchor(Listing& listing, kes::GeodeticPosition const& anchor) {
+  addAnchor(listing, anchor.longitude, anchor.latitude, anchor.height);
 }
 
-void addHeights(Listing& listing, Json const& description) {
-  Json const& heights = description["heights"];
-  listing.add("heights", textOf(heights["minimum"]) + " m to " + textOf(heights["maximum"]) + " m");
+void addSpan(Listing& listing, TimeSpan const& span) {
+  listing.add("start", text(span.start) + " s");
+  listing.add("end", text(span.end) + " s");
+}
+
+void addHeights(Listing& listing, HeightRange const& heights) {
+  listing.add("heights", text(heights.lowest) + " m to " + text(heights.highest) + " m");
 }
 
 }  // namespace tool

@@ -5,6 +5,9 @@
 
 #include "shared/Output.h"
 
+#include <kes/CoordinateSystem.h>
+
+#include <optional>
 #include <string>
 
 namespace sensor {
@@ -13,18 +16,38 @@ class EOPData;
 
 namespace tool {
 
-constexpr double degrees = 57.29577951308232;
+/// GPS seconds.
+struct TimeSpan {
+  double start = 0.0;
+  double end = 0.0;
+};
 
-/// What a loaded orientation is, without its file: `version`, `records`, `start` and `end` (seconds), `frequency` (hertz),
-/// `anchor.{longitude,latitude,height}` (degrees, metres).
-Json describe(sensor::EOPData const& eop);
+/// Metres above the anchor point.
+struct HeightRange {
+  double lowest = 0.0;
+  double highest = 0.0;
+};
 
-/// Adds the lines of an anchor point as `describe` gives it, with a height or without.
-void addAnchor(Listing& listing, Json const& anchor);
+/// A loaded orientation.
+struct EopDescription {
+  int version = 0;
+  int records = 0;
+  TimeSpan span;
+  double frequency = 0.0;  ///< Hertz.
+  kes::GeodeticPosition anchor{};
+};
 
-/// Adds the lines of the times and heights between which records lie; `description` has `start`, `end` and
-/// `heights.{minimum,maximum}`.
-void addSpan(Listing& listing, Json const& description);
-void addHeights(Listing& listing, Json const& description);
+/// The span is 0 without records.
+EopDescription describe(sensor::EOPData const& eop);
+/// `version`, `records`, `start`, `end`, `frequency`, `anchor.{longitude,latitude,height}` in degrees and metres.
+Json toJson(EopDescription const& eop);
+Json toJson(HeightRange const& heights);
+
+/// Adds the lines of an anchor point (radians, metres).
+void addAnchor(Listing& listing, double longitude, double latitude, std::optional<double> height = {});
+void addAnchor(Listing& listing, kes::GeodeticPosition const& anchor);
+/// Adds the lines of the times and heights between which records lie.
+void addSpan(Listing& listing, TimeSpan const& span);
+void addHeights(Listing& listing, HeightRange const& heights);
 
 }  // namespace tool

@@ -15,7 +15,11 @@
 #include <array>
 #include <files/FileReplacement.h>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace tool {
 
@@ -28,95 +32,158 @@ struct Options {
   bool json = false;
 };
 
-// Null in the header's anchor: it was never set.
-Json anchorOf(sensor::KESOrientation const& odf) {
+/// Longitude and latitude, radians.
+struct HeaderAnchor {
+  double longitude;
+  double latitude;
+};
+
+/// Between what the records lie.
+struct OdfExtent {
+  TimeSpan span;
+  HeightRange heights;
+};
+
+/// Whole numbers of a header by name, in its order.
+using HeaderNumbers = std::vector<std::pair<std::string, int>>;
+
+struct OdfFile {
+  std::string file;
+  int records = 0;
+  std::optional<OdfExtent> extent;  ///< Nothing without records.
+  std::string version;
+  std::string dataSource;
+  std::string project;
+  std::string strip;
+  std::string comments;
+  int positionUnits = 0;
+  int angularUnits = 0;
+  int rotationSequence = 0;
+  std::int32_t absoluteTime = 0;
+  std::optional<HeaderAnchor> anchor;  ///< Nothing when it was never set.
+  HeaderNumbers base;
+  HeaderNumbers scales;
+};
+
+std::optional<HeaderAnchor> anchorOf(sensor::KESOrientation const& odf) {
   constexpr double notSet = 100.0;
   if (odf.anchorLatitude() == notSet && odf.anchorLongitude() == notSet) {
-    return nullptr;
+    return std::nullopt;
   }
-  return {{"longitude", odf.anchorLongitude() * degrees}, {"latitude", odf.anchorLatitude() * degrees}};
+  return HeaderAnchor{odf.anchorLongitude(), odf.anchorLatitude()};
 }
 
-Json headerOf(sensor::KESOrientation const& odf) {
-  return {{"version", odf.version()},
-          {"dataSource", odf.dataSource()},
-          {"project", odf.projectName()},
-          {"strip", odf.stripName()},
-          {"comments", odf.comments()},
-          {"positionUnits", odf.positionUnits()},
-          {"angularUnits", odf.angularUnits()},
-          {"rotationSequence", odf.rotationSequence()},
-          {"absoluteTime", odf.absoluteTime().value()},
-          {"anchor", anchorOf(odf)},
-          {"base", {{"time", odf.baseTime().value()}, {"x", odf.baseX()}, {"y", odf.baseY()}, {"z", odf.baseZ()}}},
-          {"scales",
-           {{"time", odf.timeScale()},
-            {"position", odf.positionScale()},
-            {"angle", odf.angularScale()},
-            {"positionStdDev", odf.positionStdDevScale()},
-            {"angleStdDev", odf.angularStdDevScale()}}}};
-}
-
-// Nothing without records.
-Json spanOf(sensor::KESOrientation const& odf) {
+std::optional<OdfExtent> extentOf(sensor::KESOrientation const& odf) {
   if (odf.numSets() == 0) {
-    return Json::object();
+    return std::nullopt;
   }
-  double low = odf.z(0);
-  double high = low;
+  OdfExtent extent{{odf.t(0).value(), odf.t(odf.numSets() - 1).value()}, {odf.z(0), odf.z(0)}};
   for (int i = 1; i < odf.numSets(); ++i) {
-    low = std::min(low, odf.z(i));
-    high = std::max(high, odf.z(i));
+    extent.heights.lowest = std::min(extent.heights.lowest, odf.z(i));
+    extent.heights.highest = std::max(extent.heights.highest, odf.z(i));
   }
-  return {{"start", odf.t(0).value()},
-          {"end", odf.t(odf.numSets() - 1).value()},
-          {"heights", {{"minimum", low}, {"maximum", high}}}};
+  return extent;
 }
 
-std::string integers(Json const& values) {
-  std::string result;
-  for (auto const& [name, value] : values.items()) {
-    result += (result.empty() ? "" : ", ") + name + " " + std::to_string(value.get<int>());
-  }
+OdfFile describe(std::string const& file) {
+  sensor::KESOrientation const odf(file);
+  OdfFile result;
+  result.file = file;
+  result.records = odf.numSets();
+  result.extent = extentOf(odf);
+  result.version = odf.version();
+  result.dataSource = odf.dataSource();
+  result.project = odf.projectName();
+  result.strip = odf.stripName();
+  result.comments = odf.comments();
+  result.positionUnits = odf.positionUnits();
+  result.angularUnits = odf.angularUnits();
+  result.rotationSequence = odf.rotationSequence();
+  result.absoluteTime = odf.absoluteTime().value();
+  result.anchor = anchorOf(odf);
+  result.base = {{"time", odf.baseTime().value()}, {"x", odf.baseX()}, {"y", odf.baseY()}, {"z", odf.baseZ()}};
+  result.scales = {{"time", odf.timeScale()},
+                   {"position", odf.positionScale()},
+                   {"angle", odf.angularScale()},
+                   {"positionStdDev", odf.positionStdDevScale()},
+                   {"angleStdDev", odf.angularStdDevScale()}};
   return result;
 }
 
-void printText(Json const& odf) {
+Json toJson(HeaderAnchor const& anchor) {
+  return {{"longitude", anchor.longitude * degrees}, {"latitude", anchor.latitude * degrees}};
+}
+
+Json toJson(HeaderNumbers const& numbers) {
+  Json object = Json::object();
+  for (auto const& [name, value] : numbers) {
+    object[name] = value;
+  }
+  return object;
+}
+
+Json toJson(OdfFile const& odf) {
+  Json description{{"file", odf.file}, {"records", odf.records}};
+  if (odf.extent) {
+    description.update(
+        {{"start", odf.extent->span.start}, {"end", odf.extent->span.end}, {"heights", toJson(odf.extent->heights)}});
+  }
+  description.update({{"version", odf.version},
+                      {"dataSource", odf.dataSource},
+                      {"project", odf.project},
+                      {"strip", odf.strip},
+                      {"comments", odf.comments},
+                      {"positionUnits", odf.positionUnits},
+                      {"angularUnits", odf.angularUnits},
+                      {"rotationSequence", odf.rotationSequence},
+                      {"absoluteTime", odf.absoluteTime},
+                      {"anchor", odf.anchor ? toJson(*odf.anchor) : Json()},
+                      {"base", toJson(odf.base)},
+                      {"scales", toJson(odf.scales)}});
+  return description;
+}
+
+std::string textOf(HeaderNumbers const& numbers) {
+  std::vector<std::string> texts;
+  for (auto const& [name, value] : numbers) {
+    texts.push_back(name + " " + std::to_string(value));
+  }
+  return joined(texts, ", ");
+}
+
+void printText(OdfFile const& odf) {
   Listing listing;
-  listing.add("orientation", odf["file"].get<std::string>());
-  listing.add("version", odf["version"].get<std::string>());
-  listing.add("records", std::to_string(odf["records"].get<int>()));
-  if (odf.contains("start")) {
-    addSpan(listing, odf);
-    addHeights(listing, odf);
+  listing.add("orientation", odf.file);
+  listing.add("version", odf.version);
+  listing.add("records", std::to_string(odf.records));
+  if (odf.extent) {
+    addSpan(listing, odf.extent->span);
+    addHeights(listing, odf.extent->heights);
   }
-  if (odf["anchor"].is_null()) {
-    listing.add("anchor", "not set");
+  if (odf.anchor) {
+    addAnchor(listing, odf.anchor->longitude, odf.anchor->latitude);
   } else {
-    addAnchor(listing, odf["anchor"]);
+    listing.add("anchor", "not set");
   }
-  for (auto const& [name, key] : {std::pair{"data source", "dataSource"}, std::pair{"project", "project"},
-                                  std::pair{"strip", "strip"}, std::pair{"comments", "comments"}}) {
-    listing.add(name, odf[key].get<std::string>());
-  }
-  listing.add("units", "positions " + std::to_string(odf["positionUnits"].get<int>()) + ", angles " +
-                           std::to_string(odf["angularUnits"].get<int>()));
-  listing.add("rotation sequence", std::to_string(odf["rotationSequence"].get<int>()));
-  listing.add("absolute time", std::to_string(odf["absoluteTime"].get<int>()) + " s");
-  listing.add("base", integers(odf["base"]));
-  listing.add("scales", integers(odf["scales"]));
+  listing.add("data source", odf.dataSource);
+  listing.add("project", odf.project);
+  listing.add("strip", odf.strip);
+  listing.add("comments", odf.comments);
+  listing.add("units",
+              "positions " + std::to_string(odf.positionUnits) + ", angles " + std::to_string(odf.angularUnits));
+  listing.add("rotation sequence", std::to_string(odf.rotationSequence));
+  listing.add("absolute time", std::to_string(odf.absoluteTime) + " s");
+  listing.add("base", textOf(odf.base));
+  listing.add("scales", textOf(odf.scales));
   listing.print();
 }
 
 int info(Options const& options) {
-  sensor::KESOrientation const odf(options.file);
-  Json description{{"file", options.file}, {"records", odf.numSets()}};
-  description.update(spanOf(odf));
-  description.update(headerOf(odf));
+  OdfFile const odf = describe(options.file);
   if (options.json) {
-    print(description);
+    print(toJson(odf));
   } else {
-    printText(description);
+    printText(odf);
   }
   return 0;
 }

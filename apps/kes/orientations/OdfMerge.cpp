@@ -26,7 +26,7 @@ namespace {
 
 constexpr double largestLatitude = 90.0;
 
-// What the library tells on the standard error stream, kept for the exception in place of printed.
+// Keeps what the library prints on the standard error stream, for the exception.
 class CapturedErrors {
 public:
   CapturedErrors() : mOld(std::cerr.rdbuf(mText.rdbuf())) {}
@@ -170,7 +170,7 @@ void OdfMerge::check() const {
   if (!std::isfinite(anchor[0]) || !(std::abs(anchor[1]) <= largestLatitude) || !std::isfinite(anchor[2])) {
     throw CLI::ValidationError("--anchor", "no place on earth");
   }
-  // The library takes such a point for none, and another one silently.
+  // The library would silently use the anchor point of the headers in place of such a point.
   if (anchor[0] == 0.0 || anchor[1] == 0.0) {
     throw CLI::ValidationError("--anchor", "an anchor point on the equator or the zero meridian can't be given");
   }
@@ -183,12 +183,12 @@ int OdfMerge::run() const {
   converter.setAppSource("kes " KESSENSOR_VERSION);
   convert(*this, converter);
   sensor::EOPData const eop(out, true, false);
-  Json const description = describe(eop);
   Listing listing;
   listing.add("orientation", out);
   addJoinedFiles(listing, converter.odfFiles());
-  listing.add("records", std::to_string(eop.numSets()));
-  addAnchor(listing, description["anchor"]);
+  EopDescription const description = describe(eop);
+  listing.add("records", std::to_string(description.records));
+  addAnchor(listing, description.anchor);
   listing.print();
   warnOfTimesThatDontRise(eop);
   return 0;

@@ -20,7 +20,7 @@ struct OdfMerge {
   bool adjusted = false;
 
   void addTo(CLI::App& command);
-  /// Throws what is wrong with the options for each other, for the parser.
+  /// Throws the parser's error when options contradict each other.
   void check() const;
   /// Joins the files, and prints what was joined; throws the library's message when they don't fit one another.
   int run() const;

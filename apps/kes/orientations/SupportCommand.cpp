@@ -5,8 +5,12 @@
 #include "orientations/SupportText.h"
 #include "shared/InputGuard.h"
 #include "shared/Numbers.h"
+#include "shared/Options.h"
 #include "shared/Output.h"
-#include "shared/Strip.h"
+
+#include <kes/Strip.h>
+#include <sensor/KESImage.h>
+#include <sensor/KESStripModel.h>
 
 #include <array>
 #include <cctype>
@@ -20,8 +24,6 @@
 namespace tool {
 
 namespace {
-
-constexpr double degrees = 57.29577951308232;
 
 struct Options {
   StripOptions strip;
@@ -138,14 +140,14 @@ int info(std::string const& file, bool asJson) {
   return 0;
 }
 
-// Whoever reads a support file word by word doesn't see what is behind a blank.
+// Whoever reads a support file word by word doesn't see what follows a blank.
 void warnOfBlanks(std::string const& name) {
   if (name.find(' ') != std::string::npos) {
     std::cerr << "kes: warning: an import reads the name only up to its blank: " << name << '\n';
   }
 }
 
-// A disk may have been full: the export itself doesn't tell.
+// A disk may have been full: the export doesn't report it.
 bool isWhole(std::string const& file) {
   try {
     return isComplete(readSupportFile(file));
@@ -156,12 +158,11 @@ bool isWhole(std::string const& file) {
 
 // Everything is of the original orientation, the image's own ground sampling distance too.
 int exportFile(Options const& options) {
-  options.strip.camera.apply();
-  sensor::KESStripModel const strip(options.strip.file, true, true, false);
+  kes::Strip const strip(options.strip.file, options.strip.camera.opening(kes::Orientation::original));
   InputGuard const output(options.out);
   output.check(options.strip.camera.settings);
   output.check(strip);
-  sensor::KESImage& image = *strip.img(bandIndex(strip, options.band));
+  sensor::KESImage& image = *strip.model().img(strip.band(options.band).index());
   warnOfBlanks(options.original);
   warnOfBlanks(options.adjusted);
   files::WorkFolder const work(options.out);
@@ -195,7 +196,7 @@ void addSupportInfo(CLI::App& support, Run& run) {
     bool json = false;
   };
   auto const options = std::make_shared<InfoOptions>();
-  CLI::App* command = support.add_subcommand("info", "Prints what a support file tells");
+  CLI::App* command = support.add_subcommand("info", "Prints the entries of a support file");
   command->add_option("FILE", options->file, "Support file")->required();
   command->add_flag("--json", options->json, "As JSON; angles in degrees, lengths in metres");
   command->footer("Example: kes support info PANN00A.sup --json");

@@ -101,7 +101,7 @@ bool isComplete(std::vector<SupportEntry> const& entries) {
     return false;
   }
   std::string const& numbers = entries.back().value;
-  // The shape of the last number tells that nothing of it is missing.
+  // The shape of the last number shows that nothing of it is missing.
   return std::count(numbers.begin(), numbers.end(), ' ') == axes - 1 && numbers[numbers.size() - 4] == 'e';
 }
 

@@ -5,86 +5,104 @@
 
 #include "shared/Numbers.h"
 #include "shared/Output.h"
-#include "strips/Closure.h"
 
-#include <dsm/RasterElevationSource.h>
+#include <kes/Strip.h>
+#include <kes/Surface.h>
 
 #include <cmath>
-#include <cstdint>
-#include <iostream>
-#include <stdexcept>
+#include <numeric>
 
 namespace tool {
 
 namespace {
 
-// Rows that are read, projected and printed together. A run of points is one block: each point helps the next.
+// Rows that are read, projected and printed together, so that memory doesn't grow with the table. A run of the library's forms
+// starts anew in each block.
 constexpr std::size_t blockSize = 65536;
 
-// How near a height comes to the surface, in ground sampling distances.
-constexpr float surfaceTolerance = 0.01F;
-
 std::vector<std::string> numbersOf(ProjectOptions const& options) {
-  if (options.to == "image") {
-    return {"x", "y", "z"};
+  bool const hasHeights = options.dem.empty();
+  if (options.toGround) {
+    return hasHeights ? std::vector<std::string>{"sample", "line", "height"}
+                      : std::vector<std::string>{"sample", "line"};
   }
-  return options.dem.empty() ? std::vector<std::string>{"sample", "line", "height"}
-                             : std::vector<std::string>{"sample", "line"};
+  return hasHeights ? std::vector<std::string>{"x", "y", "z"} : std::vector<std::string>{"x", "y"};
 }
 
 std::vector<std::string> resultsOf(ProjectOptions const& options) {
   std::vector<std::string> results =
-      options.to == "image" ? std::vector<std::string>{"sample", "line"} : std::vector<std::string>{"x", "y", "z"};
+      options.toGround ? std::vector<std::string>{"x", "y", "z"} : std::vector<std::string>{"sample", "line"};
   if (options.verify) {
-    results.insert(results.end(), {"closure", "status"});
+    results.insert(results.end(), {"closure", "closurePixels"});
+  }
+  if (options.verify || options.status) {
+    results.push_back("status");
   }
   return results;
 }
 
-// The form in lanes takes multiples of four.
-void solveInLanes(sensor::KESStripModel const& strip, int band, std::vector<geo::XYZPoint>& ground,
-                  std::vector<geo::XYPoint>& image) {
-  std::size_t const count = ground.size();
-  std::size_t const padded = (count + 3) / 4 * 4;
-  ground.resize(padded, ground.back());
-  image.resize(padded);
-  strip.lsrToImageSSE(ground, band, image);
-  ground.resize(count);
-  image.resize(count);
+// Empty for what a point doesn't have.
+std::string cell(double value) {
+  return std::isfinite(value) ? text(value) : "";
 }
 
 }  // namespace
 
-PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
-    : mOptions(options), mToGround(options.to == "ground"), mToMap(options.frame == "map"),
-      mStrip(options.strip.file, true, options.orientation == "original", false),
-      mBand(bandIndex(mStrip, options.band)), mTable(in, name, numbersOf(options), resultsOf(options)) {
-  if (mToMap) {
-    mMapSystem = options.map.make();
+std::size_t StatusCounts::total() const {
+  return std::accumulate(mCounts.begin(), mCounts.end(), std::size_t{0});
+}
+
+std::size_t StatusCounts::results() const {
+  std::size_t results = 0;
+  for (std::size_t i = 0; i < mCounts.size(); ++i) {
+    results += kes::hasResult(static_cast<kes::Status>(i)) ? mCounts[i] : 0;
   }
-  mStrip.setMappingSystem(mToMap ? mMapSystem.get() : mStrip.lsrSystem());
+  return results;
+}
+
+std::string StatusCounts::text() const {
+  std::vector<std::string> texts;
+  for (std::size_t i = 0; i < mCounts.size(); ++i) {
+    if (mCounts[i] > 0) {
+      texts.push_back(std::to_string(mCounts[i]) + " " + std::string(kes::toString(static_cast<kes::Status>(i))));
+    }
+  }
+  return std::to_string(total()) + (total() == 1 ? " point: " : " points: ") + joined(texts, ", ");
+}
+
+PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
+    : mOptions(options),
+      mBand(kes::Strip(options.strip.file, options.strip.camera.opening(options.orientation)).band(options.band)),
+      mTable(in, name, numbersOf(options), resultsOf(options)) {
+  mToGround.solver = mToImage.solver = options.solver;
+  mToGround.tdiStages = options.tdi;
+  if (options.frame == Frame::map) {
+    mToGround.system = mToImage.system = options.map.system();
+  }
   if (!options.dem.empty()) {
-    mSurface = std::make_unique<dsm::RasterElevationSource>(options.dem);
+    kes::Surface const surface = kes::Surface::raster(options.dem);
+    mToGround.heights = surface;
+    mToImage.heights = surface;
   }
 }
 
 void PointProjection::run() {
   std::string text;
   mTable.appendHeader(text);
-  std::size_t const rows = mOptions.solver == "point" ? blockSize : SIZE_MAX;
-  while (mTable.readBlock(rows)) {
-    readPoints();
-    if (mSurface) {
-      projectOnSurface();
-    } else if (mToGround) {
+  while (mTable.readBlock(blockSize)) {
+    std::size_t const size = mTable.size();
+    mImage.resize(size);
+    mGround.resize(size);
+    mStatus.resize(size);
+    mClosure.resize(mOptions.verify ? size : 0);
+    mToGround.outputs.closure = mToImage.outputs.closure = mClosure;
+    if (mOptions.toGround) {
       projectToGround();
     } else {
       projectToImage();
     }
-    if (mToGround && mOptions.verify) {
-      convertToLsr();
-    }
-    for (std::size_t i = 0; i < mTable.size(); ++i) {
+    count();
+    for (std::size_t i = 0; i < size; ++i) {
       mTable.appendRow(text, i, results(i));
     }
     write(text);
@@ -93,69 +111,33 @@ void PointProjection::run() {
   write(text);
 }
 
-void PointProjection::readPoints() {
-  mImage.assign(mTable.size(), {});
-  mGround.assign(mTable.size(), {});
-  for (std::size_t i = 0; i < mTable.size(); ++i) {
-    if (mToGround) {
-      mImage[i] = {mTable.number(i, 0), mTable.number(i, 1)};
-    } else {
-      mGround[i] = {mTable.number(i, 0), mTable.number(i, 1), mTable.number(i, 2)};
-    }
-  }
-}
-
 void PointProjection::projectToGround() {
-  for (std::size_t i = 0; i < mImage.size(); ++i) {
-    auto const height = static_cast<float>(mTable.number(i, 2));
-    if (mToMap) {
-      mStrip.imageToMap(mImage[i], height, mBand, mGround[i]);
-    } else if (mOptions.tdi) {
-      mStrip.imageToLsr(mImage[i], height, mBand, *mOptions.tdi, mGround[i]);
-    } else {
-      mStrip.imageToLsr(mImage[i], height, mBand, mGround[i]);
+  bool const hasHeights = mOptions.dem.empty();
+  mHeights.resize(hasHeights ? mTable.size() : 0);
+  for (std::size_t i = 0; i < mTable.size(); ++i) {
+    mImage[i] = {mTable.number(i, 0), mTable.number(i, 1)};
+    if (hasHeights) {
+      mHeights[i] = mTable.number(i, 2);
     }
   }
-}
-
-// Each point begins at the mean terrain height, so that its place doesn't depend on the points before.
-void PointProjection::projectOnSurface() {
-  for (std::size_t i = 0; i < mImage.size(); ++i) {
-    auto height = static_cast<float>(mStrip.meanTerrainHeight());
-    try {
-      mStrip.imageToMap(mImage[i], mBand, mGround[i], mSurface.get(), height, surfaceTolerance);
-    } catch (std::runtime_error const& error) {
-      throw std::runtime_error(mTable.place(i) + ": " + error.what());
-    }
+  if (hasHeights) {
+    mToGround.heights = kes::HeightPerPoint{mHeights};
   }
+  mBand.toGround(mImage, mToGround, mGround, mStatus);
 }
 
 void PointProjection::projectToImage() {
-  convertToLsr();
-  checkConversion();
-  if (mOptions.solver == "vector") {
-    solveInLanes(mStrip, mBand, mLsr, mImage);
-  } else if (mOptions.solver == "run") {
-    mStrip.lsrToImage(mLsr, mBand, mImage);
-  } else {
-    for (std::size_t i = 0; i < mLsr.size(); ++i) {
-      mStrip.lsrToImage(mLsr[i], mBand, mImage[i]);
-    }
+  for (std::size_t i = 0; i < mTable.size(); ++i) {
+    mGround[i] = {mTable.number(i, 0), mTable.number(i, 1), mOptions.dem.empty() ? mTable.number(i, 2) : 0.0};
   }
+  mBand.toImage(mGround, mToImage, mImage, mStatus);
 }
 
-void PointProjection::convertToLsr() {
-  mLsr = mGround;
-  if (mToMap) {
-    geo::coordSys::transform(mMapSystem.get(), mStrip.lsrSystem(), mGround.data(), mLsr.data(), mLsr.size());
-  }
-}
-
-// Positions that are read are finite, so one that isn't couldn't be converted.
-void PointProjection::checkConversion() const {
-  for (std::size_t i = 0; i < mLsr.size(); ++i) {
-    if (!std::isfinite(mLsr[i].x) || !std::isfinite(mLsr[i].y) || !std::isfinite(mLsr[i].z)) {
-      throw std::runtime_error(mTable.place(i) + ": no place on the ground in " + mOptions.map.name());
+void PointProjection::count() {
+  for (std::size_t i = 0; i < mStatus.size(); ++i) {
+    mCounts.add(mStatus[i]);
+    if (!kes::hasResult(mStatus[i]) && mFirstFailure.empty()) {
+      mFirstFailure = mTable.place(i) + ": " + std::string(kes::toString(mStatus[i]));
     }
   }
 }
@@ -163,29 +145,16 @@ void PointProjection::checkConversion() const {
 std::vector<std::string> PointProjection::results(std::size_t i) const {
   geo::XYPoint const& image = mImage[i];
   geo::XYZPoint const& ground = mGround[i];
-  std::vector<std::string> values = mToGround ? std::vector<std::string>{text(ground.x), text(ground.y), text(ground.z)}
-                                              : std::vector<std::string>{text(image.x), text(image.y)};
+  std::vector<std::string> values = mOptions.toGround
+                                        ? std::vector<std::string>{cell(ground.x), cell(ground.y), cell(ground.z)}
+                                        : std::vector<std::string>{cell(image.x), cell(image.y)};
   if (mOptions.verify) {
-    double const closure = closureOf(i);
-    values.push_back(text(closure));
-    values.push_back(status(image, closure));
+    values.insert(values.end(), {cell(mClosure[i].metres), cell(mClosure[i].pixels)});
+  }
+  if (mOptions.verify || mOptions.status) {
+    values.emplace_back(kes::toString(mStatus[i]));
   }
   return values;
-}
-
-double PointProjection::closureOf(std::size_t i) const {
-  geo::XYPoint image = mImage[i];
-  if (mToGround) {
-    mStrip.lsrToImage(mLsr[i], mBand, image);
-  }
-  return groundClosure(mStrip, mBand, image, mLsr[i]);
-}
-
-std::string PointProjection::status(geo::XYPoint const& image, double closure) const {
-  if (!(closure <= groundTolerance(mStrip, mBand))) {
-    return "unsolved";
-  }
-  return isInside(mStrip, mBand, image) ? "ok" : "outside";
 }
 
 }  // namespace tool

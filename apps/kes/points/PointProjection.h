@@ -4,63 +4,83 @@
 #pragma once
 
 #include "points/PointTable.h"
-#include "shared/MapOptions.h"
-#include "shared/Strip.h"
+#include "shared/Options.h"
 
-#include <dsm/ProjectedElevationSource.h>
+#include <kes/Band.h>
+#include <kes/Status.h>
 
+#include <array>
+#include <cstddef>
 #include <istream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tool {
 
+/// The frame of ground positions and heights.
+enum class Frame { local, map };
+
 struct ProjectOptions {
   StripOptions strip;
   MapOptions map;
   std::string band;
-  std::string to;
-  std::string frame = "lsr";
-  std::string solver = "point";
-  std::string orientation = "adjusted";
+  bool toGround = true;
+  Frame frame = Frame::local;
+  kes::Solver solver = kes::Solver::precise;
+  kes::Orientation orientation = kes::Orientation::adjusted;
   std::string dem;
   std::optional<float> tdi;
   bool verify = false;
+  bool status = false;
+  bool strict = false;
   std::string points;
 };
 
-/// Projects the points of a table and prints it with the results.
+/// How many points have which status.
+class StatusCounts {
+public:
+  void add(kes::Status status) { ++mCounts[static_cast<std::size_t>(status)]; }
+  std::size_t total() const;
+  std::size_t results() const;
+  bool areAllOk() const { return total() == mCounts[static_cast<std::size_t>(kes::Status::ok)]; }
+  /// "3 points: 1 ok, 2 noSurface".
+  std::string text() const;
+
+private:
+  std::array<std::size_t, static_cast<std::size_t>(kes::Status::notFinite) + 1> mCounts{};
+};
+
+/// Projects the points of a table and prints it with the results, a block of rows after the other.
 class PointProjection {
 public:
   /// `name` stands for the table in messages.
   PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name);
   void run();
 
+  StatusCounts const& counts() const { return mCounts; }
+  /// Place and status of the first point without a result, "FILE:LINE: noSurface"; empty when all have one.
+  std::string const& firstFailure() const { return mFirstFailure; }
+
 private:
-  void readPoints();
   void projectToGround();
-  void projectOnSurface();
   void projectToImage();
-  void convertToLsr();
-  void checkConversion() const;
+  void count();
   std::vector<std::string> results(std::size_t i) const;
-  double closureOf(std::size_t i) const;
-  std::string status(geo::XYPoint const& image, double closure) const;
 
   ProjectOptions const& mOptions;
-  bool mToGround;
-  bool mToMap;
-  sensor::KESStripModel mStrip;
-  int mBand;
-  std::unique_ptr<geo::coordSys> mMapSystem;
-  std::unique_ptr<dsm::ProjectedElevationSource> mSurface;
+  kes::Band mBand;
+  kes::ToGroundOptions mToGround;
+  kes::ToImageOptions mToImage;
   PointTable mTable;
-  // Of the block at hand. Ground positions are in the frame that was asked for, and in the strip's own one.
+  StatusCounts mCounts;
+  std::string mFirstFailure;
+  // Of the block at hand.
   std::vector<geo::XYPoint> mImage;
   std::vector<geo::XYZPoint> mGround;
-  std::vector<geo::XYZPoint> mLsr;
+  std::vector<double> mHeights;
+  std::vector<kes::Status> mStatus;
+  std::vector<kes::Closure> mClosure;
 };
 
 }  // namespace tool

@@ -4,6 +4,7 @@
 #include "points/PointTable.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tool {
 
@@ -31,16 +32,16 @@ bool PointTable::readBlock(std::size_t rows) {
       mValues.push_back(mReader.number(column));
     }
     mLines.push_back(mReader.line());
-    mRows.push_back(mReader.fields());
+    mRows.push_back(mReader.takeFields());
   }
   return !mRows.empty();
 }
 
-void PointTable::appendRow(std::string& text, std::size_t i, std::vector<std::string> const& results) {
+void PointTable::appendRow(std::string& text, std::size_t i, std::vector<std::string> results) {
   std::vector<std::string> row = std::move(mRows[i]);
   row.resize(mNames.size());
   for (std::size_t k = 0; k < results.size(); ++k) {
-    row[mResultColumns[k]] = results[k];
+    row[mResultColumns[k]] = std::move(results[k]);
   }
   appendCsvLine(text, row);
 }

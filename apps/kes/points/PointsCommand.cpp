@@ -2,13 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
+#include "blocks/BlockFile.h"
 #include "points/Residuals.h"
-#include "shared/BandChoice.h"
-#include "shared/Output.h"
 #include "shared/StripSet.h"
 
-#include <geo/coordSys.h>
-#include <geo/coordSysFactory.h>
 #include <sensor/kessensor.h>
 
 #include <QDir>
@@ -16,6 +13,7 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 namespace tool {
@@ -26,14 +24,14 @@ struct Options {
   std::string file;
   CameraOptions camera;
   std::vector<std::string> bands;
-  std::string orientation = "adjusted";
+  kes::Orientation orientation = kes::Orientation::adjusted;
   std::string points;
   std::string crs;
   bool json = false;
 };
 
-// The file that a block would have by default: below the strip's folder or up to two folders above, as image points are found.
-std::string groundPointsOf(std::string const& stripFile) {
+// The file that a block would have by default, in the strip's folder or up to two folders above, as image points are found.
+std::string pointFileNear(std::string const& stripFile) {
   QString const name = QString::fromLatin1(sensor::BlockModelData::CONTROL_POINT_LOCATION) + QLatin1Char('/') +
                        QLatin1String(sensor::BlockModelData::CONTROL_POINT_FILENAME);
   QDir folder = QFileInfo(QString::fromStdString(stripFile)).absoluteDir();
@@ -43,13 +41,13 @@ std::string groundPointsOf(std::string const& stripFile) {
     }
     folder.cdUp();
   }
-  throw std::runtime_error("no " + name.toStdString() + " in the folder of " + stripFile + " or above: tell --points");
+  throw std::runtime_error("no " + name.toStdString() + " in the folder of " + stripFile + " or above: give --points");
 }
 
-// Ground points and the system of their coordinates; none for that of each strip.
+/// Ground points, and their system unless it is that of each strip.
 struct GroundControl {
   sensor::GroundPointList points;
-  std::unique_ptr<geo::coordSys> system;
+  std::optional<kes::CoordinateSystem> system;
 };
 
 GroundControl groundControlOf(Options const& options) {
@@ -57,13 +55,12 @@ GroundControl groundControlOf(Options const& options) {
   std::string file = options.points;
   std::string crs = options.crs;
   if (isBlockFile(options.file)) {
-    sensor::BlockModelData block(options.file, false, false, false);
-    block.loadGroundPoints();
-    control.points = block.groundPoints();
-    file = file.empty() ? block.groundPointFile() : file;
-    crs = crs.empty() && block.groundPointCoordSys() != nullptr ? block.groundPointCoordSys()->definition() : crs;
+    BlockGroundPoints const block = groundPointsOf(options.file);
+    control.points = block.points;
+    file = file.empty() ? block.file : file;
+    crs = crs.empty() ? block.crs.value_or("") : crs;
   } else if (file.empty()) {
-    file = groundPointsOf(options.file);
+    file = pointFileNear(options.file);
   }
   if (!options.points.empty() || control.points.numPoints() == 0) {
     control.points = sensor::GroundPointList(file);
@@ -72,80 +69,67 @@ GroundControl groundControlOf(Options const& options) {
     throw std::runtime_error("no ground points" + (file.empty() ? "" : " in " + file));
   }
   if (!crs.empty()) {
-    control.system.reset(geo::coordSysFactory::getInstance()->createCoordSys(crs));
+    control.system = kes::CoordinateSystem(crs);
   }
   return control;
 }
 
-Json describe(geo::XYPoint const& point) {
-  return {{"sample", point.x}, {"line", point.y}};
-}
-
-Json describe(Residual const& residual) {
-  return {{"id", residual.id},
-          {"active", residual.isActive},
-          {"measured", describe(residual.measured)},
-          {"projected", describe(residual.projected)},
-          {"residual", describe(residual.value())}};
-}
-
-Json describe(ResidualSum const& sum) {
-  return {{"points", sum.points}, {"sample", sum.rms().x}, {"line", sum.rms().y}};
-}
-
-Json describe(ImageResiduals const& image) {
-  Json points = Json::array();
-  for (Residual const& residual : image.residuals) {
-    points.push_back(describe(residual));
+// Where nothing else is given, ground points are on a block's map, and those of a strip alone in radians.
+kes::CoordinateSystem systemOf(GroundControl const& control, kes::Block const* block) {
+  if (control.system) {
+    return *control.system;
   }
-  return {{"id", image.bandId},
-          {"file", image.file},
-          {"points", points},
-          {"unknown", image.unknown},
-          {"rms", describe(image.sum)}};
+  return block != nullptr ? block->mapSystem() : kes::CoordinateSystem::wgs84Radians();
 }
 
-Json describe(sensor::KESStripModel const& strip, GroundPointIndex const& points, BandChoice& choice,
-              ResidualSum& total) {
-  Json bands = Json::array();
-  for (int const band : choice.of(strip)) {
-    ImageResiduals const image = residualsOf(strip, band, points);
-    if (!image.file.empty()) {
-      bands.push_back(describe(image));
-      total.add(image.sum);
+struct StripResiduals {
+  std::string name;
+  std::vector<ImageResiduals> images;
+};
+
+Json toJson(StripResiduals const& strip) {
+  return {{"name", strip.name}, {"bands", arrayOf(strip.images)}};
+}
+
+StripResiduals residualsOf(kes::Strip const& strip, GroundPointIndex const& points, kes::CoordinateSystem const& system,
+                           BandChoice& choice) {
+  StripResiduals residuals{strip.name(), {}};
+  for (kes::Band const& band : choice.of(strip)) {
+    if (ImageResiduals const image = residualsOf(strip, band, points, system); !image.file.empty()) {
+      residuals.images.push_back(image);
     }
   }
-  return {{"name", strip.name()}, {"bands", bands}};
+  return residuals;
 }
 
-std::vector<std::string> row(std::string const& band, Json const& point) {
-  auto const cell = [&](char const* what, char const* axis) { return fixed(point[what][axis].get<double>(), 3); };
+std::vector<std::string> row(std::string const& band, Residual const& point) {
+  auto const coordinate = [](double value) { return fixed(value, 3); };
+  auto const result = [&](double value) { return point.isProjected() ? coordinate(value) : ""; };
+  std::string const note = point.isProjected() ? "" : std::string(kes::toString(point.status));
   return {band,
-          point["id"].get<std::string>(),
-          cell("measured", "sample"),
-          cell("measured", "line"),
-          cell("residual", "sample"),
-          cell("residual", "line"),
-          point["active"].get<bool>() ? "" : "not used"};
+          point.id,
+          coordinate(point.measured.x),
+          coordinate(point.measured.y),
+          result(point.value().x),
+          result(point.value().y),
+          point.isActive ? note : "not used"};
 }
 
-std::vector<std::string> row(std::string const& name, std::string const& points, Json const& rms) {
-  return {name, points, fixed(rms["sample"].get<double>(), 3), fixed(rms["line"].get<double>(), 3)};
+std::vector<std::string> row(std::string const& name, ResidualSum const& sum) {
+  return {name, std::to_string(sum.points), fixed(sum.rms().x, 3), fixed(sum.rms().y, 3)};
 }
 
-void printText(Json const& strip) {
-  std::cout << "strip: " << strip["name"].get<std::string>() << '\n';
+void printText(StripResiduals const& strip) {
+  std::cout << "strip: " << strip.name << '\n';
   std::vector<std::vector<std::string>> rows{{"band", "point", "sample", "line", "residual sample", "line", ""}};
   std::vector<std::vector<std::string>> sums{{"band", "points", "RMS sample", "line"}};
-  for (Json const& band : strip["bands"]) {
-    std::string const id = band["id"].get<std::string>();
-    for (Json const& point : band["points"]) {
-      rows.push_back(row(id, point));
+  for (ImageResiduals const& image : strip.images) {
+    for (Residual const& residual : image.residuals) {
+      rows.push_back(row(image.bandId, residual));
     }
-    sums.push_back(row(id, std::to_string(band["rms"]["points"].get<int>()), band["rms"]));
-    for (Json const& unknown : band["unknown"]) {
-      std::cout << "warning: " << id << ": point \"" << unknown.get<std::string>()
-                << "\" isn't among the ground points\n";
+    sums.push_back(row(image.bandId, image.sum));
+    for (std::string const& id : image.unknown) {
+      std::cout << "warning: " << image.bandId << ": point \"" << id << "\" isn't among the ground points\n";
     }
   }
   std::cout << '\n';
@@ -154,27 +138,45 @@ void printText(Json const& strip) {
   printTable(sums);
 }
 
+// The first active measurement whose ground point has no position in its image.
+void requireProjection(std::vector<StripResiduals> const& strips) {
+  for (StripResiduals const& strip : strips) {
+    for (ImageResiduals const& image : strip.images) {
+      for (Residual const& residual : image.residuals) {
+        if (residual.isActive && !residual.isProjected()) {
+          throw std::runtime_error(strip.name + ": " + image.bandId + ": point \"" + residual.id +
+                                   "\" can't be projected: " + std::string(kes::toString(residual.status)));
+        }
+      }
+    }
+  }
+}
+
 int residuals(Options const& options) {
   options.camera.apply();
   GroundControl const control = groundControlOf(options);
   GroundPointIndex const points(control.points);
-  StripSet const set({options.file});
+  StripSet const set({options.file}, options.camera.opening(options.orientation));
   BandChoice choice(options.bands);
   ResidualSum total;
-  Json strips = Json::array();
-  set.forEach(options.orientation == "original", [&](sensor::KESStripModel& strip) {
-    if (control.system != nullptr) {
-      strip.setMappingSystem(control.system.get());
+  std::vector<StripResiduals> strips;
+  set.forEach([&](kes::Strip const& strip, kes::Block const* block) {
+    strips.push_back(residualsOf(strip, points, systemOf(control, block), choice));
+    for (ImageResiduals const& image : strips.back().images) {
+      total.add(image.sum);
     }
-    strips.push_back(describe(strip, points, choice, total));
   });
   choice.requireAll();
   if (options.json) {
-    print(resultsOf(strips, set, {{"rms", describe(total)}}));
+    print(resultsOf(arrayOf(strips), set, {{"rms", toJson(total)}}));
   } else {
-    printEach(strips, printText);
+    printEach(strips);
     std::cout << '\n';
-    printTable({{"all", "points", "RMS sample", "line"}, row("", std::to_string(total.points), describe(total))});
+    printTable({{"all", "points", "RMS sample", "line"}, row("", total)});
+  }
+  requireProjection(strips);
+  if (total.points == 0) {
+    throw std::runtime_error("no measurement of a ground point is in use");
   }
   return 0;
 }
@@ -187,15 +189,13 @@ void addPoints(CLI::App& app, Run& run) {
   points->require_subcommand(1);
   points->footer("Example: kes points residuals valley/valley.blf");
   CLI::App* const command = points->add_subcommand(
-      "residuals", "Projects ground points into images: measured less projected positions, in samples and lines");
+      "residuals", "Projects ground points into images: measured minus projected positions, in samples and lines");
   command->add_option("BLOCK|STRIP", options->file, "Block or strip file")->required();
   options->camera.addTo(*command);
   command->add_option("--band", options->bands, "Band id; repeatable, all bands that have measurements without it")
       ->type_name("ID")
       ->allow_extra_args(false);
-  command->add_option("--orientation", options->orientation, "Which orientation of the strips to use")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"adjusted", "original"}));
+  addOrientation(*command, options->orientation);
   command
       ->add_option("--points", options->points,
                    "File of ground points [the block's; control/controls.gpt in the strip's folder or above]")

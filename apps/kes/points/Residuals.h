@@ -3,7 +3,11 @@
 
 #pragma once
 
+#include "shared/Output.h"
+
 #include <geo/XYPoint.h>
+#include <kes/CoordinateSystem.h>
+#include <kes/Status.h>
 
 #include <string>
 #include <unordered_map>
@@ -13,10 +17,14 @@ namespace geo {
 struct GroundPoint;
 }
 
+namespace kes {
+class Band;
+class Strip;
+}  // namespace kes
+
 namespace sensor {
 class GroundPointList;
-class KESStripModel;
-}  // namespace sensor
+}
 
 namespace tool {
 
@@ -36,12 +44,14 @@ struct Residual {
   std::string id;
   bool isActive;
   geo::XYPoint measured;
-  geo::XYPoint projected;
+  geo::XYPoint projected;  ///< NaN when `status` has no result.
+  kes::Status status;
 
+  bool isProjected() const { return kes::hasResult(status); }
   geo::XYPoint value() const { return {measured.x - projected.x, measured.y - projected.y}; }
 };
 
-/// Root mean square of residuals, those of measurements that are active; 0 without any.
+/// Root mean square of the residuals of active measurements whose points are projected; 0 without any.
 struct ResidualSum {
   int points = 0;
   geo::XYPoint squares;
@@ -51,18 +61,21 @@ struct ResidualSum {
   geo::XYPoint rms() const;
 };
 
-/// What the measurements of an image come to.
+/// The measurements of an image.
 struct ImageResiduals {
   std::string bandId;
-  std::string file;  ///< Of the measurements.
+  std::string file;  ///< Of the measurements; empty when the band has none.
   std::vector<Residual> residuals;
   std::vector<std::string> unknown;  ///< Ids that no ground point has.
   ResidualSum sum;
 };
 
-/// Projects the ground points that are measured in the image of a band, from the strip's mapping system. The strip is loaded.
-/// Throws "STRIP: BAND: point \"ID\" can't be projected" when the coordinate system can't convert a point, or the
-/// sensor model gives no position.
-ImageResiduals residualsOf(sensor::KESStripModel const& strip, int band, GroundPointIndex const& points);
+/// Projects the ground points, which are in `system`, that are measured in the image of a band.
+ImageResiduals residualsOf(kes::Strip const& strip, kes::Band const& band, GroundPointIndex const& points,
+                           kes::CoordinateSystem const& system);
+
+Json toJson(Residual const& residual);
+Json toJson(ResidualSum const& sum);
+Json toJson(ImageResiduals const& image);
 
 }  // namespace tool

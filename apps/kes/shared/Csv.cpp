@@ -16,20 +16,30 @@ namespace {
 constexpr std::size_t longestRow = 1 << 20;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-// Adds the fields of one line to those of a record that may have begun on an earlier one. `quoted` tells whether the last
-// field is within quotes; gives the same for the end of the line.
+// Adds the fields of one line to those of a record that may have begun on an earlier one. `quoted`: the last field is
+// within quotes; returns the same for the end of the line.
 bool split(std::string const& line, bool quoted, std::vector<std::string>& fields) {
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    char const c = line[i];
-    if (c == '"' && quoted && i + 1 < line.size() && line[i + 1] == '"') {
-      fields.back() += line[++i];
-    } else if (c == '"' && (quoted || fields.back().empty())) {
-      quoted = !quoted;
-    } else if (c == ',' && !quoted) {
-      fields.emplace_back();
-    } else {
-      fields.back() += c;
+  std::size_t i = 0;
+  while (i < line.size()) {
+    std::size_t const begin = i;
+    while (i < line.size() && line[i] != '"' && (quoted || line[i] != ',')) {
+      ++i;
     }
+    fields.back().append(line, begin, i - begin);
+    if (i == line.size()) {
+      break;
+    }
+    bool const isDoubled = quoted && i + 1 < line.size() && line[i + 1] == '"';
+    if (line[i] == ',') {
+      fields.emplace_back();
+    } else if (isDoubled) {
+      fields.back() += line[++i];
+    } else if (quoted || fields.back().empty()) {
+      quoted = !quoted;
+    } else {
+      fields.back() += '"';
+    }
+    ++i;
   }
   return quoted;
 }
@@ -66,7 +76,7 @@ bool CsvReader::next() {
 }
 
 double CsvReader::number(std::size_t column) const {
-  auto const value = finiteNumber(mFields[column]);
+  auto const value = numberOrNan(mFields[column]);
   if (!value) {
     throw std::runtime_error(place() + ": \"" + mFields[column] + "\" in column \"" + mColumns[column] +
                              "\" is not a number");
@@ -86,7 +96,9 @@ bool CsvReader::readRecord(std::vector<std::string>& fields) {
     }
   } while (line.empty());
   mRowLine = mLine;
-  fields.assign(1, {});
+  fields.clear();
+  fields.reserve(mColumns.size());
+  fields.emplace_back();
   for (bool quoted = split(line, false, fields); quoted; quoted = split(line, true, fields)) {
     if (!readLine(line)) {
       throw std::runtime_error(place() + ": a quote is never closed");

@@ -7,6 +7,7 @@
 #include <istream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tool {
@@ -20,14 +21,17 @@ public:
   CsvReader(std::istream& in, std::string name);
 
   std::vector<std::string> const& columns() const { return mColumns; }
-  /// Index of a column; throws "NAME:1: no column \"...\"" when the table hasn't got it.
+  /// Index of a column; throws "NAME:1: no column \"...\"" when the table lacks it.
   std::size_t column(std::string_view name) const;
 
-  /// Goes to the next row; false behind the last. Throws "NAME:LINE: ..." on a row with another number of fields than the
+  /// Goes to the next row; false after the last. Throws "NAME:LINE: ..." on a row with another number of fields than the
   /// header, a quote that never closes, or a row of more than a mebibyte.
   bool next();
   std::vector<std::string> const& fields() const { return mFields; }
-  /// The field as a finite number; throws "NAME:LINE: \"TEXT\" in column \"COLUMN\" is not a number" when it is none.
+  /// The fields, which the reader no longer has.
+  std::vector<std::string> takeFields() { return std::move(mFields); }
+  /// The field as a number, NaN for a blank field, "nan" and "inf"; throws "NAME:LINE: \"TEXT\" in column \"COLUMN\" is not
+  /// a number" on other texts.
   double number(std::size_t column) const;
   std::string const& name() const { return mName; }
   /// The line on which the current row begins, counted from 1.

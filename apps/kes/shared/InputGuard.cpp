@@ -3,6 +3,7 @@
 
 #include "shared/InputGuard.h"
 
+#include <kes/Strip.h>
 #include <sensor/kessensor.h>
 
 #include <gdal_priv.h>
@@ -27,10 +28,6 @@ bool isSameFile(fs::path const& a, fs::path const& b) {
   }
   fs::path const place = fs::weakly_canonical(a, error);
   return !error && place == fs::weakly_canonical(b, error);
-}
-
-std::string imageFileOf(sensor::KESStripModel const& strip, sensor::KESImage const& image) {
-  return (fs::path(strip.modelData()->imageDataLocation()) / image.imageFileName()).string();
 }
 
 }  // namespace
@@ -66,19 +63,21 @@ void InputGuard::checkRaster(std::string const& name) const {
   }
 }
 
-void InputGuard::check(sensor::KESStripModel const& strip) const {
-  check(strip.modelData()->fileName());
-  check(strip.modelData()->originalEOPFileName());
-  check(strip.modelData()->adjustedEOPFileName());
-  for (int band = 0; band < strip.numBands(); ++band) {
-    sensor::KESImage const& image = *strip.img(band);
+void InputGuard::check(kes::Strip const& strip) const {
+  sensor::KESStripModelData const& data = *strip.model().modelData();
+  check(data.fileName());
+  check(data.originalEOPFileName());
+  check(data.adjustedEOPFileName());
+  for (int band = 0; band < strip.bandCount(); ++band) {
+    sensor::KESImage const& image = *strip.model().img(band);
     for (std::string const& file :
-         {imageFileOf(strip, image), image.ctgFileName(), image.cameraTime()->ctglFileName(),
-          image.integrationTime()->fileName(), image.tdiData()->fileName(), image.iptFileName()}) {
+         {(fs::path(data.imageDataLocation()) / image.imageFileName()).string(), image.ctgFileName(),
+          image.cameraTime()->ctglFileName(), image.integrationTime()->fileName(), image.tdiData()->fileName(),
+          image.iptFileName()}) {
       check(file);
     }
   }
-  checkFolder(strip.modelData()->camera().calibrationFolder());
+  checkFolder(data.camera().calibrationFolder());
 }
 
 void requireOtherThanStandardOutput(std::string const& input, std::string const& name) {

@@ -5,8 +5,8 @@
 
 #include <string>
 
-namespace sensor {
-class KESStripModel;
+namespace kes {
+class Strip;
 }
 
 namespace tool {
@@ -25,7 +25,7 @@ public:
   /// Against a raster and the files that it is made of, such as the sources of a VRT. Any name of GDAL.
   void checkRaster(std::string const& name) const;
   /// Against a strip file and all files that it names, and those of its calibration.
-  void check(sensor::KESStripModel const& strip) const;
+  void check(kes::Strip const& strip) const;
 
 private:
   std::string mOutput;

@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace tool {
 
@@ -27,6 +28,16 @@ std::string_view trimmed(std::string_view field) {
   return field.substr(first, field.find_last_not_of(blanks) - first + 1);
 }
 
+// What isn't a number in its whole length, or has no double near it, is nothing.
+std::optional<double> parsed(std::string_view field) {
+  if (field.starts_with('+')) {
+    field.remove_prefix(1);
+  }
+  double value = 0.0;
+  auto const [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
+  return error == std::errc() && end == field.data() + field.size() ? std::optional(value) : std::nullopt;
+}
+
 }  // namespace
 
 std::string text(double value) {
@@ -38,14 +49,14 @@ std::string text(float value) {
 }
 
 std::optional<double> finiteNumber(std::string_view field) {
+  auto const value = parsed(trimmed(field));
+  return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+std::optional<double> numberOrNan(std::string_view field) {
   field = trimmed(field);
-  if (field.starts_with('+')) {
-    field.remove_prefix(1);
-  }
-  double value = 0.0;
-  auto const [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
-  bool const whole = error == std::errc() && end == field.data() + field.size();
-  return whole && std::isfinite(value) ? std::optional(value) : std::nullopt;
+  auto const value = field.empty() ? std::numeric_limits<double>::quiet_NaN() : parsed(field);
+  return value && !std::isfinite(*value) ? std::numeric_limits<double>::quiet_NaN() : value;
 }
 
 }  // namespace tool

@@ -29,6 +29,14 @@ void print(Json const& value) {
   std::cout << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
+std::string joined(std::vector<std::string> const& texts, std::string const& separator) {
+  std::string all;
+  for (std::string const& text : texts) {
+    all += (all.empty() ? "" : separator) + text;
+  }
+  return all;
+}
+
 void Listing::add(std::string const& name, std::string const& value) {
   mLines.emplace_back(name, value);
 }

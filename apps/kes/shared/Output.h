@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tool {
@@ -14,15 +15,28 @@ namespace tool {
 using Json = nlohmann::ordered_json;
 
 /// Writes text to standard output. Throws std::runtime_error "can't write to standard output", also for what was written
-/// before and didn't get there.
+/// before and was lost.
 void write(std::string const& text);
 
 /// Throws as `write` when not all that was printed so far got to standard output.
 void flush();
 
+/// A JSON array of values that `toJson` describes.
+template <class Value>
+Json arrayOf(std::vector<Value> const& values) {
+  Json array = Json::array();
+  for (Value const& value : values) {
+    array.push_back(toJson(value));
+  }
+  return array;
+}
+
 /// Prints a value with an indent of two and a line end. Texts that aren't UTF-8 have their bad bytes replaced; numbers that
 /// aren't finite are null.
 void print(Json const& value);
+
+/// Texts with something between.
+std::string joined(std::vector<std::string> const& texts, std::string const& separator);
 
 /// Lines of a name and a value, the values below one another.
 class Listing {

@@ -5,9 +5,9 @@
 
 namespace tool {
 
-/// Gives the standard streams that the caller has closed a place, so that no file the process opens gets theirs and what is
-/// printed. Reading and writing them fails. To write into a pipe that nobody reads any more fails, too, and doesn't end the
-/// process.
+/// Reserves the numbers of standard streams that the caller has closed, so that no file which the process opens gets them, and
+/// with them what is printed. Reading and writing such a stream fails, and so does writing into a pipe that nobody reads any
+/// more, in place of ending the process.
 void openStandardStreams();
 
 /// From here on SIGINT, SIGTERM and SIGHUP, unless the caller ignores them, remove the temporary files and end the process with
@@ -15,7 +15,7 @@ void openStandardStreams();
 /// thread starts.
 void endOnSignals();
 
-/// Returns unless a signal is ending the process: a failure that comes of it is none to report.
+/// Returns unless a signal is ending the process: failures that follow from that aren't reported.
 void waitWhenEnding();
 
 }  // namespace tool

@@ -3,28 +3,26 @@
 
 #include "shared/StripSet.h"
 
-#include <sensor/kessensor.h>
+#include <sensor/BlockModelData.h>
 
 #include <QFile>
 #include <QFileInfo>
 #include <QXmlStreamReader>
 
-#include <iostream>
 #include <stdexcept>
 
 namespace tool {
 
 namespace {
 
-void forEachOfBlock(std::string const& file, bool useOriginalEop, StripSet::Work const& work) {
-  sensor::BlockModelData const block(file, false, useOriginalEop, false);
+// The names are those of the file, so that a strip which isn't complete is named in place of left out.
+void forEachOfBlock(std::string const& file, kes::StripOptions const& options, StripSet::Work const& work) {
+  kes::Block const block(file, options);
   std::vector<std::string> names;
-  block.stripNames(names);
+  block.model().stripNames(names);
   for (std::string const& name : names) {
-    sensor::KESStripModel& strip = stripOf(block, name);
-    strip.loadData(useOriginalEop, false);
-    work(strip);
-    strip.unloadData();
+    kes::Strip strip = block.strip(name);
+    work(strip, &block);
   }
 }
 
@@ -51,25 +49,39 @@ bool isBlockFile(std::string const& file) {
   return reader.readNextStartElement() && reader.name() == QLatin1String(sensor::BlockModelData::FILE_ID);
 }
 
-sensor::KESStripModel& stripOf(sensor::BlockModelData const& block, std::string const& name) {
-  sensor::KESStripModel* const strip = block.strip(name);
-  if (strip == nullptr) {
-    throw std::runtime_error("strip \"" + name + "\" isn't complete");
-  }
-  return *strip;
-}
-
 bool StripSet::isOneStrip() const {
   return mFiles.size() == 1 && !isBlockFile(mFiles.front());
 }
 
-void StripSet::forEach(bool useOriginalEop, Work const& work) const {
+void StripSet::forEach(Work const& work) const {
   for (std::string const& file : mFiles) {
     if (isBlockFile(file)) {
-      forEachOfBlock(file, useOriginalEop, work);
+      forEachOfBlock(file, mOptions, work);
     } else {
-      sensor::KESStripModel strip(file, true, useOriginalEop, false);
-      work(strip);
+      kes::Strip strip(file, mOptions);
+      work(strip, nullptr);
+    }
+  }
+}
+
+std::vector<kes::Band> BandChoice::of(kes::Strip const& strip) {
+  std::vector<std::string> const ofStrip = strip.bandIds();
+  ++mStrips;
+  mKnown.insert(ofStrip.begin(), ofStrip.end());
+  std::vector<kes::Band> bands;
+  for (std::string const& id : mIds.empty() ? ofStrip : mIds) {
+    if (strip.hasBand(id)) {
+      bands.push_back(strip.band(id));
+    }
+  }
+  return bands;
+}
+
+void BandChoice::requireAll() const {
+  for (std::string const& id : mIds) {
+    if (mKnown.count(id) == 0) {
+      std::string const has = mStrips == 1 ? "\" in the strip, which has " : "\" in the strips, which have ";
+      throw std::runtime_error("no band \"" + id + has + joined({mKnown.begin(), mKnown.end()}, ", "));
     }
   }
 }
@@ -81,15 +93,6 @@ Json resultsOf(Json const& strips, StripSet const& set, Json head) {
     head["strips"] = strips;
   }
   return head;
-}
-
-void printEach(Json const& strips, std::function<void(Json const&)> const& print) {
-  bool isFirst = true;
-  for (Json const& strip : strips) {
-    std::cout << (isFirst ? "" : "\n");
-    isFirst = false;
-    print(strip);
-  }
 }
 
 }  // namespace tool

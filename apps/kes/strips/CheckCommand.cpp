@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "shared/Strip.h"
+#include "shared/Options.h"
 #include "strips/StripCheck.h"
 
 #include <iostream>
@@ -21,8 +21,9 @@ constexpr int valid = 0;
 constexpr int notValid = 1;
 
 int check(Options const& options) {
-  options.strip.camera.apply();
-  sensor::KESStripModel strip(options.strip.file, false, false, false);
+  kes::StripOptions opening = options.strip.camera.opening();
+  opening.load = false;
+  kes::Strip strip(options.strip.file, opening);
   if (!checkStrip(strip, options.images)) {
     return notValid;
   }
@@ -35,7 +36,7 @@ int check(Options const& options) {
 void addCheck(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
   CLI::App* command =
-      app.add_subcommand("check", "Tells whether all that a strip names is there, and what is suspicious");
+      app.add_subcommand("check", "Checks that all that a strip names is there, and warns of what is suspicious");
   options->strip.addTo(*command);
   command->add_flag("--images", options->images, "Look for the files of each image, too");
   command->footer("Example: kes check flight/strip.stp --calibrations flight/calibration\n"

@@ -2,10 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
+#include "cameras/CameraDescription.h"
 #include "orientations/EopDescription.h"
 #include "shared/Numbers.h"
+#include "shared/Options.h"
 #include "shared/Output.h"
-#include "shared/Strip.h"
+
+#include <sensor/kessensor.h>
 
 #include <iostream>
 #include <memory>
@@ -19,119 +22,129 @@ struct Options {
   bool json = false;
 };
 
-Json describeCamera(sensor::Camera const& camera) {
-  return {{"type", camera.type()},
-          {"sensorId", camera.sensorId()},
-          {"version", camera.version()},
-          {"versionInfo", camera.versionInfo()},
-          {"folder", camera.calibrationFolder()}};
+struct Range {
+  float minimum;
+  float maximum;
+};
+
+struct BandInfo {
+  kes::Band band;
+  Range integrationTime;  ///< Seconds; negative when it isn't known.
+  Range tdi;
+};
+
+struct StripInfo {
+  kes::Strip const& strip;
+  EopDescription orientation;
+  std::vector<BandInfo> bands;
+};
+
+BandInfo describe(kes::Strip const& strip, kes::Band const& band) {
+  sensor::KESImage const& image = *strip.model().img(band.index());
+  return {band,
+          {image.integrationTime()->minimum(), image.integrationTime()->maximum()},
+          {image.tdiData()->minimum(), image.tdiData()->maximum()}};
 }
 
-Json describeOrientation(sensor::KESStripModel const& strip) {
-  Json eop{{"file", strip.eopFileName()}, {"adjusted", strip.isUseAdjustedEOP()}};
-  eop.update(describe(*strip.eop()));
-  return eop;
-}
-
-Json describeBand(sensor::KESStripModel const& strip, int band) {
-  sensor::KESImage& image = *strip.img(band);
-  float const lastLine = static_cast<float>(image.numScanlines()) - 1.0F;
-  sensor::IntegrationTime const& integration = *image.integrationTime();
-  sensor::TdiStage const& tdi = *image.tdiData();
-  return {{"id", image.bandID()},
-          {"image", image.imageFileName()},
-          {"samples", image.numSamples()},
-          {"lines", image.numScanlines()},
-          {"gsd", strip.gsd(band)},
-          {"scale", strip.scale(band)},
-          {"lookAngle", static_cast<double>(strip.lookAngle(band)) * degrees},
-          {"start", image.gpsTime(0.0F).value()},
-          {"end", image.gpsTime(lastLine).value()},
-          {"integrationTime", {{"minimum", integration.minimum()}, {"maximum", integration.maximum()}}},
-          {"tdi", {{"minimum", tdi.minimum()}, {"maximum", tdi.maximum()}}}};
-}
-
-Json describeStrip(sensor::KESStripModel const& strip) {
-  Json bands = Json::array();
-  for (int band = 0; band < strip.numBands(); ++band) {
-    bands.push_back(describeBand(strip, band));
+StripInfo describe(kes::Strip const& strip) {
+  StripInfo info{strip, tool::describe(*strip.model().eop()), {}};
+  for (int band = 0; band < strip.bandCount(); ++band) {
+    info.bands.push_back(describe(strip, strip.band(band)));
   }
+  return info;
+}
+
+Json toJson(Range const& range) {
+  return {{"minimum", range.minimum}, {"maximum", range.maximum}};
+}
+
+Json toJson(BandInfo const& info) {
+  kes::Band const& band = info.band;
+  return {{"id", band.id()},
+          {"image", band.imageFile()},
+          {"samples", band.samples()},
+          {"lines", band.lines()},
+          {"gsd", band.gsd()},
+          {"scale", band.scale()},
+          {"lookAngle", band.lookAngle() * degrees},
+          {"start", band.startTime()},
+          {"end", band.endTime()},
+          {"integrationTime", toJson(info.integrationTime)},
+          {"tdi", toJson(info.tdi)}};
+}
+
+Json toJson(StripInfo const& info) {
+  kes::Strip const& strip = info.strip;
+  Json eop{{"file", strip.trajectory().fileName()}, {"adjusted", strip.usesAdjustedOrientation()}};
+  eop.update(toJson(info.orientation));
   return {{"name", strip.name()},
-          {"camera", describeCamera(strip.modelData()->camera())},
-          {"eop", describeOrientation(strip)},
+          {"camera", identityOf(strip.camera())},
+          {"eop", eop},
           {"meanTerrainHeight", strip.meanTerrainHeight()},
           {"meanFlyingHeight", strip.meanFlyingHeight()},
-          {"flightAzimuth", static_cast<double>(strip.flightAzimuth()) * degrees},
-          {"bands", bands}};
-}
-
-double number(Json const& value) {
-  return value.is_null() ? 0.0 : value.get<double>();
+          {"flightAzimuth", strip.flightAzimuth() * degrees},
+          {"bands", arrayOf(info.bands)}};
 }
 
 // The values of a range, or the one value that both ends have; a dash for what isn't known.
-std::string range(Json const& value, double factor, int decimals) {
-  double const low = number(value["minimum"]) * factor;
-  double const high = number(value["maximum"]) * factor;
+std::string textOf(Range const& range, double factor, int decimals) {
+  double const low = static_cast<double>(range.minimum) * factor;
+  double const high = static_cast<double>(range.maximum) * factor;
   if (high < 0.0) {
     return "-";
   }
   return low == high ? fixed(low, decimals) : fixed(low, decimals) + ".." + fixed(high, decimals);
 }
 
-void printOrientation(Json const& eop) {
+void printHead(kes::Strip const& strip) {
+  kes::Camera const camera = strip.camera();
   Listing listing;
-  listing.add("orientation", eop["file"].get<std::string>() + (eop["adjusted"].get<bool>() ? " (adjusted)" : ""));
-  listing.add("  version", std::to_string(eop["version"].get<int>()));
-  listing.add("  records",
-              std::to_string(eop["records"].get<int>()) + ", " + fixed(number(eop["frequency"]), 3) + " Hz");
-  listing.add("  span", fixed(number(eop["start"]), 6) + " s to " + fixed(number(eop["end"]), 6) + " s");
-  Json const& anchor = eop["anchor"];
-  listing.add("  anchor", fixed(number(anchor["longitude"]), 9) + " deg, " + fixed(number(anchor["latitude"]), 9) +
-                              " deg, " + fixed(number(anchor["height"]), 3) + " m");
+  listing.add("strip", strip.name());
+  listing.add("camera", nameOf(camera) + ", version " + std::to_string(camera.version()));
+  listing.add("  note", noteOf(camera.versionInfo()));
+  listing.add("  folder", camera.folder());
+  listing.add("mean terrain height", fixed(strip.meanTerrainHeight(), 2) + " m above the anchor");
+  listing.add("mean flying height", fixed(strip.meanFlyingHeight(), 2) + " m above the anchor");
+  listing.add("flight azimuth", fixed(strip.flightAzimuth() * degrees, 3) + " deg");
   listing.print();
 }
 
-void printBands(Json const& bands) {
+void printOrientation(kes::Strip const& strip, EopDescription const& eop) {
+  Listing listing;
+  listing.add("orientation", strip.trajectory().fileName() + (strip.usesAdjustedOrientation() ? " (adjusted)" : ""));
+  listing.add("  version", std::to_string(eop.version));
+  listing.add("  records", std::to_string(eop.records) + ", " + fixed(eop.frequency, 3) + " Hz");
+  listing.add("  span", fixed(eop.span.start, 6) + " s to " + fixed(eop.span.end, 6) + " s");
+  listing.add("  anchor", fixed(eop.anchor.longitude * degrees, 9) + " deg, " +
+                              fixed(eop.anchor.latitude * degrees, 9) + " deg, " + fixed(eop.anchor.height, 3) + " m");
+  listing.print();
+}
+
+void printBands(std::vector<BandInfo> const& bands) {
   std::vector<std::vector<std::string>> rows{{"band", "samples", "lines", "GSD m", "scale", "look deg", "first s",
                                               "last s", "integration ms", "TDI", "image"}};
-  for (Json const& band : bands) {
-    rows.push_back(
-        {band["id"].get<std::string>(), std::to_string(band["samples"].get<int>()),
-         std::to_string(band["lines"].get<int>()), fixed(number(band["gsd"]), 4), fixed(number(band["scale"]), 5),
-         fixed(number(band["lookAngle"]), 3), fixed(number(band["start"]), 6), fixed(number(band["end"]), 6),
-         range(band["integrationTime"], 1e3, 3), range(band["tdi"], 1.0, 0), band["image"].get<std::string>()});
+  for (BandInfo const& info : bands) {
+    kes::Band const& band = info.band;
+    rows.push_back({band.id(), std::to_string(band.samples()), std::to_string(band.lines()), fixed(band.gsd(), 4),
+                    fixed(band.scale(), 5), fixed(band.lookAngle() * degrees, 3), fixed(band.startTime(), 6),
+                    fixed(band.endTime(), 6), textOf(info.integrationTime, 1e3, 3), textOf(info.tdi, 1.0, 0),
+                    band.imageFile()});
   }
   printTable(rows);
 }
 
-std::string firstLine(std::string const& text) {
-  return text.substr(0, text.find('\n'));
-}
-
-void printText(Json const& strip) {
-  Json const& camera = strip["camera"];
-  Listing listing;
-  listing.add("strip", strip["name"].get<std::string>());
-  listing.add("camera", camera["type"].get<std::string>() + " " + camera["sensorId"].get<std::string>() + ", version " +
-                            std::to_string(camera["version"].get<unsigned>()));
-  listing.add("  note", firstLine(camera["versionInfo"].get<std::string>()));
-  listing.add("  folder", camera["folder"].get<std::string>());
-  listing.add("mean terrain height", fixed(number(strip["meanTerrainHeight"]), 2) + " m");
-  listing.add("mean flying height", fixed(number(strip["meanFlyingHeight"]), 2) + " m");
-  listing.add("flight azimuth", fixed(number(strip["flightAzimuth"]), 3) + " deg");
-  listing.print();
-  printOrientation(strip["eop"]);
+void printText(StripInfo const& info) {
+  printHead(info.strip);
+  printOrientation(info.strip, info.orientation);
   std::cout << '\n';
-  printBands(strip["bands"]);
+  printBands(info.bands);
 }
 
 int info(Options const& options) {
-  options.strip.camera.apply();
-  sensor::KESStripModel const strip(options.strip.file, true, false, false);
-  Json const description = describeStrip(strip);
+  kes::Strip const strip(options.strip.file, options.strip.camera.opening());
+  StripInfo const description = describe(strip);
   if (options.json) {
-    print(description);
+    print(toJson(description));
   } else {
     printText(description);
   }

@@ -2,13 +2,12 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "shared/MapOptions.h"
-#include "shared/Output.h"
+#include "shared/Numbers.h"
 #include "shared/StripSet.h"
 
-#include <geo/units.h>
-#include <sensor/kessensor.h>
+#include <sensor/KESStripModel.h>
 
+#include <array>
 #include <iostream>
 #include <locale>
 #include <memory>
@@ -18,53 +17,109 @@ namespace tool {
 
 namespace {
 
-constexpr double degrees = 57.29577951308232;
-
 struct Options {
   StripsOptions strips;
   MapOptions map;
   bool json = false;
 };
 
-// The direction of view at a sample; it is the same for all lines.
-Json directionAt(sensor::KESStripModel const& strip, int band, double sample) {
+/// The direction of view at a sample, degrees; it is the same for all lines.
+struct Direction {
+  double sample;
+  double azimuth;
+  double zenith;
+};
+
+struct BandMeasures {
+  std::string id;
+  double lookAngle;  ///< Degrees.
+  double gsd;        ///< Metres.
+  float mapGsd;      ///< In the unit of the map.
+  Direction first;
+  Direction centre;
+  Direction last;
+
+  std::array<Direction, 3> directions() const { return {first, centre, last}; }
+};
+
+struct BaseHeightRatio {
+  std::string a;
+  std::string b;
+  double ratio;
+};
+
+struct StripMeasures {
+  std::string name;
+  double flightAzimuth;  ///< Degrees.
+  std::string map;
+  std::string unit;
+  std::vector<BandMeasures> bands;
+  std::vector<BaseHeightRatio> ratios;  ///< Of each pair of bands once.
+};
+
+Direction directionAt(sensor::KESStripModel const& strip, int band, double sample) {
   geo::XYPoint const image(sample, 0.0);
-  return {{"sample", sample},
-          {"azimuth", static_cast<double>(strip.azimuth(image, band)) * degrees},
-          {"zenith", static_cast<double>(strip.zenith(image, band)) * degrees}};
+  return {sample, static_cast<double>(strip.azimuth(image, band)) * degrees,
+          static_cast<double>(strip.zenith(image, band)) * degrees};
 }
 
-Json measuresOf(sensor::KESStripModel& strip, int band) {
-  double const last = strip.imageWidth(band) - 1.0;
-  return {{"id", strip.bandID(band)},
-          {"lookAngle", static_cast<double>(strip.lookAngle(band)) * degrees},
-          {"gsd", strip.gsd(band)},
-          {"mappingGsd", strip.mappingSystemGsd(band)},
-          {"first", directionAt(strip, band, 0.0)},
-          {"centre", directionAt(strip, band, 0.5 * last)},
-          {"last", directionAt(strip, band, last)}};
+// In single precision, as `KESStripModel::mappingSystemGsd` computes it.
+float gsdOn(kes::Unit const& unit, kes::Band const& band) {
+  return static_cast<float>(band.gsd()) / static_cast<float>(unit.metres);
 }
 
-Json ratiosOf(sensor::KESStripModel const& strip) {
-  Json ratios = Json::array();
-  for (int a = 0; a < strip.numBands(); ++a) {
-    for (int b = a + 1; b < strip.numBands(); ++b) {
-      ratios.push_back({{"a", strip.bandID(a)}, {"b", strip.bandID(b)}, {"ratio", strip.baseHeightRatio(strip, a, b)}});
+BandMeasures measuresOf(kes::Strip const& strip, kes::Band const& band, kes::Unit const& unit) {
+  double const last = band.samples() - 1.0;
+  auto const direction = [&](double sample) { return directionAt(strip.model(), band.index(), sample); };
+  return {band.id(),      band.lookAngle() * degrees, band.gsd(),     gsdOn(unit, band),
+          direction(0.0), direction(0.5 * last),      direction(last)};
+}
+
+std::vector<BaseHeightRatio> ratiosOf(kes::Strip const& strip) {
+  std::vector<BaseHeightRatio> ratios;
+  std::vector<std::string> const ids = strip.bandIds();
+  for (int a = 0; a < strip.bandCount(); ++a) {
+    for (int b = a + 1; b < strip.bandCount(); ++b) {
+      ratios.push_back({ids[static_cast<std::size_t>(a)], ids[static_cast<std::size_t>(b)],
+                        strip.model().baseHeightRatio(strip.model(), a, b)});
     }
   }
   return ratios;
 }
 
-Json describe(sensor::KESStripModel& strip, std::string const& map) {
-  Json bands = Json::array();
-  for (int band = 0; band < strip.numBands(); ++band) {
-    bands.push_back(measuresOf(strip, band));
+StripMeasures measuresOf(kes::Strip const& strip, std::string const& map, kes::CoordinateSystem const& system) {
+  kes::Unit const unit = system.horizontalUnit();
+  StripMeasures measures{strip.name(), strip.flightAzimuth() * degrees, map, unit.name, {}, ratiosOf(strip)};
+  for (int band = 0; band < strip.bandCount(); ++band) {
+    measures.bands.push_back(measuresOf(strip, strip.band(band), unit));
   }
-  return {{"name", strip.name()},
-          {"flightAzimuth", static_cast<double>(strip.flightAzimuth()) * degrees},
-          {"mapping", {{"crs", map}, {"unit", strip.mappingSystem()->horizontalUnits().name()}}},
-          {"bands", bands},
-          {"baseHeightRatios", ratiosOf(strip)}};
+  return measures;
+}
+
+Json toJson(Direction const& direction) {
+  return {{"sample", direction.sample}, {"azimuth", direction.azimuth}, {"zenith", direction.zenith}};
+}
+
+Json toJson(BandMeasures const& band) {
+  return {{"id", band.id},
+          {"lookAngle", band.lookAngle},
+          {"gsd", band.gsd},
+          {"mappingGsd", band.mapGsd},
+          {"first", toJson(band.first)},
+          {"centre", toJson(band.centre)},
+          {"last", toJson(band.last)}};
+}
+
+Json toJson(BaseHeightRatio const& ratio) {
+  return {{"a", ratio.a}, {"b", ratio.b}, {"ratio", ratio.ratio}};
+}
+
+Json toJson(StripMeasures const& strip) {
+  return {{"name", strip.name},
+          {"flightAzimuth", strip.flightAzimuth},
+          {"mapping", {{"crs", strip.map}, {"unit", strip.unit}}},
+          {"bands", arrayOf(strip.bands)},
+          {"baseHeightRatios", arrayOf(strip.ratios)}};
 }
 
 // Five digits, in whatever unit; a degree has a hundred thousand times as many metres.
@@ -76,16 +131,15 @@ std::string digits(double value) {
   return text.str();
 }
 
-void printBands(Json const& measures) {
-  std::string const unit = measures["mapping"]["unit"].get<std::string>();
-  std::vector<std::vector<std::string>> rows{{"band", "look deg", "GSD m", "GSD " + unit, "azimuth first", "centre",
-                                              "last", "zenith first", "centre", "last"}};
-  for (Json const& band : measures["bands"]) {
-    std::vector<std::string> row{band["id"].get<std::string>(), fixed(band["lookAngle"].get<double>(), 3),
-                                 fixed(band["gsd"].get<double>(), 4), digits(band["mappingGsd"].get<double>())};
-    for (char const* angle : {"azimuth", "zenith"}) {
-      for (char const* place : {"first", "centre", "last"}) {
-        row.push_back(fixed(band[place][angle].get<double>(), 3));
+void printBands(StripMeasures const& strip) {
+  std::vector<std::vector<std::string>> rows{{"band", "look deg", "GSD m", "GSD " + strip.unit, "azimuth first",
+                                              "centre", "last", "zenith first", "centre", "last"}};
+  for (BandMeasures const& band : strip.bands) {
+    std::vector<std::string> row{band.id, fixed(band.lookAngle, 3), fixed(band.gsd, 4),
+                                 digits(static_cast<double>(band.mapGsd))};
+    for (double Direction::*const angle : {&Direction::azimuth, &Direction::zenith}) {
+      for (Direction const& direction : band.directions()) {
+        row.push_back(fixed(direction.*angle, 3));
       }
     }
     rows.push_back(row);
@@ -94,17 +148,17 @@ void printBands(Json const& measures) {
 }
 
 // A triangle: each pair once.
-void printRatios(Json const& measures) {
+void printRatios(StripMeasures const& strip) {
   std::vector<std::vector<std::string>> rows{{"base/height"}};
-  for (Json const& band : measures["bands"]) {
-    rows.front().push_back(band["id"].get<std::string>());
-    rows.push_back({band["id"].get<std::string>()});
-    rows.back().resize(measures["bands"].size() + 1);
+  for (BandMeasures const& band : strip.bands) {
+    rows.front().push_back(band.id);
+    rows.push_back({band.id});
+    rows.back().resize(strip.bands.size() + 1);
   }
   std::size_t a = 1;
   std::size_t b = 2;
-  for (Json const& pair : measures["baseHeightRatios"]) {
-    rows[a][b] = fixed(pair["ratio"].get<double>(), 4);
+  for (BaseHeightRatio const& pair : strip.ratios) {
+    rows[a][b] = fixed(pair.ratio, 4);
     if (++b == rows.size()) {
       b = ++a + 1;
     }
@@ -112,40 +166,31 @@ void printRatios(Json const& measures) {
   printTable(rows);
 }
 
-void printText(Json const& measures) {
+void printText(StripMeasures const& strip) {
   Listing listing;
-  listing.add("strip", measures["name"].get<std::string>());
-  listing.add("flight azimuth", fixed(measures["flightAzimuth"].get<double>(), 3) + " deg");
-  listing.add("map", measures["mapping"]["crs"].get<std::string>());
+  listing.add("strip", strip.name);
+  listing.add("flight azimuth", fixed(strip.flightAzimuth, 3) + " deg");
+  listing.add("map", strip.map);
   listing.print();
   std::cout << '\n';
-  printBands(measures);
+  printBands(strip);
   std::cout << '\n';
-  printRatios(measures);
-}
-
-// The map of a strip of a block is the block's, unless another is told.
-std::string setMap(sensor::KESStripModel& strip, MapOptions const& options, geo::coordSys& system) {
-  if (options.crs.empty() && strip.parentBlock() != nullptr) {
-    return strip.mappingSystem()->definition();
-  }
-  strip.setMappingSystem(&system);
-  return options.name();
+  printRatios(strip);
 }
 
 int measures(Options const& options) {
-  options.strips.camera.apply();
-  StripSet const set(options.strips.files);
-  auto const system = options.map.make();
-  Json strips = Json::array();
-  set.forEach(false, [&](sensor::KESStripModel& strip) {
-    std::string const map = setMap(strip, options.map, *system);
-    strips.push_back(describe(strip, map));
+  StripSet const set(options.strips.files, options.strips.camera.opening());
+  kes::CoordinateSystem const given = options.map.system();
+  std::vector<StripMeasures> strips;
+  set.forEach([&](kes::Strip const& strip, kes::Block const* block) {
+    bool const isOnBlocksMap = options.map.crs.empty() && block != nullptr;
+    kes::CoordinateSystem const& map = isOnBlocksMap ? block->mapSystem() : given;
+    strips.push_back(measuresOf(strip, isOnBlocksMap ? map.definition() : options.map.name(), map));
   });
   if (options.json) {
-    print(resultsOf(strips, set));
+    print(resultsOf(arrayOf(strips), set));
   } else {
-    printEach(strips, printText);
+    printEach(strips);
   }
   return 0;
 }
@@ -155,7 +200,7 @@ int measures(Options const& options) {
 void addMeasures(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
   CLI::App* command =
-      app.add_subcommand("measures", "Tells directions of view, base-to-height ratios and ground sampling distances");
+      app.add_subcommand("measures", "Prints directions of view, base-to-height ratios and ground sampling distances");
   options->strips.addTo(*command);
   options->map.addTo(*command);
   command->add_flag("--json", options->json, "As JSON; angles in degrees, lengths in metres and in the map's unit");

@@ -4,8 +4,8 @@
 #include "strips/StripCheck.h"
 
 #include "shared/Numbers.h"
-#include "shared/Strip.h"
 
+#include <kes/Strip.h>
 #include <sensor/kessensor.h>
 
 #include <algorithm>
@@ -23,39 +23,39 @@ void warn(std::string const& place, std::string const& text) {
   std::cout << "warning: " << place << text << '\n';
 }
 
-void checkOrientation(sensor::EOPData const& eop, std::string const& place) {
+void checkOrientation(kes::Trajectory const& trajectory, std::string const& place) {
   int outOfOrder = 0;
   int gaps = 0;
   double longest = 0.0;
   double longestAt = 0.0;
-  sensor::EOP before;
-  sensor::EOP record;
-  eop.atIndex(0, before);
-  for (int i = 1; i < eop.numSets(); ++i, before = record) {
-    eop.atIndex(i, record);
-    double const interval = record.gpsTime - before.gpsTime;
+  double before = trajectory[0].time;
+  for (std::size_t i = 1; i < trajectory.size(); ++i) {
+    double const time = trajectory[i].time;
+    double const interval = time - before;
     outOfOrder += !(interval > 0.0);
-    if (interval * eop.frequency() > longestPeriod) {
+    if (interval * trajectory.frequency() > longestPeriod) {
       ++gaps;
-      longestAt = interval > longest ? before.gpsTime : longestAt;
+      longestAt = interval > longest ? before : longestAt;
       longest = std::max(longest, interval);
     }
+    before = time;
   }
   if (outOfOrder > 0) {
     warn(place, std::to_string(outOfOrder) + " orientation records aren't later than the one before them");
   }
   if (gaps > 0) {
-    warn(place, std::to_string(gaps) + " gaps in the orientation, the longest of " + text(longest) + " s behind " +
+    warn(place, std::to_string(gaps) + " gaps in the orientation, the longest of " + text(longest) + " s after " +
                     text(longestAt) + " s");
   }
 }
 
-void checkBand(sensor::KESStripModel const& strip, int band, std::string const& place) {
-  sensor::KESImage const& image = *strip.img(band);
-  TimeSpan const span = spanOf(*strip.eop());
+void checkBand(kes::Strip const& strip, int band, std::string const& place) {
+  sensor::KESImage const& image = *strip.model().img(band);
+  kes::Trajectory const trajectory = strip.trajectory();
+  double const start = trajectory.startTime();
+  double const end = trajectory.endTime();
   auto const& times = image.cameraTime()->values();
-  auto const outside =
-      std::count_if(times.begin(), times.end(), [&](double t) { return !(t >= span.start && t <= span.end); });
+  auto const outside = std::count_if(times.begin(), times.end(), [&](double t) { return !(t >= start && t <= end); });
   if (outside > 0) {
     warn(place, image.bandID() + ": " + std::to_string(outside) + " of " + std::to_string(times.size()) +
                     " lines lie outside the span of the orientation");
@@ -70,15 +70,15 @@ void checkBand(sensor::KESStripModel const& strip, int band, std::string const& 
 
 }  // namespace
 
-bool checkStrip(sensor::KESStripModel& strip, bool images, std::string const& place) {
+bool checkStrip(kes::Strip& strip, bool images, std::string const& place) {
   std::string message;
-  if (!strip.modelData()->isDataValid(message, images)) {
+  if (!strip.model().modelData()->isDataValid(message, images)) {
     std::cout << place << message << (message.ends_with('\n') ? "" : "\n");
     return false;
   }
-  strip.loadData(false, false);
-  checkOrientation(*strip.eop(), place);
-  for (int band = 0; band < strip.numBands(); ++band) {
+  strip.load();
+  checkOrientation(strip.trajectory(), place);
+  for (int band = 0; band < strip.bandCount(); ++band) {
     checkBand(strip, band, place);
   }
   return true;

@@ -5,14 +5,14 @@
 
 #include <string>
 
-namespace sensor {
-class KESStripModel;
+namespace kes {
+class Strip;
 }
 
 namespace tool {
 
-/// Prints the first thing that a strip names and hasn't got or, after loading it, a warning for each that is legal but
-/// suspicious. `place` stands before each line. Gives whether the strip is valid. Throws what `loadData` throws.
-bool checkStrip(sensor::KESStripModel& strip, bool images, std::string const& place = {});
+/// Prints the first thing that a strip names and lacks or, after loading it, a warning for each that is legal but suspicious.
+/// `place` stands before each line. Returns whether the strip is valid. Throws what `kes::Strip::load` throws.
+bool checkStrip(kes::Strip& strip, bool images, std::string const& place = {});
 
 }  // namespace tool
