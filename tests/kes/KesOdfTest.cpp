@@ -198,9 +198,15 @@ TEST_F(KesOdf, AnchorIsInDegreesAndMetres) {
   EXPECT_NEAR(anchor.z, 408.5, 1e-12);
 }
 
-TEST_F(KesOdf, AnchorThatWouldCountAsNoneIsWrongUsage) {
-  for (auto const& anchor :
-       std::vector<std::vector<std::string>>{{"0", "48", "1"}, {"15", "0", "1"}, {"15", "90.5", "1"}, {"15", "48"}}) {
+TEST_F(KesOdf, AnchorThatIsntAPositionIsWrongUsage) {
+  for (auto const& anchor : std::vector<std::vector<std::string>>{{"0", "48", "1"},
+                                                                  {"15", "0", "1"},
+                                                                  {"15", "90.5", "1"},
+                                                                  {"15", "48"},
+                                                                  {"400", "48", "1"},
+                                                                  {"-180.5", "48", "1"},
+                                                                  {"nan", "48", "1"},
+                                                                  {"15", "48", "inf"}}) {
     std::vector<std::string> arguments{odf("PANF27A"), "--anchor"};
     arguments.insert(arguments.end(), anchor.begin(), anchor.end());
     EXPECT_EQ(merge(arguments).code, 2);

@@ -53,10 +53,17 @@ void requirePoints(std::string const& file) {
   }
 }
 
+// A file may be copied to another machine, where it must not open what its author names: the same rules as for reading it.
+geo::coordSys* readableSystem(std::string const& definition) {
+  return geo::coordSysFactory::getInstance()->createCoordSys(definition, util::Origin::file);
+}
+
 }  // namespace
 
 bool isBlockName(std::string const& file) {
-  return infoOf(file).suffix() == QString::fromStdString(sensor::BlockModelData::defaultExtension());
+  QFileInfo const info = infoOf(file);
+  return !info.completeBaseName().isEmpty() &&
+         info.suffix() == QString::fromStdString(sensor::BlockModelData::defaultExtension());
 }
 
 void createBlock(std::string const& file, BlockPlan const& plan) {
@@ -66,7 +73,7 @@ void createBlock(std::string const& file, BlockPlan const& plan) {
   block.setDataPath(info.absolutePath().toStdString());
   block.setDisplayName(plan.name.empty() ? info.completeBaseName().toStdString() : plan.name);
   block.setDescription(plan.description);
-  block.setCoordSys(geo::coordSysFactory::getInstance()->createCoordSys(plan.crs));
+  block.setCoordSys(readableSystem(plan.crs));
   for (std::string const& strip : plan.strips) {
     attach(block, strip, output);
   }

@@ -24,6 +24,8 @@ namespace tool {
 
 namespace {
 
+// Degrees.
+constexpr double largestLongitude = 180.0;
 constexpr double largestLatitude = 90.0;
 
 // Keeps what the library prints on the standard error stream, for the exception.
@@ -167,8 +169,9 @@ void OdfMerge::check() const {
   if (anchor.empty()) {
     return;
   }
-  if (!std::isfinite(anchor[0]) || !(std::abs(anchor[1]) <= largestLatitude) || !std::isfinite(anchor[2])) {
-    throw CLI::ValidationError("--anchor", "no place on earth");
+  if (!(std::abs(anchor[0]) <= largestLongitude) || !(std::abs(anchor[1]) <= largestLatitude) ||
+      !std::isfinite(anchor[2])) {
+    throw CLI::ValidationError("--anchor", "not a longitude from -180 to 180, a latitude from -90 to 90, and a height");
   }
   // The library would silently use the anchor point of the headers in place of such a point.
   if (anchor[0] == 0.0 || anchor[1] == 0.0) {
