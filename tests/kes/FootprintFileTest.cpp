@@ -80,7 +80,8 @@ TEST_P(FootprintFile, DevicesAndFoldersAreRefused) {
   EXPECT_EQ(failure(), "can't write " + name + ": it is no regular file");
 }
 
-// Every call that changes files, each with every error: an older file stays, or the new one is the same as without the error.
+// Every call that changes files, each with every error: an older file stays, or the new one is the same as without the
+// error.
 TEST_P(FootprintFile, CallThatFailsIsReportedOrMadeGood) {
   tool::writeFootprints(name, someFootprints());
   std::map<std::string, int> counts;

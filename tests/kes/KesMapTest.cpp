@@ -235,6 +235,10 @@ TEST_F(KesMap, MeasuresAreThoseOfTheIndependentFlight) {
     EXPECT_NEAR(band["lookAngle"].get<double>(), static_cast<double>(test::realOf(expected["lookAngle"])) * radian,
                 1e-5);
     EXPECT_LT(band["centre"]["zenith"].get<double>(), band["first"]["zenith"].get<double>());
+    for (char const* const place : {"first", "centre", "last"}) {
+      double const azimuth = band[place]["azimuth"].get<double>();
+      EXPECT_TRUE(azimuth >= 0.0 && azimuth < 360.0) << azimuth;
+    }
   }
   std::size_t const bands = measures["bands"].size();
   ASSERT_EQ(measures["baseHeightRatios"].size(), bands * (bands - 1) / 2);

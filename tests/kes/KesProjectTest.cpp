@@ -3,6 +3,7 @@
 
 #include "Kes.h"
 #include "support/Matchers.h"
+#include "support/SmallStrip.h"
 #include "support/StripA.h"
 #include "support/TempFolder.h"
 
@@ -216,6 +217,57 @@ TEST(KesProject, BadInputIsNamedWithItsPlace) {
             "kes: error: standard input:3: \"two\" in column \"line\" is not a number\n");
   EXPECT_THAT(error("sample,line,height\n", "XXX"), testing::StartsWith("kes: error: strip \"Line7_cam\" has no band "
                                                                         "\"XXX\"; it has PANF27A, "));
+}
+
+// The anchor of the flight is at 15.58 degrees east and 48.09 degrees north; in UTM zone 33, at 543 km and 5327 km.
+TEST(KesProject, PointsFarFromTheStripAreDoubted) {
+  auto const warning = [](std::string const& crs, std::string const& point) {
+    KesRun const run = project({"--band", "PANN00A", "--to", "image", "--crs", crs}, "x,y,z\n" + point + "\n");
+    EXPECT_EQ(run.code, 1);
+    std::string const begin = "kes: 1 point: 1 noSolution\nkes: warning: the first point ";
+    std::string const end = "\nkes: error: no point has a result\n";
+    EXPECT_THAT(run.err, testing::AllOf(testing::StartsWith(begin), testing::EndsWith(end)));
+    return run.err.substr(begin.size(), run.err.size() - begin.size() - end.size());
+  };
+  EXPECT_THAT(warning("EPSG:4979", "48.09,15.58,430"),
+              testing::MatchesRegex("lies 4[0-9]{3} km from the strip: are longitude and latitude swapped\\?"));
+  EXPECT_THAT(warning("EPSG:4979", "0.2719,0.8393,430"),
+              testing::MatchesRegex("lies [0-9]+ km from the strip: are they radians\\?"));
+  EXPECT_THAT(warning("EPSG:32633", "5327000,543000,430"), testing::EndsWith(": are x and y swapped?"));
+  EXPECT_THAT(warning("EPSG:32633", "1781496,17477034,1411"), testing::EndsWith(": are they feet?"));
+  EXPECT_THAT(warning("EPSG:32633", "15.58,48.09,430"),
+              testing::EndsWith(": are they degrees? --crs EPSG:4979 takes longitude and latitude"));
+  EXPECT_THAT(warning("EPSG:32633", "48.09,15.58,430"),
+              testing::EndsWith(": are they degrees, latitude first? --crs EPSG:4979 takes longitude and latitude"));
+  // 500 km to the north; the Earth's curvature makes the chord shorter by less than 1 km.
+  EXPECT_THAT(warning("EPSG:32633", "543000,5827000,430"),
+              testing::MatchesRegex("lies (499|500|501) km from the strip"));
+}
+
+TEST(KesProject, PointsNearTheStripArentDoubted) {
+  KesRun const run = project({"--band", "PANN00A", "--to", "image"}, "x,y,z\n50000,50000,18\n");
+  EXPECT_EQ(run.err, "kes: 1 point: 1 noSolution\nkes: error: no point has a result\n");
+}
+
+TEST(KesProject, MissingAdjustedOrientationIsReported) {
+  test::TempFolder const folder;
+  std::string const strip = test::SmallStrip().write(folder);
+  auto const projected = [&](std::vector<std::string> const& options) {
+    std::vector<std::string> arguments{"project", strip,     "--calibrations", folder / "calibration",
+                                       "--band",  "PANN00A", "--to",           "ground"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return kes(arguments, "sample,line,height\n50,50,0\n");
+  };
+  KesRun const usual = projected({});
+  EXPECT_EQ(usual.code, 0);
+  EXPECT_EQ(usual.err, "kes: strip \"Small\" has no adjusted orientation: the original one is used\n");
+  KesRun const adjusted = projected({"--orientation", "adjusted"});
+  EXPECT_EQ(adjusted.code, 1);
+  EXPECT_EQ(adjusted.err, "kes: error: strip \"Small\" has no adjusted orientation: --orientation original uses " +
+                              (folder / "flight.eop") + "\n");
+  KesRun const original = projected({"--orientation", "original"});
+  EXPECT_EQ(original.err, "");
+  EXPECT_EQ(original.out, usual.out);
 }
 
 TEST(KesProject, WrongUsageGivesTwo) {

@@ -53,7 +53,8 @@ void requirePoints(std::string const& file) {
   }
 }
 
-// A file may be copied to another machine, where it must not open what its author names: the same rules as for reading it.
+// A file may be copied to another machine, where it must not open what its author names: the same rules as for reading
+// it.
 geo::coordSys* readableSystem(std::string const& definition) {
   return geo::coordSysFactory::getInstance()->createCoordSys(definition, util::Origin::file);
 }

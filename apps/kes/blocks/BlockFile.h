@@ -28,8 +28,9 @@ struct BlockPlan {
 /// Whether a file name consists of a name and the extension of block files.
 bool isBlockName(std::string const& file);
 
-/// Writes a block file, in which the names of strips and ground points in its folder or below are relative. Throws what opening
-/// the strips and making the coordinate system throw; "strips A and B are both named \"NAME\""; "no ground points in FILE".
+/// Writes a block file, in which the names of strips and ground points in its folder or below are relative. Throws what
+/// opening the strips and making the coordinate system throw; "strips A and B are both named \"NAME\""; "no ground
+/// points in FILE".
 void createBlock(std::string const& file, BlockPlan const& plan);
 
 /// The ground points that a block file names.
@@ -73,8 +74,8 @@ Json toJson(BlockStrip const& strip);
 Json toJson(BlockDescription const& block);
 void printText(BlockDescription const& block);
 
-/// Prints what a block or one of its strips lacks, then what is suspicious; returns whether the block is valid. Throws what
-/// opening the block throws.
+/// Prints what a block or one of its strips lacks, then what is suspicious; returns whether the block is valid. Throws
+/// what opening the block throws.
 bool checkBlock(std::string const& file, CameraOptions const& camera, bool images);
 
 }  // namespace tool

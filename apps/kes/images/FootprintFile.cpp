@@ -178,7 +178,7 @@ private:
            std::abs(a.MaxX - b.MaxX) <= tolerance && std::abs(a.MaxY - b.MaxY) <= tolerance;
   }
 
-  // Each feature is found where it is, through the spatial index, and the layer's extent is that of all.
+  // The spatial index finds each feature in its place, and the layer's extent covers all.
   bool hasIndex(OGRLayer& layer, std::vector<Footprint> const& footprints) const {
     if (!isDatabase()) {
       return true;
@@ -267,8 +267,8 @@ void check(files::WorkFolder const& folder, std::string const& name, Format cons
   }
 }
 
-// Another program has an older file open, or was killed: its changes aren't in the file itself, and SQLite would take them for
-// changes of the new one.
+// Another program has an older file open, or was killed: its changes aren't in the file itself, and SQLite would take
+// them for changes of the new one.
 void requireNoJournal(files::WorkFolder const& folder, std::string const& file) {
   std::error_code ignored;
   for (char const* const suffix : {"-journal", "-wal"}) {

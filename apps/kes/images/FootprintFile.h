@@ -23,8 +23,8 @@ struct Footprint {
 /// Whether a file's extension is one that footprints can be written to: .geojson, .json, .gpkg.
 bool isFootprintFile(std::string const& file);
 
-/// Writes footprints as polygons to a GeoJSON or GeoPackage file, which replaces an older one as a whole. Throws "can't write
-/// FILE: " and the reason; an older file then stays as it was.
+/// Writes footprints as polygons to a GeoJSON or GeoPackage file, which replaces an older one as a whole. Throws "can't
+/// write FILE: " and the reason; an older file then stays as it was.
 void writeFootprints(std::string const& file, std::vector<Footprint> const& footprints);
 
 }  // namespace tool

@@ -19,7 +19,7 @@ namespace {
 
 struct Options {
   StripsOptions strips;
-  kes::Orientation orientation = kes::Orientation::adjusted;
+  OrientationOption orientation;
   std::string dem;
   std::string crs;
   std::string output;
@@ -36,7 +36,13 @@ int ortho(Options const& options) {
   output.checkRaster(options.dem);
   kes::CoordinateSystem const map(options.crs);
   kes::Surface const surface = kes::Surface::raster(options.dem);
-  kes::StripOptions const opening = options.strips.camera.opening(options.orientation);
+  kes::StripOptions const opening = options.strips.camera.opening(options.orientation.value());
+  // The strips are gone through more than once.
+  kes::StripOptions unloaded = opening;
+  unloaded.load = false;
+  StripSet(options.strips.files, unloaded).forEach([&](kes::Strip const& strip, auto const*) {
+    options.orientation.check(strip);
+  });
   StripSet const set(options.strips.files, opening);
   auto const strips = [&](kesgdal::StripVisitor const& visit) {
     set.forEach([&](kes::Strip const& strip, auto const*) {
@@ -64,12 +70,12 @@ void addRequired(CLI::App& command, Options& options) {
 }
 
 void addOptional(CLI::App& command, Options& options) {
-  addChoice(command, "--resampling", options.plan.resampling,
-            {{"nearest", kesgdal::Resampling::NEAREST},
-             {"bilinear", kesgdal::Resampling::BILINEAR},
-             {"cubic", kesgdal::Resampling::CUBIC}},
-            "Interpolation between the pixels of an image");
-  addOrientation(command, options.orientation);
+  addChoice<kesgdal::Resampling>(command, "--resampling", options.plan.resampling,
+                                 {{"nearest", kesgdal::Resampling::NEAREST},
+                                  {"bilinear", kesgdal::Resampling::BILINEAR},
+                                  {"cubic", kesgdal::Resampling::CUBIC}},
+                                 "Interpolation between the pixels of an image");
+  options.orientation.addTo(command);
   command.add_option("--nodata", options.plan.noData, "Value of pixels that no image saw")
       ->type_name("V")
       ->capture_default_str();

@@ -12,6 +12,7 @@
 #include <sensor/KESOrientation.h>
 #include <sensor/ODFConverter.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -100,6 +101,19 @@ Odf odf(std::string const& file) {
   return {file, orientation.t(0).value(), orientation.t(orientation.numSets() - 1).value()};
 }
 
+bool isAdjusted(std::string const& file) {
+  return file.ends_with(".adj.odf");
+}
+
+// Orientations of before and after an adjustment don't fit at the joint.
+void requireOneKind(std::vector<std::string> const& files) {
+  auto const adjusted = std::find_if(files.begin(), files.end(), isAdjusted);
+  auto const original = std::find_if_not(files.begin(), files.end(), isAdjusted);
+  if (adjusted != files.end() && original != files.end()) {
+    throw std::runtime_error("can't join an original and an adjusted orientation: " + *original + ", " + *adjusted);
+  }
+}
+
 // The file that starts first and the one that ends last; of equal ones the earlier in the list.
 void addJoinedFiles(Listing& listing, std::vector<std::string> const& files) {
   Odf first = odf(files.front());
@@ -146,7 +160,7 @@ void warnOfTimesThatDontRise(sensor::EOPData const& eop) {
 void OdfMerge::addTo(CLI::App& command) {
   command.add_option("OUT", out, "Orientation file (EOP) to write")->required();
   CLI::Option* const files = command.add_option(
-      "ODF", odfs, "Orientation files of the lines of a take; without any, those that the support files name");
+      "ODF", odfs, "Orientation files of the lines of a take; without any, the files that the support files name");
   CLI::Option* const given =
       command
           .add_option("--anchor", anchor,
@@ -181,6 +195,7 @@ void OdfMerge::check() const {
 
 int OdfMerge::run() const {
   checkInputs(*this);
+  requireOneKind(odfs);
   sensor::ODFConverter converter;
   converter.setOutputFile(out);
   converter.setAppSource("kes " KESSENSOR_VERSION);
@@ -193,6 +208,10 @@ int OdfMerge::run() const {
   listing.add("records", std::to_string(description.records));
   addAnchor(listing, description.anchor);
   listing.print();
+  if (anchor.empty() && supports.empty()) {
+    std::cerr << "kes: warning: the headers have no height of the anchor point: heights count from 0 m above the "
+                 "ellipsoid; --anchor or --support give another\n";
+  }
   warnOfTimesThatDontRise(eop);
   return 0;
 }

@@ -16,10 +16,9 @@ struct SupportEntry {
   bool isQuoted = false;
 };
 
-/// The entries of a support file in their order. Lines that begin with a blank or a tab continue the entry before them; the gain,
-/// which stands in the line of the bias, is an entry, too.
-/// Throws "can't open FILE", "can't read FILE", and "not a support file: FILE" on a file that doesn't begin as one or is
-/// larger than any.
+/// The entries of a support file in their order. Lines that begin with a blank or a tab continue the entry before them;
+/// the gain, which stands in the line of the bias, is an entry, too. Throws "can't open FILE", "can't read FILE", and
+/// "not a support file: FILE" on a file that doesn't begin as one or is larger than any.
 std::vector<SupportEntry> readSupportFile(std::string const& file);
 
 /// Whether a support file is whole, down to its last line.

@@ -3,10 +3,10 @@
 
 #include "points/PointProjection.h"
 
+#include "points/Plausibility.h"
 #include "shared/Numbers.h"
 #include "shared/Output.h"
 
-#include <kes/Strip.h>
 #include <kes/Surface.h>
 
 #include <cmath>
@@ -16,8 +16,8 @@ namespace tool {
 
 namespace {
 
-// Rows that are read, projected and printed together, so that memory doesn't grow with the table. A run of the library's forms
-// starts anew in each block.
+// Rows that are read, projected and printed together, so that memory doesn't grow with the table. A run of the
+// library's forms starts anew in each block.
 constexpr std::size_t blockSize = 65536;
 
 std::vector<std::string> numbersOf(ProjectOptions const& options) {
@@ -71,9 +71,9 @@ std::string StatusCounts::text() const {
 }
 
 PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
-    : mOptions(options),
-      mBand(kes::Strip(options.strip.file, options.strip.camera.opening(options.orientation)).band(options.band)),
-      mTable(in, name, numbersOf(options), resultsOf(options)) {
+    : mOptions(options), mStrip(options.strip.file, options.strip.camera.opening(options.orientation.value())),
+      mBand(mStrip.band(options.band)), mTable(in, name, numbersOf(options), resultsOf(options)) {
+  options.orientation.check(mStrip);
   mToGround.solver = mToImage.solver = options.solver;
   mToGround.tdiStages = options.tdi;
   if (options.frame == Frame::map) {
@@ -139,7 +139,17 @@ void PointProjection::count() {
     if (!kes::hasResult(mStatus[i]) && mFirstFailure.empty()) {
       mFirstFailure = mTable.place(i) + ": " + std::string(kes::toString(mStatus[i]));
     }
+    if (!mOptions.toGround && !mFirstUnseen && mStatus[i] != kes::Status::ok && mStatus[i] != kes::Status::notFinite) {
+      mFirstUnseen = mGround[i];
+    }
   }
+}
+
+std::string PointProjection::doubt() const {
+  if (mCounts.ok() > 0 || !mFirstUnseen) {
+    return {};
+  }
+  return doubtAbout(*mFirstUnseen, mToImage.system.value_or(mStrip.localSystem()), mStrip, mBand);
 }
 
 std::vector<std::string> PointProjection::results(std::size_t i) const {

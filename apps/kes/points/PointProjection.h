@@ -8,6 +8,7 @@
 
 #include <kes/Band.h>
 #include <kes/Status.h>
+#include <kes/Strip.h>
 
 #include <array>
 #include <cstddef>
@@ -28,7 +29,7 @@ struct ProjectOptions {
   bool toGround = true;
   Frame frame = Frame::local;
   kes::Solver solver = kes::Solver::precise;
-  kes::Orientation orientation = kes::Orientation::adjusted;
+  OrientationOption orientation;
   std::string dem;
   std::optional<float> tdi;
   bool verify = false;
@@ -43,7 +44,8 @@ public:
   void add(kes::Status status) { ++mCounts[static_cast<std::size_t>(status)]; }
   std::size_t total() const;
   std::size_t results() const;
-  bool areAllOk() const { return total() == mCounts[static_cast<std::size_t>(kes::Status::ok)]; }
+  std::size_t ok() const { return mCounts[static_cast<std::size_t>(kes::Status::ok)]; }
+  bool areAllOk() const { return ok() == total(); }
   /// "3 points: 1 ok, 2 noSurface".
   std::string text() const;
 
@@ -61,6 +63,9 @@ public:
   StatusCounts const& counts() const { return mCounts; }
   /// Place and status of the first point without a result, "FILE:LINE: noSurface"; empty when all have one.
   std::string const& firstFailure() const { return mFirstFailure; }
+  /// When no point to the image is ok: whether the first with finite coordinates lies far from the strip, and what its
+  /// numbers look like; otherwise empty.
+  std::string doubt() const;
 
 private:
   void projectToGround();
@@ -69,12 +74,14 @@ private:
   std::vector<std::string> results(std::size_t i) const;
 
   ProjectOptions const& mOptions;
+  kes::Strip mStrip;
   kes::Band mBand;
   kes::ToGroundOptions mToGround;
   kes::ToImageOptions mToImage;
   PointTable mTable;
   StatusCounts mCounts;
   std::string mFirstFailure;
+  std::optional<geo::XYZPoint> mFirstUnseen;  ///< With finite coordinates.
   // Of the block at hand.
   std::vector<geo::XYPoint> mImage;
   std::vector<geo::XYZPoint> mGround;

@@ -12,8 +12,8 @@
 
 namespace tool {
 
-/// A table of points on its way through the tool: reads blocks of rows with the numbers of some columns, and writes each row
-/// again with results. A result replaces a column of its name, or follows all others.
+/// A table of points on its way through the tool: reads blocks of rows with the numbers of some columns, and writes
+/// each row again with results. A result replaces a column of its name, or follows all others.
 class PointTable {
 public:
   /// Throws when a column of `numbers` is missing.

@@ -24,13 +24,14 @@ struct Options {
   std::string file;
   CameraOptions camera;
   std::vector<std::string> bands;
-  kes::Orientation orientation = kes::Orientation::adjusted;
+  OrientationOption orientation;
   std::string points;
   std::string crs;
   bool json = false;
 };
 
-// The file that a block would have by default, in the strip's folder or up to two folders above, as image points are found.
+// The file that a block would have by default, in the strip's folder or up to two folders above, as image points are
+// found.
 std::string pointFileNear(std::string const& stripFile) {
   QString const name = QString::fromLatin1(sensor::BlockModelData::CONTROL_POINT_LOCATION) + QLatin1Char('/') +
                        QLatin1String(sensor::BlockModelData::CONTROL_POINT_FILENAME);
@@ -44,7 +45,7 @@ std::string pointFileNear(std::string const& stripFile) {
   throw std::runtime_error("no " + name.toStdString() + " in the folder of " + stripFile + " or above: give --points");
 }
 
-/// Ground points, and their system unless it is that of each strip.
+/// Ground points, and their system if it is given.
 struct GroundControl {
   sensor::GroundPointList points;
   std::optional<kes::CoordinateSystem> system;
@@ -74,7 +75,7 @@ GroundControl groundControlOf(Options const& options) {
   return control;
 }
 
-// Where nothing else is given, ground points are on a block's map, and those of a strip alone in radians.
+// Where nothing else is given, ground points of a block are on its map, and ground points of a strip in radians.
 kes::CoordinateSystem systemOf(GroundControl const& control, kes::Block const* block) {
   if (control.system) {
     return *control.system;
@@ -156,11 +157,12 @@ int residuals(Options const& options) {
   options.camera.apply();
   GroundControl const control = groundControlOf(options);
   GroundPointIndex const points(control.points);
-  StripSet const set({options.file}, options.camera.opening(options.orientation));
+  StripSet const set({options.file}, options.camera.opening(options.orientation.value()));
   BandChoice choice(options.bands);
   ResidualSum total;
   std::vector<StripResiduals> strips;
   set.forEach([&](kes::Strip const& strip, kes::Block const* block) {
+    options.orientation.check(strip);
     strips.push_back(residualsOf(strip, points, systemOf(control, block), choice));
     for (ImageResiduals const& image : strips.back().images) {
       total.add(image.sum);
@@ -195,7 +197,7 @@ void addPoints(CLI::App& app, Run& run) {
   command->add_option("--band", options->bands, "Band id; repeatable, all bands that have measurements without it")
       ->type_name("ID")
       ->allow_extra_args(false);
-  addOrientation(*command, options->orientation);
+  options->orientation.addTo(*command);
   command
       ->add_option("--points", options->points,
                    "File of ground points [the block's; control/controls.gpt in the strip's folder or above]")

@@ -27,6 +27,9 @@ void report(PointProjection const& projection, bool strict) {
   if (!counts.areAllOk()) {
     std::cerr << "kes: " << counts.text() << '\n';
   }
+  if (std::string const doubt = projection.doubt(); !doubt.empty()) {
+    std::cerr << "kes: warning: the first point " << doubt << '\n';
+  }
   if (strict && !projection.firstFailure().empty()) {
     throw std::runtime_error(projection.firstFailure());
   }
@@ -82,7 +85,7 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
   addSolver(command, options.solver);
   CLI::Option* const tdi =
       command.add_option("--tdi", options.tdi, "To the ground: number of TDI stages, in place of the image's own");
-  addOrientation(command, options.orientation);
+  options.orientation.addTo(command);
   command
       .add_flag("--verify", options.verify,
                 "Project back, and add columns closure (metres on the ground), closurePixels and status")

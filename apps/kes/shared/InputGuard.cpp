@@ -32,7 +32,7 @@ bool isSameFile(fs::path const& a, fs::path const& b) {
 
 }  // namespace
 
-// Some writers of the library take an empty name for that of the file that was read.
+// Some writers of the library write to the file that was read when the name is empty.
 InputGuard::InputGuard(std::string output) : mOutput(std::move(output)) {
   if (mOutput.empty()) {
     throw std::runtime_error("the name of the output is empty");

@@ -31,8 +31,8 @@ private:
   std::string mOutput;
 };
 
-/// Throws std::runtime_error "can't write to standard output: NAME is read, too" when the file `input`, known to the user by
-/// its name, is also standard output: a command that appends to its input would never come to the end.
+/// Throws std::runtime_error "can't write to standard output: NAME is read, too" when the file `input`, known to the
+/// user by its name, is also standard output: a command that appends to its input would never come to the end.
 void requireOtherThanStandardOutput(std::string const& input, std::string const& name);
 
 }  // namespace tool

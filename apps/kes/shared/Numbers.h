@@ -16,7 +16,8 @@ constexpr double degrees = 57.29577951308232;
 std::string text(double value);
 std::string text(float value);
 
-/// The number that is the whole of `field`, blanks around it aside; nothing when it isn't one. "nan" and "inf" aren't numbers.
+/// The number that is the whole of `field`, blanks around it aside; nothing when it isn't one. "nan" and "inf" aren't
+/// numbers.
 std::optional<double> finiteNumber(std::string_view field);
 
 /// The same for a value that a table may lack: NaN for a blank field, "nan" and "inf".

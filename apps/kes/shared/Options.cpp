@@ -4,24 +4,42 @@
 #include "shared/Options.h"
 
 #include <sensor/CameraFactory.h>
+#include <sensor/KESStripModel.h>
+#include <sensor/KESStripModelData.h>
 #include <util/SkerryIni.h>
+
+#include <iostream>
+#include <stdexcept>
 
 namespace tool {
 
-void addOrientation(CLI::App& command, kes::Orientation& orientation) {
-  addChoice(command, "--orientation", orientation,
-            {{"adjusted", kes::Orientation::adjusted}, {"original", kes::Orientation::original}},
-            "Orientation of the strip; adjusted: where the strip has one, otherwise the original");
+void OrientationOption::addTo(CLI::App& command) {
+  addChoice<kes::Orientation>(command, "--orientation", given,
+                              {{"adjusted", kes::Orientation::adjusted}, {"original", kes::Orientation::original}},
+                              "Orientation of the strip [adjusted where the strip has one, otherwise original]");
+}
+
+void OrientationOption::check(kes::Strip const& strip) const {
+  if (value() == kes::Orientation::original || strip.usesAdjustedOrientation()) {
+    return;
+  }
+  std::string const lack = "strip \"" + strip.name() + "\" has no adjusted orientation";
+  if (given) {
+    throw std::runtime_error(lack + ": --orientation original uses " +
+                             strip.model().modelData()->originalEOPFileName());
+  }
+  std::cerr << "kes: " << lack << ": the original one is used\n";
 }
 
 void addSolver(CLI::App& command, kes::Solver& solver) {
-  addChoice(command, "--solver", solver,
-            {{"precise", kes::Solver::precise},
-             {"point", kes::Solver::libraryPoint},
-             {"run", kes::Solver::libraryRun},
-             {"vector", kes::Solver::libraryLanes}},
-            "precise: everything in double precision; or a form of the library's class, to 0.05 lines: for single "
-            "points, for runs of neighbours, for runs in vector lanes");
+  addChoice<kes::Solver>(
+      command, "--solver", solver,
+      {{"precise", kes::Solver::precise},
+       {"point", kes::Solver::libraryPoint},
+       {"run", kes::Solver::libraryRun},
+       {"vector", kes::Solver::libraryLanes}},
+      "precise: everything in double precision; or a form of the library's class, to 0.05 lines: for single "
+      "points, for runs of neighbours, for runs in vector lanes");
 }
 
 void CameraOptions::addTo(CLI::App& command) {

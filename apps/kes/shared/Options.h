@@ -10,21 +10,23 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace tool {
 
-/// Adds an option that takes one of some names, each of which stands for a value. The value that `value` has is the default.
-template <class Value>
-CLI::Option* addChoice(CLI::App& command, std::string const& name, Value& value,
+/// Adds an option that takes one of some names, each of which stands for a value. The value that `value` has is the
+/// default.
+template <class Value, class Variable>
+CLI::Option* addChoice(CLI::App& command, std::string const& name, Variable& value,
                        std::vector<std::pair<std::string, Value>> const& choices, std::string const& what) {
   std::vector<std::string> names;
   std::string usual;
   for (auto const& [choice, meaning] : choices) {
     names.push_back(choice);
-    usual = meaning == value ? choice : usual;
+    usual = value == meaning ? choice : usual;
   }
   auto const choose = [&value, choices](std::string const& given) {
     value =
@@ -33,8 +35,18 @@ CLI::Option* addChoice(CLI::App& command, std::string const& name, Value& value,
   return command.add_option_function<std::string>(name, choose, what)->default_str(usual)->check(CLI::IsMember(names));
 }
 
-/// Adds `--orientation`.
-void addOrientation(CLI::App& command, kes::Orientation& orientation);
+/// The orientation of a strip.
+struct OrientationOption {
+  std::optional<kes::Orientation> given;
+
+  /// Adds `--orientation` to a command.
+  void addTo(CLI::App& command);
+  kes::Orientation value() const { return given.value_or(kes::Orientation::adjusted); }
+  /// Throws "strip \"NAME\" has no adjusted orientation: --orientation original uses FILE" when the adjusted one is asked
+  /// for and missing; says on standard error when the original one takes its place by default.
+  void check(kes::Strip const& strip) const;
+};
+
 /// Adds `--solver`.
 void addSolver(CLI::App& command, kes::Solver& solver);
 

@@ -14,8 +14,8 @@ namespace tool {
 /// JSON whose objects keep the order in which their keys were added.
 using Json = nlohmann::ordered_json;
 
-/// Writes text to standard output. Throws std::runtime_error "can't write to standard output", also for what was written
-/// before and was lost.
+/// Writes text to standard output. Throws std::runtime_error "can't write to standard output", also for what was
+/// written before and was lost.
 void write(std::string const& text);
 
 /// Throws as `write` when not all that was printed so far got to standard output.
@@ -31,8 +31,8 @@ Json arrayOf(std::vector<Value> const& values) {
   return array;
 }
 
-/// Prints a value with an indent of two and a line end. Texts that aren't UTF-8 have their bad bytes replaced; numbers that
-/// aren't finite are null.
+/// Prints a value with an indent of two and a line end. Texts that aren't UTF-8 have their bad bytes replaced; numbers
+/// that aren't finite are null.
 void print(Json const& value);
 
 /// Texts with something between.

@@ -33,8 +33,8 @@ struct StripsOptions {
 /// Whether a file is an XML file whose root is that of a block.
 bool isBlockFile(std::string const& file);
 
-/// The strips that files stand for: the strip of a strip file, and all of a block file, by name. Each is in memory with its
-/// data only during the work on it.
+/// The strips that files stand for: the strip of a strip file, and all of a block file, by name. Each is in memory with
+/// its data only during the work on it.
 class StripSet {
 public:
   /// Takes a strip, and the block that it is part of, if any.
@@ -53,8 +53,8 @@ private:
   kes::StripOptions mOptions;
 };
 
-/// The bands of one or more strips that a command works on: those of the ids given, or all. A strip may lack some of the ids,
-/// but each must be a band of one strip at least.
+/// The bands of one or more strips that a command works on: those of the ids given, or all. A strip may lack some of
+/// the ids, but each must be a band of one strip at least.
 class BandChoice {
 public:
   explicit BandChoice(std::vector<std::string> ids) : mIds(std::move(ids)) {}

@@ -28,8 +28,8 @@ struct Options {
 constexpr int allClose = 0;
 constexpr int someDoNot = 1;
 
-/// Samples and lines. The library's forms stop within 0.05 lines; where the number of TDI stages changes, the image itself
-/// steps by as much.
+/// Samples and lines. The library's forms stop within 0.05 lines; where the number of TDI stages changes, the image
+/// itself steps by as much.
 constexpr double tolerance = 0.1;
 
 // Heights above the mean terrain, as parts of the flying height above it.

@@ -8,6 +8,7 @@
 #include <sensor/KESStripModel.h>
 
 #include <array>
+#include <cmath>
 #include <iostream>
 #include <locale>
 #include <memory>
@@ -23,7 +24,7 @@ struct Options {
   bool json = false;
 };
 
-/// The direction of view at a sample, degrees; it is the same for all lines.
+/// The direction of view at a sample, the same for all lines: azimuth from north over east, 0 to 360, and zenith; degrees.
 struct Direction {
   double sample;
   double azimuth;
@@ -57,9 +58,14 @@ struct StripMeasures {
   std::vector<BaseHeightRatio> ratios;  ///< Of each pair of bands once.
 };
 
+double inFullCircle(double angle) {
+  double const rest = std::fmod(angle, 360.0);
+  return rest < 0.0 ? rest + 360.0 : rest;
+}
+
 Direction directionAt(sensor::KESStripModel const& strip, int band, double sample) {
   geo::XYPoint const image(sample, 0.0);
-  return {sample, static_cast<double>(strip.azimuth(image, band)) * degrees,
+  return {sample, inFullCircle(static_cast<double>(strip.azimuth(image, band)) * degrees),
           static_cast<double>(strip.zenith(image, band)) * degrees};
 }
 
