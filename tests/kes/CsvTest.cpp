@@ -97,7 +97,7 @@ TEST(Csv, BlankFieldsAndThoseThatArentFiniteAreNan) {
 TEST(Numbers, NumbersAreWholeAndFinite) {
   EXPECT_EQ(tool::finiteNumber(" +1.5e3 "), 1500.0);
   EXPECT_EQ(tool::finiteNumber("-0.25"), -0.25);
-  for (char const* text : {"", " ", "1,5", "1.5x", "nan", "inf", "0x10", "1e999", "--1"}) {
+  for (char const* text : {"", " ", "1,5", "1.5x", "nan", "inf", "0x10", "1e999", "--1", "+-1", "++1"}) {
     EXPECT_FALSE(tool::finiteNumber(text)) << text;
   }
 }

@@ -160,16 +160,19 @@ TEST_F(KesMap, ElevationModelGivesTheHeightsOfGroundPositions) {
   }
 }
 
-TEST_F(KesMap, TdiStagesCountOnTheMapAndOnSurfaces) {
+TEST_F(KesMap, TdiStagesCountOnTheMapAndOnSurfacesForAllSolvers) {
   std::string const input = "sample,line,height\n6000,100,430\n";
   for (std::vector<std::string> const& where :
        std::vector<std::vector<std::string>>{{"--crs", "EPSG:32633"}, {"--dem", dem()}}) {
-    auto const withTdi = [&](std::vector<std::string> options) {
-      options.insert(options.end(), where.begin(), where.end());
-      return project(options, input).out;
-    };
-    EXPECT_NE(withTdi({"--to", "ground"}), withTdi({"--to", "ground", "--tdi", "4"}));
-    EXPECT_EQ(withTdi({"--to", "ground"}), withTdi({"--to", "ground", "--tdi", "1"}));
+    for (std::string const solver : {"precise", "point"}) {
+      auto const withTdi = [&](std::vector<std::string> options) {
+        options.insert(options.end(), {"--to", "ground", "--solver", solver});
+        options.insert(options.end(), where.begin(), where.end());
+        return project(options, input).out;
+      };
+      EXPECT_NE(withTdi({}), withTdi({"--tdi", "4"})) << solver;
+      EXPECT_EQ(withTdi({}), withTdi({"--tdi", "1"})) << solver;
+    }
   }
 }
 
@@ -208,8 +211,6 @@ TEST_F(KesMap, SystemsThatCantBeMadeAreRefused) {
 TEST_F(KesMap, OptionsThatDontGoTogetherAreWrongUsage) {
   EXPECT_EQ(project({"--to", "ground", "--frame", "lsr", "--crs", "EPSG:32633"}, "").code, 2);
   EXPECT_EQ(project({"--to", "image", "--frame", "map", "--tdi", "2"}, "").code, 2);
-  EXPECT_EQ(project({"--to", "ground", "--frame", "map", "--tdi", "2", "--solver", "run"}, "").code, 2);
-  EXPECT_EQ(project({"--to", "ground", "--dem", "x.tif", "--tdi", "2", "--solver", "point"}, "").code, 2);
 }
 
 TEST_F(KesMap, ModelThatIsNoRasterIsNamed) {

@@ -25,7 +25,8 @@ constexpr char const* local = "+proj=topocentric +datum=WGS84 +lon_0=-1.4r +lat_
 class KesPoints : public test::BlockFolder {
 protected:
   KesRun residuals(std::string const& project, std::vector<std::string> const& options = {}) const {
-    std::vector<std::string> arguments{"points", "residuals", project, "--calibrations", mFolder / "calibration"};
+    std::vector<std::string> arguments{"points",        "residuals", project, "--calibrations", mFolder / "calibration",
+                                       "--orientation", "original"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     return kes(arguments);
   }

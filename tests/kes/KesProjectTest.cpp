@@ -274,7 +274,6 @@ TEST(KesProject, WrongUsageGivesTwo) {
   EXPECT_EQ(project({"--band", "PANF27A"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "space"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "image", "--tdi", "2"}, "x,y,z\n").code, 2);
-  EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--tdi", "2", "--verify"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--frame", "moon"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--solver", "fast"}, "").code, 2);
 }

@@ -83,13 +83,10 @@ void addGroundOptions(CLI::App& command, CommandLine& line) {
 
 void addModelOptions(CLI::App& command, ProjectOptions& options) {
   addSolver(command, options.solver);
-  CLI::Option* const tdi =
-      command.add_option("--tdi", options.tdi, "To the ground: number of TDI stages, in place of the image's own");
+  command.add_option("--tdi", options.tdi, "To the ground: number of TDI stages, in place of the image's own");
   options.orientation.addTo(command);
-  command
-      .add_flag("--verify", options.verify,
-                "Project back, and add columns closure (metres on the ground), closurePixels and status")
-      ->excludes(tdi);
+  command.add_flag("--verify", options.verify,
+                   "Project back, and add columns closure (metres on the ground), closurePixels and status");
   command.add_flag("--status", options.status, "Add a column with the status of each point");
   command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
 }
@@ -97,12 +94,8 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
 // What no single option can see.
 void checkTogether(CommandLine const& line) {
   ProjectOptions const& options = line.options;
-  bool const isLibraryForm = options.solver != kes::Solver::precise;
   if (options.tdi && line.to == "image") {
     throw CLI::ValidationError("--tdi", "goes with --to ground");
-  }
-  if (options.tdi && isLibraryForm && (options.frame == Frame::map || !options.dem.empty())) {
-    throw CLI::ValidationError("--tdi", "goes with --solver precise, or with the frame lsr at given heights");
   }
   if (!options.map.crs.empty() && line.frame == "lsr") {
     throw CLI::ValidationError("--crs", "goes with --frame map");

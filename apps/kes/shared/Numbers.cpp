@@ -3,21 +3,14 @@
 
 #include "shared/Numbers.h"
 
-#include <array>
 #include <charconv>
 #include <cmath>
+#include <files/NumberText.h>
 #include <limits>
 
 namespace tool {
 
 namespace {
-
-template <class Real>
-std::string shortest(Real value) {
-  std::array<char, 32> digits{};
-  auto const end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  return {digits.data(), end};
-}
 
 std::string_view trimmed(std::string_view field) {
   constexpr std::string_view blanks = " \t";
@@ -30,7 +23,7 @@ std::string_view trimmed(std::string_view field) {
 
 // What isn't a number in its whole length, or has no double near it, is nothing.
 std::optional<double> parsed(std::string_view field) {
-  if (field.starts_with('+')) {
+  if (field.starts_with('+') && !field.starts_with("+-")) {
     field.remove_prefix(1);
   }
   double value = 0.0;
@@ -41,11 +34,11 @@ std::optional<double> parsed(std::string_view field) {
 }  // namespace
 
 std::string text(double value) {
-  return shortest(value);
+  return files::shortestText(value);
 }
 
 std::string text(float value) {
-  return shortest(value);
+  return files::shortestText(value);
 }
 
 std::optional<double> finiteNumber(std::string_view field) {
