@@ -42,8 +42,8 @@ struct OrientationOption {
   /// Adds `--orientation` to a command.
   void addTo(CLI::App& command);
   kes::Orientation value() const { return given.value_or(kes::Orientation::adjusted); }
-  /// Throws "strip \"NAME\" has no adjusted orientation: --orientation original uses FILE" when the adjusted one is asked
-  /// for and missing; says on standard error when the original one takes its place by default.
+  /// Throws "strip \"NAME\" has no adjusted orientation: --orientation original uses FILE" when the adjusted one is
+  /// asked for and missing; says on standard error when the original one takes its place by default.
   void check(kes::Strip const& strip) const;
 };
 

@@ -24,7 +24,8 @@ struct Options {
   bool json = false;
 };
 
-/// The direction of view at a sample, the same for all lines: azimuth from north over east, 0 to 360, and zenith; degrees.
+/// The direction of view at a sample, the same for all lines: azimuth from north over east, 0 to 360, and zenith;
+/// degrees.
 struct Direction {
   double sample;
   double azimuth;
