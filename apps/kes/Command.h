@@ -7,9 +7,9 @@
 
 #include <functional>
 
-namespace kes {
+namespace tool {
 
-/// What the command line asked for; gives the exit code.
+/// What the command line asks for; returns the exit code.
 using Run = std::function<int()>;
 
 /// Adds one command, with its options and its example, to the command line. When the command is called, `run` becomes
@@ -30,4 +30,4 @@ void addBlock(CLI::App& app, Run& run);
 void addPoints(CLI::App& app, Run& run);
 void addLegacy(CLI::App& app, Run& run);
 
-}  // namespace kes
+}  // namespace tool

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "Output.h"
+#include "shared/Output.h"
 
 #include <sensor/FennLegacyLocations.h>
 
@@ -10,7 +10,7 @@
 
 #include <memory>
 
-namespace kes {
+namespace tool {
 
 namespace {
 
@@ -53,11 +53,11 @@ int legacy(Options const& options) {
 
 void addLegacy(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("legacy", "Tells where a project of the older processing tool has its data");
+  CLI::App* command = app.add_subcommand("legacy", "Lists where a project of the older processing tool has its data");
   command->add_option("PATH", options->path, "Project folder or flight file")->required();
   command->add_flag("--json", options->json, "As JSON");
   command->footer("Example: kes legacy flights/valley.flt");
   command->callback([options, &run] { run = [options] { return legacy(*options); }; });
 }
 
-}  // namespace kes
+}  // namespace tool

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "Output.h"
+#include "shared/Output.h"
 
 #include <simulation/Block.h>
 #include <simulation/Flight.h>
@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-namespace kes {
+namespace tool {
 
 namespace {
 
@@ -155,4 +155,4 @@ void addSimulate(CLI::App& app, Run& run) {
   command->callback([options, &run] { run = [options] { return simulate(*options); }; });
 }
 
-}  // namespace kes
+}  // namespace tool

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "Output.h"
-#include "Process.h"
+#include "shared/Output.h"
+#include "shared/Process.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,22 +16,22 @@ constexpr int done = 0;
 constexpr int failed = 1;
 constexpr int wrongUsage = 2;
 
-void addCommands(CLI::App& app, kes::Run& run) {
-  kes::addSimulate(app, run);
-  kes::addInfo(app, run);
-  kes::addCheck(app, run);
-  kes::addProject(app, run);
-  kes::addClosure(app, run);
-  kes::addMeasures(app, run);
-  kes::addFootprint(app, run);
-  kes::addEop(app, run);
-  kes::addOdf(app, run);
-  kes::addSupport(app, run);
-  kes::addCamera(app, run);
-  kes::addOrtho(app, run);
-  kes::addBlock(app, run);
-  kes::addPoints(app, run);
-  kes::addLegacy(app, run);
+void addCommands(CLI::App& app, tool::Run& run) {
+  tool::addSimulate(app, run);
+  tool::addInfo(app, run);
+  tool::addCheck(app, run);
+  tool::addProject(app, run);
+  tool::addClosure(app, run);
+  tool::addMeasures(app, run);
+  tool::addFootprint(app, run);
+  tool::addEop(app, run);
+  tool::addOdf(app, run);
+  tool::addSupport(app, run);
+  tool::addCamera(app, run);
+  tool::addOrtho(app, run);
+  tool::addBlock(app, run);
+  tool::addPoints(app, run);
+  tool::addLegacy(app, run);
 }
 
 int parseAndRun(int argc, char** argv) {
@@ -39,30 +39,30 @@ int parseAndRun(int argc, char** argv) {
   app.set_version_flag("--version", "kes " KESSENSOR_VERSION);
   app.require_subcommand(1);
   app.footer("Example: kes info flight/strip.stp --calibrations flight/calibration\n"
-             "'kes COMMAND --help' tells a command's options.");
-  kes::Run run;
+             "'kes COMMAND --help' lists a command's options.");
+  tool::Run run;
   addCommands(app, run);
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {
     int const code = app.exit(error) == done ? done : wrongUsage;
-    kes::flush();
+    tool::flush();
     return code;
   }
   int const code = run();
-  kes::flush();
+  tool::flush();
   return code;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  kes::openStandardStreams();
-  kes::endOnSignals();
+  tool::openStandardStreams();
+  tool::endOnSignals();
   try {
     return parseAndRun(argc, argv);
   } catch (std::exception const& error) {
-    kes::waitWhenEnding();
+    tool::waitWhenEnding();
     std::cerr << "kes: error: " << error.what() << '\n';
     return failed;
   }

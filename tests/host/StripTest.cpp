@@ -173,6 +173,7 @@ TEST_F(Strip, CameraAndTrajectoryAreDescribed) {
   kes::Camera const camera = strip.camera();
   EXPECT_EQ(camera.sensorId(), mSmall.sensorId);
   EXPECT_EQ(camera.bandIds(), (std::vector<std::string>{"PANB14A", "PANF27A"}));
+  EXPECT_EQ(kes::Camera::of(camera.platform()).folder(), camera.folder());
   kes::CameraBand const back = camera.band("PANB14A");
   EXPECT_EQ(back.samples, 101);
   EXPECT_NEAR(back.focalLength, 0.05, 1e-9);

@@ -1,17 +1,18 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "Csv.h"
+#include "shared/Csv.h"
 
-#include "Numbers.h"
+#include "shared/Numbers.h"
 #include "support/Matchers.h"
 
+#include <cmath>
 #include <limits>
 #include <sstream>
 
 namespace {
 
-using kes::CsvReader;
+using tool::CsvReader;
 using Fields = std::vector<std::string>;
 
 struct Table {
@@ -47,7 +48,7 @@ TEST(Csv, MarksCarriageReturnsAndBlankLinesAreDropped) {
   EXPECT_FALSE(table.reader.next());
 }
 
-TEST(Csv, WhatIsWrongIsToldWithItsPlace) {
+TEST(Csv, WhatIsWrongIsNamedWithItsPlace) {
   EXPECT_MESSAGE(Table(""), "points.csv: no header line");
   EXPECT_MESSAGE(Table("x,y\n").reader.column("z"), "points.csv:1: no column \"z\"");
   Table table("x,y\n1\n");
@@ -71,22 +72,33 @@ TEST(Csv, RowsWithoutEndAreRefused) {
 
 TEST(Csv, FieldsAreQuotedWhereTheyNeedIt) {
   std::string line;
-  kes::appendCsvLine(line, {"a", "b,c", "d\"e", ""});
+  tool::appendCsvLine(line, {"a", "b,c", "d\"e", ""});
   EXPECT_EQ(line, "a,\"b,c\",\"d\"\"e\",\n");
 }
 
 TEST(Numbers, TextIsTheShortestThatReadsBack) {
-  EXPECT_EQ(kes::text(0.1), "0.1");
-  EXPECT_EQ(kes::text(0.1F), "0.1");
-  EXPECT_EQ(kes::text(-2.0), "-2");
-  EXPECT_EQ(kes::text(1.0 / 3.0), "0.3333333333333333");
+  EXPECT_EQ(tool::text(0.1), "0.1");
+  EXPECT_EQ(tool::text(0.1F), "0.1");
+  EXPECT_EQ(tool::text(-2.0), "-2");
+  EXPECT_EQ(tool::text(1.0 / 3.0), "0.3333333333333333");
+}
+
+TEST(Csv, BlankFieldsAndThoseThatArentFiniteAreNan) {
+  Table table("a,b,c,d\n, ,nan,-inf\n");
+  ASSERT_TRUE(table.reader.next());
+  for (std::size_t column = 0; column < 4; ++column) {
+    EXPECT_TRUE(std::isnan(table.reader.number(column))) << column;
+  }
+  Table large("a\n1e999\n");
+  large.reader.next();
+  EXPECT_MESSAGE(large.reader.number(0), "points.csv:2: \"1e999\" in column \"a\" is not a number");
 }
 
 TEST(Numbers, NumbersAreWholeAndFinite) {
-  EXPECT_EQ(kes::finiteNumber(" +1.5e3 "), 1500.0);
-  EXPECT_EQ(kes::finiteNumber("-0.25"), -0.25);
-  for (char const* text : {"", " ", "1,5", "1.5x", "nan", "inf", "0x10", "1e999", "--1"}) {
-    EXPECT_FALSE(kes::finiteNumber(text)) << text;
+  EXPECT_EQ(tool::finiteNumber(" +1.5e3 "), 1500.0);
+  EXPECT_EQ(tool::finiteNumber("-0.25"), -0.25);
+  for (char const* text : {"", " ", "1,5", "1.5x", "nan", "inf", "0x10", "1e999", "--1", "+-1", "++1"}) {
+    EXPECT_FALSE(tool::finiteNumber(text)) << text;
   }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "FootprintFile.h"
+#include "images/FootprintFile.h"
 
 #include "files/Interposed.h"
 #include "support/Matchers.h"
@@ -20,8 +20,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using kes::Footprint;
 using test::Interposed;
+using tool::Footprint;
 
 // Outlines of many points, so that files have several pages.
 std::vector<Footprint> someFootprints(double longitude = 15.0) {
@@ -41,7 +41,7 @@ std::vector<Footprint> someFootprints(double longitude = 15.0) {
 class FootprintFile : public testing::TestWithParam<char const*> {
 protected:
   std::string failure() const {
-    return test::messageOf([&] { kes::writeFootprints(name, someFootprints()); });
+    return test::messageOf([&] { tool::writeFootprints(name, someFootprints()); });
   }
 
   test::TempFolder folder;
@@ -50,7 +50,7 @@ protected:
 
 TEST_P(FootprintFile, ReplacesAnOlderOne) {
   std::ofstream(name) << "old";
-  kes::writeFootprints(name, someFootprints());
+  tool::writeFootprints(name, someFootprints());
   EXPECT_EQ(test::entryCount(folder.path()), 1);
   GDALDatasetUniquePtr const data(GDALDataset::Open(name.c_str(), GDAL_OF_VECTOR));
   ASSERT_TRUE(data);
@@ -58,7 +58,7 @@ TEST_P(FootprintFile, ReplacesAnOlderOne) {
 }
 
 TEST_P(FootprintFile, MayHoldNothing) {
-  kes::writeFootprints(name, {});
+  tool::writeFootprints(name, {});
   GDALDatasetUniquePtr const data(GDALDataset::Open(name.c_str(), GDAL_OF_VECTOR));
   ASSERT_TRUE(data);
   EXPECT_EQ(data->GetLayer(0)->GetFeatureCount(), 0);
@@ -68,7 +68,7 @@ TEST_P(FootprintFile, CrossesTheAntimeridian) {
   std::vector<Footprint> footprints = someFootprints();
   footprints[2].points = {
       {179.99, 10.0, 5.0}, {-179.99, 10.0, 6.0}, {-179.99, 10.1, 7.0}, {179.99, 10.1, 8.0}, {179.99, 10.0, 5.0}};
-  kes::writeFootprints(name, footprints);
+  tool::writeFootprints(name, footprints);
   EXPECT_TRUE(test::exists(name));
 }
 
@@ -80,13 +80,14 @@ TEST_P(FootprintFile, DevicesAndFoldersAreRefused) {
   EXPECT_EQ(failure(), "can't write " + name + ": it is no regular file");
 }
 
-// Every call that changes files, each with every error: an older file stays, or the new one is the same as without the error.
+// Every call that changes files, each with every error: an older file stays, or the new one is the same as without the
+// error.
 TEST_P(FootprintFile, CallThatFailsIsReportedOrMadeGood) {
-  kes::writeFootprints(name, someFootprints());
+  tool::writeFootprints(name, someFootprints());
   std::map<std::string, int> counts;
   {
     Interposed const system([&](std::string const& function) { return ++counts[function], 0; });
-    kes::writeFootprints(name, someFootprints());
+    tool::writeFootprints(name, someFootprints());
   }
   std::string const whole = test::contents(name);
   int attempts = 0;
@@ -100,7 +101,7 @@ TEST_P(FootprintFile, CallThatFailsIsReportedOrMadeGood) {
           Interposed const system([&, asked = function](std::string const& called) {
             return called == asked && ++calls == failing ? error : 0;
           });
-          kes::writeFootprints(name, someFootprints());
+          tool::writeFootprints(name, someFootprints());
         } catch (std::runtime_error const& failure) {
           message = failure.what();
         }
@@ -129,7 +130,7 @@ TEST_P(FootprintFile, FullDiskKeepsTheOldOneWhateverRoomThereIs) {
     std::ofstream(name) << "old";
     disk.fill(spare);
     try {
-      kes::writeFootprints(name, someFootprints());
+      tool::writeFootprints(name, someFootprints());
     } catch (std::runtime_error const& error) {
       ++failures;
       EXPECT_EQ(test::contents(name), "old") << spare;
@@ -150,7 +151,7 @@ TEST(FootprintDatabase, WithChangesOfAnotherProgramIsRefused) {
   std::string const name = folder.file("out.gpkg", "old");
   for (std::string const suffix : {"-journal", "-wal"}) {
     folder.file("out.gpkg" + suffix, "changes");
-    EXPECT_MESSAGE(kes::writeFootprints(name, someFootprints()),
+    EXPECT_MESSAGE(tool::writeFootprints(name, someFootprints()),
                    "can't write " + name + ": there are changes of it in " + name + suffix);
     EXPECT_EQ(test::contents(name), "old");
     fs::remove(name + suffix);
@@ -160,7 +161,7 @@ TEST(FootprintDatabase, WithChangesOfAnotherProgramIsRefused) {
 TEST(FootprintDatabase, IsInWgs84WithHeights) {
   test::TempFolder const folder;
   std::string const name = folder / "out.gpkg";
-  kes::writeFootprints(name, someFootprints());
+  tool::writeFootprints(name, someFootprints());
   GDALDatasetUniquePtr const data(GDALDataset::Open(name.c_str(), GDAL_OF_VECTOR));
   ASSERT_TRUE(data);
   EXPECT_EQ(std::string(data->GetLayer(0)->GetSpatialRef()->GetAuthorityCode(nullptr)), "4979");

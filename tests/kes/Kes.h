@@ -8,7 +8,7 @@
 
 namespace test {
 
-/// What a run of the tool printed and gave.
+/// Output and exit code of a run of the tool.
 struct KesRun {
   int code = -1;
   std::string out;

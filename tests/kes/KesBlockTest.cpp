@@ -37,7 +37,7 @@ using KesBlockCreate = KesBlock;
 using KesBlockCheck = KesBlock;
 using KesOnBlock = KesBlock;
 
-TEST_F(KesBlockInfo, JsonHasAllThatTheBlockTells) {
+TEST_F(KesBlockInfo, JsonHasAllOfTheBlock) {
   mFolder.file("points.gpt", "A 1 2 3\nB 1 2 3\n");
   std::string const name = blockOf("<Description>Two flights</Description>" + twoStrips() +
                                    "<Models><DSM filename=\"dem.tif\"/></Models>"
@@ -135,6 +135,27 @@ TEST_F(KesBlockCreate, OtherExtensionsAndUnknownSystemsAreRefused) {
   EXPECT_THAT(result.err, testing::StartsWith("kes: error: Can't create coordinate system \"EPSG:0\": "));
 }
 
+TEST_F(KesBlockCreate, NameIsMoreThanAnExtension) {
+  std::string const a = addStrip("a.stp", "West");
+  for (std::string const& name : {std::string(".blf"), mFolder / ".blf"}) {
+    KesRun const result = run({"block", "create", name, a, "--crs", "EPSG:32633"});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_THAT(result.err, HasSubstr("\"" + name + "\" isn't a name that ends in .blf"));
+  }
+}
+
+// A reader of the block refuses such a system, too.
+TEST_F(KesBlockCreate, SystemThatNamesAFileIsRefused) {
+  std::string const a = addStrip("a.stp", "West");
+  std::string const crs = "+proj=longlat +datum=WGS84 +geoidgrids=" + (mFolder / "geoid.gtx") + " +type=crs";
+  std::string const out = mFolder / "new.blf";
+  KesRun const result = run({"block", "create", out, a, "--crs", crs});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.err, "kes: error: Can't create coordinate system \"" + crs +
+                            "\": a definition in a file must not name other files by a path\n");
+  EXPECT_FALSE(test::exists(out));
+}
+
 TEST_F(KesBlockCheck, WholeBlockIsValid) {
   mFolder.file("points.gpt", "P1 1 2 3\n");
   KesRun const result =
@@ -158,7 +179,7 @@ TEST_F(KesBlockCheck, EveryMissingFileIsNamed) {
   }
 }
 
-TEST_F(KesBlockCheck, StripsThatAreLeftOutAndPointsThatNobodyKnowsAreSuspicious) {
+TEST_F(KesBlockCheck, HiddenStripsAndUnknownPointsAreSuspicious) {
   addStrip("a.stp", "West");
   addStrip("b.stp", "West");
   mFolder.file("PANN00A.ipt", "\"P9\" 1 2 0.1 0.1 1\n");
@@ -193,7 +214,7 @@ TEST_F(KesOnBlock, MeasuresAreThoseOfEachStripInTheBlocksSystem) {
   EXPECT_EQ(json::parse(other.out)["strips"][0]["mapping"]["crs"], "EPSG:4979");
 }
 
-TEST_F(KesOnBlock, ClosureOfAllStripsIsTold) {
+TEST_F(KesOnBlock, ClosureIsThatOfAllStrips) {
   KesRun const result = run({"closure", block(), "--grid", "3", "--json"});
   ASSERT_EQ(result.code, 0) << result.err;
   json const closure = json::parse(result.out);

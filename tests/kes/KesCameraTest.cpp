@@ -55,7 +55,7 @@ TEST(KesCamera, QuickLookAtNothingFails) {
   EXPECT_EQ(run.err, "kes: error: Unable to get quick information for location " + folder("HDB00_1/v002") + "\n");
   for (char const* version : {"x", "v", "2a", "-2"}) {
     EXPECT_EQ(kes({"camera", "quick", "HDB00", "90214", "--calibrations", calibrations(), "--", version}).err,
-              std::string("kes: error: no version: ") + version + "\n");
+              std::string("kes: error: not a version: ") + version + "\n");
   }
 }
 

@@ -101,7 +101,7 @@ TEST_F(KesMap, AllSolversBringMapPositionsBack) {
   for (std::string const crs : {"EPSG:32633", "EPSG:4979"}) {
     KesRun const ground = project({"--to", "ground", "--frame", "map", "--crs", crs, "--verify"}, input);
     ASSERT_EQ(ground.code, 0) << ground.err;
-    for (std::string const solver : {"point", "run", "vector"}) {
+    for (std::string const solver : {"precise", "point", "run", "vector"}) {
       KesRun const back =
           project({"--to", "image", "--frame", "map", "--crs", crs, "--solver", solver, "--verify"}, ground.out);
       ASSERT_EQ(back.code, 0) << back.err;
@@ -130,18 +130,71 @@ TEST_F(KesMap, SurfaceTakesThePlaceOfAHeight) {
   }
 }
 
-TEST_F(KesMap, PointBesideTheSurfaceIsNamed) {
-  KesRun const run = project({"--to", "ground", "--frame", "map", "--dem", dem(1e-5)}, "sample,line\n\n10,20\n");
-  EXPECT_EQ(run.code, 1);
-  EXPECT_EQ(run.err, "kes: error: standard input:3: Image to map: Unable to a retrieve DSM height.\n");
-  EXPECT_EQ(run.out, "");
+TEST_F(KesMap, SystemOrElevationModelImpliesTheMap) {
+  std::string const height = "sample,line,height\n10,20,430\n";
+  EXPECT_EQ(project({"--to", "ground", "--crs", "EPSG:32633"}, height).out,
+            project({"--to", "ground", "--frame", "map", "--crs", "EPSG:32633"}, height).out);
+  std::string const plain = "sample,line\n10,20\n";
+  std::string const map = project({"--to", "ground", "--frame", "map", "--dem", dem()}, plain).out;
+  EXPECT_EQ(project({"--to", "ground", "--dem", dem()}, plain).out, map);
+  EXPECT_NE(project({"--to", "ground", "--frame", "lsr", "--dem", dem()}, plain).out, map);
 }
 
-TEST_F(KesMap, PositionThatIsNoPlaceIsNamed) {
+TEST_F(KesMap, ElevationModelGivesTheHeightsOfGroundPositions) {
+  KesRun const ground = project({"--to", "ground", "--dem", dem()}, "sample,line\n10,20\n6000,100\n");
+  ASSERT_EQ(ground.code, 0) << ground.err;
+  // Heights of the table don't count.
+  std::string input = "x,y,z\n";
+  for (auto const& row : rowsOf(ground.out)) {
+    input += row[2] + "," + row[3] + ",nowhere\n";
+  }
+  KesRun const back = project({"--to", "image", "--dem", dem(), "--status"}, input);
+  ASSERT_EQ(back.code, 0) << back.err;
+  auto const rows = rowsOf(back.out);
+  double const expected[2][2] = {{10, 20}, {6000, 100}};
+  for (std::size_t i = 0; i < 2; ++i) {
+    // Heights on the surface are good to 1 mm, and a pixel is 0.3 m.
+    EXPECT_NEAR(std::stod(rows[i][3]), expected[i][0], 0.01);
+    EXPECT_NEAR(std::stod(rows[i][4]), expected[i][1], 0.01);
+    EXPECT_EQ(rows[i][5], "ok");
+  }
+}
+
+TEST_F(KesMap, TdiStagesCountOnTheMapAndOnSurfacesForAllSolvers) {
+  std::string const input = "sample,line,height\n6000,100,430\n";
+  for (std::vector<std::string> const& where :
+       std::vector<std::vector<std::string>>{{"--crs", "EPSG:32633"}, {"--dem", dem()}}) {
+    for (std::string const solver : {"precise", "point"}) {
+      auto const withTdi = [&](std::vector<std::string> options) {
+        options.insert(options.end(), {"--to", "ground", "--solver", solver});
+        options.insert(options.end(), where.begin(), where.end());
+        return project(options, input).out;
+      };
+      EXPECT_NE(withTdi({}), withTdi({"--tdi", "4"})) << solver;
+      EXPECT_EQ(withTdi({}), withTdi({"--tdi", "1"})) << solver;
+    }
+  }
+}
+
+TEST_F(KesMap, PointBesideTheSurfaceHasNoResult) {
   KesRun const run =
-      project({"--to", "image", "--frame", "map", "--crs", "EPSG:32633"}, "x,y,z\n500000,5340000,400\n1e30,5,400\n");
+      project({"--to", "ground", "--frame", "map", "--dem", dem(1e-5), "--status"}, "sample,line\n\n10,20\n");
   EXPECT_EQ(run.code, 1);
-  EXPECT_EQ(run.err, "kes: error: standard input:3: no place on the ground in EPSG:32633\n");
+  EXPECT_EQ(run.err, "kes: 1 point: 1 noSurface\nkes: error: no point has a result\n");
+  EXPECT_EQ(run.out, "sample,line,x,y,z,status\n10,20,,,,noSurface\n");
+}
+
+TEST_F(KesMap, PositionOffTheMapDisturbsNoOther) {
+  for (std::string const solver : {"precise", "point", "run", "vector"}) {
+    std::vector<std::string> const options{"--to", "image", "--crs", "EPSG:32633", "--solver", solver, "--status"};
+    KesRun const ground = project({"--to", "ground", "--crs", "EPSG:32633"}, "sample,line,height\n100,20,430\n");
+    auto const good = rowsOf(ground.out).at(0);
+    std::string const point = good[3] + "," + good[4] + "," + good[5] + "\n";
+    KesRun const run = project(options, "x,y,z\n1e30,5,400\n" + point);
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(run.err, "kes: 2 points: 1 ok, 1 notTransformable\n");
+    EXPECT_EQ(rowsOf(run.out).at(1), rowsOf(project(options, "x,y,z\n" + point).out).at(0));
+  }
 }
 
 TEST_F(KesMap, SystemsThatCantBeMadeAreRefused) {
@@ -156,10 +209,8 @@ TEST_F(KesMap, SystemsThatCantBeMadeAreRefused) {
 }
 
 TEST_F(KesMap, OptionsThatDontGoTogetherAreWrongUsage) {
-  EXPECT_EQ(project({"--to", "ground", "--crs", "EPSG:32633"}, "").code, 2);
-  EXPECT_EQ(project({"--to", "image", "--dem", "x.tif"}, "").code, 2);
-  EXPECT_EQ(project({"--to", "ground", "--frame", "map", "--tdi", "2"}, "").code, 2);
-  EXPECT_EQ(project({"--to", "ground", "--dem", "x.tif", "--tdi", "2"}, "").code, 2);
+  EXPECT_EQ(project({"--to", "ground", "--frame", "lsr", "--crs", "EPSG:32633"}, "").code, 2);
+  EXPECT_EQ(project({"--to", "image", "--frame", "map", "--tdi", "2"}, "").code, 2);
 }
 
 TEST_F(KesMap, ModelThatIsNoRasterIsNamed) {
@@ -185,6 +236,10 @@ TEST_F(KesMap, MeasuresAreThoseOfTheIndependentFlight) {
     EXPECT_NEAR(band["lookAngle"].get<double>(), static_cast<double>(test::realOf(expected["lookAngle"])) * radian,
                 1e-5);
     EXPECT_LT(band["centre"]["zenith"].get<double>(), band["first"]["zenith"].get<double>());
+    for (char const* const place : {"first", "centre", "last"}) {
+      double const azimuth = band[place]["azimuth"].get<double>();
+      EXPECT_TRUE(azimuth >= 0.0 && azimuth < 360.0) << azimuth;
+    }
   }
   std::size_t const bands = measures["bands"].size();
   ASSERT_EQ(measures["baseHeightRatios"].size(), bands * (bands - 1) / 2);
@@ -232,7 +287,7 @@ TEST_F(KesMap, FootprintsAreWrittenInBothFormats) {
     ASSERT_EQ(run.code, 0) << run.err;
     auto const polygons = polygonsOf(file, "Line7_cam");
     ASSERT_EQ(polygons.size(), 8U);
-    // A corner of the band, found by itself.
+    // A corner of the band, projected alone.
     KesRun const corner = project({"--to", "ground", "--frame", "map", "--dem", dem()}, "sample,line\n-0.5,-0.5\n");
     auto const row = rowsOf(corner.out).at(0);
     OGREnvelope3D const& box = polygons.at("PANF27A");
@@ -256,9 +311,8 @@ TEST_F(KesMap, FootprintsReplaceAnOlderFileAndLeaveNothingElse) {
 TEST_F(KesMap, FootprintBesideTheModelIsNamed) {
   KesRun const run = kes(onStripA({"footprint"}, {"--dem", dem(1e-5), "-o", mFolder / "out.gpkg"}));
   EXPECT_EQ(run.code, 1);
-  EXPECT_THAT(run.err,
-              EndsWith("strip_cam.stp: PANF27A, sample -0.5, line -0.5: Image to map: Unable to a retrieve DSM "
-                       "height.\n"));
+  EXPECT_THAT(run.err, EndsWith("strip_cam.stp: PANF27A, sample -0.5, line -0.5: the ray has no end on the elevation "
+                                "model (noSurface)\n"));
   EXPECT_FALSE(test::exists(mFolder / "out.gpkg"));
 }
 

@@ -32,6 +32,11 @@ json expectedOdf(std::size_t i) {
   return test::stripA::expected().at("odf").at("files")[i];
 }
 
+// Of a merge with the anchor point of the headers.
+std::string const noHeight =
+    "kes: warning: the headers have no height of the anchor point: heights count from 0 m above "
+    "the ellipsoid; --anchor or --support give another\n";
+
 class KesOdf : public testing::Test {
 protected:
   // A support file of an ODF, with the anchor point of the flight.
@@ -153,10 +158,10 @@ TEST_F(KesOdf, OutputThatCantBeWrittenIsAnError) {
   EXPECT_EQ(test::entryCount(mFolder.path()), 1);
 }
 
-TEST_F(KesOdf, MergeTellsWhatItJoined) {
+TEST_F(KesOdf, MergePrintsWhatItJoined) {
   KesRun const run = merge({odf("REDB16A"), odf("PANN00A"), odf("PANF27A")});
   ASSERT_EQ(run.code, 0) << run.err;
-  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.err, noHeight);
   EXPECT_THAT(run.out, StartsWith("orientation:       " + mOut + "\n"));
   EXPECT_THAT(run.out, HasSubstr("starts first:      " + odf("PANF27A") + ", 312338.2271 s to 312341.4769 s\n"));
   EXPECT_THAT(run.out, HasSubstr("ends last:         " + odf("REDB16A") + ", 312339.6271 s to 312342.9269 s\n"));
@@ -171,10 +176,11 @@ TEST_F(KesOdf, MergeTellsWhatItJoined) {
 TEST_F(KesOdf, MergeWarnsOfTimesThatRepeat) {
   KesRun const run = merge({odf("PANF27A"), odf("BLUN00A")});
   EXPECT_EQ(run.code, 0);
-  EXPECT_EQ(run.err, "kes: warning: 1 record at the time of the one before, the first at 312341.4769 s\n");
+  EXPECT_EQ(run.err, noHeight + "kes: warning: 1 record at the time of the one before, the first at 312341.4769 s\n");
 }
 
-// The second file's last record is moved away by 4 s: with a mean interval that long more of its records seem to be missing.
+// The second file's last record is moved away by 4 s: with a mean interval that long more of its records seem to be
+// missing.
 TEST_F(KesOdf, MergeWarnsOfTimesThatStepBack) {
   std::string bytes = test::contents(odf("BLUN00A"));
   std::size_t const last = bytes.size() - 40;
@@ -183,8 +189,9 @@ TEST_F(KesOdf, MergeWarnsOfTimesThatStepBack) {
   bytes.replace(last, 4, time.str());
   KesRun const run = merge({odf("PANF27A"), mFolder.file("b.odf", bytes)});
   EXPECT_EQ(run.code, 0);
-  // d = 6.0998 / 43; (312346.9269 - 312341.4769) / d + 0.5 = 38.9: the first of 38 is the sixth, 0.25 s behind the first at 312340.8271 s.
-  EXPECT_EQ(run.err, "kes: warning: 1 record stepping back in time, the first at 312341.0771 s\n");
+  // d = 6.0998 / 43; (312346.9269 - 312341.4769) / d + 0.5 = 38.9: the first of 38 is the sixth, 0.25 s after the
+  // first at 312340.8271 s.
+  EXPECT_EQ(run.err, noHeight + "kes: warning: 1 record stepping back in time, the first at 312341.0771 s\n");
   EXPECT_THAT(run.out, HasSubstr("records:           104\n"));
   EXPECT_EQ(kes({"eop", "at", mOut, "312341.3", "312341.45", "312345"}).code, 0);
 }
@@ -198,9 +205,30 @@ TEST_F(KesOdf, AnchorIsInDegreesAndMetres) {
   EXPECT_NEAR(anchor.z, 408.5, 1e-12);
 }
 
-TEST_F(KesOdf, AnchorThatWouldCountAsNoneIsWrongUsage) {
-  for (auto const& anchor :
-       std::vector<std::vector<std::string>>{{"0", "48", "1"}, {"15", "0", "1"}, {"15", "90.5", "1"}, {"15", "48"}}) {
+TEST_F(KesOdf, GivenAnchorHasItsHeight) {
+  EXPECT_EQ(merge({odf("PANF27A"), "--anchor", "-15.5", "48.25", "408.5"}).err, "");
+  EXPECT_EQ(merge({odf("PANF27A"), "--support", support("PANF27A")}).err, "");
+}
+
+TEST_F(KesOdf, OriginalAndAdjustedOrientationsArentJoined) {
+  std::string const adjusted = mFolder.file("b.adj.odf", test::contents(odf("REDB16A")));
+  KesRun const run = merge({odf("PANF27A"), adjusted});
+  EXPECT_EQ(run.code, 1);
+  EXPECT_EQ(run.err, "kes: error: can't join an original and an adjusted orientation: " + odf("PANF27A") + ", " +
+                         adjusted + "\n");
+  EXPECT_FALSE(test::exists(mOut));
+  EXPECT_EQ(merge({adjusted}).code, 0);
+}
+
+TEST_F(KesOdf, AnchorThatIsntAPositionIsWrongUsage) {
+  for (auto const& anchor : std::vector<std::vector<std::string>>{{"0", "48", "1"},
+                                                                  {"15", "0", "1"},
+                                                                  {"15", "90.5", "1"},
+                                                                  {"15", "48"},
+                                                                  {"400", "48", "1"},
+                                                                  {"-180.5", "48", "1"},
+                                                                  {"nan", "48", "1"},
+                                                                  {"15", "48", "inf"}}) {
     std::vector<std::string> arguments{odf("PANF27A"), "--anchor"};
     arguments.insert(arguments.end(), anchor.begin(), anchor.end());
     EXPECT_EQ(merge(arguments).code, 2);

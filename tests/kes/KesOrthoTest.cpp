@@ -31,6 +31,7 @@ protected:
                                                   {"--crs", "EPSG:32617"},
                                                   {"--gsd", "2"},
                                                   {"--nodata", "-1"},
+                                                  {"--orientation", "original"},
                                                   {"-o", mOutput}};
     for (auto const& [name, value] : changed) {
       options[name] = value;
@@ -89,6 +90,12 @@ TEST_F(KesOrtho, ResamplingsAreKnown) {
   EXPECT_NE(cubic.at(cubic.columns / 2, cubic.rows / 2), value);
 }
 
+TEST_F(KesOrtho, OriginalOrientationInPlaceOfAMissingOneIsReported) {
+  KesRun const run = ortho({{"--orientation", ""}});
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(run.err, "kes: strip \"Small\" has no adjusted orientation: the original one is used\n");
+}
+
 // The original orientation lies 10 m further east: what it shows at a place was seen 10 lines cos(0.4) before.
 TEST_F(KesOrtho, OrientationIsChosen) {
   mFlight.small.writeEop(mFlight.folder, "shifted.eop", 10.0);
@@ -130,7 +137,7 @@ protected:
     arguments.insert(arguments.begin(), "ortho");
     arguments.insert(arguments.end(), {"--calibrations", mFlights.first.folder / "calibration", "--band", band, "--dem",
                                        mFlights.first.terrain->fileName(), "--crs", "EPSG:32617", "--gsd", "1.5",
-                                       "--nodata", "-1", "-o", mFlights.output()});
+                                       "--nodata", "-1", "--orientation", "original", "-o", mFlights.output()});
     return kes(arguments);
   }
   std::string fileOf(std::vector<std::string> const& arguments) const {
@@ -154,14 +161,14 @@ TEST_F(KesOrthoOfTwo, StripsAndTheirBlockGiveTheSameFile) {
   EXPECT_FALSE(fileOf({mSecond}) == expected);
 }
 
-TEST_F(KesOrthoOfTwo, BandThatNoneHasIsTold) {
+TEST_F(KesOrthoOfTwo, BandThatNoneHasIsNamed) {
   KesRun const run = ortho({mBlock}, "PANF27A");
   EXPECT_EQ(run.code, 1);
   EXPECT_EQ(run.err, "kes: error: no band \"PANF27A\" in the strips, which have PANN00A, PANN00B\n");
   EXPECT_FALSE(test::exists(mFlights.output()));
 }
 
-TEST_F(KesOrthoOfTwo, ImageThatTheSecondLacksIsTold) {
+TEST_F(KesOrthoOfTwo, ImageThatTheSecondLacksIsNamed) {
   std::filesystem::remove(mFlights.second.imageName("PANN00A"));
   KesRun const run = ortho({mBlock});
   EXPECT_EQ(run.code, 1);
@@ -181,7 +188,7 @@ TEST_F(KesOrtho, WrongUsageGivesTwo) {
   EXPECT_FALSE(test::exists(mOutput));
 }
 
-TEST_F(KesOrtho, WhatIsWrongIsTold) {
+TEST_F(KesOrtho, WhatIsWrongIsNamed) {
   expectFailure({{"--band", "PANF27A"}}, "kes: error: no band \"PANF27A\" in the strip, which has PANN00A, PANN00B\n");
   expectFailure({{"--crs", "EPSG:1"}}, StartsWith("kes: error: Can't create coordinate system \"EPSG:1\": "));
   expectFailure({{"--crs", "+proj=utm +zone=17 +ellps=WGS84 +nadgrids=none-such.gsb +type=crs"}},
@@ -198,7 +205,7 @@ TEST_F(KesOrtho, WhatIsWrongIsTold) {
                 "kes: error: can't write " + (mFlight.folder / "none/o.tif") + ": No such file or directory\n");
 }
 
-TEST_F(KesOrtho, StripWithoutItsImageIsTold) {
+TEST_F(KesOrtho, StripWithoutItsImageIsNamed) {
   std::filesystem::remove(mFlight.imageName("PANN00A"));
   expectFailure({}, StartsWith("kes: error: image of band PANN00A: can't open " + mFlight.imageName("PANN00A") + ": "));
 }

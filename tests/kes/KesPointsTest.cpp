@@ -20,12 +20,13 @@ using testing::HasSubstr;
 
 constexpr char const* local = "+proj=topocentric +datum=WGS84 +lon_0=-1.4r +lat_0=0.6r +h_0=500 +type=crs";
 
-// The small strip flies to the east, 1 m a line, and sees 2 m in a pixel with sample 50 in the middle: a point at (x, y, 0) is
-// at sample 50 + y / 2, line x.
+// The small strip flies to the east, 1 m a line, and sees 2 m in a pixel with sample 50 in the middle: a point at (x,
+// y, 0) is at sample 50 + y / 2, line x.
 class KesPoints : public test::BlockFolder {
 protected:
   KesRun residuals(std::string const& project, std::vector<std::string> const& options = {}) const {
-    std::vector<std::string> arguments{"points", "residuals", project, "--calibrations", mFolder / "calibration"};
+    std::vector<std::string> arguments{"points",        "residuals", project, "--calibrations", mFolder / "calibration",
+                                       "--orientation", "original"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     return kes(arguments);
   }
@@ -105,7 +106,7 @@ TEST_F(KesPoints, StripAloneHasItsPointsInTheFolderAboveAndTheirSystemInRadians)
   EXPECT_NEAR(point["projected"]["line"].get<double>(), 0.0, 0.05);
 }
 
-TEST_F(KesPoints, PointsAndTheirSystemCanBeTold) {
+TEST_F(KesPoints, PointsAndTheirSystemCanBeGiven) {
   std::string const points = mFolder.file("other.gpt", "A 10 20 0\n");
   mFolder.file("PANN00A.ipt", "\"A\" 60 10 0.1 0.1 1\n");
   KesRun const result = residuals(addStrip("a.stp", "West"), {"--points", points, "--crs", local, "--json"});
@@ -116,19 +117,46 @@ TEST_F(KesPoints, PointsAndTheirSystemCanBeTold) {
 TEST_F(KesPoints, WhatIsMissingIsNamed) {
   std::string const strip = addStrip("a.stp", "West");
   EXPECT_EQ(residuals(strip).err,
-            "kes: error: no control/controls.gpt in the folder of " + strip + " or above: tell --points\n");
+            "kes: error: no control/controls.gpt in the folder of " + strip + " or above: give --points\n");
   std::string const none = mFolder.file("none.gpt", "");
   EXPECT_EQ(residuals(strip, {"--points", none}).err, "kes: error: no ground points in " + none + "\n");
   EXPECT_EQ(residuals(block(), {"--band", "NIRX"}).err,
             "kes: error: no band \"NIRX\" in the strips, which have PANN00A\n");
 }
 
-TEST_F(KesPoints, PointThatIsNoPlaceIsNamed) {
-  std::string const points = mFolder.file("points.gpt", "A nan 0.6 500\n");
-  mFolder.file("PANN00A.ipt", "\"A\" 51 0.25 0.1 0.1 1\n");
-  KesRun const result = residuals(addStrip("a.stp", "West"), {"--points", points});
+// The small strip has 101 lines of 1 m: a point 10 km ahead isn't in its image.
+TEST_F(KesPoints, PointsWithoutAPositionAreListedAndFail) {
+  std::string const points = mFolder.file("points.gpt", "A 10 20 0\nB nan 20 0\nC 10000 0 0\n");
+  mFolder.file("PANN00A.ipt", "\"A\" 60.5 10 0.1 0.1 1\n\"B\" 51 0.25 0.1 0.1 1\n\"C\" 51 0.25 0.1 0.1 1\n");
+  std::string const strip = addStrip("a.stp", "West");
+  KesRun const result = residuals(strip, {"--points", points, "--crs", local, "--json"});
   EXPECT_EQ(result.code, 1);
-  EXPECT_EQ(result.err, "kes: error: West: PANN00A: point \"A\" can't be projected\n");
+  EXPECT_EQ(result.err, "kes: error: West: PANN00A: point \"B\" can't be projected: notFinite\n");
+  json const band = json::parse(result.out)["bands"][0];
+  char const* const statuses[] = {"ok", "notFinite", "noSolution"};
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(band["points"][i]["status"], statuses[i]);
+    EXPECT_EQ(band["points"][i]["residual"]["sample"].is_null(), i != 0);
+  }
+  EXPECT_EQ(band["rms"]["points"], 1);
+  EXPECT_NEAR(band["rms"]["sample"].get<double>(), 0.5, 1e-4);
+  KesRun const text = residuals(strip, {"--points", points, "--crs", local});
+  EXPECT_THAT(text.out, testing::ContainsRegex("PANN00A +C +51.000 +0.250 +noSolution\n"));
+}
+
+TEST_F(KesPoints, PointThatIsntInUseMayLackAPosition) {
+  std::string const points = mFolder.file("points.gpt", "A 10 20 0\nB nan 20 0\n");
+  mFolder.file("PANN00A.ipt", "\"A\" 60.5 10 0.1 0.1 1\n\"B\" 51 0.25 0.1 0.1 0\n");
+  EXPECT_EQ(residuals(addStrip("a.stp", "West"), {"--points", points, "--crs", local}).code, 0);
+}
+
+TEST_F(KesPoints, NothingToCompareIsAFailure) {
+  std::string const points = mFolder.file("points.gpt", "A 10 20 0\n");
+  mFolder.file("PANN00A.ipt", "\"X\" 60.5 10 0.1 0.1 1\n");
+  KesRun const result = residuals(addStrip("a.stp", "West"), {"--points", points, "--crs", local});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.err, "kes: error: no measurement of a ground point is in use\n");
+  EXPECT_THAT(result.out, HasSubstr("warning: PANN00A: point \"X\" isn't among the ground points\n"));
 }
 
 }  // namespace

@@ -3,10 +3,12 @@
 
 #include "Kes.h"
 #include "support/Matchers.h"
+#include "support/SmallStrip.h"
 #include "support/StripA.h"
 #include "support/TempFolder.h"
 
 #include <cmath>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -14,13 +16,15 @@ namespace {
 using test::kes;
 using test::KesRun;
 using test::onStripA;
+using Fields = std::vector<std::string>;
 
-std::vector<std::vector<std::string>> rowsOf(std::string const& csv) {
-  std::vector<std::vector<std::string>> rows;
+// Of a table of plain fields.
+std::vector<Fields> rowsOf(std::string const& csv) {
+  std::vector<Fields> rows;
   std::istringstream lines(csv);
   for (std::string line; std::getline(lines, line);) {
     rows.emplace_back();
-    std::istringstream fields(line);
+    std::istringstream fields(line + ",");
     for (std::string field; std::getline(fields, field, ',');) {
       rows.back().push_back(field);
     }
@@ -62,41 +66,120 @@ TEST(KesProject, ThereAndBackIsVerified) {
   KesRun const back = project({"--band", "PANB14A", "--to", "image", "--verify"}, ground.out);
   ASSERT_EQ(back.code, 0) << back.err;
   auto const rows = rowsOf(back.out);
-  EXPECT_EQ(rows[0], (std::vector<std::string>{"sample", "line", "height", "x", "y", "z", "closure", "status"}));
+  EXPECT_EQ(rows[0], (Fields{"sample", "line", "height", "x", "y", "z", "closure", "closurePixels", "status"}));
   double const expected[3][2] = {{10, 20}, {6000.5, 100.25}, {11999, 190}};
-  for (int i = 0; i < 3; ++i) {
-    auto const& row = rows[static_cast<std::size_t>(i) + 1];
-    EXPECT_NEAR(std::stod(row[0]), expected[i][0], 0.1);
-    EXPECT_NEAR(std::stod(row[1]), expected[i][1], 0.1);
-    EXPECT_LT(std::stod(row[6]), 0.06 * 0.3);
-    EXPECT_EQ(row[7], "ok");
+  for (std::size_t i = 0; i < 3; ++i) {
+    auto const& row = rows[i + 1];
+    EXPECT_NEAR(std::stod(row[0]), expected[i][0], 1e-6);
+    EXPECT_NEAR(std::stod(row[1]), expected[i][1], 1e-6);
+    // A pixel is 0.3 m.
+    EXPECT_LT(std::stod(row[6]), 1e-6 * 0.3);
+    EXPECT_LT(std::stod(row[7]), 1e-6);
+    EXPECT_EQ(row[8], "ok");
   }
 }
 
-TEST(KesProject, PositionsOffTheImageAreOutsideOrUnsolved) {
-  KesRun const run =
-      project({"--band", "PANN00A", "--to", "ground", "--verify"}, "sample,line,height\n-5000,50,18\n100,5000,18\n");
-  ASSERT_EQ(run.code, 0) << run.err;
-  auto const rows = rowsOf(run.out);
-  EXPECT_EQ(rows[1].back(), "outside");
-  EXPECT_EQ(rows[2].back(), "outside");
-  KesRun const high = project({"--band", "PANN00A", "--to", "image", "--verify"}, "x,y,z\n1e9,1e9,9000\n");
-  EXPECT_EQ(rowsOf(high.out)[1].back(), "unsolved");
-}
-
-TEST(KesProject, RunOfPointsAgreesWithSinglePoints) {
+TEST(KesProject, FormsOfTheLibraryAgreeWithThePreciseSolverWithinTheirTolerance) {
   std::string input = "sample,line,height\n";
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < 101; ++i) {
     input += std::to_string(i * 100) + "," + std::to_string(i) + ",18\n";
   }
   std::string const ground = project({"--band", "PANF27A", "--to", "ground"}, input).out;
-  auto const point = rowsOf(project({"--band", "PANF27A", "--to", "image"}, ground).out);
-  auto const run = rowsOf(project({"--band", "PANF27A", "--to", "image", "--solver", "run"}, ground).out);
-  ASSERT_EQ(point.size(), 101U);
-  ASSERT_EQ(run.size(), 101U);
-  for (std::size_t i = 1; i < run.size(); ++i) {
-    EXPECT_NEAR(std::stod(run[i][0]), std::stod(point[i][0]), 0.1);
-    EXPECT_NEAR(std::stod(run[i][1]), std::stod(point[i][1]), 0.1);
+  auto const precise = rowsOf(project({"--band", "PANF27A", "--to", "image"}, ground).out);
+  ASSERT_EQ(precise.size(), 102U);
+  std::set<std::string> outputs;
+  for (std::string const solver : {"precise", "point", "run", "vector"}) {
+    KesRun const run = project({"--band", "PANF27A", "--to", "image", "--solver", solver, "--status"}, ground);
+    ASSERT_EQ(run.code, 0) << run.err;
+    outputs.insert(run.out);
+    auto const rows = rowsOf(run.out);
+    ASSERT_EQ(rows.size(), 102U);
+    double const tolerance = solver == "precise" ? 0.0 : 0.1;
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+      EXPECT_NEAR(std::stod(rows[i][0]), std::stod(precise[i][0]), tolerance);
+      EXPECT_NEAR(std::stod(rows[i][1]), std::stod(precise[i][1]), tolerance);
+      EXPECT_EQ(rows[i].back(), "ok");
+    }
+  }
+  // Four solvers, not one under four names.
+  EXPECT_EQ(outputs.size(), 4U);
+}
+
+// The image has 200 lines of 12000 samples; the precise solver looks 256 lines beyond.
+constexpr char const* goodAndBad = "sample,line,height\n100,50,18\n-5000,50,18\n100,5000,18\n100,,18\n100,50,nan\n";
+
+TEST(KesProject, BadPointsHaveAStatusAndDontStopTheRun) {
+  KesRun const run = project({"--band", "PANN00A", "--to", "ground", "--status"}, goodAndBad);
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(run.err, "kes: 5 points: 1 ok, 1 outsideImage, 1 noSolution, 2 notFinite\n");
+  auto const rows = rowsOf(run.out);
+  ASSERT_EQ(rows.size(), 6U);
+  auto const alone =
+      rowsOf(project({"--band", "PANN00A", "--to", "ground", "--status"}, "sample,line,height\n100,50,18\n").out);
+  EXPECT_EQ(rows[1], alone[1]);
+  EXPECT_EQ(rows[1].back(), "ok");
+  EXPECT_EQ(rows[2].back(), "outsideImage");
+  EXPECT_NE(rows[2][3], "");
+  EXPECT_EQ(rows[3], (Fields{"100", "5000", "18", "", "", "", "noSolution"}));
+  EXPECT_EQ(rows[4], (Fields{"100", "", "18", "", "", "", "notFinite"}));
+  EXPECT_EQ(rows[5], (Fields{"100", "50", "nan", "", "", "", "notFinite"}));
+}
+
+TEST(KesProject, PointsWithoutAResultCanBeProjectedOn) {
+  std::string const ground = project({"--band", "PANN00A", "--to", "ground"}, goodAndBad).out;
+  KesRun const run = project({"--band", "PANN00A", "--to", "image"}, ground);
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(run.err, "kes: 5 points: 1 ok, 1 outsideImage, 3 notFinite\n");
+}
+
+TEST(KesProject, PointsOfOneStatusArentCountedWhenAllAreGood) {
+  KesRun const run = project({"--band", "PANN00A", "--to", "ground"}, "sample,line,height\n100,50,18\n");
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(rowsOf(run.out)[0], (Fields{"sample", "line", "height", "x", "y", "z"}));
+}
+
+TEST(KesProject, StrictRunNamesTheFirstPointWithoutAResultAndPrintsAll) {
+  std::vector<std::string> const options{"--band", "PANN00A", "--to", "ground"};
+  std::vector<std::string> strict = options;
+  strict.push_back("--strict");
+  KesRun const run = project(strict, goodAndBad);
+  EXPECT_EQ(run.code, 1);
+  EXPECT_EQ(run.err, "kes: 5 points: 1 ok, 1 outsideImage, 1 noSolution, 2 notFinite\n"
+                     "kes: error: standard input:4: noSolution\n");
+  EXPECT_EQ(run.out, project(options, goodAndBad).out);
+  // A point outside the image has a result.
+  EXPECT_EQ(project(strict, "sample,line,height\n-5000,50,18\n").code, 0);
+}
+
+TEST(KesProject, RunWithoutAnyResultFails) {
+  KesRun const run = project({"--band", "PANN00A", "--to", "image"}, "x,y,z\n1e9,1e9,9000\n1e9,1e9,18\n");
+  EXPECT_EQ(run.code, 1);
+  EXPECT_THAT(run.err, testing::EndsWith("kes: error: no point has a result\n"));
+  EXPECT_THAT(run.err, testing::StartsWith("kes: 2 points: 2 noSolution\n"));
+  EXPECT_EQ(run.out, "x,y,z,sample,line\n1e9,1e9,9000,,\n1e9,1e9,18,,\n");
+  EXPECT_EQ(project({"--band", "PANN00A", "--to", "image"}, "x,y,z\n").code, 0);
+}
+
+// Rows are read in blocks of 65536.
+TEST(KesProject, LongTablesKeepOrderAndLineNumbers) {
+  constexpr int count = 65536 + 3;
+  std::string input = "id,sample,line,height\n";
+  for (int i = 0; i < count; ++i) {
+    input += std::to_string(i) + "," + std::to_string(i % 12000) + ",50," + (i == count - 2 ? "" : "18") + "\n";
+  }
+  for (std::string const solver : {"precise", "run"}) {
+    KesRun const run = project({"--band", "PANN00A", "--to", "ground", "--strict", "--solver", solver}, input);
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.err, "kes: 65539 points: 65538 ok, 1 notFinite\nkes: error: standard input:65539: notFinite\n");
+    auto const rows = rowsOf(run.out);
+    ASSERT_EQ(rows.size(), count + 1U);
+    for (int i = 0; i < count; ++i) {
+      ASSERT_EQ(rows[static_cast<std::size_t>(i) + 1][0], std::to_string(i));
+    }
+    // The same pixel before and after the end of a block.
+    Fields const first(rows[1].begin() + 1, rows[1].end());
+    Fields const second(rows[60001].begin() + 1, rows[60001].end());
+    EXPECT_EQ(first, second);
   }
 }
 
@@ -106,6 +189,10 @@ TEST(KesProject, OrientationAndTdiAreChosen) {
   EXPECT_NE(adjusted, project({"--band", "PANF27A", "--to", "ground", "--orientation", "original"}, input).out);
   EXPECT_NE(adjusted, project({"--band", "PANF27A", "--to", "ground", "--tdi", "4"}, input).out);
   EXPECT_EQ(adjusted, project({"--band", "PANF27A", "--to", "ground", "--tdi", "1"}, input).out);
+  for (char const* solver : {"precise", "point"}) {
+    EXPECT_NE(project({"--band", "PANF27A", "--to", "ground", "--solver", solver}, input).out,
+              project({"--band", "PANF27A", "--to", "ground", "--solver", solver, "--tdi", "4"}, input).out);
+  }
 }
 
 TEST(KesProject, PointsMayStandInAFile) {
@@ -118,7 +205,7 @@ TEST(KesProject, PointsMayStandInAFile) {
             "kes: error: can't open " + (folder / "none.csv") + "\n");
 }
 
-TEST(KesProject, BadInputIsToldWithItsPlace) {
+TEST(KesProject, BadInputIsNamedWithItsPlace) {
   auto const error = [](std::string const& input, char const* band = "PANF27A") {
     KesRun const run = project({"--band", band, "--to", "ground"}, input);
     EXPECT_EQ(run.code, 1);
@@ -128,16 +215,67 @@ TEST(KesProject, BadInputIsToldWithItsPlace) {
   EXPECT_EQ(error("sample,line\n"), "kes: error: standard input:1: no column \"height\"\n");
   EXPECT_EQ(error("sample,line,height\n1,2,3\n1,two,3\n"),
             "kes: error: standard input:3: \"two\" in column \"line\" is not a number\n");
-  EXPECT_THAT(error("sample,line,height\n", "XXX"), testing::StartsWith("kes: error: no band \"XXX\" in the strip, "
-                                                                        "which has PANF27A, "));
+  EXPECT_THAT(error("sample,line,height\n", "XXX"), testing::StartsWith("kes: error: strip \"Line7_cam\" has no band "
+                                                                        "\"XXX\"; it has PANF27A, "));
+}
+
+// The anchor of the flight is at 15.58 degrees east and 48.09 degrees north; in UTM zone 33, at 543 km and 5327 km.
+TEST(KesProject, PointsFarFromTheStripAreDoubted) {
+  auto const warning = [](std::string const& crs, std::string const& point) {
+    KesRun const run = project({"--band", "PANN00A", "--to", "image", "--crs", crs}, "x,y,z\n" + point + "\n");
+    EXPECT_EQ(run.code, 1);
+    std::string const begin = "kes: 1 point: 1 noSolution\nkes: warning: the first point ";
+    std::string const end = "\nkes: error: no point has a result\n";
+    EXPECT_THAT(run.err, testing::AllOf(testing::StartsWith(begin), testing::EndsWith(end)));
+    return run.err.substr(begin.size(), run.err.size() - begin.size() - end.size());
+  };
+  EXPECT_THAT(warning("EPSG:4979", "48.09,15.58,430"),
+              testing::MatchesRegex("lies 4[0-9]{3} km from the strip: are longitude and latitude swapped\\?"));
+  EXPECT_THAT(warning("EPSG:4979", "0.2719,0.8393,430"),
+              testing::MatchesRegex("lies [0-9]+ km from the strip: are they radians\\?"));
+  EXPECT_THAT(warning("EPSG:32633", "5327000,543000,430"), testing::EndsWith(": are x and y swapped?"));
+  EXPECT_THAT(warning("EPSG:32633", "1781496,17477034,1411"), testing::EndsWith(": are they feet?"));
+  EXPECT_THAT(warning("EPSG:32633", "15.58,48.09,430"),
+              testing::EndsWith(": are they degrees? --crs EPSG:4979 takes longitude and latitude"));
+  EXPECT_THAT(warning("EPSG:32633", "48.09,15.58,430"),
+              testing::EndsWith(": are they degrees, latitude first? --crs EPSG:4979 takes longitude and latitude"));
+  // 500 km to the north; the Earth's curvature makes the chord shorter by less than 1 km.
+  EXPECT_THAT(warning("EPSG:32633", "543000,5827000,430"),
+              testing::MatchesRegex("lies (499|500|501) km from the strip"));
+}
+
+TEST(KesProject, PointsNearTheStripArentDoubted) {
+  KesRun const run = project({"--band", "PANN00A", "--to", "image"}, "x,y,z\n50000,50000,18\n");
+  EXPECT_EQ(run.err, "kes: 1 point: 1 noSolution\nkes: error: no point has a result\n");
+}
+
+TEST(KesProject, MissingAdjustedOrientationIsReported) {
+  test::TempFolder const folder;
+  std::string const strip = test::SmallStrip().write(folder);
+  auto const projected = [&](std::vector<std::string> const& options) {
+    std::vector<std::string> arguments{"project", strip,     "--calibrations", folder / "calibration",
+                                       "--band",  "PANN00A", "--to",           "ground"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return kes(arguments, "sample,line,height\n50,50,0\n");
+  };
+  KesRun const usual = projected({});
+  EXPECT_EQ(usual.code, 0);
+  EXPECT_EQ(usual.err, "kes: strip \"Small\" has no adjusted orientation: the original one is used\n");
+  KesRun const adjusted = projected({"--orientation", "adjusted"});
+  EXPECT_EQ(adjusted.code, 1);
+  EXPECT_EQ(adjusted.err, "kes: error: strip \"Small\" has no adjusted orientation: --orientation original uses " +
+                              (folder / "flight.eop") + "\n");
+  KesRun const original = projected({"--orientation", "original"});
+  EXPECT_EQ(original.err, "");
+  EXPECT_EQ(original.out, usual.out);
 }
 
 TEST(KesProject, WrongUsageGivesTwo) {
   EXPECT_EQ(project({"--band", "PANF27A"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "space"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "image", "--tdi", "2"}, "x,y,z\n").code, 2);
-  EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--tdi", "2", "--verify"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--frame", "moon"}, "").code, 2);
+  EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--solver", "fast"}, "").code, 2);
 }
 
 }  // namespace

@@ -218,7 +218,7 @@ TEST(KesSimulate, BlockHasACameraOfXmlFiles) {
                          "/Line2/strip.stp\nHDB00 strip:    " + out + "/Line2/strip_hdb.stp\n");
 }
 
-// A block's strips are longer than a strip alone, unless told otherwise.
+// A block's strips are longer than a strip alone, unless their length is given.
 TEST(KesSimulate, BlockHasLinesOfItsOwn) {
   test::TempFolder const folder;
   std::string const out = folder / "block";

@@ -151,7 +151,7 @@ TEST(KesSupportExport, FailuresLeaveTheOldFile) {
   test::TempFolder const folder;
   std::string const out = folder.file("out.sup", "old");
   EXPECT_THAT(kes(exportOf(out, {"PANX"})).err,
-              HasSubstr("kes: error: no band \"PANX\" in the strip, which has PANF27A, "));
+              HasSubstr("kes: error: strip \"Line7_cam\" has no band \"PANX\"; it has PANF27A, "));
   EXPECT_EQ(test::contents(out), "old");
   KesRun const noFolder = kes(exportOf(folder / "none/out.sup", {"PANN00A"}));
   EXPECT_EQ(noFolder.code, 1);

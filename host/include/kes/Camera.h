@@ -31,6 +31,8 @@ struct CameraBand {
 /// is written; this is a handle that is cheap to copy. Any number of threads may use one.
 class KESHOST_EXPORT Camera {
 public:
+  /// A camera that the host has from `sensor::CameraFactory`.
+  [[nodiscard]] static Camera of(sensor::Camera const& camera) { return Camera(camera); }
   [[nodiscard]] std::string const& type() const;
   [[nodiscard]] std::string const& sensorId() const;
   [[nodiscard]] unsigned version() const;

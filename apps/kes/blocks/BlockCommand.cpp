@@ -1,0 +1,118 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include "Command.h"
+#include "blocks/BlockFile.h"
+#include "shared/InputGuard.h"
+#include "shared/Options.h"
+#include "shared/Output.h"
+
+#include <iostream>
+#include <memory>
+
+namespace tool {
+
+namespace {
+
+struct Options {
+  std::string file;
+  CameraOptions camera;
+  BlockPlan plan;
+  bool images = false;
+  bool json = false;
+};
+
+constexpr int valid = 0;
+constexpr int notValid = 1;
+
+int info(Options const& options) {
+  BlockDescription const block = describeBlock(options.file, options.camera);
+  if (options.json) {
+    print(toJson(block));
+  } else {
+    printText(block);
+  }
+  return 0;
+}
+
+int create(Options const& options) {
+  options.camera.apply();
+  InputGuard(options.file).check(options.camera.settings);
+  createBlock(options.file, options.plan);
+  return 0;
+}
+
+int check(Options const& options) {
+  if (!checkBlock(options.file, options.camera, options.images)) {
+    return notValid;
+  }
+  std::cout << "valid\n";
+  return valid;
+}
+
+CLI::App* addCommand(CLI::App& block, Options& options, std::string const& name, std::string const& what) {
+  CLI::App* const command = block.add_subcommand(name, what);
+  command->add_option("FILE", options.file, "Block file")->required();
+  options.camera.addTo(*command);
+  return command;
+}
+
+void addInfo(CLI::App& block, std::shared_ptr<Options> const& options, Run& run) {
+  CLI::App* const command = addCommand(block, *options, "info", "Describes a block, without loading its strips");
+  command->add_flag("--json", options->json, "As JSON");
+  command->footer("Example: kes block info valley/valley.blf --json");
+  command->callback([options, &run] { run = [options] { return info(*options); }; });
+}
+
+void addCreate(CLI::App& block, std::shared_ptr<Options> const& options, Run& run) {
+  CLI::App* const command = block.add_subcommand("create", "Writes the block of some strips");
+  BlockPlan& plan = options->plan;
+  command->add_option("OUT", options->file, "Block file to write, \"*.blf\"; an older one is replaced")
+      ->required()
+      ->check([](std::string const& file) {
+        return isBlockName(file) ? "" : "\"" + file + "\" isn't a name that ends in .blf";
+      });
+  command->add_option("STRIP", plan.strips, "Strip files, whose strip names differ")->required();
+  command->add_option("--crs", plan.crs, "System of the block's maps, any definition that PROJ understands")
+      ->type_name("DEFINITION")
+      ->required();
+  auto const addFiles = [&](std::string const& option, std::vector<std::string>& files, std::string const& what) {
+    command->add_option(option, files, what)->type_name("FILE")->check(CLI::ExistingFile)->allow_extra_args(false);
+  };
+  addFiles("--dem", plan.elevationModels, "Elevation model; repeatable");
+  addFiles("--reference", plan.referenceImages, "Reference image; repeatable");
+  command->add_option("--points", plan.groundPoints, "File of the ground points")
+      ->type_name("FILE")
+      ->check(CLI::ExistingFile);
+  command->add_option("--name", plan.name, "Name of the block [that of the file]");
+  command->add_option("--description", plan.description, "Text that goes with the block");
+  options->camera.addTo(*command);
+  command->footer("Example: kes block create valley/valley.blf valley/line1.stp valley/line2.stp --crs EPSG:32633 "
+                  "--dem dem.tif --points valley/control/controls.gpt");
+  command->callback([options, &run] { run = [options] { return create(*options); }; });
+}
+
+void addCheck(CLI::App& block, std::shared_ptr<Options> const& options, Run& run) {
+  CLI::App* const command =
+      addCommand(block, *options, "check",
+                 "Checks that all that a block and its strips name is there, and warns of what is "
+                 "suspicious");
+  command->add_flag("--images", options->images, "Look for the files of each image, too");
+  command->footer("Example: kes block check valley/valley.blf --images\n"
+                  "Exit code 0: valid, perhaps with warnings; 1: not valid.");
+  command->callback([options, &run] { run = [options] { return check(*options); }; });
+}
+
+}  // namespace
+
+void addBlock(CLI::App& app, Run& run) {
+  auto const options = std::make_shared<Options>();
+  CLI::App* const block = app.add_subcommand("block", "Describes, checks and makes blocks of strips");
+  block->require_subcommand(1);
+  block->footer("Example: kes block info valley/valley.blf");
+  addInfo(*block, options, run);
+  addCreate(*block, options, run);
+  addCheck(*block, options, run);
+}
+
+}  // namespace tool

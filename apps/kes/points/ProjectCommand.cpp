@@ -1,0 +1,127 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include "Command.h"
+#include "points/PointProjection.h"
+#include "shared/InputGuard.h"
+
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+namespace tool {
+
+namespace {
+
+/// What the command line says, before its parts are seen together.
+struct CommandLine {
+  ProjectOptions options;
+  std::string to;
+  std::string frame;
+};
+
+// Points without a result are listed, and don't end a run.
+void report(PointProjection const& projection, bool strict) {
+  StatusCounts const& counts = projection.counts();
+  if (!counts.areAllOk()) {
+    std::cerr << "kes: " << counts.text() << '\n';
+  }
+  if (std::string const doubt = projection.doubt(); !doubt.empty()) {
+    std::cerr << "kes: warning: the first point " << doubt << '\n';
+  }
+  if (strict && !projection.firstFailure().empty()) {
+    throw std::runtime_error(projection.firstFailure());
+  }
+  if (counts.total() > 0 && counts.results() == 0) {
+    throw std::runtime_error("no point has a result");
+  }
+}
+
+int project(ProjectOptions const& options, std::istream& in, std::string const& name) {
+  PointProjection projection(options, in, name);
+  projection.run();
+  report(projection, options.strict);
+  return 0;
+}
+
+int project(ProjectOptions const& options) {
+  if (options.points.empty() || options.points == "-") {
+    requireOtherThanStandardOutput("/dev/stdin", "standard input");
+    return project(options, std::cin, "standard input");
+  }
+  std::ifstream file(options.points, std::ios::binary);
+  if (!file) {
+    throw std::runtime_error("can't open " + options.points);
+  }
+  requireOtherThanStandardOutput(options.points, options.points);
+  return project(options, file, options.points);
+}
+
+void addPointOptions(CLI::App& command, CommandLine& line) {
+  ProjectOptions& options = line.options;
+  options.strip.addTo(command);
+  command.add_option("POINTS", options.points, "CSV file; standard input without one");
+  command.add_option("--band", options.band, "Band id, such as PANN00A")->type_name("ID")->required();
+  command.add_option("--to", line.to, "ground: from sample,line,height; image: from x,y,z")
+      ->required()
+      ->check(CLI::IsMember({"ground", "image"}));
+}
+
+void addGroundOptions(CLI::App& command, CommandLine& line) {
+  command
+      .add_option("--frame", line.frame,
+                  "Frame of ground positions and heights; lsr: east, north, up at the anchor, metres; map: see --crs "
+                  "[map with --crs or --dem, otherwise lsr]")
+      ->check(CLI::IsMember({"lsr", "map"}));
+  line.options.map.addTo(command);
+  command
+      .add_option("--dem", line.options.dem,
+                  "Heights from an elevation model, any raster that GDAL reads, in place of a column height or z")
+      ->type_name("FILE");
+}
+
+void addModelOptions(CLI::App& command, ProjectOptions& options) {
+  addSolver(command, options.solver);
+  command.add_option("--tdi", options.tdi, "To the ground: number of TDI stages, in place of the image's own");
+  options.orientation.addTo(command);
+  command.add_flag("--verify", options.verify,
+                   "Project back, and add columns closure (metres on the ground), closurePixels and status");
+  command.add_flag("--status", options.status, "Add a column with the status of each point");
+  command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
+}
+
+// What no single option can see.
+void checkTogether(CommandLine const& line) {
+  ProjectOptions const& options = line.options;
+  if (options.tdi && line.to == "image") {
+    throw CLI::ValidationError("--tdi", "goes with --to ground");
+  }
+  if (!options.map.crs.empty() && line.frame == "lsr") {
+    throw CLI::ValidationError("--crs", "goes with --frame map");
+  }
+}
+
+}  // namespace
+
+void addProject(CLI::App& app, Run& run) {
+  auto const line = std::make_shared<CommandLine>();
+  CLI::App* command = app.add_subcommand("project", "Projects points between an image and the ground");
+  addPointOptions(*command, *line);
+  addGroundOptions(*command, *line);
+  addModelOptions(*command, line->options);
+  command->footer("Results replace columns of the same name, or follow the others. Points without a result have empty\n"
+                  "fields; standard error has the number of points by status. Exit code 1 when no point has a result.\n"
+                  "Example: kes project flight/strip.stp --calibrations flight/calibration --band PANF27A --to ground "
+                  "--crs EPSG:32614 --dem dem.tif points.csv");
+  command->callback([line, &run] {
+    ProjectOptions& options = line->options;
+    bool const impliesMap = !options.map.crs.empty() || !options.dem.empty();
+    options.toGround = line->to == "ground";
+    options.frame = line->frame == "map" || (line->frame.empty() && impliesMap) ? Frame::map : Frame::local;
+    checkTogether(*line);
+    run = [line] { return project(line->options); };
+  });
+}
+
+}  // namespace tool

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include "shared/Numbers.h"
+
+#include <charconv>
+#include <cmath>
+#include <files/NumberText.h>
+#include <limits>
+
+namespace tool {
+
+namespace {
+
+std::string_view trimmed(std::string_view field) {
+  constexpr std::string_view blanks = " \t";
+  auto const first = field.find_first_not_of(blanks);
+  if (first == std::string_view::npos) {
+    return {};
+  }
+  return field.substr(first, field.find_last_not_of(blanks) - first + 1);
+}
+
+// What isn't a number in its whole length, or has no double near it, is nothing.
+std::optional<double> parsed(std::string_view field) {
+  if (field.starts_with('+') && !field.starts_with("+-")) {
+    field.remove_prefix(1);
+  }
+  double value = 0.0;
+  auto const [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
+  return error == std::errc() && end == field.data() + field.size() ? std::optional(value) : std::nullopt;
+}
+
+}  // namespace
+
+std::string text(double value) {
+  return files::shortestText(value);
+}
+
+std::string text(float value) {
+  return files::shortestText(value);
+}
+
+std::optional<double> finiteNumber(std::string_view field) {
+  auto const value = parsed(trimmed(field));
+  return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+std::optional<double> numberOrNan(std::string_view field) {
+  field = trimmed(field);
+  auto const value = field.empty() ? std::numeric_limits<double>::quiet_NaN() : parsed(field);
+  return value && !std::isfinite(*value) ? std::numeric_limits<double>::quiet_NaN() : value;
+}
+
+}  // namespace tool

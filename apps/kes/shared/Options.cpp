@@ -1,0 +1,98 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include "shared/Options.h"
+
+#include <sensor/CameraFactory.h>
+#include <sensor/KESStripModel.h>
+#include <sensor/KESStripModelData.h>
+#include <util/SkerryIni.h>
+
+#include <iostream>
+#include <stdexcept>
+
+namespace tool {
+
+void OrientationOption::addTo(CLI::App& command) {
+  addChoice<kes::Orientation>(command, "--orientation", given,
+                              {{"adjusted", kes::Orientation::adjusted}, {"original", kes::Orientation::original}},
+                              "Orientation of the strip [adjusted where the strip has one, otherwise original]");
+}
+
+void OrientationOption::check(kes::Strip const& strip) const {
+  if (value() == kes::Orientation::original || strip.usesAdjustedOrientation()) {
+    return;
+  }
+  std::string const lack = "strip \"" + strip.name() + "\" has no adjusted orientation";
+  if (given) {
+    throw std::runtime_error(lack + ": --orientation original uses " +
+                             strip.model().modelData()->originalEOPFileName());
+  }
+  std::cerr << "kes: " << lack << ": the original one is used\n";
+}
+
+void addSolver(CLI::App& command, kes::Solver& solver) {
+  addChoice<kes::Solver>(
+      command, "--solver", solver,
+      {{"precise", kes::Solver::precise},
+       {"point", kes::Solver::libraryPoint},
+       {"run", kes::Solver::libraryRun},
+       {"vector", kes::Solver::libraryLanes}},
+      "precise: everything in double precision; or a form of the library's class, to 0.05 lines: for single "
+      "points, for runs of neighbours, for runs in vector lanes");
+}
+
+void CameraOptions::addTo(CLI::App& command) {
+  command
+      .add_option("--calibrations", calibrations,
+                  "Folder with calibrations; repeatable, the last one is searched first")
+      ->type_name("DIR")
+      ->allow_extra_args(false)
+      ->check(CLI::ExistingDirectory);
+  command.add_option("--settings", settings, "Settings file (INI) in place of the user's own")
+      ->type_name("FILE")
+      ->check(CLI::ExistingFile);
+}
+
+void CameraOptions::apply() const {
+  sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
+  if (!settings.empty()) {
+    util::setSkerryIni(settings);
+    factory.clearSearchPaths();
+  }
+  for (std::string const& folder : calibrations) {
+    factory.addSearchPath(folder);
+  }
+}
+
+kes::StripOptions CameraOptions::opening(kes::Orientation orientation) const {
+  kes::StripOptions options;
+  options.calibrations = calibrations;
+  options.settings = settings;
+  options.orientation = orientation;
+  return options;
+}
+
+CLI::Option* MapOptions::addTo(CLI::App& command) {
+  return command
+      .add_option(
+          "--crs", crs,
+          "Coordinate system of map positions, any definition that PROJ understands, such as EPSG:32633; WGS 84 "
+          "longitude, latitude (degrees) and ellipsoidal height without it")
+      ->type_name("DEFINITION");
+}
+
+kes::CoordinateSystem MapOptions::system() const {
+  return crs.empty() ? kes::CoordinateSystem::wgs84Degrees() : kes::CoordinateSystem(crs);
+}
+
+std::string MapOptions::name() const {
+  return crs.empty() ? "WGS 84, degrees" : crs;
+}
+
+void StripOptions::addTo(CLI::App& command) {
+  command.add_option("STRIP", file, "Strip file")->required();
+  camera.addTo(command);
+}
+
+}  // namespace tool
