@@ -47,12 +47,16 @@ public:
   Found find(geo::XYZPoint const& ground, Memory& memory) const;
 
 private:
+  friend class LaneTables;
+
   static constexpr int linesPerNode = 8;
   static constexpr int linesPerOverlap = 64;
+  // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
+  static constexpr double leastDepth = 1e-3;
 
-  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead
-  // at a tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
-  struct Node {
+  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead at a
+  // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
+  struct alignas(64) Node {
     double along;
     double across;
     double height;

@@ -1,0 +1,262 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+// What both directions do in lanes, for the instruction set at hand. LaneKernels.cpp includes this file once for each, hence
+// no usual guard.
+
+#if defined(KES_HOST_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KES_HOST_LANES_INL_H
+#undef KES_HOST_LANES_INL_H
+#else
+#define KES_HOST_LANES_INL_H
+#endif
+
+#include "LaneTables.h"
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+HWY_BEFORE_NAMESPACE();
+namespace kes::detail::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Doubles = hn::ScalableTag<double>;
+using Ints = hn::Rebind<std::int32_t, Doubles>;
+using Lanes = hn::Vec<Doubles>;
+using Mask = hn::Mask<Doubles>;
+
+inline constexpr Doubles tag;
+inline constexpr std::size_t laneCount = hn::MaxLanes(Doubles());
+
+HWY_INLINE Lanes same(double value) {
+  return hn::Set(tag, value);
+}
+HWY_INLINE Lanes same(Lanes, double value) {
+  return hn::Set(tag, value);
+}
+
+#include "ViewFormulas-inl.h"
+
+struct LanePoint {
+  Lanes x;
+  Lanes y;
+  Lanes z;
+};
+struct LanePose {
+  LanePoint along;
+  LanePoint across;
+  LanePoint up;
+  LanePoint centre;
+  Lanes shift;
+};
+/// As `ViewChain::Sight`.
+struct LaneSight {
+  Lanes x;
+  Lanes y;
+  Lanes height;
+};
+
+/// Numbers of rows, one for each lane.
+struct RowNumbers {
+  alignas(64) std::uint32_t of[laneCount];
+  bool areEqual() const {
+    bool equal = true;
+    for (std::size_t i = 1; i < laneCount; ++i) {
+      equal &= of[i] == of[0];
+    }
+    return equal;
+  }
+};
+
+#if HWY_TARGET != HWY_SCALAR
+/// Two fields of every second row from the first of `numbers` on, in blocks of two.
+template <class Tag>
+HWY_INLINE hn::Vec<Tag> blocks(Tag, double const* field, std::size_t rowLength, std::uint32_t const* numbers) {
+  constexpr std::size_t count = hn::MaxLanes(Tag());
+  if constexpr (count == 2) {
+    return hn::LoadU(Tag(), field + rowLength * numbers[0]);
+  } else {
+    hn::Half<Tag> const half;
+    return hn::Combine(Tag(), blocks(half, field, rowLength, numbers + count / 2),
+                       blocks(half, field, rowLength, numbers));
+  }
+}
+#endif
+
+/// Two neighbouring fields of rows.
+HWY_INLINE void loadPair(double const* field, std::size_t rowLength, RowNumbers const& rows, Lanes& a, Lanes& b) {
+#if HWY_TARGET == HWY_SCALAR
+  a = same(field[rowLength * rows.of[0]]);
+  b = same(field[rowLength * rows.of[0] + 1]);
+#else
+  Lanes const even = blocks(tag, field, rowLength, rows.of);
+  Lanes const odd = blocks(tag, field, rowLength, rows.of + 1);
+  a = hn::InterleaveLower(tag, even, odd);
+  b = hn::InterleaveUpper(tag, even, odd);
+#endif
+}
+
+/// The orientation's records of the lanes; of one record for all of them, if that is so.
+struct LaneRecord {
+  Lanes start;
+  Lanes rate;
+  LanePoint position;
+  LanePoint positionStep;
+  struct {
+    Lanes q0;
+    Lanes q1;
+    Lanes q2;
+    Lanes q3;
+  } attitude, attitudeStep;
+
+  HWY_INLINE void load(double const* records, RowNumbers const& rows) {
+    constexpr std::size_t length = LaneTables::doublesPerRecord;
+    loadPair(records, length, rows, start, rate);
+    loadPair(records + 2, length, rows, position.x, position.y);
+    loadPair(records + 4, length, rows, position.z, positionStep.x);
+    loadPair(records + 6, length, rows, positionStep.y, positionStep.z);
+    loadPair(records + 8, length, rows, attitude.q0, attitude.q1);
+    loadPair(records + 10, length, rows, attitude.q2, attitude.q3);
+    loadPair(records + 12, length, rows, attitudeStep.q0, attitudeStep.q1);
+    loadPair(records + 14, length, rows, attitudeStep.q2, attitudeStep.q3);
+  }
+  HWY_INLINE void loadOne(double const* record) {
+    Lanes* const fields[] = {&start,         &rate,           &position.x,     &position.y,
+                             &position.z,    &positionStep.x, &positionStep.y, &positionStep.z,
+                             &attitude.q0,   &attitude.q1,    &attitude.q2,    &attitude.q3,
+                             &attitudeStep.q0, &attitudeStep.q1, &attitudeStep.q2, &attitudeStep.q3};
+    for (std::size_t i = 0; i < LaneTables::doublesPerRecord; ++i) {
+      *fields[i] = same(record[i]);
+    }
+  }
+};
+
+/// The pieces that lines belong to, with all that their poses depend on.
+class LanePieces {
+public:
+  explicit LanePieces(LaneTables const& tables)
+      : mTables(tables), mLastInterval(same(static_cast<double>(tables.starts.size() - 2))),
+        mCorrection(hn::Zero(tag)), mCorrectionStep(hn::Zero(tag)) {
+    mRecord.loadOne(tables.records);
+    load(hn::Zero(tag));
+  }
+
+  Lanes first;
+  Lanes last;
+  Lanes greatestDepth;
+
+  /// Of lines, which may be anything; a line beyond the table has the nearest. True where the piece is that of `ViewChain::pieceAt`.
+  HWY_INLINE Mask load(Lanes line) {
+    Lanes const place = line - same(mTables.firstLine);
+    Lanes const inside = hn::Min(hn::IfThenElseZero(place > hn::Zero(tag), place), mLastInterval);
+    auto const number = hn::DemoteTo(Ints(), inside);
+    mWhole = hn::PromoteTo(tag, number) + same(mTables.firstLine);
+    alignas(64) std::int32_t intervals[laneCount];
+    alignas(64) double lines[laneCount];
+    hn::Store(number, Ints(), intervals);
+    hn::Store(line, tag, lines);
+    for (std::size_t i = 0; i < laneCount; ++i) {
+      std::uint32_t const* const start = &mTables.starts[static_cast<std::size_t>(intervals[i])];
+      bool const isPast = (start[0] + 1 < start[1]) & (mTables.rows[start[0]].last <= lines[i]);
+      mRows.of[i] = start[0] + (isPast ? 1U : 0U);
+    }
+    auto const* const rows = reinterpret_cast<double const*>(mTables.rows.data());
+    constexpr std::size_t length = LaneTables::doublesPerRow;
+    Lanes record;
+    loadPair(rows, length, mRows, first, last);
+    loadPair(rows + 2, length, mRows, mTime, mTimeStep);
+    if (mTables.hasCorrections) {
+      loadPair(rows + 4, length, mRows, mCorrection, mCorrectionStep);
+    }
+    loadPair(rows + 6, length, mRows, greatestDepth, record);
+    loadRecords();
+    return hn::Or(line < last, last >= mWhole + same(1.0));
+  }
+
+  HWY_INLINE Lanes time(Lanes line) const { return mTime + mTimeStep * (line - mWhole); }
+
+  HWY_INLINE LanePose pose(Lanes line) const {
+    Lanes const v = line - mWhole;
+    Lanes const shift =
+        mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : hn::Zero(tag);
+    return poseOf<LanePose>(mRecord, mTime + mTimeStep * v, shift);
+  }
+
+private:
+  HWY_INLINE void loadRecords() {
+    RowNumbers records;
+    for (std::size_t i = 0; i < laneCount; ++i) {
+      records.of[i] = static_cast<std::uint32_t>(mTables.rows[mRows.of[i]].record);
+    }
+    if (!records.areEqual()) {
+      mRecord.load(mTables.records, records);
+      mOne = NONE;
+    } else if (records.of[0] != mOne) {
+      mOne = records.of[0];
+      mRecord.loadOne(mTables.records + LaneTables::doublesPerRecord * mOne);
+    }
+  }
+
+  static constexpr std::uint32_t NONE = ~0U;
+
+  LaneTables const& mTables;
+  Lanes mLastInterval;
+  Lanes mWhole;  // the whole lines at or before
+  Lanes mTime;
+  Lanes mTimeStep;
+  Lanes mCorrection;
+  Lanes mCorrectionStep;
+  RowNumbers mRows;
+  LaneRecord mRecord;
+  std::uint32_t mOne = 0;  // the record that all lanes have
+};
+
+/// Which points of a vector are done, and their statuses.
+class LaneResults {
+public:
+  LaneResults(LaneTables const& tables, PixelLimits const& limits)
+      : mLeast(same(-0.5)), mSampleLimit(same(limits.samples - 0.5)), mLineLimit(same(limits.lines - 0.5)),
+        mFirstTime(same(tables.firstTime)), mLastTime(same(tables.lastTime)) {}
+
+  /// Stores the statuses of points from `begin` on, of which `count` exist, and adds those that aren't done to the rest.
+  HWY_INLINE void store(Mask done, Lanes sample, Lanes line, Lanes time, std::size_t begin, std::size_t count,
+                        Status* status, std::uint32_t* rest) {
+    Mask const onPixel = hn::And(hn::And(sample >= mLeast, sample < mSampleLimit),
+                                 hn::And(line >= mLeast, line < mLineLimit));
+    Mask const covered = hn::And(time >= mFirstTime, time <= mLastTime);
+    if (hn::AllTrue(tag, hn::And(done, hn::And(onPixel, covered)))) {
+      std::fill_n(status + begin, count, Status::ok);
+      return;
+    }
+    // 0 for what isn't done.
+    Lanes const place = hn::IfThenElse(covered, hn::IfThenElse(onPixel, same(1.0), same(2.0)), same(3.0));
+    alignas(64) double places[laneCount];
+    hn::Store(hn::IfThenElseZero(done, place), tag, places);
+    for (std::size_t i = 0; i < count; ++i) {
+      status[begin + i] = places[i] == 1.0   ? Status::ok
+                          : places[i] == 2.0 ? Status::outsideImage
+                                             : Status::outsideOrientation;
+      rest[mRest] = static_cast<std::uint32_t>(begin + i);
+      mRest += places[i] == 0.0 ? 1 : 0;
+    }
+  }
+
+  std::size_t rest() const { return mRest; }
+
+private:
+  Lanes mLeast;
+  Lanes mSampleLimit;
+  Lanes mLineLimit;
+  Lanes mFirstTime;
+  Lanes mLastTime;
+  std::size_t mRest = 0;
+};
+
+}  // namespace kes::detail::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif
