@@ -181,12 +181,31 @@ public:
 
   HWY_INLINE LanePose pose(Lanes line) const {
     Lanes const v = line - mWhole;
-    Lanes const shift =
-        mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : hn::Zero(tag);
-    return poseOf<LanePose>(mRecord, mTime + mTimeStep * v, shift);
+    Lanes const w = partOf(mRecord, mTime + mTimeStep * v);
+    Turn<Lanes> const turn = turnOf(mRecord, w);
+    return {alongOf<LanePoint>(turn), acrossOf<LanePoint>(turn), upOf<LanePoint>(turn), centreOf<LanePoint>(mRecord, w),
+            shift(v)};
+  }
+
+  /// As `ViewChain::sight` by the pose of a line. Each axis is used up before the next one is computed: sixteen registers are
+  /// soon full.
+  HWY_INLINE LaneSight sight(Lanes line, LanePoint const& ground) const {
+    Lanes const v = line - mWhole;
+    Lanes const w = partOf(mRecord, mTime + mTimeStep * v);
+    LanePoint const centre = centreOf<LanePoint>(mRecord, w);
+    LanePoint const away{ground.x - centre.x, ground.y - centre.y, ground.z - centre.z};
+    Turn<Lanes> const turn = turnOf(mRecord, w);
+    Lanes const height = dot(upOf<LanePoint>(turn), away);
+    Lanes const across = dot(acrossOf<LanePoint>(turn), away);
+    Lanes const along = dot(alongOf<LanePoint>(turn), away);
+    return sightOf<LaneSight>(along, across, height, same(-mTables.focalLength), shift(v));
   }
 
 private:
+  HWY_INLINE Lanes shift(Lanes v) const {
+    return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : hn::Zero(tag);
+  }
+
   HWY_INLINE void loadRecords() {
     RowNumbers records;
     for (std::size_t i = 0; i < laneCount; ++i) {

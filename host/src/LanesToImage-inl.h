@@ -95,13 +95,13 @@ public:
     mDepth = same(mTables.flyingHeight) - ground.z;
     Lanes const least = same(mTables.leastDepth);
     mLinesPerUnit = same(mTables.linesPerUnit) * hn::IfThenElse(mDepth < least, least, mDepth);
-    Solution const solution = solve(bracket(nearLine()));
+    Solution const solution = solve(bracket(mIsRow ? mLine + (mLine - mLineBefore) : coarseLine()));
     remember(solution);
     return solution;
   }
 
 private:
-  static constexpr int BRACKETS = 3;
+  static constexpr int STEPS = 3;
   static constexpr int NODES = 2;
   static constexpr double LAST_STEP = 4e-4;
   static constexpr double NEAR = 4.0;  // lines
@@ -118,26 +118,11 @@ private:
   };
 
   HWY_INLINE Sighting sighting(Lanes line) {
-    LaneSight const sight = projectionOf<LaneSight>(mPieces.pose(line), mGround, same(-mTables.focalLength));
+    LaneSight const sight = mPieces.sight(line, mGround);
     auto const at = mEntries.at(sight.y);
     Mask const isPlain = hn::And(sight.height < hn::Zero(tag), at.isWithin);
     Lanes const ahead = (sight.x - at.x) * mLinesPerUnit;
     return {hn::IfThenElse(isPlain, ahead, same(std::numeric_limits<double>::quiet_NaN())), sight.y};
-  }
-
-  // A line that is near, and from there the nearest.
-  HWY_INLINE Lanes nearLine() {
-    if (mIsRow) {
-      Lanes const line = mLine + (mLine - mLineBefore);
-      mPieces.load(line);
-      Lanes const ahead = sighting(line).ahead;
-      if (hn::AllTrue(tag, hn::Abs(ahead) < same(NEAR))) {
-        return line + ahead;
-      }
-    }
-    Lanes const line = coarseLine();
-    mPieces.load(line);
-    return line + sighting(line).ahead;
   }
 
   // As `LineSearch::Task::guess`.
@@ -170,20 +155,23 @@ private:
     return same(mTables.firstLine) + place * same(mTables.linesPerNode);
   }
 
-  // The ends of the pieces between whose ends the positions pass, from a near line on.
+  // The pieces between whose ends the positions pass: from those of a near line on, always where the first end points to.
   HWY_INLINE Bracket bracket(Lanes line) {
     Lanes const zero = hn::Zero(tag);
-    for (int i = 0;; ++i) {
-      Mask const isThere = mPieces.load(line);
-      Bracket const found{isThere, sighting(mPieces.first), sighting(mPieces.last)};
-      Mask const passes = hn::And(found.first.ahead > zero, found.last.ahead <= zero);
-      if (hn::AllTrue(tag, hn::And(isThere, passes)) || i + 1 == BRACKETS) {
-        return {hn::And(hn::And(isThere, passes), mDepth <= mPieces.greatestDepth), found.first, found.last};
+    Mask isThere = mPieces.load(line);
+    Sighting first = sighting(mPieces.first);
+    for (int i = 0; i < STEPS; ++i) {
+      Lanes const next = mPieces.first + first.ahead;
+      Mask const stays = hn::And(first.ahead > zero, next < mPieces.last);
+      if (hn::AllTrue(tag, hn::And(isThere, stays))) {
+        break;
       }
-      Lanes const away = found.first.ahead / (found.last.ahead - found.first.ahead);
-      Lanes const next = mPieces.first - away * (mPieces.last - mPieces.first);
-      line = hn::IfThenElse(passes, same(0.5) * (mPieces.first + mPieces.last), next);
+      isThere = mPieces.load(next);
+      first = sighting(mPieces.first);
     }
+    Sighting const last = sighting(mPieces.last);
+    Mask const passes = hn::And(first.ahead > zero, last.ahead <= zero);
+    return {hn::And(hn::And(isThere, passes), mDepth <= mPieces.greatestDepth), first, last};
   }
 
   // The secant between the ends of the piece, and a last correction; see `LineSearch::Task::solve`.

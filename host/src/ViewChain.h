@@ -28,7 +28,7 @@ struct Piece {
 };
 
 /// The camera at a fractional line: its axes in the local system, which together are the rotation R from its rays but for one
-/// length that all three have (see `poseOf`), its perspective centre, and what the line correction moves in the focal plane.
+/// length that all three have (see `Turn`), its perspective centre, and what the line correction moves in the focal plane.
 struct Pose {
   geo::XYZPoint along;   ///< The camera's x axis.
   geo::XYZPoint across;  ///< Its y axis.
@@ -103,7 +103,8 @@ public:
     bool isInFront() const { return height < 0.0; }
   };
   Sight sight(Pose const& pose, geo::XYZPoint const& ground) const {
-    return projectionOf<Sight>(pose, ground, -mFocalLength);
+    geo::XYZPoint const away(ground.x - pose.centre.x, ground.y - pose.centre.y, ground.z - pose.centre.z);
+    return sightOf<Sight>(dot(pose.along, away), dot(pose.across, away), dot(pose.up, away), -mFocalLength, pose.shift);
   }
 
 private:
@@ -124,7 +125,10 @@ private:
 };
 
 inline Pose ViewChain::pose(OrientationTable::Interval const& record, double time, double lineCorrection) const {
-  return poseOf<Pose>(record, time, mPixelSize * lineCorrection);
+  double const w = partOf(record, time);
+  Turn<double> const turn = turnOf(record, w);
+  return {alongOf<geo::XYZPoint>(turn), acrossOf<geo::XYZPoint>(turn), upOf<geo::XYZPoint>(turn),
+          centreOf<geo::XYZPoint>(record, w), mPixelSize * lineCorrection};
 }
 
 }  // namespace kes::detail
