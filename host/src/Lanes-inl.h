@@ -13,11 +13,10 @@
 
 #include "LaneTables.h"
 
-#include <hwy/highway.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
 namespace kes::detail::HWY_NAMESPACE {
@@ -125,10 +124,10 @@ struct LaneRecord {
     loadPair(records + 14, length, rows, attitudeStep.q2, attitudeStep.q3);
   }
   HWY_INLINE void loadOne(double const* record) {
-    Lanes* const fields[] = {&start,         &rate,           &position.x,     &position.y,
-                             &position.z,    &positionStep.x, &positionStep.y, &positionStep.z,
-                             &attitude.q0,   &attitude.q1,    &attitude.q2,    &attitude.q3,
-                             &attitudeStep.q0, &attitudeStep.q1, &attitudeStep.q2, &attitudeStep.q3};
+    Lanes* const fields[] = {&start,          &rate,           &position.x,      &position.y,      &position.z,
+                             &positionStep.x, &positionStep.y, &positionStep.z,  &attitude.q0,     &attitude.q1,
+                             &attitude.q2,    &attitude.q3,    &attitudeStep.q0, &attitudeStep.q1, &attitudeStep.q2,
+                             &attitudeStep.q3};
     for (std::size_t i = 0; i < LaneTables::doublesPerRecord; ++i) {
       *fields[i] = same(record[i]);
     }
@@ -139,8 +138,8 @@ struct LaneRecord {
 class LanePieces {
 public:
   explicit LanePieces(LaneTables const& tables)
-      : mTables(tables), mLastInterval(same(static_cast<double>(tables.starts.size() - 2))),
-        mCorrection(hn::Zero(tag)), mCorrectionStep(hn::Zero(tag)) {
+      : mTables(tables), mLastInterval(same(static_cast<double>(tables.starts.size() - 2))), mCorrection(hn::Zero(tag)),
+        mCorrectionStep(hn::Zero(tag)) {
     mRecord.loadOne(tables.records);
     load(hn::Zero(tag));
   }
@@ -149,8 +148,8 @@ public:
   Lanes last;
   Lanes greatestDepth;
 
-  /// Of lines, which may be anything; a line beyond the table has the nearest. True where the piece is that of `ViewChain::pieceAt`.
-  HWY_INLINE Mask load(Lanes line) {
+  /// Of lines, which may be anything; a line beyond the table has the nearest.
+  HWY_INLINE void load(Lanes line) {
     Lanes const place = line - same(mTables.firstLine);
     Lanes const inside = hn::Min(hn::IfThenElseZero(place > hn::Zero(tag), place), mLastInterval);
     auto const number = hn::DemoteTo(Ints(), inside);
@@ -161,8 +160,11 @@ public:
     hn::Store(line, tag, lines);
     for (std::size_t i = 0; i < laneCount; ++i) {
       std::uint32_t const* const start = &mTables.starts[static_cast<std::size_t>(intervals[i])];
-      bool const isPast = (start[0] + 1 < start[1]) & (mTables.rows[start[0]].last <= lines[i]);
-      mRows.of[i] = start[0] + (isPast ? 1U : 0U);
+      std::uint32_t row = start[0] + (isPast(start[0], start[1], lines[i]) ? 1U : 0U);
+      while (isPast(row, start[1], lines[i])) {
+        ++row;
+      }
+      mRows.of[i] = row;
     }
     auto const* const rows = reinterpret_cast<double const*>(mTables.rows.data());
     constexpr std::size_t length = LaneTables::doublesPerRow;
@@ -174,7 +176,6 @@ public:
     }
     loadPair(rows + 6, length, mRows, greatestDepth, record);
     loadRecords();
-    return hn::Or(line < last, last >= mWhole + same(1.0));
   }
 
   HWY_INLINE Lanes time(Lanes line) const { return mTime + mTimeStep * (line - mWhole); }
@@ -204,6 +205,12 @@ public:
 private:
   HWY_INLINE Lanes shift(Lanes v) const {
     return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : hn::Zero(tag);
+  }
+
+  // Whether a line is past the end of a row, and its own whole line has another one. Both are looked at in any case: which rows
+  // lines begin with is hard to predict.
+  bool isPast(std::uint32_t row, std::uint32_t end, double line) const {
+    return (row + 1 < end) & (mTables.rows[row].last <= line);
   }
 
   HWY_INLINE void loadRecords() {
@@ -244,8 +251,8 @@ public:
   /// Stores the statuses of points from `begin` on, of which `count` exist, and adds those that aren't done to the rest.
   HWY_INLINE void store(Mask done, Lanes sample, Lanes line, Lanes time, std::size_t begin, std::size_t count,
                         Status* status, std::uint32_t* rest) {
-    Mask const onPixel = hn::And(hn::And(sample >= mLeast, sample < mSampleLimit),
-                                 hn::And(line >= mLeast, line < mLineLimit));
+    Mask const onPixel =
+        hn::And(hn::And(sample >= mLeast, sample < mSampleLimit), hn::And(line >= mLeast, line < mLineLimit));
     Mask const covered = hn::And(time >= mFirstTime, time <= mLastTime);
     if (hn::AllTrue(tag, hn::And(done, hn::And(onPixel, covered)))) {
       std::fill_n(status + begin, count, Status::ok);

@@ -36,7 +36,7 @@ public:
     Mask const isOnLine = focal(sample, x, y);
     LanePoint const ray = rayOf<LanePoint>(mPose, x + mPose.shift, y, same(mTables.focalLength));
     Lanes const s = (height - mPose.centre.z) / ray.z;
-    Mask const isDown = hn::And(ray.z < hn::Zero(tag), s > hn::Zero(tag));
+    Mask const isDown = hn::And(ray.z<hn::Zero(tag), s> hn::Zero(tag));
     // What is infinite here is left, too.
     Mask const isFinite = s < same(std::numeric_limits<double>::infinity());
     return {hn::And(hn::And(mHasLine, isOnLine), hn::And(isDown, isFinite)),
@@ -46,8 +46,8 @@ public:
 
 private:
   HWY_INLINE void setLine(Lanes line) {
-    Mask const isInTable = hn::And(line >= same(mTables.firstLine), line <= same(mTables.lastLine));
-    mHasLine = hn::And(mPieces.load(line), isInTable);
+    mHasLine = hn::And(line >= same(mTables.firstLine), line <= same(mTables.lastLine));
+    mPieces.load(line);
     mPose = mPieces.pose(line);
     mTime = mPieces.time(line);
     mLine = line;

@@ -50,8 +50,7 @@ private:
   }
 
   HWY_INLINE void load(Lanes q) {
-    Lanes const inside =
-        hn::IfThenElseZero(hn::And(q > hn::Zero(tag), q < same(mTables.lengthOfLine)), q);
+    Lanes const inside = hn::IfThenElseZero(hn::And(q > hn::Zero(tag), q < same(mTables.lengthOfLine)), q);
     alignas(64) std::int32_t whole[laneCount];
     alignas(64) double places[laneCount];
     alignas(64) std::int32_t numbers[laneCount];
@@ -133,8 +132,8 @@ private:
     Lanes place = (along - same(mTables.firstAlong) - mDepth * same(mTables.meanAhead)) * nodesPerMetre;
     for (int i = 0; i < NODES; ++i) {
       Lanes const nearest = place + same(0.5);
-      auto const number = hn::DemoteTo(
-          Ints(), hn::Min(hn::IfThenElseZero(nearest > hn::Zero(tag), nearest), same(mTables.lastNode)));
+      auto const number =
+          hn::DemoteTo(Ints(), hn::Min(hn::IfThenElseZero(nearest > hn::Zero(tag), nearest), same(mTables.lastNode)));
       alignas(64) std::int32_t numbers[laneCount];
       hn::Store(number, Ints(), numbers);
       RowNumbers rows;
@@ -147,8 +146,7 @@ private:
       loadPair(mTables.nodes + 4, LaneTables::doublesPerNode, rows, tangent, slope);
       loadPair(mTables.nodes + 6, LaneTables::doublesPerNode, rows, bow, reach);
       Lanes const depth = hn::Max(height - mGround.z, same(mTables.leastDepth));
-      Lanes const d =
-          hn::Max(hn::Min((across - nodeAcross) / depth - tangent, reach), hn::Zero(tag) - reach);
+      Lanes const d = hn::Max(hn::Min((across - nodeAcross) / depth - tangent, reach), hn::Zero(tag) - reach);
       Lanes const view = nodeAlong + depth * (ahead + d * (slope + d * bow));
       place = hn::PromoteTo(tag, number) + (along - view) * nodesPerMetre;
     }
@@ -158,20 +156,19 @@ private:
   // The pieces between whose ends the positions pass: from those of a near line on, always where the first end points to.
   HWY_INLINE Bracket bracket(Lanes line) {
     Lanes const zero = hn::Zero(tag);
-    Mask isThere = mPieces.load(line);
+    mPieces.load(line);
     Sighting first = sighting(mPieces.first);
     for (int i = 0; i < STEPS; ++i) {
       Lanes const next = mPieces.first + first.ahead;
-      Mask const stays = hn::And(first.ahead > zero, next < mPieces.last);
-      if (hn::AllTrue(tag, hn::And(isThere, stays))) {
+      if (hn::AllTrue(tag, hn::And(first.ahead > zero, next < mPieces.last))) {
         break;
       }
-      isThere = mPieces.load(next);
+      mPieces.load(next);
       first = sighting(mPieces.first);
     }
     Sighting const last = sighting(mPieces.last);
     Mask const passes = hn::And(first.ahead > zero, last.ahead <= zero);
-    return {hn::And(hn::And(isThere, passes), mDepth <= mPieces.greatestDepth), first, last};
+    return {hn::And(passes, mDepth <= mPieces.greatestDepth), first, last};
   }
 
   // The secant between the ends of the piece, and a last correction; see `LineSearch::Task::solve`.
@@ -190,8 +187,8 @@ private:
     Lanes const stepped = line + step;
     Lanes const solution = hn::IfThenElse(stepped < low, low, hn::IfThenElse(stepped > high, high, stepped));
     auto const at = mEntries.at(seen.y + yPerLine * (solution - line));
-    Mask const isOnLine = hn::And(at.isWithin, hn::And(at.sample >= same(mTables.firstSample),
-                                                       at.sample <= same(mTables.lastSample)));
+    Mask const isOnLine =
+        hn::And(at.isWithin, hn::And(at.sample >= same(mTables.firstSample), at.sample <= same(mTables.lastSample)));
     return {hn::And(ends.isBracket, hn::And(isLast, isOnLine)), solution, at.sample, mPieces.time(solution)};
   }
 

@@ -140,7 +140,7 @@ private:
   // In lanes; those that these leave, one after the other.
   void solvePrecisely(std::size_t begin, std::span<geo::XYZPoint const> local) {
     std::size_t const count = local.size();
-    if (!mProjector.hasLanes()) {
+    if (!mProjector.hasLanes() || count == 1) {
       for (std::size_t k = 0; k < count; ++k) {
         solve(begin + k, local[k]);
       }

@@ -27,8 +27,8 @@ inline Turn<Real> turnOf(Record const& record, Real const& w) {
   Real const q11 = q1 * q1;
   Real const q22 = q2 * q2;
   Real const q33 = q3 * q3;
-  return {same(w, 0.5) * (q0 * q0 + q11 + q22 + q33), q11, q22, q33, q0 * q1, q0 * q2, q0 * q3, q1 * q2, q1 * q3,
-          q2 * q3};
+  return {
+      same(w, 0.5) * (q0 * q0 + q11 + q22 + q33), q11, q22, q33, q0 * q1, q0 * q2, q0 * q3, q1 * q2, q1 * q3, q2 * q3};
 }
 
 /// The camera's x axis.

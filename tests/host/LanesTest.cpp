@@ -9,11 +9,13 @@
 
 #include <gtest/gtest.h>
 
-#include <hwy/targets.h>
-
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <hwy/targets.h>
 #include <limits>
-#include <memory>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -32,6 +34,10 @@ struct InstructionSet {
   char const* name;
   std::int64_t target;
 };
+
+void PrintTo(InstructionSet const& set, std::ostream* out) {
+  *out << set.name;
+}
 
 /// What the kernels are compiled for and this machine can run.
 std::vector<InstructionSet> instructionSets() {
@@ -78,41 +84,68 @@ protected:
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());
   }
 
-  struct Found {
-    explicit Found(std::size_t count) : image(count), time(count), status(count), rest(count), isLeft(count) {}
+  /// Which positions a call left.
+  using Left = std::vector<bool>;
+
+  struct InImage {
+    explicit InImage(std::size_t count) : image(count), time(count), status(count), left(count) {}
     std::vector<geo::XYPoint> image;
     std::vector<double> time;
     std::vector<Status> status;
-    std::vector<std::uint32_t> rest;
-    std::vector<char> isLeft;
-    std::size_t left = 0;
+    Left left;
   };
   // In calls of `part` positions.
-  static Found find(Prepared const& prepared, std::vector<geo::XYZPoint> const& ground, std::size_t part) {
-    Found found(ground.size());
+  static InImage find(Prepared const& prepared, std::vector<geo::XYZPoint> const& ground, std::size_t part) {
+    InImage found(ground.size());
+    std::vector<std::uint32_t> rest(part);
     for (std::size_t i = 0; i < ground.size(); i += part) {
       std::size_t const count = std::min(part, ground.size() - i);
-      std::size_t const rest = findInLanes(prepared.tables, prepared.limits,
-                                           {&ground[i], count, &found.image[i], &found.time[i], &found.status[i],
-                                            &found.rest[i]});
-      for (std::size_t k = 0; k < rest; ++k) {
-        found.isLeft.at(i + found.rest[i + k]) = 1;
-      }
-      found.left += rest;
+      markLeft(found.left, i, rest,
+               findInLanes(prepared.tables, prepared.limits,
+                           {&ground[i], count, &found.image[i], &found.time[i], &found.status[i], rest.data()}));
     }
     return found;
   }
 
+  struct OnGround {
+    explicit OnGround(std::size_t count) : ground(count), time(count), status(count), left(count) {}
+    std::vector<geo::XYZPoint> ground;
+    std::vector<double> time;
+    std::vector<Status> status;
+    Left left;
+  };
+  // At heights of their own, or without any all at 60 metres.
+  static OnGround project(Prepared const& prepared, std::vector<geo::XYPoint> const& image,
+                          std::vector<double> const& heights, std::size_t part) {
+    OnGround projected(image.size());
+    std::vector<std::uint32_t> rest(part);
+    for (std::size_t i = 0; i < image.size(); i += part) {
+      std::size_t const count = std::min(part, image.size() - i);
+      markLeft(projected.left, i, rest,
+               projectInLanes(prepared.tables, prepared.limits,
+                              {&image[i], heights.empty() ? nullptr : &heights[i], HEIGHT, count, &projected.ground[i],
+                               &projected.time[i], &projected.status[i], rest.data()}));
+    }
+    return projected;
+  }
+
+  static void markLeft(Left& left, std::size_t begin, std::vector<std::uint32_t> const& rest, std::size_t count) {
+    for (std::size_t k = 0; k < count; ++k) {
+      ASSERT_TRUE(k == 0 || rest[k] > rest[k - 1]);
+      left.at(begin + rest[k]) = true;
+    }
+  }
+
   static void expectBitsOfTheSearch(Prepared const& prepared, std::vector<geo::XYZPoint> const& ground,
-                                    Found const& found) {
+                                    InImage const& found) {
     for (std::size_t i = 0; i < ground.size(); ++i) {
-      if (found.isLeft[i] != 0) {
+      if (found.left[i]) {
         continue;
       }
       SCOPED_TRACE(testing::Message() << "position " << i << ", " << ground[i].x << ' ' << ground[i].y << ' '
                                       << ground[i].z);
       LineSearch::Memory memory;
-      auto const single = prepared.search.find(ground[i], memory);
+      Found const single = prepared.search.find(ground[i], memory);
       ASSERT_TRUE(single.isSolved);
       ASSERT_EQ(single.passes, passesInLanes);
       ASSERT_THAT(found.image[i].x, test::SameBits(single.sample));
@@ -121,20 +154,78 @@ protected:
       ASSERT_EQ(found.status[i], statusOf(prepared, found.image[i], single.time));
     }
   }
+
+  static void expectBitsOfTheChain(Prepared const& prepared, std::vector<geo::XYPoint> const& image,
+                                   std::vector<double> const& heights, OnGround const& projected) {
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      if (projected.left[i]) {
+        continue;
+      }
+      SCOPED_TRACE(testing::Message() << "position " << i << ", " << image[i].x << ' ' << image[i].y);
+      ASSERT_GE(image[i].y, prepared.chain.lines().firstLine());
+      ASSERT_LE(image[i].y, prepared.chain.lines().lastLine());
+      Piece const piece = prepared.chain.pieceAt(image[i].y);
+      Pose const pose = prepared.chain.pose(piece, image[i].y);
+      geo::XYZPoint const ray = prepared.chain.ray(pose, image[i].x);
+      double const height = heights.empty() ? HEIGHT : heights[i];
+      double const s = (height - pose.centre.z) / ray.z;
+      ASSERT_TRUE(ray.z < 0.0 && s > 0.0 && std::isfinite(s));
+      ASSERT_THAT(projected.ground[i].x, test::SameBits(pose.centre.x + s * ray.x));
+      ASSERT_THAT(projected.ground[i].y, test::SameBits(pose.centre.y + s * ray.y));
+      ASSERT_THAT(projected.ground[i].z, test::SameBits(height));
+      double const time = prepared.chain.time(piece, image[i].y);
+      ASSERT_THAT(projected.time[i], test::SameBits(time));
+      ASSERT_EQ(projected.status[i], statusOf(prepared, image[i], time));
+    }
+  }
+
+  /// Calls `check(prepared, seed)` for the bands of all flights.
+  template <class Check>
+  static void forEachBand(Check check) {
+    for (unsigned seed = 0; seed < test::NOISY_FLIGHTS_END; ++seed) {
+      for (char const* const id : test::BANDS) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", band " + id);
+        check(Prepared(test::randomStrip(seed), id), seed);
+        if (HasFatalFailure()) {
+          return;
+        }
+      }
+    }
+  }
+
+  static constexpr double HEIGHT = 60.0;
+  // Whole vectors of every width, and some that aren't.
+  static constexpr std::size_t PARTS[] = {1000, 1, 3, 7, 13};
 };
 
-/// What no lane may return, among good positions or alone.
+/// Positions that no line sees, or that aren't positions.
 std::vector<geo::XYZPoint> hostile(geo::XYZPoint const& good, double flyingHeight) {
-  return {{NAN_VALUE, good.y, good.z},   {good.x, NAN_VALUE, good.z},  {good.x, good.y, NAN_VALUE},
-          {INFINITE, good.y, good.z},    {good.x, -INFINITE, good.z},  {good.x, good.y, INFINITE},
-          {good.x, good.y, -INFINITE},   {1e300, good.y, good.z},      {good.x, -1e300, good.z},
-          {good.x, good.y, -1e300},      {good.x, good.y, 1e300},      {good.x, good.y, flyingHeight},
-          {good.x, good.y, flyingHeight + 1.0}, {good.x + 1e7, good.y, good.z}, {good.x, good.y - 1e9, good.z}};
+  return {{NAN_VALUE, good.y, good.z},
+          {good.x, NAN_VALUE, good.z},
+          {good.x, good.y, NAN_VALUE},
+          {INFINITE, good.y, good.z},
+          {good.x, -INFINITE, good.z},
+          {good.x, good.y, INFINITE},
+          {good.x, good.y, -INFINITE},
+          {1e300, good.y, good.z},
+          {good.x, -1e300, good.z},
+          {good.x, good.y, -1e300},
+          {good.x, good.y, 1e300},
+          {good.x, good.y, flyingHeight},
+          {good.x, good.y, flyingHeight + 1.0},
+          {good.x + 1e7, good.y, good.z},
+          {good.x, good.y - 1e9, good.z}};
 }
 
-/// Positions all over a band: some in rows, some in no order, beyond the image, and hostile ones.
-std::vector<geo::XYZPoint> positions(Prepared const& prepared, unsigned seed, bool withHostile) {
-  kes::Band const& band = prepared.band;
+/// The same of image positions.
+std::vector<geo::XYPoint> hostile() {
+  return {{NAN_VALUE, 10.0}, {10.0, NAN_VALUE}, {INFINITE, 10.0}, {10.0, INFINITE},
+          {-INFINITE, 10.0}, {10.0, -INFINITE}, {1e300, 10.0},    {10.0, 1e300},
+          {-1e300, 10.0},    {10.0, -1e300},    {10.0, -256.001}, {10.0, 1e10}};
+}
+
+/// Image positions all over a band: some in rows, some in no order, and beyond the image.
+std::vector<geo::XYPoint> imagePositions(kes::Band const& band, unsigned seed) {
   std::vector<geo::XYPoint> image = test::imagePoints(band, seed, 40);
   for (int i = 0; i < 40; ++i) {
     image.emplace_back(0.3 * band.samples() + 0.9 * i, 50.0 + 0.37 * i);
@@ -144,42 +235,102 @@ std::vector<geo::XYZPoint> positions(Prepared const& prepared, unsigned seed, bo
     image.emplace_back(-0.7, line + 0.1);
     image.emplace_back(band.samples() - 0.6, line - 0.1);
   }
-  std::vector<geo::XYZPoint> ground;
-  for (geo::XYPoint const& point : image) {
-    ground.push_back(band.toGround(point, test::atHeight(seed % 7 * 30.0)).position);
-  }
-  if (withHostile) {
-    std::mt19937 random(seed);
-    for (geo::XYZPoint const& bad : hostile(ground[3], prepared.tables.flyingHeight)) {
-      auto const place = static_cast<std::ptrdiff_t>(random() % ground.size());
-      ground.insert(ground.begin() + place, bad);
-    }
-  }
-  return ground;
+  return image;
 }
 
-TEST_P(Lanes, FindThePositionsOfAllFlightsToTheBitOfTheSearch) {
+std::vector<geo::XYZPoint> groundPositions(kes::Band const& band, unsigned seed) {
+  return test::toGround(band, imagePositions(band, seed), test::atHeight(seed % 7 * 30.0)).points;
+}
+
+/// Puts some elements among others.
+template <class Point>
+std::vector<Point> mixed(std::vector<Point> points, std::vector<Point> const& others, unsigned seed) {
+  std::mt19937 random(seed);
+  for (Point const& other : others) {
+    points.insert(points.begin() + static_cast<std::ptrdiff_t>(random() % points.size()), other);
+  }
+  return points;
+}
+
+TEST_P(Lanes, FindPositionsToTheBitOfTheSearch) {
+  forEachBand([](Prepared const& prepared, unsigned seed) {
+    auto const ground = groundPositions(prepared.band, seed);
+    auto const all = mixed(ground, hostile(ground[3], prepared.tables.flyingHeight), seed);
+    for (std::size_t const part : PARTS) {
+      expectBitsOfTheSearch(prepared, all, find(prepared, all, part));
+    }
+  });
+}
+
+// The lanes do the work: in the image, and where the view doesn't go back, they leave next to nothing.
+TEST_P(Lanes, FindNearlyAllPositionsWhereTheViewNeverGoesBack) {
   std::size_t all = 0;
   std::size_t left = 0;
-  for (unsigned seed = 0; seed < test::NOISY_FLIGHTS_END; ++seed) {
-    for (char const* const id : test::BANDS) {
-      SCOPED_TRACE("seed " + std::to_string(seed) + ", band " + id);
-      Prepared const prepared(test::randomStrip(seed), id);
-      for (bool const withHostile : {false, true}) {
-        auto const ground = positions(prepared, seed, withHostile);
-        auto const found = find(prepared, ground, ground.size());
-        expectBitsOfTheSearch(prepared, ground, found);
-        if (HasFatalFailure()) {
-          return;
-        }
-        if (!withHostile && seed < test::FLIGHTS && !test::isRough(seed)) {
-          all += ground.size();
-          left += found.left;
-        }
+  for (unsigned seed = 0; seed < test::FLIGHTS; ++seed) {
+    Prepared const prepared(test::randomStrip(seed), "PANN00A");
+    std::vector<geo::XYZPoint> ground;
+    for (geo::XYPoint const& image : test::imagePoints(prepared.band, seed, 300)) {
+      std::size_t const line = prepared.chain.lines().intervalOf(image.y);
+      bool const goesBack = prepared.tables.rows[prepared.tables.starts[line]].greatestDepth < 0.0;
+      if (!goesBack && image.x > 0.0 && image.x < prepared.band.samples() - 1.0) {
+        ground.push_back(prepared.band.toGround(image, test::atHeight(HEIGHT)).position);
       }
     }
+    auto const found = find(prepared, ground, ground.size());
+    all += ground.size();
+    left += static_cast<std::size_t>(std::count(found.left.begin(), found.left.end(), true));
   }
-  std::cout << "left " << left << " of " << all << '\n';
+  EXPECT_GT(all, 5000U);
+  EXPECT_LT(left, all / 500);
+}
+
+TEST_P(Lanes, LeaveWhatHasNoSolutionOrSeveral) {
+  Prepared const prepared(test::randomStrip(0), "PANN00A");
+  auto const good = groundPositions(prepared.band, 0);
+  auto const bad = hostile(good[3], prepared.tables.flyingHeight);
+  auto const found = find(prepared, bad, bad.size());
+  EXPECT_EQ(std::count(found.left.begin(), found.left.end(), true), static_cast<std::ptrdiff_t>(bad.size()));
+}
+
+TEST_P(Lanes, ProjectToHeightsToTheBitOfTheChain) {
+  forEachBand([](Prepared const& prepared, unsigned seed) {
+    auto const image = mixed(imagePositions(prepared.band, seed), hostile(), seed);
+    std::vector<double> heights;
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      heights.push_back(i % 29 == 0   ? NAN_VALUE
+                        : i % 31 == 0 ? INFINITE
+                        : i % 37 == 0 ? 1e300
+                        : i % 41 == 0 ? prepared.tables.flyingHeight + 100.0
+                                      : 10.0 * static_cast<double>(i % 17));
+    }
+    for (std::size_t const part : PARTS) {
+      expectBitsOfTheChain(prepared, image, {}, project(prepared, image, {}, part));
+      expectBitsOfTheChain(prepared, image, heights, project(prepared, image, heights, part));
+    }
+  });
+}
+
+TEST_P(Lanes, ProjectAllPositionsWithinTheSensorLine) {
+  for (unsigned seed = 0; seed < test::NOISY_FLIGHTS_END; ++seed) {
+    Prepared const prepared(test::randomStrip(seed), "REDF16A");
+    auto const image = mixed(imagePositions(prepared.band, seed), hostile(), seed);
+    auto const projected = project(prepared, image, {}, image.size());
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      SensorLine const& line = prepared.chain.sensorLine();
+      bool const isSimple = image[i].x >= line.firstSample() && image[i].x < line.lastSample() &&
+                            image[i].y >= -kes::Band::lineMargin &&
+                            image[i].y <= prepared.band.lines() - 1.0 + kes::Band::lineMargin;
+      ASSERT_EQ(projected.left[i], !isSimple) << "seed " << seed << ", " << image[i].x << ' ' << image[i].y;
+    }
+  }
+}
+
+TEST_P(Lanes, LeaveHeightsWithoutAPosition) {
+  Prepared const prepared(test::randomStrip(2), "PANN00A");
+  std::vector<double> const heights{NAN_VALUE, INFINITE, -INFINITE, 1e300, prepared.tables.flyingHeight + 100.0,
+                                    HEIGHT};
+  std::vector<geo::XYPoint> const image(heights.size(), geo::XYPoint(30.0, 100.0));
+  EXPECT_EQ(project(prepared, image, heights, heights.size()).left, (Left{true, true, true, true, true, false}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sets, Lanes, testing::ValuesIn(instructionSets()),
