@@ -100,7 +100,9 @@ public:
   }
 
 private:
-  static constexpr int STEPS = 3;
+  static constexpr int ROUNDS = 3;
+  static constexpr int STEPS = 4;
+  static constexpr double SLACK = 0.2;  // lines
   static constexpr int NODES = 2;
   static constexpr double LAST_STEP = 4e-4;
   static constexpr double NEAR = 4.0;  // lines
@@ -153,22 +155,36 @@ private:
     return same(mTables.firstLine) + place * same(mTables.linesPerNode);
   }
 
-  // The pieces between whose ends the positions pass: from those of a near line on, always where the first end points to.
+  // The pieces between whose ends the positions pass, from those of a near line on.
   HWY_INLINE Bracket bracket(Lanes line) {
     Lanes const zero = hn::Zero(tag);
+    for (int round = 1;; ++round) {
+      Sighting const first = followFirst(line);
+      Sighting const last = sighting(mPieces.last);
+      Mask const isBefore = last.ahead <= zero;
+      Mask const passes = hn::And(first.ahead > zero, isBefore);
+      if (round == ROUNDS || hn::AllTrue(tag, passes)) {
+        return {hn::And(passes, mDepth <= mPieces.greatestDepth), first, last};
+      }
+      line = hn::IfThenElse(isBefore, mPieces.first, mPieces.last + last.ahead);
+    }
+  }
+
+  // From piece to piece, until what is seen at its beginning points into it, or nearly so: ahead of the camera, the ground
+  // passes by at about a line per line.
+  HWY_INLINE Sighting followFirst(Lanes line) {
     mPieces.load(line);
     Sighting first = sighting(mPieces.first);
-    for (int i = 0; i < STEPS; ++i) {
+    for (int i = 1; i < STEPS; ++i) {
       Lanes const next = mPieces.first + first.ahead;
-      if (hn::AllTrue(tag, hn::And(first.ahead > zero, next < mPieces.last))) {
+      Mask const stays = hn::And(first.ahead > hn::Zero(tag), next < mPieces.last + same(SLACK));
+      if (hn::AllTrue(tag, stays)) {
         break;
       }
-      mPieces.load(next);
+      mPieces.load(hn::IfThenElse(stays, mPieces.first, next));
       first = sighting(mPieces.first);
     }
-    Sighting const last = sighting(mPieces.last);
-    Mask const passes = hn::And(first.ahead > zero, last.ahead <= zero);
-    return {hn::And(passes, mDepth <= mPieces.greatestDepth), first, last};
+    return first;
   }
 
   // The secant between the ends of the piece, and a last correction; see `LineSearch::Task::solve`.
