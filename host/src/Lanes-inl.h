@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -25,6 +26,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Doubles = hn::ScalableTag<double>;
 using Ints = hn::Rebind<std::int32_t, Doubles>;
+using UnsignedInts = hn::RebindToUnsigned<Ints>;
 using Lanes = hn::Vec<Doubles>;
 using Mask = hn::Mask<Doubles>;
 
@@ -150,16 +152,12 @@ public:
 
   /// Of lines, which may be anything; a line beyond the table has the nearest.
   HWY_INLINE void load(Lanes line) {
-    Lanes const place = line - same(mTables.firstLine);
-    Lanes const inside = hn::Min(hn::IfThenElseZero(place > hn::Zero(tag), place), mLastInterval);
-    auto const number = hn::DemoteTo(Ints(), inside);
-    mWhole = hn::PromoteTo(tag, number) + same(mTables.firstLine);
-    alignas(64) std::int32_t intervals[laneCount];
+    Intervals const intervals(*this, line);
+    mWhole = intervals.whole;
     alignas(64) double lines[laneCount];
-    hn::Store(number, Ints(), intervals);
     hn::Store(line, tag, lines);
     for (std::size_t i = 0; i < laneCount; ++i) {
-      std::uint32_t const* const start = &mTables.starts[static_cast<std::size_t>(intervals[i])];
+      std::uint32_t const* const start = &mTables.starts[intervals.of[i]];
       std::uint32_t row = start[0] + (isPast(start[0], start[1], lines[i]) ? 1U : 0U);
       while (isPast(row, start[1], lines[i])) {
         ++row;
@@ -202,7 +200,40 @@ public:
     return sightOf<LaneSight>(along, across, height, same(-mTables.focalLength), shift(v));
   }
 
+  /// Asks the memory for the rows of lines.
+  HWY_INLINE void prefetchRows(Lanes line) const {
+    Intervals const intervals(*this, line);
+    for (std::uint32_t const interval : intervals.of) {
+      hwy::Prefetch(&mTables.rows[mTables.starts[interval]]);
+    }
+  }
+
+  /// For what their poses depend on, once the rows are there.
+  HWY_INLINE void prefetchRecords(Lanes line) const {
+    Intervals const intervals(*this, line);
+    for (std::uint32_t const interval : intervals.of) {
+      auto const record = static_cast<std::size_t>(mTables.rows[mTables.starts[interval]].record);
+      double const* const begin = mTables.records + LaneTables::doublesPerRecord * record;
+      hwy::Prefetch(begin);
+      hwy::Prefetch(begin + LaneTables::doublesPerRecord / 2);
+    }
+  }
+
 private:
+  /// Between which whole lines of the table lines are.
+  struct Intervals {
+    HWY_INLINE Intervals(LanePieces const& pieces, Lanes line) {
+      Lanes const first = same(pieces.mTables.firstLine);
+      Lanes const place = line - first;
+      auto const number =
+          hn::DemoteTo(Ints(), hn::Min(hn::IfThenElseZero(place > hn::Zero(tag), place), pieces.mLastInterval));
+      whole = hn::PromoteTo(tag, number) + first;
+      hn::Store(hn::BitCast(UnsignedInts(), number), UnsignedInts(), of);
+    }
+    Lanes whole;
+    alignas(64) std::uint32_t of[laneCount];
+  };
+
   HWY_INLINE Lanes shift(Lanes v) const {
     return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : hn::Zero(tag);
   }

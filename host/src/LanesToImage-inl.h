@@ -89,12 +89,23 @@ public:
     Lanes sample;
     Lanes time;
   };
-  HWY_INLINE Solution find(LanePoint const& ground) {
-    mGround = ground;
-    mDepth = same(mTables.flyingHeight) - ground.z;
-    Lanes const least = same(mTables.leastDepth);
-    mLinesPerUnit = same(mTables.linesPerUnit) * hn::IfThenElse(mDepth < least, least, mDepth);
-    Solution const solution = solve(bracket(mIsRow ? mLine + (mLine - mLineBefore) : coarseLine()));
+  /// Whether the last positions made a straight row.
+  bool isInRow() const { return mIsRow; }
+
+  /// A line that is near, where the positions don't make a row.
+  HWY_INLINE Lanes near(LanePoint const& ground) {
+    set(ground);
+    return coarseLine();
+  }
+  /// Asks the memory for what near lines lead to: after the first call for many positions, the second.
+  HWY_INLINE void prefetchRows(Lanes line) const { mPieces.prefetchRows(line); }
+  HWY_INLINE void prefetchRecords(Lanes line) const { mPieces.prefetchRecords(line); }
+
+  /// `near` points to the lines, if they are known already.
+  HWY_INLINE Solution find(LanePoint const& ground, double const* near) {
+    set(ground);
+    Lanes const line = mIsRow ? mLine + (mLine - mLineBefore) : near != nullptr ? hn::Load(tag, near) : coarseLine();
+    Solution const solution = solve(bracket(line));
     remember(solution);
     return solution;
   }
@@ -117,6 +128,13 @@ private:
     Sighting first;
     Sighting last;
   };
+
+  HWY_INLINE void set(LanePoint const& ground) {
+    mGround = ground;
+    mDepth = same(mTables.flyingHeight) - ground.z;
+    Lanes const least = same(mTables.leastDepth);
+    mLinesPerUnit = same(mTables.linesPerUnit) * hn::IfThenElse(mDepth < least, least, mDepth);
+  }
 
   HWY_INLINE Sighting sighting(Lanes line) {
     LaneSight const sight = mPieces.sight(line, mGround);
@@ -227,38 +245,83 @@ private:
   bool mIsRow = false;
 };
 
-inline std::size_t findAll(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run) {
-  ImageLanes lanes(tables);
-  LaneResults results(tables, limits);
-  auto const* const ground = reinterpret_cast<double const*>(run.ground);
-  auto* const image = reinterpret_cast<double*>(run.image);
-  double* const time = run.time;
-  // The last vector is filled up with its first point.
-  double groundOfEnd[3 * laneCount];
-  double imageOfEnd[2 * laneCount];
-  double timeOfEnd[laneCount];
-  for (std::size_t i = 0; i < run.count; i += laneCount) {
-    std::size_t const count = std::min(laneCount, run.count - i);
-    double const* in = ground + 3 * i;
-    bool const isWhole = count == laneCount;
-    if (!isWhole) {
-      for (std::size_t k = 0; k < 3 * laneCount; ++k) {
-        groundOfEnd[k] = in[k < 3 * count ? k : k % 3];
+/// The positions of a call, in blocks of vectors: those that aren't in a row are first looked up in the coarse table, and what
+/// they lead to is fetched meanwhile.
+class ImageRun {
+public:
+  ImageRun(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run)
+      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits) {}
+
+  std::size_t find() {
+    for (std::size_t i = 0; i < mRun.count; i += blockSize) {
+      findBlock(i, std::min(i + blockSize, mRun.count));
+    }
+    return mResults.rest();
+  }
+
+private:
+  static constexpr std::size_t blockSize = 16 * laneCount;
+  // Smaller tables are in the cache anyway.
+  static constexpr std::size_t largeTable = 1U << 14U;
+
+  HWY_INLINE void findBlock(std::size_t begin, std::size_t end) {
+    alignas(64) double lines[blockSize];
+    bool const hasLines = !mLanes.isInRow();
+    if (hasLines) {
+      bool const isLarge = mTables.rows.size() > largeTable;
+      for (std::size_t i = begin; i < end; i += laneCount) {
+        Lanes const line = mLanes.near(ground(i));
+        hn::Store(line, tag, lines + (i - begin));
+        if (isLarge) {
+          mLanes.prefetchRows(line);
+        }
       }
-      in = groundOfEnd;
+      for (std::size_t i = begin; i < end && isLarge; i += laneCount) {
+        mLanes.prefetchRecords(hn::Load(tag, lines + (i - begin)));
+      }
+    }
+    for (std::size_t i = begin; i < end; i += laneCount) {
+      auto const found = mLanes.find(ground(i), hasLines ? lines + (i - begin) : nullptr);
+      store(i, std::min(laneCount, end - i), found);
+    }
+  }
+
+  // The last vector is filled up with its first position.
+  HWY_INLINE LanePoint ground(std::size_t i) const {
+    geo::XYZPoint const* from = mRun.ground + i;
+    geo::XYZPoint filled[laneCount];
+    if (i + laneCount > mRun.count) {
+      for (std::size_t k = 0; k < laneCount; ++k) {
+        filled[k] = i + k < mRun.count ? from[k] : from[0];
+      }
+      from = filled;
     }
     LanePoint point;
-    hn::LoadInterleaved3(tag, in, point.x, point.y, point.z);
-    auto const found = lanes.find(point);
-    hn::StoreInterleaved2(found.sample, found.line, tag, isWhole ? image + 2 * i : imageOfEnd);
-    hn::StoreU(found.time, tag, isWhole ? time + i : timeOfEnd);
-    if (!isWhole) {
-      std::copy_n(imageOfEnd, 2 * count, image + 2 * i);
-      std::copy_n(timeOfEnd, count, time + i);
-    }
-    results.store(found.isSolved, found.sample, found.line, found.time, i, count, run.status, run.rest);
+    hn::LoadInterleaved3(tag, reinterpret_cast<double const*>(from), point.x, point.y, point.z);
+    return point;
   }
-  return results.rest();
+
+  HWY_INLINE void store(std::size_t i, std::size_t count, ImageLanes::Solution const& found) {
+    geo::XYPoint image[laneCount];
+    double time[laneCount];
+    bool const isWhole = count == laneCount;
+    hn::StoreInterleaved2(found.sample, found.line, tag, reinterpret_cast<double*>(isWhole ? mRun.image + i : image));
+    hn::StoreU(found.time, tag, isWhole ? mRun.time + i : time);
+    if (!isWhole) {
+      std::copy_n(image, count, mRun.image + i);
+      std::copy_n(time, count, mRun.time + i);
+    }
+    mResults.store(found.isSolved, found.sample, found.line, found.time, i, count, mRun.status, mRun.rest);
+  }
+
+  LaneTables const& mTables;
+  LanesToImage const& mRun;
+  ImageLanes mLanes;
+  LaneResults mResults;
+};
+
+inline std::size_t findAll(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run) {
+  return ImageRun(tables, limits, run).find();
 }
 
 }  // namespace kes::detail::HWY_NAMESPACE
