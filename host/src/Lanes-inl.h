@@ -204,9 +204,8 @@ public:
   HWY_INLINE void prefetchRows(Lanes line) const {
     Intervals const intervals(*this, line);
     for (std::uint32_t const interval : intervals.of) {
-      // A near line may be off by one.
-      hwy::Prefetch(&mTables.rows[mTables.starts[interval]]);
-      hwy::Prefetch(&mTables.rows[mTables.starts[interval + 1]] - 1);
+      hwy::Prefetch(mTables.rows.data() + mTables.starts[interval]);
+      hwy::Prefetch(mTables.rows.data() + mTables.starts[interval] + 1);
     }
   }
 

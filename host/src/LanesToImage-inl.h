@@ -113,7 +113,7 @@ public:
 private:
   static constexpr int ROUNDS = 3;
   static constexpr int STEPS = 4;
-  static constexpr double SLACK = 0.2;  // lines
+  static constexpr double SLACK = 0.05;  // lines
   static constexpr int NODES = 2;
   static constexpr double LAST_STEP = 4e-4;
   static constexpr double NEAR = 4.0;  // lines
