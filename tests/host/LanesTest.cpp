@@ -333,6 +333,61 @@ TEST_P(Lanes, LeaveHeightsWithoutAPosition) {
   EXPECT_EQ(project(prepared, image, heights, heights.size()).left, (Left{true, true, true, true, true, false}));
 }
 
+/// What calls return on request.
+struct Outputs {
+  explicit Outputs(std::size_t count) : time(count), passes(count), closure(count) {}
+  kes::PointOutputs spans() { return {time, passes, closure}; }
+  std::vector<double> time;
+  std::vector<int> passes;
+  std::vector<kes::Closure> closure;
+};
+
+void expectSame(Outputs const& single, Outputs const& all, std::size_t i) {
+  EXPECT_THAT(all.time[i], test::SameBits(single.time[0]));
+  EXPECT_EQ(all.passes[i], single.passes[0]);
+  EXPECT_THAT(all.closure[i].pixels, test::SameBits(single.closure[0].pixels));
+  EXPECT_THAT(all.closure[i].metres, test::SameBits(single.closure[0].metres));
+}
+
+// A call for a single position doesn't use the lanes.
+TEST_P(Lanes, ReturnAllThatCallsForSinglePositionsReturn) {
+  for (unsigned const seed : {0U, 5U, 43U}) {
+    for (char const* const id : test::BANDS) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", band " + id);
+      kes::Band const band = test::randomStrip(seed).band(id);
+      auto const given = mixed(imagePositions(band, seed), hostile(), seed);
+      Outputs down(given.size());
+      kes::ToGroundOptions options = test::atHeight(HEIGHT);
+      options.outputs = down.spans();
+      auto const ground = test::toGround(band, given, options);
+      Outputs up(given.size());
+      kes::ToImageOptions back;
+      back.outputs = up.spans();
+      auto const image = test::toImage(band, ground.points, back);
+      for (std::size_t i = 0; i < given.size(); ++i) {
+        SCOPED_TRACE(i);
+        Outputs single(1);
+        options.outputs = single.spans();
+        auto const onGround = band.toGround(given[i], options);
+        ASSERT_EQ(ground.status[i], onGround.status);
+        EXPECT_THAT(ground.points[i].x, test::SameBits(onGround.position.x));
+        EXPECT_THAT(ground.points[i].y, test::SameBits(onGround.position.y));
+        EXPECT_THAT(ground.points[i].z, test::SameBits(onGround.position.z));
+        expectSame(single, down, i);
+        back.outputs = single.spans();
+        auto const inImage = band.toImage(ground.points[i], back);
+        ASSERT_EQ(image.status[i], inImage.status);
+        EXPECT_THAT(image.points[i].x, test::SameBits(inImage.position.x));
+        EXPECT_THAT(image.points[i].y, test::SameBits(inImage.position.y));
+        expectSame(single, up, i);
+        if (HasFailure()) {
+          return;
+        }
+      }
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Sets, Lanes, testing::ValuesIn(instructionSets()),
                          [](auto const& set) { return std::string(set.param.name); });
 
