@@ -32,6 +32,8 @@ using Mask = hn::Mask<Doubles>;
 
 inline constexpr Doubles tag;
 inline constexpr std::size_t laneCount = hn::MaxLanes(Doubles());
+/// Positions for which the memory is asked together.
+inline constexpr std::size_t blockSize = 16 * laneCount;
 
 HWY_INLINE Lanes same(double value) {
   return hn::Set(tag, value);
@@ -136,6 +138,12 @@ struct LaneRecord {
   }
 };
 
+/// Whether tables don't fit into the nearer caches.
+inline bool isLarge(LaneTables const& tables) {
+  constexpr std::size_t rows = 1U << 14U;
+  return tables.rows.size() > rows;
+}
+
 /// The pieces that lines belong to, with all that their poses depend on.
 class LanePieces {
 public:
@@ -209,14 +217,16 @@ public:
     }
   }
 
-  /// For what their poses depend on, once the rows are there.
+  /// For what their poses depend on, once the rows are there: the record at the beginning of a line, and the next.
   HWY_INLINE void prefetchRecords(Lanes line) const {
+    constexpr std::size_t perCacheLine = 8;
     Intervals const intervals(*this, line);
     for (std::uint32_t const interval : intervals.of) {
       auto const record = static_cast<std::size_t>(mTables.rows[mTables.starts[interval]].record);
       double const* const begin = mTables.records + LaneTables::doublesPerRecord * record;
-      hwy::Prefetch(begin);
-      hwy::Prefetch(begin + LaneTables::doublesPerRecord / 2);
+      for (std::size_t i = 0; i < 2 * LaneTables::doublesPerRecord; i += perCacheLine) {
+        hwy::Prefetch(begin + i);
+      }
     }
   }
 

@@ -44,6 +44,10 @@ public:
             mTime};
   }
 
+  /// Asks the memory for what lines need: after the first call for many lines, the second.
+  HWY_INLINE void prefetchRows(Lanes line) const { mPieces.prefetchRows(line); }
+  HWY_INLINE void prefetchRecords(Lanes line) const { mPieces.prefetchRecords(line); }
+
 private:
   HWY_INLINE void setLine(Lanes line) {
     mHasLine = hn::And(line >= same(mTables.firstLine), line <= same(mTables.lastLine));
@@ -82,45 +86,90 @@ private:
   Mask mHasLine;
 };
 
-inline std::size_t projectAll(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run) {
-  GroundLanes lanes(tables);
-  LaneResults results(tables, limits);
-  auto const* const image = reinterpret_cast<double const*>(run.image);
-  auto* const ground = reinterpret_cast<double*>(run.ground);
-  double* const time = run.time;
-  // The last vector is filled up with its first point.
-  double imageOfEnd[2 * laneCount];
-  double heightsOfEnd[laneCount];
-  double groundOfEnd[3 * laneCount];
-  double timeOfEnd[laneCount];
-  for (std::size_t i = 0; i < run.count; i += laneCount) {
-    std::size_t const count = std::min(laneCount, run.count - i);
-    bool const isWhole = count == laneCount;
-    double const* in = image + 2 * i;
-    double const* heights = run.heights == nullptr ? nullptr : run.heights + i;
-    if (!isWhole) {
-      for (std::size_t k = 0; k < laneCount; ++k) {
-        std::size_t const from = k < count ? k : 0;
-        imageOfEnd[2 * k] = in[2 * from];
-        imageOfEnd[2 * k + 1] = in[2 * from + 1];
-        heightsOfEnd[k] = heights == nullptr ? run.height : heights[from];
-      }
-      in = imageOfEnd;
-      heights = heightsOfEnd;
+/// The positions of a call, in blocks of vectors.
+class GroundRun {
+public:
+  GroundRun(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run)
+      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits) {}
+
+  std::size_t project() {
+    for (std::size_t i = 0; i < mRun.count; i += blockSize) {
+      projectBlock(i, std::min(i + blockSize, mRun.count));
     }
-    Lanes sample, line;
-    hn::LoadInterleaved2(tag, in, sample, line);
-    Lanes const height = heights == nullptr ? same(run.height) : hn::LoadU(tag, heights);
-    auto const found = lanes.project(sample, line, height);
-    hn::StoreInterleaved3(found.ground.x, found.ground.y, found.ground.z, tag, isWhole ? ground + 3 * i : groundOfEnd);
-    hn::StoreU(found.time, tag, isWhole ? time + i : timeOfEnd);
-    if (!isWhole) {
-      std::copy_n(groundOfEnd, 3 * count, ground + 3 * i);
-      std::copy_n(timeOfEnd, count, time + i);
-    }
-    results.store(found.isSolved, sample, line, found.time, i, count, run.status, run.rest);
+    return mResults.rest();
   }
-  return results.rest();
+
+private:
+  HWY_INLINE void projectBlock(std::size_t begin, std::size_t end) {
+    Lanes sample, line;
+    if (isLarge(mTables)) {
+      for (std::size_t i = begin; i < end; i += laneCount) {
+        image(i, sample, line);
+        mLanes.prefetchRows(line);
+      }
+      for (std::size_t i = begin; i < end; i += laneCount) {
+        image(i, sample, line);
+        mLanes.prefetchRecords(line);
+      }
+    }
+    for (std::size_t i = begin; i < end; i += laneCount) {
+      image(i, sample, line);
+      auto const projected = mLanes.project(sample, line, height(i));
+      store(i, std::min(laneCount, end - i), sample, line, projected);
+    }
+  }
+
+  bool isWhole(std::size_t i) const { return i + laneCount <= mRun.count; }
+
+  // The last vector is filled up with its first position.
+  HWY_INLINE void image(std::size_t i, Lanes& sample, Lanes& line) const {
+    geo::XYPoint const* from = mRun.image + i;
+    geo::XYPoint filled[laneCount];
+    if (!isWhole(i)) {
+      for (std::size_t k = 0; k < laneCount; ++k) {
+        filled[k] = i + k < mRun.count ? from[k] : from[0];
+      }
+      from = filled;
+    }
+    hn::LoadInterleaved2(tag, reinterpret_cast<double const*>(from), sample, line);
+  }
+
+  HWY_INLINE Lanes height(std::size_t i) const {
+    if (mRun.heights == nullptr) {
+      return same(mRun.height);
+    }
+    if (isWhole(i)) {
+      return hn::LoadU(tag, mRun.heights + i);
+    }
+    double filled[laneCount];
+    for (std::size_t k = 0; k < laneCount; ++k) {
+      filled[k] = mRun.heights[i + k < mRun.count ? i + k : i];
+    }
+    return hn::LoadU(tag, filled);
+  }
+
+  HWY_INLINE void store(std::size_t i, std::size_t count, Lanes sample, Lanes line,
+                        GroundLanes::Projection const& projected) {
+    geo::XYZPoint ground[laneCount];
+    double time[laneCount];
+    hn::StoreInterleaved3(projected.ground.x, projected.ground.y, projected.ground.z, tag,
+                          reinterpret_cast<double*>(isWhole(i) ? mRun.ground + i : ground));
+    hn::StoreU(projected.time, tag, isWhole(i) ? mRun.time + i : time);
+    if (!isWhole(i)) {
+      std::copy_n(ground, count, mRun.ground + i);
+      std::copy_n(time, count, mRun.time + i);
+    }
+    mResults.store(projected.isSolved, sample, line, projected.time, i, count, mRun.status, mRun.rest);
+  }
+
+  LaneTables const& mTables;
+  LanesToGround const& mRun;
+  GroundLanes mLanes;
+  LaneResults mResults;
+};
+
+inline std::size_t projectAll(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run) {
+  return GroundRun(tables, limits, run).project();
 }
 
 }  // namespace kes::detail::HWY_NAMESPACE

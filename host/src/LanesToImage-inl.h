@@ -260,23 +260,19 @@ public:
   }
 
 private:
-  static constexpr std::size_t blockSize = 16 * laneCount;
-  // Smaller tables are in the cache anyway.
-  static constexpr std::size_t largeTable = 1U << 14U;
-
   HWY_INLINE void findBlock(std::size_t begin, std::size_t end) {
     alignas(64) double lines[blockSize];
     bool const hasLines = !mLanes.isInRow();
     if (hasLines) {
-      bool const isLarge = mTables.rows.size() > largeTable;
+      bool const fetch = isLarge(mTables);
       for (std::size_t i = begin; i < end; i += laneCount) {
         Lanes const line = mLanes.near(ground(i));
         hn::Store(line, tag, lines + (i - begin));
-        if (isLarge) {
+        if (fetch) {
           mLanes.prefetchRows(line);
         }
       }
-      for (std::size_t i = begin; i < end && isLarge; i += laneCount) {
+      for (std::size_t i = begin; i < end && fetch; i += laneCount) {
         mLanes.prefetchRecords(hn::Load(tag, lines + (i - begin)));
       }
     }
