@@ -24,22 +24,123 @@ namespace kes::detail::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+/// The processor's vectors of double, and those of as many integers.
 using Doubles = hn::ScalableTag<double>;
 using Ints = hn::Rebind<std::int32_t, Doubles>;
-using UnsignedInts = hn::RebindToUnsigned<Ints>;
-using Lanes = hn::Vec<Doubles>;
-using Mask = hn::Mask<Doubles>;
-
+using Vector = hn::Vec<Doubles>;
+using VectorMask = hn::Mask<Doubles>;
 inline constexpr Doubles tag;
-inline constexpr std::size_t laneCount = hn::MaxLanes(Doubles());
+inline constexpr std::size_t vectorSize = hn::MaxLanes(Doubles());
+
+/// Two vectors, which are worked on in turns: while one waits for a result, the other goes on.
+struct Lanes {
+  Vector a;
+  Vector b;
+};
+struct Mask {
+  VectorMask a;
+  VectorMask b;
+};
+inline constexpr std::size_t laneCount = 2 * vectorSize;
 /// Positions for which the memory is asked together.
 inline constexpr std::size_t blockSize = 16 * laneCount;
 
+HWY_INLINE Lanes operator+(Lanes x, Lanes y) {
+  return {x.a + y.a, x.b + y.b};
+}
+HWY_INLINE Lanes operator-(Lanes x, Lanes y) {
+  return {x.a - y.a, x.b - y.b};
+}
+HWY_INLINE Lanes operator*(Lanes x, Lanes y) {
+  return {x.a * y.a, x.b * y.b};
+}
+HWY_INLINE Lanes operator/(Lanes x, Lanes y) {
+  return {x.a / y.a, x.b / y.b};
+}
+HWY_INLINE Mask operator<(Lanes x, Lanes y) {
+  return {x.a < y.a, x.b < y.b};
+}
+HWY_INLINE Mask operator<=(Lanes x, Lanes y) {
+  return {x.a <= y.a, x.b <= y.b};
+}
+HWY_INLINE Mask operator>(Lanes x, Lanes y) {
+  return {x.a > y.a, x.b > y.b};
+}
+HWY_INLINE Mask operator>=(Lanes x, Lanes y) {
+  return {x.a >= y.a, x.b >= y.b};
+}
+HWY_INLINE Mask operator==(Lanes x, Lanes y) {
+  return {x.a == y.a, x.b == y.b};
+}
+HWY_INLINE Mask both(Mask x, Mask y) {
+  return {hn::And(x.a, y.a), hn::And(x.b, y.b)};
+}
+HWY_INLINE bool allTrue(Mask mask) {
+  return hn::AllTrue(tag, hn::And(mask.a, mask.b));
+}
+HWY_INLINE Lanes select(Mask mask, Lanes yes, Lanes no) {
+  return {hn::IfThenElse(mask.a, yes.a, no.a), hn::IfThenElse(mask.b, yes.b, no.b)};
+}
+HWY_INLINE Lanes selectOrZero(Mask mask, Lanes yes) {
+  return {hn::IfThenElseZero(mask.a, yes.a), hn::IfThenElseZero(mask.b, yes.b)};
+}
+/// Of numbers.
+HWY_INLINE Lanes least(Lanes x, Lanes y) {
+  return {hn::Min(x.a, y.a), hn::Min(x.b, y.b)};
+}
+HWY_INLINE Lanes greatest(Lanes x, Lanes y) {
+  return {hn::Max(x.a, y.a), hn::Max(x.b, y.b)};
+}
+HWY_INLINE Lanes absolute(Lanes x) {
+  return {hn::Abs(x.a), hn::Abs(x.b)};
+}
+HWY_INLINE Lanes negative(Lanes x) {
+  return {hn::Neg(x.a), hn::Neg(x.b)};
+}
+HWY_INLINE Lanes zero() {
+  return {hn::Zero(tag), hn::Zero(tag)};
+}
+HWY_INLINE Lanes load(double const* from) {
+  return {hn::LoadU(tag, from), hn::LoadU(tag, from + vectorSize)};
+}
+HWY_INLINE void storeTo(double* to, Lanes x) {
+  hn::StoreU(x.a, tag, to);
+  hn::StoreU(x.b, tag, to + vectorSize);
+}
+/// Numbers that aren't negative as integers.
+HWY_INLINE Lanes truncated(Lanes x, std::uint32_t* to) {
+  auto const a = hn::DemoteTo(Ints(), x.a);
+  auto const b = hn::DemoteTo(Ints(), x.b);
+  hn::RebindToUnsigned<Ints> const unsignedInts;
+  hn::StoreU(hn::BitCast(unsignedInts, a), unsignedInts, to);
+  hn::StoreU(hn::BitCast(unsignedInts, b), unsignedInts, to + vectorSize);
+  return {hn::PromoteTo(tag, a), hn::PromoteTo(tag, b)};
+}
+HWY_INLINE void loadInterleaved(double const* from, Lanes& x, Lanes& y) {
+  hn::LoadInterleaved2(tag, from, x.a, y.a);
+  hn::LoadInterleaved2(tag, from + 2 * vectorSize, x.b, y.b);
+}
+HWY_INLINE void loadInterleaved(double const* from, Lanes& x, Lanes& y, Lanes& z) {
+  hn::LoadInterleaved3(tag, from, x.a, y.a, z.a);
+  hn::LoadInterleaved3(tag, from + 3 * vectorSize, x.b, y.b, z.b);
+}
+HWY_INLINE void storeInterleaved(Lanes x, Lanes y, double* to) {
+  hn::StoreInterleaved2(x.a, y.a, tag, to);
+  hn::StoreInterleaved2(x.b, y.b, tag, to + 2 * vectorSize);
+}
+HWY_INLINE void storeInterleaved(Lanes x, Lanes y, Lanes z, double* to) {
+  hn::StoreInterleaved3(x.a, y.a, z.a, tag, to);
+  hn::StoreInterleaved3(x.b, y.b, z.b, tag, to + 3 * vectorSize);
+}
+HWY_INLINE Lanes fromInts(std::int32_t const* from) {
+  return {hn::PromoteTo(tag, hn::LoadU(Ints(), from)), hn::PromoteTo(tag, hn::LoadU(Ints(), from + vectorSize))};
+}
+
 HWY_INLINE Lanes same(double value) {
-  return hn::Set(tag, value);
+  return {hn::Set(tag, value), hn::Set(tag, value)};
 }
 HWY_INLINE Lanes same(Lanes, double value) {
-  return hn::Set(tag, value);
+  return same(value);
 }
 
 #include "ViewFormulas-inl.h"
@@ -91,16 +192,21 @@ HWY_INLINE hn::Vec<Tag> blocks(Tag, double const* field, std::size_t rowLength, 
 #endif
 
 /// Two neighbouring fields of rows.
-HWY_INLINE void loadPair(double const* field, std::size_t rowLength, RowNumbers const& rows, Lanes& a, Lanes& b) {
+HWY_INLINE void loadPair(double const* field, std::size_t rowLength, std::uint32_t const* numbers, Vector& a,
+                         Vector& b) {
 #if HWY_TARGET == HWY_SCALAR
-  a = same(field[rowLength * rows.of[0]]);
-  b = same(field[rowLength * rows.of[0] + 1]);
+  a = hn::Set(tag, field[rowLength * numbers[0]]);
+  b = hn::Set(tag, field[rowLength * numbers[0] + 1]);
 #else
-  Lanes const even = blocks(tag, field, rowLength, rows.of);
-  Lanes const odd = blocks(tag, field, rowLength, rows.of + 1);
+  Vector const even = blocks(tag, field, rowLength, numbers);
+  Vector const odd = blocks(tag, field, rowLength, numbers + 1);
   a = hn::InterleaveLower(tag, even, odd);
   b = hn::InterleaveUpper(tag, even, odd);
 #endif
+}
+HWY_INLINE void loadPair(double const* field, std::size_t rowLength, RowNumbers const& rows, Lanes& a, Lanes& b) {
+  loadPair(field, rowLength, rows.of, a.a, b.a);
+  loadPair(field, rowLength, rows.of + vectorSize, a.b, b.b);
 }
 
 /// The orientation's records of the lanes; of one record for all of them, if that is so.
@@ -148,10 +254,10 @@ inline bool isLarge(LaneTables const& tables) {
 class LanePieces {
 public:
   explicit LanePieces(LaneTables const& tables)
-      : mTables(tables), mLastInterval(same(static_cast<double>(tables.starts.size() - 2))), mCorrection(hn::Zero(tag)),
-        mCorrectionStep(hn::Zero(tag)) {
+      : mTables(tables), mLastInterval(same(static_cast<double>(tables.starts.size() - 2))), mCorrection(zero()),
+        mCorrectionStep(zero()) {
     mRecord.loadOne(tables.records);
-    load(hn::Zero(tag));
+    load(zero());
   }
 
   Lanes first;
@@ -163,7 +269,7 @@ public:
     Intervals const intervals(*this, line);
     mWhole = intervals.whole;
     alignas(64) double lines[laneCount];
-    hn::Store(line, tag, lines);
+    storeTo(lines, line);
     for (std::size_t i = 0; i < laneCount; ++i) {
       std::uint32_t const* const start = &mTables.starts[intervals.of[i]];
       std::uint32_t row = start[0] + (isPast(start[0], start[1], lines[i]) ? 1U : 0U);
@@ -234,19 +340,16 @@ private:
   /// Between which whole lines of the table lines are.
   struct Intervals {
     HWY_INLINE Intervals(LanePieces const& pieces, Lanes line) {
-      Lanes const first = same(pieces.mTables.firstLine);
-      Lanes const place = line - first;
-      auto const number =
-          hn::DemoteTo(Ints(), hn::Min(hn::IfThenElseZero(place > hn::Zero(tag), place), pieces.mLastInterval));
-      whole = hn::PromoteTo(tag, number) + first;
-      hn::Store(hn::BitCast(UnsignedInts(), number), UnsignedInts(), of);
+      Lanes const begin = same(pieces.mTables.firstLine);
+      Lanes const place = line - begin;
+      whole = truncated(least(selectOrZero(place > zero(), place), pieces.mLastInterval), of) + begin;
     }
     Lanes whole;
     alignas(64) std::uint32_t of[laneCount];
   };
 
   HWY_INLINE Lanes shift(Lanes v) const {
-    return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : hn::Zero(tag);
+    return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : zero();
   }
 
   // Whether a line is past the end of a row, and its own whole line has another one. Both are looked at in any case: which rows
@@ -293,17 +396,16 @@ public:
   /// Stores the statuses of points from `begin` on, of which `count` exist, and adds those that aren't done to the rest.
   HWY_INLINE void store(Mask done, Lanes sample, Lanes line, Lanes time, std::size_t begin, std::size_t count,
                         Status* status, std::uint32_t* rest) {
-    Mask const onPixel =
-        hn::And(hn::And(sample >= mLeast, sample < mSampleLimit), hn::And(line >= mLeast, line < mLineLimit));
-    Mask const covered = hn::And(time >= mFirstTime, time <= mLastTime);
-    if (hn::AllTrue(tag, hn::And(done, hn::And(onPixel, covered)))) {
+    Mask const onPixel = both(both(sample >= mLeast, sample < mSampleLimit), both(line >= mLeast, line < mLineLimit));
+    Mask const covered = both(time >= mFirstTime, time <= mLastTime);
+    if (allTrue(both(done, both(onPixel, covered)))) {
       std::fill_n(status + begin, count, Status::ok);
       return;
     }
     // 0 for what isn't done.
-    Lanes const place = hn::IfThenElse(covered, hn::IfThenElse(onPixel, same(1.0), same(2.0)), same(3.0));
+    Lanes const place = select(covered, select(onPixel, same(1.0), same(2.0)), same(3.0));
     alignas(64) double places[laneCount];
-    hn::Store(hn::IfThenElseZero(done, place), tag, places);
+    storeTo(places, selectOrZero(done, place));
     for (std::size_t i = 0; i < count; ++i) {
       status[begin + i] = places[i] == 1.0   ? Status::ok
                           : places[i] == 2.0 ? Status::outsideImage

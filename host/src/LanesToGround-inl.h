@@ -21,7 +21,7 @@ namespace kes::detail::HWY_NAMESPACE {
 /// One vector of image positions after the other; the camera of the line of the last ones is remembered.
 class GroundLanes {
 public:
-  explicit GroundLanes(LaneTables const& tables) : mTables(tables), mPieces(tables) { setLine(hn::Zero(tag)); }
+  explicit GroundLanes(LaneTables const& tables) : mTables(tables), mPieces(tables) { setLine(zero()); }
 
   struct Projection {
     Mask isSolved;
@@ -29,17 +29,17 @@ public:
     Lanes time;
   };
   HWY_INLINE Projection project(Lanes sample, Lanes line, Lanes height) {
-    if (!hn::AllTrue(tag, line == mLine)) {
+    if (!allTrue(line == mLine)) {
       setLine(line);
     }
     Lanes x, y;
     Mask const isOnLine = focal(sample, x, y);
     LanePoint const ray = rayOf<LanePoint>(mPose, x + mPose.shift, y, same(mTables.focalLength));
     Lanes const s = (height - mPose.centre.z) / ray.z;
-    Mask const isDown = hn::And(ray.z<hn::Zero(tag), s> hn::Zero(tag));
+    Mask const isDown = both(ray.z<zero(), s> zero());
     // What is infinite here is left, too.
     Mask const isFinite = s < same(std::numeric_limits<double>::infinity());
-    return {hn::And(hn::And(mHasLine, isOnLine), hn::And(isDown, isFinite)),
+    return {both(both(mHasLine, isOnLine), both(isDown, isFinite)),
             {mPose.centre.x + s * ray.x, mPose.centre.y + s * ray.y, height},
             mTime};
   }
@@ -50,7 +50,7 @@ public:
 
 private:
   HWY_INLINE void setLine(Lanes line) {
-    mHasLine = hn::And(line >= same(mTables.firstLine), line <= same(mTables.lastLine));
+    mHasLine = both(line >= same(mTables.firstLine), line <= same(mTables.lastLine));
     mPieces.load(line);
     mPose = mPieces.pose(line);
     mTime = mPieces.time(line);
@@ -60,19 +60,14 @@ private:
   // As `SensorLine::focal`, between the first and the last calibrated pixel.
   HWY_INLINE Mask focal(Lanes sample, Lanes& x, Lanes& y) const {
     Lanes const s = sample - same(mTables.firstSample);
-    Mask const isOnLine = hn::And(s >= hn::Zero(tag), s < same(mTables.lengthOfLine));
-    Lanes const p = hn::IfThenElseZero(isOnLine, s * same(mTables.pixelsPerSample));
-    auto const number = hn::DemoteTo(Ints(), hn::Min(p, same(mTables.lastPixel)));
-    alignas(64) std::int32_t numbers[laneCount];
-    hn::Store(number, Ints(), numbers);
+    Mask const isOnLine = both(s >= zero(), s < same(mTables.lengthOfLine));
+    Lanes const p = selectOrZero(isOnLine, s * same(mTables.pixelsPerSample));
     RowNumbers rows;
-    for (std::size_t i = 0; i < laneCount; ++i) {
-      rows.of[i] = static_cast<std::uint32_t>(numbers[i]);
-    }
+    Lanes const number = truncated(least(p, same(mTables.lastPixel)), rows.of);
     Lanes firstY, firstX, yStep, xStep;
     loadPair(mTables.pixels, LaneTables::doublesPerPixel, rows, firstY, firstX);
     loadPair(mTables.pixels + 2, LaneTables::doublesPerPixel, rows, yStep, xStep);
-    Lanes const part = p - hn::PromoteTo(tag, number);
+    Lanes const part = p - number;
     x = firstX + xStep * part;
     y = firstY + yStep * part;
     return isOnLine;
@@ -131,7 +126,7 @@ private:
       }
       from = filled;
     }
-    hn::LoadInterleaved2(tag, reinterpret_cast<double const*>(from), sample, line);
+    loadInterleaved(reinterpret_cast<double const*>(from), sample, line);
   }
 
   HWY_INLINE Lanes height(std::size_t i) const {
@@ -139,22 +134,22 @@ private:
       return same(mRun.height);
     }
     if (isWhole(i)) {
-      return hn::LoadU(tag, mRun.heights + i);
+      return load(mRun.heights + i);
     }
     double filled[laneCount];
     for (std::size_t k = 0; k < laneCount; ++k) {
       filled[k] = mRun.heights[i + k < mRun.count ? i + k : i];
     }
-    return hn::LoadU(tag, filled);
+    return load(filled);
   }
 
   HWY_INLINE void store(std::size_t i, std::size_t count, Lanes sample, Lanes line,
                         GroundLanes::Projection const& projected) {
     geo::XYZPoint ground[laneCount];
     double time[laneCount];
-    hn::StoreInterleaved3(projected.ground.x, projected.ground.y, projected.ground.z, tag,
-                          reinterpret_cast<double*>(isWhole(i) ? mRun.ground + i : ground));
-    hn::StoreU(projected.time, tag, isWhole(i) ? mRun.time + i : time);
+    storeInterleaved(projected.ground.x, projected.ground.y, projected.ground.z,
+                     reinterpret_cast<double*>(isWhole(i) ? mRun.ground + i : ground));
+    storeTo(isWhole(i) ? mRun.time + i : time, projected.time);
     if (!isWhole(i)) {
       std::copy_n(ground, count, mRun.ground + i);
       std::copy_n(time, count, mRun.time + i);

@@ -21,7 +21,7 @@ namespace kes::detail::HWY_NAMESPACE {
 /// The places on the sensor line that the lanes were last seen at.
 class LaneEntries {
 public:
-  explicit LaneEntries(LaneTables const& tables) : mTables(tables) { load(hn::Zero(tag)); }
+  explicit LaneEntries(LaneTables const& tables) : mTables(tables) { load(zero()); }
 
   /// As `SensorLine::at`, where a position is well within a pixel of the line.
   struct Sample {
@@ -32,7 +32,7 @@ public:
   HWY_INLINE Sample at(Lanes y) {
     Lanes const q = (y - same(mTables.firstY)) * same(mTables.scale);
     Lanes away = q - mQ;
-    if (!hn::AllTrue(tag, isWithin(away))) {
+    if (!allTrue(isWithin(away))) {
       load(q);
       away = q - mQ;
     }
@@ -46,16 +46,16 @@ private:
 
   HWY_INLINE Mask isWithin(Lanes away) const {
     Lanes const part = away * mPixelsPerQ;
-    return hn::And(part >= hn::Zero(tag), part < same(END));
+    return both(part >= zero(), part < same(END));
   }
 
   HWY_INLINE void load(Lanes q) {
-    Lanes const inside = hn::IfThenElseZero(hn::And(q > hn::Zero(tag), q < same(mTables.lengthOfLine)), q);
-    alignas(64) std::int32_t whole[laneCount];
-    alignas(64) double places[laneCount];
-    alignas(64) std::int32_t numbers[laneCount];
-    hn::Store(hn::DemoteTo(Ints(), inside), Ints(), whole);
-    hn::Store(inside, tag, places);
+    Lanes const inside = selectOrZero(both(q > zero(), q < same(mTables.lengthOfLine)), q);
+    std::uint32_t whole[laneCount];
+    double places[laneCount];
+    std::int32_t numbers[laneCount];
+    truncated(inside, whole);
+    storeTo(places, inside);
     RowNumbers rows;
     for (std::size_t i = 0; i < laneCount; ++i) {
       std::uint32_t const start = mTables.entryStarts[whole[i]];
@@ -63,7 +63,7 @@ private:
       rows.of[i] = start + (isPast ? 1U : 0U);
       numbers[i] = static_cast<std::int32_t>(rows.of[i]);
     }
-    mNumber = hn::PromoteTo(tag, hn::Load(Ints(), numbers));
+    mNumber = fromInts(numbers);
     loadPair(mTables.entries, LaneTables::doublesPerPixel, rows, mQ, mX);
     loadPair(mTables.entries + 2, LaneTables::doublesPerPixel, rows, mPixelsPerQ, mXPerQ);
   }
@@ -104,7 +104,7 @@ public:
   /// `near` points to the lines, if they are known already.
   HWY_INLINE Solution find(LanePoint const& ground, double const* near) {
     set(ground);
-    Lanes const line = mIsRow ? mLine + (mLine - mLineBefore) : near != nullptr ? hn::Load(tag, near) : coarseLine();
+    Lanes const line = mIsRow ? mLine + (mLine - mLineBefore) : near != nullptr ? load(near) : coarseLine();
     Solution const solution = solve(bracket(line));
     remember(solution);
     return solution;
@@ -132,16 +132,15 @@ private:
   HWY_INLINE void set(LanePoint const& ground) {
     mGround = ground;
     mDepth = same(mTables.flyingHeight) - ground.z;
-    Lanes const least = same(mTables.leastDepth);
-    mLinesPerUnit = same(mTables.linesPerUnit) * hn::IfThenElse(mDepth < least, least, mDepth);
+    mLinesPerUnit = same(mTables.linesPerUnit) * greatest(mDepth, same(mTables.leastDepth));
   }
 
   HWY_INLINE Sighting sighting(Lanes line) {
     LaneSight const sight = mPieces.sight(line, mGround);
     auto const at = mEntries.at(sight.y);
-    Mask const isPlain = hn::And(sight.height < hn::Zero(tag), at.isWithin);
+    Mask const isPlain = both(sight.height < zero(), at.isWithin);
     Lanes const ahead = (sight.x - at.x) * mLinesPerUnit;
-    return {hn::IfThenElse(isPlain, ahead, same(std::numeric_limits<double>::quiet_NaN())), sight.y};
+    return {select(isPlain, ahead, same(std::numeric_limits<double>::quiet_NaN())), sight.y};
   }
 
   // As `LineSearch::Task::guess`.
@@ -152,39 +151,32 @@ private:
     Lanes place = (along - same(mTables.firstAlong) - mDepth * same(mTables.meanAhead)) * nodesPerMetre;
     for (int i = 0; i < NODES; ++i) {
       Lanes const nearest = place + same(0.5);
-      auto const number =
-          hn::DemoteTo(Ints(), hn::Min(hn::IfThenElseZero(nearest > hn::Zero(tag), nearest), same(mTables.lastNode)));
-      alignas(64) std::int32_t numbers[laneCount];
-      hn::Store(number, Ints(), numbers);
       RowNumbers rows;
-      for (std::size_t k = 0; k < laneCount; ++k) {
-        rows.of[k] = static_cast<std::uint32_t>(numbers[k]);
-      }
+      Lanes const number = truncated(least(selectOrZero(nearest > zero(), nearest), same(mTables.lastNode)), rows.of);
       Lanes nodeAlong, nodeAcross, height, ahead, tangent, slope, bow, reach;
       loadPair(mTables.nodes, LaneTables::doublesPerNode, rows, nodeAlong, nodeAcross);
       loadPair(mTables.nodes + 2, LaneTables::doublesPerNode, rows, height, ahead);
       loadPair(mTables.nodes + 4, LaneTables::doublesPerNode, rows, tangent, slope);
       loadPair(mTables.nodes + 6, LaneTables::doublesPerNode, rows, bow, reach);
-      Lanes const depth = hn::Max(height - mGround.z, same(mTables.leastDepth));
-      Lanes const d = hn::Max(hn::Min((across - nodeAcross) / depth - tangent, reach), hn::Zero(tag) - reach);
+      Lanes const depth = greatest(height - mGround.z, same(mTables.leastDepth));
+      Lanes const d = greatest(least((across - nodeAcross) / depth - tangent, reach), zero() - reach);
       Lanes const view = nodeAlong + depth * (ahead + d * (slope + d * bow));
-      place = hn::PromoteTo(tag, number) + (along - view) * nodesPerMetre;
+      place = number + (along - view) * nodesPerMetre;
     }
     return same(mTables.firstLine) + place * same(mTables.linesPerNode);
   }
 
   // The pieces between whose ends the positions pass, from those of a near line on.
   HWY_INLINE Bracket bracket(Lanes line) {
-    Lanes const zero = hn::Zero(tag);
     for (int round = 1;; ++round) {
       Sighting const first = followFirst(line);
       Sighting const last = sighting(mPieces.last);
-      Mask const isBefore = last.ahead <= zero;
-      Mask const passes = hn::And(first.ahead > zero, isBefore);
-      if (round == ROUNDS || hn::AllTrue(tag, passes)) {
-        return {hn::And(passes, mDepth <= mPieces.greatestDepth), first, last};
+      Mask const isBefore = last.ahead <= zero();
+      Mask const passes = both(first.ahead > zero(), isBefore);
+      if (round == ROUNDS || allTrue(passes)) {
+        return {both(passes, mDepth <= mPieces.greatestDepth), first, last};
       }
-      line = hn::IfThenElse(isBefore, mPieces.first, mPieces.last + last.ahead);
+      line = select(isBefore, mPieces.first, mPieces.last + last.ahead);
     }
   }
 
@@ -195,11 +187,11 @@ private:
     Sighting first = sighting(mPieces.first);
     for (int i = 1; i < STEPS; ++i) {
       Lanes const next = mPieces.first + first.ahead;
-      Mask const stays = hn::And(first.ahead > hn::Zero(tag), next < mPieces.last + same(SLACK));
-      if (hn::AllTrue(tag, stays)) {
+      Mask const stays = both(first.ahead > zero(), next < mPieces.last + same(SLACK));
+      if (allTrue(stays)) {
         break;
       }
-      mPieces.load(hn::IfThenElse(stays, mPieces.first, next));
+      mPieces.load(select(stays, mPieces.first, next));
       first = sighting(mPieces.first);
     }
     return first;
@@ -215,21 +207,21 @@ private:
     Lanes const linesPerAhead = same(1.0) / chord;
     Lanes const line = low - ends.first.ahead * linesPerAhead;
     Sighting const seen = sighting(line);
-    Lanes const step = hn::Neg(seen.ahead) * linesPerAhead;
-    Lanes const most = same(LAST_STEP) * hn::Min(hn::Abs(chord), same(1.0));
-    Mask const isLast = hn::And(hn::And(line >= low, line <= high), hn::Abs(step) <= most);
+    Lanes const step = negative(seen.ahead) * linesPerAhead;
+    Lanes const most = same(LAST_STEP) * least(absolute(chord), same(1.0));
+    Mask const isLast = both(both(line >= low, line <= high), absolute(step) <= most);
     Lanes const stepped = line + step;
-    Lanes const solution = hn::IfThenElse(stepped < low, low, hn::IfThenElse(stepped > high, high, stepped));
+    Lanes const solution = select(stepped < low, low, select(stepped > high, high, stepped));
     auto const at = mEntries.at(seen.y + yPerLine * (solution - line));
     Mask const isOnLine =
-        hn::And(at.isWithin, hn::And(at.sample >= same(mTables.firstSample), at.sample <= same(mTables.lastSample)));
-    return {hn::And(ends.isBracket, hn::And(isLast, isOnLine)), solution, at.sample, mPieces.time(solution)};
+        both(at.isWithin, both(at.sample >= same(mTables.firstSample), at.sample <= same(mTables.lastSample)));
+    return {both(ends.isBracket, both(isLast, isOnLine)), solution, at.sample, mPieces.time(solution)};
   }
 
   // Two vectors whose lines would have been near by the vectors before make a row.
   HWY_INLINE void remember(Solution const& solution) {
     Lanes const expected = mLine + (mLine - mLineBefore);
-    mIsRow = hn::AllTrue(tag, hn::Abs(expected - solution.line) < same(NEAR));
+    mIsRow = allTrue(absolute(expected - solution.line) < same(NEAR));
     mLineBefore = mLine;
     mLine = solution.line;
   }
@@ -240,8 +232,8 @@ private:
   LanePoint mGround;
   Lanes mDepth;
   Lanes mLinesPerUnit;
-  Lanes mLine = hn::Zero(tag);
-  Lanes mLineBefore = hn::Zero(tag);
+  Lanes mLine = zero();
+  Lanes mLineBefore = zero();
   bool mIsRow = false;
 };
 
@@ -267,13 +259,13 @@ private:
       bool const fetch = isLarge(mTables);
       for (std::size_t i = begin; i < end; i += laneCount) {
         Lanes const line = mLanes.near(ground(i));
-        hn::Store(line, tag, lines + (i - begin));
+        storeTo(lines + (i - begin), line);
         if (fetch) {
           mLanes.prefetchRows(line);
         }
       }
       for (std::size_t i = begin; i < end && fetch; i += laneCount) {
-        mLanes.prefetchRecords(hn::Load(tag, lines + (i - begin)));
+        mLanes.prefetchRecords(load(lines + (i - begin)));
       }
     }
     for (std::size_t i = begin; i < end; i += laneCount) {
@@ -293,7 +285,7 @@ private:
       from = filled;
     }
     LanePoint point;
-    hn::LoadInterleaved3(tag, reinterpret_cast<double const*>(from), point.x, point.y, point.z);
+    loadInterleaved(reinterpret_cast<double const*>(from), point.x, point.y, point.z);
     return point;
   }
 
@@ -301,8 +293,8 @@ private:
     geo::XYPoint image[laneCount];
     double time[laneCount];
     bool const isWhole = count == laneCount;
-    hn::StoreInterleaved2(found.sample, found.line, tag, reinterpret_cast<double*>(isWhole ? mRun.image + i : image));
-    hn::StoreU(found.time, tag, isWhole ? mRun.time + i : time);
+    storeInterleaved(found.sample, found.line, reinterpret_cast<double*>(isWhole ? mRun.image + i : image));
+    storeTo(isWhole ? mRun.time + i : time, found.time);
     if (!isWhole) {
       std::copy_n(image, count, mRun.image + i);
       std::copy_n(time, count, mRun.time + i);
