@@ -115,7 +115,6 @@ private:
   static constexpr int STEPS = 4;
   static constexpr double SLACK = 0.05;  // lines
   static constexpr int NODES = 2;
-  static constexpr double LAST_STEP = 4e-4;
   static constexpr double NEAR = 4.0;  // lines
 
   /// As in `LineSearch`; ahead is NaN where it isn't simple.
@@ -208,7 +207,7 @@ private:
     Lanes const line = low - ends.first.ahead * linesPerAhead;
     Sighting const seen = sighting(line);
     Lanes const step = negative(seen.ahead) * linesPerAhead;
-    Lanes const most = same(LAST_STEP) * least(absolute(chord), same(1.0));
+    Lanes const most = same(longestLastStep) * least(absolute(chord), same(1.0));
     Mask const isLast = both(both(line >= low, line <= high), absolute(step) <= most);
     Lanes const stepped = line + step;
     Lanes const solution = select(stepped < low, low, select(stepped > high, high, stepped));

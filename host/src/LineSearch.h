@@ -12,6 +12,10 @@
 
 namespace kes::detail {
 
+/// The secant's last correction is at most as long, in lines, less where the view hardly moves: what bends within a piece, above
+/// all where the sample passes from pixel to pixel of the calibration, is a thousandth of it.
+inline constexpr double longestLastStep = 4e-4;
+
 /// Where a ground position was found in the image. Without a solution, line and sample are NaN.
 struct Found {
   double line;

@@ -17,9 +17,6 @@ constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
 constexpr int GUESSES = 8;
 constexpr int FREE_PASSES = 16;  // until halving takes turns with the other steps
-// The secant's last correction is at most as long, in lines, less where the view hardly moves: what bends
-// within a piece, above all where the sample passes from pixel to pixel of the calibration, is a thousandth of it.
-constexpr double LAST_STEP = 4e-4;
 constexpr int REFINEMENTS = 100;
 constexpr int PASSES_AT_ENDS = 2;
 
@@ -232,7 +229,7 @@ Found LineSearch::Task::solve() const {
     }
     Sighting const seen = sighting(mChain.pose(mPiece, line));
     double const step = -seen.ahead * linesPerAhead;
-    if (std::fabs(step) <= LAST_STEP * std::min(std::fabs(chord.ahead), 1.0) && std::isfinite(chord.y)) {
+    if (std::fabs(step) <= longestLastStep * std::min(std::fabs(chord.ahead), 1.0) && std::isfinite(chord.y)) {
       double const solution = limited(line + step, mPiece.first, mPiece.last);
       return at(solution, seen.y + chord.y * (solution - line), PASSES_AT_ENDS + i + 1);
     }

@@ -230,6 +230,10 @@ std::vector<geo::XYPoint> imagePositions(kes::Band const& band, unsigned seed) {
   for (int i = 0; i < 40; ++i) {
     image.emplace_back(0.3 * band.samples() + 0.9 * i, 50.0 + 0.37 * i);
   }
+  // The outer edges of the first and the last pixel; where a calibration has more samples, they are in the sensor line.
+  for (double const edge : {-0.5, band.samples() - 0.5}) {
+    image.emplace_back(edge, 30.0);
+  }
   for (double const line : {-250.0, -20.0, -0.5, band.lines() - 0.5, band.lines() + 100.0}) {
     image.emplace_back(0.5 * band.samples(), line);
     image.emplace_back(-0.7, line + 0.1);
