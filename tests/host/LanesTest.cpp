@@ -2,10 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "LaneKernels.h"
+#include "PreparedBand.h"
 #include "RandomStrips.h"
 #include "support/Matchers.h"
-
-#include <sensor/KESStripModel.h>
 
 #include <gtest/gtest.h>
 
@@ -26,6 +25,7 @@ namespace {
 
 using kes::Status;
 using namespace kes::detail;
+using test::Prepared;
 
 constexpr double NAN_VALUE = std::numeric_limits<double>::quiet_NaN();
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
@@ -50,26 +50,6 @@ std::vector<InstructionSet> instructionSets() {
     }
   }
   return sets;
-}
-
-/// A band, prepared as for the front door.
-struct Prepared {
-  Prepared(kes::Strip const& strip, std::string const& id)
-      : band(strip.band(id)), limits{static_cast<double>(band.samples()), static_cast<double>(band.lines())},
-        chain(strip.model(), band.index()), search(chain), tables(chain, search) {}
-
-  kes::Band band;
-  PixelLimits limits;
-  ViewChain chain;
-  LineSearch search;
-  LaneTables tables;
-};
-
-Status statusOf(Prepared const& prepared, geo::XYPoint const& image, double time) {
-  if (prepared.chain.orientation().isOutside(time)) {
-    return Status::outsideOrientation;
-  }
-  return prepared.band.contains(image) ? Status::ok : Status::outsideImage;
 }
 
 class Lanes : public testing::TestWithParam<InstructionSet> {
@@ -151,7 +131,7 @@ protected:
       ASSERT_THAT(found.image[i].x, test::SameBits(single.sample));
       ASSERT_THAT(found.image[i].y, test::SameBits(single.line));
       ASSERT_THAT(found.time[i], test::SameBits(single.time));
-      ASSERT_EQ(found.status[i], statusOf(prepared, found.image[i], single.time));
+      ASSERT_EQ(found.status[i], test::statusOf(prepared, found.image[i], single.time));
     }
   }
 
@@ -175,7 +155,7 @@ protected:
       ASSERT_THAT(projected.ground[i].z, test::SameBits(height));
       double const time = prepared.chain.time(piece, image[i].y);
       ASSERT_THAT(projected.time[i], test::SameBits(time));
-      ASSERT_EQ(projected.status[i], statusOf(prepared, image[i], time));
+      ASSERT_EQ(projected.status[i], test::statusOf(prepared, image[i], time));
     }
   }
 
@@ -230,10 +210,11 @@ std::vector<geo::XYPoint> imagePositions(kes::Band const& band, unsigned seed) {
   for (int i = 0; i < 40; ++i) {
     image.emplace_back(0.3 * band.samples() + 0.9 * i, 50.0 + 0.37 * i);
   }
-  // The outer edges of the first and the last pixel; where a calibration has more samples, they are in the sensor line.
-  for (double const edge : {-0.5, band.samples() - 0.5}) {
-    image.emplace_back(edge, 30.0);
+  // The last pixel's middle, and outer edges, which are in the sensor line where the calibration has more samples.
+  for (double const sample : {-0.5, band.samples() - 1.0, band.samples() - 0.5}) {
+    image.emplace_back(sample, 30.0);
   }
+  image.emplace_back(30.0, band.lines() - 1.0 + kes::Band::lineMargin + 0.001);
   for (double const line : {-250.0, -20.0, -0.5, band.lines() - 0.5, band.lines() + 100.0}) {
     image.emplace_back(0.5 * band.samples(), line);
     image.emplace_back(-0.7, line + 0.1);
@@ -242,8 +223,16 @@ std::vector<geo::XYPoint> imagePositions(kes::Band const& band, unsigned seed) {
   return image;
 }
 
-std::vector<geo::XYZPoint> groundPositions(kes::Band const& band, unsigned seed) {
-  return test::toGround(band, imagePositions(band, seed), test::atHeight(seed % 7 * 30.0)).points;
+/// On the ground, and so near to the camera that one secant isn't enough.
+std::vector<geo::XYZPoint> groundPositions(Prepared const& prepared, unsigned seed) {
+  auto const image = imagePositions(prepared.band, seed);
+  std::vector<geo::XYZPoint> ground = test::toGround(prepared.band, image, test::atHeight(seed % 7 * 30.0)).points;
+  for (double const below : {0.3, 1.0, 3.0, 10.0, 30.0}) {
+    auto const close =
+        test::toGround(prepared.band, image, test::atHeight(prepared.tables.flyingHeight - below)).points;
+    ground.insert(ground.end(), close.begin(), close.begin() + 10);
+  }
+  return ground;
 }
 
 /// Puts some elements among others.
@@ -258,7 +247,7 @@ std::vector<Point> mixed(std::vector<Point> points, std::vector<Point> const& ot
 
 TEST_P(Lanes, FindPositionsToTheBitOfTheSearch) {
   forEachBand([](Prepared const& prepared, unsigned seed) {
-    auto const ground = groundPositions(prepared.band, seed);
+    auto const ground = groundPositions(prepared, seed);
     auto const all = mixed(ground, hostile(ground[3], prepared.tables.flyingHeight), seed);
     for (std::size_t const part : PARTS) {
       expectBitsOfTheSearch(prepared, all, find(prepared, all, part));
@@ -290,7 +279,7 @@ TEST_P(Lanes, FindNearlyAllPositionsWhereTheViewNeverGoesBack) {
 
 TEST_P(Lanes, LeaveWhatHasNoSolutionOrSeveral) {
   Prepared const prepared(test::randomStrip(0), "PANN00A");
-  auto const good = groundPositions(prepared.band, 0);
+  auto const good = groundPositions(prepared, 0);
   auto const bad = hostile(good[3], prepared.tables.flyingHeight);
   auto const found = find(prepared, bad, bad.size());
   EXPECT_EQ(std::count(found.left.begin(), found.left.end(), true), static_cast<std::ptrdiff_t>(bad.size()));
