@@ -99,7 +99,7 @@ void LineSearch::findOverlaps() {
       // step between two pieces.
       auto const behind = [&](Pose const& pose) {
         ViewChain::Sight const sight = mChain.sight(pose, seen);
-        return (mChain.sensorLine().at(sight.focal.y).x - sight.focal.x) * linesPerUnit;
+        return (mChain.sensorLine().at(sight.y).x - sight.x) * linesPerUnit;
       };
       lines.push_back(piece.first);
       progress.push_back(sum - LEAST_PROGRESS * piece.first);

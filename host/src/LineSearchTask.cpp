@@ -17,13 +17,8 @@ constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
 constexpr int GUESSES = 8;
 constexpr int FREE_PASSES = 16;  // until halving takes turns with the other steps
-// The secant's last correction is at most as long, in lines, less where the view hardly moves: what bends
-// within a piece, above all where the sample passes from pixel to pixel of the calibration, is a thousandth of it.
-constexpr double LAST_STEP = 4e-4;
 constexpr int REFINEMENTS = 100;
 constexpr int PASSES_AT_ENDS = 2;
-// Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
-constexpr double LEAST_DEPTH = 1e-3;
 
 // The nearest number of a range; a NaN stays.
 double limited(double value, double least, double greatest) {
@@ -36,7 +31,7 @@ class LineSearch::Task {
 public:
   Task(LineSearch const& search, geo::XYZPoint const& ground, Memory& memory)
       : mSearch(search), mChain(search.mChain), mGround(ground), mMemory(memory), mDepth(search.mHeight - ground.z),
-        mLinesPerUnit(search.mLinesPerUnit * std::max(mDepth, LEAST_DEPTH * search.mDepth)) {}
+        mLinesPerUnit(search.mLinesPerUnit * std::max(mDepth, leastDepth * search.mDepth)) {}
 
   Found run();
 
@@ -103,7 +98,7 @@ double LineSearch::Task::guess() const {
     }
     known = index;
     Node const& node = mSearch.mNodes[static_cast<std::size_t>(index)];
-    double const depth = std::max(node.height - mGround.z, LEAST_DEPTH * mSearch.mDepth);
+    double const depth = std::max(node.height - mGround.z, leastDepth * mSearch.mDepth);
     double const d = limited((across - node.across) / depth - node.tangent, -node.reach, node.reach);
     double const view = node.along + depth * (node.ahead + d * (node.slope + d * node.bow));
     place = static_cast<double>(index) + (along - view) * mSearch.mNodesPerMetre;
@@ -114,13 +109,12 @@ double LineSearch::Task::guess() const {
 // What isn't in front of the camera is ahead of it or behind it as the camera flies.
 LineSearch::Task::Sighting LineSearch::Task::sighting(Pose const& pose) const {
   ViewChain::Sight const sight = mChain.sight(pose, mGround);
-  double const y = sight.focal.y;
-  if (!(sight.depth > 0.0)) {
+  if (!sight.isInFront()) {
     double const u = pose.along.x * (mGround.x - pose.centre.x) + pose.along.y * (mGround.y - pose.centre.y) +
                      pose.along.z * (mGround.z - pose.centre.z);
-    return {std::copysign(INFINITE, u * mSearch.mForward), y};
+    return {std::copysign(INFINITE, u * mSearch.mForward), sight.y};
   }
-  return {(sight.focal.x - mChain.sensorLine().at(y).x) * mLinesPerUnit, y};
+  return {(sight.x - mChain.sensorLine().at(sight.y).x) * mLinesPerUnit, sight.y};
 }
 
 LineSearch::Task::Ends LineSearch::Task::ends(Piece const& piece) const {
@@ -227,14 +221,15 @@ Found LineSearch::Task::solve() const {
   Sighting atHigh = mEnds.last;
   for (int i = 0; i < REFINEMENTS; ++i) {
     Sighting const chord = change(low, atLow, high, atHigh);
-    double line = low - atLow.ahead / chord.ahead;
+    double const linesPerAhead = 1.0 / chord.ahead;
+    double line = low - atLow.ahead * linesPerAhead;
     // Every fourth time, and where the secant has no place, the middle.
     if (!(line >= low && line <= high) || i % 4 == 3) {
       line = low + 0.5 * (high - low);
     }
     Sighting const seen = sighting(mChain.pose(mPiece, line));
-    double const step = -seen.ahead / chord.ahead;
-    if (std::fabs(step) <= LAST_STEP * std::min(std::fabs(chord.ahead), 1.0) && std::isfinite(chord.y)) {
+    double const step = -seen.ahead * linesPerAhead;
+    if (std::fabs(step) <= longestLastStep * std::min(std::fabs(chord.ahead), 1.0) && std::isfinite(chord.y)) {
       double const solution = limited(line + step, mPiece.first, mPiece.last);
       return at(solution, seen.y + chord.y * (solution - line), PASSES_AT_ENDS + i + 1);
     }

@@ -67,6 +67,8 @@ public:
   double correction(std::size_t i, double v) const {
     return mCorrections.empty() ? 0.0 : mCorrections[i].lines + mCorrections[i].step * v;
   }
+  bool hasCorrections() const { return !mCorrections.empty(); }
+  Correction correctionOf(std::size_t i) const { return mCorrections.empty() ? Correction{0.0, 0.0} : mCorrections[i]; }
   /// The interval of the orientation at an interval's beginning.
   std::size_t record(std::size_t i) const { return mRecords[i]; }
   /// The plain time of a line, without TDI.

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "BulkConversion.h"
+#include "LaneTables.h"
 #include "LineSearch.h"
 #include "ViewChain.h"
 
@@ -23,7 +24,8 @@ namespace kes::detail {
 /// `ViewChain`).
 struct BandData {
   BandData(sensor::KESStripModel const& strip, int band, std::optional<float> tdiStages = {})
-      : samples(strip.imageWidth(band)), lines(strip.imageHeight(band)), chain(strip, band, tdiStages), search(chain) {}
+      : samples(strip.imageWidth(band)), lines(strip.imageHeight(band)), chain(strip, band, tdiStages), search(chain),
+        lanes(chain, search) {}
   BandData(BandData const&) = delete;
   BandData& operator=(BandData const&) = delete;
 
@@ -31,6 +33,7 @@ struct BandData {
   double const lines;
   ViewChain const chain;
   LineSearch const search;
+  LaneTables const lanes;
 };
 
 /// A strip of the library, with or without its data, which never changes but for what is prepared on demand: strip and

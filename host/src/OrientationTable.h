@@ -31,7 +31,7 @@ struct Quaternion {
 class OrientationTable {
 public:
   /// At a time t, with w = (t - start) rate: position + w positionStep, attitude + w attitudeStep.
-  struct Interval {
+  struct alignas(64) Interval {
     double start;  ///< Of interval 0, the time of the first record, which ends it.
     double rate;
     geo::XYZPoint position;

@@ -35,10 +35,10 @@ bool Projector::isSolved(geo::XYPoint const& image, geo::XYZPoint const& ground)
     return false;
   }
   ViewChain::Sight const sight = chain().sight(camera(image.y).pose, ground);
-  double const away = sight.focal.x - chain().sensorLine().at(sight.focal.y).x;
+  double const away = sight.x - chain().sensorLine().at(sight.y).x;
   double const lines =
       std::fabs(away) / chain().pixelSize() * std::fmax(static_cast<double>(model().scale(band())), 1.0);
-  return sight.depth > 0.0 && lines <= LIBRARY_TOLERANCE;
+  return sight.isInFront() && lines <= LIBRARY_TOLERANCE;
 }
 
 geo::XYPoint Projector::projectBack(geo::XYZPoint const& ground) {

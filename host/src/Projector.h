@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "LaneKernels.h"
 #include "OpenStrip.h"
 
 #include <geo/XYPoint.h>
@@ -50,6 +51,15 @@ public:
   }
   Camera const& camera(double line);
   Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
+
+  /// Whether `findInLanes` and `projectInLanes` have tables to read.
+  bool hasLanes() const { return !mData.lanes.isEmpty(); }
+  std::size_t findInLanes(LanesToImage const& run) const {
+    return detail::findInLanes(mData.lanes, {mData.samples, mData.lines}, run);
+  }
+  std::size_t projectInLanes(LanesToGround const& run) const {
+    return detail::projectInLanes(mData.lanes, {mData.samples, mData.lines}, run);
+  }
 
   /// Of a point that has a result.
   Status status(geo::XYPoint const& image, double time) const { return statusOf(mData, image, time); }

@@ -43,8 +43,13 @@ SensorLine::SensorLine(sensor::CalibrationGeometryKes const& calibration, int of
   mChordX = (x[last] - x[0]) / mLastSample;
   for (std::size_t i = 0; i <= last; ++i) {
     std::size_t const next = std::min(i + 1, last);
-    mEntries.push_back({(y[i] - y[0]) * mScale, x[i], (y[next] - y[i]) * mScale, x[next] - x[i]});
+    double const xStep = x[next] - x[i];
+    double const pixelsPerQ = 1.0 / ((y[next] - y[i]) * mScale);
+    mPixels.push_back({y[i], x[i], y[next] - y[i], xStep});
+    mEntries.push_back({(y[i] - y[0]) * mScale, x[i], pixelsPerQ, xStep * pixelsPerQ});
   }
+  mAscends = std::adjacent_find(mEntries.begin(), mEntries.end(),
+                                [](Entry const& a, Entry const& b) { return !(a.q < b.q); }) == mEntries.end();
   makeStarts();
 }
 

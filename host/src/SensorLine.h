@@ -33,25 +33,37 @@ public:
   /// The first and the last calibrated sample, as samples of the image.
   double firstSample() const { return mFirstSample; }
   double lastSample() const { return mFirstSample + mLastSample; }
+  /// Whether y runs one way along the line.
+  bool ascends() const { return mAscends; }
   /// Focal position of a sample of the image.
   geo::XYPoint focal(double sample) const;
   /// The sample of the image that lies at a focal y.
   Sample at(double y) const;
 
 private:
-  // Positions q along the line are in samples by its mean scale: 0 at the first calibrated pixel, increasing along the
-  // line. From a calibrated pixel to the next, both q and x are linear.
-  struct Entry {
+  friend class LaneTables;
+
+  // A calibrated pixel in the focal plane, and the way to the next.
+  struct Pixel {
+    double y;
+    double x;
+    double yStep;
+    double xStep;
+  };
+  // For the way back, positions q along the line are in samples by its mean scale: 0 at the first calibrated pixel, increasing
+  // along the line. From a calibrated pixel to the next, the sample and x are linear in q.
+  struct alignas(32) Entry {
     double q;
     double x;
-    double qStep;
-    double xStep;
+    double pixelsPerQ;
+    double xPerQ;
   };
 
   void makeStarts();
   std::size_t entryAt(double q) const;
 
-  std::vector<Entry> mEntries;         // the last one has no steps
+  std::vector<Pixel> mPixels;          // the last one has no steps
+  std::vector<Entry> mEntries;         // the last one ends the search
   std::vector<std::uint32_t> mStarts;  // for each whole q, an entry from which that of a greater q is near
   double mFirstSample;                 // of the image
   double mLastSample;                  // of the calibration
@@ -62,6 +74,7 @@ private:
   double mEntriesPerSample;
   double mFirstX;
   double mChordX;  // change of x along the chord, per q
+  bool mAscends;   // in q
 };
 
 inline geo::XYPoint SensorLine::focal(double sample) const {
@@ -71,12 +84,12 @@ inline geo::XYPoint SensorLine::focal(double sample) const {
   }
   double const p = s * mEntriesPerSample;
   // With a sparse table, rounding can lead to the last entry, where no interval begins.
-  auto const last = static_cast<std::int64_t>(mEntries.size()) - 2;
+  auto const last = static_cast<std::int64_t>(mPixels.size()) - 2;
   auto const whole = static_cast<std::int64_t>(p);
   std::int64_t const k = whole < last ? whole : last;
-  Entry const& entry = mEntries[static_cast<std::size_t>(k)];
+  Pixel const& pixel = mPixels[static_cast<std::size_t>(k)];
   double const part = p - static_cast<double>(k);
-  return {entry.x + entry.xStep * part, mFirstY + mSampleLength * (entry.q + entry.qStep * part)};
+  return {pixel.x + pixel.xStep * part, pixel.y + pixel.yStep * part};
 }
 
 inline SensorLine::Sample SensorLine::at(double y) const {
@@ -86,9 +99,9 @@ inline SensorLine::Sample SensorLine::at(double y) const {
   }
   std::size_t const k = entryAt(q);
   Entry const& entry = mEntries[k];
-  double const part = (q - entry.q) / entry.qStep;
-  return {(static_cast<double>(static_cast<std::int64_t>(k)) + part) * mSpacing + mFirstSample,
-          entry.x + entry.xStep * part};
+  double const away = q - entry.q;
+  return {(static_cast<double>(static_cast<std::int64_t>(k)) + away * entry.pixelsPerQ) * mSpacing + mFirstSample,
+          entry.x + entry.xPerQ * away};
 }
 
 inline std::size_t SensorLine::entryAt(double q) const {

@@ -10,6 +10,8 @@
 #include <geo/coordSys.h>
 #include <kes/Band.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <vector>
 
 namespace kes {
@@ -28,6 +30,9 @@ struct GroundCall {
   std::span<Status> status;
   detail::BandData const* staged;  // for the closure with a number of TDI stages of the call
 
+  bool hasOutputs() const {
+    return !options.outputs.time.empty() || !options.outputs.passes.empty() || !options.outputs.closure.empty();
+  }
   Surface const* surface() const { return std::get_if<Surface>(&options.heights); }
   double height(std::size_t i) const {
     if (auto const* const perPoint = std::get_if<HeightPerPoint>(&options.heights)) {
@@ -56,6 +61,41 @@ public:
     }
   }
 
+  void project(std::size_t begin, std::size_t end) {
+    if (mCall.options.solver == Solver::precise && mIsLocal && !mRays && !mCall.options.tdiStages &&
+        mProjector.hasLanes() && end - begin > 1) {
+      for (std::size_t i = begin; i < end; i += detail::pointsPerPart) {
+        projectInLanes(i, std::min(detail::pointsPerPart, end - i));
+      }
+      return;
+    }
+    for (std::size_t i = begin; i < end; ++i) {
+      project(i);
+    }
+  }
+
+private:
+  // Those that the lanes leave are projected one after the other.
+  void projectInLanes(std::size_t begin, std::size_t count) {
+    mTimes.resize(count);
+    mRest.resize(count);
+    auto const* const perPoint = std::get_if<HeightPerPoint>(&mCall.options.heights);
+    std::size_t const rest = mProjector.projectInLanes(
+        {&mCall.image[begin], perPoint == nullptr ? nullptr : &perPoint->heights[begin], mCall.height(begin), count,
+         &mCall.ground[begin], mTimes.data(), &mCall.status[begin], mRest.data()});
+    if (mCall.hasOutputs()) {
+      mPasses = DIRECT;
+      for (std::size_t k = 0; k < count; ++k) {
+        mTime = mTimes[k];
+        mLocal = mCall.ground[begin + k];
+        storeOutputs(begin + k, true);
+      }
+    }
+    for (std::size_t n = 0; n < rest; ++n) {
+      project(begin + mRest[n]);
+    }
+  }
+
   void project(std::size_t i) {
     mLocal = NOWHERE;
     mGround = NOWHERE;
@@ -74,7 +114,6 @@ public:
     storeOutputs(i, hasResult(status));
   }
 
-private:
   // The first pass that is one: no iteration was needed.
   static constexpr int DIRECT = 1;
 
@@ -158,7 +197,7 @@ private:
   // The library goes on along a line of sight in either direction, and mirrors what lies behind the camera; a line that
   // rises has no solution above the camera, either.
   bool goesDown(detail::Projector::Camera const& camera) const {
-    return mLocal.z < camera.pose.centre.z && mProjector.chain().sight(camera.pose, mLocal).depth > 0.0;
+    return mLocal.z < camera.pose.centre.z && mProjector.chain().sight(camera.pose, mLocal).isInFront();
   }
 
   void storeOutputs(std::size_t i, bool hasResult) {
@@ -186,6 +225,8 @@ private:
   geo::XYZPoint mGround;
   double mTime = 0.0;
   int mPasses = 0;
+  std::vector<double> mTimes;
+  std::vector<std::uint32_t> mRest;
 };
 
 }  // namespace
@@ -200,9 +241,7 @@ std::size_t Band::toGround(std::span<geo::XYPoint const> image, ToGroundOptions 
   GroundCall const call{image, options, ground, status, staged ? &*staged : nullptr};
   detail::forEachPart(image.size(), options.threads, [&](std::size_t begin, std::size_t end) {
     GroundPart part(*mStrip, mIndex, call);
-    for (std::size_t i = begin; i < end; ++i) {
-      part.project(i);
-    }
+    part.project(begin, end);
   });
   return detail::countResults(status);
 }

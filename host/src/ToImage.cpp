@@ -11,6 +11,7 @@
 #include <kes/Band.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -43,13 +44,7 @@ public:
   void project(std::size_t begin, std::size_t end) {
     if (mIsLocal && mCall.options.solver == Solver::precise &&
         std::holds_alternative<OwnHeight>(mCall.options.heights)) {
-      for (std::size_t i = begin; i < end; ++i) {
-        if (isFinite(mCall.ground[i])) {
-          solve(i, mCall.ground[i]);
-        } else {
-          storeNothing(i, Status::notFinite);
-        }
-      }
+      solvePrecisely(begin, mCall.ground.subspan(begin, end - begin));
       return;
     }
     mLocal.assign(mCall.ground.begin() + static_cast<std::ptrdiff_t>(begin),
@@ -59,11 +54,11 @@ public:
     setHeights(begin);
     convertToLocal(status);
     if (mCall.options.solver == Solver::precise) {
-      for (std::size_t i = begin; i < end; ++i) {
-        if (mCall.status[i] == Status::ok) {
-          solve(i, mLocal[i - begin]);
-        } else {
-          storeNothing(i, mCall.status[i]);
+      std::vector<Status> const given(status.begin(), status.end());
+      solvePrecisely(begin, mLocal);
+      for (std::size_t k = 0; k < given.size(); ++k) {
+        if (given[k] != Status::ok) {
+          storeNothing(begin + k, given[k]);
         }
       }
     } else {
@@ -142,7 +137,34 @@ private:
     transform(system, mProjector.local(), mLocal, status);
   }
 
+  // In lanes; those that these leave, one after the other.
+  void solvePrecisely(std::size_t begin, std::span<geo::XYZPoint const> local) {
+    std::size_t const count = local.size();
+    if (!mProjector.hasLanes() || count == 1) {
+      for (std::size_t k = 0; k < count; ++k) {
+        solve(begin + k, local[k]);
+      }
+      return;
+    }
+    mTimes.resize(count);
+    mRest.resize(count);
+    std::size_t const rest = mProjector.findInLanes(
+        {local.data(), count, &mCall.image[begin], mTimes.data(), &mCall.status[begin], mRest.data()});
+    if (mHasOutputs) {
+      for (std::size_t k = 0; k < count; ++k) {
+        storeOutputs(begin + k, local[k], mCall.image[begin + k], mTimes[k], detail::passesInLanes);
+      }
+    }
+    for (std::size_t n = 0; n < rest; ++n) {
+      solve(begin + mRest[n], local[mRest[n]]);
+    }
+  }
+
   void solve(std::size_t i, geo::XYZPoint const& local) {
+    if (!isFinite(local)) {
+      storeNothing(i, Status::notFinite);
+      return;
+    }
     detail::Found const found = mProjector.find(local);
     if (!found.isSolved) {
       storeNothing(i, Status::noSolution);
@@ -216,6 +238,8 @@ private:
   bool mIsLocal;
   bool mHasOutputs;
   std::vector<geo::XYZPoint> mLocal;
+  std::vector<double> mTimes;
+  std::vector<std::uint32_t> mRest;
 };
 
 }  // namespace

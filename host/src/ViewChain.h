@@ -27,8 +27,8 @@ struct Piece {
   double last;
 };
 
-/// The camera at a fractional line: the rotation R from its rays to the local system by the axes that are its columns,
-/// its perspective centre, and what the line correction moves in the focal plane.
+/// The camera at a fractional line: its axes in the local system, which together are the rotation R from its rays but for one
+/// length that all three have (see `Turn`), its perspective centre, and what the line correction moves in the focal plane.
 struct Pose {
   geo::XYZPoint along;   ///< The camera's x axis.
   geo::XYZPoint across;  ///< Its y axis.
@@ -37,13 +37,17 @@ struct Pose {
   double shift;  ///< Metres along the focal x.
 };
 
-/// All that the projections of one band read, prepared in double precision, and the formulae that both directions
-/// share.
+inline double same(double, double value) {
+  return value;
+}
+
+#include "ViewFormulas-inl.h"
+
+/// All that the projections of one band read, prepared in double precision, and the formulae that both directions share.
 ///
-/// The collinearity equations of a line camera (K. Kraus, Photogrammetry): a focal position (x along the flight, y
-/// along the sensor line) and -f make the camera's ray, which the rotation of the line turns into the local system, to
-/// start at the line's perspective centre. Quaternions are normalised, so that the way back is the transpose to the
-/// last digits.
+/// The collinearity equations of a line camera (K. Kraus, Photogrammetry): a focal position (x along the flight, y along the
+/// sensor line) and -f make the camera's ray, which the rotation of the line turns into the local system, to start at the
+/// line's perspective centre. The way back is the transpose. Either way, the length of a quaternion cancels out.
 ///
 /// It copies what it needs and never changes: any number of threads may use one.
 class ViewChain {
@@ -87,27 +91,20 @@ public:
   /// The direction of the ray of a sample, from the perspective centre on; not normalised.
   geo::XYZPoint ray(Pose const& pose, double sample) const {
     geo::XYPoint const focal = mSensorLine.focal(sample);
-    double const x = focal.x + pose.shift;
-    return {x * pose.along.x + focal.y * pose.across.x - mFocalLength * pose.up.x,
-            x * pose.along.y + focal.y * pose.across.y - mFocalLength * pose.up.y,
-            x * pose.along.z + focal.y * pose.across.z - mFocalLength * pose.up.z};
+    return rayOf<geo::XYZPoint>(pose, focal.x + pose.shift, focal.y, mFocalLength);
   }
 
-  /// A ground position in the focal plane. `depth` is its distance from the perspective centre along the direction of
-  /// view: what isn't in front of the camera has one that isn't positive, and no meaningful focal position.
+  /// A ground position in the focal plane. What isn't in front of the camera has a `height` that isn't negative, and no meaningful
+  /// focal position.
   struct Sight {
-    geo::XYPoint focal;
-    double depth;
+    double x;
+    double y;
+    double height;  ///< Against the direction of view, in lengths of the pose's axes.
+    bool isInFront() const { return height < 0.0; }
   };
   Sight sight(Pose const& pose, geo::XYZPoint const& ground) const {
-    double const dx = ground.x - pose.centre.x;
-    double const dy = ground.y - pose.centre.y;
-    double const dz = ground.z - pose.centre.z;
-    double const u = pose.along.x * dx + pose.along.y * dy + pose.along.z * dz;
-    double const v = pose.across.x * dx + pose.across.y * dy + pose.across.z * dz;
-    double const depth = -(pose.up.x * dx + pose.up.y * dy + pose.up.z * dz);
-    double const m = mFocalLength / depth;
-    return {{u * m - pose.shift, v * m}, depth};
+    geo::XYZPoint const away(ground.x - pose.centre.x, ground.y - pose.centre.y, ground.z - pose.centre.z);
+    return sightOf<Sight>(dot(pose.along, away), dot(pose.across, away), dot(pose.up, away), -mFocalLength, pose.shift);
   }
 
 private:
@@ -128,20 +125,10 @@ private:
 };
 
 inline Pose ViewChain::pose(OrientationTable::Interval const& record, double time, double lineCorrection) const {
-  double const w = (time - record.start) * record.rate;
-  double const q0 = record.attitude.q0 + w * record.attitudeStep.q0;
-  double const q1 = record.attitude.q1 + w * record.attitudeStep.q1;
-  double const q2 = record.attitude.q2 + w * record.attitudeStep.q2;
-  double const q3 = record.attitude.q3 + w * record.attitudeStep.q3;
-  double const s = 2.0 / (q0 * q0 + q1 * q1 + q2 * q2 + q3 * q3);
-  Pose pose;
-  pose.along = {1.0 - s * (q2 * q2 + q3 * q3), s * (q2 * q1 - q3 * q0), s * (q2 * q0 + q3 * q1)};
-  pose.across = {s * (q3 * q0 + q2 * q1), 1.0 - s * (q1 * q1 + q3 * q3), s * (q3 * q2 - q1 * q0)};
-  pose.up = {s * (q3 * q1 - q2 * q0), s * (q1 * q0 + q3 * q2), 1.0 - s * (q1 * q1 + q2 * q2)};
-  pose.centre = {record.position.x + w * record.positionStep.x, record.position.y + w * record.positionStep.y,
-                 record.position.z + w * record.positionStep.z};
-  pose.shift = mPixelSize * lineCorrection;
-  return pose;
+  double const w = partOf(record, time);
+  Turn<double> const turn = turnOf(record, w);
+  return {alongOf<geo::XYZPoint>(turn), acrossOf<geo::XYZPoint>(turn), upOf<geo::XYZPoint>(turn),
+          centreOf<geo::XYZPoint>(record, w), mPixelSize * lineCorrection};
 }
 
 }  // namespace kes::detail

@@ -1,0 +1,173 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+// From the image to heights of the local system in lanes, for the instruction set at hand.
+
+#if defined(KES_HOST_LANES_TO_GROUND_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KES_HOST_LANES_TO_GROUND_INL_H
+#undef KES_HOST_LANES_TO_GROUND_INL_H
+#else
+#define KES_HOST_LANES_TO_GROUND_INL_H
+#endif
+
+#include "LaneKernels.h"
+#include "Lanes-inl.h"
+
+#include <limits>
+
+HWY_BEFORE_NAMESPACE();
+namespace kes::detail::HWY_NAMESPACE {
+
+/// One vector of image positions after the other; the camera of the line of the last ones is remembered.
+class GroundLanes {
+public:
+  explicit GroundLanes(LaneTables const& tables) : mTables(tables), mPieces(tables) { setLine(zero()); }
+
+  struct Projection {
+    Mask isSolved;
+    LanePoint ground;
+    Lanes time;
+  };
+  HWY_INLINE Projection project(Lanes sample, Lanes line, Lanes height) {
+    if (!allTrue(line == mLine)) {
+      setLine(line);
+    }
+    Lanes x, y;
+    Mask const isOnLine = focal(sample, x, y);
+    LanePoint const ray = rayOf<LanePoint>(mPose, x + mPose.shift, y, same(mTables.focalLength));
+    Lanes const s = (height - mPose.centre.z) / ray.z;
+    Mask const isDown = both(ray.z<zero(), s> zero());
+    // What is infinite here is left, too.
+    Mask const isFinite = s < same(std::numeric_limits<double>::infinity());
+    return {both(both(mHasLine, isOnLine), both(isDown, isFinite)),
+            {mPose.centre.x + s * ray.x, mPose.centre.y + s * ray.y, height},
+            mTime};
+  }
+
+  /// Asks the memory for what lines need: after the first call for many lines, the second.
+  HWY_INLINE void prefetchRows(Lanes line) const { mPieces.prefetchRows(line); }
+  HWY_INLINE void prefetchRecords(Lanes line) const { mPieces.prefetchRecords(line); }
+
+private:
+  HWY_INLINE void setLine(Lanes line) {
+    mHasLine = both(line >= same(mTables.firstLine), line <= same(mTables.lastLine));
+    mPieces.load(line);
+    mPose = mPieces.pose(line);
+    mTime = mPieces.time(line);
+    mLine = line;
+  }
+
+  // As `SensorLine::focal`, between the first and the last calibrated pixel.
+  HWY_INLINE Mask focal(Lanes sample, Lanes& x, Lanes& y) const {
+    Lanes const s = sample - same(mTables.firstSample);
+    Mask const isOnLine = both(s >= zero(), s < same(mTables.lengthOfLine));
+    Lanes const p = selectOrZero(isOnLine, s * same(mTables.pixelsPerSample));
+    RowNumbers rows;
+    Lanes const number = truncated(least(p, same(mTables.lastPixel)), rows.of);
+    Lanes firstY, firstX, yStep, xStep;
+    loadPair(mTables.pixels, LaneTables::doublesPerPixel, rows, firstY, firstX);
+    loadPair(mTables.pixels + 2, LaneTables::doublesPerPixel, rows, yStep, xStep);
+    Lanes const part = p - number;
+    x = firstX + xStep * part;
+    y = firstY + yStep * part;
+    return isOnLine;
+  }
+
+  LaneTables const& mTables;
+  LanePieces mPieces;
+  LanePose mPose;
+  Lanes mTime;
+  Lanes mLine;
+  Mask mHasLine;
+};
+
+/// The positions of a call, in blocks of vectors.
+class GroundRun {
+public:
+  GroundRun(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run)
+      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits) {}
+
+  std::size_t project() {
+    for (std::size_t i = 0; i < mRun.count; i += blockSize) {
+      projectBlock(i, std::min(i + blockSize, mRun.count));
+    }
+    return mResults.rest();
+  }
+
+private:
+  HWY_INLINE void projectBlock(std::size_t begin, std::size_t end) {
+    Lanes sample, line;
+    if (isLarge(mTables)) {
+      for (std::size_t i = begin; i < end; i += laneCount) {
+        image(i, sample, line);
+        mLanes.prefetchRows(line);
+      }
+      for (std::size_t i = begin; i < end; i += laneCount) {
+        image(i, sample, line);
+        mLanes.prefetchRecords(line);
+      }
+    }
+    for (std::size_t i = begin; i < end; i += laneCount) {
+      image(i, sample, line);
+      auto const projected = mLanes.project(sample, line, height(i));
+      store(i, std::min(laneCount, end - i), sample, line, projected);
+    }
+  }
+
+  bool isWhole(std::size_t i) const { return i + laneCount <= mRun.count; }
+
+  // The last vector is filled up with its first position.
+  HWY_INLINE void image(std::size_t i, Lanes& sample, Lanes& line) const {
+    geo::XYPoint const* from = mRun.image + i;
+    geo::XYPoint filled[laneCount];
+    if (!isWhole(i)) {
+      for (std::size_t k = 0; k < laneCount; ++k) {
+        filled[k] = i + k < mRun.count ? from[k] : from[0];
+      }
+      from = filled;
+    }
+    loadInterleaved(reinterpret_cast<double const*>(from), sample, line);
+  }
+
+  HWY_INLINE Lanes height(std::size_t i) const {
+    if (mRun.heights == nullptr) {
+      return same(mRun.height);
+    }
+    if (isWhole(i)) {
+      return load(mRun.heights + i);
+    }
+    double filled[laneCount];
+    for (std::size_t k = 0; k < laneCount; ++k) {
+      filled[k] = mRun.heights[i + k < mRun.count ? i + k : i];
+    }
+    return load(filled);
+  }
+
+  HWY_INLINE void store(std::size_t i, std::size_t count, Lanes sample, Lanes line,
+                        GroundLanes::Projection const& projected) {
+    geo::XYZPoint ground[laneCount];
+    double time[laneCount];
+    storeInterleaved(projected.ground.x, projected.ground.y, projected.ground.z,
+                     reinterpret_cast<double*>(isWhole(i) ? mRun.ground + i : ground));
+    storeTo(isWhole(i) ? mRun.time + i : time, projected.time);
+    if (!isWhole(i)) {
+      std::copy_n(ground, count, mRun.ground + i);
+      std::copy_n(time, count, mRun.time + i);
+    }
+    mResults.store(projected.isSolved, sample, line, projected.time, i, count, mRun.status, mRun.rest);
+  }
+
+  LaneTables const& mTables;
+  LanesToGround const& mRun;
+  GroundLanes mLanes;
+  LaneResults mResults;
+};
+
+inline std::size_t projectAll(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run) {
+  return GroundRun(tables, limits, run).project();
+}
+
+}  // namespace kes::detail::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif
