@@ -12,8 +12,9 @@
 #include <cstddef>
 #include <cstdint>
 
-// The precise projections of many points in the lanes of the processor's widest vectors. They return the bits of `LineSearch` and
-// `ViewChain`, point by point, whatever the instruction set and the neighbours; what isn't simple they leave to those.
+// The precise projections of many points in the lanes of the processor's widest vectors. They return the bits of
+// `LineSearch` and `ViewChain`, point by point, whatever the instruction set and the neighbours; what isn't simple they
+// leave to those.
 namespace kes::detail {
 
 /// How many passes each position takes that the lanes find.
@@ -35,8 +36,8 @@ struct LanesToImage {
   std::uint32_t* rest;  ///< Room for `count` indices.
 };
 
-/// Finds positions in the image; returns how many it left, whose indices `rest` lists in ascending order. Their results are undefined.
-/// The tables aren't empty.
+/// Finds positions in the image; returns how many it left, whose indices `rest` lists in ascending order. Their results
+/// are undefined. The tables aren't empty.
 std::size_t findInLanes(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run);
 
 /// Image positions to project to heights of the local system.

@@ -12,8 +12,9 @@
 
 namespace kes::detail {
 
-/// What the lanes read of a band: tables of records that begin at multiples of their size, and constants. The rows of pieces are its
-/// own, 64 bytes for each piece and 4 for each line; the rest belongs to the chain and the search, which must outlive it.
+/// What the lanes read of a band: tables of records that begin at multiples of their size, and constants. The rows of
+/// pieces are its own, 64 bytes for each piece and 4 for each line; the rest belongs to the chain and the search, which
+/// must outlive it.
 class LaneTables {
 public:
   /// A piece (see `Piece`), of which a line is v lines after the whole line before it.
@@ -34,8 +35,9 @@ public:
   LaneTables(LaneTables const&) = delete;
   LaneTables& operator=(LaneTables const&) = delete;
 
-  /// Whether there is something to read. Where there isn't, `LineSearch` and `ViewChain` do all the work: without line times or
-  /// orientation, where y turns back along the sensor line, and where times that go back and forth make too many pieces.
+  /// Whether there is something to read. Where there isn't, `LineSearch` and `ViewChain` do all the work: without line
+  /// times or orientation, where y turns back along the sensor line, and where times that go back and forth make too
+  /// many pieces.
   bool isEmpty() const { return rows.empty(); }
 
   std::vector<Row> rows;

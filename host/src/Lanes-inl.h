@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-// What both directions do in lanes, for the instruction set at hand. LaneKernels.cpp includes this file once for each, hence
-// no usual guard.
+// What both directions do in lanes, for the instruction set at hand. LaneKernels.cpp includes this file once for each,
+// hence no usual guard.
 
 #if defined(KES_HOST_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef KES_HOST_LANES_INL_H
@@ -300,8 +300,8 @@ public:
             shift(v)};
   }
 
-  /// As `ViewChain::sight` by the pose of a line. Each axis is used up before the next one is computed: sixteen registers are
-  /// soon full.
+  /// As `ViewChain::sight` by the pose of a line. Each axis is used up before the next one is computed: sixteen
+  /// registers are soon full.
   HWY_INLINE LaneSight sight(Lanes line, LanePoint const& ground) const {
     Lanes const v = line - mWhole;
     Lanes const w = partOf(mRecord, mTime + mTimeStep * v);
@@ -352,8 +352,8 @@ private:
     return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : zero();
   }
 
-  // Whether a line is past the end of a row, and its own whole line has another one. Both are looked at in any case: which rows
-  // lines begin with is hard to predict.
+  // Whether a line is past the end of a row, and its own whole line has another one. Both are looked at in any case:
+  // which rows lines begin with is hard to predict.
   bool isPast(std::uint32_t row, std::uint32_t end, double line) const {
     return (row + 1 < end) & (mTables.rows[row].last <= line);
   }
@@ -393,7 +393,8 @@ public:
       : mLeast(same(-0.5)), mSampleLimit(same(limits.samples - 0.5)), mLineLimit(same(limits.lines - 0.5)),
         mFirstTime(same(tables.firstTime)), mLastTime(same(tables.lastTime)) {}
 
-  /// Stores the statuses of points from `begin` on, of which `count` exist, and adds those that aren't done to the rest.
+  /// Stores the statuses of points from `begin` on, of which `count` exist, and adds those that aren't done to the
+  /// rest.
   HWY_INLINE void store(Mask done, Lanes sample, Lanes line, Lanes time, std::size_t begin, std::size_t count,
                         Status* status, std::uint32_t* rest) {
     Mask const onPixel = both(both(sample >= mLeast, sample < mSampleLimit), both(line >= mLeast, line < mLineLimit));

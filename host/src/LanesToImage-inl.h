@@ -76,9 +76,9 @@ private:
   Lanes mNumber;
 };
 
-/// One vector of positions after the other. A line to begin with comes from the lines of the vectors before, where those make a
-/// straight row, or else from the coarse table of the flight. The piece that is found is the only one, so that it doesn't matter
-/// where the search began.
+/// One vector of positions after the other. A line to begin with comes from the lines of the vectors before, where
+/// those make a straight row, or else from the coarse table of the flight. The piece that is found is the only one, so
+/// that it doesn't matter where the search began.
 class ImageLanes {
 public:
   ImageLanes(LaneTables const& tables) : mTables(tables), mPieces(tables), mEntries(tables) {}
@@ -179,8 +179,8 @@ private:
     }
   }
 
-  // From piece to piece, until what is seen at its beginning points into it, or nearly so: ahead of the camera, the ground
-  // passes by at about a line per line.
+  // From piece to piece, until what is seen at its beginning points into it, or nearly so: ahead of the camera, the
+  // ground passes by at about a line per line.
   HWY_INLINE Sighting followFirst(Lanes line) {
     mPieces.load(line);
     Sighting first = sighting(mPieces.first);
@@ -236,8 +236,8 @@ private:
   bool mIsRow = false;
 };
 
-/// The positions of a call, in blocks of vectors: those that aren't in a row are first looked up in the coarse table, and what
-/// they lead to is fetched meanwhile.
+/// The positions of a call, in blocks of vectors: those that aren't in a row are first looked up in the coarse table,
+/// and what they lead to is fetched meanwhile.
 class ImageRun {
 public:
   ImageRun(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run)

@@ -12,8 +12,8 @@
 
 namespace kes::detail {
 
-/// The secant's last correction is at most as long, in lines, less where the view hardly moves: what bends within a piece, above
-/// all where the sample passes from pixel to pixel of the calibration, is a thousandth of it.
+/// The secant's last correction is at most as long, in lines, less where the view hardly moves: what bends within a
+/// piece, above all where the sample passes from pixel to pixel of the calibration, is a thousandth of it.
 inline constexpr double longestLastStep = 4e-4;
 
 /// Where a ground position was found in the image. Without a solution, line and sample are NaN.
@@ -58,8 +58,8 @@ private:
   // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
   static constexpr double leastDepth = 1e-3;
 
-  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead at a
-  // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
+  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead
+  // at a tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
   struct alignas(64) Node {
     double along;
     double across;

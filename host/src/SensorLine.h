@@ -50,8 +50,8 @@ private:
     double yStep;
     double xStep;
   };
-  // For the way back, positions q along the line are in samples by its mean scale: 0 at the first calibrated pixel, increasing
-  // along the line. From a calibrated pixel to the next, the sample and x are linear in q.
+  // For the way back, positions q along the line are in samples by its mean scale: 0 at the first calibrated pixel,
+  // increasing along the line. From a calibrated pixel to the next, the sample and x are linear in q.
   struct alignas(32) Entry {
     double q;
     double x;

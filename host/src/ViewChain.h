@@ -27,8 +27,9 @@ struct Piece {
   double last;
 };
 
-/// The camera at a fractional line: its axes in the local system, which together are the rotation R from its rays but for one
-/// length that all three have (see `Turn`), its perspective centre, and what the line correction moves in the focal plane.
+/// The camera at a fractional line: its axes in the local system, which together are the rotation R from its rays but
+/// for one length that all three have (see `Turn`), its perspective centre, and what the line correction moves in the
+/// focal plane.
 struct Pose {
   geo::XYZPoint along;   ///< The camera's x axis.
   geo::XYZPoint across;  ///< Its y axis.
@@ -43,11 +44,13 @@ inline double same(double, double value) {
 
 #include "ViewFormulas-inl.h"
 
-/// All that the projections of one band read, prepared in double precision, and the formulae that both directions share.
+/// All that the projections of one band read, prepared in double precision, and the formulae that both directions
+/// share.
 ///
-/// The collinearity equations of a line camera (K. Kraus, Photogrammetry): a focal position (x along the flight, y along the
-/// sensor line) and -f make the camera's ray, which the rotation of the line turns into the local system, to start at the
-/// line's perspective centre. The way back is the transpose. Either way, the length of a quaternion cancels out.
+/// The collinearity equations of a line camera (K. Kraus, Photogrammetry): a focal position (x along the flight, y
+/// along the sensor line) and -f make the camera's ray, which the rotation of the line turns into the local system, to
+/// start at the line's perspective centre. The way back is the transpose. Either way, the length of a quaternion
+/// cancels out.
 ///
 /// It copies what it needs and never changes: any number of threads may use one.
 class ViewChain {
@@ -94,8 +97,8 @@ public:
     return rayOf<geo::XYZPoint>(pose, focal.x + pose.shift, focal.y, mFocalLength);
   }
 
-  /// A ground position in the focal plane. What isn't in front of the camera has a `height` that isn't negative, and no meaningful
-  /// focal position.
+  /// A ground position in the focal plane. What isn't in front of the camera has a `height` that isn't negative, and no
+  /// meaningful focal position.
   struct Sight {
     double x;
     double y;

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 // The formulae of a line camera, written once for single numbers and for lanes of them. This file is included within a
-// namespace, in place of a guard: in ViewChain.h for double, and in LaneKernels.cpp for the vectors of each instruction set. Every
-// operation rounds once, in the order that stands here, so that all of them return the same bits. `same(like, value)` is a
-// constant as a number of the kind of `like`.
+// namespace, in place of a guard: in ViewChain.h for double, and in LaneKernels.cpp for the vectors of each instruction
+// set. Every operation rounds once, in the order that stands here, so that all of them return the same bits.
+// `same(like, value)` is a constant as a number of the kind of `like`.
 
-/// Half the squared length of a quaternion, and the products of its parts, of which the axes of a pose are sums. All three axes
-/// have that half as their length, close to 0.5. Nothing that is computed from a pose depends on it, so that a pose takes no
-/// division.
+/// Half the squared length of a quaternion, and the products of its parts, of which the axes of a pose are sums. All
+/// three axes have that half as their length, close to 0.5. Nothing that is computed from a pose depends on it, so that
+/// a pose takes no division.
 template <class Real>
 struct Turn {
   Real half;
@@ -73,7 +73,8 @@ inline auto dot(Point const& a, Point const& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
-/// A ground position in the focal plane by its components along the axes, and how far it lies against the direction of view.
+/// A ground position in the focal plane by its components along the axes, and how far it lies against the direction of
+/// view.
 template <class Sight, class Real>
 inline Sight sightOf(Real const& along, Real const& across, Real const& height, Real const& negativeFocalLength,
                      Real const& shift) {

@@ -16,11 +16,11 @@ namespace kes {
 /// How positions are projected.
 enum class Solver : unsigned char {
   /// Everything in double precision. From the ground, the line is found to 1e-6 lines, within the image and a margin of
-  /// `Band::lineMargin` lines before and after it; of several lines that saw a position, the first in time. Results depend on
-  /// nothing but the point: neither on its neighbours, nor on how points are split over calls and threads, nor on the vectors
-  /// of the processor, in whose lanes the local positions of a call are worked on. Near the strip,
-  /// other coordinate systems are reached through polynomials that depart from PROJ's conversion by less than 1e-12 radians
-  /// (6.4 micrometres) across and 0.1 mm of height.
+  /// `Band::lineMargin` lines before and after it; of several lines that saw a position, the first in time. Results
+  /// depend on nothing but the point: neither on its neighbours, nor on how points are split over calls and threads,
+  /// nor on the vectors of the processor, in whose lanes the local positions of a call are worked on. Near the strip,
+  /// other coordinate systems are reached through polynomials that depart from PROJ's conversion by less than 1e-12
+  /// radians (6.4 micrometres) across and 0.1 mm of height.
   precise,
   /// The library's form for single positions: `sensor::KESStripModel::lsrToImage`, in double precision, to 0.05 lines.
   libraryPoint,
