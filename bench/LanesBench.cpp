@@ -20,8 +20,8 @@
 #include <string>
 #include <vector>
 
-// Many local positions at once, as maps and point clouds have them, each beside the library's run form. Counters: the greatest
-// error in lines and samples against a search in long double.
+// Many local positions at once, as maps and point clouds have them, each beside the library's run form. Counters: the
+// greatest error in lines and samples against a search in long double.
 
 namespace {
 

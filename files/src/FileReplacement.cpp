@@ -24,7 +24,8 @@ std::string openName(Handle const& file) {
 }
 
 #ifdef O_TMPFILE
-// A file that vanishes with its process, where the file system has such files and this process can give it a name later.
+// A file that vanishes with its process, where the file system has such files and this process can give it a name
+// later.
 Handle openUnnamed(std::string const& folder, mode_t mode) {
   Handle file(uninterrupted([&] { return open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode); }));
   return file.isOpen() && access(openName(file).c_str(), F_OK) == 0 && file.lock() == 0 ? std::move(file) : Handle();
@@ -39,7 +40,8 @@ int giveName(Handle const& file, std::string const& path) {
   return linkat(AT_FDCWD, openName(file).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
 }
 
-// A network file system may report a failed write only when the file is closed. The file itself stays open for its lock.
+// A network file system may report a failed write only when the file is closed. The file itself stays open for its
+// lock.
 int closeDuplicate(Handle const& file) {
   Handle duplicate = file.duplicate();
   return duplicate.isOpen() ? duplicate.close() : errno;
@@ -140,7 +142,8 @@ int FileReplacement::Body::replaceByName() {
   return temporary.rename(target.path());
 }
 
-// Where there is no old file, an unnamed one gets its name at once; it never takes the place of one that has just appeared.
+// Where there is no old file, an unnamed one gets its name at once; it never takes the place of one that has just
+// appeared.
 int FileReplacement::Body::replace() {
   if (int const error = finish(); error != 0) {
     return error;

@@ -50,8 +50,8 @@ private:
 
 /// Opens an existing file or folder for reading, never through a link.
 Handle openExisting(std::string const& path, int flags = 0);
-/// Makes the entries of a folder safe. A file system that can't sync folders needs no such call, and in a folder that may not
-/// be read nothing can be done.
+/// Makes the entries of a folder safe. A file system that can't sync folders needs no such call, and in a folder that
+/// may not be read nothing can be done.
 int syncFolder(std::string const& path);
 
 /// The system's text for an error number.

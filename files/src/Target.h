@@ -30,8 +30,8 @@ public:
   /// `look`, and an error unless there is nothing or a regular file that may be written.
   int lookForFile();
 
-  /// Removes what killed processes have left beside this target: entries whose names are temporary ones of it, files and
-  /// folders of this user that nobody has locked.
+  /// Removes what killed processes have left beside this target: entries whose names are temporary ones of it, files
+  /// and folders of this user that nobody has locked.
   void sweep() const;
 
 private:

@@ -11,9 +11,9 @@
 
 namespace files {
 
-/// A file or folder with a temporary name beside its target, locked as long as this object lives. It is in the process's list
-/// of temporaries until it is removed, at the latest at the end, or bears its final name. Operations return 0, or the error
-/// number.
+/// A file or folder with a temporary name beside its target, locked as long as this object lives. It is in the
+/// process's list of temporaries until it is removed, at the latest at the end, or bears its final name. Operations
+/// return 0, or the error number.
 class Temporary {
 public:
   /// Makes an entry that must not be there yet, under a name of the list, and opens it. A handle that isn't open leaves

@@ -8,8 +8,8 @@
 
 namespace files {
 
-/// A name for a temporary entry beside one of the name `target`: `.TARGET.kes-XXXXXXXXXXXX.part` with random letters that
-/// nobody can foresee. In place of a target so long that this would be too long for a file system stands its hash.
+/// A name for a temporary entry beside one of the name `target`: `.TARGET.kes-XXXXXXXXXXXX.part` with random letters
+/// that nobody can foresee. In place of a target so long that this would be too long for a file system stands its hash.
 /// Empty, with `errno`, when the system has no random numbers.
 std::string temporaryName(std::string_view target);
 

@@ -175,8 +175,8 @@ TEST(CalibrationGeometryKesLookup, EndOfALongLineIsTakenInDouble) {
   EXPECT_EQ(floatSampleOf(table.line(), 1.0F), 16777215.0F);
 }
 
-// Eleven samples less one over three entries less one aren't a float: rounded down, as here, the last samples of the line
-// would lie behind the last interval.
+// Eleven samples less one over three entries less one aren't a float: rounded down, as here, the last samples of the
+// line would lie behind the last interval.
 TEST(CalibrationGeometryKesLookup, RoundedSpacingDoesntLeadBehindTheLastInterval) {
   LineTable table{12000, {}, {}};
   for (int i = 0; i < 1201; ++i) {

@@ -156,8 +156,8 @@ double roundTripError(LineTable const& table, bool inFloat) {
 }
 
 // A sample is 2e-5 wide and an entry has half of 3.7e-9 (a unit in the last place of 0.039) of rounding, so slopes of
-// neighbours differ by up to 2e-4. A step back of less than an entry isn't taken, and then the neighbour's slope is used:
-// that far off, at most. In single precision y and the sample are rounded besides, to 1e-4 and 1.2e-4.
+// neighbours differ by up to 2e-4. A step back of less than an entry isn't taken, and then the neighbour's slope is
+// used: that far off, at most. In single precision y and the sample are rounded besides, to 1e-4 and 1.2e-4.
 TEST_P(EverySeed, LensTablesRoundTripWithinTheirRounding) {
   for (LineTable const& table : tablesOf(GetParam())) {
     if (table.samples == 4000) {

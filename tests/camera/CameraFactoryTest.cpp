@@ -21,8 +21,8 @@ namespace {
 using sensor::Camera;
 using sensor::CameraFactory;
 
-// The factory lives as long as the process, so each test has a sensor id of its own, also when it is repeated, and starts
-// without folders.
+// The factory lives as long as the process, so each test has a sensor id of its own, also when it is repeated, and
+// starts without folders.
 class CameraFactoryOf : public testing::Test {
 protected:
   void SetUp() override {

@@ -29,8 +29,8 @@ struct LineTable {
   LineTable reversed() const { return {samples, {x.rbegin(), x.rend()}, {y.rbegin(), y.rend()}}; }
 };
 
-/// Entry i of x rises by squares, that of y in steps that grow slowly, so that no two intervals are alike and none has the
-/// slopes of both.
+/// Entry i of x rises by squares, that of y in steps that grow slowly, so that no two intervals are alike and none has
+/// the slopes of both.
 inline LineTable bentTable(int samples, int entries) {
   LineTable table{samples, {}, {}};
   for (int i = 0; i < entries; ++i) {

@@ -8,10 +8,11 @@
 
 namespace test {
 
-/// Stands in front of the system's functions that write files (open, write, pwrite, fwrite, fseeko64, fclose, fsync, fdatasync, ftruncate64, close,
-/// flock, linkat, rename, mkdir, fchmod) or begin a thread (pthread_create), which the libraries of this program reach through it: for as long as it lives, and on the thread that made
-/// it, `onCall` is called before each with the function's name and returns the error number to fail with, 0 for the true
-/// call, or one of the constants.
+/// Stands in front of the system's functions that write files (open, write, pwrite, fwrite, fseeko64, fclose, fsync,
+/// fdatasync, ftruncate64, close, flock, linkat, rename, mkdir, fchmod) or begin a thread (pthread_create), which the
+/// libraries of this program reach through it: for as long as it lives, and on the thread that made it, `onCall` is
+/// called before each with the function's name and returns the error number to fail with, 0 for the true call, or one
+/// of the constants.
 class Interposed {
 public:
   using OnCall = std::function<int(std::string const& function)>;

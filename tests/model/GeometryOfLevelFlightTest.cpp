@@ -10,8 +10,8 @@ namespace {
 
 constexpr double pi = 3.14159265358979;
 
-// Straight and level, everything follows from similar triangles: a focal position is as many times larger on the ground as
-// the height is of the focal length.
+// Straight and level, everything follows from similar triangles: a focal position is as many times larger on the ground
+// as the height is of the focal length.
 class GeometryOfLevelFlight : public test::SmallModel {};
 
 constexpr double millimetre = 1e-3;
@@ -48,7 +48,8 @@ TEST_F(GeometryOfLevelFlight, OffsetShiftsTheSamples) {
 
 TEST_F(GeometryOfLevelFlight, RollMovesTheGroundSideways) {
   mStrip.roll = 0.1;
-  // The axes turn about x from y towards z: a ray straight down in the camera comes out at y = tan(roll) times the height.
+  // The axes turn about x from y towards z: a ray straight down in the camera comes out at y = tan(roll) times the
+  // height.
   EXPECT_NEAR(ground(*model(), 50.0, 0.0, 0.0F).y, 1000.0 * std::tan(0.1), 1e-3);
 }
 

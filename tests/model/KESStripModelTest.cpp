@@ -215,8 +215,8 @@ TEST_F(StripModel, PlaceHolderHasNothingToUnload) {
   EXPECT_EQ(none.meanTerrainHeight(), 0.0);
 }
 
-// The last pixel lies 51 pixels beside its neighbour: the line is 15 mm long, or 300 m on the ground, for 100 steps from
-// sample to sample. Lines are 1 m apart.
+// The last pixel lies 51 pixels beside its neighbour: the line is 15 mm long, or 300 m on the ground, for 100 steps
+// from sample to sample. Lines are 1 m apart.
 TEST_F(StripModel, ScaleIsThatOfTheImagesOwnCorners) {
   auto const strip = model();
   EXPECT_NEAR(strip->scale(0), 2.0F, 1e-4F);

@@ -29,7 +29,8 @@ public:
   /// Where an image position lies on a level of height 0 (the rotation in double precision).
   geo::XYZPoint groundOf(geo::XYPoint const& image) const;
 
-  /// Ground positions: a grid over the image and beyond its edges, positions anywhere, and such as nobody would ask for.
+  /// Ground positions: a grid over the image and beyond its edges, positions anywhere, and such as nobody would ask
+  /// for.
   std::vector<geo::XYZPoint> grid() const;
   std::vector<geo::XYZPoint> scatter() const;
   std::vector<geo::XYZPoint> hostilePoints() const;

@@ -66,7 +66,8 @@ TEST_F(SolverPasses, SecondOfTwoIdenticalPositionsLooksUpNoOrientation) {
   EXPECT_EQ(run(*strip, {point, point, point}).size(), 2U);
 }
 
-// Line l is over x = l. Beyond 2^24 single precision doesn't count lines, so that the position begins anew in the middle.
+// Line l is over x = l. Beyond 2^24 single precision doesn't count lines, so that the position begins anew in the
+// middle.
 TEST_F(SolverPasses, RunTakesNoLineForASolutionThatCantBeCounted) {
   auto const strip = model();
   auto const beginnings = [&](double x) {
@@ -98,8 +99,8 @@ TEST_F(SolverPasses, SingleFormTestsTheHalvedStepAndTheOthersTheWholeOne) {
   EXPECT_EQ(lanes(*strip, {45.5, 0.0, 0.0}), 24U);
 }
 
-// A position whose second pass steps by exactly 0.05 lines. Lines of 0.5 m are taken for ones of 1 m: the first step is 0.1
-// lines, and leaves half of it. Powers of two for all else keep the steps exact.
+// A position whose second pass steps by exactly 0.05 lines. Lines of 0.5 m are taken for ones of 1 m: the first step is
+// 0.1 lines, and leaves half of it. Powers of two for all else keep the steps exact.
 class StepAtTheTolerance : public SolverPasses {
 protected:
   StepAtTheTolerance() {
@@ -165,8 +166,8 @@ TEST_F(ExactLines, FirstLineThatCantBeCountedIsNoSolution) {
   }
 }
 
-// Lanes whose step is given for each look-up: a camera of focal length 1 at a height of 1024, whose lines are 2^-10 long in
-// the focal plane, steps by as much as the ground lies ahead of it.
+// Lanes whose step is given for each look-up: a camera of focal length 1 at a height of 1024, whose lines are 2^-10
+// long in the focal plane, steps by as much as the ground lies ahead of it.
 class GivenSteps {
 public:
   explicit GivenSteps(std::vector<float> steps) : mSteps(std::move(steps)) {}
@@ -213,8 +214,8 @@ TEST(LanePasses, StepIsTestedByItsSquare) {
   EXPECT_EQ(GivenSteps({0.0F, -0.05F, 0.0F}).linesOfFirstLane(1).size(), 3U);
 }
 
-// 21 whole steps and 229 halves, the last of which is part of the result and not of the lane's line. Then each lane begins
-// anew, in vain, and the next group goes on from the line and its last step.
+// 21 whole steps and 229 halves, the last of which is part of the result and not of the lane's line. Then each lane
+// begins anew, in vain, and the next group goes on from the line and its last step.
 TEST(LanePasses, NextGroupGoesOnAfterTheLimitOfPasses) {
   GivenSteps steps({1.0F});
   std::vector<float> const lines = steps.linesOfFirstLane(2);

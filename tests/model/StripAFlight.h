@@ -46,8 +46,8 @@ inline std::vector<geo::XYZPoint> groundPoints(Table const& table) {
   return points;
 }
 
-/// How many image points of a table lie further from the expected ones than the solver's own tolerance, after having held
-/// all of them against the tolerance of one pass more.
+/// How many image points of a table lie further from the expected ones than the solver's own tolerance, after having
+/// held all of them against the tolerance of one pass more.
 inline std::size_t farImagePoints(Table const& table, std::vector<geo::XYPoint> const& image) {
   std::size_t far = 0;
   for (std::size_t row = 0; row < table.size(); ++row) {

@@ -33,8 +33,8 @@ using test::WithinUlps;
 
 constexpr double metres = 1e-3;
 
-// Both choices of the orientation of the strip with a CAM calibration, the second with fewer tables, and the strip with an
-// XML calibration.
+// Both choices of the orientation of the strip with a CAM calibration, the second with fewer tables, and the strip with
+// an XML calibration.
 class StripAProjection : public testing::TestWithParam<int> {
 protected:
   json const& strip() const { return test::stripA::expected().at("strips").at(static_cast<std::size_t>(GetParam())); }

@@ -57,7 +57,8 @@ TEST_F(TdiOrientation, LinesWithTheIntegrationTimeOfTheirWholeLineHaveTheirOwnOr
   EXPECT_NEAR(at(*model(), 40.5F).eop.gpsTime, 100.405 + 0.001, 1e-9);
 }
 
-// Between lines 19 and 20 the integration time steps: a blend of the two whole lines, not the orientation of the line itself.
+// Between lines 19 and 20 the integration time steps: a blend of the two whole lines, not the orientation of the line
+// itself.
 TEST_F(TdiOrientation, StepIsABlendOfTheTwoWholeLines) {
   auto const strip = model();
   Orientation const a = at(*strip, 19.0F);

@@ -310,8 +310,8 @@ TEST(KESOrientationPacking, ScaleOfZeroGivesNumbersThatAreNotFinite) {
   EXPECT_EQ(store.precision(23), INT_MIN);
 }
 
-// The differences of 19.0385 and 1235370.8475 from their bases, times 1000, lie just below a half; the differences of the
-// products don't.
+// The differences of 19.0385 and 1235370.8475 from their bases, times 1000, lie just below a half; the differences of
+// the products don't.
 TEST(KESOrientationPacking, DifferenceFromTheBaseIsScaled) {
   for (auto const& [base, value, expected] : {std::tuple{12, 19.0385, 7038}, {1234567, 1235370.8475, 803847}}) {
     double const other = 2.0 * base - value;

@@ -42,8 +42,8 @@ protected:
   test::TempFolder mFolder;
 };
 
-// The records: (time - 101) * 10^4, (x - 2) * 10^3, (y - 23) * 10^3, (z - 305) * 10^3, angles * 10^6, each plus 0.5 without
-// fraction.
+// The records: (time - 101) * 10^4, (x - 2) * 10^3, (y - 23) * 10^3, (z - 305) * 10^3, angles * 10^6, each plus 0.5
+// without fraction.
 TEST_F(KESOrientationWrite, FileIsMadeOfItsFields) {
   OdfFile expected;
   expected.fields = {{0, "ODF 1.2"},

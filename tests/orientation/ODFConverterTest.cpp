@@ -59,7 +59,8 @@ TEST_F(ODFConverterTest, RecordsBecomeThoseOfTheStore) {
   EXPECT_THAT(v[5], SameBits(206.0F / 5000.0F));
 }
 
-// a: 1000.0 to 1000.9 s; b: 1000.5 to 1001.4 s, mean interval 0.9 / 10. Behind a are 0.5 / 0.09 + 0.5 = 6.06 records of b.
+// a: 1000.0 to 1000.9 s; b: 1000.5 to 1001.4 s, mean interval 0.9 / 10. Behind a are 0.5 / 0.09 + 0.5 = 6.06 records of
+// b.
 TEST_F(ODFConverterTest, LastOdfGoesOnWhereTheFirstEnds) {
   EXPECT_EQ(run({odf("a.odf", 0, 10, 1), odf("b.odf", 5, 10, 2)}).result, 0);
   EXPECT_EQ(merged(), and_(range(100, 110), 204, 210));

@@ -106,8 +106,8 @@ TEST(StripAOdf, FilesHaveTheExpectedRecords) {
   });
 }
 
-// The files were packed independently from values that unpacking gives back but for its rounding: repacking keeps the bases
-// and moves no packed value by more than the half that negative ones gain.
+// The files were packed independently from values that unpacking gives back but for its rounding: repacking keeps the
+// bases and moves no packed value by more than the half that negative ones gain.
 TEST(StripAOdf, FilesCanBePackedAgain) {
   forEachFile([](json const& expected, KESOrientation store) {
     auto const before = store.records();
@@ -146,8 +146,8 @@ TEST(StripAOdf, MergesHaveTheExpectedHeaders) {
   });
 }
 
-// The expected quaternions are those before they went through the angles of a file, and before their signs were made to go
-// on from record to record.
+// The expected quaternions are those before they went through the angles of a file, and before their signs were made to
+// go on from record to record.
 void expectAttitude(Table const& table, std::size_t row, sensor::EOP const& record) {
   constexpr float fewUlps = 3.6e-7F;
   constexpr std::array<char const*, 4> names{"q0", "q1", "q2", "q3"};

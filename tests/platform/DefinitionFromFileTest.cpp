@@ -183,8 +183,8 @@ TEST_F(DefinitionFromFile, LongDefinitionsAreRefused) {
   EXPECT_EQ(refusal(deep + "1" + std::string(1500, '}')), "it isn't JSON: too deeply nested document");
 }
 
-/// PROJ takes a plain name for a file in the current folder when its own folders have none. It remembers the names of grids
-/// that it has opened, so that each test has its own.
+/// PROJ takes a plain name for a file in the current folder when its own folders have none. It remembers the names of
+/// grids that it has opened, so that each test has its own.
 TEST_F(DefinitionFromFile, GridsInTheCurrentFolderAreForUsersOnly) {
   fifo("pipe.gtx");
   grid("current.gtx");

@@ -107,8 +107,8 @@ TEST(LocalCoordSys, FollowsTheDefiningFormulaeAtFlightDistances) {
   }
 }
 
-// The longitude is a double near 3 at worst, in steps of 4.4e-16 rad, the latitude one near 1.5, in steps of 2.2e-16 rad:
-// half a step is 1.42 nm along the equator and 0.71 nm along a meridian. The formulae may add next to nothing.
+// The longitude is a double near 3 at worst, in steps of 4.4e-16 rad, the latitude one near 1.5, in steps of 2.2e-16
+// rad: half a step is 1.42 nm along the equator and 0.71 nm along a meridian. The formulae may add next to nothing.
 TEST(LocalCoordSys, ReturnsFromGeographicToTheRoundingOfTheAngles) {
   test::Random random(21);
   System const geodetic = geographic();

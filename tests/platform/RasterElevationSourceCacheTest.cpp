@@ -111,7 +111,8 @@ TEST(RasterElevationCache, MemoryIsBounded) {
   }
 }
 
-// Every fourth tile has the thread's own place of the first one, which thus has to come from the shared cache each time.
+// Every fourth tile has the thread's own place of the first one, which thus has to come from the shared cache each
+// time.
 TEST(RasterElevationCache, TileInUseOutlastsThoseThatAreNot) {
   FormulaRaster raster(TILE * 801, TILE, [](int, int) { return 1.0; });
   RasterElevationSource const dem(raster.name(), 64 * TILE_BYTES);

@@ -22,8 +22,8 @@
 
 namespace test {
 
-/// A test with a small strip on disk, of one band at first. The factory keeps cameras for the life of the process, so that
-/// each test has a sensor id of its own.
+/// A test with a small strip on disk, of one band at first. The factory keeps cameras for the life of the process, so
+/// that each test has a sensor id of its own.
 class StripFolder : public testing::Test {
 protected:
   StripFolder() {

@@ -66,7 +66,8 @@ TEST_F(StripLoading, MeanFlyingHeightIsBetweenTheExtremesInSinglePrecision) {
   lastIsHighest.back() = 1010.0;
   EXPECT_EQ(meanOf(lastIsHighest), 1005.0F);
   EXPECT_THAT(meanOf({1000.1, 1000.3, 1000.2}), SameBits((1000.1F + 1000.3F) * 0.5F));
-  // The sum rounds to single: 16777215 + 4 is 16777219, half way between 16777218 and 16777220, and goes to the even one.
+  // The sum rounds to single: 16777215 + 4 is 16777219, half way between 16777218 and 16777220, and goes to the even
+  // one.
   EXPECT_EQ(meanOf({4.0, 16777215.0}), 8388610.0F);
 }
 

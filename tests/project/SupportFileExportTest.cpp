@@ -126,8 +126,8 @@ TEST_F(SupportFileExport, GroundZeroIsTheMiddleOfTheImageOnTheMeanTerrain) {
       << lines[groundZero];
 }
 
-// Geodetic to geocentric coordinates: x = (N + h) cos lat cos lon, ..., z = ((1 - e2) N + h) sin lat, with the radius of
-// curvature N = a / sqrt(1 - e2 sin2 lat) of WGS 84.
+// Geodetic to geocentric coordinates: x = (N + h) cos lat cos lon, ..., z = ((1 - e2) N + h) sin lat, with the radius
+// of curvature N = a / sqrt(1 - e2 sin2 lat) of WGS 84.
 TEST_F(SupportFileExport, LocalOriginAndBasisAreThoseOfTheAnchor) {
   auto strip = read(true);
   std::vector<std::string> const lines = exported(*strip.img(0), "", "");

@@ -150,7 +150,8 @@ TEST_F(FailedV2Xml, FullDiskIsReportedAndLeavesNoTemporaryFile) {
   }
 }
 
-// Each copy fits into the page that is left for it, but the geometry, whose numbers get five decimals, doesn't fit again.
+// Each copy fits into the page that is left for it, but the geometry, whose numbers get five decimals, doesn't fit
+// again.
 TEST_F(FailedV2Xml, DiskThatFillsUpAfterCopyingKeepsTheCopies) {
   test::SmallFileSystem const disk(1 << 18);
   if (!disk.isMounted()) {

@@ -33,8 +33,8 @@ struct OwnedBlock final : sensor::BlockModelData {
   using BlockModelData::BlockModelData;
 };
 
-/// A test with a folder for a block and its small strips. The factory keeps cameras for the life of the process, so that each
-/// test has a sensor id of its own.
+/// A test with a folder for a block and its small strips. The factory keeps cameras for the life of the process, so
+/// that each test has a sensor id of its own.
 class BlockFolder : public testing::Test {
 protected:
   BlockFolder() {

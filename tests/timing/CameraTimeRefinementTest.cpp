@@ -40,8 +40,8 @@ TEST_F(CameraTimeRefinement, EstimateOffByTheToleranceIsLeft) {
   EXPECT_THAT(time.line(seconds(0.0)), SameBits(tolerance));
 }
 
-// An estimate of one float above the tolerance at 6e-12 s is off by 9.9999999e-05 s: more than 1e-4 in single precision,
-// though less than 1e-4.
+// An estimate of one float above the tolerance at 6e-12 s is off by 9.9999999e-05 s: more than 1e-4 in single
+// precision, though less than 1e-4.
 TEST_F(CameraTimeRefinement, ToleranceIsATenthOfAMillisecondInSinglePrecision) {
   double const t = 6e-12;
   float const estimate = std::nextafter(1e-4F, 1.0F);
@@ -93,8 +93,8 @@ TEST_F(CameraTimeRefinement, EstimateOfLineZeroIsRefined) {
   EXPECT_THAT(time.line(seconds(101.0)), SameBits(1.0F));
 }
 
-// 2^24 + 1 has no float: line 2^24 counts, and one more is a tie that goes to the even 2^24. From the whole number it would
-// be 2^24 + 2.
+// 2^24 + 1 has no float: line 2^24 counts, and one more is a tie that goes to the even 2^24. From the whole number it
+// would be 2^24 + 2.
 TEST_F(CameraTimeRefinement, NumberOfAChangeIsRoundedToSinglePrecision) {
   CameraTime const time = timeOf({100.0}, {{100.0, 1000000, 16777217}});
   EXPECT_THAT(time.line(seconds(101.0)), SameBits(16777216.0F));

@@ -204,8 +204,8 @@ TEST_F(CameraTimeOf, LinesFarBehindTheEndAreCountedInSinglePrecision) {
   EXPECT_EQ(timeOf(time, 33554436.0F), 11.0 + 33554432.0 * 0.5);
 }
 
-// The ramp of a change begins where its line less 1 is in single precision: 2^24 + 1 counts as 2^24, and 2^24 - 1 is the
-// line in front of it.
+// The ramp of a change begins where its line less 1 is in single precision: 2^24 + 1 counts as 2^24, and 2^24 - 1 is
+// the line in front of it.
 TEST_F(CameraTimeOf, LineOfAChangeFarBehindTheEndIsRoundedForItsRamp) {
   // The last line, 2, is at 102 s, and line 2^24 - 1 is 2^24 - 3 s later.
   double const rampStart = 102.0 + 16777213.0;

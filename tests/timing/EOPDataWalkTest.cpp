@@ -215,8 +215,8 @@ TEST_F(EOPDataWalk, FileOutOfOrderEndsAtTheSameRecords) {
   }
 }
 
-// The shortest and the longest of first intervals put the guess at one end, and all times at the other. Single steps would
-// take 20000 look-ups times 200000 records of processor time: several seconds on any machine. Bisection takes
+// The shortest and the longest of first intervals put the guess at one end, and all times at the other. Single steps
+// would take 20000 look-ups times 200000 records of processor time: several seconds on any machine. Bisection takes
 // milliseconds.
 TEST_F(EOPDataWalk, OddFirstIntervalMakesNoLookUpLong) {
   constexpr int lookUps = 20000;

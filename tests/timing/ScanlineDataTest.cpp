@@ -97,8 +97,8 @@ TEST_F(ScanlineDataOf, RecordThatDoesNotRiseMakesNoPlateauAndTheNextOneCountsFro
   EXPECT_EQ(falling.at(17.5F), 3.0F);
 }
 
-// The whole line at or above a line, found by adding 1 - 1.1920929e-07 in double: up to 2^-23 above line 0 it is line 0, which
-// is the first and has its own value; one float further it is line 1, and the ramp has begun.
+// The whole line at or above a line, found by adding 1 - 1.1920929e-07 in double: up to 2^-23 above line 0 it is line
+// 0, which is the first and has its own value; one float further it is line 1, and the ramp has begun.
 TEST_F(ScanlineDataOf, LineAHairAboveTheFirstHasItsValue) {
   TdiStage const stages = tdi({{0, 2}, {1, 6}});
   float const hair = std::ldexp(1.0F, -23);
@@ -128,8 +128,8 @@ TEST_F(ScanlineDataOf, RampIsMultipliedBeforeItIsDivided) {
   EXPECT_GT(otherParts, 0);
 }
 
-// Where floats are half a line apart, a whole line counts as itself only when the hair is taken off in double. What shows is
-// the ramp's end, which the sum misses by its last bit for some values.
+// Where floats are half a line apart, a whole line counts as itself only when the hair is taken off in double. What
+// shows is the ramp's end, which the sum misses by its last bit for some values.
 TEST_F(ScanlineDataOf, WholeLineIsFoundInDouble) {
   constexpr std::uint32_t far = 4194305;
   constexpr std::uint32_t from = 7000;

@@ -11,8 +11,8 @@
 namespace files {
 
 /// A folder that a run fills and that appears under its name as a whole at the end. Until `keep` it bears another name
-/// beside it; whatever ends the run before removes it. The name, the lock and the sweep are as with `FileReplacement`; a
-/// symbolic link to an empty folder stays, and the folder is replaced.
+/// beside it; whatever ends the run before removes it. The name, the lock and the sweep are as with `FileReplacement`;
+/// a symbolic link to an empty folder stays, and the folder is replaced.
 ///
 /// Threads: an object belongs to one thread at a time, but any thread may write files in the folder.
 class KESFILES_EXPORT NewFolder {

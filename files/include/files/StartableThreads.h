@@ -7,9 +7,10 @@
 
 namespace files {
 
-/// How many more threads can be started at the moment, at most `wanted`: as many as could just now, all at once, and have
-/// ended again. For libraries that end the process or wait for ever when they can't start a thread that they were asked for;
-/// others may take it meanwhile, so leave some room. It lies here since all the others stand on this library.
+/// How many more threads can be started at the moment, at most `wanted`: as many as could just now, all at once, and
+/// have ended again. For libraries that end the process or wait for ever when they can't start a thread that they were
+/// asked for; others may take it meanwhile, so leave some room. It lies here since all the others stand on this
+/// library.
 KESFILES_EXPORT int startableThreads(int wanted);
 
 }  // namespace files

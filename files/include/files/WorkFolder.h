@@ -10,11 +10,11 @@
 
 namespace files {
 
-/// A folder beside a file that is to be written by a library which wants a path, for all that is made on the way to it. It
-/// is removed at the end, with what is in it.
+/// A folder beside a file that is to be written by a library which wants a path, for all that is made on the way to it.
+/// It is removed at the end, with what is in it.
 ///
-/// Links, refused targets, the name, the lock and the sweep are as with `FileReplacement`; only this user may look into the
-/// folder.
+/// Links, refused targets, the name, the lock and the sweep are as with `FileReplacement`; only this user may look into
+/// the folder.
 ///
 /// Threads: an object belongs to one thread at a time, but any thread may write the files in the folder and call `/`.
 class KESFILES_EXPORT WorkFolder {
@@ -28,9 +28,9 @@ public:
   /// The path of a file in the folder.
   std::string operator/(std::string const& name) const;
 
-  /// Gives a finished and closed file of the folder its place, when all its bytes are on the disk, with the permissions of an
-  /// older file. Throws as the constructor; the older file is then as it was, unless the last step failed, the sync of the
-  /// folder around.
+  /// Gives a finished and closed file of the folder its place, when all its bytes are on the disk, with the permissions
+  /// of an older file. Throws as the constructor; the older file is then as it was, unless the last step failed, the
+  /// sync of the folder around.
   void moveOut(std::string const& name) const;
 
   /// Throws std::runtime_error "can't write <file>: " and the reason.

@@ -11,7 +11,8 @@
 #include <iostream>
 #include <string>
 
-// gdal_consumer FLIGHT: takes a pixel of a strip to a level surface and back, with the transformer that GDAL's warper uses.
+// gdal_consumer FLIGHT: takes a pixel of a strip to a level surface and back, with the transformer that GDAL's warper
+// uses.
 int main(int argc, char** argv) {
   if (argc != 2) {
     return 2;
