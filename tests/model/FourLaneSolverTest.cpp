@@ -257,7 +257,7 @@ TEST(FourLaneSolver, BowedSensorLineIsFollowedFromSampleToSample) {
   }
 }
 
-// The independent flight tells how many look-ups each of its runs takes, together with the one of each position that it
+// The independent flight states how many look-ups each of its runs takes, together with the one of each position that it
 // took back to the ground. Where a sine's last bit decides on a pass, it is one more or less of each lane.
 TEST(FourLaneSolver, LooksUpAsOftenAsTheIndependentFlight) {
   nlohmann::json const& strip = test::stripA::expected().at("strips").at(0);

@@ -20,7 +20,7 @@ namespace test {
 class TakeTest : public testing::Test {
 protected:
   /// An ODF with a record each `interval` tenths of a second from `start` tenths after the base of 1000 s on. Its x
-  /// tells the file and the record: 100 times `mark` and the index, on top of the base -7.
+  /// identifies the file and the record: 100 times `mark` and the index, on top of the base -7.
   std::string odf(std::string const& name, int start, int count, int mark = 1, int interval = 1,
                   OdfFile file = {}) const {
     file.records = odfRecords(count);

@@ -77,7 +77,7 @@ public:
                                  util::Origin origin = util::Origin::user);
   ~RasterElevationSource() override;
 
-  /// As told above. Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason when cells
+  /// As above. Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason when cells
   /// around the position can't be read; `height` is then untouched, and the next call tries again.
   bool height(geo::XYZPoint const& position, float& height) const override;
 
