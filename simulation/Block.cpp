@@ -18,8 +18,11 @@
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
 
+#include <QString>
+
 #include <algorithm>
 #include <cmath>
+#include <files/FileReplacement.h>
 #include <files/NewFolder.h>
 #include <filesystem>
 #include <fstream>
@@ -89,7 +92,6 @@ private:
   std::string path(std::string const& name) const { return mFolder + "/" + name; }
   void writeImagePoints(FlightPlan const& flight, sensor::KESStripModel const& strip) const;
   void writeGroundPoints();
-  void nameCalibrations() const;
 
   BlockPlan const& mPlan;
   Terrain const& mTerrain;
@@ -144,7 +146,7 @@ void Block::finish() {
   }
   writeGroundPoints();
   mBlock.write(path(blockFile));
-  nameCalibrations();
+  nameCalibrations(path(blockFile), {calibrationFolder});
 }
 
 // Beside the strip file, under the names of the images.
@@ -165,16 +167,24 @@ void Block::writeGroundPoints() {
   mBlock.setGroundPointFile(groundPointFile());
 }
 
-// The library reads the folder of a block's calibrations, but doesn't write it.
-void Block::nameCalibrations() const {
-  std::string const file = path(blockFile);
+}  // namespace
+
+void nameCalibrations(std::string const& file, std::vector<std::string> const& folders) {
   std::ifstream in(fs::path(file), std::ios::binary);
   std::string text{std::istreambuf_iterator<char>(in), {}};
-  text.insert(text.rfind("</"), std::string("    <Calibration location=\"") + calibrationFolder + "\"/>\n");
-  writeFile(file, text);
+  std::string elements;
+  for (std::string const& folder : folders) {
+    elements +=
+        "    <Calibration location=\"" + QString::fromStdString(folder).toHtmlEscaped().toStdString() + "\"/>\n";
+  }
+  std::size_t const end = text.rfind("</");
+  if (end == std::string::npos) {
+    throw std::runtime_error("can't read " + file);
+  }
+  if (!files::replaceFile(file, text.insert(end, elements))) {
+    throw std::runtime_error("can't write " + file);
+  }
 }
-
-}  // namespace
 
 BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progress const& progress) {
   plan.validate();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
+#include "shared/Options.h"
 #include "shared/Output.h"
 
 #include <simulation/Block.h>
@@ -85,7 +86,7 @@ void addFlight(CLI::App& command, Options& options) {
   command.add_option("--dem", plan.dem, "Elevation model: any raster of GDAL")
       ->type_name("FILE")
       ->required()
-      ->check(CLI::ExistingFile);
+      ->check(existingFile());
   options.lines = command.add_option("--lines", plan.lines, "Lines of the images, 200 to 200000")
                       ->default_str(std::to_string(plan.lines) + ", in a block " +
                                     std::to_string(simulation::BlockPlan::usualLines));
@@ -108,13 +109,14 @@ void addImages(CLI::App& command, Options& options) {
   CLI::Option* const render =
       command.add_option("--render", plan.renderedBands, "Band whose image to render, or \"all\"; repeatable")
           ->type_name("BAND")
-          ->allow_extra_args(false);
+          ->take_all()
+          ->expected(1);
   command
       .add_option("--texture", plan.texture,
                   "What lies on the ground: any raster of GDAL, its first band [shaded terrain]")
       ->type_name("FILE")
       ->needs(render)
-      ->check(CLI::ExistingFile);
+      ->check(existingFile());
   command.add_option("--texture-seed", plan.textureSeed, "Of the fine pattern of the shaded terrain")
       ->capture_default_str();
 }

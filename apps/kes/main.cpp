@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
+#include "shared/CommandLine.h"
 #include "shared/Output.h"
 #include "shared/Process.h"
 
@@ -38,12 +39,17 @@ int parseAndRun(int argc, char** argv) {
   CLI::App app("Projects, checks and describes the strips of airborne three-line pushbroom cameras.", "kes");
   app.set_version_flag("--version", "kes " KESSENSOR_VERSION);
   app.require_subcommand(1);
-  app.footer("Example: kes info flight/strip.stp --calibrations flight/calibration\n"
-             "'kes COMMAND --help' lists a command's options.");
+  app.footer("Example: kes info flight/strip.stp\n"
+             "'kes help COMMAND' lists a command's options.");
   tool::Run run;
   addCommands(app, run);
+  std::vector<std::string> const arguments = tool::preparedArguments(argc, argv);
+  if (std::string const unknown = tool::unknownCommand(app, arguments); !unknown.empty()) {
+    std::cerr << "kes: error: " << unknown << "\nRun with --help for more information.\n";
+    return wrongUsage;
+  }
   try {
-    app.parse(argc, argv);
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (CLI::ParseError const& error) {
     int const code = app.exit(error) == done ? done : wrongUsage;
     tool::flush();

@@ -42,6 +42,9 @@ struct Block::Impl {
   // process forget.
   static std::unique_ptr<OwnBlock const> opened(std::string const& file, StripOptions& options) {
     std::lock_guard const lock(detail::processMutex());
+    if (options.calibrations.empty()) {
+      options.calibrations = detail::calibrationsBeside(file, 0);
+    }
     detail::applyToProcess(options);
     std::vector<std::string> const before = detail::calibrationFolders();
     try {

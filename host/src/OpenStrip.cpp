@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
+#include <system_error>
 
 namespace kes::detail {
 
@@ -22,6 +24,18 @@ constexpr double DOMAIN_MARGIN = 0.01;
 constexpr double DEPTH = 12000.0;  // metres
 
 }  // namespace
+
+std::vector<std::string> calibrationsBeside(std::string const& file, int foldersAbove) {
+  std::vector<std::string> folders;
+  std::filesystem::path folder = std::filesystem::absolute(file).lexically_normal().parent_path();
+  for (int i = 0; i <= foldersAbove; ++i, folder = folder.parent_path()) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(folder / "calibration", ignored)) {
+      folders.insert(folders.begin(), (folder / "calibration").string());
+    }
+  }
+  return folders;
+}
 
 void applyToProcess(StripOptions const& options) {
   sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
@@ -67,7 +81,11 @@ std::string listed(std::vector<std::string> const& names) {
 
 OpenStrip::OpenStrip(std::string const& fileName, StripOptions const& options, bool load) {
   std::lock_guard const lock(processMutex());
-  applyToProcess(options);
+  StripOptions complete = options;
+  if (complete.calibrations.empty()) {
+    complete.calibrations = calibrationsBeside(fileName, 1);
+  }
+  applyToProcess(complete);
   mModel = std::make_unique<sensor::KESStripModel>(fileName, load, options.orientation == Orientation::original,
                                                    options.standardDeviations);
   geo::XYZPoint const& anchor = mModel->eop()->anchorPoint();

@@ -3,6 +3,7 @@
 
 #include "blocks/BlockFile.h"
 #include "points/Residuals.h"
+#include "shared/Opening.h"
 #include "strips/StripCheck.h"
 
 #include <dsm/RasterElevationSource.h>
@@ -102,7 +103,7 @@ int listedStrips(std::string const& file) {
 bool checkBlock(std::string const& file, CameraOptions const& camera, bool images) {
   kes::StripOptions opening = camera.opening();
   opening.load = false;
-  kes::Block const block(file, opening);
+  kes::Block const block = openBlock(file, opening);
   if (int const hidden = listedStrips(file) - block.stripCount(); hidden > 0) {
     warn(std::to_string(hidden) + " strips are left out, since others have their names");
   }
@@ -116,7 +117,7 @@ bool checkBlock(std::string const& file, CameraOptions const& camera, bool image
   }
   GroundPointIndex const points(groundPoints.points);
   for (std::string const& name : block.stripNames()) {
-    kes::Strip strip = block.strip(name);
+    kes::Strip strip = openStripOf(block, name);
     isValid = checkStripOf(block, strip, points, images) && isValid;
   }
   return isValid;

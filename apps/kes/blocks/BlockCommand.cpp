@@ -36,8 +36,7 @@ int info(Options const& options) {
 }
 
 int create(Options const& options) {
-  options.camera.apply();
-  InputGuard(options.file).check(options.camera.settings);
+  InputGuard(options.file).check(options.plan.camera.settings);
   createBlock(options.file, options.plan);
   return 0;
 }
@@ -77,16 +76,16 @@ void addCreate(CLI::App& block, std::shared_ptr<Options> const& options, Run& ru
       ->type_name("DEFINITION")
       ->required();
   auto const addFiles = [&](std::string const& option, std::vector<std::string>& files, std::string const& what) {
-    command->add_option(option, files, what)->type_name("FILE")->check(CLI::ExistingFile)->allow_extra_args(false);
+    command->add_option(option, files, what)->type_name("FILE")->check(existingFile())->take_all()->expected(1);
   };
   addFiles("--dem", plan.elevationModels, "Elevation model; repeatable");
   addFiles("--reference", plan.referenceImages, "Reference image; repeatable");
   command->add_option("--points", plan.groundPoints, "File of the ground points")
       ->type_name("FILE")
-      ->check(CLI::ExistingFile);
+      ->check(existingFile());
   command->add_option("--name", plan.name, "Name of the block [that of the file]");
   command->add_option("--description", plan.description, "Text that goes with the block");
-  options->camera.addTo(*command);
+  plan.camera.addTo(*command);
   command->footer("Example: kes block create valley/valley.blf valley/line1.stp valley/line2.stp --crs EPSG:32633 "
                   "--dem dem.tif --points valley/control/controls.gpt");
   command->callback([options, &run] { run = [options] { return create(*options); }; });

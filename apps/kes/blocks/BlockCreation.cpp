@@ -3,15 +3,17 @@
 
 #include "blocks/BlockFile.h"
 #include "shared/InputGuard.h"
+#include "shared/Opening.h"
 
 #include <geo/coordSysFactory.h>
-#include <kes/Strip.h>
 #include <sensor/kessensor.h>
+#include <simulation/Block.h>
 
 #include <QDir>
 #include <QFileInfo>
 
 #include <memory>
+#include <set>
 #include <stdexcept>
 
 namespace tool {
@@ -33,17 +35,27 @@ std::string belowFolder(std::string const& file, std::string const& folder) {
   return isBelow ? path.substr(folder.size() + 1) : path;
 }
 
-void attach(sensor::BlockModelData& block, std::string const& file, InputGuard const& output) {
+// The folder of all calibrations, in which a camera's versions are folders of its own.
+std::string calibrationsOf(sensor::Camera const& camera) {
+  QDir folder(QString::fromStdString(camera.calibrationFolder()));
+  return QDir::cleanPath(folder.absoluteFilePath(QStringLiteral("../.."))).toStdString();
+}
+
+// Returns the folder of the strip's calibrations.
+std::string attach(sensor::BlockModelData& block, std::string const& file, CameraOptions const& camera,
+                   InputGuard const& output) {
   std::string const path = QDir::cleanPath(QString::fromStdString(absolute(file))).toStdString();
-  kes::StripOptions opening;
+  kes::StripOptions opening = camera.opening();
   opening.load = false;
-  output.check(kes::Strip(path, opening));
+  output.check(openStrip(path, opening));
   auto strip = std::make_unique<sensor::KESStripModel>(path, false, false, false);
   if (block.hasStrip(strip->name())) {
     throw std::runtime_error("strips " + block.strip(strip->name())->modelData()->fileName() + " and " + path +
                              " are both named \"" + strip->name() + "\"");
   }
+  std::string const calibrations = calibrationsOf(strip->modelData()->camera());
   block.attach(strip.release());
+  return calibrations;
 }
 
 void requirePoints(std::string const& file) {
@@ -75,8 +87,9 @@ void createBlock(std::string const& file, BlockPlan const& plan) {
   block.setDisplayName(plan.name.empty() ? info.completeBaseName().toStdString() : plan.name);
   block.setDescription(plan.description);
   block.setCoordSys(readableSystem(plan.crs));
+  std::set<std::string> calibrations;
   for (std::string const& strip : plan.strips) {
-    attach(block, strip, output);
+    calibrations.insert(belowFolder(attach(block, strip, plan.camera, output), block.dataPath()));
   }
   for (std::string const& model : plan.elevationModels) {
     output.checkRaster(model);
@@ -92,6 +105,7 @@ void createBlock(std::string const& file, BlockPlan const& plan) {
     block.setGroundPointFile(belowFolder(plan.groundPoints, block.dataPath()));
   }
   block.write(file);
+  simulation::nameCalibrations(file, {calibrations.begin(), calibrations.end()});
 }
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "blocks/BlockFile.h"
+#include "shared/Opening.h"
 
 #include <geo/coordSys.h>
 #include <kes/Block.h>
@@ -66,7 +67,7 @@ BlockGroundPoints groundPointsOf(std::string const& file) {
 BlockDescription describeBlock(std::string const& file, CameraOptions const& camera) {
   kes::StripOptions opening = camera.opening();
   opening.load = false;
-  kes::Block const block(file, opening);
+  kes::Block const block = openBlock(file, opening);
   BlockDescription description{block.model().displayName(),
                                file,
                                block.model().description(),

@@ -23,13 +23,15 @@ struct BlockPlan {
   std::vector<std::string> elevationModels;
   std::vector<std::string> referenceImages;
   std::string groundPoints;  ///< Empty for none.
+  CameraOptions camera;
 };
 
 /// Whether a file name consists of a name and the extension of block files.
 bool isBlockName(std::string const& file);
 
-/// Writes a block file, in which the names of strips and ground points in its folder or below are relative. Throws what
-/// opening the strips and making the coordinate system throw; "strips A and B are both named \"NAME\""; "no ground
+/// Writes a block file, in which the names of strips, ground points and calibrations in its folder or below are
+/// relative. It names the folders in which the strips' calibrations were found, so that it opens without further
+/// options. Throws what opening the strips and making the coordinate system throw; "strips A and B are both named \"NAME\""; "no ground
 /// points in FILE".
 void createBlock(std::string const& file, BlockPlan const& plan);
 

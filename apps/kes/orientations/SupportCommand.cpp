@@ -5,6 +5,7 @@
 #include "orientations/SupportText.h"
 #include "shared/InputGuard.h"
 #include "shared/Numbers.h"
+#include "shared/Opening.h"
 #include "shared/Options.h"
 #include "shared/Output.h"
 
@@ -158,7 +159,7 @@ bool isWhole(std::string const& file) {
 
 // Everything is of the original orientation, the image's own ground sampling distance too.
 int exportFile(Options const& options) {
-  kes::Strip const strip(options.strip.file, options.strip.camera.opening(kes::Orientation::original));
+  kes::Strip const strip = openStrip(options.strip.file, options.strip.camera.opening(kes::Orientation::original));
   InputGuard const output(options.out);
   output.check(options.strip.camera.settings);
   output.check(strip);

@@ -5,6 +5,7 @@
 
 #include "points/Plausibility.h"
 #include "shared/Numbers.h"
+#include "shared/Opening.h"
 #include "shared/Output.h"
 
 #include <kes/Surface.h>
@@ -71,7 +72,8 @@ std::string StatusCounts::text() const {
 }
 
 PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
-    : mOptions(options), mStrip(options.strip.file, options.strip.camera.opening(options.orientation.value())),
+    : mOptions(options),
+      mStrip(openStrip(options.strip.file, options.strip.camera.opening(options.orientation.value()))),
       mBand(mStrip.band(options.band)), mTable(in, name, numbersOf(options), resultsOf(options)) {
   options.orientation.check(mStrip);
   mToGround.solver = mToImage.solver = options.solver;

@@ -4,6 +4,9 @@
 #include "Command.h"
 #include "blocks/BlockFile.h"
 #include "points/Residuals.h"
+#include "shared/Csv.h"
+#include "shared/Numbers.h"
+#include "shared/Opening.h"
 #include "shared/StripSet.h"
 
 #include <sensor/kessensor.h>
@@ -11,7 +14,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cmath>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -27,7 +32,9 @@ struct Options {
   OrientationOption orientation;
   std::string points;
   std::string crs;
+  double limit = 10.0;  // pixels
   bool json = false;
+  bool csv = false;
 };
 
 // The file that a block would have by default, in the strip's folder or up to two folders above, as image points are
@@ -63,6 +70,7 @@ GroundControl groundControlOf(Options const& options) {
   } else if (file.empty()) {
     file = pointFileNear(options.file);
   }
+  requireDecimalPoints(file);
   if (!options.points.empty() || control.points.numPoints() == 0) {
     control.points = sensor::GroundPointList(file);
   }
@@ -106,7 +114,9 @@ StripResiduals residualsOf(kes::Strip const& strip, GroundPointIndex const& poin
 std::vector<std::string> row(std::string const& band, Residual const& point) {
   auto const coordinate = [](double value) { return fixed(value, 3); };
   auto const result = [&](double value) { return point.isProjected() ? coordinate(value) : ""; };
-  std::string const note = point.isProjected() ? "" : std::string(kes::toString(point.status));
+  std::string const note = point.isOutlier       ? "outlier"
+                           : point.isProjected() ? ""
+                                                 : std::string(kes::toString(point.status));
   return {band,
           point.id,
           coordinate(point.measured.x),
@@ -116,19 +126,46 @@ std::vector<std::string> row(std::string const& band, Residual const& point) {
           point.isActive ? note : "not used"};
 }
 
-std::vector<std::string> row(std::string const& name, ResidualSum const& sum) {
-  return {name, std::to_string(sum.points), fixed(sum.rms().x, 3), fixed(sum.rms().y, 3)};
+using Row = std::vector<std::string>;
+
+Row const statisticsHead{"points", "mean sample",  "line",    "median sample",  "line", "RMS sample",
+                         "line",   "RMS across m", "along m", "largest sample", "line"};
+
+// In metres where the band's ground sampling distance is known.
+Row row(std::string const& name, ResidualStatistics const& statistics, std::optional<double> gsd) {
+  Row row{name, std::to_string(statistics.points)};
+  auto const add = [&](double value, int decimals) {
+    row.push_back(std::isfinite(value) ? fixed(value, decimals) : "-");
+  };
+  auto const addBoth = [&](geo::XYPoint const& value) {
+    add(value.x, 3);
+    add(value.y, 3);
+  };
+  addBoth(statistics.mean);
+  addBoth(statistics.median);
+  addBoth(statistics.rms);
+  double const metres = gsd.value_or(std::numeric_limits<double>::quiet_NaN());
+  add(statistics.rms.x * metres, 3);
+  add(statistics.rms.y * metres, 3);
+  addBoth(statistics.largest);
+  return row;
+}
+
+std::vector<Row> statisticsTable(std::string const& what) {
+  Row head{what};
+  head.insert(head.end(), statisticsHead.begin(), statisticsHead.end());
+  return {head};
 }
 
 void printText(StripResiduals const& strip) {
   std::cout << "strip: " << strip.name << '\n';
-  std::vector<std::vector<std::string>> rows{{"band", "point", "sample", "line", "residual sample", "line", ""}};
-  std::vector<std::vector<std::string>> sums{{"band", "points", "RMS sample", "line"}};
+  std::vector<Row> rows{{"band", "point", "sample", "line", "residual sample", "line", ""}};
+  std::vector<Row> sums = statisticsTable("band");
   for (ImageResiduals const& image : strip.images) {
     for (Residual const& residual : image.residuals) {
       rows.push_back(row(image.bandId, residual));
     }
-    sums.push_back(row(image.bandId, image.sum));
+    sums.push_back(row(image.bandId, image.statistics, image.gsd));
     for (std::string const& id : image.unknown) {
       std::cout << "warning: " << image.bandId << ": point \"" << id << "\" isn't among the ground points\n";
     }
@@ -139,6 +176,34 @@ void printText(StripResiduals const& strip) {
   printTable(sums);
 }
 
+void printCsv(std::vector<StripResiduals> const& strips) {
+  std::string table;
+  appendCsvLine(table,
+                {"strip", "band", "point", "used", "status", "sample", "line", "projectedSample", "projectedLine",
+                 "residualSample", "residualLine", "residualAcross", "residualAlong", "outlier"});
+  for (StripResiduals const& strip : strips) {
+    for (ImageResiduals const& image : strip.images) {
+      for (Residual const& residual : image.residuals) {
+        Row row{strip.name,
+                image.bandId,
+                residual.id,
+                residual.isUsed() ? "1" : "0",
+                std::string(kes::toString(residual.status)),
+                text(residual.measured.x),
+                text(residual.measured.y)};
+        geo::XYPoint const value = residual.value();
+        for (double const result :
+             {residual.projected.x, residual.projected.y, value.x, value.y, value.x * image.gsd, value.y * image.gsd}) {
+          row.push_back(residual.isProjected() ? text(result) : "");
+        }
+        row.emplace_back(residual.isOutlier ? "1" : "0");
+        appendCsvLine(table, row);
+      }
+    }
+  }
+  write(table);
+}
+
 // The first active measurement whose ground point has no position in its image.
 void requireProjection(std::vector<StripResiduals> const& strips) {
   for (StripResiduals const& strip : strips) {
@@ -146,10 +211,54 @@ void requireProjection(std::vector<StripResiduals> const& strips) {
       for (Residual const& residual : image.residuals) {
         if (residual.isActive && !residual.isProjected()) {
           throw std::runtime_error(strip.name + ": " + image.bandId + ": point \"" + residual.id +
-                                   "\" can't be projected: " + std::string(kes::toString(residual.status)));
+                                   "\" can't be projected: " + std::string(kes::toString(residual.status)) +
+                                   (image.doubt.empty() ? "" : "; it " + image.doubt));
         }
       }
     }
+  }
+}
+
+// Residuals of more than that come from blunders or from a wrong coordinate system.
+void requireWithin(double limit, std::vector<StripResiduals> const& strips) {
+  int beyond = 0;
+  int all = 0;
+  std::string largest;
+  double most = limit;
+  for (StripResiduals const& strip : strips) {
+    for (ImageResiduals const& image : strip.images) {
+      for (Residual const& residual : image.residuals) {
+        all += residual.isUsed();
+        if (!residual.isUsed() || !(residual.size() > limit)) {
+          continue;
+        }
+        ++beyond;
+        if (residual.size() > most) {
+          most = residual.size();
+          largest = strip.name + ": " + image.bandId + ": point \"" + residual.id + "\"";
+        }
+      }
+    }
+  }
+  if (beyond > 0) {
+    throw std::runtime_error(std::to_string(beyond) + " of " + std::to_string(all) + " residuals exceed " +
+                             text(limit) + " pixels (--limit), the largest of " + fixed(most, 1) +
+                             " pixels: " + largest);
+  }
+}
+
+void printAll(Options const& options, StripSet const& set, std::vector<StripResiduals> const& strips,
+              ResidualStatistics const& total) {
+  if (options.csv) {
+    printCsv(strips);
+  } else if (options.json) {
+    print(resultsOf(arrayOf(strips), set, {{"statistics", toJson(total)}}));
+  } else {
+    printEach(strips);
+    std::cout << '\n';
+    std::vector<Row> table = statisticsTable("all");
+    table.push_back(row("", total, std::nullopt));
+    printTable(table);
   }
 }
 
@@ -159,27 +268,23 @@ int residuals(Options const& options) {
   GroundPointIndex const points(control.points);
   StripSet const set({options.file}, options.camera.opening(options.orientation.value()));
   BandChoice choice(options.bands);
-  ResidualSum total;
+  std::vector<geo::XYPoint> all;
   std::vector<StripResiduals> strips;
   set.forEach([&](kes::Strip const& strip, kes::Block const* block) {
     options.orientation.check(strip);
     strips.push_back(residualsOf(strip, points, systemOf(control, block), choice));
     for (ImageResiduals const& image : strips.back().images) {
-      total.add(image.sum);
+      std::vector<geo::XYPoint> const used = image.used();
+      all.insert(all.end(), used.begin(), used.end());
     }
   });
   choice.requireAll();
-  if (options.json) {
-    print(resultsOf(arrayOf(strips), set, {{"rms", toJson(total)}}));
-  } else {
-    printEach(strips);
-    std::cout << '\n';
-    printTable({{"all", "points", "RMS sample", "line"}, row("", total)});
-  }
+  printAll(options, set, strips, statisticsOf(all));
   requireProjection(strips);
-  if (total.points == 0) {
+  if (all.empty()) {
     throw std::runtime_error("no measurement of a ground point is in use");
   }
+  requireWithin(options.limit, strips);
   return 0;
 }
 
@@ -196,19 +301,24 @@ void addPoints(CLI::App& app, Run& run) {
   options->camera.addTo(*command);
   command->add_option("--band", options->bands, "Band id; repeatable, all bands that have measurements without it")
       ->type_name("ID")
-      ->allow_extra_args(false);
+      ->take_all()
+      ->expected(1);
   options->orientation.addTo(*command);
   command
       ->add_option("--points", options->points,
                    "File of ground points [the block's; control/controls.gpt in the strip's folder or above]")
       ->type_name("FILE")
-      ->check(CLI::ExistingFile);
+      ->check(existingFile());
   command
       ->add_option("--crs", options->crs,
                    "System of the ground points [the block's; of a strip alone, WGS 84 longitude and latitude in "
                    "radians and ellipsoidal height]")
       ->type_name("DEFINITION");
-  command->add_flag("--json", options->json, "As JSON");
+  command->add_option("--limit", options->limit, "Largest residual that isn't a failure, samples and lines")
+      ->type_name("PX")
+      ->capture_default_str();
+  CLI::Option* const json = command->add_flag("--json", options->json, "As JSON");
+  command->add_flag("--csv", options->csv, "Each residual as CSV, also in metres")->excludes(json);
   command->footer("Example: kes points residuals valley/valley.blf --band PANF27A --json");
   command->callback([options, &run] { run = [options] { return residuals(*options); }; });
 }

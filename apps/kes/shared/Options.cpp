@@ -13,6 +13,14 @@
 
 namespace tool {
 
+CLI::Validator existingFile() {
+  return CLI::ExistingFile.description("");
+}
+
+CLI::Validator existingFolder() {
+  return CLI::ExistingDirectory.description("");
+}
+
 void OrientationOption::addTo(CLI::App& command) {
   addChoice<kes::Orientation>(command, "--orientation", given,
                               {{"adjusted", kes::Orientation::adjusted}, {"original", kes::Orientation::original}},
@@ -45,13 +53,17 @@ void addSolver(CLI::App& command, kes::Solver& solver) {
 void CameraOptions::addTo(CLI::App& command) {
   command
       .add_option("--calibrations", calibrations,
-                  "Folder with calibrations; repeatable, the last one is searched first")
+                  "Folder with calibrations; repeatable, the last one is searched first [the folder \"calibration\" "
+                  "beside the strip or block file, or in the folder above a strip's]")
       ->type_name("DIR")
-      ->allow_extra_args(false)
-      ->check(CLI::ExistingDirectory);
+      ->take_all()
+      ->expected(1)
+      ->check(existingFolder())
+      ->group("Camera");
   command.add_option("--settings", settings, "Settings file (INI) in place of the user's own")
       ->type_name("FILE")
-      ->check(CLI::ExistingFile);
+      ->check(existingFile())
+      ->group("Camera");
 }
 
 void CameraOptions::apply() const {

@@ -17,6 +17,10 @@
 
 namespace tool {
 
+/// Checks that a file or a folder is there, without a word of its own in the help.
+CLI::Validator existingFile();
+CLI::Validator existingFolder();
+
 /// Adds an option that takes one of some names, each of which stands for a value. The value that `value` has is the
 /// default.
 template <class Value, class Variable>

@@ -3,11 +3,9 @@
 
 #include "shared/StripSet.h"
 
-#include <sensor/BlockModelData.h>
+#include "shared/Opening.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QXmlStreamReader>
+#include <sensor/BlockModelData.h>
 
 #include <stdexcept>
 
@@ -17,11 +15,11 @@ namespace {
 
 // The names are those of the file, so that a strip which isn't complete is named in place of left out.
 void forEachOfBlock(std::string const& file, kes::StripOptions const& options, StripSet::Work const& work) {
-  kes::Block const block(file, options);
+  kes::Block const block = openBlock(file, options);
   std::vector<std::string> names;
   block.model().stripNames(names);
   for (std::string const& name : names) {
-    kes::Strip strip = block.strip(name);
+    kes::Strip strip = openStripOf(block, name);
     work(strip, &block);
   }
 }
@@ -40,15 +38,6 @@ void StripsOptions::check(InputGuard const& output) const {
   }
 }
 
-bool isBlockFile(std::string const& file) {
-  QFile input(QString::fromStdString(file));
-  if (!QFileInfo(input).isFile() || !input.open(QIODevice::ReadOnly)) {
-    return false;
-  }
-  QXmlStreamReader reader(&input);
-  return reader.readNextStartElement() && reader.name() == QLatin1String(sensor::BlockModelData::FILE_ID);
-}
-
 bool StripSet::isOneStrip() const {
   return mFiles.size() == 1 && !isBlockFile(mFiles.front());
 }
@@ -58,7 +47,7 @@ void StripSet::forEach(Work const& work) const {
     if (isBlockFile(file)) {
       forEachOfBlock(file, mOptions, work);
     } else {
-      kes::Strip strip(file, mOptions);
+      kes::Strip strip = openStrip(file, mOptions);
       work(strip, nullptr);
     }
   }

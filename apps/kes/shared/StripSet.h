@@ -30,9 +30,6 @@ struct StripsOptions {
   void check(InputGuard const& output) const;
 };
 
-/// Whether a file is an XML file whose root is that of a block.
-bool isBlockFile(std::string const& file);
-
 /// The strips that files stand for: the strip of a strip file, and all of a block file, by name. Each is in memory with
 /// its data only during the work on it.
 class StripSet {

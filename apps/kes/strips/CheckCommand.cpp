@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
+#include "shared/Opening.h"
 #include "shared/Options.h"
 #include "strips/StripCheck.h"
 
@@ -23,7 +24,7 @@ constexpr int notValid = 1;
 int check(Options const& options) {
   kes::StripOptions opening = options.strip.camera.opening();
   opening.load = false;
-  kes::Strip strip(options.strip.file, opening);
+  kes::Strip strip = openStrip(options.strip.file, opening);
   if (!checkStrip(strip, options.images)) {
     return notValid;
   }

@@ -220,7 +220,8 @@ void addClosure(CLI::App& app, Run& run) {
   options->strips.addTo(*command);
   command->add_option("--band", options->bands, "Band id; repeatable, all bands without it")
       ->type_name("ID")
-      ->allow_extra_args(false);
+      ->take_all()
+      ->expected(1);
   addSolver(*command, options->solver);
   command->add_option("--grid", options->grid, "Points along and across an image")
       ->type_name("N")

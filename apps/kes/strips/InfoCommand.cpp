@@ -5,6 +5,7 @@
 #include "cameras/CameraDescription.h"
 #include "orientations/EopDescription.h"
 #include "shared/Numbers.h"
+#include "shared/Opening.h"
 #include "shared/Options.h"
 #include "shared/Output.h"
 
@@ -141,7 +142,7 @@ void printText(StripInfo const& info) {
 }
 
 int info(Options const& options) {
-  kes::Strip const strip(options.strip.file, options.strip.camera.opening());
+  kes::Strip const strip = openStrip(options.strip.file, options.strip.camera.opening());
   StripInfo const description = describe(strip);
   if (options.json) {
     print(toJson(description));

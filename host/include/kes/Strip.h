@@ -31,7 +31,8 @@ struct StripOptions {
   /// Folders in which cameras are looked for, the last one first, before those of earlier strips and of the settings.
   /// They belong to `sensor::CameraFactory`, of which there is one in the process: they stay there for later strips,
   /// and one that is there already keeps its place. A camera that was found serves all strips of its sensor id and
-  /// version from then on, wherever these would have it from.
+  /// version from then on, wherever these would have it from. Where none is given, folders named "calibration" take
+  /// their place: beside the strip file and, after that, in the folder above; for a block, beside the block file.
   std::vector<std::string> calibrations;
   /// A settings file (INI) in place of the host's own; empty: that of the process stays. It is that of the process from
   /// then on, which forgets the calibration folders of earlier strips; loading or unloading the strip has the same
