@@ -99,7 +99,7 @@ Camera Strip::camera() const {
 
 Trajectory Strip::trajectory() const {
   mImpl->loadedModel();
-  return Trajectory(mImpl->open);
+  return Trajectory(std::shared_ptr<sensor::EOPData const>(mImpl->open, mImpl->loadedModel().eop()));
 }
 
 CoordinateSystem const& Strip::localSystem() const {

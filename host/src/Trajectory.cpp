@@ -1,8 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "OpenStrip.h"
-
 #include <kes/Trajectory.h>
 #include <sensor/EOPData.h>
 #include <sensor/TimeQuantity.h>
@@ -34,19 +32,27 @@ AttitudeAngles anglesOf(sensor::EOP const& record) {
 }
 
 TrajectoryPoint pointOf(sensor::EOP const& record, bool isExtrapolated) {
-  return {record.gpsTime, {record.x, record.y, record.z}, anglesOf(record), isExtrapolated};
+  return {record.gpsTime,
+          {record.x, record.y, record.z},
+          anglesOf(record),
+          {record.q0, record.q1, record.q2, record.q3},
+          isExtrapolated};
 }
 
 }  // namespace
 
-Trajectory::Trajectory(std::shared_ptr<detail::OpenStrip const> strip) : mStrip(std::move(strip)) {}
+Trajectory::Trajectory(std::shared_ptr<sensor::EOPData const> data) : mData(std::move(data)) {}
+
+Trajectory Trajectory::read(std::string const& fileName, bool standardDeviations) {
+  return Trajectory(std::make_shared<sensor::EOPData const>(fileName, true, standardDeviations));
+}
 
 std::string const& Trajectory::fileName() const {
-  return mStrip->model().eop()->fileName();
+  return mData->fileName();
 }
 
 std::size_t Trajectory::size() const {
-  return static_cast<std::size_t>(mStrip->model().eop()->numSets());
+  return static_cast<std::size_t>(mData->numSets());
 }
 
 double Trajectory::startTime() const {
@@ -58,21 +64,21 @@ double Trajectory::endTime() const {
 }
 
 double Trajectory::frequency() const {
-  return mStrip->model().eop()->frequency();
+  return mData->frequency();
 }
 
 GeodeticPosition Trajectory::anchor() const {
-  geo::XYZPoint const& anchor = mStrip->model().eop()->anchorPoint();
+  geo::XYZPoint const& anchor = mData->anchorPoint();
   return {anchor.x, anchor.y, anchor.z};
 }
 
 bool Trajectory::hasStandardDeviations() const {
-  return mStrip->model().eop()->hasStdDevs();
+  return mData->hasStdDevs();
 }
 
 TrajectoryPoint Trajectory::operator[](std::size_t i) const {
   sensor::EOP record;
-  if (i >= size() || mStrip->model().eop()->atIndex(static_cast<int>(i), record) != 0) {
+  if (i >= size() || mData->atIndex(static_cast<int>(i), record) != 0) {
     throw std::out_of_range("no orientation record " + std::to_string(i) + " of " + std::to_string(size()));
   }
   return pointOf(record, false);
@@ -80,7 +86,7 @@ TrajectoryPoint Trajectory::operator[](std::size_t i) const {
 
 std::optional<TrajectoryPoint> Trajectory::at(double time) const {
   sensor::EOP record;
-  if (!std::isfinite(time) || mStrip->model().eop()->atGPS(sensor::seconds(time), record) != 0) {
+  if (!std::isfinite(time) || mData->atGPS(sensor::seconds(time), record) != 0) {
     return std::nullopt;
   }
   return pointOf(record, record.status == EXTRAPOLATED);
@@ -96,7 +102,7 @@ std::optional<TrajectoryAccuracy> Trajectory::accuracyAt(double time) const {
   float omega = 0.0F;
   float phi = 0.0F;
   float kappa = 0.0F;
-  mStrip->model().eop()->stdDevAtGPS(sensor::seconds(time), x, y, z, omega, phi, kappa);
+  mData->stdDevAtGPS(sensor::seconds(time), x, y, z, omega, phi, kappa);
   return TrajectoryAccuracy{{static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)},
                             {static_cast<double>(omega), static_cast<double>(phi), static_cast<double>(kappa)}};
 }

@@ -238,6 +238,47 @@ TEST_F(KesOnBlock, BandOfNoStripIsAnErrorAndOfOneIsNot) {
   EXPECT_EQ(none.err, "kes: error: no band \"NIRX\" in the strips, which have PANF27A, PANN00A\n");
 }
 
+// Some of the terrain lies under the strip of 100 m by 200 m: 60 m of its length.
+TEST_F(KesOnBlock, FootprintEndsWithTheElevationModel) {
+  test::ElevationRaster raster;
+  constexpr double metresPerLongitude = 92000.0;
+  double const longitude = -1.4 * 57.29577951308232;
+  double const latitude = 0.6 * 57.29577951308232;
+  raster.geoTransform = {longitude - 0.02, (0.02 + 60.0 / metresPerLongitude) / 5.0, 0.0, latitude + 0.05, 0.0, -0.025};
+  raster.system = "EPSG:4326";
+  raster.values.assign(20, 500.0);
+  std::string const out = mFolder / "footprints.geojson";
+  std::string const strip = addStrip("a.stp", "West");
+  KesRun const result = run({"footprint", strip, "--dem", raster.write(mFolder), "-o", out});
+  ASSERT_EQ(result.code, 0) << result.err;
+  EXPECT_THAT(result.err, testing::ContainsRegex("^kes: warning: " + strip +
+                                                 ": PANN00A: [0-9]+ of 257 points of the outline have no place on the "
+                                                 "elevation model, the first at sample 100.5, line [0-9.]+ "
+                                                 ".noSurface.: they are left out\n"));
+  json const feature = json::parse(test::contents(out))["features"][0];
+  EXPECT_EQ(feature["properties"]["complete"], 0.0);
+  EXPECT_NEAR(feature["properties"]["look"].get<double>(), 0.0, 1e-6);
+  json const ring = feature["geometry"]["coordinates"][0];
+  EXPECT_EQ(ring.front(), ring.back());
+  double east = -1e9;
+  for (json const& point : ring) {
+    east = std::max(east, (point[0].get<double>() - longitude) * metresPerLongitude);
+  }
+  // The height ends half a cell from the edge.
+  EXPECT_LT(east, 62.0);
+}
+
+TEST_F(KesOnBlock, FootprintBesideTheElevationModelIsAFailure) {
+  test::ElevationRaster raster;
+  raster.geoTransform = {10.0, 0.1, 0.0, 10.0, 0.0, -0.1};
+  raster.system = "EPSG:4326";
+  raster.values.assign(20, 500.0);
+  KesRun const result = run({"footprint", block(), "--dem", raster.write(mFolder), "-o", mFolder / "f.geojson"});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_THAT(result.err, testing::EndsWith("(noSurface): the footprint is left out\n"
+                                            "kes: error: no footprint lies on the elevation model\n"));
+}
+
 TEST_F(KesOnBlock, FootprintsOfAllStripsAreInOneFile) {
   test::ElevationRaster raster;
   double const longitude = -1.4 * 57.29577951308232;

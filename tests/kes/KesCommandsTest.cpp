@@ -30,6 +30,7 @@ TEST(Kes, HelpAndVersionAreThereOnEveryLevel) {
                                                                                        {"eop"},
                                                                                        {"eop", "info"},
                                                                                        {"eop", "at"},
+                                                                                       {"eop", "compare"},
                                                                                        {"eop", "convert"},
                                                                                        {"odf"},
                                                                                        {"odf", "info"},
@@ -50,6 +51,7 @@ TEST(Kes, HelpAndVersionAreThereOnEveryLevel) {
                                                                                        {"block", "check"},
                                                                                        {"points"},
                                                                                        {"points", "residuals"},
+                                                                                       {"where"},
                                                                                        {"legacy"}}) {
     std::vector<std::string> arguments = command;
     arguments.push_back("--help");
@@ -210,52 +212,6 @@ TEST(KesClosure, StripThatDoesntCloseGivesOne) {
   KesRun const run = kes({"closure", strip.write(folder), "--calibrations", folder / "calibration", "--grid", "5"});
   EXPECT_EQ(run.code, 1);
   EXPECT_THAT(run.err, HasSubstr("don't close"));
-}
-
-TEST(KesEop, InfoDescribesAFile) {
-  json const info = json::parse(kes({"eop", "info", test::stripA::path("project/eop/v2_std.eop"), "--json"}).out);
-  json expected;
-  for (json const& file : test::stripA::expected().at("eop_files")) {
-    if (file.at("file") == "project/eop/v2_std.eop") {
-      expected = file;
-    }
-  }
-  EXPECT_EQ(info["version"], 2);
-  EXPECT_EQ(info["records"], expected["numSets"]);
-  EXPECT_EQ(info["start"], expected["startTime"]);
-  EXPECT_EQ(info["end"], expected["endTime"]);
-  EXPECT_EQ(info["frequency"], expected["frequency"]);
-  EXPECT_EQ(info["standardDeviations"], true);
-  EXPECT_EQ(info["absoluteTime"], expected["absTime"]);
-  EXPECT_THAT(kes({"eop", "info", test::stripA::path("project/eop/v2_std.eop")}).out, HasSubstr("version:"));
-}
-
-TEST(KesEop, AtPrintsRecordsAsCsv) {
-  KesRun const run = kes({"eop", "at", test::stripA::path("project/eop/flight.eop"), "312340", "1"});
-  ASSERT_EQ(run.code, 0) << run.err;
-  EXPECT_THAT(run.out, testing::StartsWith("time,status,q0,q1,q2,q3,x,y,z\n312340,"));
-  EXPECT_THAT(run.out, HasSubstr("\n1,-1,"));
-}
-
-TEST(KesEop, ConversionWritesTheThreeFormats) {
-  test::TempFolder const folder;
-  std::string const source = test::stripA::path("project/eop/v1_std.eop");
-  EXPECT_EQ(kes({"eop", "convert", source, folder / "a.eop", "--to", "binary"}).code, 0);
-  EXPECT_EQ(kes({"eop", "convert", source, folder / "a.txt", "--to", "ascii"}).code, 0);
-  EXPECT_EQ(kes({"eop", "convert", source, folder / "a.lop", "--to", "lop"}).code, 0);
-  json const info = json::parse(kes({"eop", "info", folder / "a.eop", "--json"}).out);
-  EXPECT_EQ(info["version"], 3);
-  EXPECT_EQ(info["standardDeviations"], true);
-  EXPECT_THAT(test::contents(folder / "a.txt"), testing::StartsWith("Anchor Point [rad/m]\n"));
-  EXPECT_EQ(test::contents(folder / "a.lop").size(), 48 * info["records"].get<std::size_t>());
-}
-
-TEST(KesEop, BrokenFilesAreErrors) {
-  test::TempFolder const folder;
-  std::string const name = folder.file("a.eop", "EOP_");
-  KesRun const run = kes({"eop", "info", name});
-  EXPECT_EQ(run.code, 1);
-  EXPECT_EQ(run.err, "kes: error: Unknown EOP version in file: " + name + "\n");
 }
 
 TEST(KesCamera, VersionsAreListed) {

@@ -205,6 +205,18 @@ TEST_F(KesOdf, AnchorIsInDegreesAndMetres) {
   EXPECT_NEAR(anchor.z, 408.5, 1e-12);
 }
 
+// The headers have 15.583 and 48.090 degrees.
+TEST_F(KesOdf, AnchorWithItsNumbersSwappedIsRefused) {
+  KesRun const run = merge({odf("PANF27A"), "--anchor", "48.09", "15.58", "408.7"});
+  EXPECT_EQ(run.code, 1);
+  EXPECT_THAT(run.err, testing::MatchesRegex("kes: error: are longitude and latitude of --anchor swapped. The header of " +
+                                             odf("PANF27A") +
+                                             " has 15.58[0-9]* 48.0[0-9]*; --force takes the point as it is\n"));
+  EXPECT_FALSE(std::filesystem::exists(mOut));
+  EXPECT_EQ(merge({odf("PANF27A"), "--anchor", "48.09", "15.58", "408.7", "--force"}).code, 0);
+  EXPECT_EQ(merge({odf("PANF27A"), "--anchor", "15.9", "48.5", "408.7"}).code, 0);
+}
+
 TEST_F(KesOdf, GivenAnchorHasItsHeight) {
   EXPECT_EQ(merge({odf("PANF27A"), "--anchor", "-15.5", "48.25", "408.5"}).err, "");
   EXPECT_EQ(merge({odf("PANF27A"), "--support", support("PANF27A")}).err, "");

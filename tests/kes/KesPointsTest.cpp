@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <sstream>
 
 // `kes points`.
 
@@ -67,15 +68,98 @@ TEST_F(KesPoints, ResidualsAreMeasuredLessProjected) {
   }
 }
 
-TEST_F(KesPoints, RootMeanSquareIsThatOfThePointsInUse) {
+TEST_F(KesPoints, StatisticsAreThoseOfThePointsInUse) {
   json const all = json::parse(residuals(block(), {"--json"}).out);
-  json const& rms = all["strips"][0]["bands"][0]["rms"];
-  EXPECT_EQ(rms["points"], 2);
-  // 0.5 and 0 in either direction.
-  EXPECT_NEAR(rms["sample"].get<double>(), std::sqrt(0.5 * 0.25), 0.01);
-  EXPECT_NEAR(rms["line"].get<double>(), std::sqrt(0.5 * 0.25), 0.04);
-  EXPECT_EQ(all["rms"]["points"], 4);
-  EXPECT_NEAR(all["rms"]["sample"].get<double>(), std::sqrt(0.5 * 0.25), 0.01);
+  json const& band = all["strips"][0]["bands"][0];
+  json const& statistics = band["statistics"];
+  EXPECT_EQ(statistics["points"], 2);
+  // 0.5 and 0 samples, 0 and -0.5 lines.
+  EXPECT_NEAR(statistics["rms"]["sample"].get<double>(), std::sqrt(0.5 * 0.25), 0.01);
+  EXPECT_NEAR(statistics["rms"]["line"].get<double>(), std::sqrt(0.5 * 0.25), 0.04);
+  EXPECT_NEAR(statistics["mean"]["sample"].get<double>(), 0.25, 0.01);
+  EXPECT_NEAR(statistics["mean"]["line"].get<double>(), -0.25, 0.01);
+  EXPECT_NEAR(statistics["median"]["sample"].get<double>(), 0.25, 0.01);
+  EXPECT_NEAR(statistics["largest"]["line"].get<double>(), 0.5, 0.01);
+  EXPECT_NEAR(band["gsd"].get<double>(), 2.0, 1e-5);
+  EXPECT_EQ(all["statistics"]["points"], 4);
+  EXPECT_NEAR(all["statistics"]["rms"]["sample"].get<double>(), std::sqrt(0.5 * 0.25), 0.01);
+}
+
+// Residuals of 0, 0.1, ... 0.3 samples, and one of 3: the median is 0.2, the median departure 0.1, and 3.5 standard
+// deviations are 3.5 * 0.148 = 0.52.
+class KesPointsOfFive : public KesPoints {
+protected:
+  KesRun five(std::vector<std::string> options, std::string const& last = "63") const {
+    std::string const points = mFolder.file("points.gpt", "A 10 20 0\nB 20 20 0\nC 30 20 0\nD 40 20 0\nE 50 20 0\n");
+    mFolder.file("PANN00A.ipt", "\"A\" 60 10 1 1 1\n\"B\" 60.1 20 1 1 1\n\"C\" 60.2 30 1 1 1\n\"D\" 60.3 40 1 1 1\n"
+                                "\"E\" " + last + " 50 1 1 1\n");
+    options.insert(options.end(), {"--points", points, "--crs", local});
+    return residuals(addStrip("a.stp", "West"), options);
+  }
+};
+
+TEST_F(KesPointsOfFive, OutliersAreMarked) {
+  json const all = json::parse(five({"--json"}).out);
+  for (std::size_t i = 0; i < 5; ++i) {
+    EXPECT_EQ(all["bands"][0]["points"][i]["outlier"], i == 4);
+  }
+  EXPECT_NEAR(all["bands"][0]["statistics"]["median"]["sample"].get<double>(), 0.2, 1e-4);
+  EXPECT_THAT(five({}).out, testing::ContainsRegex("PANN00A +E +63.000 +50.000 +3.000 +-?0.000 +outlier\n"));
+}
+
+TEST_F(KesPointsOfFive, FewAreNoOutliers) {
+  json const all = json::parse(residuals(block(), {"--json"}).out);
+  EXPECT_EQ(all["strips"][0]["bands"][0]["points"][0]["outlier"], false);
+}
+
+TEST_F(KesPointsOfFive, ResidualsBeyondTheLimitAreAFailure) {
+  EXPECT_EQ(five({}).code, 0);
+  KesRun const given = five({"--limit", "2"});
+  EXPECT_EQ(given.code, 1);
+  EXPECT_EQ(given.err,
+            "kes: error: 1 of 5 residuals exceed 2 pixels (--limit), the largest of 3.0 pixels: West: PANN00A: point "
+            "\"E\"\n");
+  EXPECT_THAT(given.out, HasSubstr("outlier"));
+  EXPECT_EQ(five({}, "71").code, 1);
+}
+
+TEST_F(KesPointsOfFive, CsvHasEachResidualInMetresToo) {
+  std::string const out = five({"--csv"}).out;
+  EXPECT_THAT(out, testing::StartsWith("strip,band,point,used,status,sample,line,projectedSample,projectedLine,"
+                                       "residualSample,residualLine,residualAcross,residualAlong,outlier\n"
+                                       "West,PANN00A,A,1,ok,60,10,"));
+  std::istringstream rows(out);
+  std::string row;
+  for (int i = 0; i < 6; ++i) {
+    std::getline(rows, row);
+  }
+  std::vector<std::string> fields;
+  std::istringstream last(row);
+  for (std::string field; std::getline(last, field, ',');) {
+    fields.push_back(field);
+  }
+  ASSERT_EQ(fields.size(), 14U);
+  EXPECT_NEAR(std::stod(fields[9]), 3.0, 1e-4);
+  EXPECT_NEAR(std::stod(fields[11]), 6.0, 1e-3);
+  EXPECT_EQ(fields[13], "1");
+}
+
+TEST_F(KesPointsOfFive, DecimalCommasAreNamed) {
+  KesRun const run = five({}, "63,5");
+  EXPECT_EQ(run.code, 1);
+  EXPECT_EQ(run.err, "kes: error: " + (mFolder / "PANN00A.ipt") +
+                         ":5: \"63,5\" has a decimal comma; numbers take a point\n");
+  std::string const points = mFolder.file("comma.gpt", "; a note, 1,5\n\"A, 1,5\" 1 2 3\nB 1,5 2 3\n");
+  EXPECT_EQ(residuals(addStrip("a.stp", "West"), {"--points", points}).err,
+            "kes: error: " + points + ":3: \"1,5\" has a decimal comma; numbers take a point\n");
+}
+
+TEST_F(KesPointsOfFive, WrongSystemIsSuspected) {
+  std::string const points = mFolder.file("points.gpt", "A 0.6 -1.4 500\n");
+  mFolder.file("PANN00A.ipt", "\"A\" 60 10 1 1 1\n");
+  KesRun const run = residuals(addStrip("a.stp", "West"), {"--points", points});
+  EXPECT_EQ(run.code, 1);
+  EXPECT_THAT(run.err, testing::EndsWith(" km from the strip: are longitude and latitude swapped?\n"));
 }
 
 TEST_F(KesPoints, MeasurementsOfUnknownPointsAreNamed) {
@@ -90,7 +174,7 @@ TEST_F(KesPoints, TextHasEachResidualAndTheSums) {
   EXPECT_THAT(out, HasSubstr("strip: West\n"));
   EXPECT_THAT(out, testing::ContainsRegex("PANN00A +A +60.500 +10.000 +0.50"));
   EXPECT_THAT(out, testing::ContainsRegex("PANN00A +C +0.000 +0.000 .*not used\n"));
-  EXPECT_THAT(out, testing::ContainsRegex("PANN00A +2 +0.35"));
+  EXPECT_THAT(out, testing::ContainsRegex("PANN00A +2 +0.250 +-0.250 +0.250 +-0.250 +0.354 +0.354 +0.707 +0.707"));
 }
 
 TEST_F(KesPoints, StripAloneHasItsPointsInTheFolderAboveAndTheirSystemInRadians) {
@@ -111,7 +195,7 @@ TEST_F(KesPoints, PointsAndTheirSystemCanBeGiven) {
   mFolder.file("PANN00A.ipt", "\"A\" 60 10 0.1 0.1 1\n");
   KesRun const result = residuals(addStrip("a.stp", "West"), {"--points", points, "--crs", local, "--json"});
   ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_NEAR(json::parse(result.out)["rms"]["sample"].get<double>(), 0.0, 0.01);
+  EXPECT_NEAR(json::parse(result.out)["statistics"]["rms"]["sample"].get<double>(), 0.0, 0.01);
 }
 
 TEST_F(KesPoints, WhatIsMissingIsNamed) {
@@ -138,8 +222,8 @@ TEST_F(KesPoints, PointsWithoutAPositionAreListedAndFail) {
     EXPECT_EQ(band["points"][i]["status"], statuses[i]);
     EXPECT_EQ(band["points"][i]["residual"]["sample"].is_null(), i != 0);
   }
-  EXPECT_EQ(band["rms"]["points"], 1);
-  EXPECT_NEAR(band["rms"]["sample"].get<double>(), 0.5, 1e-4);
+  EXPECT_EQ(band["statistics"]["points"], 1);
+  EXPECT_NEAR(band["statistics"]["rms"]["sample"].get<double>(), 0.5, 1e-4);
   KesRun const text = residuals(strip, {"--points", points, "--crs", local});
   EXPECT_THAT(text.out, testing::ContainsRegex("PANN00A +C +51.000 +0.250 +noSolution\n"));
 }

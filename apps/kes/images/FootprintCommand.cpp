@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 
@@ -21,6 +22,7 @@ namespace {
 struct Options {
   StripsOptions strips;
   std::string dem;
+  std::vector<std::string> bands;
   std::string output;
 };
 
@@ -45,22 +47,50 @@ std::vector<geo::XYPoint> edgesOf(kes::Band const& band) {
   return edges;
 }
 
-// In WGS 84 degrees.
-std::vector<geo::XYZPoint> outlineOf(kes::Strip const& strip, kes::Band const& band, kes::Surface const& surface) {
+// Fewer than three points, and the first one again, have no area.
+void closeRing(std::vector<geo::XYZPoint>& points) {
+  constexpr std::size_t fewest = 4;
+  auto const isSame = [](geo::XYZPoint const& a, geo::XYZPoint const& b) {
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+  };
+  if (!points.empty() && !isSame(points.front(), points.back())) {
+    points.push_back(points.front());
+  }
+  if (points.size() < fewest) {
+    points.clear();
+  }
+}
+
+/// In WGS 84 degrees; points that the elevation model doesn't reach are left out.
+struct Outline {
+  std::vector<geo::XYZPoint> points;
+  bool isComplete;
+};
+
+Outline outlineOf(kes::Strip const& strip, kes::Band const& band, kes::Surface const& surface) {
   std::vector<geo::XYPoint> const edges = edgesOf(band);
-  std::vector<geo::XYZPoint> outline(edges.size());
+  std::vector<geo::XYZPoint> ground(edges.size());
   std::vector<kes::Status> status(edges.size());
   kes::ToGroundOptions toGround;
   toGround.system = kes::CoordinateSystem::wgs84Degrees();
   toGround.heights = surface;
-  band.toGround(edges, toGround, outline, status);
-  auto const bad = std::find_if_not(status.begin(), status.end(), kes::hasResult);
-  if (bad != status.end()) {
-    geo::XYPoint const& edge = edges[static_cast<std::size_t>(bad - status.begin())];
-    throw std::runtime_error(strip.fileName() + ": " + band.id() + ", sample " + text(edge.x) + ", line " +
-                             text(edge.y) + ": the ray has no end on the elevation model (" +
-                             std::string(kes::toString(*bad)) + ")");
+  std::size_t const found = band.toGround(edges, toGround, ground, status);
+  if (found == edges.size()) {
+    return {ground, true};
   }
+  Outline outline{{}, false};
+  for (std::size_t i = 0; i < edges.size(); ++i) {
+    if (kes::hasResult(status[i])) {
+      outline.points.push_back(ground[i]);
+    }
+  }
+  closeRing(outline.points);
+  auto const bad =
+      static_cast<std::size_t>(std::find_if_not(status.begin(), status.end(), kes::hasResult) - status.begin());
+  std::cerr << "kes: warning: " << strip.fileName() << ": " << band.id() << ": " << edges.size() - found << " of "
+            << edges.size() << " points of the outline have no place on the elevation model, the first at sample "
+            << text(edges[bad].x) << ", line " << text(edges[bad].y) << " (" << kes::toString(status[bad])
+            << "): " << (outline.points.empty() ? "the footprint is left out\n" : "they are left out\n");
   return outline;
 }
 
@@ -70,14 +100,21 @@ int footprint(Options const& options) {
   output.checkRaster(options.dem);
   kes::Surface const surface = kes::Surface::raster(options.dem);
   std::vector<Footprint> footprints;
+  BandChoice choice(options.bands);
   StripSet(options.strips.files, options.strips.camera.opening()).forEach([&](kes::Strip const& strip, auto const*) {
     output.check(strip);
-    for (std::string const& id : strip.bandIds()) {
-      kes::Band const band = strip.band(id);
-      footprints.push_back(
-          {outlineOf(strip, band, surface), strip.name(), band.id(), band.gsd(), band.startTime(), band.endTime()});
+    for (kes::Band const& band : choice.of(strip)) {
+      Outline const outline = outlineOf(strip, band, surface);
+      if (!outline.points.empty()) {
+        footprints.push_back({outline.points, strip.name(), band.id(), band.gsd(), band.startTime(), band.endTime(),
+                              band.lookAngle() * degrees, outline.isComplete ? 1.0 : 0.0});
+      }
     }
   });
+  choice.requireAll();
+  if (footprints.empty()) {
+    throw std::runtime_error("no footprint lies on the elevation model");
+  }
   writeFootprints(options.output, footprints);
   return 0;
 }
@@ -91,6 +128,10 @@ void addFootprint(CLI::App& app, Run& run) {
   command->add_option("--dem", options->dem, "Elevation model, any raster that GDAL reads")
       ->type_name("FILE")
       ->required();
+  command->add_option("--band", options->bands, "Band id; repeatable [all bands]")
+      ->type_name("ID")
+      ->take_all()
+      ->expected(1);
   command
       ->add_option("-o,--output", options->output,
                    "GeoJSON (.geojson, .json) or GeoPackage (.gpkg), in WGS 84; an older file is replaced")
@@ -99,9 +140,11 @@ void addFootprint(CLI::App& app, Run& run) {
       ->check([](std::string const& file) {
         return isFootprintFile(file) ? std::string() : file + " doesn't end in .geojson, .json or .gpkg";
       });
-  command->footer("Attributes: strip, band, gsd (metres), start and end (GPS seconds of the first and last line).\n"
-                  "Example: kes footprint flight/strip.stp --calibrations flight/calibration --dem dem.tif -o "
-                  "footprints.gpkg");
+  command->footer(
+      "Attributes: strip, band, gsd (metres), start and end (GPS seconds of the first and last line),\n"
+      "look (angle of the view, degrees, forward positive), complete (0 where the outline leaves the model).\n"
+      "Example: kes footprint flight/strip.stp --calibrations flight/calibration --dem dem.tif -o "
+      "footprints.gpkg");
   command->callback([options, &run] { run = [options] { return footprint(*options); }; });
 }
 

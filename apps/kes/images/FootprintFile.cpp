@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr char layerName[] = "footprints";
 constexpr char const* textFields[] = {"strip", "band"};
-constexpr char const* numberFields[] = {"gsd", "start", "end"};
+constexpr char const* numberFields[] = {"gsd", "start", "end", "look", "complete"};
 
 struct Format {
   char const* driver;
@@ -64,7 +64,7 @@ std::vector<geo::XYZPoint> pointsOf(OGRPolygon const& polygon) {
 }
 
 std::vector<double> numbersOf(Footprint const& footprint) {
-  return {footprint.gsd, footprint.start, footprint.end};
+  return {footprint.gsd, footprint.start, footprint.end, footprint.look, footprint.complete};
 }
 
 // Writes the file in a work folder. Each step throws when GDAL reports a failure, whatever it returns.

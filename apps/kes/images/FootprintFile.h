@@ -15,9 +15,11 @@ struct Footprint {
   std::vector<geo::XYZPoint> points;
   std::string strip;
   std::string band;
-  double gsd;    ///< Metres.
-  double start;  ///< GPS time of the first line, seconds.
-  double end;    ///< GPS time of the last line, seconds.
+  double gsd;             ///< Metres.
+  double start;           ///< GPS time of the first line, seconds.
+  double end;             ///< GPS time of the last line, seconds.
+  double look = 0.0;      ///< Angle of the view, degrees, forward positive.
+  double complete = 1.0;  ///< 0 where parts of the outline are missing.
 };
 
 /// Whether a file's extension is one that footprints can be written to: .geojson, .json, .gpkg.

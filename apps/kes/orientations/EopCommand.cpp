@@ -2,18 +2,25 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
+#include "orientations/EopComparison.h"
 #include "orientations/EopDescription.h"
 #include "shared/Csv.h"
 #include "shared/InputGuard.h"
 #include "shared/Numbers.h"
 #include "shared/Output.h"
 
+#include <kes/Trajectory.h>
 #include <sensor/EOPData.h>
 
+#include <QDateTime>
+
+#include <array>
+#include <fstream>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 namespace tool {
@@ -22,10 +29,12 @@ namespace {
 
 struct Options {
   std::string file;
+  std::string second;
   std::string out;
   std::string to = "binary";
   std::vector<double> times;
   bool json = false;
+  bool csv = false;
 };
 
 // The formats of EOPData::write.
@@ -43,7 +52,30 @@ struct EopFile {
   std::uint32_t absoluteTime;
 };
 
+// The day, where the file knows it, and its GPS week, from 1980-01-06 on.
+std::string dayOf(std::uint32_t secondsSince1970) {
+  constexpr std::uint32_t firstWeek = 315964800;
+  constexpr std::uint32_t week = 604800;
+  if (secondsSince1970 < firstWeek) {
+    return {};
+  }
+  QDateTime const time = QDateTime::fromSecsSinceEpoch(secondsSince1970, Qt::UTC);
+  return ", " + time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toStdString() + " UTC, GPS week " +
+         std::to_string((secondsSince1970 - firstWeek) / week);
+}
+
+// The formats that `eop convert` writes, besides the binary one, can't be read.
+void requireBinary(std::string const& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::array<char, 12> head{};
+  in.read(head.data(), head.size());
+  if (std::string_view(head.data(), head.size()) == "Anchor Point") {
+    throw std::runtime_error(file + " is a listing, which can't be read; the binary file that it was made from can");
+  }
+}
+
 EopFile describe(std::string const& file) {
+  requireBinary(file);
   sensor::EOPData const eop(file, true, true);
   float lowest = 0.0F;
   float highest = 0.0F;
@@ -83,7 +115,7 @@ void printText(EopFile const& eop) {
   listing.add("position source", eop.positionSource);
   listing.add("time source", eop.timeSource);
   listing.add("written by", eop.application);
-  listing.add("absolute time", std::to_string(eop.absoluteTime) + " s");
+  listing.add("absolute time", std::to_string(eop.absoluteTime) + " s" + dayOf(eop.absoluteTime));
   listing.print();
 }
 
@@ -98,18 +130,41 @@ int info(Options const& options) {
 }
 
 int at(Options const& options) {
-  sensor::EOPData const eop(options.file, true, false);
+  kes::Trajectory const trajectory = kes::Trajectory::read(options.file, true);
   std::string table;
-  appendCsvLine(table, {"time", "status", "q0", "q1", "q2", "q3", "x", "y", "z"});
+  appendCsvLine(table, {"time", "status", "q0", "q1", "q2", "q3", "x", "y", "z", "omega", "phi", "kappa", "sx", "sy",
+                        "sz", "somega", "sphi", "skappa"});
   for (double const time : options.times) {
-    sensor::EOP record;
-    if (eop.atGPS(sensor::seconds(time), record) != 0) {
+    auto const point = trajectory.at(time);
+    if (!point) {
       throw std::runtime_error("no orientation at " + text(time) + " s in " + options.file);
     }
-    appendCsvLine(table, {text(time), text(record.status), text(record.q0), text(record.q1), text(record.q2),
-                          text(record.q3), text(record.x), text(record.y), text(record.z)});
+    auto const accuracy = *trajectory.accuracyAt(time);
+    std::vector<std::string> fields{text(point->time), point->isExtrapolated ? "-1" : "0"};
+    for (float const q : {point->quaternion.q0, point->quaternion.q1, point->quaternion.q2, point->quaternion.q3}) {
+      fields.push_back(text(q));
+    }
+    for (double const value : {point->position.x, point->position.y, point->position.z, point->attitude.omega * degrees,
+                               point->attitude.phi * degrees, point->attitude.kappa * degrees, accuracy.position.x,
+                               accuracy.position.y, accuracy.position.z, accuracy.attitude.omega * degrees,
+                               accuracy.attitude.phi * degrees, accuracy.attitude.kappa * degrees}) {
+      fields.push_back(text(value));
+    }
+    appendCsvLine(table, fields);
   }
-  std::cout << table;
+  write(table);
+  return 0;
+}
+
+int compareFiles(Options const& options) {
+  EopComparison const comparison = compare(kes::Trajectory::read(options.file), kes::Trajectory::read(options.second));
+  if (options.csv) {
+    printCsv(comparison);
+  } else if (options.json) {
+    print(toJson(comparison));
+  } else {
+    printText(comparison);
+  }
   return 0;
 }
 
@@ -140,6 +195,16 @@ void addEop(CLI::App& app, Run& run) {
   atCommand->add_option("TIME", options->times, "Seconds")->required();
   atCommand->footer("Example: kes eop at flight/eop/flight.eop 312340.5 312341.25");
   atCommand->callback([options, &run] { run = [options] { return at(*options); }; });
+
+  CLI::App* compareCommand = eop->add_subcommand(
+      "compare", "Compares two orientations: differences of position and attitude, their statistics and spectrum");
+  compareCommand->add_option("A", options->file, "Binary orientation file")->required();
+  compareCommand->add_option("B", options->second, "Another one, which is interpolated at the times of A")->required();
+  CLI::Option* const compareJson = compareCommand->add_flag("--json", options->json, "As JSON; metres, radians, hertz");
+  compareCommand->add_flag("--csv", options->csv, "The difference at each record as CSV; seconds, metres, radians")
+      ->excludes(compareJson);
+  compareCommand->footer("Example: kes eop compare flight/eop/flight.eop flight/eop/flight.eop.adj");
+  compareCommand->callback([options, &run] { run = [options] { return compareFiles(*options); }; });
 
   CLI::App* convertCommand = eop->add_subcommand("convert", "Writes an orientation file in another format");
   convertCommand->add_option("FILE", options->file, "Binary orientation file")->required();

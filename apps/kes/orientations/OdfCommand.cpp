@@ -32,12 +32,6 @@ struct Options {
   bool json = false;
 };
 
-/// Longitude and latitude, radians.
-struct HeaderAnchor {
-  double longitude;
-  double latitude;
-};
-
 /// Between what the records lie.
 struct OdfExtent {
   TimeSpan span;
@@ -64,14 +58,6 @@ struct OdfFile {
   HeaderNumbers base;
   HeaderNumbers scales;
 };
-
-std::optional<HeaderAnchor> anchorOf(sensor::KESOrientation const& odf) {
-  constexpr double notSet = 100.0;
-  if (odf.anchorLatitude() == notSet && odf.anchorLongitude() == notSet) {
-    return std::nullopt;
-  }
-  return HeaderAnchor{odf.anchorLongitude(), odf.anchorLatitude()};
-}
 
 std::optional<OdfExtent> extentOf(sensor::KESOrientation const& odf) {
   if (odf.numSets() == 0) {

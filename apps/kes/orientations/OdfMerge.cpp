@@ -114,6 +114,33 @@ void requireOneKind(std::vector<std::string> const& files) {
   }
 }
 
+// Of the sphere between two points, radians.
+double angleBetween(double longitudeA, double latitudeA, double longitudeB, double latitudeB) {
+  double const s = std::sin(0.5 * (latitudeB - latitudeA));
+  double const t = std::sin(0.5 * (longitudeB - longitudeA));
+  return 2.0 * std::asin(std::sqrt(std::fmin(s * s + std::cos(latitudeA) * std::cos(latitudeB) * t * t, 1.0)));
+}
+
+// The headers have the place at which the records were made. An anchor point far from there that would be nearer with
+// its two numbers in the other order is a slip.
+void requireOrder(std::vector<double> const& anchor, std::vector<std::string> const& files) {
+  constexpr double farAway = 1.0;  // degrees
+  for (std::string const& file : files) {
+    std::optional<HeaderAnchor> const header = anchorOf(sensor::KESOrientation(file));
+    if (!header) {
+      continue;
+    }
+    auto const away = [&](double longitude, double latitude) {
+      return angleBetween(longitude / degrees, latitude / degrees, header->longitude, header->latitude) * degrees;
+    };
+    if (away(anchor[0], anchor[1]) > farAway && away(anchor[1], anchor[0]) < away(anchor[0], anchor[1])) {
+      throw std::runtime_error("are longitude and latitude of --anchor swapped? The header of " + file + " has " +
+                               text(header->longitude * degrees) + " " + text(header->latitude * degrees) +
+                               "; --force takes the point as it is");
+    }
+  }
+}
+
 // The file that starts first and the one that ends last; of equal ones the earlier in the list.
 void addJoinedFiles(Listing& listing, std::vector<std::string> const& files) {
   Odf first = odf(files.front());
@@ -157,6 +184,14 @@ void warnOfTimesThatDontRise(sensor::EOPData const& eop) {
 
 }  // namespace
 
+std::optional<HeaderAnchor> anchorOf(sensor::KESOrientation const& odf) {
+  constexpr double notSet = 100.0;
+  if (odf.anchorLatitude() == notSet && odf.anchorLongitude() == notSet) {
+    return std::nullopt;
+  }
+  return HeaderAnchor{odf.anchorLongitude(), odf.anchorLatitude()};
+}
+
 void OdfMerge::addTo(CLI::App& command) {
   command.add_option("OUT", out, "Orientation file (EOP) to write")->required();
   CLI::Option* const files = command.add_option(
@@ -167,6 +202,7 @@ void OdfMerge::addTo(CLI::App& command) {
                       "Anchor point: longitude and latitude (degrees), height (metres) [that in the headers]")
           ->type_name("LON LAT H")
           ->expected(3);
+  command.add_flag("--force", force, "Take the anchor point even if longitude and latitude look swapped")->needs(given);
   CLI::Option* const support =
       command.add_option("--support", supports, "Support files, one for each ODF; theirs is the anchor point then")
           ->type_name("FILE")
@@ -196,6 +232,9 @@ void OdfMerge::check() const {
 int OdfMerge::run() const {
   checkInputs(*this);
   requireOneKind(odfs);
+  if (!anchor.empty() && !force) {
+    requireOrder(anchor, odfs);
+  }
   sensor::ODFConverter converter;
   converter.setOutputFile(out);
   converter.setAppSource("kes " KESSENSOR_VERSION);

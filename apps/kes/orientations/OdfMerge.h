@@ -6,10 +6,24 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+namespace sensor {
+class KESOrientation;
+}
+
 namespace tool {
+
+/// Longitude and latitude in the header of an ODF, radians.
+struct HeaderAnchor {
+  double longitude;
+  double latitude;
+};
+
+/// Nothing when it was never set.
+std::optional<HeaderAnchor> anchorOf(sensor::KESOrientation const& odf);
 
 /// The command that joins orientation files (ODF) in one EOP file.
 struct OdfMerge {
@@ -17,6 +31,7 @@ struct OdfMerge {
   std::vector<std::string> odfs;
   std::vector<double> anchor;  ///< Longitude and latitude in degrees, height in metres; empty when not given.
   std::vector<std::string> supports;
+  bool force = false;
   bool adjusted = false;
 
   void addTo(CLI::App& command);

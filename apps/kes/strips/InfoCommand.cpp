@@ -56,7 +56,8 @@ StripInfo describe(kes::Strip const& strip) {
 }
 
 Json toJson(Range const& range) {
-  return {{"minimum", range.minimum}, {"maximum", range.maximum}};
+  auto const known = [](float value) { return value < 0.0F ? Json() : Json(value); };
+  return {{"minimum", known(range.minimum)}, {"maximum", known(range.maximum)}};
 }
 
 Json toJson(BandInfo const& info) {
@@ -122,8 +123,8 @@ void printOrientation(kes::Strip const& strip, EopDescription const& eop) {
 }
 
 void printBands(std::vector<BandInfo> const& bands) {
-  std::vector<std::vector<std::string>> rows{{"band", "samples", "lines", "GSD m", "scale", "look deg", "first s",
-                                              "last s", "integration ms", "TDI", "image"}};
+  std::vector<std::vector<std::string>> rows{{"band", "samples", "lines", "GSD m", "across/along", "look deg",
+                                              "first s", "last s", "integration ms", "TDI", "image"}};
   for (BandInfo const& info : bands) {
     kes::Band const& band = info.band;
     rows.push_back({band.id(), std::to_string(band.samples()), std::to_string(band.lines()), fixed(band.gsd(), 4),

@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "shared/Numbers.h"
 #include "shared/StripSet.h"
+#include "strips/GroundSampling.h"
 
 #include <sensor/KESStripModel.h>
 
@@ -34,9 +35,10 @@ struct Direction {
 
 struct BandMeasures {
   std::string id;
-  double lookAngle;  ///< Degrees.
-  double gsd;        ///< Metres.
-  float mapGsd;      ///< In the unit of the map.
+  double lookAngle;          ///< Degrees.
+  double gsd;                ///< Metres.
+  float mapGsd;              ///< In the unit of the map.
+  GroundSampling centreGsd;  ///< In the middle of the image, at the mean terrain height.
   Direction first;
   Direction centre;
   Direction last;
@@ -78,7 +80,9 @@ float gsdOn(kes::Unit const& unit, kes::Band const& band) {
 BandMeasures measuresOf(kes::Strip const& strip, kes::Band const& band, kes::Unit const& unit) {
   double const last = band.samples() - 1.0;
   auto const direction = [&](double sample) { return directionAt(strip.model(), band.index(), sample); };
-  return {band.id(),      band.lookAngle() * degrees, band.gsd(),     gsdOn(unit, band),
+  GroundSampling const gsd =
+      groundSamplingAt(band, {0.5 * last, 0.5 * (band.lines() - 1.0)}, strip.meanTerrainHeight());
+  return {band.id(),      band.lookAngle() * degrees, band.gsd(),     gsdOn(unit, band), gsd,
           direction(0.0), direction(0.5 * last),      direction(last)};
 }
 
@@ -112,6 +116,8 @@ Json toJson(BandMeasures const& band) {
           {"lookAngle", band.lookAngle},
           {"gsd", band.gsd},
           {"mappingGsd", band.mapGsd},
+          {"gsdAcross", band.centreGsd.across},
+          {"gsdAlong", band.centreGsd.along},
           {"first", toJson(band.first)},
           {"centre", toJson(band.centre)},
           {"last", toJson(band.last)}};
@@ -139,11 +145,15 @@ std::string digits(double value) {
 }
 
 void printBands(StripMeasures const& strip) {
-  std::vector<std::vector<std::string>> rows{{"band", "look deg", "GSD m", "GSD " + strip.unit, "azimuth first",
-                                              "centre", "last", "zenith first", "centre", "last"}};
+  std::vector<std::vector<std::string>> rows{{"band", "look deg", "GSD m", "GSD " + strip.unit, "across m", "along m",
+                                              "azimuth first", "centre", "last", "zenith first", "centre", "last"}};
   for (BandMeasures const& band : strip.bands) {
-    std::vector<std::string> row{band.id, fixed(band.lookAngle, 3), fixed(band.gsd, 4),
-                                 digits(static_cast<double>(band.mapGsd))};
+    std::vector<std::string> row{band.id,
+                                 fixed(band.lookAngle, 3),
+                                 fixed(band.gsd, 4),
+                                 digits(static_cast<double>(band.mapGsd)),
+                                 fixed(band.centreGsd.across, 4),
+                                 fixed(band.centreGsd.along, 4)};
     for (double Direction::*const angle : {&Direction::azimuth, &Direction::zenith}) {
       for (Direction const& direction : band.directions()) {
         row.push_back(fixed(direction.*angle, 3));

@@ -12,11 +12,11 @@
 #include <optional>
 #include <string>
 
-namespace kes {
-
-namespace detail {
-class OpenStrip;
+namespace sensor {
+class EOPData;
 }
+
+namespace kes {
 
 /// The angles omega, phi and kappa of the rotation from the ground to the camera, radians.
 struct AttitudeAngles {
@@ -25,11 +25,21 @@ struct AttitudeAngles {
   double kappa;
 };
 
+/// The unit quaternion that turns the ground into the camera, q0 its scalar part; as the file has it, in single
+/// precision.
+struct AttitudeQuaternion {
+  float q0;
+  float q1;
+  float q2;
+  float q3;
+};
+
 /// Where the camera was at a time, in the strip's local system.
 struct TrajectoryPoint {
   double time;  ///< GPS seconds.
   geo::XYZPoint position;
   AttitudeAngles attitude;
+  AttitudeQuaternion quaternion;
   bool isExtrapolated;
 };
 
@@ -39,10 +49,13 @@ struct TrajectoryAccuracy {
   AttitudeAngles attitude;  ///< Radians.
 };
 
-/// The exterior orientation of a loaded strip. A value that is cheap to copy and keeps the strip's data in memory. Any
+/// The exterior orientation of a strip, or of a file of its own. A value that is cheap to copy and keeps its data in memory. Any
 /// number of threads may use one.
 class KESHOST_EXPORT Trajectory {
 public:
+  /// Reads an orientation file, without a strip. Throws std::runtime_error with the message of `sensor::EOPData`.
+  [[nodiscard]] static Trajectory read(std::string const& fileName, bool standardDeviations = false);
+
   /// The file that it was read from.
   [[nodiscard]] std::string const& fileName() const;
   [[nodiscard]] std::size_t size() const;
@@ -65,9 +78,9 @@ public:
 
 private:
   friend class Strip;
-  explicit Trajectory(std::shared_ptr<detail::OpenStrip const> strip);
+  explicit Trajectory(std::shared_ptr<sensor::EOPData const> data);
 
-  std::shared_ptr<detail::OpenStrip const> mStrip;
+  std::shared_ptr<sensor::EOPData const> mData;
 };
 
 }  // namespace kes
