@@ -106,11 +106,8 @@ void addFlight(CLI::App& command, Options& options) {
 
 void addImages(CLI::App& command, Options& options) {
   simulation::FlightPlan& plan = options.flight;
-  CLI::Option* const render =
-      command.add_option("--render", plan.renderedBands, "Band whose image to render, or \"all\"; repeatable")
-          ->type_name("BAND")
-          ->take_all()
-          ->expected(1);
+  CLI::Option* const render = addRepeatable(command, "--render", plan.renderedBands, "BAND",
+                                            "Band whose image to render, or \"all\"; repeatable");
   command
       .add_option("--texture", plan.texture,
                   "What lies on the ground: any raster of GDAL, its first band [shaded terrain]")

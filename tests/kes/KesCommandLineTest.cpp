@@ -52,7 +52,7 @@ TEST(KesCommandLine, SeveralBandsMayFollowOneOption) {
 }
 
 TEST(KesCommandLine, FileAfterABandIsNoBand) {
-  KesRun const run = kes({"closure", "--band", "PANF27A", test::stripA::path("project/cam.stp"), "--calibrations",
+  KesRun const run = kes({"closure", "--band", "PANF27A", test::stripA::path("project/strip_cam.stp"), "--calibrations",
                           test::stripA::path("calibration"), "--grid", "3", "--json"});
   ASSERT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(json::parse(run.out)["bands"].size(), 1U);

@@ -75,7 +75,8 @@ TEST(KesEop, ListingIsNamedAsSuch) {
   std::string const listing = folder / "a.txt";
   ASSERT_EQ(kes({"eop", "convert", test::stripA::path("project/eop/v1_std.eop"), listing, "--to", "ascii"}).code, 0);
   EXPECT_EQ(kes({"eop", "info", listing}).err,
-            "kes: error: " + listing + " is a listing, which can't be read; the binary file that it was made from can\n");
+            "kes: error: " + listing +
+                " is a listing, which can't be read; the binary file that it was made from can\n");
 }
 
 /// An orientation whose records are those of a function of the seconds since its start.

@@ -209,9 +209,9 @@ TEST_F(KesOdf, AnchorIsInDegreesAndMetres) {
 TEST_F(KesOdf, AnchorWithItsNumbersSwappedIsRefused) {
   KesRun const run = merge({odf("PANF27A"), "--anchor", "48.09", "15.58", "408.7"});
   EXPECT_EQ(run.code, 1);
-  EXPECT_THAT(run.err, testing::MatchesRegex("kes: error: are longitude and latitude of --anchor swapped. The header of " +
-                                             odf("PANF27A") +
-                                             " has 15.58[0-9]* 48.0[0-9]*; --force takes the point as it is\n"));
+  EXPECT_THAT(run.err, testing::MatchesRegex(
+                           "kes: error: are longitude and latitude of --anchor swapped. The header of " +
+                           odf("PANF27A") + " has 15.58[0-9]* 48.0[0-9]*; --force takes the point as it is\n"));
   EXPECT_FALSE(std::filesystem::exists(mOut));
   EXPECT_EQ(merge({odf("PANF27A"), "--anchor", "48.09", "15.58", "408.7", "--force"}).code, 0);
   EXPECT_EQ(merge({odf("PANF27A"), "--anchor", "15.9", "48.5", "408.7"}).code, 0);

@@ -92,7 +92,8 @@ protected:
   KesRun five(std::vector<std::string> options, std::string const& last = "63") const {
     std::string const points = mFolder.file("points.gpt", "A 10 20 0\nB 20 20 0\nC 30 20 0\nD 40 20 0\nE 50 20 0\n");
     mFolder.file("PANN00A.ipt", "\"A\" 60 10 1 1 1\n\"B\" 60.1 20 1 1 1\n\"C\" 60.2 30 1 1 1\n\"D\" 60.3 40 1 1 1\n"
-                                "\"E\" " + last + " 50 1 1 1\n");
+                                "\"E\" " +
+                                    last + " 50 1 1 1\n");
     options.insert(options.end(), {"--points", points, "--crs", local});
     return residuals(addStrip("a.stp", "West"), options);
   }
@@ -147,8 +148,8 @@ TEST_F(KesPointsOfFive, CsvHasEachResidualInMetresToo) {
 TEST_F(KesPointsOfFive, DecimalCommasAreNamed) {
   KesRun const run = five({}, "63,5");
   EXPECT_EQ(run.code, 1);
-  EXPECT_EQ(run.err, "kes: error: " + (mFolder / "PANN00A.ipt") +
-                         ":5: \"63,5\" has a decimal comma; numbers take a point\n");
+  EXPECT_EQ(run.err,
+            "kes: error: " + (mFolder / "PANN00A.ipt") + ":5: \"63,5\" has a decimal comma; numbers take a point\n");
   std::string const points = mFolder.file("comma.gpt", "; a note, 1,5\n\"A, 1,5\" 1 2 3\nB 1,5 2 3\n");
   EXPECT_EQ(residuals(addStrip("a.stp", "West"), {"--points", points}).err,
             "kes: error: " + points + ":3: \"1,5\" has a decimal comma; numbers take a point\n");

@@ -38,8 +38,12 @@ protected:
     constexpr double metresPerLatitude = 110900.0;
     test::ElevationRaster raster;
     raster.system = "EPSG:4326";
-    raster.geoTransform = {-1.4 * degrees - 1000.0 / metresPerLongitude, 500.0 / metresPerLongitude, 0.0,
-                           0.6 * degrees + 60.0 / metresPerLatitude,     0.0, -20.0 / metresPerLatitude};
+    raster.geoTransform = {-1.4 * degrees - 1000.0 / metresPerLongitude,
+                           500.0 / metresPerLongitude,
+                           0.0,
+                           0.6 * degrees + 60.0 / metresPerLatitude,
+                           0.0,
+                           -20.0 / metresPerLatitude};
     raster.fill([&](int, int row) { return row == 1 ? 500.0 + ridge : 500.0; });
     return raster.write(mFolder);
   }

@@ -76,7 +76,7 @@ void addCreate(CLI::App& block, std::shared_ptr<Options> const& options, Run& ru
       ->type_name("DEFINITION")
       ->required();
   auto const addFiles = [&](std::string const& option, std::vector<std::string>& files, std::string const& what) {
-    command->add_option(option, files, what)->type_name("FILE")->check(existingFile())->take_all()->expected(1);
+    addRepeatable(*command, option, files, "FILE", what)->check(existingFile());
   };
   addFiles("--dem", plan.elevationModels, "Elevation model; repeatable");
   addFiles("--reference", plan.referenceImages, "Reference image; repeatable");

@@ -128,10 +128,7 @@ void addFootprint(CLI::App& app, Run& run) {
   command->add_option("--dem", options->dem, "Elevation model, any raster that GDAL reads")
       ->type_name("FILE")
       ->required();
-  command->add_option("--band", options->bands, "Band id; repeatable [all bands]")
-      ->type_name("ID")
-      ->take_all()
-      ->expected(1);
+  addRepeatable(*command, "--band", options->bands, "ID", "Band id; repeatable [all bands]");
   command
       ->add_option("-o,--output", options->output,
                    "GeoJSON (.geojson, .json) or GeoPackage (.gpkg), in WGS 84; an older file is replaced")

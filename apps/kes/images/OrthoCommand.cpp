@@ -57,11 +57,8 @@ int ortho(Options const& options) {
 }
 
 void addRequired(CLI::App& command, Options& options) {
-  command.add_option("--band", options.plan.bands, "Band id; repeatable, each becomes a band of the file")
-      ->type_name("ID")
-      ->required()
-      ->take_all()
-      ->expected(1);
+  addRepeatable(command, "--band", options.plan.bands, "ID", "Band id; repeatable, each becomes a band of the file")
+      ->required();
   command.add_option("--dem", options.dem, "Elevation model: any raster of GDAL")->type_name("FILE")->required();
   command.add_option("--crs", options.crs, "Projected or geographic system of the orthophoto, such as EPSG:32616")
       ->type_name("DEF")

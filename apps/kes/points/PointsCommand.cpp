@@ -299,10 +299,8 @@ void addPoints(CLI::App& app, Run& run) {
       "residuals", "Projects ground points into images: measured minus projected positions, in samples and lines");
   command->add_option("BLOCK|STRIP", options->file, "Block or strip file")->required();
   options->camera.addTo(*command);
-  command->add_option("--band", options->bands, "Band id; repeatable, all bands that have measurements without it")
-      ->type_name("ID")
-      ->take_all()
-      ->expected(1);
+  addRepeatable(*command, "--band", options->bands, "ID",
+                "Band id; repeatable, all bands that have measurements without it");
   options->orientation.addTo(*command);
   command
       ->add_option("--points", options->points,

@@ -21,6 +21,11 @@ CLI::Validator existingFolder() {
   return CLI::ExistingDirectory.description("");
 }
 
+CLI::Option* addRepeatable(CLI::App& command, std::string const& name, std::vector<std::string>& values,
+                           std::string const& type, std::string const& what) {
+  return command.add_option(name, values, what)->type_name(type)->take_all()->expected(1)->allow_extra_args(false);
+}
+
 void OrientationOption::addTo(CLI::App& command) {
   addChoice<kes::Orientation>(command, "--orientation", given,
                               {{"adjusted", kes::Orientation::adjusted}, {"original", kes::Orientation::original}},
@@ -51,13 +56,9 @@ void addSolver(CLI::App& command, kes::Solver& solver) {
 }
 
 void CameraOptions::addTo(CLI::App& command) {
-  command
-      .add_option("--calibrations", calibrations,
-                  "Folder with calibrations; repeatable, the last one is searched first [the folder \"calibration\" "
-                  "beside the strip or block file, or in the folder above a strip's]")
-      ->type_name("DIR")
-      ->take_all()
-      ->expected(1)
+  addRepeatable(command, "--calibrations", calibrations, "DIR",
+                "Folder with calibrations; repeatable, the last one is searched first [the folder \"calibration\" "
+                "beside the strip or block file, or in the folder above a strip's]")
       ->check(existingFolder())
       ->group("Camera");
   command.add_option("--settings", settings, "Settings file (INI) in place of the user's own")

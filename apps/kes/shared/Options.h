@@ -39,6 +39,10 @@ CLI::Option* addChoice(CLI::App& command, std::string const& name, Variable& val
   return command.add_option_function<std::string>(name, choose, what)->default_str(usual)->check(CLI::IsMember(names));
 }
 
+/// Adds an option that can be given several times, each time with one value.
+CLI::Option* addRepeatable(CLI::App& command, std::string const& name, std::vector<std::string>& values,
+                           std::string const& type, std::string const& what);
+
 /// The orientation of a strip.
 struct OrientationOption {
   std::optional<kes::Orientation> given;

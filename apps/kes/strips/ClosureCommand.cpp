@@ -218,10 +218,7 @@ void addClosure(CLI::App& app, Run& run) {
   CLI::App* command =
       app.add_subcommand("closure", "Projects a grid of image points at several heights to the ground and back");
   options->strips.addTo(*command);
-  command->add_option("--band", options->bands, "Band id; repeatable, all bands without it")
-      ->type_name("ID")
-      ->take_all()
-      ->expected(1);
+  addRepeatable(*command, "--band", options->bands, "ID", "Band id; repeatable, all bands without it");
   addSolver(*command, options->solver);
   command->add_option("--grid", options->grid, "Points along and across an image")
       ->type_name("N")

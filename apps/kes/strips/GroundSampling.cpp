@@ -13,8 +13,10 @@ namespace tool {
 
 GroundSampling groundSamplingAt(kes::Band const& band, geo::XYPoint const& image, double localHeight) {
   constexpr double lines = 64.0;
-  std::array<geo::XYPoint, 4> const around{
-      {{image.x - 0.5, image.y}, {image.x + 0.5, image.y}, {image.x, image.y - 0.5 * lines}, {image.x, image.y + 0.5 * lines}}};
+  std::array<geo::XYPoint, 4> const around{{{image.x - 0.5, image.y},
+                                            {image.x + 0.5, image.y},
+                                            {image.x, image.y - 0.5 * lines},
+                                            {image.x, image.y + 0.5 * lines}}};
   std::array<geo::XYZPoint, 4> ground;
   std::array<kes::Status, 4> status{};
   kes::ToGroundOptions toGround;
