@@ -25,6 +25,21 @@ std::string refusal(std::string const& definition) {
   return test::messageOf([&] { systemOf(definition); });
 }
 
+/// Why PROJ makes no system of `definition`, in its own words.
+std::string reasonOfProj(std::string const& definition) {
+  std::string reason;
+  PJ_CONTEXT* const context = proj_context_create();
+  proj_log_func(context, &reason, [](void* log, int, char const* message) {
+    std::string& text = *static_cast<std::string*>(log);
+    text += (text.empty() ? "" : "; ") + std::string(message);
+  });
+  EXPECT_EQ(proj_create(context, definition.c_str()), nullptr);
+  proj_context_destroy(context);
+  std::string const caller = "proj_create: ";
+  EXPECT_TRUE(reason.starts_with(caller)) << reason;
+  return reason.substr(caller.size());
+}
+
 /// The root element of an XML text, which lives as long as the document.
 QDomDocument parsed(std::string const& xml) {
   QDomDocument document;
@@ -73,11 +88,26 @@ TEST(CoordSysFactory, RefusesWhatProjRefuses) {
   EXPECT_THAT(refusal(std::string("EPSG:32633\0x", 12)), EndsWith("the definition holds a zero character"));
 }
 
+TEST(CoordSysFactory, RefusesInTheWordsOfProj) {
+  for (std::string const definition : {"EPSG:99999", "nonsense", "PROJCS[\"x\""}) {
+    EXPECT_MESSAGE(systemOf(definition),
+                   "Can't create coordinate system \"" + definition + "\": " + reasonOfProj(definition));
+  }
+  EXPECT_MESSAGE(systemOf("+proj=nonsense"),
+                 "Can't create coordinate system \"+proj=nonsense\": " + reasonOfProj("+proj=nonsense +type=crs"));
+}
+
 TEST(CoordSysFactory, RefusesWhatHasNoPositions) {
   char const* const reason = "it isn't a coordinate reference system of positions on the Earth";
   EXPECT_THAT(refusal("EPSG:5773"), EndsWith(reason));  // heights alone
   EXPECT_THAT(refusal("urn:ogc:def:ellipsoid:EPSG::7030"), EndsWith(reason));
   EXPECT_THAT(refusal("urn:ogc:def:coordinateOperation:EPSG::1671"), EndsWith(reason));
+  EXPECT_THAT(refusal(R"(TIMECRS["a",TDATUM["b",CALENDAR["proleptic Gregorian"],TIMEORIGIN[0000-01-01]],)"
+                      R"(CS[TemporalDateTime,1],AXIS["time",future]])"),
+              EndsWith(reason));
+  EXPECT_THAT(refusal(R"(ENGCRS["a",EDATUM["b"],CS[Cartesian,2],AXIS["x",east,LENGTHUNIT["metre",1]],)"
+                      R"(AXIS["y",north,LENGTHUNIT["metre",1]]])"),
+              EndsWith(reason));
 }
 
 TEST(CoordSysFactory, RefusesADatumThatNothingRelatesToWgs84) {
@@ -188,6 +218,15 @@ TEST(CoordSysFactory, GeographicFormsSurviveXml) {
       expectSameSystem(throughXml(system), system);
     }
   }
+}
+
+TEST(CoordSysFactory, NameOfAGeographicFormMakesNoOtherSystemThatForm) {
+  QDomDocument document;
+  QString wkt = test::geographic(true, false)->toXml(document).attribute("definition");
+  wkt.replace("ANGLEUNIT[\"degree\",0.0174532925199432958]", "ANGLEUNIT[\"radian\",1]");
+  XYZPoint const point = test::converted(systemOf(wkt.toStdString()), test::geographic(), {0.25, 0.75, 10.0});
+  EXPECT_NEAR(point.x, 0.25, 1e-15);
+  EXPECT_NEAR(point.y, 0.75, 1e-15);
 }
 
 TEST(CoordSysFactory, GeographicFormsAreTrueWkt) {
