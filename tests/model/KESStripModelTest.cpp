@@ -54,6 +54,7 @@ TEST_F(StripModel, StripThatIsntLoadedHasItsProjectAndSystems) {
   EXPECT_FALSE(strip->isDataLoaded());
   EXPECT_EQ(strip->name(), "Small");
   EXPECT_EQ(strip->numBands(), 1);
+  EXPECT_EQ(strip->bandID(0), "PANN00A");
   EXPECT_NE(strip->lsrSystem(), nullptr);
   EXPECT_NE(strip->mappingSystem(), nullptr);
   EXPECT_EQ(strip->calibrationGeometry(0), nullptr);

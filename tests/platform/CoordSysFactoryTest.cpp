@@ -6,8 +6,10 @@
 
 #include <QDomDocument>
 #include <QString>
+#include <QStringList>
 
 #include <cstdlib>
+#include <set>
 
 using geo::coordSys;
 using geo::coordSysFactory;
@@ -131,6 +133,8 @@ TEST(CoordSysFactory, RefusesOptionalGridsOfWhichNoneIsInstalled) {
               EndsWith("without the missing grid nosuch.gtx, neither.gtx"));
   EXPECT_THAT(refusal("+proj=utm +zone=33 +ellps=bessel +nadgrids=@nosuch.gsb"),
               EndsWith("without the missing grid nosuch.gsb"));
+  EXPECT_THAT(refusal("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=@nosuch.gtx,neither.gtx"),
+              EndsWith("without the missing grid nosuch.gtx, neither.gtx"));
   XYZPoint out;
   System const second = systemOf("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=@nosuch.gtx,@egm96_15.gtx");
   EXPECT_EQ(coordSys::transform(test::geographic(true, false).get(), second.get(), {15.0, 50.0, 100.0}, out), 0);
@@ -138,6 +142,20 @@ TEST(CoordSysFactory, RefusesOptionalGridsOfWhichNoneIsInstalled) {
   System const none = systemOf("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=@null");  // asked for without a shift
   EXPECT_EQ(coordSys::transform(test::geographic(true, false).get(), none.get(), {15.0, 50.0, 100.0}, out), 0);
   EXPECT_EQ(out.z, 100.0);
+}
+
+TEST(CoordSysFactory, NamesTheMissingGridsAndNoOthers) {
+  for (std::string const definition : {"EPSG:7415", "EPSG:32633+3855"}) {
+    std::string const start =
+        "Can't create coordinate system \"" + definition + "\": no transformation to WGS 84 without the missing grid ";
+    std::string names = refusal(definition);
+    ASSERT_TRUE(names.starts_with(start)) << names;
+    std::set<std::string> seen;
+    for (QString const& name : QString::fromStdString(names.substr(start.size())).split(", ")) {
+      EXPECT_TRUE(seen.insert(name.toStdString()).second) << names;
+      EXPECT_STREQ(proj_grid_info(name.toUtf8().constData()).format, "missing") << names;
+    }
+  }
 }
 
 TEST(CoordSysFactory, AsksNoNetworkForAGrid) {
