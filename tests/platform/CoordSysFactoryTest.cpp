@@ -99,6 +99,13 @@ TEST(CoordSysFactory, RefusesInTheWordsOfProj) {
                  "Can't create coordinate system \"+proj=nonsense\": " + reasonOfProj("+proj=nonsense +type=crs"));
 }
 
+// PROJ has a word on each of the two steps that it can't join.
+TEST(CoordSysFactory, RefusesWhatCantBeTransformedInTheWordsOfProj) {
+  EXPECT_THAT(
+      refusal("+proj=topocentric +datum=WGS84 +lon_0=x +lat_0=1"),
+      testing::MatchesRegex(".*\": PROJ knows no transformation to WGS 84 \\(pipeline: [^;]+; pipeline: [^;()]+\\)"));
+}
+
 TEST(CoordSysFactory, RefusesWhatHasNoPositions) {
   char const* const reason = "it isn't a coordinate reference system of positions on the Earth";
   EXPECT_THAT(refusal("EPSG:5773"), EndsWith(reason));  // heights alone

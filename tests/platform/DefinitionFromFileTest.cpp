@@ -162,19 +162,18 @@ TEST_F(DefinitionFromFile, SlashesInNamesAreNoPaths) {
 }
 
 TEST_F(DefinitionFromFile, SlashesInNamesBetweenTypographicQuotationMarksAreNoPaths) {
-  std::string wkt = boundWkt("ntf_r93.gsb");
-  std::string const name = "\"a / b\"";
-  EXPECT_NO_THROW(fromFile(wkt.replace(wkt.find(name), name.size(),
-                                       "\xE2\x80\x9C"
-                                       "a / b"
-                                       "\xE2\x80\x9D")));
+  // After the first name the quotation marks are plain ones again.
+  QString const wkt = QString::fromStdString(boundWkt("ntf_r93.gsb"))
+                          .replace("\"a / b\"", QString(QChar(0x201C)) + "a / b" + QChar(0x201D))
+                          .replace("\"c\"", "\"c / d\"");
+  EXPECT_NO_THROW(fromFile(wkt.toStdString()));
 }
 
 /// PROJ itself refuses these definitions, for other reasons.
 TEST_F(DefinitionFromFile, OnlyStringsOfNodesThatNameFilesMayBePaths) {
   for (char const* const definition :
        {R"(VERT_CS["a",EXTENSION["PROJ4_GRIDS","b"],"c/d"])", R"(VERT_CS("a",EXTENSION("PROJ4_GRIDS","b"),"c/d"))",
-        R"(EXTENSION["a"]"b/c")", "[a/b", R"({"value":1,"x":"a/b"})"}) {
+        R"(EXTENSION["a"]"b/c")", R"(x[]]]"b/c")", "[a/b", R"({"value":1,"x":"a/b"})"}) {
     std::string const reason = refusal(definition);
     EXPECT_NE(reason, PATH) << definition;
     EXPECT_NE(reason, "") << definition;

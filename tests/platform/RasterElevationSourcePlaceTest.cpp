@@ -258,6 +258,19 @@ TEST_F(RasterElevationPlace, RasterAroundTheGlobeWithAStepOfFewDigitsHasNoSeam) 
   }
 }
 
+TEST_F(RasterElevationPlace, ShearedRasterAroundTheGlobeIsNoRing) {
+  for (std::size_t const shear : {2U, 4U}) {
+    ElevationRaster raster;
+    raster.system = "EPSG:4326";
+    raster.columns = 36;
+    raster.rows = 1;
+    raster.geoTransform = {-180.0, 10.0, 0.0, 10.0, 0.0, -10.0};
+    raster.geoTransform[shear] = 0.5;
+    raster.fill([](int column, int) { return column == 0 ? 1.0 : 3.0; });
+    EXPECT_EQ(heightAt(source(raster), raster.at(0.1, 0.5)), 1.0F) << shear;
+  }
+}
+
 TEST_F(RasterElevationPlace, RasterAlmostAroundTheGlobeEndsAtItsEdges) {
   ElevationRaster raster;
   raster.system = "EPSG:4326";
