@@ -114,7 +114,9 @@ TEST(XmlMarkup, EndsAreLookedForAfterTheWholeOpening) {
   EXPECT_EQ(nodes("<!----><a/>"), 2);
   EXPECT_EQ(nodes("<!---> <a/> -->"), 1);
   EXPECT_EQ(nodes("<![CDATA[]]><a/>"), 2);
-  EXPECT_EQ(nodes("<??><a/>"), 2);
+  EXPECT_EQ(nodes("<?"
+                  "?><a/>"),
+            2);
   EXPECT_EQ(nodes("<?> <a/> ?>"), 1);
 }
 

@@ -27,6 +27,7 @@ std::vector<System> kinds() {
   std::vector<System> systems;
   systems.push_back(localSystem({0.26, 0.87, 300.0}));
   systems.push_back(geographic());
+  systems.push_back(geographic(true, true));
   systems.push_back(systemOf("EPSG:4978"));
   systems.push_back(systemOf("EPSG:32633"));
   systems.push_back(systemOf("EPSG:31467"));  // PROJ chooses among operations by the place
