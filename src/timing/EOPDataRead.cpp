@@ -135,16 +135,25 @@ std::optional<OldHeader> readOldHeader(InputFile& file) {
                    {real(anchor), real(anchor + 8), real(anchor + 16)}};
 }
 
-// The parameter block, up to its end or a zero byte; nothing when the file can't have it.
+// The parameter block, up to its end or its first zero byte; nothing when the file can't have it. Whatever length the
+// header claims, no more than a piece is read after the zero byte.
 std::optional<std::string> readBlock(InputFile& file, std::int64_t offset, std::int64_t length) {
   if (length < 0 || length > std::min(file.size() - offset, maxProjectFileSize)) {
     return std::nullopt;
   }
-  std::string block(static_cast<std::size_t>(length), '\0');
-  if (!file.read(offset, block.data(), length)) {
-    return std::nullopt;
+  constexpr std::int64_t pieceSize = 1 << 16;
+  std::string block;
+  for (std::int64_t done = 0; done < length; done += pieceSize) {
+    std::string piece(static_cast<std::size_t>(std::min(pieceSize, length - done)), '\0');
+    if (!file.read(offset + done, piece.data(), static_cast<std::int64_t>(piece.size()))) {
+      return std::nullopt;
+    }
+    auto const zero = piece.find('\0');
+    block.append(piece, 0, zero);
+    if (zero != std::string::npos) {
+      break;
+    }
   }
-  block.resize(std::min(block.size(), block.find('\0')));
   return block;
 }
 

@@ -109,6 +109,25 @@ TEST(XmlMarkup, CountsAllThatADocumentModelMakesAnObjectOf) {
   EXPECT_EQ(nodes(wide("<a b='c'><d/></a>", true, false)), 3);
 }
 
+// What opens a comment, a section or an instruction can't be part of what closes it; the shortest of each are closed.
+TEST(XmlMarkup, EndsAreLookedForAfterTheWholeOpening) {
+  EXPECT_EQ(nodes("<!----><a/>"), 2);
+  EXPECT_EQ(nodes("<!---> <a/> -->"), 1);
+  EXPECT_EQ(nodes("<![CDATA[]]><a/>"), 2);
+  EXPECT_EQ(nodes("<?"
+                  "?><a/>"),
+            2);
+  EXPECT_EQ(nodes("<?> <a/> ?>"), 1);
+}
+
+TEST(XmlMarkup, WideTextIsReadCharacterByCharacter) {
+  EXPECT_EQ(nodes(wide("<a/><", false, false)), 2);
+  EXPECT_EQ(nodes(wide("<a/>", false, false) + "<"), 1);  // half a character
+  // A character that isn't ASCII is one all the same, but a zero character is none.
+  EXPECT_EQ(nodes(wide("<\xE2\x82\xAC!-- a='1' -->", false, true)), 2);
+  EXPECT_EQ(nodes(wide(QByteArray("<\0!-- a='1' -->", 15), false, true)), 1);
+}
+
 TEST(XmlMarkup, MoreNodesThanAsked) {
   EXPECT_EQ(sensor::xmlMarkupRefusal(QByteArray("<a b='c'/>"), 2), QString());
   EXPECT_EQ(sensor::xmlMarkupRefusal(QByteArray("<a b='c'/>"), 1).toStdString(),
@@ -152,6 +171,11 @@ TEST(XmlMarkup, OtherEncodingsAreRefused) {
     EXPECT_EQ(refusal(wide(text, false, false)), reason);
     EXPECT_EQ(refusal(wide(text, true, true)), reason);
   }
+}
+
+TEST(XmlMarkup, OnlyTheDeclarationDeclaresAnEncoding) {
+  EXPECT_EQ(refusal("<a b=' encoding=\"x\" '/><?p?>"), "");
+  EXPECT_EQ(refusal(" <?xml version='1.0' encoding='x'?><a/>"), "");
 }
 
 TEST(XmlMarkup, Utf32IsRefused) {

@@ -162,7 +162,8 @@ TEST_F(BlockReading, CalibrationsGoInFrontForAllStripsOfTheFile) {
   std::string const strips = twoStrips();
   CameraFactory::instance()->clearSearchPaths();
   std::vector<std::string> expected = CameraFactory::instance()->searchPaths();
-  auto const block = read(strips + test::utm33 + "<Calibration location=\" calibration \"/>");
+  auto const block =
+      read(strips + test::utm33 + "<Calibration location=\" calibration \"/><Else location=\"calibration\"/>");
   EXPECT_EQ(block->numStrips(), 2);
   expected.insert(expected.begin(), mFolder / "calibration");
   EXPECT_EQ(CameraFactory::instance()->searchPaths(), expected);

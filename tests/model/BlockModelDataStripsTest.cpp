@@ -6,6 +6,7 @@
 
 #include <QDomElement>
 
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <type_traits>
@@ -361,6 +362,20 @@ TEST_F(BlockBands, AskingForSensorsTakesTheAdjustedOrientation) {
   std::vector<std::string> sensors;
   mBlock.bandsPerSensor(bands, sensors);
   EXPECT_TRUE(mBlock.strip("A")->isUseAdjustedEOP());
+}
+
+// The file says where its standard deviations are, but ends before.
+TEST_F(BlockBands, AskingForSensorsLoadsNoStandardDeviations) {
+  std::string const strip = stripOf("A", {mAll[0]});
+  std::string eop = test::contents(mFolder / "flight.eop");
+  std::int32_t const offset = 1 << 30;
+  std::memcpy(&eop[12], &offset, sizeof offset);
+  mFolder.file("flight.eop", eop);
+  attachFile(strip);
+  std::vector<std::vector<std::string>> bands;
+  std::vector<std::string> sensors;
+  mBlock.bandsPerSensor(bands, sensors);
+  EXPECT_THAT(sensors, ElementsAre("KESA0"));
 }
 
 TEST_F(BlockBands, AskingForSensorsLeavesTheOrientationOfALoadedStrip) {

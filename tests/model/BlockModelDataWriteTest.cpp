@@ -159,6 +159,14 @@ TEST_F(BlockWriting, StripsElsewhereKeepTheirNames) {
   // A separator has to follow the path: the start of a folder's name is another folder.
   EXPECT_EQ(stripName("north.stp", mFolder.path().substr(0, mFolder.path().size() - 1)), mFolder / "north.stp");
   EXPECT_EQ(stripName("north.stp", mFolder / ""), mFolder / "north.stp");
+  // Nor does a separator at that place do without the path before it.
+  std::string neighbour = mFolder.path();
+  neighbour.back() = neighbour.back() == 'a' ? 'b' : 'a';
+  EXPECT_EQ(stripName("north.stp", neighbour), mFolder / "north.stp");
+}
+
+TEST_F(BlockWriting, BlockWithoutFileAndDataPathHasNoLocation) {
+  EXPECT_EQ(element(BlockModelData()).find("location="), std::string::npos);
 }
 
 TEST_F(BlockWriting, NullWriterIsIgnored) {

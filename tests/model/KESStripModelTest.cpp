@@ -40,6 +40,11 @@ TEST_F(StripModel, PlaceHolderAnswersForWhatItHas) {
   EXPECT_FALSE(none.isDataLoaded());
   EXPECT_FALSE(none.isValid());
   EXPECT_FALSE(none.isAdjustedEOPFile());
+  EXPECT_FALSE(none.isUseAdjustedEOP());
+  EXPECT_FALSE(none.isUseOriginalEOP());
+  std::vector<std::string> bands{"X"};
+  none.bandIDs(bands);
+  EXPECT_EQ(bands, std::vector<std::string>{"X"});
   EXPECT_EQ(none.meanFlyingHeight(), 0.0);
   EXPECT_EQ(none.calibrationGeometry(0), nullptr);
 }
@@ -49,6 +54,7 @@ TEST_F(StripModel, StripThatIsntLoadedHasItsProjectAndSystems) {
   EXPECT_FALSE(strip->isDataLoaded());
   EXPECT_EQ(strip->name(), "Small");
   EXPECT_EQ(strip->numBands(), 1);
+  EXPECT_EQ(strip->bandID(0), "PANN00A");
   EXPECT_NE(strip->lsrSystem(), nullptr);
   EXPECT_NE(strip->mappingSystem(), nullptr);
   EXPECT_EQ(strip->calibrationGeometry(0), nullptr);
@@ -76,6 +82,11 @@ TEST_F(StripModel, StripOutsideABlockIsNotValid) {
   strip->setParentBlock(reinterpret_cast<sensor::BlockModelData*>(&block));
   EXPECT_TRUE(strip->isValid());
   EXPECT_EQ(static_cast<void*>(strip->parentBlock()), &block);
+  strip->setMappingSystem(nullptr);
+  EXPECT_FALSE(strip->isValid());
+  KESStripModel none;
+  none.setParentBlock(reinterpret_cast<sensor::BlockModelData*>(&block));
+  EXPECT_FALSE(none.isValid());
 }
 
 TEST_F(StripModel, BlockIsStoredByItsConstructor) {
@@ -83,6 +94,61 @@ TEST_F(StripModel, BlockIsStoredByItsConstructor) {
   KESStripModel const strip(mStrip.write(mFolder), reinterpret_cast<sensor::BlockModelData*>(&block), false, false,
                             false);
   EXPECT_TRUE(strip.isValid());
+}
+
+class StripWithTwoOrientations : public StripModel {
+protected:
+  StripWithTwoOrientations() {
+    mStrip.eop = "<EOP filename=\"flight.eop\" filename_adjusted=\"adjusted.eop\"/>";
+    mStrip.writeEop(mFolder, "adjusted.eop", 5.0);
+    mName = mStrip.write(mFolder);
+  }
+  std::string mName;
+};
+
+TEST_F(StripWithTwoOrientations, EachFlagOfTheConstructorsHasItsPlace) {
+  for (bool const load : {false, true}) {
+    for (bool const useOriginal : {false, true}) {
+      for (bool const loadStdDevs : {false, true}) {
+        KESStripModel const alone(mName, load, useOriginal, loadStdDevs);
+        KESStripModel const inBlock(mName, nullptr, load, useOriginal, loadStdDevs);
+        for (KESStripModel const* strip : {&alone, &inBlock}) {
+          EXPECT_EQ(strip->isDataLoaded(), load);
+          EXPECT_EQ(strip->isUseOriginalEOP(), useOriginal);
+          EXPECT_EQ(strip->isUseAdjustedEOP(), !useOriginal);
+          EXPECT_EQ(strip->eop()->isStdDevLoaded(), load && loadStdDevs);
+          EXPECT_TRUE(strip->isAdjustedEOPFile());
+        }
+      }
+    }
+  }
+}
+
+TEST_F(StripWithTwoOrientations, EachFlagOfLoadingHasItsPlace) {
+  KESStripModel strip(mName, false, false, false);
+  strip.loadData(true, false);
+  EXPECT_TRUE(strip.isUseOriginalEOP());
+  EXPECT_FALSE(strip.eop()->isStdDevLoaded());
+  strip.loadData(false, true);
+  EXPECT_TRUE(strip.isUseAdjustedEOP());
+  EXPECT_TRUE(strip.eop()->isStdDevLoaded());
+}
+
+TEST_F(StripModel, StripOfOneOrientationHasNoAdjustedOne) {
+  auto const strip = model();
+  EXPECT_FALSE(strip->isAdjustedEOPFile());
+  EXPECT_TRUE(strip->isUseOriginalEOP());
+  EXPECT_FALSE(strip->isUseAdjustedEOP());
+}
+
+// The image begins at pixel 5 of the camera's line, whose middle is pixel 50.
+TEST_F(StripModel, FocalPositionIsThatOfTheCamerasPixel) {
+  mStrip.bands = {{"PANF27A", 25.0, false, "swath=\"90\" offset=\"5\""}};
+  auto const strip = model();
+  geo::XYPoint focal;
+  strip->imageToFocal({10.0, 77.0}, 0, focal);
+  EXPECT_NEAR(focal.x, 0.025, 1e-9);
+  EXPECT_NEAR(focal.y, (10.0 + 5.0 - 50.0) * 1e-4, 1e-9);
 }
 
 TEST_F(StripModel, FailingStripFileLeavesTheConstructor) {

@@ -6,8 +6,10 @@
 
 #include <QDomDocument>
 #include <QString>
+#include <QStringList>
 
 #include <cstdlib>
+#include <set>
 
 using geo::coordSys;
 using geo::coordSysFactory;
@@ -23,6 +25,21 @@ namespace {
 /// The message with which `definition` is refused.
 std::string refusal(std::string const& definition) {
   return test::messageOf([&] { systemOf(definition); });
+}
+
+/// Why PROJ makes no system of `definition`, in its own words.
+std::string reasonOfProj(std::string const& definition) {
+  std::string reason;
+  PJ_CONTEXT* const context = proj_context_create();
+  proj_log_func(context, &reason, [](void* log, int, char const* message) {
+    std::string& text = *static_cast<std::string*>(log);
+    text += (text.empty() ? "" : "; ") + std::string(message);
+  });
+  EXPECT_EQ(proj_create(context, definition.c_str()), nullptr);
+  proj_context_destroy(context);
+  std::string const caller = "proj_create: ";
+  EXPECT_TRUE(reason.starts_with(caller)) << reason;
+  return reason.substr(caller.size());
 }
 
 /// The root element of an XML text, which lives as long as the document.
@@ -73,11 +90,33 @@ TEST(CoordSysFactory, RefusesWhatProjRefuses) {
   EXPECT_THAT(refusal(std::string("EPSG:32633\0x", 12)), EndsWith("the definition holds a zero character"));
 }
 
+TEST(CoordSysFactory, RefusesInTheWordsOfProj) {
+  for (std::string const definition : {"EPSG:99999", "nonsense", "PROJCS[\"x\""}) {
+    EXPECT_MESSAGE(systemOf(definition),
+                   "Can't create coordinate system \"" + definition + "\": " + reasonOfProj(definition));
+  }
+  EXPECT_MESSAGE(systemOf("+proj=nonsense"),
+                 "Can't create coordinate system \"+proj=nonsense\": " + reasonOfProj("+proj=nonsense +type=crs"));
+}
+
+// PROJ has a word on each of the two steps that it can't join.
+TEST(CoordSysFactory, RefusesWhatCantBeTransformedInTheWordsOfProj) {
+  EXPECT_THAT(
+      refusal("+proj=topocentric +datum=WGS84 +lon_0=x +lat_0=1"),
+      testing::MatchesRegex(".*\": PROJ knows no transformation to WGS 84 \\(pipeline: [^;]+; pipeline: [^;()]+\\)"));
+}
+
 TEST(CoordSysFactory, RefusesWhatHasNoPositions) {
   char const* const reason = "it isn't a coordinate reference system of positions on the Earth";
   EXPECT_THAT(refusal("EPSG:5773"), EndsWith(reason));  // heights alone
   EXPECT_THAT(refusal("urn:ogc:def:ellipsoid:EPSG::7030"), EndsWith(reason));
   EXPECT_THAT(refusal("urn:ogc:def:coordinateOperation:EPSG::1671"), EndsWith(reason));
+  EXPECT_THAT(refusal(R"(TIMECRS["a",TDATUM["b",CALENDAR["proleptic Gregorian"],TIMEORIGIN[0000-01-01]],)"
+                      R"(CS[TemporalDateTime,1],AXIS["time",future]])"),
+              EndsWith(reason));
+  EXPECT_THAT(refusal(R"(ENGCRS["a",EDATUM["b"],CS[Cartesian,2],AXIS["x",east,LENGTHUNIT["metre",1]],)"
+                      R"(AXIS["y",north,LENGTHUNIT["metre",1]]])"),
+              EndsWith(reason));
 }
 
 TEST(CoordSysFactory, RefusesADatumThatNothingRelatesToWgs84) {
@@ -101,6 +140,8 @@ TEST(CoordSysFactory, RefusesOptionalGridsOfWhichNoneIsInstalled) {
               EndsWith("without the missing grid nosuch.gtx, neither.gtx"));
   EXPECT_THAT(refusal("+proj=utm +zone=33 +ellps=bessel +nadgrids=@nosuch.gsb"),
               EndsWith("without the missing grid nosuch.gsb"));
+  EXPECT_THAT(refusal("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=@nosuch.gtx,neither.gtx"),
+              EndsWith("without the missing grid nosuch.gtx, neither.gtx"));
   XYZPoint out;
   System const second = systemOf("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=@nosuch.gtx,@egm96_15.gtx");
   EXPECT_EQ(coordSys::transform(test::geographic(true, false).get(), second.get(), {15.0, 50.0, 100.0}, out), 0);
@@ -108,6 +149,20 @@ TEST(CoordSysFactory, RefusesOptionalGridsOfWhichNoneIsInstalled) {
   System const none = systemOf("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=@null");  // asked for without a shift
   EXPECT_EQ(coordSys::transform(test::geographic(true, false).get(), none.get(), {15.0, 50.0, 100.0}, out), 0);
   EXPECT_EQ(out.z, 100.0);
+}
+
+TEST(CoordSysFactory, NamesTheMissingGridsAndNoOthers) {
+  for (std::string const definition : {"EPSG:7415", "EPSG:32633+3855"}) {
+    std::string const start =
+        "Can't create coordinate system \"" + definition + "\": no transformation to WGS 84 without the missing grid ";
+    std::string names = refusal(definition);
+    ASSERT_TRUE(names.starts_with(start)) << names;
+    std::set<std::string> seen;
+    for (QString const& name : QString::fromStdString(names.substr(start.size())).split(", ")) {
+      EXPECT_TRUE(seen.insert(name.toStdString()).second) << names;
+      EXPECT_STREQ(proj_grid_info(name.toUtf8().constData()).format, "missing") << names;
+    }
+  }
 }
 
 TEST(CoordSysFactory, AsksNoNetworkForAGrid) {
@@ -188,6 +243,15 @@ TEST(CoordSysFactory, GeographicFormsSurviveXml) {
       expectSameSystem(throughXml(system), system);
     }
   }
+}
+
+TEST(CoordSysFactory, NameOfAGeographicFormMakesNoOtherSystemThatForm) {
+  QDomDocument document;
+  QString wkt = test::geographic(true, false)->toXml(document).attribute("definition");
+  wkt.replace("ANGLEUNIT[\"degree\",0.0174532925199432958]", "ANGLEUNIT[\"radian\",1]");
+  XYZPoint const point = test::converted(systemOf(wkt.toStdString()), test::geographic(), {0.25, 0.75, 10.0});
+  EXPECT_NEAR(point.x, 0.25, 1e-15);
+  EXPECT_NEAR(point.y, 0.75, 1e-15);
 }
 
 TEST(CoordSysFactory, GeographicFormsAreTrueWkt) {

@@ -3,6 +3,10 @@
 
 #include "CoordSysSupport.h"
 
+#include <geo/units.h>
+
+#include <QDomElement>
+
 #include <limits>
 
 using geo::coordSys;
@@ -23,6 +27,7 @@ std::vector<System> kinds() {
   std::vector<System> systems;
   systems.push_back(localSystem({0.26, 0.87, 300.0}));
   systems.push_back(geographic());
+  systems.push_back(geographic(true, true));
   systems.push_back(systemOf("EPSG:4978"));
   systems.push_back(systemOf("EPSG:32633"));
   systems.push_back(systemOf("EPSG:31467"));  // PROJ chooses among operations by the place
@@ -45,7 +50,52 @@ std::vector<XYZPoint> inSystem(System const& system, std::vector<XYZPoint> point
   return points;
 }
 
+/// Longitude, latitude and height, said to be straight axes: a kind that leaves the way to geocentric coordinates to
+/// its base.
+class Straight final : public coordSys {
+  geo::units const& verticalUnits() const override { return mUnits; }
+  geo::units const& horizontalUnits() const override { return mUnits; }
+  QDomElement toXml(QDomDocument& /*document*/) const override { return {}; }
+  void toGeodetic(XYZPoint* /*points*/, std::size_t /*n*/) const override {}
+  void fromGeodetic(XYZPoint* points, std::size_t n) const override {
+    for (std::size_t i = 0; i < n; ++i) {
+      points[i].z += 0.5;  // so that it shows
+    }
+  }
+  bool hasStraightAxes() const override { return true; }
+
+  geo::units mUnits{"metre", 1.0};
+};
+
 }  // namespace
+
+TEST(CoordSysTransform, KindNeedsNoFormOfItsOwnForGeocentricCoordinates) {
+  Straight const straight;
+  System const geocentric = systemOf("EPSG:4978");
+  auto const ground = places(3);
+  auto const expected = inSystem(geocentric, ground);
+  std::vector<XYZPoint> out(3);
+  ASSERT_EQ(coordSys::transform(&straight, geocentric.get(), ground.data(), out.data(), 3), 0);
+  EXPECT_TRUE(test::sameBits(out, expected));
+  ASSERT_EQ(coordSys::transform(geocentric.get(), &straight, expected.data(), out.data(), 3), 0);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_NEAR(out[i].x, ground[i].x, 1e-15);
+    EXPECT_NEAR(out[i].y, ground[i].y, 1e-15);
+    EXPECT_NEAR(out[i].z, ground[i].z + 0.5, 1e-8);
+  }
+}
+
+// The axes of both are parallel where the equator meets Greenwich, so that only a subtraction lies between them.
+TEST(CoordSysTransform, BetweenStraightAxesNothingIsRoundedToAngles) {
+  System const local = localSystem({0.0, 0.0, 0.0});
+  System const geocentric = systemOf("EPSG:4978");
+  for (int i = 1; i < 20; ++i) {
+    XYZPoint const point = converted(geocentric, local, {test::A84 + 0.25 * i, 1000.125 * i, -3000.5 * i});
+    EXPECT_EQ(point.x, 1000.125 * i);
+    EXPECT_EQ(point.y, -3000.5 * i);
+    EXPECT_EQ(point.z, 0.25 * i);
+  }
+}
 
 TEST(CoordSysTransform, ManyPointsGiveTheBitsOfSingleOnes) {
   auto const systems = kinds();

@@ -161,6 +161,32 @@ TEST_F(DefinitionFromFile, SlashesInNamesAreNoPaths) {
   ASSERT_THAT(json, testing::HasSubstr("WGS 84 / UTM zone 33N"));
 }
 
+TEST_F(DefinitionFromFile, SlashesInNamesBetweenTypographicQuotationMarksAreNoPaths) {
+  // After the first name the quotation marks are plain ones again.
+  QString const wkt = QString::fromStdString(boundWkt("ntf_r93.gsb"))
+                          .replace("\"a / b\"", QString(QChar(0x201C)) + "a / b" + QChar(0x201D))
+                          .replace("\"c\"", "\"c / d\"");
+  EXPECT_NO_THROW(fromFile(wkt.toStdString()));
+}
+
+/// PROJ itself refuses these definitions, for other reasons.
+TEST_F(DefinitionFromFile, OnlyStringsOfNodesThatNameFilesMayBePaths) {
+  for (char const* const definition :
+       {R"(VERT_CS["a",EXTENSION["PROJ4_GRIDS","b"],"c/d"])", R"(VERT_CS("a",EXTENSION("PROJ4_GRIDS","b"),"c/d"))",
+        R"(EXTENSION["a"]"b/c")", R"(x[]]]"b/c")", "[a/b", R"({"value":1,"x":"a/b"})"}) {
+    std::string const reason = refusal(definition);
+    EXPECT_NE(reason, PATH) << definition;
+    EXPECT_NE(reason, "") << definition;
+  }
+}
+
+TEST_F(DefinitionFromFile, ASlashAloneIsAPath) {
+  EXPECT_EQ(refusal(boundWkt("/a")), PATH);
+  EXPECT_EQ(refusal(boundWkt("a/")), PATH);
+  EXPECT_EQ(refusal(boundWkt("a\\")), PATH);
+  EXPECT_EQ(refusal(boundJson("/")), PATH);
+}
+
 TEST_F(DefinitionFromFile, PathsInJsonAreRefused) {
   std::string const pipe = fifo("pipe");
   EXPECT_EQ(refusal(boundJson(pipe)), PATH);

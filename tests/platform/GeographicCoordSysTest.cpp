@@ -133,6 +133,42 @@ TEST(GeographicCoordSys, LatitudeBeyondAPoleIsNoPlace) {
   EXPECT_EQ(out.y, -PI / 2);
 }
 
+// Conversions may round beyond a pole by a millionth of a millionth of a radian.
+TEST(GeographicCoordSys, LatitudeALittleBeyondAPoleIsThePole) {
+  double const limit = 0.5 * PI + 1e-12;
+  XYZPoint out;
+  for (double const sign : {-1.0, 1.0}) {
+    EXPECT_EQ(coordSys::transform(geographic().get(), systemOf("EPSG:4978").get(), {0.1, sign * limit, 0.0}, out), 0);
+    EXPECT_NEAR(out.z, sign * B84, 1e-8);
+    EXPECT_NE(coordSys::transform(geographic().get(), systemOf("EPSG:4978").get(),
+                                  {0.1, sign * std::nextafter(limit, 2.0), 0.0}, out),
+              0);
+  }
+}
+
+// Files of earlier versions hold these texts.
+TEST(GeographicCoordSys, DefinitionsOfTheFormsStay) {
+  std::string const start = R"(GEOGCRS["WGS 84 ()";
+  std::string const middle =
+      R"-(, height)",DATUM["World Geodetic System 1984",ELLIPSOID["WGS 84",6378137,298.257223563,)-"
+      R"(LENGTHUNIT["metre",1]]],PRIMEM["Greenwich",0],CS[ellipsoidal,3],)";
+  std::string const end = R"(,AXIS["ellipsoidal height",up,ORDER[3],LENGTHUNIT["metre",1]]])";
+  std::string const degree = R"(ANGLEUNIT["degree",0.0174532925199432958]])";
+  std::string const radian = R"(ANGLEUNIT["radian",1]])";
+  EXPECT_EQ(geographic(false, false)->definition(), start + "longitude, latitude in radians" + middle +
+                                                        R"(AXIS["longitude",east,ORDER[1],)" + radian +
+                                                        R"(,AXIS["latitude",north,ORDER[2],)" + radian + end);
+  EXPECT_EQ(geographic(true, false)->definition(), start + "longitude, latitude in degrees" + middle +
+                                                       R"(AXIS["longitude",east,ORDER[1],)" + degree +
+                                                       R"(,AXIS["latitude",north,ORDER[2],)" + degree + end);
+  EXPECT_EQ(geographic(false, true)->definition(), start + "latitude, longitude in radians" + middle +
+                                                       R"(AXIS["latitude",north,ORDER[1],)" + radian +
+                                                       R"(,AXIS["longitude",east,ORDER[2],)" + radian + end);
+  EXPECT_EQ(geographic(true, true)->definition(), start + "latitude, longitude in degrees" + middle +
+                                                      R"(AXIS["latitude",north,ORDER[1],)" + degree +
+                                                      R"(,AXIS["longitude",east,ORDER[2],)" + degree + end);
+}
+
 TEST(GeographicCoordSys, Wgs84OfProjIsTheSameSystem) {
   XYZPoint const place(0.25, -0.75, 321.0);
   XYZPoint const expected = converted(geographic(), geographic(true, false), place);

@@ -7,6 +7,9 @@
 
 #include <geo/units.h>
 
+#include <cmath>
+#include <numbers>
+
 namespace {
 
 using dsm::RasterElevationSource;
@@ -90,6 +93,23 @@ TEST_F(RasterElevationPlace, BoundsOfATurnedRasterHoldAllItsCorners) {
   EXPECT_EQ(bounds.maximum.y, 5400030.0);
 }
 
+TEST_F(RasterElevationPlace, BoundsHoldRowsAndColumnsOfAllDirections) {
+  auto raster = planeRaster();
+  raster.geoTransform = {500000.0, -8.0, -3.0, 5400000.0, -6.0, -4.0};
+  auto const below = source(raster).bounds();
+  // 5 columns and 4 rows: -40 - 12 and -30 - 16.
+  EXPECT_EQ(below.minimum.x, 499948.0);
+  EXPECT_EQ(below.maximum.x, 500000.0);
+  EXPECT_EQ(below.minimum.y, 5399954.0);
+  EXPECT_EQ(below.maximum.y, 5400000.0);
+  raster.geoTransform = {500000.0, 8.0, 3.0, 5400000.0, 6.0, 4.0};
+  auto const above = source(raster).bounds();
+  EXPECT_EQ(above.minimum.x, 500000.0);
+  EXPECT_EQ(above.maximum.x, 500052.0);
+  EXPECT_EQ(above.minimum.y, 5400000.0);
+  EXPECT_EQ(above.maximum.y, 5400046.0);
+}
+
 TEST_F(RasterElevationPlace, GridIsThatOfTheFile) {
   auto raster = planeRaster();
   raster.geoTransform = {500000.0, 8.0, 3.0, 5400000.0, 6.0, -4.0};
@@ -163,6 +183,30 @@ TEST_F(RasterElevationPlace, TurnIsInTheSystemsOwnUnit) {
   EXPECT_EQ(heightAt(dem, {12.5 - 360.0, 49.25, 0.0}), std::nullopt);
 }
 
+// The size of the grad has so many digits in the system that a turn of them comes out 1.7e-12 grads too long: that is
+// 17 times the margin of these cells.
+TEST_F(RasterElevationPlace, TurnOfGradsIsWhole) {
+  auto raster = degrees();
+  raster.system = "EPSG:4807";
+  raster.geoTransform[1] = 1e-7;
+  auto const dem = source(raster);
+  EXPECT_EQ(heightAt(dem, {10.0 + 400.0, 49.25, 0.0}), static_cast<float>(plane(0.5, 1.5)));
+  EXPECT_EQ(heightAt(dem, {10.0 + 5e-7 + 400.0, 49.25, 0.0}), static_cast<float>(plane(4.5, 1.5)));
+}
+
+// GeoTIFF makes degrees of radians.
+TEST_F(RasterElevationPlace, TurnOfRadiansIsNotWhole) {
+  auto raster = degrees();
+  raster.driver = "ENVI";
+  raster.system = R"(GEOGCS["radians",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563]],)"
+                  R"(PRIMEM["Greenwich",0],UNIT["radian",1]])";
+  raster.geoTransform = {0.5, 0.1, 0.0, 0.9, 0.0, -0.1};
+  auto const dem = source(raster);
+  EXPECT_NEAR(heightAt(dem, {0.75 - 2.0 * std::numbers::pi, 0.75, 0.0}).value_or(0.0F), plane(2.5, 1.5), 2e-5);
+  EXPECT_NEAR(heightAt(dem, {0.75 + 2.0 * std::numbers::pi, 0.75, 0.0}).value_or(0.0F), plane(2.5, 1.5), 2e-5);
+  EXPECT_EQ(heightAt(dem, {0.75 - 6.0, 0.75, 0.0}), std::nullopt);
+}
+
 TEST_F(RasterElevationPlace, EastingsHaveNoTurn) {
   auto raster = planeRaster();
   raster.geoTransform[0] = 10.0;
@@ -183,6 +227,22 @@ TEST_F(RasterElevationPlace, RasterAroundTheGlobeHasNoSeam) {
   EXPECT_EQ(heightAt(dem, {180.0, 0.0, 0.0}), 50.0F + 0.5F * 35.0F);
   EXPECT_EQ(heightAt(dem, {-180.0, 0.0, 0.0}), 50.0F + 0.5F * 35.0F);
   EXPECT_EQ(heightAt(dem, {182.5, 5.0, 0.0}), 0.25F * 35.0F);
+  EXPECT_EQ(heightAt(dem, {187.5, 5.0, 0.0}), 0.25F);
+}
+
+// Of 36 columns, with 0.9 and 1.1 hundredths of a column to the full turn on either side.
+TEST_F(RasterElevationPlace, RingMayLackOrExceedAHundredthOfAColumn) {
+  for (double const gap : {-0.011, -0.009, 0.009, 0.011}) {
+    ElevationRaster raster;
+    raster.system = "EPSG:4326";
+    raster.columns = 36;
+    raster.rows = 1;
+    raster.geoTransform = {-180.0, 360.0 / (36.0 + gap), 0.0, 10.0, 0.0, -10.0};
+    raster.fill([](int column, int) { return column == 0 ? 1.0 : 3.0; });
+    // Between the first column and the last, or in the first alone.
+    bool const isRing = std::abs(gap) < 0.01;
+    EXPECT_NEAR(heightAt(source(raster), {-179.9, 5.0, 0.0}).value_or(0.0F), isRing ? 2.0 : 1.0, 0.03) << gap;
+  }
 }
 
 TEST_F(RasterElevationPlace, RasterAroundTheGlobeWithAStepOfFewDigitsHasNoSeam) {
@@ -195,6 +255,19 @@ TEST_F(RasterElevationPlace, RasterAroundTheGlobeWithAStepOfFewDigitsHasNoSeam) 
   auto const dem = source(raster);
   for (double const x : {179.9999, -179.99999, 180.0, -180.0}) {
     EXPECT_NEAR(heightAt(dem, {x, 9.5, 0.0}).value_or(0.0F), 2.0, 0.01) << x;
+  }
+}
+
+TEST_F(RasterElevationPlace, ShearedRasterAroundTheGlobeIsNoRing) {
+  for (std::size_t const shear : {2U, 4U}) {
+    ElevationRaster raster;
+    raster.system = "EPSG:4326";
+    raster.columns = 36;
+    raster.rows = 1;
+    raster.geoTransform = {-180.0, 10.0, 0.0, 10.0, 0.0, -10.0};
+    raster.geoTransform[shear] = 0.5;
+    raster.fill([](int column, int) { return column == 0 ? 1.0 : 3.0; });
+    EXPECT_EQ(heightAt(source(raster), raster.at(0.1, 0.5)), 1.0F) << shear;
   }
 }
 
@@ -224,6 +297,21 @@ TEST_F(RasterElevationPlace, SeamOfAWideRasterIsTheSameFromBothSides) {
   EXPECT_NEAR(heightAt(dem, {-0.3, -0.6, 0.0}).value(), 0.75 * 2990.0 + 75.0, 1e-3);
   EXPECT_NEAR(heightAt(dem, {359.7, -0.6, 0.0}).value(), 0.75 * 2990.0 + 75.0, 1e-3);
   EXPECT_NEAR(heightAt(dem, {0.3, -0.6, 0.0}).value(), 0.25 * 2990.0 + 75.0, 1e-3);
+}
+
+TEST_F(RasterElevationPlace, SeamOfAWideRasterChangesNoOtherCell) {
+  ElevationRaster raster;
+  raster.system = "EPSG:4326";
+  raster.columns = 300;
+  raster.rows = 150;
+  raster.geoTransform = {0.0, 1.2, 0.0, 90.0, 0.0, -1.2};
+  raster.fill([](int column, int row) { return 1000.0 * row + column; });
+  auto const dem = source(raster);
+  for (int row = 0; row < raster.rows; ++row) {
+    for (int column = 0; column < raster.columns; ++column) {
+      ASSERT_NEAR(heightAt(dem, raster.at(column + 0.5, row + 0.5)).value_or(-1.0F), 1000.0 * row + column, 0.02);
+    }
+  }
 }
 
 }  // namespace

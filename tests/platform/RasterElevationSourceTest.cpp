@@ -84,6 +84,23 @@ TEST_F(RasterElevation, EdgesBelongToTheRaster) {
   EXPECT_EQ(heightAt(dem, raster.at(3.0 + 1e-7, 2.0 + 1e-7)), 170.0F);
 }
 
+// One cell from 0 to 1 each way, so that positions in cells are those of the map to the last bit.
+TEST_F(RasterElevation, EdgesAreWiderByAMillionthOfACellAndNoMore) {
+  ElevationRaster raster;
+  raster.columns = 1;
+  raster.rows = 1;
+  raster.geoTransform = {0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
+  raster.values = {7};
+  auto const dem = source(raster);
+  for (double const edge : {-1e-6, 1.0 + 1e-6}) {
+    double const beyond = std::nextafter(edge, edge < 0.0 ? -1.0 : 2.0);
+    EXPECT_EQ(heightAt(dem, {edge, 0.5, 0.0}), 7.0F);
+    EXPECT_EQ(heightAt(dem, {0.5, edge, 0.0}), 7.0F);
+    EXPECT_EQ(heightAt(dem, {beyond, 0.5, 0.0}), std::nullopt);
+    EXPECT_EQ(heightAt(dem, {0.5, beyond, 0.0}), std::nullopt);
+  }
+}
+
 TEST_F(RasterElevation, ThereIsNoHeightOutside) {
   auto const raster = sixCells();
   auto const dem = source(raster);

@@ -61,10 +61,11 @@ TEST_F(RasterElevationUnits, MetresHaveManyNames) {
 }
 
 TEST_F(RasterElevationUnits, FeetBecomeMetresWhereTheSystemHasThem) {
-  for (char const* unit : {"ft", "foot", "feet", "FOOT"}) {
+  for (char const* unit : {"ft", "foot", "feet", "FOOT", "international foot", "Foot (International)"}) {
     EXPECT_EQ(height(level(1000.0, "EPSG:32633", unit)), static_cast<float>(1000.0 * FOOT)) << unit;
   }
-  for (char const* unit : {"US survey foot", "us-ft", "Foot_US", "US_survey_foot", "ftUS"}) {
+  for (char const* unit : {"US survey foot", "us-ft", "Foot_US", "US_survey_foot", "ftUS", "US survey feet", "US foot",
+                           "US feet", "usft"}) {
     EXPECT_THAT(height(level(1e6, "EPSG:32633", unit)), test::WithinUlps(static_cast<float>(1e6 * US_FOOT), 1)) << unit;
   }
   // At a million the two feet are half a metre apart.

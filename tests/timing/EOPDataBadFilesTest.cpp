@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -38,6 +39,14 @@ protected:
 
 std::string mismatch(std::string const& name) {
   return "Header/data mismatch in EOP file: " + name;
+}
+
+// How many bytes this process has read so far; 0 where the system doesn't say.
+std::int64_t bytesRead() {
+  std::ifstream io("/proc/self/io");
+  std::string key;
+  std::int64_t count = 0;
+  return io >> key >> count && key == "rchar:" ? count : 0;
 }
 
 TEST_P(EOPDataBadFiles, FewerRecordsThanPromisedAreAMismatch) {
@@ -151,6 +160,42 @@ TEST_P(EOPDataBadFiles, BlockLargerThanAnyProjectFileIsNotRead) {
     std::string const name = write(with(source.bytes(), GetParam() == 3 ? 16 : 20, length));
     std::filesystem::resize_file(name, std::uintmax_t{most} + 1000);
     EXPECT_EQ(EOPData(name, false).posSource(), length == most ? "inertial" : "");
+  }
+}
+
+// The file's hole after the text may be as long as the header claims.
+TEST_P(EOPDataBadFiles, BlockIsReadNoFurtherThanItsZeroByteNeeds) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  if (bytesRead() == 0) {
+    GTEST_SKIP() << "this system counts no bytes read";
+  }
+  constexpr std::int32_t length = 256 << 20;
+  EopFile source = file();
+  source.records.clear();
+  source.stdDevs = false;
+  std::string const name = write(with(source.bytes(), GetParam() == 3 ? 16 : 20, length));
+  std::filesystem::resize_file(name, std::uintmax_t{length} + 1000);
+  std::int64_t const before = bytesRead();
+  EXPECT_EQ(EOPData(name, false).posSource(), "inertial");
+  EXPECT_LT(bytesRead() - before, 1 << 20);
+}
+
+// With the zero byte at every place where reads of a power of two bytes may begin or end.
+TEST_P(EOPDataBadFiles, BlockOfAnyLengthIsReadWhole) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  std::string const start = "<EOPData numsets=\"3\"><POS source=\"";
+  std::string const end = "\" /></EOPData>";
+  for (std::size_t const size : {1U << 12U, 1U << 16U, 1U << 17U, 3U << 16U}) {
+    for (std::size_t const length : {size - 1, size, size + 1}) {
+      std::string const name(length - start.size() - end.size(), 'a');
+      EopFile source = file();
+      source.block = start + name + end;
+      EXPECT_EQ(EOPData(write(source.bytes())).posSource(), name) << length;
+    }
   }
 }
 

@@ -92,6 +92,22 @@ TEST_P(EOPDataFailedLoad, FileThatVanishedLeavesNoRecords) {
   expectNoRecords(eop);
 }
 
+TEST_P(EOPDataFailedLoad, FileThatVanishedAfterwardsLeavesNoRecords) {
+  EOPData eop = cut();
+  std::filesystem::remove(mFolder / "a.eop");
+  EXPECT_MESSAGE(eop.loadData(false), "failed to open EOP file: " + (mFolder / "a.eop"));
+  expectNoRecords(eop);
+}
+
+TEST_P(EOPDataFailedLoad, LoadedStoreNeedsItsFileForStandardDeviationsAlone) {
+  EOPData eop(write(file(20).bytes()));
+  std::filesystem::remove(mFolder / "a.eop");
+  EXPECT_NO_THROW(eop.loadData(false));
+  EXPECT_EQ(eop.numSets(), 20);
+  EXPECT_MESSAGE(eop.loadData(true), "failed to open EOP file: " + (mFolder / "a.eop"));
+  EXPECT_EQ(test::orientationAt(eop, 50.1).gpsTime, 50.1);
+}
+
 TEST_P(EOPDataFailedLoad, RecordsThatWereBuiltStayWithoutAFile) {
   EOPData eop;
   eop.setFileName(mFolder / "none");

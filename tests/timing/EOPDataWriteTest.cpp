@@ -110,6 +110,24 @@ TEST(EOPDataWrite, WrittenFileReadsBack) {
   EXPECT_EQ(test::deviationsOf(back, 1), (std::array<float, 6>{0.05F, 0.05F, 0.05F, 1e-5F, 1e-5F, 1e-5F}));
 }
 
+TEST(EOPDataWrite, WhiteSpaceOfTheSourcesReadsBack) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setAppSource("a\tb\nc\rd e");
+  eop.write(folder / "a.eop", 0);
+  EXPECT_THAT(test::contents(folder / "a.eop"), testing::HasSubstr("<Source name=\"a&#9;b&#10;c&#13;d e\" />\n"));
+  EXPECT_EQ(EOPData(folder / "a.eop").appSource(), "a\tb\nc\rd e");
+}
+
+// The last two of the basic plane are no characters of XML; the one before them, at U+FFFD, is.
+TEST(EOPDataWrite, CharactersThatXmlDoesntHaveBecomeBlanks) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setAppSource("a\x01\x1F!\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBFz");
+  eop.write(folder / "a.eop", 0);
+  EXPECT_EQ(EOPData(folder / "a.eop").appSource(), "a  !\xEF\xBF\xBD  z");
+}
+
 TEST(EOPDataWrite, EmptyNameWritesTheCurrentFile) {
   test::TempFolder const folder;
   EOPData eop = source();
@@ -275,6 +293,14 @@ TEST(EOPDataWrite, ListingHasStandardDeviationsThatWereLoaded) {
   loaded.writeToASCII(folder / "a.txt");
   EXPECT_THAT(test::contents(folder / "a.txt"),
               testing::HasSubstr("  1.0000  2.0000  3.0000  4.0000000  5.0000000  6.0000000  1\n"));
+}
+
+TEST(EOPDataWrite, ListingHasNoStandardDeviationsThatWereSetAlone) {
+  test::TempFolder const folder;
+  EOPData eop = source();
+  eop.setStdDevs(0, 1, 2, 3, 4, 5, 6);
+  eop.writeToASCII(folder / "a.txt");
+  EXPECT_EQ(test::contents(folder / "a.txt"), listing);
 }
 
 // A host's locale with a decimal comma and groups of digits.

@@ -31,8 +31,12 @@ void addMissingGrids(PJ_CONTEXT* context, PJ const* operation, std::vector<std::
     int available = 1;
     proj_coordoperation_get_grid_used(context, operation, i, &name, nullptr, nullptr, nullptr, nullptr, nullptr,
                                       &available);
-    if (available == 0 && name != nullptr && std::find(names.begin(), names.end(), name) == names.end()) {
-      names.emplace_back(name);
+    if (available != 0 || name == nullptr) {
+      continue;
+    }
+    std::string const plain = plainName(name);
+    if (std::find(names.begin(), names.end(), plain) == names.end()) {
+      names.push_back(plain);
     }
   }
 }
