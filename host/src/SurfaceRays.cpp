@@ -66,8 +66,17 @@ std::optional<SurfaceRays::Hit> SurfaceRays::firstHit(LineOfSight const& line) {
   return mSurface.raster() == nullptr ? hitConstant(line) : hitRaster(line);
 }
 
+void SurfaceRays::firstHits(std::span<LineOfSight const> lines, std::span<SightEnd> ends) {
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    auto const hit = firstHit(lines[i]);
+    ends[i] = hit ? SightEnd{hit->depth, hit->place, Status::ok} : SightEnd{NAN_VALUE, NOWHERE, Status::noSurface};
+  }
+}
+
 std::optional<SurfaceRays::Hit> SurfaceRays::hitConstant(LineOfSight const& line) {
-  HeightCut const cut = mCutter->cut(line, mSurface.constantHeight());
+  double const height = mSurface.constantHeight();
+  SightEnd cut;
+  mCutter->cut({&line, 1}, {&height, 1}, {&cut, 1});
   return cut.status == Status::ok ? std::optional<Hit>({cut.depth, cut.place}) : std::nullopt;
 }
 

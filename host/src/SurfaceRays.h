@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 
 namespace kes::detail {
 
@@ -40,6 +41,7 @@ public:
   };
   /// Where the line first meets the surface; nothing where it doesn't. Throws what the raster throws.
   std::optional<Hit> firstHit(LineOfSight const& line);
+  void firstHits(std::span<LineOfSight const> lines, std::span<SightEnd> ends);
 
 private:
   // A position in the raster: x and y in cells, from the centre of the first; z the height.
