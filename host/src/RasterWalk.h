@@ -1,0 +1,111 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "SurfaceSource.h"
+
+#include <dsm/HeightTile.h>
+#include <geo/XYZPoint.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace kes::detail {
+
+/// A position in a raster: x and y in meshes, where mesh i lies between the centres of the cells i - 1 and i; z is the
+/// height.
+using MeshPoint = geo::XYZPoint;
+
+/// A straight part of a line of sight, from w = 0 to 1.
+struct Way {
+  MeshPoint from;
+  MeshPoint step;
+  double at(double w, double MeshPoint::*member) const { return from.*member + w * step.*member; }
+};
+
+/// The bilinear heights within a mesh, at u and v from 0 to 1.
+struct Patch {
+  explicit Patch(std::array<float, 4> const& corners)
+      : first(static_cast<double>(corners[0])), right(static_cast<double>(corners[1]) - first),
+        down(static_cast<double>(corners[2]) - first),
+        twist((static_cast<double>(corners[3]) - static_cast<double>(corners[2])) - right) {}
+
+  double height(double u, double v) const { return first + u * right + v * (down + u * twist); }
+  /// Of the height, for steps of u and v.
+  double step(double u, double v, double du, double dv) const {
+    return du * (right + v * twist) + dv * (down + u * twist);
+  }
+
+  double first;
+  double right;
+  double down;
+  double twist;
+};
+
+/// Goes along lines of sight over a raster to where they first meet its surface. For one thread.
+///
+/// A line of sight passes over squares of meshes that are all below it, the larger ones first: where it may meet a
+/// square, it goes on in the four parts of it, down to single meshes. In the first mesh that it may meet, the place is
+/// the first root of a quadratic equation. Beside cells without a height, where weights are shared, it is sought in
+/// steps of a sixteenth of a mesh. A line that comes under the surface through a hole, or begins below it, meets
+/// nothing.
+class RasterWalk {
+public:
+  /// The caller keeps the surface, which is a raster.
+  explicit RasterWalk(SurfaceSource const& surface);
+
+  /// A new line of sight begins.
+  void begin();
+
+  /// Where a way meets the surface. It goes on where the one before ended.
+  struct Meeting {
+    double w;
+    std::int64_t column;
+    std::int64_t row;
+    /// Without one, it is beside a hole or across the seam of a raster all around the globe.
+    std::optional<Patch> patch;
+  };
+  std::optional<Meeting> meet(Way const& way);
+  /// Whether the line of sight is below the surface, so that it meets nothing any more.
+  bool isUnder() const { return mSide == Side::under; }
+
+private:
+  enum class Side : unsigned char { unknown, above, under };
+  struct Span {
+    double first;
+    double last;
+  };
+  struct Square {
+    unsigned bits;  // 2^bits by 2^bits meshes
+    std::int64_t column;
+    std::int64_t row;
+  };
+  class Crossings;
+
+  void meetWithin(Way const& way, double leastColumn);
+  void visit(Crossings const& crossings, Span const& span, Square const& square);
+  void visitParts(Crossings const& crossings, Span const& span, Square const& square);
+  void visitMeshes(Crossings const& crossings, Span const& span, Square const& square);
+  void visitMesh(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
+  void visitHole(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
+  void setMeeting(double w, std::int64_t column, std::int64_t row, std::optional<Patch> const& patch);
+  bool isOver() const { return mMeeting || isUnder(); }
+  double gap(Way const& way, double w) const;
+  float highest(Square const& square);
+  std::array<float, 4> corners(std::int64_t column, std::int64_t row);
+  dsm::HeightTile const& tile(std::int64_t column, std::int64_t row);
+
+  SurfaceSource const& mSurface;
+  dsm::RasterElevationSource const& mRaster;
+  dsm::RasterElevationSource::Grid const& mGrid;
+  Side mSide = Side::unknown;
+  std::optional<Meeting> mMeeting;
+  // The tile met last, until the raster is asked for something else.
+  dsm::HeightTile const* mTile = nullptr;
+  std::int64_t mTileColumn = 0;
+  std::int64_t mTileRow = 0;
+};
+
+}  // namespace kes::detail
