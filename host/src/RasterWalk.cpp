@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 
 namespace kes::detail {
@@ -17,7 +18,14 @@ using dsm::HeightTile;
 constexpr int HOLE_STEPS = 16;
 constexpr int HALVINGS = 50;
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
-constexpr double STILL = 1e-12;  // meshes: less along a whole way is no step
+constexpr std::int64_t FEW_MESHES = 6;  // borders between them, at most
+constexpr double STILL = 1e-12;         // meshes: less along a whole way is no step
+
+// Positions far outside the raster are as good as any beside it.
+std::int64_t truncatedMesh(double at) {
+  constexpr double FAR = 1e15;
+  return static_cast<std::int64_t>(std::clamp(at, -FAR, FAR));
+}
 
 }  // namespace
 
@@ -57,7 +65,7 @@ void RasterWalk::begin() {
 std::optional<RasterWalk::Meeting> RasterWalk::meet(Way const& way) {
   mMeeting.reset();
   if (!mGrid.isRing) {
-    meetWithin(way, 0.0);
+    meetWithin(way, 0);
     return mMeeting;
   }
   // Each mesh once, from the first to the last column; the mesh before them is the last one again.
@@ -71,7 +79,7 @@ std::optional<RasterWalk::Meeting> RasterWalk::meet(Way const& way) {
   for (double turn = first; step * (last - turn) >= 0.0 && !isOver(); turn += step) {
     Way shifted = way;
     shifted.from.x -= turn * columns;
-    meetWithin(shifted, 1.0);
+    meetWithin(shifted, 1);
     if (mMeeting && turn != 0.0) {
       mMeeting->patch.reset();
     }
@@ -79,52 +87,62 @@ std::optional<RasterWalk::Meeting> RasterWalk::meet(Way const& way) {
   return mMeeting;
 }
 
-void RasterWalk::meetWithin(Way const& way, double leastColumn) {
+void RasterWalk::meetWithin(Way const& way, std::int64_t leastColumn) {
   Crossings const crossings(way);
   Span span{0.0, 1.0};
-  auto const clip = [&span](double from, double step, double least, double most) {
-    if (step == 0.0) {
-      span.last = from >= least && from < most ? span.last : -1.0;
+  auto const clip = [&span](bool isStill, bool isWithin, double a, double b) {
+    if (isStill) {
+      span.last = isWithin ? span.last : -1.0;
       return;
     }
-    double const a = (least - from) / step;
-    double const b = (most - from) / step;
     span.first = std::max(span.first, std::min(a, b));
     span.last = std::min(span.last, std::max(a, b));
   };
-  clip(crossings.way.from.x, crossings.way.step.x, leastColumn, mGrid.columns + 1.0);
-  clip(crossings.way.from.y, crossings.way.step.y, 0.0, mGrid.rows + 1.0);
+  std::int64_t const endColumn = std::int64_t{mGrid.columns} + 1;
+  std::int64_t const endRow = std::int64_t{mGrid.rows} + 1;
+  Way const& still = crossings.way;
+  clip(still.step.x == 0.0,
+       still.from.x >= static_cast<double>(leastColumn) && still.from.x < static_cast<double>(endColumn),
+       crossings.atColumn(leastColumn), crossings.atColumn(endColumn));
+  clip(still.step.y == 0.0, still.from.y >= 0.0 && still.from.y < static_cast<double>(endRow), crossings.atRow(0),
+       crossings.atRow(endRow));
   if (span.first > 0.0 || !(span.first <= span.last)) {
     mSide = Side::unknown;
   }
   if (!(span.first <= span.last)) {
     return;
   }
-  auto const mesh = [](double at, int last) {
-    return std::clamp<std::int64_t>(static_cast<std::int64_t>(at), 0, last);
-  };
-  auto const column = [&](double w) { return mesh(crossings.way.at(w, &MeshPoint::x), mGrid.columns); };
-  auto const row = [&](double w) { return mesh(crossings.way.at(w, &MeshPoint::y), mGrid.rows); };
-  // The smallest square that holds all of it.
-  auto const differing =
-      static_cast<std::uint64_t>((column(span.first) ^ column(span.last)) | (row(span.first) ^ row(span.last)));
-  auto const bits = std::max(static_cast<unsigned>(std::bit_width(differing)), HeightTile::LEAST_BITS);
-  visit(crossings, span, {bits, column(span.first) >> bits, row(span.first) >> bits});
+  std::int64_t const firstColumn = columnAt(way.at(span.first, &MeshPoint::x));
+  std::int64_t const lastColumn = columnAt(way.at(span.last, &MeshPoint::x));
+  std::int64_t const firstRow = rowAt(way.at(span.first, &MeshPoint::y));
+  std::int64_t const lastRow = rowAt(way.at(span.last, &MeshPoint::y));
+  if (std::abs(lastColumn - firstColumn) + std::abs(lastRow - firstRow) <= FEW_MESHES) {
+    visitMeshes(crossings, span,
+                {std::min(firstColumn, lastColumn), std::max(firstColumn, lastColumn), std::min(firstRow, lastRow),
+                 std::max(firstRow, lastRow)});
+  } else {
+    // The smallest square that holds all of it.
+    auto const differing = static_cast<std::uint64_t>((firstColumn ^ lastColumn) | (firstRow ^ lastRow));
+    auto const bits = std::max(static_cast<unsigned>(std::bit_width(differing)), HeightTile::LEAST_BITS);
+    visit(crossings, span, {bits, firstColumn >> bits, firstRow >> bits});
+  }
   if (span.last < 1.0 && !isOver()) {
     mSide = Side::unknown;
   }
 }
 
 void RasterWalk::visit(Crossings const& crossings, Span const& span, Square const& square) {
-  float const most = highest(square);
-  if (crossings.lowest(span) > static_cast<double>(most)) {
-    bool const hasGaps =
-        most == -std::numeric_limits<float>::infinity() || square.bits > HeightTile::MESH_BITS || mTile->hasGaps();
+  dsm::HeightExtent const& extent = this->extent(square);
+  if (crossings.lowest(span) > static_cast<double>(extent.highest)) {
+    bool const hasGaps = extent.isEmpty() || square.bits > HeightTile::MESH_BITS || mTile->hasGaps();
     mSide = hasGaps ? Side::unknown : Side::above;
   } else if (square.bits > HeightTile::LEAST_BITS) {
     visitParts(crossings, span, square);
   } else {
-    visitMeshes(crossings, span, square);
+    constexpr std::int64_t last = (std::int64_t{1} << HeightTile::LEAST_BITS) - 1;
+    std::int64_t const column = square.column << HeightTile::LEAST_BITS;
+    std::int64_t const row = square.row << HeightTile::LEAST_BITS;
+    visitMeshes(crossings, span, {column, column + last, row, row + last});
   }
 }
 
@@ -160,17 +178,13 @@ void RasterWalk::visitParts(Crossings const& crossings, Span const& span, Square
   }
 }
 
-// Likewise from mesh to mesh of one of the smallest squares.
-void RasterWalk::visitMeshes(Crossings const& crossings, Span const& whole, Square const& square) {
-  constexpr std::int64_t size = std::int64_t{1} << HeightTile::LEAST_BITS;
+// Likewise from mesh to mesh.
+void RasterWalk::visitMeshes(Crossings const& crossings, Span const& whole, Meshes const& meshes) {
   Way const& way = crossings.way;
-  std::int64_t const left = square.column * size;
-  std::int64_t const top = square.row * size;
-  auto const mesh = [](double at, std::int64_t first) {
-    return std::clamp<std::int64_t>(static_cast<std::int64_t>(at), first, first + size - 1);
-  };
-  std::int64_t x = mesh(way.at(whole.first, &MeshPoint::x), left);
-  std::int64_t y = mesh(way.at(whole.first, &MeshPoint::y), top);
+  std::int64_t x =
+      std::clamp(static_cast<std::int64_t>(way.at(whole.first, &MeshPoint::x)), meshes.firstColumn, meshes.lastColumn);
+  std::int64_t y =
+      std::clamp(static_cast<std::int64_t>(way.at(whole.first, &MeshPoint::y)), meshes.firstRow, meshes.lastRow);
   double w = whole.first;
   for (;;) {
     double const atColumn = crossings.atColumn(way.step.x > 0.0 ? x + 1 : x);
@@ -186,7 +200,7 @@ void RasterWalk::visitMeshes(Crossings const& crossings, Span const& whole, Squa
     } else {
       y += way.step.y > 0.0 ? 1 : -1;
     }
-    if (x < left || x >= left + size || y < top || y >= top + size) {
+    if (x < meshes.firstColumn || x > meshes.lastColumn || y < meshes.firstRow || y > meshes.lastRow) {
       return;
     }
   }
@@ -277,16 +291,41 @@ double RasterWalk::gap(Way const& way, double w) const {
   return way.at(w, &MeshPoint::z) - mSurface.height(position);
 }
 
-float RasterWalk::highest(Square const& square) {
+std::int64_t RasterWalk::columnAt(double x) const {
+  return std::clamp<std::int64_t>(truncatedMesh(x), 0, mGrid.columns);
+}
+
+std::int64_t RasterWalk::rowAt(double y) const {
+  return std::clamp<std::int64_t>(truncatedMesh(y), 0, mGrid.rows);
+}
+
+// By the one to four squares of a size that hold them all.
+dsm::HeightExtent RasterWalk::extent(MeshBox const& box) {
+  std::int64_t const firstColumn = columnAt(box.leastX);
+  std::int64_t const lastColumn = columnAt(box.greatestX);
+  std::int64_t const firstRow = rowAt(box.leastY);
+  std::int64_t const lastRow = rowAt(box.greatestY);
+  auto const size = static_cast<std::uint64_t>(std::max(lastColumn - firstColumn, lastRow - firstRow));
+  auto const bits = std::max(static_cast<unsigned>(std::bit_width(size)), HeightTile::LEAST_BITS);
+  dsm::HeightExtent extent;
+  for (std::int64_t row = firstRow >> bits; row <= lastRow >> bits; ++row) {
+    for (std::int64_t column = firstColumn >> bits; column <= lastColumn >> bits; ++column) {
+      extent.add(this->extent(Square{bits, column, row}));
+    }
+  }
+  return extent;
+}
+
+dsm::HeightExtent const& RasterWalk::extent(Square const& square) {
   if (square.bits > HeightTile::MESH_BITS) {
-    return mRaster.highest(square.bits, static_cast<std::uint64_t>(square.column),
-                           static_cast<std::uint64_t>(square.row));
+    return mRaster.extent(square.bits, static_cast<std::uint64_t>(square.column),
+                          static_cast<std::uint64_t>(square.row));
   }
   unsigned const above = HeightTile::MESH_BITS - square.bits;
   std::int64_t const inTile = (std::int64_t{1} << above) - 1;
   return tile(square.column >> above, square.row >> above)
-      .highest(square.bits, static_cast<std::size_t>(square.column & inTile),
-               static_cast<std::size_t>(square.row & inTile));
+      .extent(square.bits, static_cast<std::size_t>(square.column & inTile),
+              static_cast<std::size_t>(square.row & inTile));
 }
 
 std::array<float, 4> RasterWalk::corners(std::int64_t column, std::int64_t row) {

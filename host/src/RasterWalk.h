@@ -68,6 +68,16 @@ public:
     std::optional<Patch> patch;
   };
   std::optional<Meeting> meet(Way const& way);
+  /// Between what the heights lie of all meshes that reach into a box of columns and rows, and of some beside them. Not
+  /// for a raster all around the globe.
+  struct MeshBox {
+    double leastX;
+    double greatestX;
+    double leastY;
+    double greatestY;
+  };
+  dsm::HeightExtent extent(MeshBox const& box);
+  bool isRing() const { return mGrid.isRing; }
   /// Whether the line of sight is below the surface, so that it meets nothing any more.
   bool isUnder() const { return mSide == Side::under; }
 
@@ -82,18 +92,26 @@ private:
     std::int64_t column;
     std::int64_t row;
   };
+  struct Meshes {
+    std::int64_t firstColumn;
+    std::int64_t lastColumn;
+    std::int64_t firstRow;
+    std::int64_t lastRow;
+  };
   class Crossings;
 
-  void meetWithin(Way const& way, double leastColumn);
+  void meetWithin(Way const& way, std::int64_t leastColumn);
   void visit(Crossings const& crossings, Span const& span, Square const& square);
   void visitParts(Crossings const& crossings, Span const& span, Square const& square);
-  void visitMeshes(Crossings const& crossings, Span const& span, Square const& square);
+  void visitMeshes(Crossings const& crossings, Span const& whole, Meshes const& meshes);
   void visitMesh(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
   void visitHole(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
   void setMeeting(double w, std::int64_t column, std::int64_t row, std::optional<Patch> const& patch);
   bool isOver() const { return mMeeting || isUnder(); }
   double gap(Way const& way, double w) const;
-  float highest(Square const& square);
+  dsm::HeightExtent const& extent(Square const& square);
+  std::int64_t columnAt(double x) const;
+  std::int64_t rowAt(double y) const;
   std::array<float, 4> corners(std::int64_t column, std::int64_t row);
   dsm::HeightTile const& tile(std::int64_t column, std::int64_t row);
 

@@ -16,25 +16,18 @@ namespace kes::detail {
 
 namespace {
 
-constexpr double HEIGHT_MARGIN = 1.0;  // metres beyond the lowest and the highest height
-constexpr double DEPTH_MARGIN = 64.0;  // metres beyond what is guessed
-constexpr double BEND = 1e-3;          // cells, and metres, that a straight part may depart
-constexpr double MOST_PARTS = 4096.0;
+constexpr double HEIGHT_MARGIN = 1.0;            // metres beyond the lowest and the highest height
+constexpr double DEPTH_MARGIN = 64.0;            // metres beyond what is guessed
+constexpr double BEND = 1e-3;                    // cells, and metres, that a chord may depart
+constexpr double SHORTEST_CHORD = 1.0 / 4096.0;  // of the whole path
+constexpr double CLEARANCE = 1e-3;               // metres beyond the heights near a path
+constexpr int CONTRACTIONS = 4;
 constexpr double MOST_STEP = 0.1;  // metres of depth from a chord to its parabola
 constexpr double CLOSED = 1e-4;    // metres
 constexpr int CLOSING_PASSES = 30;
 constexpr int PATH_PASSES = 20;
 constexpr double EARTH_RADIUS = 6378137.0;
 constexpr double PI = 3.14159265358979323846;
-
-// Where a parabola has a height, near the place that its chord has it.
-double partAt(double height, double from, double linear, double bend) {
-  double w = (height - from) / linear;
-  for (int pass = 0; pass < 2; ++pass) {
-    w = (height - from) / (linear + w * bend);
-  }
-  return w;
-}
 
 }  // namespace
 
@@ -45,6 +38,16 @@ MeshPoint SurfaceRays::Path::at(double w) const {
 
 MeshPoint SurfaceRays::Path::slope(double w) const {
   return {linear.x + 2.0 * w * bend.x, linear.y + 2.0 * w * bend.y, linear.z + 2.0 * w * bend.z};
+}
+
+// By steps of its chord.
+double SurfaceRays::Path::partAt(double height) const {
+  double const perLinear = 1.0 / linear.z;
+  double w = (height - from.z) * perLinear;
+  for (int pass = 0; pass < 2; ++pass) {
+    w -= (from.z + w * (linear.z + w * bend.z) - height) * perLinear;
+  }
+  return w;
 }
 
 SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
@@ -65,6 +68,7 @@ SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
   mMiddle = 0.5 * (raster->bounds().minimum.x + raster->bounds().maximum.x);
   if (auto const range = surface.heightRange()) {
     mHasHeights = true;
+    mClearance = CLEARANCE / mUnit;
     mLowest = range->lowest - HEIGHT_MARGIN / mUnit;
     mHighest = range->highest + HEIGHT_MARGIN / mUnit;
   }
@@ -147,9 +151,9 @@ SurfaceRays::Path SurfaceRays::through(Depths const& depths, std::array<geo::XYZ
 // was too far away, it is sounded again.
 std::optional<SurfaceRays::Path> SurfaceRays::path(LineOfSight const& line, Path sounded) {
   for (int pass = 0; pass < PATH_PASSES; ++pass) {
-    double const top = partAt(mHighest, sounded.from.z, sounded.linear.z, sounded.bend.z);
-    double const first = std::max(top, -sounded.begin / sounded.length);
-    double const last = partAt(mLowest, sounded.from.z, sounded.linear.z, sounded.bend.z);
+    double const top = sounded.partAt(mHighest);
+    double const first = sounded.begin + top * sounded.length < 0.0 ? -sounded.begin / sounded.length : top;
+    double const last = sounded.partAt(mLowest);
     double const length = last - first;
     MeshPoint const slope = sounded.slope(first);
     MeshPoint const from = sounded.at(first);
@@ -176,27 +180,55 @@ std::optional<SurfaceRays::Path> SurfaceRays::path(LineOfSight const& line, Path
   return std::nullopt;
 }
 
+// As far as the heights around it leave a part of the path, again and again.
+SurfaceRays::Part SurfaceRays::partNearSurface(Path const& path) {
+  Part part{0.0, 1.0};
+  double const bulgeX = 0.25 * std::fabs(path.bend.x);
+  double const bulgeY = 0.25 * std::fabs(path.bend.y);
+  for (int pass = 0; pass < CONTRACTIONS; ++pass) {
+    MeshPoint const a = path.at(part.first);
+    MeshPoint const b = path.at(part.last);
+    dsm::HeightExtent const extent = mWalk->extent({std::min(a.x, b.x) - bulgeX, std::max(a.x, b.x) + bulgeX,
+                                                    std::min(a.y, b.y) - bulgeY, std::max(a.y, b.y) + bulgeY});
+    if (extent.isEmpty()) {
+      return {1.0, 0.0};
+    }
+    double const length = part.last - part.first;
+    double const first = path.partAt(static_cast<double>(extent.highest) + mClearance);
+    double const last = path.partAt(static_cast<double>(extent.lowest) - mClearance);
+    part.first = path.heightAt(first) > static_cast<double>(extent.highest) ? std::max(part.first, first) : part.first;
+    part.last = path.heightAt(last) < static_cast<double>(extent.lowest) ? std::min(part.last, last) : part.last;
+    if (!(part.last - part.first < 0.5 * length)) {
+      break;
+    }
+  }
+  return part;
+}
+
 std::optional<SurfaceRays::Hit> SurfaceRays::walk(Path const& path) {
-  // A chord over 1/n of a parabola departs from it by a quarter of its bend / n².
+  Part const part = mWalk->isRing() ? Part{0.0, 1.0} : partNearSurface(path);
+  // A chord over a part of a parabola departs from it by a quarter of its bend times the part squared.
   double const most = std::max({std::fabs(path.bend.x), std::fabs(path.bend.y), std::fabs(path.bend.z) * mUnit});
-  double const wanted = std::ceil(std::sqrt(0.25 * most / BEND));
-  double const parts = std::clamp(wanted, 1.0, MOST_PARTS);
+  double const chord = std::max(std::sqrt(4.0 * BEND / most), SHORTEST_CHORD);
   mWalk->begin();
-  MeshPoint from = path.from;
-  for (double i = 0.0; i < parts && !mWalk->isUnder(); ++i) {
-    MeshPoint const to = path.at((i + 1.0) / parts);
+  double w = part.first;
+  MeshPoint from = path.at(w);
+  while (w < part.last && !mWalk->isUnder()) {
+    double const end = std::min(w + chord, part.last);
+    MeshPoint const to = path.at(end);
     std::optional<RasterWalk::Meeting> const meeting =
         mWalk->meet({from, {to.x - from.x, to.y - from.y, to.z - from.z}});
     if (meeting) {
-      return hitOf(path, (i + meeting->w) / parts, *meeting, parts);
+      return hitOf(path, w + meeting->w * (end - w), *meeting, end - w);
     }
+    w = end;
     from = to;
   }
   return std::nullopt;
 }
 
 // From the chord on to the parabola.
-SurfaceRays::Hit SurfaceRays::hitOf(Path const& path, double w, RasterWalk::Meeting const& meeting, double parts) {
+SurfaceRays::Hit SurfaceRays::hitOf(Path const& path, double w, RasterWalk::Meeting const& meeting, double chord) {
   MeshPoint const slope = path.slope(w);
   if (meeting.patch) {
     MeshPoint const p = path.at(w);
@@ -208,7 +240,7 @@ SurfaceRays::Hit SurfaceRays::hitOf(Path const& path, double w, RasterWalk::Meet
   double const perDepth = 1.0 / path.length;
   return {0,
           path.begin + w * path.length,
-          path.length / parts,
+          path.length * chord,
           {slope.x * perDepth, slope.y * perDepth, slope.z * perDepth},
           meeting};
 }

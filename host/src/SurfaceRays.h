@@ -46,6 +46,9 @@ private:
     MeshPoint bend;
     MeshPoint at(double w) const;
     MeshPoint slope(double w) const;
+    double heightAt(double w) const { return from.z + w * (linear.z + w * bend.z); }
+    /// Where it has a height, near the place that its chord has it.
+    double partAt(double height) const;
   };
   /// What the walk found.
   struct Hit {
@@ -59,8 +62,13 @@ private:
   Depths depths(LineOfSight const& line) const;
   Path through(Depths const& depths, std::array<geo::XYZPoint, 3> const& places) const;
   std::optional<Path> path(LineOfSight const& line, Path sounded);
+  struct Part {
+    double first;
+    double last;
+  };
+  Part partNearSurface(Path const& path);
   std::optional<Hit> walk(Path const& path);
-  static Hit hitOf(Path const& path, double w, RasterWalk::Meeting const& meeting, double parts);
+  static Hit hitOf(Path const& path, double w, RasterWalk::Meeting const& meeting, double chord);
   SightEnd closed(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place);
   SightEnd closedBySecants(LineOfSight const& line, double depth, double part);
   double nearest(double x, double middle) const;
@@ -80,6 +88,7 @@ private:
   double mMiddle = 0.0;
   double mLowest = 0.0;
   double mHighest = 0.0;
+  double mClearance = 0.0;
   bool mHasHeights = false;
   // Of a call.
   std::vector<double> mHeights;

@@ -39,11 +39,11 @@ namespace dsm {
 /// cells on both sides, up to a millionth of a cell away. Heights are good to a unit in the last place of the
 /// greatest of the four as a float.
 ///
-/// Memory. Cells are read as they are needed, in square tiles of 128 by 128 cells, which take 72 KB each. A raster whose
-/// tiles `cacheSize` has room for all, as the default has for 7700 by 7700 cells, keeps each of them once it is read.
+/// Memory. Cells are read as they are needed, in square tiles of 128 by 128 cells, which take 78 KB each. A raster whose
+/// tiles `cacheSize` has room for all, as the default has for 7400 by 7400 cells, keeps each of them once it is read.
 /// Of a larger one, those used last are kept: as many as `cacheSize` holds, one at the least, and up to sixteen more for
-/// each thread, of those it met last, until it ends or meets others. The greatest heights of its tiles, once they are
-/// asked for, take 6 bytes for each tile. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
+/// each thread, of those it met last, until it ends or meets others. Between what the heights of its tiles lie, once it
+/// is asked for, takes 11 bytes for each tile. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
 ///
 /// Threads may share a source. Each sees the same heights to the bit. Heights in tiles that are kept cost neither a lock
 /// nor an allocation where there is room for all; otherwise, those in tiles that a thread met last.
@@ -101,9 +101,9 @@ public:
   /// so that there is a mesh more than cells each way. It stays until the thread asks the source for another tile or
   /// height. Throws as `height` does.
   HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
-  /// The greatest height at the corners of a square of 2^bits by 2^bits meshes, from `HeightTile::MESH_BITS` on, in a
-  /// column and row of such squares; minus infinity where there is none. Needs what `heightRange` reads.
-  float highest(unsigned bits, std::uint64_t column, std::uint64_t row) const;
+  /// Of the corners of a square of 2^bits by 2^bits meshes, from `HeightTile::MESH_BITS` on, in a column and row of such
+  /// squares. Needs what `heightRange` reads.
+  HeightExtent const& extent(unsigned bits, std::uint64_t column, std::uint64_t row) const;
 
 private:
   class Surface;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "dsm/HighestTree.h"
+#include "dsm/ExtentTree.h"
 #include "dsm/MeshHeight.h"
 #include "dsm/RasterFile.h"
 #include "dsm/TileCache.h"
@@ -15,7 +15,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
@@ -69,7 +68,7 @@ public:
   bool height(geo::XYZPoint const& position, float& height) const;
   std::optional<HeightRange> heightRange() const;
   HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
-  float highest(unsigned bits, std::uint64_t column, std::uint64_t row) const;
+  HeightExtent const& extent(unsigned bits, std::uint64_t column, std::uint64_t row) const;
 
   geo::coordSys const* coordSystem() const { return mFile.coordSystem(); }
   std::string const& fileName() const { return mFileName; }
@@ -80,7 +79,7 @@ private:
   /// What is known once the whole raster has been read.
   struct Survey {
     std::optional<HeightRange> range;
-    HighestTree tree;
+    ExtentTree tree;
   };
   HeightTile const& keptTile(std::uint64_t column, std::uint64_t row) const;
   TileCache::Tile sharedTile(std::uint64_t column, std::uint64_t row) const;
@@ -181,7 +180,7 @@ std::unique_ptr<HeightTile const> RasterElevationSource::Surface::read(std::uint
   } catch (std::runtime_error const& error) {
     throw std::runtime_error(failure("read", mFileName, error));
   }
-  tile->findMaxima();
+  tile->findExtents();
   return tile;
 }
 
@@ -189,8 +188,9 @@ std::optional<RasterElevationSource::HeightRange> RasterElevationSource::Surface
   return survey().range;
 }
 
-float RasterElevationSource::Surface::highest(unsigned bits, std::uint64_t column, std::uint64_t row) const {
-  return survey().tree.highest(bits - HeightTile::MESH_BITS, column, row);
+HeightExtent const& RasterElevationSource::Surface::extent(unsigned bits, std::uint64_t column,
+                                                           std::uint64_t row) const {
+  return survey().tree.extent(bits - HeightTile::MESH_BITS, column, row);
 }
 
 RasterElevationSource::Surface::Survey const& RasterElevationSource::Surface::survey() const {
@@ -206,9 +206,8 @@ RasterElevationSource::Surface::Survey const& RasterElevationSource::Surface::su
 }
 
 std::unique_ptr<RasterElevationSource::Surface::Survey const> RasterElevationSource::Surface::makeSurvey() const {
-  constexpr float INFINITE = std::numeric_limits<float>::infinity();
-  HeightRange range{INFINITE, -INFINITE};
-  std::vector<float> maxima;  // grows by what is read, whatever size the file claims
+  std::vector<HeightExtent> extents;  // grows by what is read, whatever size the file claims
+  HeightExtent all;
   for (std::uint64_t i = 0; i < mTileColumns * mTileRows; ++i) {
     std::unique_ptr<HeightTile const> passing;
     if (!mTable) {
@@ -216,14 +215,12 @@ std::unique_ptr<RasterElevationSource::Surface::Survey const> RasterElevationSou
       passing = read(i % mTileColumns, i / mTileColumns);
     }
     HeightTile const& surveyed = mTable ? tile(i % mTileColumns, i / mTileColumns) : *passing;
-    for (float const height : surveyed.heights()) {  // a comparison with NaN changes nothing
-      range.lowest = height < range.lowest ? height : range.lowest;
-    }
-    maxima.push_back(surveyed.highest(HeightTile::MESH_BITS, 0, 0));
-    range.highest = std::max(range.highest, maxima.back());
+    extents.push_back(surveyed.extent(HeightTile::MESH_BITS, 0, 0));
+    all.add(extents.back());
   }
-  return std::make_unique<Survey const>(Survey{range.lowest <= range.highest ? std::optional(range) : std::nullopt,
-                                               HighestTree(std::move(maxima), mTileColumns, mTileRows)});
+  return std::make_unique<Survey const>(
+      Survey{all.isEmpty() ? std::nullopt : std::optional(HeightRange{all.lowest, all.highest}),
+             ExtentTree(std::move(extents), mTileColumns, mTileRows)});
 }
 
 RasterElevationSource::RasterElevationSource(std::string const& fileName, std::size_t cacheSize, util::Origin origin)
@@ -242,8 +239,8 @@ HeightTile const& RasterElevationSource::tile(std::uint64_t column, std::uint64_
   return mSurface->tile(column, row);
 }
 
-float RasterElevationSource::highest(unsigned bits, std::uint64_t column, std::uint64_t row) const {
-  return mSurface->highest(bits, column, row);
+HeightExtent const& RasterElevationSource::extent(unsigned bits, std::uint64_t column, std::uint64_t row) const {
+  return mSurface->extent(bits, column, row);
 }
 
 std::string const& RasterElevationSource::fileName() const {
