@@ -21,33 +21,28 @@ constexpr double INFINITE = std::numeric_limits<double>::infinity();
 constexpr std::int64_t FEW_MESHES = 6;  // borders between them, at most
 constexpr double STILL = 1e-12;         // meshes: less along a whole way is no step
 
-// Positions far outside the raster are as good as any beside it.
-std::int64_t truncatedMesh(double at) {
-  constexpr double FAR = 1e15;
-  return static_cast<std::int64_t>(std::clamp(at, -FAR, FAR));
-}
-
 }  // namespace
 
 /// Where a way crosses the borders between columns and rows.
 class RasterWalk::Crossings {
 public:
-  explicit Crossings(Way const& given) : way(given), mPerX(1.0 / given.step.x), mPerY(1.0 / given.step.y) {
-    way.step.x = std::fabs(way.step.x) < STILL ? 0.0 : way.step.x;
-    way.step.y = std::fabs(way.step.y) < STILL ? 0.0 : way.step.y;
-  }
+  explicit Crossings(Way const& given)
+      : way(given), isStillInX(std::fabs(given.step.x) < STILL), isStillInY(std::fabs(given.step.y) < STILL),
+        mPerX(1.0 / given.step.x), mPerY(1.0 / given.step.y) {}
 
   double atColumn(std::int64_t column) const {
-    return way.step.x == 0.0 ? INFINITE : (static_cast<double>(column) - way.from.x) * mPerX;
+    return isStillInX ? INFINITE : (static_cast<double>(column) - way.from.x) * mPerX;
   }
   double atRow(std::int64_t row) const {
-    return way.step.y == 0.0 ? INFINITE : (static_cast<double>(row) - way.from.y) * mPerY;
+    return isStillInY ? INFINITE : (static_cast<double>(row) - way.from.y) * mPerY;
   }
   double lowest(Span const& span) const {
     return std::min(way.at(span.first, &MeshPoint::z), way.at(span.last, &MeshPoint::z));
   }
 
-  Way way;
+  Way const& way;
+  bool const isStillInX;
+  bool const isStillInY;
 
 private:
   double mPerX;
@@ -55,36 +50,34 @@ private:
 };
 
 RasterWalk::RasterWalk(SurfaceSource const& surface)
-    : mSurface(surface), mRaster(*surface.raster()), mGrid(mRaster.grid()) {}
+    : mSurface(surface), mRaster(*surface.raster()), mGrid(mRaster.grid()), mLastColumn(mGrid.columns),
+      mLastRow(mGrid.rows) {}
 
 void RasterWalk::begin() {
   mSide = Side::unknown;
-  mTile = nullptr;
 }
 
-std::optional<RasterWalk::Meeting> RasterWalk::meet(Way const& way) {
-  mMeeting.reset();
+bool RasterWalk::meet(Way const& way) {
+  mHasMet = false;
   if (!mGrid.isRing) {
     meetWithin(way, 0);
-    return mMeeting;
+    return mHasMet;
   }
   // Each mesh once, from the first to the last column; the mesh before them is the last one again.
   double const columns = mGrid.columns;
   double const first = std::floor((way.from.x - 1.0) / columns);
   double const last = std::floor((way.from.x + way.step.x - 1.0) / columns);
   if (!(std::fabs(last - first) <= 2.0)) {
-    return mMeeting;
+    return false;
   }
   double const step = last < first ? -1.0 : 1.0;
   for (double turn = first; step * (last - turn) >= 0.0 && !isOver(); turn += step) {
     Way shifted = way;
     shifted.from.x -= turn * columns;
     meetWithin(shifted, 1);
-    if (mMeeting && turn != 0.0) {
-      mMeeting->patch.reset();
-    }
+    mMeeting.hasPatch = mMeeting.hasPatch && turn == 0.0;
   }
-  return mMeeting;
+  return mHasMet;
 }
 
 void RasterWalk::meetWithin(Way const& way, std::int64_t leastColumn) {
@@ -100,11 +93,10 @@ void RasterWalk::meetWithin(Way const& way, std::int64_t leastColumn) {
   };
   std::int64_t const endColumn = std::int64_t{mGrid.columns} + 1;
   std::int64_t const endRow = std::int64_t{mGrid.rows} + 1;
-  Way const& still = crossings.way;
-  clip(still.step.x == 0.0,
-       still.from.x >= static_cast<double>(leastColumn) && still.from.x < static_cast<double>(endColumn),
+  clip(crossings.isStillInX,
+       way.from.x >= static_cast<double>(leastColumn) && way.from.x < static_cast<double>(endColumn),
        crossings.atColumn(leastColumn), crossings.atColumn(endColumn));
-  clip(still.step.y == 0.0, still.from.y >= 0.0 && still.from.y < static_cast<double>(endRow), crossings.atRow(0),
+  clip(crossings.isStillInY, way.from.y >= 0.0 && way.from.y < static_cast<double>(endRow), crossings.atRow(0),
        crossings.atRow(endRow));
   if (span.first > 0.0 || !(span.first <= span.last)) {
     mSide = Side::unknown;
@@ -152,12 +144,13 @@ void RasterWalk::visitParts(Crossings const& crossings, Span const& span, Square
   std::int64_t const middleRow = (2 * square.row + 1) << (square.bits - 1);
   double atColumn = crossings.atColumn(middleColumn);
   double atRow = crossings.atRow(middleRow);
-  auto const half = [&](double from, double step, std::int64_t middle, double crossing) -> std::int64_t {
-    bool const isBefore = step == 0.0 ? from < static_cast<double>(middle) : (step > 0.0) == (span.first < crossing);
-    return isBefore ? 0 : 1;
-  };
-  std::int64_t x = half(crossings.way.from.x, crossings.way.step.x, middleColumn, atColumn);
-  std::int64_t y = half(crossings.way.from.y, crossings.way.step.y, middleRow, atRow);
+  Way const& way = crossings.way;
+  bool const isLeft = crossings.isStillInX ? way.from.x < static_cast<double>(middleColumn)
+                                           : (way.step.x > 0.0) == (span.first < atColumn);
+  bool const isUpper =
+      crossings.isStillInY ? way.from.y < static_cast<double>(middleRow) : (way.step.y > 0.0) == (span.first < atRow);
+  std::int64_t x = isLeft ? 0 : 1;
+  std::int64_t y = isUpper ? 0 : 1;
   atColumn = atColumn > span.first ? atColumn : INFINITE;
   atRow = atRow > span.first ? atRow : INFINITE;
   double w = span.first;
@@ -223,7 +216,7 @@ void RasterWalk::visitMesh(Way const& way, Span const& span, std::int64_t column
   double const f0 = way.at(span.first, &MeshPoint::z) - patch.height(u, v);
   if (!(f0 > 0.0)) {
     if (mSide == Side::above) {
-      setMeeting(span.first, column, row, patch);
+      setMeeting(span.first, column, row, &patch);
     }
     mSide = Side::under;
     return;
@@ -239,9 +232,9 @@ void RasterWalk::visitMesh(Way const& way, Span const& span, std::int64_t column
   // The smaller positive root, in the form that doesn't cancel.
   double const s = 2.0 * f0 / (-linear + std::sqrt(discriminant));
   if (s >= 0.0 && s <= 1.0) {
-    setMeeting(span.first + s * length, column, row, patch);
+    setMeeting(span.first + s * length, column, row, &patch);
   } else if (f2 <= 0.0) {
-    setMeeting(span.last, column, row, patch);
+    setMeeting(span.last, column, row, &patch);
   }
 }
 
@@ -272,15 +265,22 @@ void RasterWalk::visitHole(Way const& way, Span const& span, std::int64_t column
         }
         (there > 0.0 ? low : high) = between;
       }
-      setMeeting(high, column, row, std::nullopt);
+      setMeeting(high, column, row, nullptr);
       return;
     }
     above = w;
   }
 }
 
-void RasterWalk::setMeeting(double w, std::int64_t column, std::int64_t row, std::optional<Patch> const& patch) {
-  mMeeting = {w, column, row, patch};
+void RasterWalk::setMeeting(double w, std::int64_t column, std::int64_t row, Patch const* patch) {
+  mHasMet = true;
+  mMeeting.w = w;
+  mMeeting.column = column;
+  mMeeting.row = row;
+  mMeeting.hasPatch = patch != nullptr;
+  if (patch != nullptr) {
+    mMeeting.patch = *patch;
+  }
 }
 
 double RasterWalk::gap(Way const& way, double w) const {
@@ -292,11 +292,11 @@ double RasterWalk::gap(Way const& way, double w) const {
 }
 
 std::int64_t RasterWalk::columnAt(double x) const {
-  return std::clamp<std::int64_t>(truncatedMesh(x), 0, mGrid.columns);
+  return static_cast<std::int64_t>(std::clamp(x, 0.0, mLastColumn));
 }
 
 std::int64_t RasterWalk::rowAt(double y) const {
-  return std::clamp<std::int64_t>(truncatedMesh(y), 0, mGrid.rows);
+  return static_cast<std::int64_t>(std::clamp(y, 0.0, mLastRow));
 }
 
 // By the one to four squares of a size that hold them all.

@@ -10,7 +10,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 
 namespace kes::detail {
 
@@ -27,6 +26,7 @@ struct Way {
 
 /// The bilinear heights within a mesh, at u and v from 0 to 1.
 struct Patch {
+  Patch() = default;
   explicit Patch(std::array<float, 4> const& corners)
       : first(static_cast<double>(corners[0])), right(static_cast<double>(corners[1]) - first),
         down(static_cast<double>(corners[2]) - first),
@@ -38,10 +38,10 @@ struct Patch {
     return du * (right + v * twist) + dv * (down + u * twist);
   }
 
-  double first;
-  double right;
-  double down;
-  double twist;
+  double first = 0.0;
+  double right = 0.0;
+  double down = 0.0;
+  double twist = 0.0;
 };
 
 /// Goes along lines of sight over a raster to where they first meet its surface. For one thread.
@@ -56,18 +56,23 @@ public:
   /// The caller keeps the surface, which is a raster.
   explicit RasterWalk(SurfaceSource const& surface);
 
+  /// To be called when the raster may have been asked for something else since the last walk.
+  void forgetTile() { mTile = nullptr; }
   /// A new line of sight begins.
   void begin();
 
-  /// Where a way meets the surface. It goes on where the one before ended.
+  /// Whether a way meets the surface. It goes on where the one before ended.
+  bool meet(Way const& way);
+  /// Where it did.
   struct Meeting {
-    double w;
-    std::int64_t column;
-    std::int64_t row;
-    /// Without one, it is beside a hole or across the seam of a raster all around the globe.
-    std::optional<Patch> patch;
+    double w = 0.0;
+    std::int64_t column = 0;
+    std::int64_t row = 0;
+    /// False beside a hole, and across the seam of a raster all around the globe.
+    bool hasPatch = false;
+    Patch patch;
   };
-  std::optional<Meeting> meet(Way const& way);
+  Meeting const& meeting() const { return mMeeting; }
   /// Between what the heights lie of all meshes that reach into a box of columns and rows, and of some beside them. Not
   /// for a raster all around the globe.
   struct MeshBox {
@@ -106,8 +111,8 @@ private:
   void visitMeshes(Crossings const& crossings, Span const& whole, Meshes const& meshes);
   void visitMesh(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
   void visitHole(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
-  void setMeeting(double w, std::int64_t column, std::int64_t row, std::optional<Patch> const& patch);
-  bool isOver() const { return mMeeting || isUnder(); }
+  void setMeeting(double w, std::int64_t column, std::int64_t row, Patch const* patch);
+  bool isOver() const { return mHasMet || isUnder(); }
   double gap(Way const& way, double w) const;
   dsm::HeightExtent const& extent(Square const& square);
   std::int64_t columnAt(double x) const;
@@ -118,8 +123,11 @@ private:
   SurfaceSource const& mSurface;
   dsm::RasterElevationSource const& mRaster;
   dsm::RasterElevationSource::Grid const& mGrid;
+  double const mLastColumn;  // of meshes
+  double const mLastRow;
   Side mSide = Side::unknown;
-  std::optional<Meeting> mMeeting;
+  bool mHasMet = false;
+  Meeting mMeeting;
   // The tile met last, until the raster is asked for something else.
   dsm::HeightTile const* mTile = nullptr;
   std::int64_t mTileColumn = 0;

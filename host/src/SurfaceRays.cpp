@@ -21,9 +21,10 @@ constexpr double DEPTH_MARGIN = 64.0;            // metres beyond what is guesse
 constexpr double BEND = 1e-3;                    // cells, and metres, that a chord may depart
 constexpr double SHORTEST_CHORD = 1.0 / 4096.0;  // of the whole path
 constexpr double CLEARANCE = 1e-3;               // metres beyond the heights near a path
-constexpr int CONTRACTIONS = 4;
-constexpr double MOST_STEP = 0.1;  // metres of depth from a chord to its parabola
-constexpr double CLOSED = 1e-4;    // metres
+constexpr int MOST_NARROWINGS = 6;
+constexpr double FEW_MESHES = 2.0;  // are walked as they are
+constexpr double MOST_STEP = 0.1;   // metres of depth from a chord to its parabola
+constexpr double CLOSED = 1e-4;     // metres
 constexpr int CLOSING_PASSES = 30;
 constexpr int PATH_PASSES = 20;
 constexpr double EARTH_RADIUS = 6378137.0;
@@ -42,7 +43,6 @@ MeshPoint SurfaceRays::Path::slope(double w) const {
 
 // By steps of its chord.
 double SurfaceRays::Path::partAt(double height) const {
-  double const perLinear = 1.0 / linear.z;
   double w = (height - from.z) * perLinear;
   for (int pass = 0; pass < 2; ++pass) {
     w -= (from.z + w * (linear.z + w * bend.z) - height) * perLinear;
@@ -98,12 +98,11 @@ void SurfaceRays::firstHits(std::span<LineOfSight const> lines, std::span<SightE
   }
   mToSurface(mPlaces, mPlaces);
   mHits.clear();
+  mWalk->forgetTile();
   for (std::size_t i = 0; i < count; ++i) {
-    Path const sounded = through(mDepths[i], {mPlaces[i], mPlaces[count + i], mPlaces[2 * count + i]});
-    std::optional<Path> const path = this->path(lines[i], sounded);
-    if (std::optional<Hit> hit = path ? walk(*path) : std::nullopt) {
-      hit->line = i;
-      mHits.push_back(*hit);
+    Path path = through(mDepths[i], mPlaces[i], mPlaces[count + i], mPlaces[2 * count + i]);
+    if (cut(lines[i], path)) {
+      walk(path, i);
     }
   }
   mPlaces.resize(mHits.size());
@@ -138,117 +137,112 @@ MeshPoint SurfaceRays::meshPoint(geo::XYZPoint const& position, double middle) c
   return {mInverse[0] * x + mInverse[1] * y + 0.5, mInverse[2] * x + mInverse[3] * y + 0.5, position.z};
 }
 
-SurfaceRays::Path SurfaceRays::through(Depths const& depths, std::array<geo::XYZPoint, 3> const& places) const {
-  double const x = nearest(places[1].x, mMiddle);
-  MeshPoint const a = meshPoint(places[0], x);
-  MeshPoint const m = meshPoint(places[1], x);
-  MeshPoint const b = meshPoint(places[2], x);
+SurfaceRays::Path SurfaceRays::through(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle,
+                                       geo::XYZPoint const& bottom) const {
+  double const x = nearest(middle.x, mMiddle);
+  MeshPoint const a = meshPoint(top, x);
+  MeshPoint const m = meshPoint(middle, x);
+  MeshPoint const b = meshPoint(bottom, x);
   MeshPoint const bend{2.0 * (a.x - 2.0 * m.x + b.x), 2.0 * (a.y - 2.0 * m.y + b.y), 2.0 * (a.z - 2.0 * m.z + b.z)};
-  return {depths[0], depths[2] - depths[0], a, {b.x - a.x - bend.x, b.y - a.y - bend.y, b.z - a.z - bend.z}, bend};
+  MeshPoint const linear{b.x - a.x - bend.x, b.y - a.y - bend.y, b.z - a.z - bend.z};
+  return {depths[0], depths[2] - depths[0], a, linear, bend, 1.0 / linear.z};
 }
 
-// The part of a line between the heights of the raster and below the camera, by what was sounded near it; where that
-// was too far away, it is sounded again.
-std::optional<SurfaceRays::Path> SurfaceRays::path(LineOfSight const& line, Path sounded) {
+// To what is between the heights of the raster and below the camera; where a path is too far away from these, the line
+// is sounded again. False if nothing remains.
+bool SurfaceRays::cut(LineOfSight const& line, Path& path) {
   for (int pass = 0; pass < PATH_PASSES; ++pass) {
-    double const top = sounded.partAt(mHighest);
-    double const first = sounded.begin + top * sounded.length < 0.0 ? -sounded.begin / sounded.length : top;
-    double const last = sounded.partAt(mLowest);
-    double const length = last - first;
-    MeshPoint const slope = sounded.slope(first);
-    MeshPoint const from = sounded.at(first);
-    if (!(length > 0.0) || !isFinite(from) || !isFinite(sounded.bend)) {
-      return std::nullopt;
+    double const top = path.partAt(mHighest);
+    double const first = path.begin + top * path.length < 0.0 ? -path.begin / path.length : top;
+    double const last = path.partAt(mLowest);
+    if (!(last > first) || !isFinite(path.at(first)) || !isFinite(path.at(last))) {
+      return false;
     }
     if (first >= -0.5 && last <= 1.5) {
-      return Path{
-          sounded.begin + first * sounded.length,
-          length * sounded.length,
-          from,
-          {length * slope.x, length * slope.y, length * slope.z},
-          {length * length * sounded.bend.x, length * length * sounded.bend.y, length * length * sounded.bend.z}};
+      path.first = first;
+      path.last = last;
+      return true;
     }
-    double const begin = std::max(sounded.begin + first * sounded.length - DEPTH_MARGIN, 0.0);
-    double const end = sounded.begin + last * sounded.length + DEPTH_MARGIN;
+    double const begin = std::max(path.begin + first * path.length - DEPTH_MARGIN, 0.0);
+    double const end = path.begin + last * path.length + DEPTH_MARGIN;
     Depths const depths{begin, 0.5 * (begin + end), end};
-    std::array<geo::XYZPoint, 3> places;
-    for (std::size_t k = 0; k < depths.size(); ++k) {
-      places[k] = mToSurface(line.at(depths[k]));
-    }
-    sounded = through(depths, places);
+    path =
+        through(depths, mToSurface(line.at(depths[0])), mToSurface(line.at(depths[1])), mToSurface(line.at(depths[2])));
   }
-  return std::nullopt;
+  return false;
 }
 
-// As far as the heights around it leave a part of the path, again and again.
-SurfaceRays::Part SurfaceRays::partNearSurface(Path const& path) {
-  Part part{0.0, 1.0};
+// To what the heights around it leave of a path, again and again.
+void SurfaceRays::narrow(Path& path) {
   double const bulgeX = 0.25 * std::fabs(path.bend.x);
   double const bulgeY = 0.25 * std::fabs(path.bend.y);
-  for (int pass = 0; pass < CONTRACTIONS; ++pass) {
-    MeshPoint const a = path.at(part.first);
-    MeshPoint const b = path.at(part.last);
+  for (int pass = 0; pass < MOST_NARROWINGS; ++pass) {
+    MeshPoint const a = path.at(path.first);
+    MeshPoint const b = path.at(path.last);
+    if (std::fabs(b.x - a.x) + std::fabs(b.y - a.y) < FEW_MESHES) {
+      return;
+    }
     dsm::HeightExtent const extent = mWalk->extent({std::min(a.x, b.x) - bulgeX, std::max(a.x, b.x) + bulgeX,
                                                     std::min(a.y, b.y) - bulgeY, std::max(a.y, b.y) + bulgeY});
-    if (extent.isEmpty()) {
-      return {1.0, 0.0};
-    }
-    double const length = part.last - part.first;
-    double const first = path.partAt(static_cast<double>(extent.highest) + mClearance);
-    double const last = path.partAt(static_cast<double>(extent.lowest) - mClearance);
-    part.first = path.heightAt(first) > static_cast<double>(extent.highest) ? std::max(part.first, first) : part.first;
-    part.last = path.heightAt(last) < static_cast<double>(extent.lowest) ? std::min(part.last, last) : part.last;
-    if (!(part.last - part.first < 0.5 * length)) {
-      break;
+    auto const highest = static_cast<double>(extent.highest);
+    auto const lowest = static_cast<double>(extent.lowest);
+    double const length = path.last - path.first;
+    double const first = path.partAt(highest + mClearance);
+    double const last = path.partAt(lowest - mClearance);
+    path.first = path.heightAt(first) > highest ? std::max(path.first, first) : path.first;
+    path.last = path.heightAt(last) < lowest ? std::min(path.last, last) : path.last;
+    if (extent.isEmpty() || !(path.last - path.first < 0.5 * length)) {
+      return;
     }
   }
-  return part;
 }
 
-std::optional<SurfaceRays::Hit> SurfaceRays::walk(Path const& path) {
-  Part const part = mWalk->isRing() ? Part{0.0, 1.0} : partNearSurface(path);
+void SurfaceRays::walk(Path& path, std::size_t line) {
+  if (!mWalk->isRing()) {
+    narrow(path);
+  }
   // A chord over a part of a parabola departs from it by a quarter of its bend times the part squared.
   double const most = std::max({std::fabs(path.bend.x), std::fabs(path.bend.y), std::fabs(path.bend.z) * mUnit});
   double const chord = std::max(std::sqrt(4.0 * BEND / most), SHORTEST_CHORD);
   mWalk->begin();
-  double w = part.first;
-  MeshPoint from = path.at(w);
-  while (w < part.last && !mWalk->isUnder()) {
-    double const end = std::min(w + chord, part.last);
+  double w = path.first;
+  while (w < path.last && !mWalk->isUnder()) {
+    double const end = std::min(w + chord, path.last);
+    MeshPoint const from = path.at(w);
     MeshPoint const to = path.at(end);
-    std::optional<RasterWalk::Meeting> const meeting =
-        mWalk->meet({from, {to.x - from.x, to.y - from.y, to.z - from.z}});
-    if (meeting) {
-      return hitOf(path, w + meeting->w * (end - w), *meeting, end - w);
+    if (mWalk->meet({from, {to.x - from.x, to.y - from.y, to.z - from.z}})) {
+      addHit(path, line, w, end);
+      return;
     }
     w = end;
-    from = to;
   }
-  return std::nullopt;
 }
 
 // From the chord on to the parabola.
-SurfaceRays::Hit SurfaceRays::hitOf(Path const& path, double w, RasterWalk::Meeting const& meeting, double chord) {
+void SurfaceRays::addHit(Path const& path, std::size_t line, double first, double last) {
+  Hit& hit = mHits.emplace_back();
+  hit.meeting = mWalk->meeting();
+  RasterWalk::Meeting const& meeting = hit.meeting;
+  double w = first + meeting.w * (last - first);
   MeshPoint const slope = path.slope(w);
-  if (meeting.patch) {
+  if (meeting.hasPatch) {
     MeshPoint const p = path.at(w);
     double const u = p.x - static_cast<double>(meeting.column);
     double const v = p.y - static_cast<double>(meeting.row);
-    double const step = (meeting.patch->height(u, v) - p.z) / (slope.z - meeting.patch->step(u, v, slope.x, slope.y));
+    double const step = (meeting.patch.height(u, v) - p.z) / (slope.z - meeting.patch.step(u, v, slope.x, slope.y));
     w += std::fabs(step) * path.length < MOST_STEP ? step : 0.0;
   }
   double const perDepth = 1.0 / path.length;
-  return {0,
-          path.begin + w * path.length,
-          path.length * chord,
-          {slope.x * perDepth, slope.y * perDepth, slope.z * perDepth},
-          meeting};
+  hit.line = line;
+  hit.depth = path.begin + w * path.length;
+  hit.part = (last - first) * path.length;
+  hit.slope = {slope.x * perDepth, slope.y * perDepth, slope.z * perDepth};
 }
 
 // Within the patch that the walk found, one step to its height, and along the line with it.
 SightEnd SurfaceRays::closed(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place) {
-  if (hit.meeting.patch) {
-    Patch const& patch = *hit.meeting.patch;
+  if (hit.meeting.hasPatch) {
+    Patch const& patch = hit.meeting.patch;
     MeshPoint const p = meshPoint(place, mMiddle);
     double const u = p.x - static_cast<double>(hit.meeting.column);
     double const v = p.y - static_cast<double>(hit.meeting.row);

@@ -36,14 +36,17 @@ public:
 private:
   /// Depths above, within and below the heights of the raster.
   using Depths = std::array<double, 3>;
-  /// A line of sight from above the highest to below the lowest height, p(w) = from + w linear + w² bend, with w from 0
-  /// to 1 and proportional to the depth.
+  /// A part of a line of sight, p(w) = from + w linear + w² bend, with w proportional to the depth; what may meet the
+  /// surface goes from `first` to `last`.
   struct Path {
-    double begin;  // depth
+    double begin;  // depths
     double length;
     MeshPoint from;
     MeshPoint linear;
     MeshPoint bend;
+    double perLinear;  // of the height
+    double first = 0.0;
+    double last = 1.0;
     MeshPoint at(double w) const;
     MeshPoint slope(double w) const;
     double heightAt(double w) const { return from.z + w * (linear.z + w * bend.z); }
@@ -52,23 +55,20 @@ private:
   };
   /// What the walk found.
   struct Hit {
-    std::size_t line;
-    double depth;
-    double part;      // depth of the straight part that it is on
-    MeshPoint slope;  // by depth
+    std::size_t line = 0;
+    double depth = 0.0;
+    double part = 0.0;  // depth of the straight part that it is on
+    MeshPoint slope;    // by depth
     RasterWalk::Meeting meeting;
   };
 
   Depths depths(LineOfSight const& line) const;
-  Path through(Depths const& depths, std::array<geo::XYZPoint, 3> const& places) const;
-  std::optional<Path> path(LineOfSight const& line, Path sounded);
-  struct Part {
-    double first;
-    double last;
-  };
-  Part partNearSurface(Path const& path);
-  std::optional<Hit> walk(Path const& path);
-  static Hit hitOf(Path const& path, double w, RasterWalk::Meeting const& meeting, double chord);
+  Path through(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle,
+               geo::XYZPoint const& bottom) const;
+  bool cut(LineOfSight const& line, Path& path);
+  void narrow(Path& path);
+  void walk(Path& path, std::size_t line);
+  void addHit(Path const& path, std::size_t line, double first, double last);
   SightEnd closed(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place);
   SightEnd closedBySecants(LineOfSight const& line, double depth, double part);
   double nearest(double x, double middle) const;
