@@ -57,8 +57,9 @@ void RasterWalk::begin() {
   mSide = Side::unknown;
 }
 
-bool RasterWalk::meet(Way const& way) {
+bool RasterWalk::meet(Way const& way, Meeting& meeting) {
   mHasMet = false;
+  mMeeting = &meeting;
   if (!mGrid.isRing) {
     meetWithin(way, 0);
     return mHasMet;
@@ -75,7 +76,7 @@ bool RasterWalk::meet(Way const& way) {
     Way shifted = way;
     shifted.from.x -= turn * columns;
     meetWithin(shifted, 1);
-    mMeeting.hasPatch = mMeeting.hasPatch && turn == 0.0;
+    meeting.hasPatch = meeting.hasPatch && turn == 0.0;
   }
   return mHasMet;
 }
@@ -274,12 +275,12 @@ void RasterWalk::visitHole(Way const& way, Span const& span, std::int64_t column
 
 void RasterWalk::setMeeting(double w, std::int64_t column, std::int64_t row, Patch const* patch) {
   mHasMet = true;
-  mMeeting.w = w;
-  mMeeting.column = column;
-  mMeeting.row = row;
-  mMeeting.hasPatch = patch != nullptr;
+  mMeeting->w = w;
+  mMeeting->column = column;
+  mMeeting->row = row;
+  mMeeting->hasPatch = patch != nullptr;
   if (patch != nullptr) {
-    mMeeting.patch = *patch;
+    mMeeting->patch = *patch;
   }
 }
 

@@ -61,9 +61,7 @@ public:
   /// A new line of sight begins.
   void begin();
 
-  /// Whether a way meets the surface. It goes on where the one before ended.
-  bool meet(Way const& way);
-  /// Where it did.
+  /// Where a way meets the surface.
   struct Meeting {
     double w = 0.0;
     std::int64_t column = 0;
@@ -72,7 +70,8 @@ public:
     bool hasPatch = false;
     Patch patch;
   };
-  Meeting const& meeting() const { return mMeeting; }
+  /// Whether it does. The way goes on where the one before ended.
+  bool meet(Way const& way, Meeting& meeting);
   /// Between what the heights lie of all meshes that reach into a box of columns and rows, and of some beside them. Not
   /// for a raster all around the globe.
   struct MeshBox {
@@ -127,7 +126,7 @@ private:
   double const mLastRow;
   Side mSide = Side::unknown;
   bool mHasMet = false;
-  Meeting mMeeting;
+  Meeting* mMeeting = nullptr;  // of the call
   // The tile met last, until the raster is asked for something else.
   dsm::HeightTile const* mTile = nullptr;
   std::int64_t mTileColumn = 0;

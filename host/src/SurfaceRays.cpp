@@ -102,7 +102,11 @@ void SurfaceRays::firstHits(std::span<LineOfSight const> lines, std::span<SightE
   for (std::size_t i = 0; i < count; ++i) {
     Path path = through(mDepths[i], mPlaces[i], mPlaces[count + i], mPlaces[2 * count + i]);
     if (cut(lines[i], path)) {
-      walk(path, i);
+      Hit& hit = mHits.emplace_back();
+      hit.line = i;
+      if (!walk(path, hit)) {
+        mHits.pop_back();
+      }
     }
   }
   mPlaces.resize(mHits.size());
@@ -112,7 +116,7 @@ void SurfaceRays::firstHits(std::span<LineOfSight const> lines, std::span<SightE
   mToSurface(mPlaces, mPlaces);
   for (std::size_t n = 0; n < mHits.size(); ++n) {
     std::size_t const i = mHits[n].line;
-    ends[i] = closed(lines[i], mHits[n], mPlaces[n]);
+    close(lines[i], mHits[n], mPlaces[n], ends[i]);
   }
 }
 
@@ -197,7 +201,7 @@ void SurfaceRays::narrow(Path& path) {
   }
 }
 
-void SurfaceRays::walk(Path& path, std::size_t line) {
+bool SurfaceRays::walk(Path& path, Hit& hit) {
   if (!mWalk->isRing()) {
     narrow(path);
   }
@@ -210,18 +214,17 @@ void SurfaceRays::walk(Path& path, std::size_t line) {
     double const end = std::min(w + chord, path.last);
     MeshPoint const from = path.at(w);
     MeshPoint const to = path.at(end);
-    if (mWalk->meet({from, {to.x - from.x, to.y - from.y, to.z - from.z}})) {
-      addHit(path, line, w, end);
-      return;
+    if (mWalk->meet({from, {to.x - from.x, to.y - from.y, to.z - from.z}}, hit.meeting)) {
+      setHit(path, w, end, hit);
+      return true;
     }
     w = end;
   }
+  return false;
 }
 
 // From the chord on to the parabola.
-void SurfaceRays::addHit(Path const& path, std::size_t line, double first, double last) {
-  Hit& hit = mHits.emplace_back();
-  hit.meeting = mWalk->meeting();
+void SurfaceRays::setHit(Path const& path, double first, double last, Hit& hit) {
   RasterWalk::Meeting const& meeting = hit.meeting;
   double w = first + meeting.w * (last - first);
   MeshPoint const slope = path.slope(w);
@@ -233,14 +236,13 @@ void SurfaceRays::addHit(Path const& path, std::size_t line, double first, doubl
     w += std::fabs(step) * path.length < MOST_STEP ? step : 0.0;
   }
   double const perDepth = 1.0 / path.length;
-  hit.line = line;
   hit.depth = path.begin + w * path.length;
   hit.part = (last - first) * path.length;
   hit.slope = {slope.x * perDepth, slope.y * perDepth, slope.z * perDepth};
 }
 
 // Within the patch that the walk found, one step to its height, and along the line with it.
-SightEnd SurfaceRays::closed(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place) {
+void SurfaceRays::close(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place, SightEnd& end) {
   if (hit.meeting.hasPatch) {
     Patch const& patch = hit.meeting.patch;
     MeshPoint const p = meshPoint(place, mMiddle);
@@ -250,13 +252,15 @@ SightEnd SurfaceRays::closed(LineOfSight const& line, Hit const& hit, geo::XYZPo
     if (u >= 0.0 && u <= 1.0 && v >= 0.0 && v <= 1.0 && std::fabs(rest) * mUnit <= CLOSED) {
       double const step = -rest / (hit.slope.z - patch.step(u, v, hit.slope.x, hit.slope.y));
       double const s = std::fabs(step) <= CLOSED ? step : 0.0;
-      return {hit.depth + s,
-              {place.x + s * (mGeo[1] * hit.slope.x + mGeo[2] * hit.slope.y),
-               place.y + s * (mGeo[4] * hit.slope.x + mGeo[5] * hit.slope.y), place.z + s * hit.slope.z},
-              Status::ok};
+      end.depth = hit.depth + s;
+      end.place.x = place.x + s * (mGeo[1] * hit.slope.x + mGeo[2] * hit.slope.y);
+      end.place.y = place.y + s * (mGeo[4] * hit.slope.x + mGeo[5] * hit.slope.y);
+      end.place.z = place.z + s * hit.slope.z;
+      end.status = Status::ok;
+      return;
     }
   }
-  return closedBySecants(line, hit.depth, hit.part);
+  end = closedBySecants(line, hit.depth, hit.part);
 }
 
 // Metres above the surface; NaN where there is none.

@@ -67,9 +67,9 @@ private:
                geo::XYZPoint const& bottom) const;
   bool cut(LineOfSight const& line, Path& path);
   void narrow(Path& path);
-  void walk(Path& path, std::size_t line);
-  void addHit(Path const& path, std::size_t line, double first, double last);
-  SightEnd closed(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place);
+  bool walk(Path& path, Hit& hit);
+  static void setHit(Path const& path, double first, double last, Hit& hit);
+  void close(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place, SightEnd& end);
   SightEnd closedBySecants(LineOfSight const& line, double depth, double part);
   double nearest(double x, double middle) const;
   MeshPoint meshPoint(geo::XYZPoint const& position, double middle) const;
