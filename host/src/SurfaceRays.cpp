@@ -97,16 +97,24 @@ void SurfaceRays::firstHits(std::span<LineOfSight const> lines, std::span<SightE
     }
   }
   mToSurface(mPlaces, mPlaces);
-  mHits.clear();
-  mWalk->forgetTile();
+  // Step by step for all lines, so that the processor can go on with the next one while one waits.
+  mPaths.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
-    Path path = through(mDepths[i], mPlaces[i], mPlaces[count + i], mPlaces[2 * count + i]);
-    if (cut(lines[i], path)) {
-      Hit& hit = mHits.emplace_back();
-      hit.line = i;
-      if (!walk(path, hit)) {
-        mHits.pop_back();
-      }
+    setPath(mDepths[i], mPlaces[i], mPlaces[count + i], mPlaces[2 * count + i], mPaths[i]);
+    cut(lines[i], mPaths[i]);
+  }
+  mWalk->forgetTile();
+  if (!mWalk->isRing()) {
+    for (Path& path : mPaths) {
+      narrow(path);
+    }
+  }
+  mHits.clear();
+  for (std::size_t i = 0; i < count; ++i) {
+    Hit& hit = mHits.emplace_back();
+    hit.line = i;
+    if (!walk(mPaths[i], hit)) {
+      mHits.pop_back();
     }
   }
   mPlaces.resize(mHits.size());
@@ -141,49 +149,53 @@ MeshPoint SurfaceRays::meshPoint(geo::XYZPoint const& position, double middle) c
   return {mInverse[0] * x + mInverse[1] * y + 0.5, mInverse[2] * x + mInverse[3] * y + 0.5, position.z};
 }
 
-SurfaceRays::Path SurfaceRays::through(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle,
-                                       geo::XYZPoint const& bottom) const {
+void SurfaceRays::setPath(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle,
+                          geo::XYZPoint const& bottom, Path& path) const {
   double const x = nearest(middle.x, mMiddle);
   MeshPoint const a = meshPoint(top, x);
   MeshPoint const m = meshPoint(middle, x);
   MeshPoint const b = meshPoint(bottom, x);
-  MeshPoint const bend{2.0 * (a.x - 2.0 * m.x + b.x), 2.0 * (a.y - 2.0 * m.y + b.y), 2.0 * (a.z - 2.0 * m.z + b.z)};
-  MeshPoint const linear{b.x - a.x - bend.x, b.y - a.y - bend.y, b.z - a.z - bend.z};
-  return {depths[0], depths[2] - depths[0], a, linear, bend, 1.0 / linear.z};
+  path.begin = depths[0];
+  path.length = depths[2] - depths[0];
+  path.from = a;
+  path.bend = {2.0 * (a.x - 2.0 * m.x + b.x), 2.0 * (a.y - 2.0 * m.y + b.y), 2.0 * (a.z - 2.0 * m.z + b.z)};
+  path.linear = {b.x - a.x - path.bend.x, b.y - a.y - path.bend.y, b.z - a.z - path.bend.z};
+  path.perLinear = 1.0 / path.linear.z;
 }
 
 // To what is between the heights of the raster and below the camera; where a path is too far away from these, the line
-// is sounded again. False if nothing remains.
-bool SurfaceRays::cut(LineOfSight const& line, Path& path) {
+// is sounded again. Where nothing remains, the path ends before it begins.
+void SurfaceRays::cut(LineOfSight const& line, Path& path) {
   for (int pass = 0; pass < PATH_PASSES; ++pass) {
     double const top = path.partAt(mHighest);
     double const first = path.begin + top * path.length < 0.0 ? -path.begin / path.length : top;
     double const last = path.partAt(mLowest);
+    path.first = 1.0;
+    path.last = 0.0;
     if (!(last > first) || !isFinite(path.at(first)) || !isFinite(path.at(last))) {
-      return false;
+      return;
     }
     if (first >= -0.5 && last <= 1.5) {
       path.first = first;
       path.last = last;
-      return true;
+      return;
     }
     double const begin = std::max(path.begin + first * path.length - DEPTH_MARGIN, 0.0);
     double const end = path.begin + last * path.length + DEPTH_MARGIN;
     Depths const depths{begin, 0.5 * (begin + end), end};
-    path =
-        through(depths, mToSurface(line.at(depths[0])), mToSurface(line.at(depths[1])), mToSurface(line.at(depths[2])));
+    setPath(depths, mToSurface(line.at(depths[0])), mToSurface(line.at(depths[1])), mToSurface(line.at(depths[2])),
+            path);
   }
-  return false;
 }
 
 // To what the heights around it leave of a path, again and again.
 void SurfaceRays::narrow(Path& path) {
   double const bulgeX = 0.25 * std::fabs(path.bend.x);
   double const bulgeY = 0.25 * std::fabs(path.bend.y);
-  for (int pass = 0; pass < MOST_NARROWINGS; ++pass) {
+  for (int pass = 0; pass < MOST_NARROWINGS && path.first < path.last; ++pass) {
     MeshPoint const a = path.at(path.first);
     MeshPoint const b = path.at(path.last);
-    if (std::fabs(b.x - a.x) + std::fabs(b.y - a.y) < FEW_MESHES) {
+    if (std::fabs(b.x - a.x) + std::fabs(b.y - a.y) <= FEW_MESHES) {
       return;
     }
     dsm::HeightExtent const extent = mWalk->extent({std::min(a.x, b.x) - bulgeX, std::max(a.x, b.x) + bulgeX,
@@ -201,10 +213,7 @@ void SurfaceRays::narrow(Path& path) {
   }
 }
 
-bool SurfaceRays::walk(Path& path, Hit& hit) {
-  if (!mWalk->isRing()) {
-    narrow(path);
-  }
+bool SurfaceRays::walk(Path const& path, Hit& hit) {
   // A chord over a part of a parabola departs from it by a quarter of its bend times the part squared.
   double const most = std::max({std::fabs(path.bend.x), std::fabs(path.bend.y), std::fabs(path.bend.z) * mUnit});
   double const chord = std::max(std::sqrt(4.0 * BEND / most), SHORTEST_CHORD);

@@ -39,14 +39,14 @@ private:
   /// A part of a line of sight, p(w) = from + w linear + w² bend, with w proportional to the depth; what may meet the
   /// surface goes from `first` to `last`.
   struct Path {
-    double begin;  // depths
-    double length;
+    double begin = 0.0;  // depths
+    double length = 0.0;
     MeshPoint from;
     MeshPoint linear;
     MeshPoint bend;
-    double perLinear;  // of the height
-    double first = 0.0;
-    double last = 1.0;
+    double perLinear = 0.0;  // of the height
+    double first = 1.0;
+    double last = 0.0;
     MeshPoint at(double w) const;
     MeshPoint slope(double w) const;
     double heightAt(double w) const { return from.z + w * (linear.z + w * bend.z); }
@@ -63,11 +63,11 @@ private:
   };
 
   Depths depths(LineOfSight const& line) const;
-  Path through(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle,
-               geo::XYZPoint const& bottom) const;
-  bool cut(LineOfSight const& line, Path& path);
+  void setPath(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle, geo::XYZPoint const& bottom,
+               Path& path) const;
+  void cut(LineOfSight const& line, Path& path);
   void narrow(Path& path);
-  bool walk(Path& path, Hit& hit);
+  bool walk(Path const& path, Hit& hit);
   static void setHit(Path const& path, double first, double last, Hit& hit);
   void close(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place, SightEnd& end);
   SightEnd closedBySecants(LineOfSight const& line, double depth, double part);
@@ -94,6 +94,7 @@ private:
   std::vector<double> mHeights;
   std::vector<Depths> mDepths;
   std::vector<geo::XYZPoint> mPlaces;
+  std::vector<Path> mPaths;
   std::vector<Hit> mHits;
 };
 
