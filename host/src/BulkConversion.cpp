@@ -3,6 +3,7 @@
 
 #include "BulkConversion.h"
 
+#include "CellKernels.h"
 #include "Checks.h"
 
 #include <geo/coordSys.h>
@@ -22,6 +23,7 @@ constexpr double CELL_HEIGHT = 4096.0;  // metres
 constexpr int LEVELS = 3;               // of division: down to an eighth of the edge
 constexpr double HOPELESS = 512.0;      // times the tolerance: a smooth error falls to an eighth with each division
 constexpr std::size_t MOST_CELLS = 16384;
+constexpr std::size_t RUN = 256;  // positions that are converted together
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 constexpr double EARTH_RADIUS = 6378137.0;
 // A quarter of what is promised.
@@ -57,41 +59,21 @@ double powerOfTwo(double metres, Unit const& unit) {
 
 }  // namespace
 
-/// Three coordinates, as a sum of products of powers up to the second of x, y and z, each from -1 to 1 in the cell.
-struct BulkConversion::Polynomial {
-  // The fourth makes them fill vector registers.
-  using Lanes = std::array<double, 4>;
+// What is looked up in a run, and by what.
+struct BulkConversion::LookUp {
+  BulkConversion const& conversion;
+  Memory& memory;
 
-  geo::XYZPoint constant;
-  // By the powers of x, y and z.
-  std::array<std::array<std::array<Lanes, NODES>, NODES>, NODES> terms;
-
-  // Horner's rule, coordinate by coordinate.
-  geo::XYZPoint at(double x, double y, double z) const {
-    Lanes sum{};
-    for (std::size_t i = NODES; i-- > 0;) {
-      Lanes inY{};
-      for (std::size_t j = NODES; j-- > 0;) {
-        Lanes inZ = terms[i][j][2];
-        for (std::size_t l = 0; l < 4; ++l) {
-          inZ[l] = (inZ[l] * z + terms[i][j][1][l]) * z + terms[i][j][0][l];
-          inY[l] = inY[l] * y + inZ[l];
-        }
-      }
-      for (std::size_t l = 0; l < 4; ++l) {
-        sum[l] = sum[l] * x + inY[l];
-      }
-    }
-    return {constant.x + sum[0], constant.y + sum[1], constant.z + sum[2]};
+  static CellPolynomial const* find(void const* context, geo::XYZPoint const& position) {
+    auto const* const lookUp = static_cast<LookUp const*>(context);
+    return lookUp->conversion.polynomial(position, lookUp->memory);
   }
 };
 
 /// Either a polynomial, or four cells, or nothing: then positions are converted exactly.
 struct BulkConversion::Cell {
   geo::XYZPoint centre;
-  double perHalf;
-  double perHalfHeight;
-  std::unique_ptr<Polynomial const> polynomial;
+  std::unique_ptr<CellPolynomial const> polynomial;
   std::array<std::unique_ptr<Cell const>, 4> quarters;  // by the signs of x and y, that of x first
 
   Cell const* quarter(geo::XYZPoint const& p) const {
@@ -113,45 +95,57 @@ public:
                                    centre.z + conversion.mHalfHeight * CHECKS[n][2]};
     }
     geo::coordSys::transform(&conversion.mSource.platform(), &conversion.mTarget.platform(), mPositions.data(),
-                             mPositions.data(), mPositions.size());
+                             mConverted.data(), mPositions.size());
   }
 
   /// Null if a position can't be converted.
-  std::unique_ptr<Polynomial const> polynomial() const {
-    if (!std::all_of(mPositions.begin(), mPositions.end(), [](geo::XYZPoint const& p) { return isFinite(p); })) {
+  std::unique_ptr<CellPolynomial const> polynomial() const {
+    if (!std::all_of(mConverted.begin(), mConverted.end(), [](geo::XYZPoint const& p) { return isFinite(p); })) {
       return nullptr;
     }
-    auto fit = std::make_unique<Polynomial>();
-    fit->constant = mPositions[ALL_NODES / 2];
+    auto fit = std::make_unique<CellPolynomial>();
+    fit->constant = mConverted[ALL_NODES / 2];
+    fit->least = mPositions[0];
+    fit->greatest = mPositions[ALL_NODES - 1];
+    fit->centre = mPositions[ALL_NODES / 2];
+    fit->perHalf = {1.0 / (fit->centre.x - fit->least.x), 1.0 / (fit->centre.y - fit->least.y),
+                    1.0 / (fit->centre.z - fit->least.z)};
+    auto& terms = fit->terms;
     for (std::size_t n = 0; n < ALL_NODES; ++n) {
-      geo::XYZPoint const& p = mPositions[n];
-      fit->terms[n / 9][n / 3 % NODES][n % NODES] = {p.x - fit->constant.x, p.y - fit->constant.y,
-                                                     p.z - fit->constant.z, 0.0};
+      geo::XYZPoint const& p = mConverted[n];
+      terms[n / 9][n / 3 % NODES][n % NODES] = {p.x - fit->constant.x, p.y - fit->constant.y, p.z - fit->constant.z,
+                                                0.0};
     }
     for (std::size_t a = 0; a < NODES; ++a) {
       for (std::size_t b = 0; b < NODES; ++b) {
-        toPowers(fit->terms[a][b][0], fit->terms[a][b][1], fit->terms[a][b][2]);
+        toPowers(terms[a][b][0], terms[a][b][1], terms[a][b][2]);
       }
     }
     for (std::size_t a = 0; a < NODES; ++a) {
       for (std::size_t b = 0; b < NODES; ++b) {
-        toPowers(fit->terms[a][0][b], fit->terms[a][1][b], fit->terms[a][2][b]);
+        toPowers(terms[a][0][b], terms[a][1][b], terms[a][2][b]);
       }
     }
     for (std::size_t a = 0; a < NODES; ++a) {
       for (std::size_t b = 0; b < NODES; ++b) {
-        toPowers(fit->terms[0][a][b], fit->terms[1][a][b], fit->terms[2][a][b]);
+        toPowers(terms[0][a][b], terms[1][a][b], terms[2][a][b]);
       }
     }
     return fit;
   }
 
   /// The greatest departure from the exact conversion at the places of the check, in parts of what is tolerated.
-  double error(Polynomial const& fit, geo::XYZPoint const& tolerance) const {
+  double error(CellPolynomial const& fit, geo::XYZPoint const& tolerance) const {
+    std::array<geo::XYZPoint, CHECKS.size()> converted;
+    std::array<std::uint32_t, CHECKS.size()> rest{};
+    auto const isFit = [](void const* context, geo::XYZPoint const&) {
+      return static_cast<CellPolynomial const*>(context);
+    };
+    convertInCells({&mPositions[ALL_NODES], converted.size(), converted.data(), rest.data(), isFit, &fit});
     double greatest = 0.0;
     for (std::size_t n = 0; n < CHECKS.size(); ++n) {
-      geo::XYZPoint const& exact = mPositions[ALL_NODES + n];
-      geo::XYZPoint const p = fit.at(CHECKS[n][0], CHECKS[n][1], CHECKS[n][2]);
+      geo::XYZPoint const& exact = mConverted[ALL_NODES + n];
+      geo::XYZPoint const& p = converted[n];
       greatest = std::max({greatest, std::fabs(p.x - exact.x) / tolerance.x, std::fabs(p.y - exact.y) / tolerance.y,
                            std::fabs(p.z - exact.z) / tolerance.z});
     }
@@ -160,8 +154,8 @@ public:
 
 private:
   // From values at -1, 0 and 1 to the factors of 1, t and t².
-  static void toPowers(Polynomial::Lanes& first, Polynomial::Lanes& second, Polynomial::Lanes& third) {
-    for (std::size_t l = 0; l < 4; ++l) {
+  static void toPowers(CellPolynomial::Terms& first, CellPolynomial::Terms& second, CellPolynomial::Terms& third) {
+    for (std::size_t l = 0; l < first.size(); ++l) {
       double const before = first[l];
       double const middle = second[l];
       double const after = third[l];
@@ -172,6 +166,7 @@ private:
   }
 
   std::array<geo::XYZPoint, ALL_NODES + CHECKS.size()> mPositions;
+  std::array<geo::XYZPoint, ALL_NODES + CHECKS.size()> mConverted;
 };
 
 std::size_t BulkConversion::Key::hash() const {
@@ -189,12 +184,25 @@ BulkConversion::BulkConversion(CoordinateSystem source, CoordinateSystem target,
 
 BulkConversion::~BulkConversion() = default;
 
-geo::XYZPoint BulkConversion::operator()(geo::XYZPoint const& position, Memory& memory) const {
+void BulkConversion::operator()(std::span<geo::XYZPoint const> in, std::span<geo::XYZPoint> out, Memory& memory) const {
+  std::array<std::uint32_t, RUN> rest;
+  LookUp const lookUp{*this, memory};
+  for (std::size_t begin = 0; begin < in.size(); begin += RUN) {
+    std::size_t const count = std::min(RUN, in.size() - begin);
+    std::size_t const left = convertInCells({&in[begin], count, &out[begin], rest.data(), &LookUp::find, &lookUp});
+    for (std::size_t n = 0; n < left; ++n) {
+      out[begin + rest[n]] = exact(in[begin + rest[n]]);
+    }
+  }
+}
+
+// Null where there is none. The memory keeps it until the next call at least, also when all cells are dropped.
+CellPolynomial const* BulkConversion::polynomial(geo::XYZPoint const& position, Memory& memory) const {
   if (!mDomain.contains(position)) {
-    return exact(position);
+    return nullptr;
   }
   Key const key = keyOf(position);
-  Memory::Entry& entry = memory.mEntries[key.hash() % Memory::size];
+  Memory::Entry& entry = memory.entry(key);
   if (!entry.cell || !(entry.key == key)) {
     entry = {key, cell(key)};
   }
@@ -202,17 +210,15 @@ geo::XYZPoint BulkConversion::operator()(geo::XYZPoint const& position, Memory& 
   while (found != nullptr && !found->polynomial) {
     found = found->quarter(position);
   }
-  if (found == nullptr) {
-    return exact(position);
-  }
-  return found->polynomial->at((position.x - found->centre.x) * found->perHalf,
-                               (position.y - found->centre.y) * found->perHalf,
-                               (position.z - found->centre.z) * found->perHalfHeight);
+  return found != nullptr ? found->polynomial.get() : nullptr;
 }
 
 BulkConversion::Key BulkConversion::keyOf(geo::XYZPoint const& position) const {
+  // Dividing by a power of two is exact.
   auto const index = [](double value, double half) {
-    return static_cast<std::int64_t>(std::floor(value / (2.0 * half)));
+    double const edges = value / (2.0 * half);
+    auto const towardsZero = static_cast<std::int64_t>(edges);
+    return towardsZero - (edges < static_cast<double>(towardsZero) ? 1 : 0);
   };
   return {index(position.x, mHalf), index(position.y, mHalf), index(position.z, mHalfHeight)};
 }
@@ -239,10 +245,8 @@ std::unique_ptr<BulkConversion::Cell const> BulkConversion::makeCell(geo::XYZPoi
                                                                      int level) const {
   auto cell = std::make_unique<Cell>();
   cell->centre = centre;
-  cell->perHalf = 1.0 / half;
-  cell->perHalfHeight = 1.0 / mHalfHeight;
   Fit const fit(*this, centre, half);
-  std::unique_ptr<Polynomial const> polynomial = fit.polynomial();
+  std::unique_ptr<CellPolynomial const> polynomial = fit.polynomial();
   double const error = polynomial ? fit.error(*polynomial, mTolerance) : INFINITE;
   if (error <= 1.0) {
     cell->polynomial = std::move(polynomial);

@@ -3,13 +3,17 @@
 
 #pragma once
 
+#include "CellPolynomial.h"
+
 #include <geo/XYZPoint.h>
 #include <kes/CoordinateSystem.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <unordered_map>
 #include <utility>
 
@@ -50,8 +54,8 @@ public:
   /// The cells that one thread used last.
   class Memory;
 
-  /// A position of the target system; NaN if it can't be converted.
-  geo::XYZPoint operator()(geo::XYZPoint const& position, Memory& memory) const;
+  /// Positions of the target system; NaN if they can't be converted. `out` may be `in`.
+  void operator()(std::span<geo::XYZPoint const> in, std::span<geo::XYZPoint> out, Memory& memory) const;
 
   CoordinateSystem const& source() const { return mSource; }
   CoordinateSystem const& target() const { return mTarget; }
@@ -71,10 +75,11 @@ private:
   struct Hash {
     std::size_t operator()(Key const& key) const { return key.hash(); }
   };
-  struct Polynomial;
   struct Cell;
+  struct LookUp;
   class Fit;
 
+  CellPolynomial const* polynomial(geo::XYZPoint const& position, Memory& memory) const;
   Key keyOf(geo::XYZPoint const& position) const;
   std::shared_ptr<Cell const> cell(Key const& key) const;
   std::unique_ptr<Cell const> makeCell(geo::XYZPoint const& centre, double half, int level) const;
@@ -92,12 +97,17 @@ private:
 
 class BulkConversion::Memory {
   friend class BulkConversion;
-  static constexpr std::size_t size = 64;
+  static constexpr std::size_t side = 32;
   struct Entry {
     Key key{0, 0, 0};
     std::shared_ptr<Cell const> cell;
   };
-  Entry mEntries[size];
+  // Cells side by side have places of their own, and so do those above each other.
+  Entry& entry(Key const& key) {
+    auto const place = [](std::int64_t index) { return static_cast<std::size_t>(index) % side; };
+    return mEntries[place(key.x) + side * place(key.y + key.z * std::int64_t{side / 2})];
+  }
+  Entry mEntries[side * side];
 };
 
 /// A conversion for one thread; one without a conversion leaves positions as they are.
@@ -105,9 +115,18 @@ class Converter {
 public:
   explicit Converter(std::shared_ptr<BulkConversion const> conversion) : mConversion(std::move(conversion)) {}
 
-  /// NaN if the position can't be converted.
+  /// NaN where positions can't be converted; `out` may be `in`.
+  void operator()(std::span<geo::XYZPoint const> in, std::span<geo::XYZPoint> out) {
+    if (mConversion) {
+      (*mConversion)(in, out, mMemory);
+    } else if (in.data() != out.data()) {
+      std::copy(in.begin(), in.end(), out.begin());
+    }
+  }
   geo::XYZPoint operator()(geo::XYZPoint const& position) {
-    return mConversion ? (*mConversion)(position, mMemory) : position;
+    geo::XYZPoint converted;
+    (*this)({&position, 1}, {&converted, 1});
+    return converted;
   }
 
 private:

@@ -34,38 +34,59 @@ double HeightCutter::guess(LineOfSight const& line, double height) const {
   return flat + (p.x * p.x + p.y * p.y) / (2.0 * EARTH_RADIUS);
 }
 
-HeightCut HeightCutter::cut(LineOfSight const& line, double height) {
-  HeightCut const nothing{NAN_VALUE, NOWHERE, Status::notTransformable};
-  HeightCut last = nothing;
-  double lastRest = NAN_VALUE;
-  double depth = guess(line, height);
-  for (int pass = 0; pass < CUT_PASSES; ++pass) {
-    HeightCut const cut{depth, mToSystem(line.at(depth)), Status::ok};
-    if (!isFinite(cut.place)) {
-      return nothing;
-    }
-    double const rest = (cut.place.z - height) * mUnit;
-    if (std::fabs(rest) <= CUT_TOLERANCE) {
-      return finished(cut, height);
-    }
-    // A first step as above level ground, then as the last two cuts have it.
-    double const step = std::isnan(lastRest) ? rest : -rest * (depth - last.depth) / (rest - lastRest);
-    if (std::fabs(step * (depth - last.depth)) <= STRAIGHT) {
-      double const part = step / (depth - last.depth);
-      return finished({depth + step,
-                       {cut.place.x + part * (cut.place.x - last.place.x),
-                        cut.place.y + part * (cut.place.y - last.place.y), height},
-                       Status::ok},
-                      height);
-    }
-    last = cut;
-    lastRest = rest;
-    depth += step;
+void HeightCutter::cut(std::span<LineOfSight const> lines, std::span<double const> heights, std::span<SightEnd> cuts) {
+  mOpen.resize(lines.size());
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    cuts[i] = {NAN_VALUE, NOWHERE, Status::noSolution};
+    mOpen[i] = {i, guess(lines[i], heights[i]), cuts[i], NAN_VALUE};
   }
-  return {NAN_VALUE, NOWHERE, Status::noSolution};
+  for (int pass = 0; pass < CUT_PASSES && !mOpen.empty(); ++pass) {
+    mPlaces.resize(mOpen.size());
+    for (std::size_t k = 0; k < mOpen.size(); ++k) {
+      mPlaces[k] = lines[mOpen[k].index].at(mOpen[k].depth);
+    }
+    mToSystem(mPlaces, mPlaces);
+    std::size_t stillOpen = 0;
+    for (std::size_t k = 0; k < mOpen.size(); ++k) {
+      std::size_t const i = mOpen[k].index;
+      if (advance(mOpen[k], heights[i], mPlaces[k], cuts[i])) {
+        mOpen[stillOpen++] = mOpen[k];
+      }
+    }
+    mOpen.resize(stillOpen);
+  }
 }
 
-HeightCut HeightCutter::finished(HeightCut const& cut, double height) {
+// False when the line is finished, with what it came to in `cut`.
+bool HeightCutter::advance(Open& open, double height, geo::XYZPoint const& place, SightEnd& cut) const {
+  if (!isFinite(place)) {
+    cut.status = Status::notTransformable;
+    return false;
+  }
+  double const rest = (place.z - height) * mUnit;
+  if (std::fabs(rest) <= CUT_TOLERANCE) {
+    cut = finished({open.depth, place, Status::ok}, height);
+    return false;
+  }
+  SightEnd const& last = open.last;
+  double const way = open.depth - last.depth;
+  // A first step as above level ground, then as the last two cuts have it.
+  double const step = std::isnan(open.lastRest) ? rest : -rest * way / (rest - open.lastRest);
+  if (std::fabs(step * way) <= STRAIGHT) {
+    double const part = step / way;
+    cut = finished({open.depth + step,
+                    {place.x + part * (place.x - last.place.x), place.y + part * (place.y - last.place.y), height},
+                    Status::ok},
+                   height);
+    return false;
+  }
+  open.last = {open.depth, place, Status::ok};
+  open.lastRest = rest;
+  open.depth += step;
+  return true;
+}
+
+SightEnd HeightCutter::finished(SightEnd const& cut, double height) {
   return {cut.depth, {cut.place.x, cut.place.y, height}, cut.depth > 0.0 ? Status::ok : Status::noSolution};
 }
 

@@ -4,46 +4,46 @@
 #pragma once
 
 #include "BulkConversion.h"
+#include "LineOfSight.h"
 
 #include <geo/XYZPoint.h>
 #include <kes/CoordinateSystem.h>
-#include <kes/Status.h>
+
+#include <cstddef>
+#include <span>
+#include <vector>
 
 namespace kes::detail {
 
-/// A line of sight in a local system: from the eye down, one metre of z for each metre of depth.
-struct LineOfSight {
-  geo::XYZPoint eye;
-  double dx;
-  double dy;
-
-  geo::XYZPoint at(double depth) const { return {eye.x + depth * dx, eye.y + depth * dy, eye.z - depth}; }
-};
-
-/// Where a line of sight reaches a height of a system: its depth there, to a micrometre, and the position of the system
-/// at that very height.
-struct HeightCut {
-  double depth;
-  geo::XYZPoint place;
-  Status status;
-};
-
-/// Cuts lines of sight at heights of a system; for one thread. The first guess follows the Earth's curvature, so that
-/// two conversions are enough for most lines.
+/// Cuts lines of sight at heights of a system, many together; for one thread. The first guess follows the Earth's
+/// curvature, so that two conversions are enough for most lines. A depth is found to a micrometre, with the position of
+/// the system at that very height.
 class HeightCutter {
 public:
   /// `toSystem` converts from the lines' local system.
   HeightCutter(Converter toSystem, CoordinateSystem const& system);
 
-  HeightCut cut(LineOfSight const& line, double height);
+  /// Cuts each line at its own height.
+  void cut(std::span<LineOfSight const> lines, std::span<double const> heights, std::span<SightEnd> cuts);
+  /// Near where a line reaches a height: to some metres, within 100 km of the local system's origin.
+  double guess(LineOfSight const& line, double height) const;
 
 private:
-  double guess(LineOfSight const& line, double height) const;
-  static HeightCut finished(HeightCut const& cut, double height);
+  // A line that isn't finished.
+  struct Open {
+    std::size_t index;
+    double depth;     // of the next cut
+    SightEnd last;    // the cut before
+    double lastRest;  // NaN before the first
+  };
+  bool advance(Open& open, double height, geo::XYZPoint const& place, SightEnd& cut) const;
+  static SightEnd finished(SightEnd const& cut, double height);
 
   Converter mToSystem;
   double mUnit;          // of heights, metres
   double mOrigin = 0.0;  // the height of the local system's origin, metres
+  std::vector<Open> mOpen;
+  std::vector<geo::XYZPoint> mPlaces;
 };
 
 }  // namespace kes::detail

@@ -23,25 +23,36 @@ class GroundLanes {
 public:
   explicit GroundLanes(LaneTables const& tables) : mTables(tables), mPieces(tables) { setLine(zero()); }
 
+  struct Ray {
+    Mask exists;
+    LanePoint eye;
+    LanePoint direction;
+    Lanes time;
+  };
+  HWY_INLINE Ray ray(Lanes sample, Lanes line) {
+    if (!allTrue(line == mLine)) {
+      setLine(line);
+    }
+    Lanes x, y;
+    Mask const isOnLine = focal(sample, x, y);
+    return {both(mHasLine, isOnLine), mPose.centre,
+            rayOf<LanePoint>(mPose, x + mPose.shift, y, same(mTables.focalLength)), mTime};
+  }
+
   struct Projection {
     Mask isSolved;
     LanePoint ground;
     Lanes time;
   };
   HWY_INLINE Projection project(Lanes sample, Lanes line, Lanes height) {
-    if (!allTrue(line == mLine)) {
-      setLine(line);
-    }
-    Lanes x, y;
-    Mask const isOnLine = focal(sample, x, y);
-    LanePoint const ray = rayOf<LanePoint>(mPose, x + mPose.shift, y, same(mTables.focalLength));
-    Lanes const s = (height - mPose.centre.z) / ray.z;
-    Mask const isDown = both(ray.z<zero(), s> zero());
+    Ray const ray = this->ray(sample, line);
+    Lanes const s = (height - ray.eye.z) / ray.direction.z;
+    Mask const isDown = both(ray.direction.z<zero(), s> zero());
     // What is infinite here is left, too.
     Mask const isFinite = s < same(std::numeric_limits<double>::infinity());
-    return {both(both(mHasLine, isOnLine), both(isDown, isFinite)),
-            {mPose.centre.x + s * ray.x, mPose.centre.y + s * ray.y, height},
-            mTime};
+    return {both(ray.exists, both(isDown, isFinite)),
+            {ray.eye.x + s * ray.direction.x, ray.eye.y + s * ray.direction.y, height},
+            ray.time};
   }
 
   /// Asks the memory for what lines need: after the first call for many lines, the second.

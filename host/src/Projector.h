@@ -5,6 +5,7 @@
 
 #include "LaneKernels.h"
 #include "OpenStrip.h"
+#include "RayKernels.h"
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
@@ -52,13 +53,16 @@ public:
   Camera const& camera(double line);
   Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
 
-  /// Whether `findInLanes` and `projectInLanes` have tables to read.
+  /// Whether `findInLanes`, `projectInLanes` and `findRaysInLanes` have tables to read.
   bool hasLanes() const { return !mData.lanes.isEmpty(); }
   std::size_t findInLanes(LanesToImage const& run) const {
     return detail::findInLanes(mData.lanes, {mData.samples, mData.lines}, run);
   }
   std::size_t projectInLanes(LanesToGround const& run) const {
     return detail::projectInLanes(mData.lanes, {mData.samples, mData.lines}, run);
+  }
+  std::size_t findRaysInLanes(LanesToRays const& run) const {
+    return detail::findRaysInLanes(mData.lanes, {mData.samples, mData.lines}, run);
   }
 
   /// Of a point that has a result.

@@ -62,19 +62,133 @@ public:
   }
 
   void project(std::size_t begin, std::size_t end) {
-    if (mCall.options.solver == Solver::precise && mIsLocal && !mRays && !mCall.options.tdiStages &&
-        mProjector.hasLanes() && end - begin > 1) {
-      for (std::size_t i = begin; i < end; i += detail::pointsPerPart) {
-        projectInLanes(i, std::min(detail::pointsPerPart, end - i));
+    bool const isSingle = end - begin == 1;
+    for (std::size_t i = begin; i < end; i += POINTS_PER_BLOCK) {
+      std::size_t const count = std::min(POINTS_PER_BLOCK, end - i);
+      if (mCall.options.solver == Solver::precise && (mRays || mCutter)) {
+        projectAlongRays(i, count, !isSingle && hasLanes());
+      } else if (mCall.options.solver == Solver::precise && !isSingle && hasLanes()) {
+        projectInLanes(i, count);
+      } else {
+        for (std::size_t k = i; k < i + count; ++k) {
+          project(k);
+        }
       }
-      return;
-    }
-    for (std::size_t i = begin; i < end; ++i) {
-      project(i);
     }
   }
 
 private:
+  static constexpr std::size_t POINTS_PER_BLOCK = 512;
+
+  bool hasLanes() const { return !mCall.options.tdiStages && mProjector.hasLanes(); }
+
+  // To a surface, or to heights of another system than the local one.
+  void projectAlongRays(std::size_t begin, std::size_t count, bool inLanes) {
+    findRays(begin, count, inLanes);
+    std::size_t open = 0;
+    mIndices.resize(count);
+    mHeights.resize(count);
+    for (std::size_t k = 0; k < count; ++k) {
+      std::size_t const i = begin + k;
+      double const height = mCall.height(i);
+      if (!std::isfinite(height)) {
+        mCall.status[i] = Status::notFinite;
+      }
+      if (hasResult(mCall.status[i])) {
+        mLines[open] = mLines[k];
+        mTimes[open] = mTimes[k];
+        mHeights[open] = height;
+        mIndices[open++] = i;
+      } else {
+        storeNothing(i, 0);
+      }
+    }
+    mEnds.resize(open);
+    if (mRays) {
+      mRays->firstHits({mLines.data(), open}, mEnds);
+      convertEnds();
+    } else {
+      mCutter->cut({mLines.data(), open}, {mHeights.data(), open}, mEnds);
+    }
+    for (std::size_t n = 0; n < open; ++n) {
+      storeEnd(n);
+    }
+  }
+
+  // With the status of the image position, where it has a line of sight.
+  void findRays(std::size_t begin, std::size_t count, bool inLanes) {
+    mLines.resize(count);
+    mTimes.resize(count);
+    if (!inLanes) {
+      for (std::size_t k = 0; k < count; ++k) {
+        mCall.status[begin + k] = findRay(begin, k);
+      }
+      return;
+    }
+    mRest.resize(count);
+    std::size_t const rest = mProjector.findRaysInLanes(
+        {&mCall.image[begin], count, mLines.data(), mTimes.data(), &mCall.status[begin], mRest.data()});
+    for (std::size_t n = 0; n < rest; ++n) {
+      mCall.status[begin + mRest[n]] = findRay(begin, mRest[n]);
+    }
+  }
+
+  Status findRay(std::size_t begin, std::size_t k) {
+    geo::XYPoint const& image = mCall.image[begin + k];
+    if (!isFinite(image)) {
+      return Status::notFinite;
+    }
+    if (!mProjector.hasLine(image.y)) {
+      return Status::noSolution;
+    }
+    detail::Projector::Camera const& camera = mProjector.camera(image.y);
+    geo::XYZPoint const ray = mProjector.chain().ray(camera.pose, image.x);
+    mLines[k] = {camera.pose.centre, ray.x / -ray.z, ray.y / -ray.z};
+    mTimes[k] = camera.time;
+    return ray.z < 0.0 ? mProjector.status(image, camera.time) : Status::noSolution;
+  }
+
+  // From the surface's system to that of the results.
+  void convertEnds() {
+    if (mIsOfSurface) {
+      return;
+    }
+    mPlaces.resize(mEnds.size());
+    for (std::size_t n = 0; n < mEnds.size(); ++n) {
+      mPlaces[n] = mLines[n].at(mEnds[n].depth);
+    }
+    mToSystem(mPlaces, mPlaces);
+    for (std::size_t n = 0; n < mEnds.size(); ++n) {
+      mEnds[n].place = mPlaces[n];
+      if (mEnds[n].status == Status::ok && !isFinite(mPlaces[n])) {
+        mEnds[n].status = Status::notTransformable;
+      }
+    }
+  }
+
+  void storeEnd(std::size_t n) {
+    std::size_t const i = mIndices[n];
+    detail::SightEnd const& end = mEnds[n];
+    if (end.status != Status::ok) {
+      mCall.status[i] = end.status;
+      storeNothing(i, DIRECT);
+      return;
+    }
+    mCall.ground[i] = end.place;
+    if (mCall.hasOutputs()) {
+      mPasses = DIRECT;
+      mTime = mTimes[n];
+      mLocal = mLines[n].at(end.depth);
+      storeOutputs(i, true);
+    }
+  }
+
+  void storeNothing(std::size_t i, int passes) {
+    mCall.ground[i] = NOWHERE;
+    mPasses = passes;
+    storeOutputs(i, false);
+  }
+
   // Those that the lanes leave are projected one after the other.
   void projectInLanes(std::size_t begin, std::size_t count) {
     mTimes.resize(count);
@@ -117,6 +231,7 @@ private:
   // The first pass that is one: no iteration was needed.
   static constexpr int DIRECT = 1;
 
+  // To a height of the local system.
   Status projectPrecisely(std::size_t i) {
     geo::XYPoint const& image = mCall.image[i];
     if (!mProjector.hasLine(image.y)) {
@@ -130,33 +245,10 @@ private:
     if (!(ray.z < 0.0)) {
       return Status::noSolution;
     }
-    if (mRays) {
-      return meetSurface({eye, ray.x / -ray.z, ray.y / -ray.z});
-    }
     double const height = mCall.height(i);
-    if (!mIsLocal) {
-      return meetHeight({eye, ray.x / -ray.z, ray.y / -ray.z}, height);
-    }
     double const s = (height - eye.z) / ray.z;
     mLocal = mGround = {eye.x + s * ray.x, eye.y + s * ray.y, height};
     return s > 0.0 ? Status::ok : Status::noSolution;
-  }
-
-  Status meetHeight(detail::LineOfSight const& line, double height) {
-    detail::HeightCut const cut = mCutter->cut(line, height);
-    mLocal = line.at(cut.depth);
-    mGround = cut.place;
-    return cut.status;
-  }
-
-  Status meetSurface(detail::LineOfSight const& line) {
-    std::optional<detail::SurfaceRays::Hit> const hit = mRays->firstHit(line);
-    if (!hit) {
-      return Status::noSurface;
-    }
-    mLocal = line.at(hit->depth);
-    mGround = mIsOfSurface ? hit->place : mToSystem(mLocal);
-    return isFinite(mGround) ? Status::ok : Status::notTransformable;
   }
 
   static Status convert(CoordinateSystem const& from, CoordinateSystem const& to, geo::XYZPoint const& in,
@@ -225,8 +317,14 @@ private:
   geo::XYZPoint mGround;
   double mTime = 0.0;
   int mPasses = 0;
+  // Of a block of points.
   std::vector<double> mTimes;
   std::vector<std::uint32_t> mRest;
+  std::vector<detail::LineOfSight> mLines;
+  std::vector<double> mHeights;
+  std::vector<std::size_t> mIndices;
+  std::vector<detail::SightEnd> mEnds;
+  std::vector<geo::XYZPoint> mPlaces;
 };
 
 }  // namespace

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 namespace kes {
@@ -99,7 +98,7 @@ private:
                  std::span<Status> status) const {
     if (mCall.options.solver == Solver::precise) {
       detail::Converter convert(mStrip.conversion(from, to));
-      std::transform(points.begin(), points.end(), points.begin(), std::ref(convert));
+      convert(points, points);
     } else {
       geo::coordSys::transform(&from.platform(), &to.platform(), points.data(), points.data(), points.size());
     }

@@ -41,14 +41,18 @@ public:
   /// (see `dsm::RasterElevationSource`). The file stays open. Throws std::runtime_error "Can't open elevation model
   /// \"<name>\": " and the reason.
   [[nodiscard]] static Surface raster(std::string const& fileName);
-  /// The same, with so many bytes of memory for its tiles.
+  /// The same, with so many bytes of memory for its tiles, of 128 by 128 cells and 78 KB each; 256 MiB above. A raster
+  /// that has room keeps all tiles once they are read, and threads read them without a lock. Of a larger one, the tiles
+  /// used last are kept, and up to 16 more (1.2 MB) for each thread. Lines of sight need 11 bytes more for each tile of
+  /// the raster.
   [[nodiscard]] static Surface raster(std::string const& fileName, std::size_t cacheSize);
 
   /// The elevation model's file; empty for a surface of one height.
   [[nodiscard]] std::string fileName() const;
   /// The system of positions and heights.
   [[nodiscard]] CoordinateSystem const& coordinateSystem() const;
-  /// Between what all heights lie; nothing when the surface has none. The first call for a raster reads all of it.
+  /// Between what all heights lie; nothing when the surface has none. The first call for a raster reads all of it,
+  /// and so does the first line of sight.
   /// Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason.
   [[nodiscard]] std::optional<HeightRange> heightRange() const;
   /// The height at the x and y of each position, whose z doesn't count; without one NaN, with `noSurface` or

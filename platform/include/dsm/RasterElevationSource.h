@@ -3,12 +3,14 @@
 
 #pragma once
 
+#include <dsm/HeightTile.h>
 #include <dsm/ProjectedElevationSource.h>
 #include <geo/XYPoint.h>
 #include <util/Origin.h>
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,12 +39,14 @@ namespace dsm {
 /// cells on both sides, up to a millionth of a cell away. Heights are good to a unit in the last place of the
 /// greatest of the four as a float.
 ///
-/// Memory. Cells are read as they are needed, in square tiles, and those used last are kept: as many as `cacheSize`
-/// holds, one at the least, and up to sixteen more for each thread, of those it met last, until it ends or meets
-/// others. A tile takes 67 KB. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
+/// Memory. Cells are read as they are needed, in square tiles of 128 by 128 cells, which take 78 KB each. A raster whose
+/// tiles `cacheSize` has room for all, as the default has for 7400 by 7400 cells, keeps each of them once it is read.
+/// Of a larger one, those used last are kept: as many as `cacheSize` holds, one at the least, and up to sixteen more for
+/// each thread, of those it met last, until it ends or meets others. Between what the heights of its tiles lie, once it
+/// is asked for, takes 11 bytes for each tile. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
 ///
-/// Threads may share a source. Each sees the same heights to the bit, and those in tiles that a thread met last cost
-/// neither a lock nor an allocation.
+/// Threads may share a source. Each sees the same heights to the bit. Heights in tiles that are kept cost neither a lock
+/// nor an allocation where there is room for all; otherwise, those in tiles that a thread met last.
 class KESPLATFORM_EXPORT RasterElevationSource final : public ProjectedElevationSource {
 public:
   /// Least and greatest x and y of the raster's corners, in the horizontal unit of `coordSystem()`.
@@ -57,6 +61,10 @@ public:
     int columns;
     int rows;
     std::array<double, 6> geoTransform;
+    /// A full turn of longitude in the unit of x; 0 where x is none.
+    double fullTurn;
+    /// Whether the last column and the first are neighbours, all around the globe.
+    bool isRing;
   };
   /// Heights in the vertical unit of `coordSystem()`.
   struct HeightRange {
@@ -86,8 +94,16 @@ public:
   Bounds const& bounds() const;
   Grid const& grid() const;
   /// The least and the greatest height of all cells, between which all heights lie; nothing when no cell has a height.
-  /// The first call reads the whole raster, past the kept tiles. Throws as `height` does.
+  /// The first call reads the whole raster, without keeping what there is no room for. Throws as `height` does.
   std::optional<HeightRange> heightRange() const;
+
+  /// The tile in a column and row of tiles, counted from 0; mesh i lies between the centres of the cells i - 1 and i,
+  /// so that there is a mesh more than cells each way. It stays until the thread asks the source for another tile or
+  /// height. Throws as `height` does.
+  HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
+  /// Of the corners of a square of 2^bits by 2^bits meshes, from `HeightTile::MESH_BITS` on, in a column and row of such
+  /// squares. Needs what `heightRange` reads.
+  HeightExtent const& extent(unsigned bits, std::uint64_t column, std::uint64_t row) const;
 
 private:
   class Surface;

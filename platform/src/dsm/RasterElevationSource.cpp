@@ -1,10 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "dsm/HeightTile.h"
+#include "dsm/ExtentTree.h"
+#include "dsm/MeshHeight.h"
 #include "dsm/RasterFile.h"
 #include "dsm/TileCache.h"
+#include "dsm/TileTable.h"
 
+#include <dsm/HeightTile.h>
 #include <dsm/RasterElevationSource.h>
 
 #include <algorithm>
@@ -12,10 +15,10 @@
 #include <atomic>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace dsm {
 namespace {
@@ -64,6 +67,8 @@ public:
 
   bool height(geo::XYZPoint const& position, float& height) const;
   std::optional<HeightRange> heightRange() const;
+  HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
+  HeightExtent const& extent(unsigned bits, std::uint64_t column, std::uint64_t row) const;
 
   geo::coordSys const* coordSystem() const { return mFile.coordSystem(); }
   std::string const& fileName() const { return mFileName; }
@@ -71,10 +76,16 @@ public:
   Grid const& grid() const { return mGrid; }
 
 private:
-  HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
+  /// What is known once the whole raster has been read.
+  struct Survey {
+    std::optional<HeightRange> range;
+    ExtentTree tree;
+  };
+  HeightTile const& keptTile(std::uint64_t column, std::uint64_t row) const;
   TileCache::Tile sharedTile(std::uint64_t column, std::uint64_t row) const;
-  TileCache::Tile read(std::uint64_t column, std::uint64_t row) const;
-  std::optional<HeightRange> findRange() const;
+  std::unique_ptr<HeightTile const> read(std::uint64_t column, std::uint64_t row) const;
+  Survey const& survey() const;
+  std::unique_ptr<Survey const> makeSurvey() const;
 
   std::string mFileName;
   std::uint64_t const mNumber = nextSurface();
@@ -86,18 +97,24 @@ private:
   // A raster has a mesh more than cells each way: those beyond its first and last centres.
   std::uint64_t const mTileColumns;
   std::uint64_t const mTileRows;
-  mutable TileCache mCache;
-  mutable std::mutex mRangeMutex;
-  mutable bool mIsRangeKnown = false;
-  mutable std::optional<HeightRange> mRange;
+  mutable std::optional<TileTable> mTable;  // where there is room for all tiles
+  mutable TileCache mCache;                 // otherwise
+  mutable std::mutex mSurveyMutex;
+  mutable std::unique_ptr<Survey const> mSurvey;
+  mutable std::atomic<Survey const*> mKnownSurvey{nullptr};
 };
 
 RasterElevationSource::Surface::Surface(std::string const& fileName, std::size_t cacheSize, util::Origin origin)
     : mFileName(fileName), mFile(openFile(fileName, origin)),
       mPlace(mFile.place()), mBounds{mPlace.minimum(), mPlace.maximum()}, mGrid{mPlace.columns(), mPlace.rows(),
-                                                                                mPlace.geoTransform()},
+                                                                                mPlace.geoTransform(),
+                                                                                mPlace.fullTurn(), mPlace.isRing()},
       mTileColumns((static_cast<std::uint64_t>(mPlace.columns()) >> HeightTile::MESH_BITS) + 1),
-      mTileRows((static_cast<std::uint64_t>(mPlace.rows()) >> HeightTile::MESH_BITS) + 1), mCache(cacheSize) {}
+      mTileRows((static_cast<std::uint64_t>(mPlace.rows()) >> HeightTile::MESH_BITS) + 1), mCache(cacheSize) {
+  if (mTileColumns * mTileRows <= TileCache::tilesIn(cacheSize)) {
+    mTable.emplace(static_cast<std::size_t>(mTileColumns * mTileRows));
+  }
+}
 
 bool RasterElevationSource::Surface::height(geo::XYZPoint const& position, float& height) const {
   CellPosition cell{};
@@ -110,12 +127,18 @@ bool RasterElevationSource::Surface::height(geo::XYZPoint const& position, float
   auto const column = static_cast<std::uint64_t>(static_cast<std::int64_t>(x));
   auto const row = static_cast<std::uint64_t>(static_cast<std::int64_t>(y));
   constexpr std::uint64_t IN_TILE = HeightTile::MESHES - 1;
-  return tile(column >> HeightTile::MESH_BITS, row >> HeightTile::MESH_BITS)
-      .height(column & IN_TILE, row & IN_TILE, x - static_cast<double>(column), y - static_cast<double>(row), height);
+  return heightInMesh(tile(column >> HeightTile::MESH_BITS, row >> HeightTile::MESH_BITS),
+                      {static_cast<std::size_t>(column & IN_TILE), static_cast<std::size_t>(row & IN_TILE),
+                       x - static_cast<double>(column), y - static_cast<double>(row)},
+                      height);
 }
 
 HeightTile const& RasterElevationSource::Surface::tile(std::uint64_t column, std::uint64_t row) const {
   std::uint64_t const number = row * mTileColumns + column;
+  if (mTable) {
+    HeightTile const* const kept = mTable->find(number);
+    return kept != nullptr ? *kept : keptTile(column, row);
+  }
   RecentTile& recent = recentTiles[recentPlace(mNumber, column, row)];
   if (recent.surface != mNumber || recent.number != number) {
     recent.tile = sharedTile(column, row);
@@ -123,6 +146,15 @@ HeightTile const& RasterElevationSource::Surface::tile(std::uint64_t column, std
     recent.number = number;
   }
   return *recent.tile;
+}
+
+HeightTile const& RasterElevationSource::Surface::keptTile(std::uint64_t column, std::uint64_t row) const {
+  std::uint64_t const number = row * mTileColumns + column;
+  std::lock_guard const lock(mFileMutex);
+  if (HeightTile const* const kept = mTable->find(number)) {  // another thread has read it meanwhile
+    return *kept;
+  }
+  return mTable->insert(number, read(column, row));
 }
 
 TileCache::Tile RasterElevationSource::Surface::sharedTile(std::uint64_t column, std::uint64_t row) const {
@@ -134,45 +166,61 @@ TileCache::Tile RasterElevationSource::Surface::sharedTile(std::uint64_t column,
   if (auto tile = mCache.find(number)) {  // another thread has read it meanwhile
     return tile;
   }
-  auto tile = read(column, row);
+  TileCache::Tile tile = read(column, row);
   mCache.insert(number, tile);
   return tile;
 }
 
 /// With the lock on the file.
-TileCache::Tile RasterElevationSource::Surface::read(std::uint64_t column, std::uint64_t row) const {
-  auto tile = std::make_shared<HeightTile>();
+std::unique_ptr<HeightTile const> RasterElevationSource::Surface::read(std::uint64_t column, std::uint64_t row) const {
+  auto tile = std::make_unique<HeightTile>();
   try {
     mFile.read(static_cast<std::int64_t>(column * HeightTile::MESHES) - 1,
                static_cast<std::int64_t>(row * HeightTile::MESHES) - 1, *tile);
   } catch (std::runtime_error const& error) {
     throw std::runtime_error(failure("read", mFileName, error));
   }
+  tile->findExtents();
   return tile;
 }
 
 std::optional<RasterElevationSource::HeightRange> RasterElevationSource::Surface::heightRange() const {
-  std::lock_guard const lock(mRangeMutex);
-  if (!mIsRangeKnown) {
-    mRange = findRange();
-    mIsRangeKnown = true;
-  }
-  return mRange;
+  return survey().range;
 }
 
-std::optional<RasterElevationSource::HeightRange> RasterElevationSource::Surface::findRange() const {
-  constexpr float INFINITE = std::numeric_limits<float>::infinity();
-  HeightRange range{INFINITE, -INFINITE};
-  for (std::uint64_t i = 0; i < mTileColumns * mTileRows; ++i) {
-    std::unique_lock lock(mFileMutex);
-    auto const tile = read(i % mTileColumns, i / mTileColumns);
-    lock.unlock();
-    for (float const height : tile->heights()) {  // a comparison with NaN changes nothing
-      range.lowest = height < range.lowest ? height : range.lowest;
-      range.highest = height > range.highest ? height : range.highest;
-    }
+HeightExtent const& RasterElevationSource::Surface::extent(unsigned bits, std::uint64_t column,
+                                                           std::uint64_t row) const {
+  return survey().tree.extent(bits - HeightTile::MESH_BITS, column, row);
+}
+
+RasterElevationSource::Surface::Survey const& RasterElevationSource::Surface::survey() const {
+  if (Survey const* const known = mKnownSurvey.load(std::memory_order_acquire)) {
+    return *known;
   }
-  return range.lowest <= range.highest ? std::optional(range) : std::nullopt;
+  std::lock_guard const lock(mSurveyMutex);
+  if (!mSurvey) {
+    mSurvey = makeSurvey();
+    mKnownSurvey.store(mSurvey.get(), std::memory_order_release);
+  }
+  return *mSurvey;
+}
+
+std::unique_ptr<RasterElevationSource::Surface::Survey const> RasterElevationSource::Surface::makeSurvey() const {
+  std::vector<HeightExtent> extents;  // grows by what is read, whatever size the file claims
+  HeightExtent all;
+  for (std::uint64_t i = 0; i < mTileColumns * mTileRows; ++i) {
+    std::unique_ptr<HeightTile const> passing;
+    if (!mTable) {
+      std::lock_guard const lock(mFileMutex);
+      passing = read(i % mTileColumns, i / mTileColumns);
+    }
+    HeightTile const& surveyed = mTable ? tile(i % mTileColumns, i / mTileColumns) : *passing;
+    extents.push_back(surveyed.extent(HeightTile::MESH_BITS, 0, 0));
+    all.add(extents.back());
+  }
+  return std::make_unique<Survey const>(
+      Survey{all.isEmpty() ? std::nullopt : std::optional(HeightRange{all.lowest, all.highest}),
+             ExtentTree(std::move(extents), mTileColumns, mTileRows)});
 }
 
 RasterElevationSource::RasterElevationSource(std::string const& fileName, std::size_t cacheSize, util::Origin origin)
@@ -185,6 +233,14 @@ RasterElevationSource::~RasterElevationSource() = default;
 
 bool RasterElevationSource::height(geo::XYZPoint const& position, float& height) const {
   return mSurface->height(position, height);
+}
+
+HeightTile const& RasterElevationSource::tile(std::uint64_t column, std::uint64_t row) const {
+  return mSurface->tile(column, row);
+}
+
+HeightExtent const& RasterElevationSource::extent(unsigned bits, std::uint64_t column, std::uint64_t row) const {
+  return mSurface->extent(bits, column, row);
 }
 
 std::string const& RasterElevationSource::fileName() const {

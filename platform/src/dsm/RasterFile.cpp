@@ -3,10 +3,10 @@
 
 #include "dsm/RasterFile.h"
 
-#include "dsm/HeightTile.h"
 #include "dsm/LengthUnit.h"
 #include "raster/PlainFiles.h"
 
+#include <dsm/HeightTile.h>
 #include <geo/coordSysFactory.h>
 #include <geo/units.h>
 

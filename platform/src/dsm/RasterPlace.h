@@ -44,6 +44,7 @@ public:
   int rows() const { return mRows; }
   /// Whether the last column and the first are neighbours, all around the globe.
   bool isRing() const { return mIsRing; }
+  double fullTurn() const { return mFullTurn; }
   std::array<double, 6> const& geoTransform() const { return mGeoTransform; }
   geo::XYPoint const& minimum() const { return mMinimum; }
   geo::XYPoint const& maximum() const { return mMaximum; }

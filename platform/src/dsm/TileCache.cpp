@@ -15,8 +15,12 @@ constexpr std::size_t ENTRY_BYTES = sizeof(HeightTile) + 256;
 
 }  // namespace
 
-TileCache::TileCache(std::size_t bytes) : mParts(std::clamp(bytes / ENTRY_BYTES, std::size_t{1}, MOST_PARTS)) {
-  std::size_t const capacity = std::max(bytes / ENTRY_BYTES, std::size_t{1});
+std::size_t TileCache::tilesIn(std::size_t bytes) {
+  return std::max(bytes / ENTRY_BYTES, std::size_t{1});
+}
+
+TileCache::TileCache(std::size_t bytes) : mParts(std::min(tilesIn(bytes), MOST_PARTS)) {
+  std::size_t const capacity = tilesIn(bytes);
   for (std::size_t i = 0; i < mParts.size(); ++i) {
     mParts[i].capacity = (capacity + i) / mParts.size();
   }

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "dsm/HeightTile.h"
+#include <dsm/HeightTile.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -22,7 +22,10 @@ class TileCache {
 public:
   using Tile = std::shared_ptr<HeightTile const>;
 
-  /// Holds as many tiles as `bytes` have room for, one at the least.
+  /// How many tiles some memory has room for, one at the least.
+  static std::size_t tilesIn(std::size_t bytes);
+
+  /// Holds as many tiles as `bytes` have room for.
   explicit TileCache(std::size_t bytes);
 
   /// The tile, which counts as used last now, or null.
