@@ -23,16 +23,6 @@ namespace {
 using kes::Solver;
 using kes::Status;
 
-template <class Exception, class Action>
-std::string messageOf(Action action) {
-  try {
-    action();
-  } catch (Exception const& error) {
-    return error.what();
-  }
-  return "nothing was thrown";
-}
-
 // To the bit what the library's own operations return, in the local system, on a map and on a surface.
 TEST(LibraryForms, GiveTheBitsOfTheLibrary) {
   for (unsigned const seed : {4U, 9U}) {
@@ -159,7 +149,7 @@ TEST(CoordinateSystem, IsAValueWithUnitsAndEquality) {
   EXPECT_EQ(utm.horizontalUnit(), (kes::Unit{"metre", 1.0}));
   EXPECT_EQ(kes::CoordinateSystem(kes::CoordinateSystem::local({0.1, 0.8, 30.0}).definition()),
             kes::CoordinateSystem::local({0.1, 0.8, 30.0}));
-  EXPECT_EQ(messageOf<std::invalid_argument>([] { static_cast<void>(kes::CoordinateSystem::of(nullptr)); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([] { static_cast<void>(kes::CoordinateSystem::of(nullptr)); }),
             "a coordinate system is missing");
 }
 
@@ -176,7 +166,7 @@ TEST(CoordinateSystem, EachPointGetsAStatus) {
   EXPECT_TRUE(std::isnan(points[2].y));
   EXPECT_THAT(points[3].y, test::SameBits(points[0].y));
   std::vector<Status> few(3);
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] {
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] {
               kes::CoordinateSystem::wgs84Degrees().transform(kes::CoordinateSystem::wgs84Radians(), points, points,
                                                               few);
             }),
@@ -266,17 +256,18 @@ TEST(Projection, SpansOfOtherSizesAreRefused) {
   std::vector<geo::XYZPoint> ground(3);
   std::vector<Status> status(2);
   std::vector<double> two(2);
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toGround(image, {}, ground, status); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toGround(image, {}, ground, status); }),
             "spans differ in size");
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toImage(ground, {}, image, status); }), "spans differ in size");
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toImage(ground, {}, image, status); }),
+            "spans differ in size");
   status.resize(3);
   kes::ToGroundOptions options;
   options.heights = kes::HeightPerPoint{two};
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toGround(image, options, ground, status); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toGround(image, options, ground, status); }),
             "spans differ in size");
   kes::ToImageOptions back;
   back.outputs.time = two;
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toImage(ground, back, image, status); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toImage(ground, back, image, status); }),
             "spans differ in size");
 }
 
