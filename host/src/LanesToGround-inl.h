@@ -28,6 +28,7 @@ public:
     LanePoint ground;
     Lanes time;
   };
+  // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): its one caller has them by these names.
   HWY_INLINE Projection project(Lanes sample, Lanes line, Lanes height) {
     if (!allTrue(line == mLine)) {
       setLine(line);
