@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <files/Angles.h>
 #include <files/FileReplacement.h>
 #include <files/NewFolder.h>
 #include <filesystem>
@@ -55,9 +56,9 @@ void require(bool isWritten, std::string const& file) {
 std::unique_ptr<geo::coordSys> mappingSystem(BlockPlan const& plan, Terrain const& terrain) {
   std::string definition = plan.crs;
   if (definition.empty()) {
-    constexpr double degree = 0.017453292519943295;
     geo::XYZPoint const middle = terrain.middle();
-    int const zone = std::clamp(static_cast<int>(std::floor((middle.x / degree + 180.0) / 6.0)) + 1, 1, 60);
+    int const zone =
+        std::clamp(static_cast<int>(std::floor((middle.x / files::radiansPerDegree + 180.0) / 6.0)) + 1, 1, 60);
     definition = "EPSG:" + std::to_string((middle.y < 0.0 ? 32700 : 32600) + zone);
   }
   return std::unique_ptr<geo::coordSys>(geo::coordSysFactory::getInstance()->createCoordSys(definition));
