@@ -46,7 +46,7 @@ struct Block::Impl {
     if (options.calibrations.empty()) {
       options.calibrations = detail::calibrationsBeside(file, 0);
     }
-    detail::applyToProcess(options);
+    detail::applyUnderLock(options);
     std::vector<std::string> const before = detail::calibrationFolders();
     try {
       auto block = std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
