@@ -72,7 +72,7 @@ std::optional<geo::XYZPoint> libraryToSurface(LibraryRay const& ray, Surface con
 }
 
 void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, std::vector<geo::XYZPoint>& ground,
-                    std::vector<geo::XYPoint>& image) {
+                    std::vector<geo::XYPoint>& image, std::span<int> passes) {
   std::size_t const count = ground.size();
   image.resize(count);
   if (count == 0) {
@@ -80,7 +80,11 @@ void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, s
   }
   if (form == Solver::libraryPoint) {
     for (std::size_t i = 0; i < count; ++i) {
-      strip.lsrToImage(ground[i], band, image[i]);
+      if (passes.empty()) {
+        strip.lsrToImage(ground[i], band, image[i]);
+      } else {
+        passes[i] = sensor::solveImage(strip, ground[i], band, image[i]);
+      }
     }
   } else if (form == Solver::libraryRun) {
     strip.lsrToImage(ground, band, image);

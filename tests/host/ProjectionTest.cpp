@@ -62,6 +62,30 @@ TEST(LibraryForms, GiveTheBitsOfTheLibrary) {
   }
 }
 
+TEST(LibraryForms, StateThePassesOfSinglePointsOnly) {
+  kes::Strip const& strip = test::randomStrip(4);
+  kes::Band const band = strip.band("REDF16A");
+  auto ground = test::toGround(band, test::imagePoints(band, 4, 9), test::atHeight(12.5)).points;
+  ground[3].x = std::numeric_limits<double>::quiet_NaN();
+  std::vector<int> passes(9, -1);
+  kes::ToImageOptions options = test::by(Solver::libraryPoint);
+  options.outputs.passes = passes;
+  auto const counted = test::toImage(band, ground, options);
+  auto const plain = test::toImage(band, ground, test::by(Solver::libraryPoint));
+  for (std::size_t const i : {0U, 1U, 2U, 4U, 5U, 6U, 7U, 8U}) {
+    geo::XYPoint expected;
+    EXPECT_EQ(passes[i], sensor::solveImage(strip.model(), ground[i], band.index(), expected)) << i;
+    EXPECT_GE(passes[i], 2) << i;
+    EXPECT_THAT(counted.points[i].y, test::SameBits(plain.points[i].y)) << i;
+  }
+  EXPECT_EQ(passes[3], 0);
+  for (Solver const solver : {Solver::libraryRun, Solver::libraryLanes}) {
+    options.solver = solver;
+    test::toImage(band, ground, options);
+    EXPECT_EQ(passes, std::vector<int>(9, 0));
+  }
+}
+
 // The bits depend on the number of passes, and so on the tolerance of a height, which is in the system's vertical unit.
 class LibraryFormsOnAMap : public testing::TestWithParam<std::pair<std::string, float>> {};
 
