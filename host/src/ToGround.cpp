@@ -5,6 +5,7 @@
 #include "LibraryForms.h"
 #include "PointParts.h"
 #include "Projector.h"
+#include "SourceRays.h"
 #include "SurfaceRays.h"
 
 #include <geo/coordSys.h>
@@ -57,12 +58,17 @@ public:
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
       detail::SurfaceSource const& surface = call.surface()->source();
       mIsOfSurface = surface.system() == mSystem;
-      mRays.emplace(surface, detail::Converter(strip.conversion(strip.localSystem(), surface.system())));
+      detail::Converter toSurface(strip.conversion(strip.localSystem(), surface.system()));
+      if (surface.isOfHost()) {
+        mSourceRays.emplace(surface, std::move(toSurface));
+      } else {
+        mRays.emplace(surface, std::move(toSurface));
+      }
     }
   }
 
   void project(std::size_t begin, std::size_t end) {
-    if (mCall.options.solver == Solver::precise && mIsLocal && !mRays && !mCall.options.tdiStages &&
+    if (mCall.options.solver == Solver::precise && mIsLocal && !mRays && !mSourceRays && !mCall.options.tdiStages &&
         mProjector.hasLanes() && end - begin > 1) {
       for (std::size_t i = begin; i < end; i += detail::pointsPerPart) {
         projectInLanes(i, std::min(detail::pointsPerPart, end - i));
@@ -130,7 +136,7 @@ private:
     if (!(ray.z < 0.0)) {
       return Status::noSolution;
     }
-    if (mRays) {
+    if (mRays || mSourceRays) {
       return meetSurface({eye, ray.x / -ray.z, ray.y / -ray.z});
     }
     double const height = mCall.height(i);
@@ -150,7 +156,11 @@ private:
   }
 
   Status meetSurface(detail::LineOfSight const& line) {
-    std::optional<detail::SurfaceRays::Hit> const hit = mRays->firstHit(line);
+    return mRays ? endAt(line, mRays->firstHit(line)) : endAt(line, mSourceRays->firstHit(line));
+  }
+
+  template <class Hit>
+  Status endAt(detail::LineOfSight const& line, std::optional<Hit> const& hit) {
     if (!hit) {
       return Status::noSurface;
     }
@@ -221,6 +231,7 @@ private:
   std::optional<detail::HeightCutter> mCutter;  // for heights of another system
   bool mIsOfSurface = false;                    // whether the results are in the surface's system
   std::optional<detail::SurfaceRays> mRays;
+  std::optional<detail::SourceRays> mSourceRays;
   geo::XYZPoint mLocal;
   geo::XYZPoint mGround;
   double mTime = 0.0;
