@@ -27,9 +27,6 @@ function(kes_properties target)
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${KESSENSOR_SANITIZE})
   endif()
-  if(KESSENSOR_TIDY)
-    set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "clang-tidy;--quiet")
-  endif()
 endfunction()
 
 # kes_folder(NAME SOURCES... [DEPENDS folder...]): one folder of src/ as an internal static library. The shared library

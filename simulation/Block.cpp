@@ -5,7 +5,6 @@
 #include <geo/coordSysFactory.h>
 #include <sensor/BlockModelData.h>
 #include <sensor/ImagePointList.h>
-#include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
 #include <simulation/Block.h>
 #include <simulation/CameraHead.h>
@@ -22,6 +21,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <files/Angles.h>
 #include <files/FileReplacement.h>
 #include <files/NewFolder.h>
 #include <filesystem>
@@ -55,9 +55,9 @@ void require(bool isWritten, std::string const& file) {
 std::unique_ptr<geo::coordSys> mappingSystem(BlockPlan const& plan, Terrain const& terrain) {
   std::string definition = plan.crs;
   if (definition.empty()) {
-    constexpr double degree = 0.017453292519943295;
     geo::XYZPoint const middle = terrain.middle();
-    int const zone = std::clamp(static_cast<int>(std::floor((middle.x / degree + 180.0) / 6.0)) + 1, 1, 60);
+    int const zone =
+        std::clamp(static_cast<int>(std::floor((middle.x / files::radiansPerDegree + 180.0) / 6.0)) + 1, 1, 60);
     definition = "EPSG:" + std::to_string((middle.y < 0.0 ? 32700 : 32600) + zone);
   }
   return std::unique_ptr<geo::coordSys>(geo::coordSysFactory::getInstance()->createCoordSys(definition));
@@ -75,7 +75,8 @@ public:
   // The folder is where to write, the other is what it will be in the end.
   Block(BlockPlan const& plan, Terrain const& terrain, CameraHead const& head, std::unique_ptr<geo::coordSys> map,
         std::string folder, std::string finalFolder)
-      : mPlan(plan), mTerrain(terrain), mFolder(std::move(folder)), mFinalFolder(std::move(finalFolder)) {
+      : mPlan(plan), mTerrain(terrain), mMap(map->definition()), mFolder(std::move(folder)),
+        mFinalFolder(std::move(finalFolder)) {
     writeCalibrations(plan.flight, head, path(calibrationFolder));
     mBlock.setDataPath(mFolder);
     mBlock.setDisplayName(plan.name);
@@ -90,16 +91,17 @@ public:
 
 private:
   std::string path(std::string const& name) const { return mFolder + "/" + name; }
-  void writeImagePoints(FlightPlan const& flight, sensor::KESStripModel const& strip) const;
+  void writeImagePoints(FlightPlan const& flight, kes::Strip const& strip) const;
   void writeGroundPoints();
 
   BlockPlan const& mPlan;
   Terrain const& mTerrain;
+  kes::CoordinateSystem mMap;
   std::string mFolder;
   std::string mFinalFolder;
   sensor::BlockModelData mBlock;
   std::vector<FlightPlan> mFlights;
-  std::vector<sensor::KESStripModel const*> mStrips;  // of these flights; the block owns them
+  std::vector<kes::Strip> mStrips;  // of these flights, with the true orientation
 };
 
 // Names relative to the folder of the strip come out relative to that of the block.
@@ -127,22 +129,23 @@ FlightFiles Block::fly(FlightPlan const& flight, Texture const* texture, Progres
   double const part = texture != nullptr ? flightPart : 1.0;
   StripPlace const place{folder, mFinalFolder + "/" + flight.name, std::string("../") + calibrationFolder};
   FlightFiles files = writeStripProject(flight, mTerrain, place, [&](double done) { progress(part * done); });
+  kes::Strip strip = trueStrip(flight, folder, files);
   if (texture != nullptr) {
-    files.images = renderImages(flight, folder, files, mTerrain, *texture,
+    files.images = renderImages(flight, folder, strip, mTerrain, *texture,
                                 [&](double done) { progress(part + (1.0 - part) * done); });
   }
-  auto strip = trueStrip(flight, folder, files);
   mFlights.push_back(flight);
-  mStrips.push_back(strip.get());
-  mBlock.attach(strip.release());
+  mStrips.push_back(std::move(strip));
+  // The block only names it.
+  mBlock.attach(std::make_unique<sensor::KESStripModel>(folder + "/" + files.strip, false, true, false).release());
   return belowFolder(files, flight.name);
 }
 
 void Block::finish() {
-  sensor::GroundPointList points(placeGroundPoints(mPlan, mTerrain, mStrips, *mBlock.coordSys()));
+  sensor::GroundPointList points(placeGroundPoints(mPlan, mTerrain, mStrips, mMap));
   mBlock.setGroundPoints(points);
   for (std::size_t i = 0; i < mStrips.size(); ++i) {
-    writeImagePoints(mFlights[i], *mStrips[i]);
+    writeImagePoints(mFlights[i], mStrips[i]);
   }
   writeGroundPoints();
   mBlock.write(path(blockFile));
@@ -150,11 +153,12 @@ void Block::finish() {
 }
 
 // Beside the strip file, under the names of the images.
-void Block::writeImagePoints(FlightPlan const& flight, sensor::KESStripModel const& strip) const {
-  for (int band = 0; band < strip.numBands(); ++band) {
-    auto const points = measured(strip, band, mTerrain, mBlock.groundPoints().points(), mPlan.noise,
-                                 Random(flight.seed, noiseStream + static_cast<std::uint64_t>(band)));
-    sensor::ImagePointList list(strip.img(band)->imageFileName(), path(flight.name), strip.name(), strip.bandID(band));
+void Block::writeImagePoints(FlightPlan const& flight, kes::Strip const& strip) const {
+  for (int i = 0; i < strip.bandCount(); ++i) {
+    kes::Band const band = strip.band(i);
+    auto const points = measured(band, {mMap, mTerrain.surface(), mBlock.groundPoints().points()}, mPlan.noise,
+                                 Random(flight.seed, noiseStream + static_cast<std::uint64_t>(i)));
+    sensor::ImagePointList list(band.imageFile(), path(flight.name), strip.name(), band.id());
     list.addPoints(points, true);
     require(list.write() == 0, list.fileName());
   }

@@ -8,13 +8,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <files/Angles.h>
 #include <stdexcept>
 
 namespace simulation {
 
 namespace {
 
-constexpr double degree = 0.017453292519943295;
 constexpr double turnSeconds = 120.0;
 constexpr std::uint64_t seedStream = 1001;  // of the block's seed; a flight has one more each
 
@@ -67,8 +67,8 @@ double BlockPlan::width() const {
 
 // As the first strip flies: metres ahead and to the right.
 FlightPlan BlockPlan::moved(double ahead, double right) const {
-  double const sine = std::sin(flight.heading * degree);
-  double const cosine = std::cos(flight.heading * degree);
+  double const sine = std::sin(files::toRadians(flight.heading));
+  double const cosine = std::cos(files::toRadians(flight.heading));
   FlightPlan plan = flight;
   plan.east += ahead * sine + right * cosine;
   plan.north += ahead * cosine - right * sine;

@@ -15,12 +15,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <files/Angles.h>
 
 namespace simulation {
 
 namespace {
 
-constexpr double degree = 0.017453292519943295;
 constexpr double nanometre = 1e-9;
 
 struct LineDesign {
@@ -54,12 +54,13 @@ SensorLine sensorLine(LineDesign const& design, int samples) {
   line.centreWavelength = design.centreWavelength * nanometre;
   line.bandWidth = design.bandWidth * nanometre;
   double const middle = 0.5 * (samples - 1);
-  double const x0 = 1e3 * CameraHead::focalLength * std::tan(design.lookAngle * degree);
+  double const x0 = 1e3 * CameraHead::focalLength * std::tan(files::toRadians(design.lookAngle));
   for (int i = 0; i < samples; ++i) {
     double const straight = (i - middle + design.shift) * (1e3 * CameraHead::pixelSize);
     double const y = design.reverse ? -straight : straight;
     double const r = y / reach;
-    line.x.push_back(static_cast<float>((x0 + bend * r * r * std::sin(design.lookAngle * degree) + 0.004 * r) * 1e-3));
+    line.x.push_back(
+        static_cast<float>((x0 + bend * r * r * std::sin(files::toRadians(design.lookAngle)) + 0.004 * r) * 1e-3));
     line.y.push_back(static_cast<float>((y + stretch * r * r * r) * 1e-3));
   }
   return line;

@@ -7,13 +7,12 @@
 #include <QString>
 
 #include <array>
+#include <files/Angles.h>
 #include <stdexcept>
 
 namespace simulation {
 
 namespace {
-
-constexpr double degree = 0.017453292519943295;
 
 // A corner of the outline, metres ahead of the strip's middle and to its left.
 struct Corner {
@@ -32,8 +31,8 @@ std::array<Corner, 4> cornersOf(FlightPlan const& plan, FlightFrame const& frame
 
 [[noreturn]] void fail(FlightPlan const& plan, geo::XYZPoint const& lonLat) {
   throw std::runtime_error("strip \"" + plan.name + "\" leaves the elevation model " + plan.dem + " at longitude " +
-                           QString::number(lonLat.x / degree, 'f', 5).toStdString() + ", latitude " +
-                           QString::number(lonLat.y / degree, 'f', 5).toStdString());
+                           QString::number(lonLat.x / files::radiansPerDegree, 'f', 5).toStdString() + ", latitude " +
+                           QString::number(lonLat.y / files::radiansPerDegree, 'f', 5).toStdString());
 }
 
 }  // namespace

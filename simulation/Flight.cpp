@@ -31,7 +31,7 @@ FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Pr
                                           [&](double done) { report(projectPart * done); });
   writeCalibrations(plan, CameraHead(plan.samples), output.path() + "/" + written.calibrations);
   if (hasImages) {
-    written.images = renderImages(plan, output.path(), written, terrain, *texture,
+    written.images = renderImages(plan, output.path(), trueStrip(plan, output.path(), written), terrain, *texture,
                                   [&](double done) { report(projectPart + (1.0 - projectPart) * done); });
   }
   output.keep();

@@ -9,12 +9,11 @@
 #include <simulation/Trajectory.h>
 
 #include <cmath>
+#include <files/Angles.h>
 
 namespace simulation {
 
 namespace {
-
-constexpr double degree = 0.017453292519943295;
 
 std::unique_ptr<geo::coordSys> localAt(geo::XYZPoint const& lonLat) {
   return std::unique_ptr<geo::coordSys>(geo::coordSysFactory::getInstance()->createLSR84(lonLat));
@@ -30,7 +29,7 @@ geo::XYZPoint moved(geo::XYZPoint const& lonLat, double east, double north, geo:
 }  // namespace
 
 FlightFrame::FlightFrame(FlightPlan const& plan, Terrain const& terrain)
-    : mYaw((90.0 - plan.heading) * degree), mHalfLength(0.5 * Trajectory::speed * duration(plan)),
+    : mYaw(files::toRadians(90.0 - plan.heading)), mHalfLength(0.5 * Trajectory::speed * duration(plan)),
       mHalfWidth(0.5 * plan.samples * CameraHead::groundSize(plan.height)),
       mGeographic(geo::coordSysFactory::getInstance()->createGEO84(false, false)),
       mMiddle(moved(terrain.middle(), plan.east, plan.north, *mGeographic)), mLocal(localAt(mMiddle)) {}

@@ -4,8 +4,6 @@
 #include <geo/XYPoint.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-#include <geo/units.h>
-#include <sensor/KESStripModel.h>
 #include <simulation/FlightFrame.h>
 #include <simulation/GroundPoints.h>
 #include <simulation/ImagePoints.h>
@@ -39,8 +37,8 @@ struct Candidate {
 
 class Placing {
 public:
-  Placing(BlockPlan const& plan, Terrain const& terrain, std::vector<sensor::KESStripModel const*> const& strips,
-          geo::coordSys const& map)
+  Placing(BlockPlan const& plan, Terrain const& terrain, std::vector<kes::Strip> const& strips,
+          kes::CoordinateSystem const& map)
       : mPlan(plan), mTerrain(terrain), mStrips(strips), mMap(map), mFrame(plan.flight, terrain),
         mGeographic(geo::coordSysFactory::getInstance()->createGEO84(false, false)),
         mRandom(plan.flight.seed, placesStream) {}
@@ -57,8 +55,8 @@ private:
 
   BlockPlan const& mPlan;
   Terrain const& mTerrain;
-  std::vector<sensor::KESStripModel const*> const& mStrips;
-  geo::coordSys const& mMap;
+  std::vector<kes::Strip> const& mStrips;
+  kes::CoordinateSystem const& mMap;
   FlightFrame mFrame;
   std::unique_ptr<geo::coordSys> mGeographic;
   Random mRandom;
@@ -70,9 +68,9 @@ std::vector<geo::GroundPoint> Placing::points() {
   for (int i = 0; i < mPlan.points; ++i) {
     Candidate taken = next(i % 4 == 3 ? 1 : 2);
     taken.point.id = idOf(i);
-    taken.point.sx = groundPointAccuracy / mMap.horizontalUnits().getScale();
+    taken.point.sx = groundPointAccuracy / mMap.horizontalUnit().metres;
     taken.point.sy = taken.point.sx;
-    taken.point.sz = groundPointAccuracy / mMap.verticalUnits().getScale();
+    taken.point.sz = groundPointAccuracy / mMap.verticalUnit().metres;
     mTaken.push_back(taken.place);
     points.push_back(taken.point);
   }
@@ -121,7 +119,7 @@ std::optional<geo::GroundPoint> Placing::onTerrain(geo::XYPoint const& place) co
     return std::nullopt;
   }
   position.z = *height;
-  if (geo::coordSys::transform(mGeographic.get(), &mMap, position, position) != 0) {
+  if (geo::coordSys::transform(mGeographic.get(), &mMap.platform(), position, position) != 0) {
     return std::nullopt;
   }
   geo::GroundPoint point;
@@ -132,8 +130,8 @@ std::optional<geo::GroundPoint> Placing::onTerrain(geo::XYPoint const& place) co
 }
 
 std::size_t Placing::stripsWith(geo::GroundPoint const& point) const {
-  return static_cast<std::size_t>(std::count_if(mStrips.begin(), mStrips.end(), [&](auto const* strip) {
-    return placeInImage(*strip, strip->bandIndex(bandThatLooksDown), point, borderOf(mPlan.noise)).has_value();
+  return static_cast<std::size_t>(std::count_if(mStrips.begin(), mStrips.end(), [&](kes::Strip const& strip) {
+    return placeInImage(strip.band(bandThatLooksDown), mMap, point, borderOf(mPlan.noise)).has_value();
   }));
 }
 
@@ -149,8 +147,8 @@ double Placing::distance(geo::XYPoint const& place) const {
 }  // namespace
 
 std::vector<geo::GroundPoint> placeGroundPoints(BlockPlan const& plan, Terrain const& terrain,
-                                                std::vector<sensor::KESStripModel const*> const& strips,
-                                                geo::coordSys const& map) {
+                                                std::vector<kes::Strip> const& strips,
+                                                kes::CoordinateSystem const& map) {
   return Placing(plan, terrain, strips, map).points();
 }
 

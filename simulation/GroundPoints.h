@@ -4,18 +4,12 @@
 #pragma once
 
 #include <geo/GroundPoint.h>
+#include <kes/CoordinateSystem.h>
+#include <kes/Strip.h>
 #include <simulation/BlockPlan.h>
 #include <simulation/Terrain.h>
 
 #include <vector>
-
-namespace geo {
-class coordSys;
-}
-
-namespace sensor {
-class KESStripModel;
-}
 
 namespace simulation {
 
@@ -23,13 +17,12 @@ namespace simulation {
 /// terrain.
 inline constexpr double groundPointAccuracy = 0.01;
 
-/// Ground points all over a block of strips that have their data loaded and the mapping system set to `map`, in its
-/// coordinates, with ids "P001" and so on and of type 0. Three of four lie where the images that look down of two
-/// strips or more have them, as far as there is such ground, and all in one. Each is the farthest from those before of
-/// some random places. Throws std::runtime_error "no terrain in the block's images for a ground point", and what the
-/// terrain throws.
+/// Ground points all over a block of strips that have their data loaded, in the coordinates of a map, with ids "P001"
+/// and so on and of type 0. Three of four lie where the images that look down of two strips or more have them, as far
+/// as there is such ground, and all in one. Each is the farthest from those before of some random places. Throws
+/// std::runtime_error "no terrain in the block's images for a ground point", and what the terrain throws.
 std::vector<geo::GroundPoint> placeGroundPoints(BlockPlan const& plan, Terrain const& terrain,
-                                                std::vector<sensor::KESStripModel const*> const& strips,
-                                                geo::coordSys const& map);
+                                                std::vector<kes::Strip> const& strips,
+                                                kes::CoordinateSystem const& map);
 
 }  // namespace simulation

@@ -1,28 +1,49 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include <geo/coordSys.h>
-#include <sensor/KESStripModel.h>
-#include <simulation/BandView.h>
 #include <simulation/ImagePoints.h>
-#include <simulation/ScanLine.h>
 
 namespace simulation {
 
 namespace {
 
+/// Points with their places in an image.
+struct Placed {
+  std::vector<geo::GroundPoint> points;
+  std::vector<geo::XYZPoint> positions;  // local
+  std::vector<geo::XYPoint> image;
+};
+
 geo::XYZPoint positionOf(geo::GroundPoint const& point) {
   return {point.x, point.y, point.z};
 }
 
-// Whether nothing higher stands in the way.
-bool isSeen(sensor::KESStripModel const& strip, int band, BandView const& view, geo::GroundPoint const& point,
-            geo::XYPoint const& image) {
-  geo::XYZPoint local;
-  geo::coordSys::transform(strip.mappingSystem(), strip.lsrSystem(), positionOf(point), local);
-  LineOfSight const line = ScanLine(strip, band, image.y, view.foot()).through(image.x);
-  // NaN for a line that meets no ground.
-  return view.surface().meet(line, local.z) <= local.z + static_cast<double>(strip.gsd(band));
+Placed placed(kes::Band const& band, MappedPoints const& ground, double border) {
+  Placed placed;
+  for (geo::GroundPoint const& point : ground.points) {
+    if (auto const image = placeInImage(band, ground.map, point, border)) {
+      placed.points.push_back(point);
+      placed.positions.push_back(positionOf(point));
+      placed.image.push_back(*image);
+    }
+  }
+  ground.map.transform(band.localSystem(), placed.positions, placed.positions);
+  return placed;
+}
+
+// Of each point, whether nothing higher stands in the way.
+std::vector<bool> areSeen(kes::Band const& band, kes::Surface const& terrain, Placed const& placed) {
+  std::size_t const count = placed.image.size();
+  std::vector<geo::XYZPoint> met(count);
+  std::vector<kes::Status> status(count);
+  kes::ToGroundOptions options;
+  options.heights = terrain;
+  band.toGround(placed.image, options, met, status);
+  std::vector<bool> seen(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    seen[i] = hasResult(status[i]) && met[i].z <= placed.positions[i].z + band.gsd();
+  }
+  return seen;
 }
 
 }  // namespace
@@ -32,31 +53,25 @@ double borderOf(double noise) {
   return 1.0 + most * noise;
 }
 
-std::optional<geo::XYPoint> placeInImage(sensor::KESStripModel const& strip, int band, geo::GroundPoint const& point,
-                                         double border) {
-  geo::XYPoint image;
-  strip.mapToImage(positionOf(point), band, image);
-  bool const isInside = image.x >= border && image.x <= strip.imageWidth(band) - 1.0 - border && image.y >= border &&
-                        image.y <= strip.imageHeight(band) - 1.0 - border;
+std::optional<geo::XYPoint> placeInImage(kes::Band const& band, kes::CoordinateSystem const& map,
+                                         geo::GroundPoint const& point, double border) {
+  kes::ToImageOptions options;
+  options.system = map;
+  auto const [image, status] = band.toImage(positionOf(point), options);
+  bool const isInside = image.x >= border && image.x <= band.samples() - 1.0 - border && image.y >= border &&
+                        image.y <= band.lines() - 1.0 - border;
   return isInside ? std::optional(image) : std::nullopt;
 }
 
-std::vector<geo::ImagePoint> measured(sensor::KESStripModel const& strip, int band, Terrain const& terrain,
-                                      std::vector<geo::GroundPoint> const& points, double noise, Random random) {
+std::vector<geo::ImagePoint> measured(kes::Band const& band, MappedPoints const& ground, double noise, Random random) {
+  Placed const placed = simulation::placed(band, ground, borderOf(noise));
+  std::vector<bool> const seen = areSeen(band, ground.terrain, placed);
   std::vector<geo::ImagePoint> measurements;
-  std::optional<BandView> view;
-  for (geo::GroundPoint const& point : points) {
-    auto const image = placeInImage(strip, band, point, borderOf(noise));
-    if (!image) {
-      continue;
-    }
-    if (!view) {
-      view.emplace(strip, band, terrain);
-    }
-    if (isSeen(strip, band, *view, point, *image)) {
-      double const x = image->x + random.normal(noise);
-      double const y = image->y + random.normal(noise);
-      measurements.push_back({x, y, point.id, noise, noise, true});
+  for (std::size_t i = 0; i < seen.size(); ++i) {
+    if (seen[i]) {
+      double const x = placed.image[i].x + random.normal(noise);
+      double const y = placed.image[i].y + random.normal(noise);
+      measurements.push_back({x, y, placed.points[i].id, noise, noise, true});
     }
   }
   return measurements;

@@ -2,18 +2,17 @@
 // SPDX-License-Identifier: MIT
 
 #include <raster/Statistics.h>
-#include <sensor/CalibrationGeometryKes.h>
-#include <sensor/CameraFactory.h>
-#include <sensor/EOPData.h>
-#include <sensor/KESImage.h>
-#include <sensor/KESStripModel.h>
-#include <sensor/KESStripModelData.h>
 #include <simulation/CameraHead.h>
 #include <simulation/ImageFile.h>
 #include <simulation/Images.h>
+#include <simulation/Output.h>
 #include <simulation/Renderer.h>
 
+#include <QDomDocument>
+#include <QFile>
+
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <iterator>
 #include <stdexcept>
@@ -45,18 +44,40 @@ void writeImage(Renderer const& renderer, std::string const& name, int threads, 
   file.finish();
 }
 
-void searchCalibrations(std::string const& folder) {
-  sensor::CameraFactory& cameras = *sensor::CameraFactory::instance();
-  if (!contains(cameras.searchPaths(), folder)) {
-    cameras.addSearchPath(folder);
-  }
-}
-
 void writeStatistics(std::string const& image) {
   raster::Statistics statistics(0, 50, 100, 1, 1.0F);
   statistics.compute(image);
   statistics.save(image.substr(0, image.rfind('.')) + ".stat");
 }
+
+// A strip file beside that of a flight, with the true orientation in place of the others.
+class TrueStripFile {
+public:
+  TrueStripFile(std::string const& folder, FlightFiles const& files) : mName(folder + "/true_orientation.stp") {
+    QDomDocument document = read(folder + "/" + files.strip);
+    QDomElement orientation = document.documentElement().firstChildElement(QStringLiteral("EOP"));
+    orientation.setAttribute(QStringLiteral("filename"), QString::fromStdString(files.trueEop));
+    orientation.removeAttribute(QStringLiteral("filename_adjusted"));
+    writeFile(mName, document.toByteArray().toStdString());
+  }
+  ~TrueStripFile() { std::remove(mName.c_str()); }
+  TrueStripFile(TrueStripFile const&) = delete;
+  TrueStripFile& operator=(TrueStripFile const&) = delete;
+
+  std::string const& name() const { return mName; }
+
+private:
+  static QDomDocument read(std::string const& name) {
+    QFile file(QString::fromStdString(name));
+    QDomDocument document;
+    if (!file.open(QIODevice::ReadOnly) || !document.setContent(file.readAll())) {
+      throw std::runtime_error("can't read " + name);
+    }
+    return document;
+  }
+
+  std::string mName;
+};
 
 }  // namespace
 
@@ -74,30 +95,28 @@ std::vector<std::string> renderedBands(FlightPlan const& plan) {
   return bands;
 }
 
-std::unique_ptr<sensor::KESStripModel> trueStrip(FlightPlan const& plan, std::string const& folder,
-                                                 FlightFiles const& files) {
-  searchCalibrations((std::filesystem::path(folder) / files.calibrations).lexically_normal().string());
-  auto strip = std::make_unique<sensor::KESStripModel>(folder + "/" + files.strip, true, true, false);
-  if (strip->modelData()->calib(0)->numSamples() != static_cast<unsigned int>(plan.samples)) {
+kes::Strip trueStrip(FlightPlan const& plan, std::string const& folder, FlightFiles const& files) {
+  kes::StripOptions options;
+  options.calibrations = {(std::filesystem::path(folder) / files.calibrations).lexically_normal().string()};
+  kes::Strip strip(TrueStripFile(folder, files).name(), options);
+  if (strip.camera().bands().front().samples != plan.samples) {
     throw std::runtime_error(std::string("another camera is in use: ") + CameraHead::type + "_" +
                              CameraHead::sensorId(plan.samples));
   }
-  *strip->eop() = sensor::EOPData(folder + "/" + files.trueEop);
   return strip;
 }
 
-std::vector<std::string> renderImages(FlightPlan const& plan, std::string const& folder, FlightFiles const& files,
+std::vector<std::string> renderImages(FlightPlan const& plan, std::string const& folder, kes::Strip const& strip,
                                       Terrain const& terrain, Texture const& texture, Progress const& progress) {
-  auto const strip = trueStrip(plan, folder, files);
   std::vector<std::string> const bands = renderedBands(plan);
   std::vector<std::string> images;
   for (std::string const& id : bands) {
-    int const band = strip->bandIndex(id);
-    std::string const name = strip->modelData()->imageDataLocation() + "/" + strip->img(band)->imageFileName();
-    Renderer const renderer(*strip, band, terrain, texture);
+    kes::Band const band = strip.band(id);
+    std::string const name = band.imagePath();
     auto const done = static_cast<double>(images.size());
     auto const count = static_cast<double>(bands.size());
-    writeImage(renderer, name, plan.threads, [&](double part) { progress((done + part) / count); });
+    writeImage(Renderer(band, terrain.surface(), texture), name, plan.threads,
+               [&](double part) { progress((done + part) / count); });
     writeStatistics(name);
     images.push_back(std::filesystem::relative(name, folder).string());
   }

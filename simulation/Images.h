@@ -3,18 +3,14 @@
 
 #pragma once
 
+#include <kes/Strip.h>
 #include <simulation/Flight.h>
 #include <simulation/FlightPlan.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
 
-#include <memory>
 #include <string>
 #include <vector>
-
-namespace sensor {
-class KESStripModel;
-}
 
 namespace simulation {
 
@@ -22,16 +18,16 @@ namespace simulation {
 /// the camera, which has ..." for one that it doesn't know.
 std::vector<std::string> renderedBands(FlightPlan const& plan);
 
-/// The strip of a flight that was written into a folder, with its data loaded and the orientation that the camera had.
-/// The flight's calibrations join those that the process searches. Throws what reading a strip throws, and
-/// std::runtime_error "another camera is in use: KESA0_ID" when the process knows one of other samples under this id.
-std::unique_ptr<sensor::KESStripModel> trueStrip(FlightPlan const& plan, std::string const& folder,
-                                                 FlightFiles const& files);
+/// The strip of a flight that was written into a folder, with the orientation that the camera had. A strip file that
+/// names this one is in the folder while it is read. The flight's calibrations join those that the process searches.
+/// Throws what `kes::Strip` throws, std::runtime_error "can't read FILE" and "can't write FILE", and "another camera is
+/// in use: KESA0_ID" when the process knows one of other samples under this id.
+kes::Strip trueStrip(FlightPlan const& plan, std::string const& folder, FlightFiles const& files);
 
-/// Renders the plan's images of a flight that was written into a folder, each with its statistics, and returns their
-/// names relative to it. Throws std::runtime_error "can't write FILE", and what terrain, texture, statistics and
-/// `trueStrip` throw; an image is then there as a whole or not at all.
-std::vector<std::string> renderImages(FlightPlan const& plan, std::string const& folder, FlightFiles const& files,
+/// Renders the plan's images of a flight that was written into a folder, from its true strip, each with its statistics,
+/// and returns their names relative to the folder. Throws std::runtime_error "can't write FILE", and what terrain,
+/// texture and statistics throw; an image is then there as a whole or not at all.
+std::vector<std::string> renderImages(FlightPlan const& plan, std::string const& folder, kes::Strip const& strip,
                                       Terrain const& terrain, Texture const& texture, Progress const& progress);
 
 }  // namespace simulation

@@ -6,6 +6,7 @@
 #include <dsm/RasterElevationSource.h>
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/Surface.h>
 
 #include <memory>
 #include <optional>
@@ -16,13 +17,14 @@ namespace simulation {
 /// The elevation model that a flight goes over, and its cells. Any number of threads may share it.
 class Terrain {
 public:
-  /// Throws what `dsm::RasterElevationSource` throws.
+  /// Throws what `kes::Surface::raster` throws.
   explicit Terrain(std::string const& file);
   ~Terrain();
   Terrain(Terrain const&) = delete;
   Terrain& operator=(Terrain const&) = delete;
 
-  /// The surface, in its own coordinate system.
+  /// The surface, in its own coordinate system; and the raster that it consists of.
+  kes::Surface const& surface() const { return mSurface; }
   dsm::RasterElevationSource const& source() const { return mSource; }
 
   /// Longitude and latitude of the raster's middle, radians; z is 0. Throws std::runtime_error "elevation model has no
@@ -35,16 +37,13 @@ public:
   /// The raster's size in cells.
   int columns() const { return mSource.grid().columns; }
   int rows() const { return mSource.grid().rows; }
-  /// Where a position of the source's system lies in the raster: x columns and y rows from the outer corner of the
-  /// first cell, whose centre is thus at 0.5, 0.5. A longitude may be a full turn away.
-  geo::XYPoint cell(geo::XYZPoint const& position) const;
-  /// The opposite, at a height of 0.
+  /// The place of x columns and y rows from the outer corner of the first cell, whose centre is thus at 0.5, 0.5, in
+  /// the source's system; z is 0.
   geo::XYZPoint position(geo::XYPoint const& cell) const;
 
 private:
-  dsm::RasterElevationSource mSource;
-  geo::XYZPoint mMiddle;
-  double mTurn;  // a full turn of longitude, in the source's unit
+  kes::Surface mSurface;
+  dsm::RasterElevationSource const& mSource;
   std::unique_ptr<geo::coordSys> mGeographic;
 };
 

@@ -18,7 +18,9 @@ Texture::~Texture() = default;
 
 double Texture::at(geo::XYZPoint const& lonLat) const {
   geo::XYZPoint position(lonLat.x, lonLat.y, 0.0);
-  return geo::coordSys::transform(mGeographic.get(), &coordSystem(), position, position) == 0 ? value(position) : 0.0;
+  return geo::coordSys::transform(mGeographic.get(), &coordSystem().platform(), position, position) == 0
+             ? value(position)
+             : 0.0;
 }
 
 std::unique_ptr<Texture> makeTexture(FlightPlan const& plan, Terrain const& terrain) {
@@ -40,19 +42,16 @@ std::runtime_error failure(std::string const& file, std::string const& message) 
 
 }  // namespace
 
-RasterTexture::RasterTexture(std::string const& file) : mFile(file) {
-  try {
-    mRaster = std::make_unique<dsm::RasterElevationSource>(file);
-  } catch (std::runtime_error const& error) {
-    throw failure(file, error.what());
-  }
+RasterTexture::RasterTexture(std::string const& file) try : mFile(file), mBrightness(kes::Surface::raster(file)) {
+} catch (std::runtime_error const& error) {
+  throw failure(file, error.what());
 }
 
 double RasterTexture::value(geo::XYZPoint const& position) const {
   constexpr double brightest = 65535.0;
   float value = 0.0F;
   try {
-    mRaster->height(position, value);
+    mBrightness.platform().height(position, value);
   } catch (std::runtime_error const& error) {
     throw failure(mFile, error.what());
   }
@@ -83,14 +82,14 @@ geo::XYPoint step(Terrain const& terrain, geo::XYPoint const& cells) {
 ShadedTexture::ShadedTexture(Terrain const& terrain, std::uint64_t seed, double pixel)
     : mTerrain(terrain), mNoise(seed, finestSquare(pixel), coarsestSquare),
       mOrigin(terrain.position({0.5 * terrain.columns(), 0.5 * terrain.rows()})), mColumn(step(terrain, {1.0, 0.0})),
-      mRow(step(terrain, {0.0, 1.0})), mUnit(coordSystem().verticalUnits().getScale()) {
+      mRow(step(terrain, {0.0, 1.0})), mUnit(coordSystem().verticalUnit().metres) {
   std::unique_ptr<geo::coordSys> const local(geo::coordSysFactory::getInstance()->createLSR84(terrain.middle()));
   double const size = std::hypot(mColumn.x, mColumn.y);
   auto const metresPerUnit = [&](double x, double y) {
     geo::XYZPoint ahead(mOrigin.x + x * size, mOrigin.y + y * size, 0.0);
     geo::XYZPoint back(mOrigin.x - x * size, mOrigin.y - y * size, 0.0);
-    geo::coordSys::transform(&coordSystem(), local.get(), ahead, ahead);
-    geo::coordSys::transform(&coordSystem(), local.get(), back, back);
+    geo::coordSys::transform(&coordSystem().platform(), local.get(), ahead, ahead);
+    geo::coordSys::transform(&coordSystem().platform(), local.get(), back, back);
     return geo::XYPoint{(ahead.x - back.x) / (2.0 * size), (ahead.y - back.y) / (2.0 * size)};
   };
   mX = metresPerUnit(1.0, 0.0);

@@ -30,7 +30,7 @@ public:
   Texture& operator=(Texture const&) = delete;
 
   /// The system of positions for `value`; lives as long as the texture.
-  virtual geo::coordSys const& coordSystem() const = 0;
+  virtual kes::CoordinateSystem const& coordSystem() const = 0;
   /// The brightness at a position, whose z doesn't count; 0 where there is none.
   virtual double value(geo::XYZPoint const& position) const = 0;
   /// The brightness at a WGS 84 longitude (x) and latitude (y) in radians.
@@ -56,14 +56,14 @@ public:
   /// ground, or a system that can't be related to WGS 84.
   explicit RasterTexture(std::string const& file);
 
-  geo::coordSys const& coordSystem() const override { return *mRaster->coordSystem(); }
+  kes::CoordinateSystem const& coordSystem() const override { return mBrightness.coordinateSystem(); }
   /// Throws std::runtime_error "can't use texture FILE: " and the reason when the raster can't be read.
   double value(geo::XYZPoint const& position) const override;
 
 private:
   std::string mFile;
-  // A surface whose heights are the brightness: interpolation, tiles and threads are the same.
-  std::unique_ptr<dsm::RasterElevationSource const> mRaster;
+  // Interpolation, tiles and threads are those of heights.
+  kes::Surface mBrightness;
 };
 
 /// The terrain in the light of a sun in the north-west, 45 degrees high, with a fine pattern fixed to the ground, so
@@ -78,7 +78,7 @@ public:
   /// The caller keeps the terrain; `pixel` is the ground size of a pixel in metres.
   ShadedTexture(Terrain const& terrain, std::uint64_t seed, double pixel);
 
-  geo::coordSys const& coordSystem() const override { return *mTerrain.source().coordSystem(); }
+  kes::CoordinateSystem const& coordSystem() const override { return mTerrain.surface().coordinateSystem(); }
   double value(geo::XYZPoint const& position) const override;
 
 private:

@@ -4,12 +4,12 @@
 #include <simulation/Trajectory.h>
 
 #include <cmath>
+#include <files/Angles.h>
 
 namespace simulation {
 
 namespace {
 
-constexpr double degree = 0.017453292519943295;
 constexpr double halfPi = 1.5707963267948966;
 constexpr double earthRadius = 6371000.0;
 
@@ -22,7 +22,7 @@ Oscillation motion(FlightPlan const& plan, Stream stream, Oscillation::Spectrum 
 }
 
 // What the mount lets through stays slow enough that the lines of sight never run backward over the ground.
-constexpr Oscillation::Spectrum tilt{0.5 * degree, 0.01, 0.5, 1.7, 14};
+constexpr Oscillation::Spectrum tilt{files::toRadians(0.5), 0.01, 0.5, 1.7, 14};
 constexpr Oscillation::Spectrum shake{30.0e-6, 2.0, 40.0, 0.6, 12};
 constexpr Oscillation::Spectrum surge{8.0, 0.004, 0.05, 1.2, 8};
 constexpr Oscillation::Spectrum drift{3.0, 0.005, 0.2, 1.5, 8};
@@ -74,10 +74,11 @@ sensor::EOP Pose::record(double time) const {
 }
 
 Trajectory::Trajectory(FlightPlan const& plan, double middle, double height)
-    : mMiddle(middle), mHeight(height), mYaw(halfPi - plan.heading * degree), mAlong(motion(plan, along, surge)),
-      mAcross(motion(plan, across, drift)), mUp(motion(plan, up, drift)), mRoll(motion(plan, roll, tilt)),
-      mPitch(motion(plan, pitch, tilt)), mTurn(motion(plan, turn, tilt)), mShakeRoll(motion(plan, shakeRoll, shake)),
-      mShakePitch(motion(plan, shakePitch, shake)), mShakeTurn(motion(plan, shakeTurn, shake)) {}
+    : mMiddle(middle), mHeight(height), mYaw(halfPi - files::toRadians(plan.heading)),
+      mAlong(motion(plan, along, surge)), mAcross(motion(plan, across, drift)), mUp(motion(plan, up, drift)),
+      mRoll(motion(plan, roll, tilt)), mPitch(motion(plan, pitch, tilt)), mTurn(motion(plan, turn, tilt)),
+      mShakeRoll(motion(plan, shakeRoll, shake)), mShakePitch(motion(plan, shakePitch, shake)),
+      mShakeTurn(motion(plan, shakeTurn, shake)) {}
 
 Pose Trajectory::at(double time) const {
   double const t = time - mMiddle;

@@ -20,6 +20,7 @@
 #include <bit>
 #include <charconv>
 #include <cstdint>
+#include <files/Angles.h>
 #include <functional>
 #include <map>
 #include <utility>
@@ -29,7 +30,6 @@ namespace simulation {
 
 namespace {
 
-constexpr double degrees = 57.29577951308232;
 constexpr double nanometre = 1e-9;
 constexpr double sigmaPosition = 1e-4;  // millimetres, of the lens and of each pixel
 constexpr int gainDecimals = 6;
@@ -78,8 +78,8 @@ xmlFileData::Creation creation() {
 
 xmlFileData::GeoMisalignment misalignment() {
   sensor::Misalignment const m = CameraHead::misalignment();
-  return {m.omega() * degrees,     m.stdDevOmega() * degrees, m.phi() * degrees,
-          m.stdDevPhi() * degrees, m.kappa() * degrees,       m.stdDevKappa() * degrees};
+  return {files::toDegrees(m.omega()),     files::toDegrees(m.stdDevOmega()), files::toDegrees(m.phi()),
+          files::toDegrees(m.stdDevPhi()), files::toDegrees(m.kappa()),       files::toDegrees(m.stdDevKappa())};
 }
 
 xmlFileData::GeoSensor geometryOf(SensorLine const& line) {

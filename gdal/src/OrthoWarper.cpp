@@ -38,7 +38,8 @@ public:
 
 private:
   std::size_t count(int first, int pixels) const {
-    return static_cast<std::size_t>((first + pixels - 1) / mSide - first / mSide + 1);
+    int const boxes = (first + pixels - 1) / mSide - first / mSide + 1;
+    return static_cast<std::size_t>(boxes);
   }
 
   OrthoGrid const& mGrid;

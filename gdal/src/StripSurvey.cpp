@@ -115,17 +115,18 @@ void StripSurvey::require() const {
 }
 
 void StripSurvey::requireBands() const {
-  for (std::string const& id : mPlan.bands) {
-    if (mKnownBands.count(id) == 0) {
-      std::string known;
-      for (std::string const& other : mKnownBands) {
-        known += known.empty() ? "" : ", ";
-        known += other;
-      }
-      throw std::runtime_error("no band \"" + id + "\" in the strip" +
-                               (mStrips.size() == 1 ? ", which has " : "s, which have ") + known);
-    }
+  auto const unknown = std::find_if(mPlan.bands.begin(), mPlan.bands.end(),
+                                    [&](std::string const& id) { return mKnownBands.count(id) == 0; });
+  if (unknown == mPlan.bands.end()) {
+    return;
   }
+  std::string known;
+  for (std::string const& id : mKnownBands) {
+    known += known.empty() ? "" : ", ";
+    known += id;
+  }
+  throw std::runtime_error("no band \"" + *unknown + "\" in the strip" +
+                           (mStrips.size() == 1 ? ", which has " : "s, which have ") + known);
 }
 
 void StripSurvey::failUncovered() const {

@@ -18,6 +18,7 @@ namespace kes {
 namespace {
 
 // Nothing derives from it, so that its destructor, which isn't virtual, is the right one.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor)
 class OwnBlock final : public sensor::BlockModelData {
 public:
   using BlockModelData::BlockModelData;
@@ -45,7 +46,7 @@ struct Block::Impl {
     if (options.calibrations.empty()) {
       options.calibrations = detail::calibrationsBeside(file, 0);
     }
-    detail::applyToProcess(options);
+    detail::applyUnderLock(options);
     std::vector<std::string> const before = detail::calibrationFolders();
     try {
       auto block = std::make_unique<OwnBlock const>(file, false, options.orientation == Orientation::original, false);
@@ -62,7 +63,7 @@ struct Block::Impl {
   // These are taken out again.
   static std::vector<std::string> takeNamedFolders(std::vector<std::string> const& before) {
     std::vector<std::string> const after = detail::calibrationFolders();
-    std::vector<std::string> const named(after.begin() + static_cast<std::ptrdiff_t>(before.size()), after.end());
+    std::vector<std::string> named(after.begin() + static_cast<std::ptrdiff_t>(before.size()), after.end());
     std::vector<std::string> wanted = before;
     for (std::string const& folder : named) {
       if (std::find(wanted.begin(), wanted.end(), folder) == wanted.end()) {

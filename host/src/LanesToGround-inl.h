@@ -44,6 +44,7 @@ public:
     LanePoint ground;
     Lanes time;
   };
+  // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): its one caller has them by these names.
   HWY_INLINE Projection project(Lanes sample, Lanes line, Lanes height) {
     Ray const ray = this->ray(sample, line);
     Lanes const s = (height - ray.eye.z) / ray.direction.z;

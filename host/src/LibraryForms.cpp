@@ -23,25 +23,29 @@ geo::XYZPoint libraryToLocal(LibraryRay const& ray, float height) {
 
 namespace {
 
-constexpr int PASSES_AT_HEIGHT = 10;
-constexpr int PASSES_ON_SURFACE = 100;
-constexpr float TOLERANCE_AT_HEIGHT = 0.1F;  // ground sampling distances
-constexpr float TOLERANCE_ON_SURFACE = 0.01F;
+// When an iteration ends.
+struct Ending {
+  int passes;
+  float tolerance;  // of height, ground sampling distances
+};
+constexpr Ending AT_HEIGHT{10, 0.1F};
+constexpr Ending ON_SURFACE{100, 0.01F};
 constexpr std::size_t LANES = 4;
 
-float toleranceOf(LibraryRay const& ray, float factor, geo::coordSys const& system) {
-  return ray.strip.gsd(ray.band) * factor / static_cast<float>(system.verticalUnits().getScale());
+float toleranceOf(LibraryRay const& ray, Ending const& ending, geo::coordSys const& system) {
+  return ray.strip.gsd(ray.band) * ending.tolerance / static_cast<float>(system.verticalUnits().getScale());
 }
 
 // The library's iteration: pass by pass, the cut is made at the local height that the wanted height has at the place of
 // the cut before. `wantedHeight` returns false where there is none.
 template <class WantedHeight>
-std::optional<geo::XYZPoint> cut(LibraryRay const& ray, geo::coordSys const& system, float height, float tolerance,
-                                 int passes, WantedHeight wantedHeight) {
+std::optional<geo::XYZPoint> cut(LibraryRay const& ray, geo::coordSys const& system, float height, Ending const& ending,
+                                 WantedHeight wantedHeight) {
+  float const tolerance = toleranceOf(ray, ending, system);
   float localHeight = height;
   geo::XYZPoint ground;
   bool isClose = false;
-  for (int n = 0; n < passes && !isClose; ++n) {
+  for (int n = 0; n < ending.passes && !isClose; ++n) {
     geo::XYZPoint local = libraryToLocal(ray, localHeight);
     geo::coordSys::transform(ray.strip.lsrSystem(), &system, local, ground);
     if (!wantedHeight(ground, height)) {
@@ -58,20 +62,17 @@ std::optional<geo::XYZPoint> cut(LibraryRay const& ray, geo::coordSys const& sys
 }  // namespace
 
 geo::XYZPoint libraryToMap(LibraryRay const& ray, CoordinateSystem const& map, float height) {
-  float const tolerance = toleranceOf(ray, TOLERANCE_AT_HEIGHT, map.platform());
-  return *cut(ray, map.platform(), height, tolerance, PASSES_AT_HEIGHT,
-              [](geo::XYZPoint const&, float&) { return true; });
+  return *cut(ray, map.platform(), height, AT_HEIGHT, [](geo::XYZPoint const&, float&) { return true; });
 }
 
 std::optional<geo::XYZPoint> libraryToSurface(LibraryRay const& ray, Surface const& surface) {
   geo::coordSys const& system = surface.coordinateSystem().platform();
-  float const tolerance = toleranceOf(ray, TOLERANCE_ON_SURFACE, system);
-  return cut(ray, system, static_cast<float>(ray.strip.meanTerrainHeight()), tolerance, PASSES_ON_SURFACE,
+  return cut(ray, system, static_cast<float>(ray.strip.meanTerrainHeight()), ON_SURFACE,
              [&](geo::XYZPoint const& ground, float& height) { return surface.platform().height(ground, height); });
 }
 
 void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, std::vector<geo::XYZPoint>& ground,
-                    std::vector<geo::XYPoint>& image) {
+                    std::vector<geo::XYPoint>& image, std::span<int> passes) {
   std::size_t const count = ground.size();
   image.resize(count);
   if (count == 0) {
@@ -79,7 +80,11 @@ void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, s
   }
   if (form == Solver::libraryPoint) {
     for (std::size_t i = 0; i < count; ++i) {
-      strip.lsrToImage(ground[i], band, image[i]);
+      if (passes.empty()) {
+        strip.lsrToImage(ground[i], band, image[i]);
+      } else {
+        passes[i] = sensor::solveImage(strip, ground[i], band, image[i]);
+      }
     }
   } else if (form == Solver::libraryRun) {
     strip.lsrToImage(ground, band, image);

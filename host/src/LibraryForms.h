@@ -36,8 +36,8 @@ geo::XYZPoint libraryToMap(LibraryRay const& ray, CoordinateSystem const& map, f
 std::optional<geo::XYZPoint> libraryToSurface(LibraryRay const& ray, Surface const& surface);
 
 /// `sensor::KESStripModel::lsrToImage` in one of its forms. The positions are finite; `ground` is filled up for the
-/// lanes and cut again.
+/// lanes and cut again. `passes` may be empty; the form for single positions states those of each.
 void libraryToImage(sensor::KESStripModel const& strip, int band, Solver form, std::vector<geo::XYZPoint>& ground,
-                    std::vector<geo::XYPoint>& image);
+                    std::vector<geo::XYPoint>& image, std::span<int> passes);
 
 }  // namespace kes::detail

@@ -37,7 +37,7 @@ std::vector<std::string> calibrationsBeside(std::string const& file, int folders
   return folders;
 }
 
-void applyToProcess(StripOptions const& options) {
+void applyUnderLock(StripOptions const& options) {
   sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
   if (!options.settings.empty()) {
     util::setSkerryIni(options.settings);
@@ -85,7 +85,7 @@ OpenStrip::OpenStrip(std::string const& fileName, StripOptions const& options, b
   if (complete.calibrations.empty()) {
     complete.calibrations = calibrationsBeside(fileName, 1);
   }
-  applyToProcess(complete);
+  applyUnderLock(complete);
   mModel = std::make_unique<sensor::KESStripModel>(fileName, load, options.orientation == Orientation::original,
                                                    options.standardDeviations);
   geo::XYZPoint const& anchor = mModel->eop()->anchorPoint();

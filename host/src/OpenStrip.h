@@ -74,8 +74,8 @@ std::mutex& processMutex();
 /// The folders named "calibration" beside a file, and in so many folders above; the nearest one last, as it is searched
 /// first.
 std::vector<std::string> calibrationsBeside(std::string const& file, int foldersAbove);
-/// Settings and calibration folders of the options, for the process; the mutex is held.
-void applyToProcess(StripOptions const& options);
+/// `kes::applyToProcess` where the mutex is held.
+void applyUnderLock(StripOptions const& options);
 /// The calibration folders of the process in the order in which they were added, that of the settings first.
 std::vector<std::string> calibrationFolders();
 void setCalibrationFolders(std::vector<std::string> const& folders);

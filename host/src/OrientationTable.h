@@ -40,7 +40,7 @@ public:
     Quaternion attitudeStep;
   };
 
-  OrientationTable(sensor::EOPData const& records, double epoch);
+  OrientationTable(sensor::EOPData const& data, double epoch);
 
   /// Whether there are the two records that a look-up needs.
   bool isEmpty() const { return mIntervals.empty(); }

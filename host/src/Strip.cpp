@@ -6,10 +6,16 @@
 #include <kes/Strip.h>
 #include <sensor/KESStripModelData.h>
 
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 
 namespace kes {
+
+void applyToProcess(StripOptions const& options) {
+  std::lock_guard const lock(detail::processMutex());
+  detail::applyUnderLock(options);
+}
 
 struct Strip::Impl {
   std::string fileName;

@@ -24,25 +24,33 @@ SurfaceSource::SurfaceSource(std::shared_ptr<dsm::RasterElevationSource const> r
     : mSystem(CoordinateSystem::of(std::shared_ptr<geo::coordSys const>(raster, raster->coordSystem()))),
       mRaster(std::move(raster)) {}
 
+SurfaceSource::SurfaceSource(std::shared_ptr<dsm::ProjectedElevationSource const> source,
+                             Surface::HeightRange const& heights, double spacing)
+    : mSystem(CoordinateSystem::of(std::shared_ptr<geo::coordSys const>(source, source->coordSystem()))),
+      mOfHost(std::move(source)), mHeights(heights), mSpacing(spacing) {}
+
 dsm::ProjectedElevationSource const& SurfaceSource::platform() const {
   if (mRaster) {
     return *mRaster;
   }
-  return *mConstant;
+  return mOfHost ? *mOfHost : *mConstant;
 }
 
 double SurfaceSource::height(geo::XYZPoint const& position) const {
   if (!std::isfinite(position.x) || !std::isfinite(position.y)) {
     return NAN_VALUE;
   }
-  if (!mRaster) {
+  if (!mRaster && !mOfHost) {
     return mHeight;
   }
   float height = 0.0F;
-  return mRaster->height(position, height) ? static_cast<double>(height) : NAN_VALUE;
+  return platform().height(position, height) ? static_cast<double>(height) : NAN_VALUE;
 }
 
 std::optional<Surface::HeightRange> SurfaceSource::heightRange() const {
+  if (mOfHost) {
+    return mHeights;
+  }
   if (!mRaster) {
     return Surface::HeightRange{mHeight, mHeight};
   }
@@ -71,6 +79,20 @@ Surface Surface::raster(std::string const& fileName) {
 Surface Surface::raster(std::string const& fileName, std::size_t cacheSize) {
   return Surface(std::make_shared<detail::SurfaceSource const>(
       std::make_shared<dsm::RasterElevationSource const>(fileName, cacheSize)));
+}
+
+Surface Surface::of(std::shared_ptr<dsm::ProjectedElevationSource const> source, HeightRange const& heights,
+                    double spacing) {
+  if (!source) {
+    throw std::invalid_argument("an elevation source is missing");
+  }
+  if (!std::isfinite(heights.lowest) || !std::isfinite(heights.highest) || heights.lowest > heights.highest) {
+    throw std::invalid_argument("the range of heights isn't one");
+  }
+  if (!std::isfinite(spacing) || spacing <= 0.0) {
+    throw std::invalid_argument("the spacing of heights isn't above 0");
+  }
+  return Surface(std::make_shared<detail::SurfaceSource const>(std::move(source), heights, spacing));
 }
 
 std::string Surface::fileName() const {

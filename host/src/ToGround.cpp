@@ -5,6 +5,7 @@
 #include "LibraryForms.h"
 #include "PointParts.h"
 #include "Projector.h"
+#include "SourceRays.h"
 #include "SurfaceRays.h"
 
 #include <geo/coordSys.h>
@@ -57,7 +58,12 @@ public:
     if (call.surface() != nullptr && call.options.solver == Solver::precise) {
       detail::SurfaceSource const& surface = call.surface()->source();
       mIsOfSurface = surface.system() == mSystem;
-      mRays.emplace(surface, detail::Converter(strip.conversion(strip.localSystem(), surface.system())));
+      detail::Converter toSurface(strip.conversion(strip.localSystem(), surface.system()));
+      if (surface.isOfHost()) {
+        mSourceRays.emplace(surface, std::move(toSurface));
+      } else {
+        mRays.emplace(surface, std::move(toSurface));
+      }
     }
   }
 
@@ -65,7 +71,7 @@ public:
     bool const isSingle = end - begin == 1;
     for (std::size_t i = begin; i < end; i += POINTS_PER_BLOCK) {
       std::size_t const count = std::min(POINTS_PER_BLOCK, end - i);
-      if (mCall.options.solver == Solver::precise && (mRays || mCutter)) {
+      if (mCall.options.solver == Solver::precise && (mRays || mSourceRays || mCutter)) {
         projectAlongRays(i, count, !isSingle && hasLanes());
       } else if (mCall.options.solver == Solver::precise && !isSingle && hasLanes()) {
         projectInLanes(i, count);
@@ -106,6 +112,9 @@ private:
     mEnds.resize(open);
     if (mRays) {
       mRays->firstHits({mLines.data(), open}, mEnds);
+      convertEnds();
+    } else if (mSourceRays) {
+      mSourceRays->firstHits({mLines.data(), open}, mEnds);
       convertEnds();
     } else {
       mCutter->cut({mLines.data(), open}, {mHeights.data(), open}, mEnds);
@@ -313,6 +322,7 @@ private:
   std::optional<detail::HeightCutter> mCutter;  // for heights of another system
   bool mIsOfSurface = false;                    // whether the results are in the surface's system
   std::optional<detail::SurfaceRays> mRays;
+  std::optional<detail::SourceRays> mSourceRays;
   geo::XYZPoint mLocal;
   geo::XYZPoint mGround;
   double mTime = 0.0;

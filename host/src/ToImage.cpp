@@ -184,10 +184,11 @@ private:
       }
     }
     std::vector<geo::XYPoint> image;
-    detail::libraryToImage(mProjector.model(), mProjector.band(), mCall.options.solver, run, image);
+    std::vector<int> passes(mCall.options.outputs.passes.empty() ? 0 : run.size());
+    detail::libraryToImage(mProjector.model(), mProjector.band(), mCall.options.solver, run, image, passes);
     for (std::size_t k = 0; k < indices.size(); ++k) {
       if (mProjector.isSolved(image[k], run[k])) {
-        store(indices[k], run[k], image[k], mProjector.camera(image[k].y).time, 0);
+        store(indices[k], run[k], image[k], mProjector.camera(image[k].y).time, passes.empty() ? 0 : passes[k]);
       } else {
         storeNothing(indices[k], Status::noSolution);
       }

@@ -16,6 +16,7 @@
 #include <QDateTime>
 
 #include <algorithm>
+#include <files/Angles.h>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -30,8 +31,6 @@ using xmlFileData::Creation;
 using xmlFileData::KesCalibrationInterface;
 using xmlFileData::NonLinearity;
 
-constexpr double radians = 0.017453292519943295;
-constexpr double degrees = 57.29577951308232;
 constexpr double nanometre = 1e-9;
 
 std::string schemaFolder() {
@@ -49,8 +48,8 @@ QDateTime timeOf(Creation const& creation) {
 std::unique_ptr<Misalignment> misalignmentOf(KesCalibrationInterface const& calibration) {
   xmlFileData::GeoMisalignment const m = calibration.misalignment();
   auto misalignment = std::make_unique<Misalignment>();
-  misalignment->setValues(m.Omega * radians, m.Phi * radians, m.Kappa * radians, m.SigmaOmega * radians,
-                          m.SigmaPhi * radians, m.SigmaKappa * radians);
+  misalignment->setValues(files::toRadians(m.Omega), files::toRadians(m.Phi), files::toRadians(m.Kappa),
+                          files::toRadians(m.SigmaOmega), files::toRadians(m.SigmaPhi), files::toRadians(m.SigmaKappa));
   return misalignment;
 }
 
@@ -123,8 +122,9 @@ std::unique_ptr<CalibrationRadiometryKesV2> radiometryOf(KesCalibrationInterface
 }
 
 void adjustMisalignment(KesCalibrationInterface& calibration, Misalignment const& m) {
-  calibration.setMisalignment(m.omega() * degrees, m.phi() * degrees, m.kappa() * degrees, m.stdDevOmega() * degrees,
-                              m.stdDevPhi() * degrees, m.stdDevKappa() * degrees);
+  calibration.setMisalignment(files::toDegrees(m.omega()), files::toDegrees(m.phi()), files::toDegrees(m.kappa()),
+                              files::toDegrees(m.stdDevOmega()), files::toDegrees(m.stdDevPhi()),
+                              files::toDegrees(m.stdDevKappa()));
 }
 
 void adjustPixels(KesCalibrationInterface& calibration, std::string const& band, CalibrationGeometryKes& geometry) {

@@ -4,8 +4,6 @@
 #include "OrthoSupport.h"
 #include "simulation/RenderSupport.h"
 
-#include <geo/coordSys.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -142,7 +140,7 @@ protected:
   Function textureOf(Raster const& raster) const {
     return [this, &raster](double x, double y) {
       geo::XYZPoint point(raster.geoTransform[0] + gsd * (x + 0.5), raster.geoTransform[3] - gsd * (y + 0.5), 0.0);
-      geo::coordSys::transform(&mMap.platform(), &mFlight.texture->coordSystem(), point, point);
+      mMap.transform(mFlight.texture->coordSystem(), {&point, 1}, {&point, 1});
       return mFlight.texture->value(point);
     };
   }

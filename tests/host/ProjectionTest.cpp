@@ -23,16 +23,6 @@ namespace {
 using kes::Solver;
 using kes::Status;
 
-template <class Exception, class Action>
-std::string messageOf(Action action) {
-  try {
-    action();
-  } catch (Exception const& error) {
-    return error.what();
-  }
-  return "nothing was thrown";
-}
-
 // To the bit what the library's own operations return, in the local system, on a map and on a surface.
 TEST(LibraryForms, GiveTheBitsOfTheLibrary) {
   for (unsigned const seed : {4U, 9U}) {
@@ -69,6 +59,30 @@ TEST(LibraryForms, GiveTheBitsOfTheLibrary) {
         ASSERT_THAT(lanes.points[i].y, test::SameBits(expectedLanes[i].y));
       }
     }
+  }
+}
+
+TEST(LibraryForms, StateThePassesOfSinglePointsOnly) {
+  kes::Strip const& strip = test::randomStrip(4);
+  kes::Band const band = strip.band("REDF16A");
+  auto ground = test::toGround(band, test::imagePoints(band, 4, 9), test::atHeight(12.5)).points;
+  ground[3].x = std::numeric_limits<double>::quiet_NaN();
+  std::vector<int> passes(9, -1);
+  kes::ToImageOptions options = test::by(Solver::libraryPoint);
+  options.outputs.passes = passes;
+  auto const counted = test::toImage(band, ground, options);
+  auto const plain = test::toImage(band, ground, test::by(Solver::libraryPoint));
+  for (std::size_t const i : {0U, 1U, 2U, 4U, 5U, 6U, 7U, 8U}) {
+    geo::XYPoint expected;
+    EXPECT_EQ(passes[i], sensor::solveImage(strip.model(), ground[i], band.index(), expected)) << i;
+    EXPECT_GE(passes[i], 2) << i;
+    EXPECT_THAT(counted.points[i].y, test::SameBits(plain.points[i].y)) << i;
+  }
+  EXPECT_EQ(passes[3], 0);
+  for (Solver const solver : {Solver::libraryRun, Solver::libraryLanes}) {
+    options.solver = solver;
+    test::toImage(band, ground, options);
+    EXPECT_EQ(passes, std::vector<int>(9, 0));
   }
 }
 
@@ -159,7 +173,7 @@ TEST(CoordinateSystem, IsAValueWithUnitsAndEquality) {
   EXPECT_EQ(utm.horizontalUnit(), (kes::Unit{"metre", 1.0}));
   EXPECT_EQ(kes::CoordinateSystem(kes::CoordinateSystem::local({0.1, 0.8, 30.0}).definition()),
             kes::CoordinateSystem::local({0.1, 0.8, 30.0}));
-  EXPECT_EQ(messageOf<std::invalid_argument>([] { static_cast<void>(kes::CoordinateSystem::of(nullptr)); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([] { static_cast<void>(kes::CoordinateSystem::of(nullptr)); }),
             "a coordinate system is missing");
 }
 
@@ -176,7 +190,7 @@ TEST(CoordinateSystem, EachPointGetsAStatus) {
   EXPECT_TRUE(std::isnan(points[2].y));
   EXPECT_THAT(points[3].y, test::SameBits(points[0].y));
   std::vector<Status> few(3);
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] {
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] {
               kes::CoordinateSystem::wgs84Degrees().transform(kes::CoordinateSystem::wgs84Radians(), points, points,
                                                               few);
             }),
@@ -266,17 +280,18 @@ TEST(Projection, SpansOfOtherSizesAreRefused) {
   std::vector<geo::XYZPoint> ground(3);
   std::vector<Status> status(2);
   std::vector<double> two(2);
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toGround(image, {}, ground, status); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toGround(image, {}, ground, status); }),
             "spans differ in size");
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toImage(ground, {}, image, status); }), "spans differ in size");
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toImage(ground, {}, image, status); }),
+            "spans differ in size");
   status.resize(3);
   kes::ToGroundOptions options;
   options.heights = kes::HeightPerPoint{two};
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toGround(image, options, ground, status); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toGround(image, options, ground, status); }),
             "spans differ in size");
   kes::ToImageOptions back;
   back.outputs.time = two;
-  EXPECT_EQ(messageOf<std::invalid_argument>([&] { band.toImage(ground, back, image, status); }),
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.toImage(ground, back, image, status); }),
             "spans differ in size");
 }
 

@@ -82,6 +82,18 @@ TEST_F(StripSettings, AreThoseOfTheStripAgainWhenItIsLoaded) {
   EXPECT_EQ(searchPaths(), (Names{"/nowhere/x", calibrations()}));
 }
 
+TEST_F(StripSettings, ServeCamerasWithoutAStrip) {
+  kes::StripOptions options;
+  options.settings = settings("a.ini", calibrations());
+  options.calibrations = {"/nowhere/x", "/nowhere/y", "/nowhere/x"};
+  kes::applyToProcess(options);
+  EXPECT_EQ(searchPaths(), (Names{"/nowhere/y", "/nowhere/x", calibrations()}));
+  options.settings.clear();
+  options.calibrations = {"/nowhere/z"};
+  kes::applyToProcess(options);
+  EXPECT_EQ(searchPaths(), (Names{"/nowhere/z", "/nowhere/y", "/nowhere/x", calibrations()}));
+}
+
 TEST_F(StripSettings, FileThatIsntThereHasNone) {
   kes::Strip const strip = open({calibrations()}, mFolder / "missing.ini");
   EXPECT_TRUE(strip.isLoaded());

@@ -35,16 +35,6 @@ protected:
   test::SmallStrip mSmall;
 };
 
-template <class Exception, class Action>
-std::string messageOf(Action action) {
-  try {
-    action();
-  } catch (Exception const& error) {
-    return error.what();
-  }
-  return "nothing was thrown";
-}
-
 TEST_F(Strip, TenLinesLeadFromAFileToTheGround) {
   kes::Strip const strip = open();
   // Line 50 of 1 m is over x = 50, the middle pixel of 101 straight below.
@@ -94,16 +84,16 @@ TEST_F(Strip, UnknownBandIsRefusedWithTheKnownOnes) {
   mSmall.bands = {{"PANF27A", 12.0}, {"PANB14A", -8.0}};
   kes::Strip const strip = open();
   std::string const name = strip.name();
-  EXPECT_EQ(messageOf<std::out_of_range>([&] { static_cast<void>(strip.band("NIRF16A")); }),
+  EXPECT_EQ(test::messageOf<std::out_of_range>([&] { static_cast<void>(strip.band("NIRF16A")); }),
             "strip \"" + name + "\" has no band \"NIRF16A\"; it has PANF27A, PANB14A");
-  EXPECT_EQ(messageOf<std::out_of_range>([&] { static_cast<void>(strip.band(2)); }),
+  EXPECT_EQ(test::messageOf<std::out_of_range>([&] { static_cast<void>(strip.band(2)); }),
             "strip \"" + name + "\" has no band 2; it has 2");
-  EXPECT_EQ(messageOf<std::out_of_range>([&] { static_cast<void>(strip.band(-1)); }),
+  EXPECT_EQ(test::messageOf<std::out_of_range>([&] { static_cast<void>(strip.band(-1)); }),
             "strip \"" + name + "\" has no band -1; it has 2");
 }
 
 TEST_F(Strip, MissingFileIsTheLibrarysError) {
-  EXPECT_EQ(messageOf<std::runtime_error>([&] { kes::Strip(mFolder / "none.stp"); }),
+  EXPECT_EQ(test::messageOf<std::runtime_error>([&] { kes::Strip(mFolder / "none.stp"); }),
             "Error opening strip file:" + (mFolder / "none.stp"));
 }
 
@@ -112,9 +102,9 @@ TEST_F(Strip, LoadsAndUnloadsWhileItsBandsGoOn) {
   later.load = false;
   kes::Strip strip(mSmall.write(mFolder), later);
   EXPECT_FALSE(strip.isLoaded());
-  EXPECT_EQ(messageOf<std::logic_error>([&] { static_cast<void>(strip.band(0)); }),
+  EXPECT_EQ(test::messageOf<std::logic_error>([&] { static_cast<void>(strip.band(0)); }),
             "strip \"" + strip.name() + "\" isn't loaded");
-  EXPECT_EQ(messageOf<std::logic_error>([&] { static_cast<void>(strip.camera()); }),
+  EXPECT_EQ(test::messageOf<std::logic_error>([&] { static_cast<void>(strip.camera()); }),
             "strip \"" + strip.name() + "\" isn't loaded");
   strip.load();
   EXPECT_TRUE(strip.isLoaded());
@@ -180,7 +170,7 @@ TEST_F(Strip, CameraAndTrajectoryAreDescribed) {
   EXPECT_NEAR(back.pixelSize, 1e-4, 1e-10);
   EXPECT_TRUE(back.isReverse);
   EXPECT_FALSE(camera.bands()[1].isReverse);
-  EXPECT_EQ(messageOf<std::out_of_range>([&] { static_cast<void>(camera.band("X")); }),
+  EXPECT_EQ(test::messageOf<std::out_of_range>([&] { static_cast<void>(camera.band("X")); }),
             "camera \"" + mSmall.sensorId + "\" has no band \"X\"; it has PANB14A, PANF27A");
   kes::Trajectory const trajectory = strip.trajectory();
   EXPECT_LT(trajectory.startTime(), 100.0);
@@ -190,7 +180,7 @@ TEST_F(Strip, CameraAndTrajectoryAreDescribed) {
   EXPECT_FALSE(trajectory.at(100.5)->isExtrapolated);
   EXPECT_TRUE(trajectory.at(trajectory.endTime() + 1.0)->isExtrapolated);
   EXPECT_FALSE(trajectory.at(std::numeric_limits<double>::quiet_NaN()));
-  EXPECT_EQ(messageOf<std::out_of_range>([&] { static_cast<void>(trajectory[trajectory.size()]); }),
+  EXPECT_EQ(test::messageOf<std::out_of_range>([&] { static_cast<void>(trajectory[trajectory.size()]); }),
             "no orientation record " + std::to_string(trajectory.size()) + " of " + std::to_string(trajectory.size()));
 }
 

@@ -191,7 +191,7 @@ TEST(KesClosure, FormsOfTheLibraryCloseLessTightly) {
     json const band = json::parse(run.out)["bands"][0];
     EXPECT_LE(band["lines"]["max"].get<double>(), 0.1);
     EXPECT_GT(band["lines"]["max"].get<double>(), 1e-6);
-    EXPECT_TRUE(band["passes"].is_null());
+    EXPECT_EQ(band["passes"].is_null(), solver != "point");
   }
 }
 

@@ -257,8 +257,8 @@ TEST(FourLaneSolver, BowedSensorLineIsFollowedFromSampleToSample) {
   }
 }
 
-// The independent flight states how many look-ups each of its runs takes, together with the one of each position that it
-// took back to the ground. Where a sine's last bit decides on a pass, it is one more or less of each lane.
+// The independent flight states how many look-ups each of its runs takes, together with the one of each position that
+// it took back to the ground. Where a sine's last bit decides on a pass, it is one more or less of each lane.
 TEST(FourLaneSolver, LooksUpAsOftenAsTheIndependentFlight) {
   nlohmann::json const& strip = test::stripA::expected().at("strips").at(0);
   auto const model = test::stripAModel(strip);

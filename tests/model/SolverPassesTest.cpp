@@ -84,7 +84,8 @@ TEST_F(SolverPasses, RunTakesNoLineForASolutionThatCantBeCounted) {
 TEST_F(SolverPasses, StepsAreHalvedFromTheTwentySecondPassOn) {
   auto const strip = model();
   strip->img(0)->setScale(2.0F * 1.98F);
-  // 30.5 lines off: 19.95 after 21 passes, 0.2 after the next, 0.002 after the next, whose step of 0.198 is no last one.
+  // 30.5 lines off: 19.95 after 21 passes, 0.2 after the next, 0.002 after the next, whose step of 0.198 isn't the
+  // last.
   EXPECT_EQ(single(*strip, {20.0, 0.0, 0.0}), 24);
   EXPECT_EQ(run(*strip, {{20.0, 0.0, 0.0}}).size(), 24U);
   EXPECT_EQ(lanes(*strip, {20.0, 0.0, 0.0}), 24U);

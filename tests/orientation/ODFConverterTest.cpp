@@ -113,8 +113,8 @@ TEST_F(ODFConverterTest, LastOdfOfOneRecordIsTaken) {
   EXPECT_EQ(merged(), range(200, 201));
 }
 
-// a ends at 1000.9 s. b has 11 records from 1000.0 to 1001.0 s: 0.1 / (1 / 11) + 0.5 = 1.6, that is one, at 1001.0 s. c has 21 to
-// 1002.0 s: 1.1 / (2 / 21) + 0.5 = 12.05; the first of 12 stands at 1000.9 s again.
+// a ends at 1000.9 s. b has 11 records from 1000.0 to 1001.0 s: 0.1 / (1 / 11) + 0.5 = 1.6, that is one, at 1001.0 s. c
+// has 21 to 1002.0 s: 1.1 / (2 / 21) + 0.5 = 12.05; the first of 12 stands at 1000.9 s again.
 TEST_F(ODFConverterTest, TimesMayRepeatAtTheJoint) {
   std::string const a = odf("a.odf", 0, 10, 1);
   ASSERT_EQ(run({a, odf("b.odf", 0, 11, 2)}).result, 0);
@@ -123,8 +123,8 @@ TEST_F(ODFConverterTest, TimesMayRepeatAtTheJoint) {
   EXPECT_EQ(merged(), and_(range(100, 110), 209, 221));
 }
 
-// Before its last record, which comes late, b has one each 0.1 s: the mean is 0.3 s. Behind a, which ends at 1001.0 s, are
-// 3.0 / (4.0 / 11) + 0.5 = 8.75 records. The first of 8 stands at 1000.3 s.
+// Before its last record, which comes late, b has one each 0.1 s: the mean is 0.3 s. Behind a, which ends at 1001.0 s,
+// are 3.0 / (4.0 / 11) + 0.5 = 8.75 records. The first of 8 stands at 1000.3 s.
 TEST_F(ODFConverterTest, TimesMayStepBackAtTheJointAndAreInterpolatedAllTheSame) {
   OdfFile late;
   std::string const a = odf("a.odf", 0, 11, 1);

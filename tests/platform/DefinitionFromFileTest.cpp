@@ -60,27 +60,30 @@ protected:
 
 /// A system bound to WGS 84 by a grid, in WKT.
 std::string boundWkt(std::string const& grid, char const* open = "\"", char const* close = "\"") {
-  return R"(BOUNDCRS[SOURCECRS[GEOGCRS["a / b",DATUM["c",ELLIPSOID["International 1924",6378388,297]],CS[ellipsoidal,2],)"
-         R"(AXIS["latitude",north],AXIS["longitude",east],ANGLEUNIT["degree",0.0174532925199433]]],)"
+  return R"(BOUNDCRS[SOURCECRS[GEOGCRS["a / b",DATUM["c",ELLIPSOID["International 1924",6378388,297]],)"
+         R"(CS[ellipsoidal,2],AXIS["latitude",north],AXIS["longitude",east],ANGLEUNIT["degree",0.0174532925199433]]],)"
          R"(TARGETCRS[GEOGCRS["WGS 84",DATUM["World Geodetic System 1984",ELLIPSOID["WGS 84",6378137,298.257223563]],)"
          R"(CS[ellipsoidal,2],AXIS["latitude",north],AXIS["longitude",east],ANGLEUNIT["degree",0.0174532925199433]]],)"
-         R"(ABRIDGEDTRANSFORMATION["d",METHOD["NTv2",ID["EPSG",9615]],ParameterFile ["Latitude and longitude difference file",)" +
+         R"(ABRIDGEDTRANSFORMATION["d",METHOD["NTv2",ID["EPSG",9615]],)"
+         R"(ParameterFile ["Latitude and longitude difference file",)" +
          std::string(open) + grid + close + "]]]";
 }
 
 std::string boundJson(std::string const& grid) {
   std::string const axes =
-      R"("coordinate_system":{"subtype":"ellipsoidal","axis":[{"name":"Longitude","abbreviation":"lon","direction":"east",)"
-      R"("unit":"degree"},{"name":"Latitude","abbreviation":"lat","direction":"north","unit":"degree"}]})";
-  return R"({"type":"BoundCRS","source_crs":{"type":"GeographicCRS","name":"a / b","datum":{"type":"GeodeticReferenceFrame",)"
-         R"("name":"c","ellipsoid":{"name":"International 1924","semi_major_axis":6378388,"inverse_flattening":297}},)" +
+      R"("coordinate_system":{"subtype":"ellipsoidal","axis":[{"name":"Longitude","abbreviation":"lon",)"
+      R"("direction":"east","unit":"degree"},{"name":"Latitude","abbreviation":"lat",)"
+      R"("direction":"north","unit":"degree"}]})";
+  return R"({"type":"BoundCRS","source_crs":{"type":"GeographicCRS","name":"a / b","datum":)"
+         R"({"type":"GeodeticReferenceFrame","name":"c","ellipsoid":)"
+         R"({"name":"International 1924","semi_major_axis":6378388,"inverse_flattening":297}},)" +
          axes +
          R"(},"target_crs":{"type":"GeographicCRS","name":"WGS 84","datum":{"type":"GeodeticReferenceFrame","name":)"
          R"("World Geodetic System 1984","ellipsoid":{"name":"WGS 84","semi_major_axis":6378137,"inverse_flattening":)"
          R"(298.257223563}},)" +
          axes +
-         R"(},"transformation":{"name":"d","method":{"name":"NTv2","id":{"authority":"EPSG","code":9615}},"parameters":)"
-         R"([{"name":"Latitude and longitude difference file","value":")" +
+         R"(},"transformation":{"name":"d","method":{"name":"NTv2","id":{"authority":"EPSG","code":9615}},)"
+         R"("parameters":[{"name":"Latitude and longitude difference file","value":")" +
          grid + R"("}]}})";
 }
 

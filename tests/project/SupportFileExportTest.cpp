@@ -108,8 +108,8 @@ TEST_F(SupportFileExport, TellsOfTheImageAndItsStrip) {
   EXPECT_EQ(lines, expected);
 }
 
-// The flight is at east 100 m/s * 0.01 s * line; the middle of 81 samples from pixel 10 on is pixel 50.5, half a pixel of
-// 0.1 mm behind 50 mm to the left, that is 0.9 m to the north 900 m below. Ahead, 25 mm give 450 m.
+// The flight is at east 100 m/s * 0.01 s * line; the middle of 81 samples from pixel 10 on is pixel 50.5, half a pixel
+// of 0.1 mm behind 50 mm to the left, that is 0.9 m to the north 900 m below. Ahead, 25 mm give 450 m.
 TEST_F(SupportFileExport, GroundZeroIsTheMiddleOfTheImageOnTheMeanTerrain) {
   auto strip = read(true);
   std::vector<std::string> const lines = exported(*strip.img(1));

@@ -50,8 +50,10 @@ std::string lineOf(SupportFile const& file, std::string const& keyword) {
   return "no " + keyword;
 }
 
-// 18.43F is 18.4300003..., which takes six decimals without showing. The axes are those of longitude -1.4 and latitude 0.6:
-// sin(-1.4) = -0.98544972998846, cos(-1.4) = 0.169967142900241, sin(0.6) = 0.564642473395035, cos(0.6) = 0.825335614909678.
+// 18.43F is 18.4300003..., which takes six decimals without showing. The axes are those of longitude -1.4 and latitude
+// 0.6:
+// sin(-1.4) = -0.98544972998846, cos(-1.4) = 0.169967142900241, sin(0.6) = 0.564642473395035,
+// cos(0.6) = 0.825335614909678.
 constexpr char exampleText[] = "support_file d\n"
                                "IMAGE_ID \"Valley 4PANF27A\"\n"
                                "IMAGE_FILE_NAME 1 \"/data/valley 4/PANF27A.tif\"\n"

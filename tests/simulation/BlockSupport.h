@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,17 @@ inline simulation::BlockPlan smallBlock() {
 
 /// The band that looks down.
 inline constexpr char const* nadir = "PANN00A";
+
+/// Where the library has a ground point of a block in an image; nothing when that is outside the image or less than a
+/// pixel from its border.
+inline std::optional<geo::XYPoint> placeInImage(sensor::KESStripModel const& strip, int band,
+                                                geo::GroundPoint const& point) {
+  geo::XYPoint image;
+  strip.mapToImage({point.x, point.y, point.z}, band, image);
+  bool const isInside = image.x >= 1.0 && image.x <= strip.imageWidth(band) - 2.0 && image.y >= 1.0 &&
+                        image.y <= strip.imageHeight(band) - 2.0;
+  return isInside ? std::optional(image) : std::nullopt;
+}
 
 /// A block on disk as the library reads it, its strips with the orientation that the camera had. That of the navigation
 /// is read before: its heading is where the solver begins, and decides the last digits of a projection.

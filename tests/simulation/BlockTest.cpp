@@ -8,7 +8,6 @@
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-#include <simulation/ImagePoints.h>
 
 #include <algorithm>
 #include <cmath>
@@ -118,7 +117,7 @@ TEST_F(Block, NeighboursOverlap) {
         point.x = map.x;
         point.y = map.y;
         point.z = map.z;
-        shared += simulation::placeInImage(other, band, point, 0.0) ? 1 : 0;
+        shared += test::placeInImage(other, band, point) ? 1 : 0;
       }
     }
     EXPECT_NEAR(static_cast<double>(shared) / all, 0.3, 0.06) << name;

@@ -10,6 +10,7 @@
 #include <raster/Statistics.h>
 #include <sensor/CameraFactory.h>
 #include <sensor/KESImage.h>
+#include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
 #include <simulation/CameraHead.h>
 #include <simulation/Images.h>
@@ -59,15 +60,15 @@ protected:
 TEST_F(Images, AreWhereTheStripNamesThem) {
   RenderedFlight const flight = fly(planOf({"all"}));
   std::string message;
-  EXPECT_TRUE(flight.strip->modelData()->isDataValid(message, true)) << message;
+  EXPECT_TRUE(flight.strip.model().modelData()->isDataValid(message, true)) << message;
   for (std::string const& band : simulation::CameraHead::bandIds()) {
     Image const image = flight.image(band);
-    int const index = flight.strip->bandIndex(band);
-    EXPECT_EQ(image.width, static_cast<int>(flight.strip->imageWidth(index)));
+    EXPECT_EQ(image.width, flight.strip.band(band).samples());
     EXPECT_EQ(image.height, 200);
   }
   EXPECT_EQ(flight.image("GRNF16A").width, 375);
   EXPECT_EQ(test::entryCount(flight.folder + "/images"), 20) << "an image and its statistics per band, nothing else";
+  EXPECT_EQ(test::entryCount(flight.folder), 8) << "the strip file, seven folders";
 }
 
 TEST_F(Images, AreTiledAndCompressedUnsigned16) {
@@ -88,7 +89,7 @@ TEST_F(Images, OnlyThoseAskedForAreThere) {
 
 TEST_F(Images, HaveTheirStatistics) {
   RenderedFlight const flight = fly(planOf({"PANN00A"}));
-  sensor::KESImage const& entry = *flight.strip->img(flight.strip->bandIndex("PANN00A"));
+  sensor::KESImage const& entry = *flight.strip.model().img(flight.strip.band("PANN00A").index());
   ASSERT_TRUE(entry.checkForStatistics(0));
   std::unique_ptr<raster::Statistics> const statistics(entry.createStatistics());
   Image const image = flight.image("PANN00A");
@@ -130,9 +131,9 @@ TEST_F(Images, TextureIsSampledAlone) {
     for (int line = 0; line < image.height; line += 19) {
       for (int sample = 0; sample < image.width; sample += 23) {
         geo::XYPoint const pixel(sample, line);
-        auto ground = flight.ground(pixel, flight.strip->bandIndex(id), {800.0, -400.0, 4.0});
+        auto ground = flight.ground(pixel, flight.strip.band(id).index(), {800.0, -400.0, 4.0});
         ASSERT_TRUE(ground);
-        geo::coordSys::transform(flight.strip->lsrSystem(), utm.get(), *ground, *ground);
+        geo::coordSys::transform(&flight.strip.localSystem().platform(), utm.get(), *ground, *ground);
         double const column = (ground->x - 730000.0) / 100.0 - 0.5;
         double const row = (4070000.0 - ground->y) / 100.0 - 0.5;
         EXPECT_NEAR(image.at(sample, line), 1000.0 + column + 2.0 * row, 0.501);

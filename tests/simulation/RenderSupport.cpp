@@ -5,8 +5,7 @@
 
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
-#include <sensor/KESImage.h>
-#include <sensor/KESStripModelData.h>
+#include <sensor/KESStripModel.h>
 #include <simulation/Images.h>
 
 #include <gdal_priv.h>
@@ -105,27 +104,28 @@ RenderedFlight::RenderedFlight(simulation::FlightPlan const& flightPlan, std::st
       texture(simulation::makeTexture(plan, terrain)) {}
 
 std::string RenderedFlight::imageName(std::string const& band) const {
-  return strip->modelData()->imageDataLocation() + "/" + strip->img(strip->bandIndex(band))->imageFileName();
+  return strip.band(band).imagePath();
 }
 
-std::optional<geo::XYZPoint> RenderedFlight::ground(geo::XYPoint const& pixel, int band, Search const& search) const {
+std::optional<geo::XYZPoint> RenderedFlight::ground(kes::Strip const& seenBy, geo::XYPoint const& pixel, int band,
+                                                    Search const& search) const {
   // Through the positions at two heights: the sensor model takes heights as float.
   geo::XYZPoint a;
   geo::XYZPoint b;
-  strip->imageToLsr(pixel, static_cast<float>(search.bottom), band, a);
-  strip->imageToLsr(pixel, static_cast<float>(search.top), band, b);
+  seenBy.model().imageToLsr(pixel, static_cast<float>(search.bottom), band, a);
+  seenBy.model().imageToLsr(pixel, static_cast<float>(search.top), band, b);
   auto const position = [&](double z) {
     double const w = (z - a.z) / (b.z - a.z);
     return geo::XYZPoint(a.x + (b.x - a.x) * w, a.y + (b.y - a.y) * w, z);
   };
-  auto const z = firstMeeting(position, *strip->lsrSystem(), terrain, search);
+  auto const z = firstMeeting(position, strip.localSystem().platform(), terrain, search);
   return z ? std::optional(position(*z)) : std::nullopt;
 }
 
 double RenderedFlight::brightness(geo::XYZPoint const& ground) const {
   std::unique_ptr<geo::coordSys> const geographic(geo::coordSysFactory::getInstance()->createGEO84(false, false));
   geo::XYZPoint lonLat;
-  geo::coordSys::transform(strip->lsrSystem(), geographic.get(), ground, lonLat);
+  geo::coordSys::transform(&strip.localSystem().platform(), geographic.get(), ground, lonLat);
   return texture->at(lonLat);
 }
 

@@ -7,10 +7,9 @@
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
-#include <sensor/KESStripModel.h>
+#include <kes/Strip.h>
 #include <simulation/Flight.h>
 #include <simulation/FlightPlan.h>
-#include <simulation/ScanLine.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
 
@@ -67,15 +66,19 @@ public:
 
   std::string imageName(std::string const& band) const;
   Image image(std::string const& band) const { return Image(imageName(band)); }
-  /// The local position that a pixel sees, by `firstMeeting`.
-  std::optional<geo::XYZPoint> ground(geo::XYPoint const& pixel, int band, Search const& search) const;
+  /// The local position that a pixel sees, by `firstMeeting`: with the true orientation, or as another strip has it.
+  std::optional<geo::XYZPoint> ground(geo::XYPoint const& pixel, int band, Search const& search) const {
+    return ground(strip, pixel, band, search);
+  }
+  std::optional<geo::XYZPoint> ground(kes::Strip const& seenBy, geo::XYPoint const& pixel, int band,
+                                      Search const& search) const;
   /// The texture at a local position.
   double brightness(geo::XYZPoint const& ground) const;
 
   simulation::FlightPlan plan;
   std::string folder;
   simulation::FlightFiles files;
-  std::unique_ptr<sensor::KESStripModel> strip;
+  kes::Strip strip;
   simulation::Terrain terrain;
   std::unique_ptr<simulation::Texture> texture;
 };

@@ -14,15 +14,15 @@
 
 namespace test {
 
-/// The message of the `std::runtime_error` that `action` throws; a test failure when it throws none.
-template <class Action>
+/// The message of the exception that `action` throws; a test failure when it throws none of that type.
+template <class Exception = std::runtime_error, class Action>
 std::string messageOf(Action&& action) {
   try {
     action();
-  } catch (std::runtime_error const& error) {
+  } catch (Exception const& error) {
     return error.what();
   }
-  ADD_FAILURE() << "no std::runtime_error";
+  ADD_FAILURE() << "no exception of the expected type";
   return {};
 }
 

@@ -53,8 +53,8 @@ TEST_F(CameraTimeRefinement, ToleranceIsATenthOfAMillisecondInSinglePrecision) {
 }
 
 // Time 100 is that of line 0. The estimate 3 / 2 = 1.5 lies at 103.5 s, and the interval of line 1 leads from there to
-// 1.5 - 3.5 / 1 = -2, whose time is 100 - 2 * 2 = 96. The last interval leads back to -2 + 4 / 1 = 2, at 104 s, and that
-// to -2 again: after ten rounds it is line 2. The first interval would have led to -2 + 4 / 3.
+// 1.5 - 3.5 / 1 = -2, whose time is 100 - 2 * 2 = 96. The last interval leads back to -2 + 4 / 1 = 2, at 104 s, and
+// that to -2 again: after ten rounds it is line 2. The first interval would have led to -2 + 4 / 3.
 TEST_F(CameraTimeRefinement, CandidateInFrontOfTheTableGoesOnWithTheLastInterval) {
   CameraTime const time = timeOf({100.0, 103.0, 104.0}, {{97.0, 2000000, 0}});
   EXPECT_THAT(time.line(seconds(100.0)), SameBits(2.0F));

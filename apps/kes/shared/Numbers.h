@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <files/Angles.h>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,7 +11,7 @@
 namespace tool {
 
 /// In a radian.
-constexpr double degrees = 57.29577951308232;
+constexpr double degrees = files::degreesPerRadian;
 
 /// The shortest text that reads back to the same number, whatever the locale.
 std::string text(double value);

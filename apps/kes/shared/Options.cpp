@@ -3,10 +3,8 @@
 
 #include "shared/Options.h"
 
-#include <sensor/CameraFactory.h>
 #include <sensor/KESStripModel.h>
 #include <sensor/KESStripModelData.h>
-#include <util/SkerryIni.h>
 
 #include <iostream>
 #include <stdexcept>
@@ -68,14 +66,7 @@ void CameraOptions::addTo(CLI::App& command) {
 }
 
 void CameraOptions::apply() const {
-  sensor::CameraFactory& factory = *sensor::CameraFactory::instance();
-  if (!settings.empty()) {
-    util::setSkerryIni(settings);
-    factory.clearSearchPaths();
-  }
-  for (std::string const& folder : calibrations) {
-    factory.addSearchPath(folder);
-  }
+  kes::applyToProcess(opening());
 }
 
 kes::StripOptions CameraOptions::opening(kes::Orientation orientation) const {

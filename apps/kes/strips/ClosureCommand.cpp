@@ -58,7 +58,7 @@ struct BandClosure {
   Spread samples;
   Spread lines;
   Spread metres;
-  std::optional<Spread> passes;  ///< The library's forms don't count them.
+  std::optional<Spread> passes;  ///< The library's forms for runs and in lanes don't state them.
   double pointsPerSecond;
 
   bool closes() const { return samples.max <= tolerance && lines.max <= tolerance; }
@@ -136,7 +136,7 @@ BandClosure closureOf(kes::Strip const& strip, kes::Band const& band, Options co
     metres.push_back(solution.closure[i].metres);
   }
   BandClosure closure{band.id(), count, spreadOf(samples), spreadOf(lines), spreadOf(metres), {}, 0.0};
-  if (options.solver == kes::Solver::precise) {
+  if (options.solver == kes::Solver::precise || options.solver == kes::Solver::libraryPoint) {
     closure.passes = spreadOf({solution.passes.begin(), solution.passes.end()});
   }
   closure.pointsPerSecond = std::round(static_cast<double>(count) / std::max(solution.seconds, 1e-9));

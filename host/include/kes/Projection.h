@@ -49,7 +49,8 @@ struct Closure {
 struct PointOutputs {
   /// GPS seconds at which the line was exposed.
   std::span<double> time;
-  /// Passes of the solver; 1 for what needs no iteration, 0 for the forms of the library, which don't say.
+  /// Passes of the solver; 1 for what needs no iteration. 0 without a result, and where the library doesn't state them:
+  /// from all its forms to the ground, and from those for runs and in lanes.
   std::span<int> passes;
   /// On the ground at the height of the ground position, and in the image; NaN without a result.
   std::span<Closure> closure;

@@ -45,6 +45,10 @@ struct StripOptions {
   bool load = true;
 };
 
+/// Hands the calibration folders and the settings that the options name to the process, as opening a strip does: for
+/// what needs a camera but no strip. Any number of threads may call it.
+KESHOST_EXPORT void applyToProcess(StripOptions const& options);
+
 /// A strip: the images of one flight line with their orientation and camera. It owns all of it but the camera, which
 /// belongs to the process; it can be moved, but not copied.
 ///

@@ -24,11 +24,11 @@ namespace detail {
 class SurfaceSource;
 }
 
-/// A surface of the Earth: one height everywhere, or an elevation model. A value that is cheap to copy, since copies
-/// share what never changes. Any number of threads may use one.
+/// A surface of the Earth: one height everywhere, an elevation model, or a source of heights that the host brings. A
+/// value that is cheap to copy, since copies share what never changes. Any number of threads may use one.
 class KESHOST_EXPORT Surface {
 public:
-  /// The lowest and the highest height of an elevation model, in the vertical unit of its system.
+  /// The lowest and the highest height of a surface, in the vertical unit of its system.
   struct HeightRange {
     double lowest;
     double highest;
@@ -46,13 +46,23 @@ public:
   /// used last are kept, and up to 16 more (1.2 MB) for each thread. Lines of sight need 11 bytes more for each tile of
   /// the raster.
   [[nodiscard]] static Surface raster(std::string const& fileName, std::size_t cacheSize);
+  /// An elevation source of the host, shared: it and its coordinate system live as long as any copy of this. Its
+  /// `height` is called from all threads of a call at once, and must not change what it returns. An exception that it
+  /// throws ends the call and comes out of it.
+  ///
+  /// From the camera, the surface is looked for between `heights`, and in steps of a quarter of `spacing`: the distance
+  /// at which heights may rise and fall again, in the horizontal unit of the system, but in at most 100 000 steps. What
+  /// is smaller may be missed. Throws std::invalid_argument "an elevation source is missing", "the range of heights
+  /// isn't one" and "the spacing of heights isn't above 0".
+  [[nodiscard]] static Surface of(std::shared_ptr<dsm::ProjectedElevationSource const> source,
+                                  HeightRange const& heights, double spacing);
 
-  /// The elevation model's file; empty for a surface of one height.
+  /// The elevation model's file; empty for a surface without one.
   [[nodiscard]] std::string fileName() const;
   /// The system of positions and heights.
   [[nodiscard]] CoordinateSystem const& coordinateSystem() const;
-  /// Between what all heights lie; nothing when the surface has none. The first call for a raster reads all of it,
-  /// and so does the first line of sight.
+  /// Between what all heights lie, of a source of the host as it was given; nothing when the surface has none. The
+  /// first call for a raster reads all of it, and so does the first line of sight.
   /// Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason.
   [[nodiscard]] std::optional<HeightRange> heightRange() const;
   /// The height at the x and y of each position, whose z doesn't count; without one NaN, with `noSurface` or
