@@ -35,6 +35,7 @@ struct ProjectOptions {
   bool verify = false;
   bool status = false;
   bool strict = false;
+  int threads = 1;
   std::string points;
 };
 
@@ -68,10 +69,23 @@ public:
   std::string doubt() const;
 
 private:
-  void projectToGround();
-  void projectToImage();
-  void count();
-  std::vector<std::string> results(std::size_t i) const;
+  /// Points on their way from the rows of a table to the text that is printed.
+  struct Block {
+    PointRows points;
+    std::vector<geo::XYPoint> image;
+    std::vector<geo::XYZPoint> ground;
+    std::vector<double> heights;
+    std::vector<kes::Status> status;
+    std::vector<kes::Closure> closure;
+    CsvText text;
+  };
+
+  void project(Block& block) const;
+  void projectToGround(Block& block) const;
+  void projectToImage(Block& block) const;
+  void append(Block& block, std::size_t i) const;
+  void finish(Block const& block);
+  void count(Block const& block, std::size_t i);
 
   ProjectOptions const& mOptions;
   kes::Strip mStrip;
@@ -82,12 +96,6 @@ private:
   StatusCounts mCounts;
   std::string mFirstFailure;
   std::optional<geo::XYZPoint> mFirstUnseen;  ///< With finite coordinates.
-  // Of the block at hand.
-  std::vector<geo::XYPoint> mImage;
-  std::vector<geo::XYZPoint> mGround;
-  std::vector<double> mHeights;
-  std::vector<kes::Status> mStatus;
-  std::vector<kes::Closure> mClosure;
 };
 
 }  // namespace tool

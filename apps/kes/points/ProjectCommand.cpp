@@ -88,6 +88,10 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
   command.add_flag("--verify", options.verify,
                    "Project back, and add columns closure (metres on the ground), closurePixels and status");
   command.add_flag("--status", options.status, "Add a column with the status of each point");
+  command.add_option("--threads", options.threads, "Threads that work; the output doesn't depend on it")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 1024));
   command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
 }
 
