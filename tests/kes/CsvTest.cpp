@@ -137,9 +137,10 @@ TEST(Csv, BlocksOfAnySizeHoldTheSameRows) {
 
 TEST(Csv, WhatIsWrongIsNamedWithItsPlace) {
   EXPECT_MESSAGE(Table(""), "points.csv: no header line");
-  EXPECT_MESSAGE(Table("x,y\n").reader.form().column("z"), "points.csv:1: no column \"z\"");
+  EXPECT_MESSAGE(Table("x,y\n").reader.form().column("z"), "points.csv:1: no column \"z\"; there are \"x\", \"y\"");
   EXPECT_MESSAGE(Table("x,y\n1\n").rows(), "points.csv:2: 1 fields under 2 columns");
-  EXPECT_MESSAGE(Table("x,y\n1,2,3\n").rows({0, 1}), "points.csv:2: 3 fields under 2 columns");
+  EXPECT_MESSAGE(Table("x,y\n1,2,3\n").rows({0, 1}),
+                 "points.csv:2: 3 fields under 2 columns: are there decimal commas? Decimals begin with a point");
   EXPECT_MESSAGE(Table("x,y\n1,2,\n").rows({0, 1}), "points.csv:2: 3 fields under 2 columns");
   EXPECT_MESSAGE(Table("x,y\n1,one\n").rows({1}), "points.csv:2: \"one\" in column \"y\" is not a number");
   EXPECT_MESSAGE(Table("x,y\n1,1.5x\n").rows({1}), "points.csv:2: \"1.5x\" in column \"y\" is not a number");
@@ -202,6 +203,28 @@ TEST(Csv, BlankFieldsAndThoseThatArentFiniteAreNan) {
     EXPECT_TRUE(std::isnan(number));
   }
   EXPECT_MESSAGE(Table("a\n1e999\n").rows({0}), "points.csv:2: \"1e999\" in column \"a\" is not a number");
+}
+
+// Characters of two units, halves without the other half, and pieces that end within a unit and within a character.
+TEST(Csv, Utf16IsDecodedInPiecesOfAnySize) {
+  std::u16string const text = u"a\u00E9\u20AC\U0001F6F0\xD800z\xDC00\xD800\xD83D\xDEF0\xDC00";
+  std::string const expected =
+      "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x9B\xB0\xEF\xBF\xBDz\xEF\xBF\xBD\xEF\xBF\xBD\xF0\x9F\x9B\xB0\xEF\xBF\xBD";
+  for (bool const isBigEndian : {false, true}) {
+    std::string bytes;
+    for (char16_t const unit : text) {
+      bytes += static_cast<char>(isBigEndian ? unit >> 8 : unit & 0xFF);
+      bytes += static_cast<char>(isBigEndian ? unit & 0xFF : unit >> 8);
+    }
+    for (std::size_t const size : {1U, 2U, 3U, 100U}) {
+      tool::Utf16Decoder decoder(isBigEndian);
+      std::string decoded;
+      for (std::size_t at = 0; at < bytes.size(); at += size) {
+        decoder.append(std::string_view(bytes).substr(at, size), decoded);
+      }
+      EXPECT_EQ(decoded, expected) << size;
+    }
+  }
 }
 
 TEST(CsvText, NumbersAreShortestAndThoseThatArentFiniteAreEmpty) {

@@ -248,7 +248,8 @@ TEST(KesProject, BadInputIsNamedWithItsPlace) {
     return run.err;
   };
   EXPECT_EQ(error(""), "kes: error: standard input: no header line\n");
-  EXPECT_EQ(error("sample,line\n"), "kes: error: standard input:1: no column \"height\"\n");
+  EXPECT_EQ(error("sample,line\n"),
+            "kes: error: standard input:1: no column \"height\"; there are \"sample\", \"line\"\n");
   EXPECT_EQ(error("sample,line,height\n1,2,3\n1,two,3\n"),
             "kes: error: standard input:3: \"two\" in column \"line\" is not a number\n");
   EXPECT_THAT(error("sample,line,height\n", "XXX"), testing::StartsWith("kes: error: strip \"Line7_cam\" has no band "

@@ -20,13 +20,15 @@ namespace {
 // library's forms starts anew in each block.
 constexpr std::size_t blockSize = 65536;
 
-std::vector<std::string> numbersOf(ProjectOptions const& options) {
-  bool const hasHeights = options.dem.empty();
-  if (options.toGround) {
-    return hasHeights ? std::vector<std::string>{"sample", "line", "height"}
-                      : std::vector<std::string>{"sample", "line"};
+// The names that the table has for what is read of it.
+std::vector<std::string> columnsOf(ProjectOptions const& options) {
+  std::vector<std::string> columns = numbersOf(options);
+  for (std::string& column : columns) {
+    if (auto const own = options.columns.find(column); own != options.columns.end()) {
+      column = own->second;
+    }
   }
-  return hasHeights ? std::vector<std::string>{"x", "y", "z"} : std::vector<std::string>{"x", "y"};
+  return columns;
 }
 
 std::vector<std::string> resultsOf(ProjectOptions const& options) {
@@ -42,6 +44,15 @@ std::vector<std::string> resultsOf(ProjectOptions const& options) {
 }
 
 }  // namespace
+
+std::vector<std::string> numbersOf(ProjectOptions const& options) {
+  bool const hasHeights = options.dem.empty();
+  if (options.toGround) {
+    return hasHeights ? std::vector<std::string>{"sample", "line", "height"}
+                      : std::vector<std::string>{"sample", "line"};
+  }
+  return hasHeights ? std::vector<std::string>{"x", "y", "z"} : std::vector<std::string>{"x", "y"};
+}
 
 std::size_t StatusCounts::total() const {
   return std::accumulate(mCounts.begin(), mCounts.end(), std::size_t{0});
@@ -68,7 +79,7 @@ std::string StatusCounts::text() const {
 PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
     : mOptions(options),
       mStrip(openStrip(options.strip.file, options.strip.camera.opening(options.orientation.value()))),
-      mBand(mStrip.band(options.band)), mTable(in, name, numbersOf(options), resultsOf(options)) {
+      mBand(mStrip.band(options.band)), mTable(in, name, columnsOf(options), resultsOf(options)) {
   options.orientation.check(mStrip);
   mToGround.solver = mToImage.solver = options.solver;
   mToGround.tdiStages = options.tdi;

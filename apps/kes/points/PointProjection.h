@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <istream>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,8 +37,12 @@ struct ProjectOptions {
   bool status = false;
   bool strict = false;
   int threads = 1;
+  std::map<std::string, std::string> columns;  ///< Names of the table's own, by those that are read.
   std::string points;
 };
+
+/// What is read of a table: sample and line, or x and y, and the height without an elevation model.
+std::vector<std::string> numbersOf(ProjectOptions const& options);
 
 /// How many points have which status.
 class StatusCounts {

@@ -15,9 +15,10 @@ PointTable::PointTable(std::istream& in, std::string const& name, std::vector<st
   }
   std::vector<std::size_t> resultColumns;
   for (std::string const& column : results) {
-    auto const found = std::find(mNames.begin(), mNames.end(), column);
-    resultColumns.push_back(static_cast<std::size_t>(found - mNames.begin()));
-    if (found == mNames.end()) {
+    std::size_t const found = mReader.form().find(column);
+    bool const isNew = found == mReader.form().columns.size();
+    resultColumns.push_back(isNew ? mNames.size() : found);
+    if (isNew) {
       mNames.push_back(column);
     }
   }

@@ -5,6 +5,7 @@
 #include "points/PointProjection.h"
 #include "shared/InputGuard.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -81,6 +82,16 @@ void addGroundOptions(CLI::App& command, CommandLine& line) {
       ->type_name("FILE");
 }
 
+void addColumnOptions(CLI::App& command, ProjectOptions& options) {
+  for (std::string const name : {"sample", "line", "height", "x", "y", "z"}) {
+    command
+        .add_option_function<std::string>(
+            "--" + name + "-column", [&options, name](std::string const& own) { options.columns[name] = own; },
+            "Name of the table's column for " + name)
+        ->type_name("NAME");
+  }
+}
+
 void addModelOptions(CLI::App& command, ProjectOptions& options) {
   addSolver(command, options.solver);
   command.add_option("--tdi", options.tdi, "To the ground: number of TDI stages, in place of the image's own");
@@ -95,6 +106,15 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
   command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
 }
 
+void checkColumns(ProjectOptions const& options) {
+  std::vector<std::string> const read = numbersOf(options);
+  for (auto const& [name, own] : options.columns) {
+    if (std::find(read.begin(), read.end(), name) == read.end()) {
+      throw CLI::ValidationError("--" + name + "-column", "no column " + name + " is read here");
+    }
+  }
+}
+
 // What no single option can see.
 void checkTogether(CommandLine const& line) {
   ProjectOptions const& options = line.options;
@@ -104,6 +124,7 @@ void checkTogether(CommandLine const& line) {
   if (!options.map.crs.empty() && line.frame == "lsr") {
     throw CLI::ValidationError("--crs", "goes with --frame map");
   }
+  checkColumns(options);
 }
 
 }  // namespace
@@ -112,6 +133,7 @@ void addProject(CLI::App& app, Run& run) {
   auto const line = std::make_shared<CommandLine>();
   CLI::App* command = app.add_subcommand("project", "Projects points between an image and the ground");
   addPointOptions(*command, *line);
+  addColumnOptions(*command, line->options);
   addGroundOptions(*command, *line);
   addModelOptions(*command, line->options);
   command->footer("Results replace columns of the same name, or follow the others. Points without a result have empty\n"

@@ -6,6 +6,7 @@
 #include "shared/Numbers.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -21,6 +22,49 @@ constexpr std::size_t longestRow = std::size_t{1} << 20;
 constexpr std::size_t largestBlock = std::size_t{1} << 26;
 constexpr std::size_t pieceSize = std::size_t{1} << 18;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view littleEndianMark = "\xFF\xFE";
+constexpr std::string_view bigEndianMark = "\xFE\xFF";
+
+// What the first line of a table has most of, outside of quotes; a comma when it has none.
+char separatorOf(std::string_view text) {
+  constexpr std::string_view separators = ",;\t";
+  std::array<int, separators.size()> counts{};
+  bool quoted = false;
+  text.remove_prefix(std::min(text.find_first_not_of("\r\n"), text.size()));
+  for (char const c : text) {
+    if (c == '\n' && !quoted) {
+      break;
+    }
+    quoted = quoted != (c == '"');
+    std::size_t const kind = quoted ? std::string_view::npos : separators.find(c);
+    if (kind != std::string_view::npos) {
+      ++counts[kind];
+    }
+  }
+  return separators[static_cast<std::size_t>(std::max_element(counts.begin(), counts.end()) - counts.begin())];
+}
+
+// A name of a column without what doesn't matter.
+std::string key(std::string_view name) {
+  constexpr std::string_view blanks = " \t";
+  name.remove_prefix(std::min(name.find_first_not_of(blanks), name.size()));
+  name = name.substr(0, name.find_last_not_of(blanks) + 1);
+  std::string lower(name);
+  for (char& c : lower) {
+    c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  return lower;
+}
+
+// What may be wrong with a text that isn't a number.
+std::string adviceOn(std::string field) {
+  std::size_t const comma = field.find(',');
+  if (comma == std::string::npos) {
+    return {};
+  }
+  field[comma] = '.';
+  return finiteNumber(field) ? ": decimals begin with a point" : "";
+}
 
 // Takes the quotes off one line of a record that may have begun on an earlier one. `quoted`: the line begins within
 // quotes; returns the same for its end. `sink` gets the text of the fields, and where they end.
@@ -85,7 +129,7 @@ private:
 class Compactor {
 public:
   Compactor(char* text, std::uint32_t begin, char separator)
-      : mText(text), mSeparator(separator), mFieldBegin(begin), mEnd(begin) {}
+      : mText(text), mSeparator(separator), mBegin(begin), mFieldBegin(begin), mEnd(begin) {}
   void append(std::string_view text) {
     std::memmove(mText + mEnd, text.data(), text.size());
     mEnd += static_cast<std::uint32_t>(text.size());
@@ -98,23 +142,52 @@ public:
   bool isFieldEmpty() const { return mEnd == mFieldBegin; }
   void endRecord() { ends.push_back(mEnd); }
 
+  // Whether there are more fields than columns, as if each number were cut at a decimal comma, and all are numbers.
+  bool areTooManyNumbers(std::size_t columns) const {
+    std::uint32_t begin = mBegin;
+    return ends.size() > columns && ends.size() <= 2 * columns && std::all_of(ends.begin(), ends.end(), [&](auto end) {
+             std::string_view const field(mText + begin, end - begin);
+             begin = end + 1;
+             return finiteNumber(field).has_value();
+           });
+  }
+
   std::vector<std::uint32_t> ends;
 
 private:
   char* mText;
   char mSeparator;
+  std::uint32_t mBegin;
   std::uint32_t mFieldBegin;
   std::uint32_t mEnd;
 };
 
 }  // namespace
 
-std::size_t CsvForm::column(std::string_view column) const {
-  auto const found = std::find(columns.begin(), columns.end(), column);
-  if (found == columns.end()) {
-    throw std::runtime_error(name + ":1: no column \"" + std::string(column) + "\"");
+std::string CsvForm::names() const {
+  std::string all;
+  for (std::string const& column : columns) {
+    all += (all.empty() ? "\"" : ", \"") + column + "\"";
   }
-  return static_cast<std::size_t>(found - columns.begin());
+  return all;
+}
+
+std::size_t CsvForm::find(std::string_view column) const {
+  auto const same = std::find(columns.begin(), columns.end(), column);
+  if (same != columns.end()) {
+    return static_cast<std::size_t>(same - columns.begin());
+  }
+  auto const like =
+      std::find_if(columns.begin(), columns.end(), [&](std::string const& other) { return key(other) == key(column); });
+  return static_cast<std::size_t>(like - columns.begin());
+}
+
+std::size_t CsvForm::column(std::string_view column) const {
+  std::size_t const found = find(column);
+  if (found == columns.size()) {
+    throw std::runtime_error(name + ":1: no column \"" + std::string(column) + "\"; there are " + names());
+  }
+  return found;
 }
 
 // Splits rows that need no thought: without quotes and carriage returns, with as many fields as there are columns, with
@@ -124,11 +197,16 @@ public:
   Plain(CsvForm const& form, std::vector<std::size_t> const& numberColumns, std::string const& text)
       : mText(text.data()), mSeparator(form.separator), mNumberOfColumn(form.columns.size(), notRead) {
     for (std::size_t k = 0; k < numberColumns.size(); ++k) {
-      mNumberOfColumn[numberColumns[k]] = static_cast<int>(k);
+      int& number = mNumberOfColumn[numberColumns[k]];
+      mHasShared = mHasShared || number != notRead;
+      number = static_cast<int>(k);
     }
   }
 
   bool split(Row const& row, double* numbers, std::uint32_t* ends) const {
+    if (mHasShared) {
+      return false;
+    }
     char const* at = mText + row.begin;
     char const* const end = mText + row.end;
     std::size_t const columns = mNumberOfColumn.size();
@@ -175,6 +253,7 @@ private:
   char const* mText;
   char mSeparator;
   std::vector<int> mNumberOfColumn;
+  bool mHasShared = false;  // A column that serves for two numbers.
 };
 
 void CsvRows::split(CsvForm const& form, std::vector<std::size_t> const& numberColumns, std::vector<double>& numbers) {
@@ -201,15 +280,17 @@ void CsvRows::splitAny(CsvForm const& form, std::vector<std::size_t> const& numb
   unquoteRecord(std::string_view(mText).substr(begin, end - begin), form.separator, fields);
   fields.endRecord();
   if (fields.ends.size() != mColumns) {
-    throw std::runtime_error(form.place(line(row)) + ": " + std::to_string(fields.ends.size()) + " fields under " +
-                             std::to_string(mColumns) + " columns");
+    throw std::runtime_error(
+        form.place(line(row)) + ": " + std::to_string(fields.ends.size()) + " fields under " +
+        std::to_string(mColumns) + " columns" +
+        (fields.areTooManyNumbers(mColumns) ? ": are there decimal commas? Decimals begin with a point" : ""));
   }
   std::copy(fields.ends.begin(), fields.ends.end(), mEnds.data() + row * mColumns);
   for (std::size_t const column : numberColumns) {
     auto const value = numberOrNan(field(row, column));
     if (!value) {
       throw std::runtime_error(form.place(line(row)) + ": \"" + std::string(field(row, column)) + "\" in column \"" +
-                               form.columns[column] + "\" is not a number");
+                               form.columns[column] + "\" is not a number" + adviceOn(std::string(field(row, column))));
     }
     *numbers++ = *value;
   }
@@ -322,12 +403,33 @@ bool CsvReader::fill(std::string& text) {
   auto const count = static_cast<std::size_t>(mIn.gcount());
   text.resize(size + count);
   mHasEnded = count < pieceSize;
-  mHasQuotes = mHasQuotes || text.find('"', size) != std::string::npos;
-  if (!mHasStarted && text.starts_with(byteOrderMark)) {
-    text.erase(0, byteOrderMark.size());
+  if (!mHasStarted) {
+    start(text);
   }
   mHasStarted = true;
+  if (mDecoder) {
+    std::string const wide = text.substr(size);
+    text.resize(size);
+    mDecoder->append(wide, text);
+  }
+  if (mForm.columns.empty()) {
+    mForm.separator = separatorOf(text);
+  }
+  mHasQuotes = mHasQuotes || text.find('"', size) != std::string::npos;
   return count > 0;
+}
+
+// Takes the mark of an encoding off the start of the table.
+void CsvReader::start(std::string& text) {
+  for (std::string_view const mark : {byteOrderMark, littleEndianMark, bigEndianMark}) {
+    if (text.starts_with(mark)) {
+      text.erase(0, mark.size());
+      if (mark != byteOrderMark) {
+        mDecoder.emplace(mark == bigEndianMark);
+      }
+      return;
+    }
+  }
 }
 
 // A device or a binary file may have no line ends.

@@ -3,24 +3,32 @@
 
 #pragma once
 
+#include "shared/Utf16Decoder.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <istream>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tool {
 
-/// The form of a table of comma-separated values.
+/// The form of a table.
 struct CsvForm {
-  std::string name;  ///< Stands for the table in messages.
-  char separator = ',';
+  std::string name;      ///< Stands for the table in messages.
+  char separator = ',';  ///< A comma, a semicolon or a tab: what the header line has most of.
   std::vector<std::string> columns;
 
-  /// Index of a column; throws "NAME:1: no column \"...\"" when the table lacks it.
+  /// Index of a column of that name, or else of the first that differs by blanks around it or by upper and lower case
+  /// alone; their number when there is none.
+  std::size_t find(std::string_view column) const;
+  /// The same, but throws "NAME:1: no column \"...\"; there are \"...\", \"...\"" when there is none.
   std::size_t column(std::string_view column) const;
+  /// The columns in quotes, with commas between.
+  std::string names() const;
   /// NAME:LINE.
   std::string place(std::size_t line) const { return name + ":" + std::to_string(line); }
 };
@@ -69,6 +77,7 @@ private:
 
 /// Reads a table with a header line in blocks of rows. Fields may be quoted; a quoted field may hold separators, doubled
 /// quotes and line ends. A byte-order mark and carriage returns before line feeds are dropped, blank lines are skipped.
+/// Text is UTF-8, or UTF-16 with its mark, of which UTF-8 is made.
 class CsvReader {
 public:
   /// Reads the header line. `name` stands for the table in messages. Throws "NAME: no header line" on an empty table.
@@ -91,6 +100,7 @@ private:
   bool findLine(std::string& text, std::size_t begin, Line& line);
   std::size_t findEndOfRow(std::string& text, Line& line);
   bool fill(std::string& text);
+  void start(std::string& text);
   void requireLength(std::size_t length, std::size_t line) const;
 
   std::istream& mIn;
@@ -98,6 +108,7 @@ private:
   std::string mRest;  // What was read after the last row.
   std::size_t mLine = 0;
   bool mHasStarted = false;
+  std::optional<Utf16Decoder> mDecoder;
   bool mHasEnded = false;
   bool mHasQuotes = false;
 };
