@@ -146,6 +146,9 @@ TEST(Csv, WhatIsWrongIsNamedWithItsPlace) {
   EXPECT_MESSAGE(Table("x,y\n1,1.5x\n").rows({1}), "points.csv:2: \"1.5x\" in column \"y\" is not a number");
   EXPECT_MESSAGE(Table("x,y\n1,\"2\n3\n").rows(), "points.csv:2: a quote is never closed");
   EXPECT_MESSAGE(Table("x,\"y\n1,2\n"), "points.csv:1: a quote is never closed");
+  // Only a separator parts two fields.
+  EXPECT_MESSAGE(Table("x,y,z\n1x2,3\n").rows({0, 1, 2}), "points.csv:2: 2 fields under 3 columns");
+  EXPECT_MESSAGE(Table("x,y,z\n1e3x2,3\n").rows({0, 1, 2}), "points.csv:2: 2 fields under 3 columns");
 }
 
 TEST(Csv, TheFirstFaultCounts) {
@@ -202,6 +205,9 @@ TEST(Csv, BlankFieldsAndThoseThatArentFiniteAreNan) {
   for (double const number : table.numbers) {
     EXPECT_TRUE(std::isnan(number));
   }
+  Table infinite("a\n-inf\n");
+  static_cast<void>(infinite.rows({0}));
+  EXPECT_TRUE(std::isnan(infinite.numbers.at(0)));
   EXPECT_MESSAGE(Table("a\n1e999\n").rows({0}), "points.csv:2: \"1e999\" in column \"a\" is not a number");
 }
 
