@@ -173,6 +173,24 @@ TEST(Csv, RowsWithoutEndAreRefused) {
                  "points.csv:2: a row of more than 1048576 characters");
 }
 
+// What has no line ends may have no end.
+TEST(Csv, RowsWithoutEndArentReadToTheirEnd) {
+  Table table("x\n" + std::string(1 << 24, 'x'));
+  EXPECT_MESSAGE(table.rows(), "points.csv:2: a row of more than 1048576 characters");
+  EXPECT_LT(table.stream.tellg(), 1 << 22);
+}
+
+// The table is read in pieces of 256 KiB, the second of which begins within the last field and has no quotes.
+TEST(Csv, QuotesCountInARowThatGoesOnInTheNextPiece) {
+  std::string text = "id,x\n";
+  std::string const row = "\"a,b\",";
+  constexpr std::size_t piece = 1 << 18;
+  text += std::string(piece - text.size() - row.size() - 6, '\n') + row + "123456789\n1,2\n";
+  auto const rows = Table(text).rows({1});
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[0].fields, (Fields{"a,b", "123456789"}));
+}
+
 // 65536 rows of a mebibyte each would be 64 GiB.
 TEST(Csv, BlocksOfLongRowsAreSmall) {
   std::string const row(1 << 20, 'x');
