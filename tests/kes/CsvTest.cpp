@@ -177,18 +177,30 @@ TEST(Csv, RowsWithoutEndAreRefused) {
 TEST(Csv, RowsWithoutEndArentReadToTheirEnd) {
   Table table("x\n" + std::string(1 << 24, 'x'));
   EXPECT_MESSAGE(table.rows(), "points.csv:2: a row of more than 1048576 characters");
+  // At its end, a stream has no place any more.
+  EXPECT_GT(table.stream.tellg(), 0);
   EXPECT_LT(table.stream.tellg(), 1 << 22);
 }
 
-// The table is read in pieces of 256 KiB, the second of which begins within the last field and has no quotes.
-TEST(Csv, QuotesCountInARowThatGoesOnInTheNextPiece) {
-  std::string text = "id,x\n";
-  std::string const row = "\"a,b\",";
+// The table is read in pieces of 256 KiB. A field begins in the first, has its line end in the second and ends in the
+// third.
+TEST(Csv, QuotesCountOverSeveralPieces) {
   constexpr std::size_t piece = 1 << 18;
-  text += std::string(piece - text.size() - row.size() - 6, '\n') + row + "123456789\n1,2\n";
-  auto const rows = Table(text).rows({1});
+  std::string const head = "id,x\n";
+  std::string const field = std::string(100, 'a') + "\n" + std::string(piece + 1000, 'b');
+  auto const rows = Table(head + std::string(piece - head.size() - 10, '\n') + '"' + field + "\",5\n1,2\n").rows({1});
   ASSERT_EQ(rows.size(), 2U);
-  EXPECT_EQ(rows[0].fields, (Fields{"a,b", "123456789"}));
+  EXPECT_EQ(rows[0].fields, (Fields{field, "5"}));
+}
+
+TEST(Csv, SeparatorIsWhatTheFirstLineHasMostOfOutsideQuotes) {
+  auto const separator = [](std::string const& text) { return Table(text).reader.form().separator; };
+  EXPECT_EQ(separator("x\n;;;\n"), ',');
+  EXPECT_EQ(separator("x;y,z\n"), ',');
+  EXPECT_EQ(separator("x;y,z;a\n"), ';');
+  EXPECT_EQ(separator("x\ty\n"), '\t');
+  EXPECT_EQ(separator("\"a,b,c\nd,e\";x\n"), ';');
+  EXPECT_EQ(separator("\r\n\nx;y\n"), ';');
 }
 
 // 65536 rows of a mebibyte each would be 64 GiB.
