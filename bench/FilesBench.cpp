@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -83,16 +84,24 @@ void loadCtg(benchmark::State& state) {
 }
 BENCHMARK(loadCtg)->Name("load a CTG file of 200000 lines")->Unit(benchmark::kMillisecond);
 
+// A folder of twelve CAM files.
+std::string const& camFolder() {
+  static std::string const name = [] {
+    std::string const source = bench::flightFolder() + "/calibration/KESA0_12000/v003";
+    std::string folder = bench::flightFolder() + "/twelve";
+    std::filesystem::create_directories(folder);
+    std::filesystem::copy(source + "/misalignment.dat", folder, std::filesystem::copy_options::overwrite_existing);
+    for (int i = 0; i < camCount; ++i) {
+      std::filesystem::copy(source + "/PANN00A.cam", folder + "/" + std::to_string(i) + ".cam",
+                            std::filesystem::copy_options::overwrite_existing);
+    }
+    return folder;
+  }();
+  return name;
+}
+
 void loadCams(benchmark::State& state) {
-  std::string const source = bench::flightFolder() + "/calibration/KESA0_12000/v003";
-  std::string const folder = bench::flightFolder() + "/twelve";
-  std::filesystem::create_directories(folder);
-  std::filesystem::copy(source + "/misalignment.dat", folder, std::filesystem::copy_options::overwrite_existing);
-  for (int i = 0; i < camCount; ++i) {
-    std::filesystem::copy(source + "/PANN00A.cam", folder + "/" + std::to_string(i) + ".cam",
-                          std::filesystem::copy_options::overwrite_existing);
-  }
-  sensor::SerializerCameraKesV1Cam const serializer(folder);
+  sensor::SerializerCameraKesV1Cam const serializer(camFolder());
   for (auto _ : state) {
     sensor::CameraKes const camera("KESA0", "12000", 3, serializer);
     benchmark::DoNotOptimize(camera.version());
@@ -100,5 +109,43 @@ void loadCams(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * camCount);
 }
 BENCHMARK(loadCams)->Name("load a folder of 12 CAM files")->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Calls `use` with the bytes of each CAM file.
+template <class Use>
+void readCams(Use use) {
+  std::vector<char> bytes;
+  for (int i = 0; i < camCount; ++i) {
+    std::string const name = camFolder() + "/" + std::to_string(i) + ".cam";
+    bytes.resize(std::filesystem::file_size(name));
+    std::ifstream(name, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    use(bytes);
+  }
+}
+
+void readCamBytes(benchmark::State& state) {
+  for (auto _ : state) {
+    readCams([](std::vector<char> const& bytes) { benchmark::DoNotOptimize(bytes.back()); });
+  }
+  state.SetItemsProcessed(state.iterations() * camCount);
+}
+BENCHMARK(readCamBytes)->Name("plain read of the same")->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The words that are numbers, in the header, too.
+void convertCams(benchmark::State& state) {
+  for (auto _ : state) {
+    readCams([](std::vector<char> const& bytes) {
+      char const* const end = bytes.data() + bytes.size();
+      double sum = 0.0;
+      for (char const* at = bytes.data(); at < end; ++at) {
+        double value = 0.0;
+        at = std::from_chars(at, end, value).ptr;
+        sum += value;
+      }
+      benchmark::DoNotOptimize(sum);
+    });
+  }
+  state.SetItemsProcessed(state.iterations() * camCount);
+}
+BENCHMARK(convertCams)->Name("read and std::from_chars of the same")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace

@@ -43,15 +43,29 @@ QString refusal(QXmlStreamReader& reader) {
   return reader.errorString();
 }
 
+// Whether the document model may see a text before the stream reader has: where it is built by a stream reader itself,
+// as since Qt 6, the limits that the markup keeps hold for both.
+bool isForModel(XmlMarkup const& markup) {
+  return QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) && markup.depth <= maxDepth && !markup.hasDeclaration;
+}
+
 template <class Text>
 bool parse(Text const& text, QDomDocument& document, QString& error) {
   document.clear();
   error = xmlMarkupRefusal(text, maxNodes);
-  if (error.isEmpty()) {
-    QXmlStreamReader reader(text);
-    error = refusal(reader);
+  if (!error.isEmpty()) {
+    return false;
   }
-  return error.isEmpty() && document.setContent(text, &error);
+  if (isForModel(countXmlMarkup(text)) && document.setContent(text)) {
+    return true;
+  }
+  QXmlStreamReader reader(text);
+  error = refusal(reader);
+  if (error.isEmpty() && document.setContent(text, &error)) {
+    return true;
+  }
+  document.clear();
+  return false;
 }
 
 }  // namespace

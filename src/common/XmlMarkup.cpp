@@ -76,9 +76,11 @@ Tag tagAt(std::string_view text, std::size_t from) {
 
 XmlMarkup countMarkup(std::string_view text) {
   XmlMarkup markup;
+  std::int64_t level = 0;
   for (auto at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
     auto const rest = text.substr(at);
-    markup.nodes += rest.substr(0, 2) == "</" ? 0 : 1;
+    bool const isEnd = rest.substr(0, 2) == "</";
+    markup.nodes += isEnd ? 0 : 1;
     if (rest.substr(0, 4) == "<!--") {
       at = after(text, "-->", at + 4);
     } else if (rest.substr(0, 9) == "<![CDATA[") {
@@ -86,9 +88,12 @@ XmlMarkup countMarkup(std::string_view text) {
     } else if (rest.substr(0, 2) == "<?") {
       at = after(text, "?>", at + 2);
     } else {
+      markup.hasDeclaration = markup.hasDeclaration || rest.substr(0, 2) == "<!";
       Tag const tag = tagAt(text, at);
       markup.attributes = std::max(markup.attributes, tag.attributes);
       markup.nodes += tag.attributes;
+      markup.depth = std::max(markup.depth, level + (isEnd ? 0 : 1));
+      level += isEnd ? -1 : (text[tag.end - 1] == '/' ? 0 : 1);
       at = tag.end;
     }
   }
@@ -160,6 +165,10 @@ XmlMarkup countXmlMarkup(QByteArray const& text) {
   return isUtf16(bytes) ? countMarkup(narrowed(bytes)) : countMarkup(bytes);
 }
 
+XmlMarkup countXmlMarkup(QString const& text) {
+  return countMarkup(viewOf(text.toUtf8()));
+}
+
 QString xmlMarkupRefusal(QByteArray const& text, std::int64_t maxNodes) {
   std::string_view const bytes = viewOf(text);
   if (isUtf32(bytes)) {
@@ -169,7 +178,7 @@ QString xmlMarkupRefusal(QByteArray const& text, std::int64_t maxNodes) {
 }
 
 QString xmlMarkupRefusal(QString const& text, std::int64_t maxNodes) {
-  return refusalOfCount(countMarkup(viewOf(text.toUtf8())), maxNodes);
+  return refusalOfCount(countXmlMarkup(text), maxNodes);
 }
 
 }  // namespace sensor

@@ -18,12 +18,20 @@ struct XmlMarkup {
   /// Elements, attributes, comments, processing instructions and CDATA sections: a document model makes an object of
   /// each.
   std::int64_t nodes = 0;
+  /// Elements within each other, at most.
+  std::int64_t depth = 0;
+  /// Whether there is a declaration, such as one of the document's type.
+  bool hasDeclaration = false;
 };
 
 /// Counts the markup of a text in UTF-8, UTF-16 or any encoding of one byte per character that has ASCII in it.
 /// It takes one pass over the bytes, while parsers compare the attributes of an element with each other, so that a
 /// megabyte of them takes seconds and ten take many minutes. Text that isn't well formed may give any numbers.
+/// Up to the first place where a text isn't well formed, the markup is what a parser sees.
 XmlMarkup countXmlMarkup(QByteArray const& text);
+
+/// The same for text that was decoded already.
+XmlMarkup countXmlMarkup(QString const& text);
 
 /// Most attributes of an element in a text that is accepted.
 inline constexpr std::int64_t maxXmlAttributes = 256;

@@ -80,7 +80,10 @@ QByteArray readText(std::string const& fileName) {
   if (!text) {
     throw std::runtime_error("Failed to open calibration file: " + fileName);
   }
-  return text->replace("\r\n", "\n");
+  if (text->contains('\r')) {
+    text->replace("\r\n", "\n");
+  }
+  return *std::move(text);
 }
 
 QString nextLine(std::string_view& text) {

@@ -9,15 +9,19 @@
 
 #include <algorithm>
 #include <charconv>
+#include <files/PlainNumber.h>
 
 namespace sensor {
 
 namespace {
 
-constexpr std::string_view whiteSpace = " \t\n\v\f\r";
 constexpr std::string_view digits = "0123456789";
 // A stream stops within a number that is far longer.
 constexpr std::size_t maxPlainSize = 64;
+
+bool isWhiteSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 // How many digits a text begins with.
 std::size_t digitCount(std::string_view text) {
@@ -44,18 +48,29 @@ std::optional<float> FloatScanner::next() {
 }
 
 std::optional<float> FloatScanner::nextPlain() {
-  std::string_view number = mRest;
-  number.remove_prefix(std::min(number.find_first_not_of(whiteSpace), number.size()));
-  std::size_t const size = std::min(number.find_first_of(whiteSpace), number.size());
-  number = number.substr(0, size);
-  if (size > maxPlainSize || !isPlain(number)) {
+  char const* const end = mRest.data() + mRest.size();
+  char const* const begin = std::find_if_not(mRest.data(), end, isWhiteSpace);
+  auto const plain = files::plainNumber(begin, end);
+  if (plain.end != nullptr && (plain.end == end || isWhiteSpace(*plain.end))) {
+    mRest.remove_prefix(static_cast<std::size_t>(plain.end - mRest.data()));
+    return static_cast<float>(plain.value);
+  }
+  return nextLong(begin);
+}
+
+// A number of many digits, or what else stands at `begin`.
+std::optional<float> FloatScanner::nextLong(char const* begin) {
+  char const* const textEnd = mRest.data() + mRest.size();
+  char const* const end = std::find_if(begin, textEnd, isWhiteSpace);
+  std::string_view const number(begin, static_cast<std::size_t>(end - begin));
+  if (number.size() > maxPlainSize || !isPlain(number)) {
     mStreamText = QString::fromUtf8(mRest.data(), static_cast<QStringSize>(mRest.size()));
     mStream.emplace(&mStreamText, QIODevice::ReadOnly);
     return nextOfStream();
   }
-  mRest.remove_prefix(static_cast<std::size_t>(number.data() - mRest.data()) + size);
+  mRest.remove_prefix(static_cast<std::size_t>(end - mRest.data()));
   double value = 0.0;
-  std::from_chars(number.data(), number.data() + size, value);
+  std::from_chars(begin, end, value);
   return static_cast<float>(value);
 }
 

@@ -28,6 +28,7 @@ public:
 
 private:
   std::optional<float> nextPlain();
+  std::optional<float> nextLong(char const* begin);
   std::optional<float> nextOfStream();
 
   std::string_view mRest;

@@ -3,11 +3,13 @@
 
 #include "xmlFileData/CalibrationParts.h"
 
-#include "common/QtText.h"
+#include "xmlFileData/Base64.h"
 #include "xmlFileData/Image.h"
+#include "xmlFileData/WideText.h"
 
-#include <cstring>
 #include <stdexcept>
+#include <string_view>
+#include <vector>
 
 namespace xmlFileData {
 
@@ -61,10 +63,20 @@ Creation readCreation(CalibrationXml& xml) {
   return creation;
 }
 
-// The bytes of a base64 text. Other characters are skipped, so each may be taken as one byte; the bytes are decoded in
-// place.
-QByteArray decoded(CalibrationXml::Text text) {
-  return *QByteArray::fromBase64Encoding(text.toLatin1());
+void refuseIfTooFew(std::size_t samples, std::size_t expected) {
+  if (samples < expected) {
+    throw std::runtime_error("Invalid width or height");
+  }
+}
+
+// The samples of a base64 text, which may have more of them.
+template <class Sample>
+std::vector<Sample> decoded(std::u16string_view text, std::size_t count) {
+  refuseIfTooFew(mostBytesOfBase64(text.size()) / sizeof(Sample), count);
+  std::vector<Sample> samples(count);
+  std::size_t const bytes = decodeBase64(text, reinterpret_cast<char*>(samples.data()), count * sizeof(Sample));
+  refuseIfTooFew(bytes / sizeof(Sample), count);
+  return samples;
 }
 
 }  // namespace
@@ -76,12 +88,8 @@ ImageElement<Sample> readImage(CalibrationXml& xml) {
   image.height = xml.hasAttribute("Height") ? xml.attribute("Height").toLongLong() : 1;
   std::size_t const size = imageSize(image.width, image.height);
   if (size > 0) {
-    QByteArray const bytes = xml.hasAttribute("Data") ? decoded(xml.attribute("Data")) : QByteArray();
-    if (static_cast<std::size_t>(bytes.size()) / sizeof(Sample) < size) {
-      throw std::runtime_error("Invalid width or height");
-    }
-    image.samples.resize(size);
-    std::memcpy(image.samples.data(), bytes.constData(), size * sizeof(Sample));
+    bool const hasData = xml.hasAttribute("Data");
+    image.samples = decoded<Sample>(hasData ? wideView(xml.attribute("Data")) : std::u16string_view(), size);
   }
   xml.skip();
   return image;

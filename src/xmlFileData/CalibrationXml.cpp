@@ -5,6 +5,7 @@
 
 #include "common/InputFile.h"
 #include "xmlFileData/NumberList.h"
+#include "xmlFileData/WideText.h"
 
 #include <stdexcept>
 
@@ -113,19 +114,29 @@ int CalibrationXml::integer(char const* name, int missing) const {
   return hasAttribute(name) ? integer(name) : missing;
 }
 
-QString CalibrationXml::content() {
-  QString text;
+void CalibrationXml::readContent() {
+  mContent.clear();
   int const level = mLevel;
   while (mLevel >= level && next()) {
     if (mReader.isCharacters() && mLevel == level) {
-      text += mReader.text();
+      mContent += wideView(mReader.text());
     }
   }
-  return text;
+}
+
+std::string CalibrationXml::textContent() {
+  readContent();
+  return fromWide(mContent).toStdString();
+}
+
+double CalibrationXml::realContent() {
+  readContent();
+  return fromWide(mContent).toDouble();
 }
 
 std::vector<double> CalibrationXml::numbersContent(std::size_t expected) {
-  return numberList(content(), expected);
+  readContent();
+  return numberList(mContent, expected);
 }
 
 void CalibrationXml::checkParser() const {

@@ -82,9 +82,8 @@ public:
   int integer(char const* name, int missing) const;
 
   /// The text of this element without the text of elements within it. Goes to its end.
-  QString content();
-  std::string textContent() { return content().toStdString(); }
-  double realContent() { return content().toDouble(); }
+  std::string textContent();
+  double realContent();
   /// A list of numbers, see `numberList`.
   std::vector<double> numbersContent(std::size_t expected);
 
@@ -94,11 +93,13 @@ public:
 private:
   bool next();
   void checkLimits();
+  void readContent();
 
   std::string mFileName;
   Errors mErrors;
   GuardedText mText;
   QXmlStreamReader mReader;
+  std::u16string mContent;  // Kept, as lists are long.
   int mLevel = 0;
 };
 

@@ -3,7 +3,7 @@
 
 #include "xmlFileData/NumberList.h"
 
-#include "common/QtText.h"
+#include "xmlFileData/WideText.h"
 
 #include <QIODevice>
 #include <QTextStream>
@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <files/PlainNumber.h>
 #include <optional>
 #include <string_view>
 
@@ -34,8 +35,8 @@ bool isOfNumber(char16_t c) {
   return isDigit(c) || c == u'-' || c == u'.' || c == u'e' || c == u'E' || c == u'+';
 }
 
-// The number that a word is, when it is a plain one: begins, but for its minus, and ends with a digit.
-std::optional<double> plainNumber(std::u16string_view word) {
+// The number that a word is, when it begins, but for its minus, and ends with a digit.
+std::optional<double> wordNumber(std::u16string_view word) {
   std::array<char, maxPlainSize> text;
   if (word.size() > text.size() || !std::all_of(word.begin(), word.end(), isOfNumber) || !isDigit(word.back()) ||
       !isDigit(word[word.size() > 1 && word.front() == u'-' ? 1 : 0])) {
@@ -48,8 +49,9 @@ std::optional<double> plainNumber(std::u16string_view word) {
   return result.ec == std::errc() && result.ptr == end ? std::optional(value) : std::nullopt;
 }
 
-// Adds the numbers of a text in which one isn't plain.
-void addByStream(QString text, std::vector<double>& numbers) {
+// Adds the numbers of a text in which one is left to the stream.
+void addByStream(std::u16string_view words, std::vector<double>& numbers) {
+  QString text = fromWide(words);
   QTextStream stream(&text, QIODevice::ReadOnly);
   for (stream.skipWhiteSpace(); !stream.atEnd(); stream.skipWhiteSpace()) {
     double value = 0.0;
@@ -63,24 +65,29 @@ void addByStream(QString text, std::vector<double>& numbers) {
 
 }  // namespace
 
-std::vector<double> numberList(QString const& text, std::size_t expected) {
-  std::u16string_view const all(reinterpret_cast<char16_t const*>(text.utf16()), static_cast<std::size_t>(text.size()));
+std::vector<double> numberList(std::u16string_view text, std::size_t expected) {
   std::vector<double> numbers;
-  numbers.reserve(std::min(expected, (all.size() + 1) / 2));
-  for (std::size_t at = 0; at < all.size();) {
-    std::size_t const begin = at;
-    while (at < all.size() && !isBlank(all[at])) {
+  numbers.reserve(std::min(expected, (text.size() + 1) / 2));
+  char16_t const* const end = text.data() + text.size();
+  for (char16_t const* at = text.data(); at != end;) {
+    if (isBlank(*at)) {
       ++at;
+      continue;
     }
-    if (at > begin) {
-      auto const number = plainNumber(all.substr(begin, at - begin));
-      if (!number) {
-        addByStream(text.mid(static_cast<sensor::QStringSize>(begin)), numbers);
-        return numbers;
-      }
-      numbers.push_back(*number);
+    auto const plain = files::plainNumber(at, end);
+    if (plain.end != nullptr && (plain.end == end || isBlank(*plain.end))) {
+      numbers.push_back(plain.value);
+      at = plain.end;
+      continue;
     }
-    ++at;
+    char16_t const* const wordEnd = std::find_if(at, end, isBlank);
+    auto const number = wordNumber({at, static_cast<std::size_t>(wordEnd - at)});
+    if (!number) {
+      addByStream({at, static_cast<std::size_t>(end - at)}, numbers);
+      return numbers;
+    }
+    numbers.push_back(*number);
+    at = wordEnd;
   }
   return numbers;
 }

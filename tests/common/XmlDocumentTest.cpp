@@ -4,12 +4,16 @@
 #include "common/XmlDocument.h"
 
 #include "common/InputFile.h"
+#include "common/XmlMarkup.h"
 #include "support/TempFolder.h"
 
+#include <QList>
+#include <QXmlStreamReader>
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>
+#include <random>
 
 namespace {
 
@@ -173,6 +177,84 @@ TEST(XmlDocument, ByteThatIsChangedDoesNoHarm) {
       parsed(changed);
     }
   }
+}
+
+// Of a text that the markup doesn't refuse: what a stream reader and after it the document model say.
+Result parsedInTwoPasses(QByteArray const& text) {
+  Result result{false, sensor::xmlMarkupRefusal(text).toStdString(), {}};
+  if (!result.error.empty()) {
+    return result;
+  }
+  QXmlStreamReader reader(text);
+  reader.setNamespaceProcessing(false);
+  for (int depth = 0; !reader.atEnd();) {
+    reader.readNext();
+    depth += reader.isStartElement() ? 1 : (reader.isEndElement() ? -1 : 0);
+    if (reader.isDTD() || depth > 64) {
+      result.error =
+          reader.isDTD() ? "document type declarations are not accepted" : "elements are nested deeper than 64 levels";
+      return result;
+    }
+  }
+  QString error = reader.errorString();
+  result.accepted = error.isEmpty() && result.document.setContent(text, &error);
+  result.error = error.toStdString();
+  return result;
+}
+
+TEST(XmlDocument, AnyTextIsTakenAsByAStreamReaderAndTheModelAfterIt) {
+  QList<QByteArray> const parts{"<a>",
+                                "</a>",
+                                "<b c=\"d>\">",
+                                "</b>",
+                                "<e f='/' g=\"'\"/>",
+                                "<!-- <a> -->",
+                                "<![CDATA[<a>]]>",
+                                "text",
+                                "&lt;",
+                                "<?h <a> ?>",
+                                "<",
+                                ">",
+                                "\"",
+                                "'",
+                                "/",
+                                "=",
+                                "<!--",
+                                "-->",
+                                "<![CDATA[",
+                                "]]>",
+                                "<?",
+                                "?>",
+                                "<!",
+                                "<!DOCTYPE a>",
+                                "&i;",
+                                "<a/>",
+                                " ",
+                                "<a",
+                                "/>",
+                                "--",
+                                "\xC3",
+                                "<a>\n"};
+  QByteArray const start = "<a><b c=\"d\">text<e/><!-- c --></b></a>";
+  std::mt19937 random(64);
+  int accepted = 0;
+  for (int i = 0; i < 30000; ++i) {
+    QByteArray text = i % 5 == 0 ? nested(60 + static_cast<int>(random() % 8)) : start;
+    for (auto count = random() % 5; count > 0; --count) {
+      auto const place = static_cast<int>(random() % static_cast<unsigned>(text.size() + 1));
+      auto const& part = parts[static_cast<int>(random() % static_cast<unsigned>(parts.size()))];
+      text = text.left(place) + part + text.mid(place + static_cast<int>(random() % 2 * (random() % 6)));
+    }
+    auto const result = parsed(text);
+    auto const expected = parsedInTwoPasses(text);
+    ASSERT_EQ(result.accepted, expected.accepted) << text.toStdString();
+    ASSERT_EQ(result.error, expected.error) << text.toStdString();
+    accepted += result.accepted ? 1 : 0;
+    if (result.accepted) {
+      ASSERT_EQ(result.document.toString(), expected.document.toString()) << text.toStdString();
+    }
+  }
+  EXPECT_GT(accepted, 3000);
 }
 
 TEST(XmlDocument, MarkOfTheOrderOfBytesIsNoPartOfTheText) {

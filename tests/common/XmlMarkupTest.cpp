@@ -50,6 +50,23 @@ TEST(XmlMarkup, CountsTheAttributesOfOneTag) {
   EXPECT_TRUE(hasTagOfMoreAttributes("<r><b/>\n<a" + attributes(4) + "></a></r>", 3));
 }
 
+TEST(XmlMarkup, DepthIsThatOfTheElementsWithinEachOther) {
+  EXPECT_EQ(countXmlMarkup(QByteArray("")).depth, 0);
+  EXPECT_EQ(countXmlMarkup(QByteArray("<a/>")).depth, 1);
+  EXPECT_EQ(countXmlMarkup(QByteArray("<a><b/><c d='/'></c><e/></a>")).depth, 2);
+  EXPECT_EQ(countXmlMarkup(QByteArray("<?x <a><a> ?><a><!-- <b><c> --><![CDATA[<b><c>]]></a>")).depth, 1);
+  EXPECT_EQ(countXmlMarkup(QByteArray("<a b='<c><c>'></a><a><a>")).depth, 2);
+  EXPECT_EQ(countXmlMarkup(QStringLiteral("<a><b>\u2603</b></a>")).depth, 2);
+  EXPECT_EQ(countXmlMarkup(wide("<a><b><c/></b></a>", true, true)).depth, 3);
+}
+
+TEST(XmlMarkup, DeclarationsAreSeen) {
+  EXPECT_TRUE(countXmlMarkup(QByteArray("<!DOCTYPE a><a/>")).hasDeclaration);
+  EXPECT_TRUE(countXmlMarkup(QByteArray("<a><!")).hasDeclaration);
+  EXPECT_FALSE(
+      countXmlMarkup(QByteArray("<?xml version='1.0'?><a><!-- <!DOCTYPE --><![CDATA[<!]]></a>")).hasDeclaration);
+}
+
 TEST(XmlMarkup, TagsDoNotAddUp) {
   EXPECT_FALSE(hasTagOfMoreAttributes("<a" + attributes(3) + "><b" + attributes(3) + "/></a>", 3));
 }

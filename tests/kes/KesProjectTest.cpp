@@ -183,6 +183,42 @@ TEST(KesProject, LongTablesKeepOrderAndLineNumbers) {
   }
 }
 
+TEST(KesProject, OutputDoesntDependOnTheThreads) {
+  // Three blocks.
+  constexpr int count = 2 * 65536 + 3;
+  std::string input = "sample,line,height,\"a name\"\n";
+  for (int i = 0; i < count; ++i) {
+    input += std::to_string(i % 11989) + "." + std::to_string(i % 7) + "," + std::to_string(i % 191) + ",18," +
+             (i % 9 == 0 ? "\"a,b\"\n" : "c\n");
+  }
+  auto const projected = [](std::string const& threads, std::string const& to, std::string const& solver,
+                            std::string const& text) {
+    return project({"--band", "PANN00A", "--to", to, "--solver", solver, "--status", "--threads", threads}, text);
+  };
+  for (std::string const solver : {"precise", "run"}) {
+    KesRun const ground = projected("1", "ground", solver, input);
+    EXPECT_EQ(ground.code, 0) << ground.err;
+    EXPECT_EQ(rowsOf(ground.out).size(), count + 1U);
+    EXPECT_EQ(projected("5", "ground", solver, input).out, ground.out);
+    KesRun const image = projected("1", "image", solver, ground.out);
+    KesRun const same = projected("5", "image", solver, ground.out);
+    EXPECT_EQ(same.out, image.out);
+    EXPECT_EQ(same.err, image.err);
+  }
+  // A fault in the second block, and another in the third.
+  KesRun const alone = projected("1", "ground", "precise", input + "1,2\n");
+  EXPECT_EQ(alone.code, 1);
+  EXPECT_EQ(alone.err, "kes: error: standard input:131077: 2 fields under 4 columns\n");
+  std::string two = input + "1,2\n";
+  two.replace(two.find(",18,", two.size() / 2), 4, ",xy,");
+  KesRun const first = projected("1", "ground", "precise", two);
+  EXPECT_THAT(first.err, testing::EndsWith(": \"xy\" in column \"height\" is not a number\n"));
+  EXPECT_EQ(rowsOf(first.out).size(), 65537U);
+  KesRun const again = projected("5", "ground", "precise", two);
+  EXPECT_EQ(again.err, first.err);
+  EXPECT_EQ(again.out, first.out);
+}
+
 TEST(KesProject, OrientationAndTdiAreChosen) {
   std::string const input = "sample,line,height\n100,50,18\n";
   std::string const adjusted = project({"--band", "PANF27A", "--to", "ground"}, input).out;
@@ -212,7 +248,8 @@ TEST(KesProject, BadInputIsNamedWithItsPlace) {
     return run.err;
   };
   EXPECT_EQ(error(""), "kes: error: standard input: no header line\n");
-  EXPECT_EQ(error("sample,line\n"), "kes: error: standard input:1: no column \"height\"\n");
+  EXPECT_EQ(error("sample,line\n"),
+            "kes: error: standard input:1: no column \"height\"; there are \"sample\", \"line\"\n");
   EXPECT_EQ(error("sample,line,height\n1,2,3\n1,two,3\n"),
             "kes: error: standard input:3: \"two\" in column \"line\" is not a number\n");
   EXPECT_THAT(error("sample,line,height\n", "XXX"), testing::StartsWith("kes: error: strip \"Line7_cam\" has no band "
@@ -276,6 +313,7 @@ TEST(KesProject, WrongUsageGivesTwo) {
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "image", "--tdi", "2"}, "x,y,z\n").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--frame", "moon"}, "").code, 2);
   EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--solver", "fast"}, "").code, 2);
+  EXPECT_EQ(project({"--band", "PANF27A", "--to", "ground", "--threads", "0"}, "").code, 2);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "xmlFileData/NumberList.h"
 
 #include "support/Matchers.h"
+#include "xmlFileData/WideText.h"
 
 #include <QIODevice>
 #include <QTextStream>
@@ -14,7 +15,10 @@
 namespace {
 
 using testing::ElementsAre;
-using xmlFileData::numberList;
+
+std::vector<double> numberList(QString const& text, std::size_t expected) {
+  return xmlFileData::numberList(xmlFileData::wideView(text), expected);
+}
 
 std::vector<double> numbers(char const* text) {
   return numberList(QString::fromUtf8(text), 3);

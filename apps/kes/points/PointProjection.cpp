@@ -4,13 +4,12 @@
 #include "points/PointProjection.h"
 
 #include "points/Plausibility.h"
-#include "shared/Numbers.h"
+#include "shared/InOrder.h"
 #include "shared/Opening.h"
 #include "shared/Output.h"
 
 #include <kes/Surface.h>
 
-#include <cmath>
 #include <numeric>
 
 namespace tool {
@@ -21,13 +20,15 @@ namespace {
 // library's forms starts anew in each block.
 constexpr std::size_t blockSize = 65536;
 
-std::vector<std::string> numbersOf(ProjectOptions const& options) {
-  bool const hasHeights = options.dem.empty();
-  if (options.toGround) {
-    return hasHeights ? std::vector<std::string>{"sample", "line", "height"}
-                      : std::vector<std::string>{"sample", "line"};
+// The names that the table has for what is read of it.
+std::vector<std::string> columnsOf(ProjectOptions const& options) {
+  std::vector<std::string> columns = numbersOf(options);
+  for (std::string& column : columns) {
+    if (auto const own = options.columns.find(column); own != options.columns.end()) {
+      column = own->second;
+    }
   }
-  return hasHeights ? std::vector<std::string>{"x", "y", "z"} : std::vector<std::string>{"x", "y"};
+  return columns;
 }
 
 std::vector<std::string> resultsOf(ProjectOptions const& options) {
@@ -42,12 +43,16 @@ std::vector<std::string> resultsOf(ProjectOptions const& options) {
   return results;
 }
 
-// Empty for what a point doesn't have.
-std::string cell(double value) {
-  return std::isfinite(value) ? text(value) : "";
-}
-
 }  // namespace
+
+std::vector<std::string> numbersOf(ProjectOptions const& options) {
+  bool const hasHeights = options.dem.empty();
+  if (options.toGround) {
+    return hasHeights ? std::vector<std::string>{"sample", "line", "height"}
+                      : std::vector<std::string>{"sample", "line"};
+  }
+  return hasHeights ? std::vector<std::string>{"x", "y", "z"} : std::vector<std::string>{"x", "y"};
+}
 
 std::size_t StatusCounts::total() const {
   return std::accumulate(mCounts.begin(), mCounts.end(), std::size_t{0});
@@ -74,7 +79,7 @@ std::string StatusCounts::text() const {
 PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
     : mOptions(options),
       mStrip(openStrip(options.strip.file, options.strip.camera.opening(options.orientation.value()))),
-      mBand(mStrip.band(options.band)), mTable(in, name, numbersOf(options), resultsOf(options)) {
+      mBand(mStrip.band(options.band)), mTable(in, name, columnsOf(options), resultsOf(options)) {
   options.orientation.check(mStrip);
   mToGround.solver = mToImage.solver = options.solver;
   mToGround.tdiStages = options.tdi;
@@ -89,61 +94,109 @@ PointProjection::PointProjection(ProjectOptions const& options, std::istream& in
 }
 
 void PointProjection::run() {
-  std::string text;
-  mTable.appendHeader(text);
-  while (mTable.readBlock(blockSize)) {
-    std::size_t const size = mTable.size();
-    mImage.resize(size);
-    mGround.resize(size);
-    mStatus.resize(size);
-    mClosure.resize(mOptions.verify ? size : 0);
-    mToGround.outputs.closure = mToImage.outputs.closure = mClosure;
-    if (mOptions.toGround) {
-      projectToGround();
-    } else {
-      projectToImage();
-    }
-    count();
-    for (std::size_t i = 0; i < size; ++i) {
-      mTable.appendRow(text, i, results(i));
-    }
-    write(text);
-    text.clear();
+  CsvText header;
+  mTable.appendHeader(header);
+  bool hasRows = false;
+  goThroughInOrder<Block>(
+      mOptions.threads, [&](Block& block) { return mTable.read(blockSize, block.points); },
+      [&](Block& block) { project(block); },
+      [&](Block const& block) {
+        if (!hasRows) {
+          write(header.view());
+        }
+        hasRows = true;
+        finish(block);
+      });
+  if (!hasRows) {
+    write(header.view());
   }
-  write(text);
 }
 
-void PointProjection::projectToGround() {
+void PointProjection::project(Block& block) const {
+  mTable.split(block.points);
+  std::size_t const size = block.points.rows.size();
+  block.image.resize(size);
+  block.ground.resize(size);
+  block.status.resize(size);
+  block.closure.resize(mOptions.verify ? size : 0);
+  if (mOptions.toGround) {
+    projectToGround(block);
+  } else {
+    projectToImage(block);
+  }
+  block.text.clear();
+  for (std::size_t i = 0; i < size; ++i) {
+    append(block, i);
+  }
+}
+
+void PointProjection::projectToGround(Block& block) const {
   bool const hasHeights = mOptions.dem.empty();
-  mHeights.resize(hasHeights ? mTable.size() : 0);
-  for (std::size_t i = 0; i < mTable.size(); ++i) {
-    mImage[i] = {mTable.number(i, 0), mTable.number(i, 1)};
+  std::size_t const size = block.image.size();
+  block.heights.resize(hasHeights ? size : 0);
+  double const* numbers = block.points.numbers.data();
+  for (std::size_t i = 0; i < size; ++i) {
+    block.image[i] = {numbers[0], numbers[1]};
     if (hasHeights) {
-      mHeights[i] = mTable.number(i, 2);
+      block.heights[i] = numbers[2];
     }
+    numbers += hasHeights ? 3 : 2;
   }
+  kes::ToGroundOptions options = mToGround;
+  options.outputs.closure = block.closure;
   if (hasHeights) {
-    mToGround.heights = kes::HeightPerPoint{mHeights};
+    options.heights = kes::HeightPerPoint{block.heights};
   }
-  mBand.toGround(mImage, mToGround, mGround, mStatus);
+  mBand.toGround(block.image, options, block.ground, block.status);
 }
 
-void PointProjection::projectToImage() {
-  for (std::size_t i = 0; i < mTable.size(); ++i) {
-    mGround[i] = {mTable.number(i, 0), mTable.number(i, 1), mOptions.dem.empty() ? mTable.number(i, 2) : 0.0};
+void PointProjection::projectToImage(Block& block) const {
+  bool const hasHeights = mOptions.dem.empty();
+  double const* numbers = block.points.numbers.data();
+  for (geo::XYZPoint& ground : block.ground) {
+    ground = {numbers[0], numbers[1], hasHeights ? numbers[2] : 0.0};
+    numbers += hasHeights ? 3 : 2;
   }
-  mBand.toImage(mGround, mToImage, mImage, mStatus);
+  kes::ToImageOptions options = mToImage;
+  options.outputs.closure = block.closure;
+  mBand.toImage(block.ground, options, block.image, block.status);
 }
 
-void PointProjection::count() {
-  for (std::size_t i = 0; i < mStatus.size(); ++i) {
-    mCounts.add(mStatus[i]);
-    if (!kes::hasResult(mStatus[i]) && mFirstFailure.empty()) {
-      mFirstFailure = mTable.place(i) + ": " + std::string(kes::toString(mStatus[i]));
+// The row of a point with its results.
+void PointProjection::append(Block& block, std::size_t i) const {
+  constexpr std::size_t most = 5;
+  std::array<double, most> results;
+  std::size_t count = 0;
+  if (mOptions.toGround) {
+    for (double const value : {block.ground[i].x, block.ground[i].y, block.ground[i].z}) {
+      results[count++] = value;
     }
-    if (!mOptions.toGround && !mFirstUnseen && mStatus[i] != kes::Status::ok && mStatus[i] != kes::Status::notFinite) {
-      mFirstUnseen = mGround[i];
-    }
+  } else {
+    results[count++] = block.image[i].x;
+    results[count++] = block.image[i].y;
+  }
+  if (mOptions.verify) {
+    results[count++] = block.closure[i].metres;
+    results[count++] = block.closure[i].pixels;
+  }
+  mTable.appendRow(block.text, block.points, i, {results.data(), count}, kes::toString(block.status[i]));
+}
+
+void PointProjection::finish(Block const& block) {
+  for (std::size_t i = 0; i < block.status.size(); ++i) {
+    count(block, i);
+  }
+  write(block.text.view());
+}
+
+void PointProjection::count(Block const& block, std::size_t i) {
+  kes::Status const status = block.status[i];
+  mCounts.add(status);
+  if (!kes::hasResult(status) && mFirstFailure.empty()) {
+    mFirstFailure = mTable.place(block.points, i) + ": " + std::string(kes::toString(status));
+  }
+  if (!mOptions.toGround && !mFirstUnseen && status != kes::Status::ok && status != kes::Status::notFinite) {
+    mFirstUnseen = block.ground[i];
   }
 }
 
@@ -152,21 +205,6 @@ std::string PointProjection::doubt() const {
     return {};
   }
   return doubtAbout(*mFirstUnseen, mToImage.system.value_or(mStrip.localSystem()), mStrip, mBand);
-}
-
-std::vector<std::string> PointProjection::results(std::size_t i) const {
-  geo::XYPoint const& image = mImage[i];
-  geo::XYZPoint const& ground = mGround[i];
-  std::vector<std::string> values = mOptions.toGround
-                                        ? std::vector<std::string>{cell(ground.x), cell(ground.y), cell(ground.z)}
-                                        : std::vector<std::string>{cell(image.x), cell(image.y)};
-  if (mOptions.verify) {
-    values.insert(values.end(), {cell(mClosure[i].metres), cell(mClosure[i].pixels)});
-  }
-  if (mOptions.verify || mOptions.status) {
-    values.emplace_back(kes::toString(mStatus[i]));
-  }
-  return values;
 }
 
 }  // namespace tool

@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <istream>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,8 +36,13 @@ struct ProjectOptions {
   bool verify = false;
   bool status = false;
   bool strict = false;
+  int threads = 1;
+  std::map<std::string, std::string> columns;  ///< Names of the table's own, by those that are read.
   std::string points;
 };
+
+/// What is read of a table: sample and line, or x and y, and the height without an elevation model.
+std::vector<std::string> numbersOf(ProjectOptions const& options);
 
 /// How many points have which status.
 class StatusCounts {
@@ -68,10 +74,23 @@ public:
   std::string doubt() const;
 
 private:
-  void projectToGround();
-  void projectToImage();
-  void count();
-  std::vector<std::string> results(std::size_t i) const;
+  /// Points on their way from the rows of a table to the text that is printed.
+  struct Block {
+    PointRows points;
+    std::vector<geo::XYPoint> image;
+    std::vector<geo::XYZPoint> ground;
+    std::vector<double> heights;
+    std::vector<kes::Status> status;
+    std::vector<kes::Closure> closure;
+    CsvText text;
+  };
+
+  void project(Block& block) const;
+  void projectToGround(Block& block) const;
+  void projectToImage(Block& block) const;
+  void append(Block& block, std::size_t i) const;
+  void finish(Block const& block);
+  void count(Block const& block, std::size_t i);
 
   ProjectOptions const& mOptions;
   kes::Strip mStrip;
@@ -82,12 +101,6 @@ private:
   StatusCounts mCounts;
   std::string mFirstFailure;
   std::optional<geo::XYZPoint> mFirstUnseen;  ///< With finite coordinates.
-  // Of the block at hand.
-  std::vector<geo::XYPoint> mImage;
-  std::vector<geo::XYZPoint> mGround;
-  std::vector<double> mHeights;
-  std::vector<kes::Status> mStatus;
-  std::vector<kes::Closure> mClosure;
 };
 
 }  // namespace tool

@@ -4,46 +4,83 @@
 #include "points/PointTable.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace tool {
 
 PointTable::PointTable(std::istream& in, std::string const& name, std::vector<std::string> const& numbers,
                        std::vector<std::string> const& results)
-    : mReader(in, name), mNames(mReader.columns()) {
+    : mReader(in, name), mNames(mReader.form().columns) {
   for (std::string const& column : numbers) {
-    mNumberColumns.push_back(mReader.column(column));
+    mNumberColumns.push_back(mReader.form().column(column));
   }
+  std::vector<std::size_t> resultColumns;
   for (std::string const& column : results) {
-    auto const found = std::find(mNames.begin(), mNames.end(), column);
-    mResultColumns.push_back(static_cast<std::size_t>(found - mNames.begin()));
-    if (found == mNames.end()) {
+    std::size_t const found = mReader.form().find(column);
+    bool const isNew = found == mReader.form().columns.size();
+    resultColumns.push_back(isNew ? mNames.size() : found);
+    if (isNew) {
       mNames.push_back(column);
     }
   }
+  for (std::size_t column = 0; column < mNames.size(); ++column) {
+    addPiece(column, resultColumns);
+  }
 }
 
-bool PointTable::readBlock(std::size_t rows) {
-  mRows.clear();
-  mValues.clear();
-  mLines.clear();
-  while (mRows.size() < rows && mReader.next()) {
-    for (std::size_t const column : mNumberColumns) {
-      mValues.push_back(mReader.number(column));
+void PointTable::addPiece(std::size_t column, std::vector<std::size_t> const& resultColumns) {
+  auto const result = std::find(resultColumns.begin(), resultColumns.end(), column);
+  if (result != resultColumns.end()) {
+    auto const number = static_cast<std::size_t>(result - resultColumns.begin());
+    mPieces.push_back({true, number, number});
+  } else if (!mPieces.empty() && !mPieces.back().isResult) {
+    mPieces.back().last = column;
+  } else {
+    mPieces.push_back({false, column, column});
+  }
+}
+
+void PointTable::appendHeader(CsvText& text) const {
+  char const separator = mReader.form().separator;
+  for (std::size_t i = 0; i < mNames.size(); ++i) {
+    if (i > 0) {
+      text.append(separator);
     }
-    mLines.push_back(mReader.line());
-    mRows.push_back(mReader.takeFields());
+    text.appendField(mNames[i], separator);
   }
-  return !mRows.empty();
+  text.append('\n');
 }
 
-void PointTable::appendRow(std::string& text, std::size_t i, std::vector<std::string> results) {
-  std::vector<std::string> row = std::move(mRows[i]);
-  row.resize(mNames.size());
-  for (std::size_t k = 0; k < results.size(); ++k) {
-    row[mResultColumns[k]] = std::move(results[k]);
+void PointTable::appendRow(CsvText& text, PointRows const& points, std::size_t i, std::span<double const> numbers,
+                           std::string_view last) const {
+  bool isFirst = true;
+  for (Piece const& piece : mPieces) {
+    if (!isFirst) {
+      text.append(mReader.form().separator);
+    }
+    isFirst = false;
+    if (!piece.isResult) {
+      appendFields(text, points.rows, i, piece);
+    } else if (piece.first < numbers.size()) {
+      text.append(numbers[piece.first]);
+    } else {
+      text.append(last);
+    }
   }
-  appendCsvLine(text, row);
+  text.append('\n');
+}
+
+void PointTable::appendFields(CsvText& text, CsvRows const& rows, std::size_t i, Piece const& piece) const {
+  if (rows.isPlain(i)) {
+    text.append(rows.fields(i, piece.first, piece.last));
+    return;
+  }
+  char const separator = mReader.form().separator;
+  for (std::size_t column = piece.first; column <= piece.last; ++column) {
+    if (column > piece.first) {
+      text.append(separator);
+    }
+    text.appendField(rows.field(i, column), separator);
+  }
 }
 
 }  // namespace tool

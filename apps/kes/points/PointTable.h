@@ -4,13 +4,21 @@
 #pragma once
 
 #include "shared/Csv.h"
+#include "shared/CsvReader.h"
 
-#include <array>
 #include <cstddef>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tool {
+
+/// Rows of a table of points, with the numbers of some of their columns.
+struct PointRows {
+  CsvRows rows;
+  std::vector<double> numbers;  ///< Row after row, NaN for an empty field.
+};
 
 /// A table of points on its way through the tool: reads blocks of rows with the numbers of some columns, and writes
 /// each row again with results. A result replaces a column of its name, or follows all others.
@@ -20,26 +28,33 @@ public:
   PointTable(std::istream& in, std::string const& name, std::vector<std::string> const& numbers,
              std::vector<std::string> const& results);
 
-  /// Reads up to `rows` rows; false after the last one.
-  bool readBlock(std::size_t rows);
-  std::size_t size() const { return mRows.size(); }
-  /// Number k of row i of the block, in the order of `numbers`; NaN for an empty field.
-  double number(std::size_t i, std::size_t k) const { return mValues[i * mNumberColumns.size() + k]; }
-  /// FILE:LINE of row i of the block.
-  std::string place(std::size_t i) const { return mReader.name() + ":" + std::to_string(mLines[i]); }
+  /// Reads up to `count` rows; false after the last one. For one thread at a time.
+  bool read(std::size_t count, PointRows& points) { return mReader.read(count, points.rows); }
+  /// Makes numbers of what was read. Several threads may do that, each with rows of its own.
+  void split(PointRows& points) const { points.rows.split(mReader.form(), mNumberColumns, points.numbers); }
+  /// FILE:LINE of row i.
+  std::string place(PointRows const& points, std::size_t i) const { return mReader.form().place(points.rows.line(i)); }
 
-  void appendHeader(std::string& text) const { appendCsvLine(text, mNames); }
-  /// Appends row i of the block with its results, which takes it out of the block.
-  void appendRow(std::string& text, std::size_t i, std::vector<std::string> results);
+  void appendHeader(CsvText& text) const;
+  /// Appends row i with its results, of which those after the numbers are texts.
+  void appendRow(CsvText& text, PointRows const& points, std::size_t i, std::span<double const> numbers,
+                 std::string_view last) const;
 
 private:
+  // Columns of the table that is written: some that follow each other in the table that is read, or a result.
+  struct Piece {
+    bool isResult;
+    std::size_t first;  // A column that is read, or the number of the result.
+    std::size_t last;
+  };
+
+  void addPiece(std::size_t column, std::vector<std::size_t> const& resultColumns);
+  void appendFields(CsvText& text, CsvRows const& rows, std::size_t i, Piece const& piece) const;
+
   CsvReader mReader;
   std::vector<std::size_t> mNumberColumns;
   std::vector<std::string> mNames;
-  std::vector<std::size_t> mResultColumns;
-  std::vector<std::vector<std::string>> mRows;
-  std::vector<double> mValues;
-  std::vector<std::size_t> mLines;
+  std::vector<Piece> mPieces;
 };
 
 }  // namespace tool

@@ -5,6 +5,7 @@
 #include "points/PointProjection.h"
 #include "shared/InputGuard.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -81,6 +82,16 @@ void addGroundOptions(CLI::App& command, CommandLine& line) {
       ->type_name("FILE");
 }
 
+void addColumnOptions(CLI::App& command, ProjectOptions& options) {
+  for (std::string const name : {"sample", "line", "height", "x", "y", "z"}) {
+    command
+        .add_option_function<std::string>(
+            "--" + name + "-column", [&options, name](std::string const& own) { options.columns[name] = own; },
+            "Name of the table's column for " + name)
+        ->type_name("NAME");
+  }
+}
+
 void addModelOptions(CLI::App& command, ProjectOptions& options) {
   addSolver(command, options.solver);
   command.add_option("--tdi", options.tdi, "To the ground: number of TDI stages, in place of the image's own");
@@ -88,7 +99,20 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
   command.add_flag("--verify", options.verify,
                    "Project back, and add columns closure (metres on the ground), closurePixels and status");
   command.add_flag("--status", options.status, "Add a column with the status of each point");
+  command.add_option("--threads", options.threads, "Threads that work; the output doesn't depend on it")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 1024));
   command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
+}
+
+void checkColumns(ProjectOptions const& options) {
+  std::vector<std::string> const read = numbersOf(options);
+  for (auto const& [name, own] : options.columns) {
+    if (std::find(read.begin(), read.end(), name) == read.end()) {
+      throw CLI::ValidationError("--" + name + "-column", "no column " + name + " is read here");
+    }
+  }
 }
 
 // What no single option can see.
@@ -100,6 +124,7 @@ void checkTogether(CommandLine const& line) {
   if (!options.map.crs.empty() && line.frame == "lsr") {
     throw CLI::ValidationError("--crs", "goes with --frame map");
   }
+  checkColumns(options);
 }
 
 }  // namespace
@@ -108,6 +133,7 @@ void addProject(CLI::App& app, Run& run) {
   auto const line = std::make_shared<CommandLine>();
   CLI::App* command = app.add_subcommand("project", "Projects points between an image and the ground");
   addPointOptions(*command, *line);
+  addColumnOptions(*command, line->options);
   addGroundOptions(*command, *line);
   addModelOptions(*command, line->options);
   command->footer("Results replace columns of the same name, or follow the others. Points without a result have empty\n"

@@ -13,7 +13,7 @@
 
 namespace tool {
 
-void write(std::string const& text) {
+void write(std::string_view text) {
   std::cout << text;
   flush();
 }

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -16,7 +17,7 @@ using Json = nlohmann::ordered_json;
 
 /// Writes text to standard output. Throws std::runtime_error "can't write to standard output", also for what was
 /// written before and was lost.
-void write(std::string const& text);
+void write(std::string_view text);
 
 /// Throws as `write` when not all that was printed so far got to standard output.
 void flush();
