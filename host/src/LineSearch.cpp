@@ -15,7 +15,8 @@ constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
 // A stretch in which the view goes ahead by less than this part of its mean speed counts as one that may go back.
 constexpr double LEAST_PROGRESS = 0.1;
-constexpr double ROUNDING = 1e-9;  // lines
+constexpr double ROUNDING = 1e-9;    // lines
+constexpr double MOST_CHANGE = 4.0;  // of the speed of the view
 
 geo::XYZPoint atDepth(Pose const& pose, geo::XYZPoint const& ray, double depth) {
   double const s = -depth / ray.z;
@@ -66,13 +67,27 @@ void LineSearch::makeNodes() {
     double const atB = (right.ahead - middle.ahead) / b;
     double const bow = (atA - atB) / (a - b);
     mNodes.push_back({mCosine * pose.centre.x + mSine * pose.centre.y, mCosine * pose.centre.y - mSine * pose.centre.x,
-                      pose.centre.z, middle.ahead, middle.across, atA - bow * a, bow,
-                      std::fmax(std::fabs(a), std::fabs(b))});
+                      pose.centre.z, middle.ahead, middle.across, atA - bow * a, bow, 0.0});
+    mReach = std::fmax(mReach, std::fmax(std::fabs(a), std::fabs(b)));
   }
   mForward = forward < 0.0 ? -1.0 : 1.0;
   mNodesPerMetre = 1.0 / (mSpeed * linesPerNode);
   mLinesPerUnit = mForward / (mChain.focalLength() * mSpeed);
   mHeight = height / static_cast<double>(mNodes.size());
+  setSpeeds();
+}
+
+// From the node before to the one after; a view that hardly goes on, or goes back, leads nowhere, and the mean speed
+// takes its place.
+void LineSearch::setSpeeds() {
+  auto const view = [&](Node const& node) { return node.along + mChain.usualDepth() * node.ahead; };
+  for (std::size_t i = 0; i < mNodes.size(); ++i) {
+    std::size_t const before = i - std::min<std::size_t>(i, 1);
+    std::size_t const after = std::min(i + 1, mNodes.size() - 1);
+    double const perMetre = static_cast<double>(after - before) / (view(mNodes[after]) - view(mNodes[before]));
+    bool const isUsual = perMetre > mNodesPerMetre / MOST_CHANGE && perMetre < mNodesPerMetre * MOST_CHANGE;
+    mNodes[i].nodesPerMetre = isUsual ? perMetre : mNodesPerMetre;
+  }
 }
 
 // The progress of the view over the ground from piece to piece, in lines at the mean speed, for three rays.

@@ -58,8 +58,9 @@ private:
   // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
   static constexpr double leastDepth = 1e-3;
 
-  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead
-  // at a tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
+  // The camera at every few lines: perspective centre along the flight, across and up; how steeply it looks ahead at a
+  // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line; and how fast the view of
+  // the middle passes over the ground.
   struct alignas(64) Node {
     double along;
     double across;
@@ -68,7 +69,7 @@ private:
     double tangent;
     double slope;
     double bow;
-    double reach;  // the greatest d
+    double nodesPerMetre;
   };
   struct Look {
     double ahead;
@@ -79,6 +80,7 @@ private:
   class Task;
 
   void makeNodes();
+  void setSpeeds();
   Look look(Pose const& pose, double sample) const;
   void findOverlaps();
   void addOverlap(std::vector<double> const& lines, std::vector<double> const& progress);
@@ -98,6 +100,7 @@ private:
   double mHeight = 0.0;   // of the flight, its mean
   double mDepth = 0.0;    // down to which overlaps are known
   double mNodesPerMetre = 0.0;
+  double mReach = 0.0;            // the greatest d of a node
   double mLinesPerUnit = 0.0;     // of the focal plane, for each metre of depth
   std::vector<double> mOverlaps;  // lines
 };

@@ -99,9 +99,9 @@ double LineSearch::Task::guess() const {
     known = index;
     Node const& node = mSearch.mNodes[static_cast<std::size_t>(index)];
     double const depth = std::max(node.height - mGround.z, leastDepth * mSearch.mDepth);
-    double const d = limited((across - node.across) / depth - node.tangent, -node.reach, node.reach);
+    double const d = limited((across - node.across) / depth - node.tangent, -mSearch.mReach, mSearch.mReach);
     double const view = node.along + depth * (node.ahead + d * (node.slope + d * node.bow));
-    place = static_cast<double>(index) + (along - view) * mSearch.mNodesPerMetre;
+    place = static_cast<double>(index) + (along - view) * node.nodesPerMetre;
   }
   return clamped(mChain.lines().firstLine() + place * linesPerNode);
 }

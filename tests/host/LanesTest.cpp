@@ -264,7 +264,7 @@ TEST_P(Lanes, FindNearlyAllPositionsWhereTheViewNeverGoesBack) {
     std::vector<geo::XYZPoint> ground;
     for (geo::XYPoint const& image : test::imagePoints(prepared.band, seed, 300)) {
       std::size_t const line = prepared.chain.lines().intervalOf(image.y);
-      bool const goesBack = prepared.tables.rows[prepared.tables.starts[line]].greatestDepth < 0.0;
+      bool const goesBack = prepared.tables.rows[prepared.tables.firstRow(line)].greatestDepth < 0.0;
       if (!goesBack && image.x > 0.0 && image.x < prepared.band.samples() - 1.0) {
         ground.push_back(prepared.band.toGround(image, test::atHeight(HEIGHT)).position);
       }
