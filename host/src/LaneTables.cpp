@@ -13,7 +13,6 @@ namespace {
 // Of lines and records together: times that ascend make no more pieces than there are of both.
 constexpr std::size_t MOST_PIECES = 2;
 constexpr double NAN_VALUE = std::numeric_limits<double>::quiet_NaN();
-constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
 }  // namespace
 
@@ -47,8 +46,7 @@ void LaneTables::addRows(ViewChain const& chain, LineSearch const& search) {
     LineTable::Interval const& line = lines[piece.interval];
     LineTable::Correction const correction = lines.correctionOf(piece.interval);
     rows.push_back({piece.first, piece.last, line.time, line.timeStep, correction.lines, correction.step,
-                    search.isUnambiguous(piece.first) ? search.mDepth : -INFINITE,
-                    static_cast<std::int64_t>(piece.record)});
+                    search.unambiguousDepth(piece.first), static_cast<std::int64_t>(piece.record)});
     if (!(piece.last < lastLine)) {
       break;
     }
