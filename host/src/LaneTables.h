@@ -13,8 +13,8 @@
 namespace kes::detail {
 
 /// What the lanes read of a band: tables of records that begin at multiples of their size, and constants. The rows of
-/// pieces are its own, 64 bytes for each piece and 16 for each line; the rest belongs to the chain and the search, which
-/// must outlive it.
+/// pieces are its own, 64 bytes for each piece and 16 for each line, and so is where the search in the sensor line
+/// starts, 16 bytes for each sample; the rest belongs to the chain and the search, which must outlive it.
 class LaneTables {
 public:
   /// A piece (see `Piece`), of which a line is v lines after the whole line before it.

@@ -96,8 +96,8 @@ public:
     mLinesPerUnit = same(mTables.linesPerUnit) * greatest(mDepth, same(mTables.leastDepth));
   }
 
-  /// Lines that are near, from the coarse table of the flight; see `LineSearch::Task::guess`. The first place in the table
-  /// is as far from that of level flight as for the vector before, which is soon enough for neighbours.
+  /// Lines that are near, from the coarse table of the flight; see `LineSearch::Task::guess`. The first place in the
+  /// table is as far from that of level flight as the vector before ended; for neighbours, one look then mostly does.
   HWY_INLINE Lanes near() {
     Lanes const along = same(mTables.cosine) * mGround.x + same(mTables.sine) * mGround.y;
     Lanes const across = same(mTables.cosine) * mGround.y - same(mTables.sine) * mGround.x;
@@ -218,9 +218,9 @@ private:
   std::size_t mCount = 0;
 };
 
-/// The positions of a call, in blocks of vectors. A line to begin with comes from the lines of the vectors before, where
-/// those make a straight row, or else from the coarse table of the flight; what that leads to is fetched for a block at
-/// once. Positions whose piece is another one wait and are tried again in vectors of their own.
+/// The positions of a call, in blocks of vectors. Each begins with a line from the coarse table of the flight; from
+/// large tables, what those lines lead to is fetched for a whole block. Positions whose piece is another one wait, and
+/// are tried again in vectors of their own.
 class ImageRun {
 public:
   ImageRun(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run)

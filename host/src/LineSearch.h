@@ -36,8 +36,9 @@ struct Found {
 ///
 /// Turbulence may swing the view back, so that it passes a position more than once. How far apart, in lines, the first
 /// and the last such passage can lie is known beforehand for each stretch of the flight, from rays at the ends and the
-/// middle of the sensor line down to 2, 8 and 32 times the usual depth: what overlaps at a depth overlaps at all greater
-/// ones. Only where it isn't 0 are the lines before looked at, too; for positions below the greatest depth, all are.
+/// middle of the sensor line down to 2, 8 and 32 times the usual depth: what overlaps at a depth overlaps at all
+/// greater ones. Only where it isn't 0 are the lines before looked at, too; for positions below the greatest depth, all
+/// are.
 ///
 /// The result depends on nothing but the position: not on those before it, nor on the thread. In a run, the piece of
 /// the position before is tried first; that is done only where the view never goes back, and so leads to the same
