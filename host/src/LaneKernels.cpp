@@ -15,6 +15,7 @@
 #include <hwy/foreach_target.h>
 
 // Below the line above, which includes this file again.
+#include "LanePieces-inl.h"
 #include "Lanes-inl.h"
 #include "LanesToGround-inl.h"
 #include "LanesToImage-inl.h"

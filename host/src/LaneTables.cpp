@@ -3,7 +3,7 @@
 
 #include "LaneTables.h"
 
-#include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace kes::detail {
@@ -12,6 +12,7 @@ namespace {
 
 // Of lines and records together: times that ascend make no more pieces than there are of both.
 constexpr std::size_t MOST_PIECES = 2;
+constexpr double NAN_VALUE = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace
 
@@ -41,19 +42,27 @@ void LaneTables::addRows(ViewChain const& chain, LineSearch const& search) {
       rows.clear();
       return;
     }
-    if (piece.interval == starts.size()) {
-      starts.push_back(static_cast<std::uint32_t>(rows.size()));
-    }
+    addStart(piece.interval);
     LineTable::Interval const& line = lines[piece.interval];
     LineTable::Correction const correction = lines.correctionOf(piece.interval);
     rows.push_back({piece.first, piece.last, line.time, line.timeStep, correction.lines, correction.step,
-                    search.isUnambiguous(piece.first) ? search.mDepth : -std::numeric_limits<double>::infinity(),
-                    static_cast<std::int64_t>(piece.record)});
+                    search.unambiguousDepth(piece.first), static_cast<std::int64_t>(piece.record)});
     if (!(piece.last < lastLine)) {
       break;
     }
   }
-  starts.push_back(static_cast<std::uint32_t>(rows.size()));
+  starts.push_back({NAN_VALUE, static_cast<double>(rows.size())});
+}
+
+// Of a line whose next row comes after those there are.
+void LaneTables::addStart(std::size_t line) {
+  if (line == starts.size()) {
+    starts.push_back({NAN_VALUE, static_cast<double>(rows.size())});
+  } else if (std::isnan(starts.back().second)) {
+    starts.back().second = rows.back().last;
+  } else {
+    hasManyRows = true;
+  }
 }
 
 void LaneTables::addSensorLine(SensorLine const& line) {
@@ -61,7 +70,9 @@ void LaneTables::addSensorLine(SensorLine const& line) {
   static_assert(sizeof(SensorLine::Pixel) == doublesPerPixel * sizeof(double));
   pixels = reinterpret_cast<double const*>(line.mPixels.data());
   entries = reinterpret_cast<double const*>(line.mEntries.data());
-  entryStarts = line.mStarts.data();
+  for (std::uint32_t const entry : line.mStarts) {
+    entryStarts.push_back({line.mEntries[entry + 1].q, static_cast<double>(entry)});
+  }
   lastPixel = static_cast<double>(line.mPixels.size() - 2);
   firstSample = line.firstSample();
   lastSample = line.lastSample();
@@ -81,6 +92,7 @@ void LaneTables::addNodes(LineSearch const& search) {
   cosine = search.mCosine;
   sine = search.mSine;
   firstAlong = search.mNodes.front().along;
+  reach = search.mReach;
   flyingHeight = search.mHeight;
   leastDepth = LineSearch::leastDepth * search.mDepth;
   linesPerUnit = search.mLinesPerUnit;

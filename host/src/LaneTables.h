@@ -13,8 +13,8 @@
 namespace kes::detail {
 
 /// What the lanes read of a band: tables of records that begin at multiples of their size, and constants. The rows of
-/// pieces are its own, 64 bytes for each piece and 4 for each line; the rest belongs to the chain and the search, which
-/// must outlive it.
+/// pieces are its own, 64 bytes for each piece and 16 for each line, and so is where the search in the sensor line
+/// starts, 16 bytes for each sample; the rest belongs to the chain and the search, which must outlive it.
 class LaneTables {
 public:
   /// A piece (see `Piece`), of which a line is v lines after the whole line before it.
@@ -39,9 +39,17 @@ public:
   /// times or orientation, where y turns back along the sensor line, and where times that go back and forth make too
   /// many pieces.
   bool isEmpty() const { return rows.empty(); }
+  std::uint32_t firstRow(std::size_t line) const { return static_cast<std::uint32_t>(starts[line].row); }
 
   std::vector<Row> rows;
-  std::vector<std::uint32_t> starts;  ///< The first row of each line, and the number of rows.
+  /// The first row of a line, and the place in the line from which on it has the second one: NaN where there is none.
+  struct Start {
+    double second;
+    double row;
+  };
+  static constexpr std::size_t doublesPerStart = 2;
+  std::vector<Start> starts;  ///< Of each line, and of one after the last.
+  bool hasManyRows = false;   ///< Whether lines have more than two.
   bool hasCorrections = false;
   double firstLine = 0.0;
   double lastLine = 0.0;
@@ -58,7 +66,13 @@ public:
   double const* pixels = nullptr;   ///< y, x, and their steps.
   double const* entries = nullptr;  ///< q, x, pixels per q, x per q.
   static constexpr std::size_t doublesPerPixel = 4;
-  std::uint32_t const* entryStarts = nullptr;
+  /// For each whole q, an entry from which that of a greater q is near, and the q at which the next one begins.
+  struct EntryStart {
+    double next;
+    double entry;
+  };
+  static constexpr std::size_t doublesPerEntryStart = 2;
+  std::vector<EntryStart> entryStarts;
   double lastPixel = 0.0;  ///< With which no interval begins.
   double firstSample = 0.0;
   double lastSample = 0.0;
@@ -78,12 +92,14 @@ public:
   double sine = 0.0;
   double firstAlong = 0.0;
   double meanAhead = 0.0;  ///< Tangent of the view.
+  double reach = 0.0;
   double flyingHeight = 0.0;
   double leastDepth = 0.0;
   double linesPerUnit = 0.0;
 
 private:
   void addRows(ViewChain const& chain, LineSearch const& search);
+  void addStart(std::size_t line);
   void addSensorLine(SensorLine const& line);
   void addNodes(LineSearch const& search);
 };

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-// What both directions do in lanes, for the instruction set at hand. LaneKernels.cpp includes this file once for each,
-// hence no usual guard.
+// Vectors of numbers, what they load and store, and the statuses of their results, for the instruction set at hand.
+// LaneKernels.cpp includes this file once for each instruction set, hence no usual guard.
 
 #if defined(KES_HOST_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef KES_HOST_LANES_INL_H
@@ -75,8 +75,20 @@ HWY_INLINE Mask operator==(Lanes x, Lanes y) {
 HWY_INLINE Mask both(Mask x, Mask y) {
   return {hn::And(x.a, y.a), hn::And(x.b, y.b)};
 }
+HWY_INLINE Mask either(Mask x, Mask y) {
+  return {hn::Or(x.a, y.a), hn::Or(x.b, y.b)};
+}
 HWY_INLINE bool allTrue(Mask mask) {
   return hn::AllTrue(tag, hn::And(mask.a, mask.b));
+}
+/// Bit i for lane i.
+HWY_INLINE std::uint32_t bitsOf(Mask mask) {
+  constexpr std::uint32_t all = (1U << vectorSize) - 1U;
+  std::uint8_t a[8];
+  std::uint8_t b[8];
+  hn::StoreMaskBits(tag, mask.a, a);
+  hn::StoreMaskBits(tag, mask.b, b);
+  return (a[0] & all) | (b[0] & all) << vectorSize;
 }
 HWY_INLINE Lanes select(Mask mask, Lanes yes, Lanes no) {
   return {hn::IfThenElse(mask.a, yes.a, no.a), hn::IfThenElse(mask.b, yes.b, no.b)};
@@ -143,27 +155,6 @@ HWY_INLINE Lanes same(Lanes, double value) {
   return same(value);
 }
 
-#include "ViewFormulas-inl.h"
-
-struct LanePoint {
-  Lanes x;
-  Lanes y;
-  Lanes z;
-};
-struct LanePose {
-  LanePoint along;
-  LanePoint across;
-  LanePoint up;
-  LanePoint centre;
-  Lanes shift;
-};
-/// As `ViewChain::Sight`.
-struct LaneSight {
-  Lanes x;
-  Lanes y;
-  Lanes height;
-};
-
 /// Numbers of rows, one for each lane.
 struct RowNumbers {
   alignas(64) std::uint32_t of[laneCount];
@@ -209,214 +200,27 @@ HWY_INLINE void loadPair(double const* field, std::size_t rowLength, RowNumbers 
   loadPair(field, rowLength, rows.of + vectorSize, a.b, b.b);
 }
 
-/// The orientation's records of the lanes; of one record for all of them, if that is so.
-struct LaneRecord {
-  Lanes start;
-  Lanes rate;
-  LanePoint position;
-  LanePoint positionStep;
-  struct {
-    Lanes q0;
-    Lanes q1;
-    Lanes q2;
-    Lanes q3;
-  } attitude, attitudeStep;
-
-  HWY_INLINE void load(double const* records, RowNumbers const& rows) {
-    constexpr std::size_t length = LaneTables::doublesPerRecord;
-    loadPair(records, length, rows, start, rate);
-    loadPair(records + 2, length, rows, position.x, position.y);
-    loadPair(records + 4, length, rows, position.z, positionStep.x);
-    loadPair(records + 6, length, rows, positionStep.y, positionStep.z);
-    loadPair(records + 8, length, rows, attitude.q0, attitude.q1);
-    loadPair(records + 10, length, rows, attitude.q2, attitude.q3);
-    loadPair(records + 12, length, rows, attitudeStep.q0, attitudeStep.q1);
-    loadPair(records + 14, length, rows, attitudeStep.q2, attitudeStep.q3);
-  }
-  HWY_INLINE void loadOne(double const* record) {
-    Lanes* const fields[] = {&start,          &rate,           &position.x,      &position.y,      &position.z,
-                             &positionStep.x, &positionStep.y, &positionStep.z,  &attitude.q0,     &attitude.q1,
-                             &attitude.q2,    &attitude.q3,    &attitudeStep.q0, &attitudeStep.q1, &attitudeStep.q2,
-                             &attitudeStep.q3};
-    for (std::size_t i = 0; i < LaneTables::doublesPerRecord; ++i) {
-      *fields[i] = same(record[i]);
-    }
-  }
-};
-
-/// Whether tables don't fit into the nearer caches.
-inline bool isLarge(LaneTables const& tables) {
-  constexpr std::size_t rows = 1U << 14U;
-  return tables.rows.size() > rows;
-}
-
-/// The pieces that lines belong to, with all that their poses depend on.
-class LanePieces {
-public:
-  explicit LanePieces(LaneTables const& tables)
-      : mTables(tables), mLastInterval(same(static_cast<double>(tables.starts.size() - 2))), mCorrection(zero()),
-        mCorrectionStep(zero()) {
-    mRecord.loadOne(tables.records);
-    load(zero());
-  }
-
-  Lanes first;
-  Lanes last;
-  Lanes greatestDepth;
-
-  /// Of lines, which may be anything; a line beyond the table has the nearest.
-  HWY_INLINE void load(Lanes line) {
-    Intervals const intervals(*this, line);
-    mWhole = intervals.whole;
-    alignas(64) double lines[laneCount];
-    storeTo(lines, line);
-    for (std::size_t i = 0; i < laneCount; ++i) {
-      std::uint32_t const* const start = &mTables.starts[intervals.of[i]];
-      std::uint32_t row = start[0] + (isPast(start[0], start[1], lines[i]) ? 1U : 0U);
-      while (isPast(row, start[1], lines[i])) {
-        ++row;
-      }
-      mRows.of[i] = row;
-    }
-    auto const* const rows = reinterpret_cast<double const*>(mTables.rows.data());
-    constexpr std::size_t length = LaneTables::doublesPerRow;
-    Lanes record;
-    loadPair(rows, length, mRows, first, last);
-    loadPair(rows + 2, length, mRows, mTime, mTimeStep);
-    if (mTables.hasCorrections) {
-      loadPair(rows + 4, length, mRows, mCorrection, mCorrectionStep);
-    }
-    loadPair(rows + 6, length, mRows, greatestDepth, record);
-    loadRecords();
-  }
-
-  HWY_INLINE Lanes time(Lanes line) const { return mTime + mTimeStep * (line - mWhole); }
-
-  HWY_INLINE LanePose pose(Lanes line) const {
-    Lanes const v = line - mWhole;
-    Lanes const w = partOf(mRecord, mTime + mTimeStep * v);
-    Turn<Lanes> const turn = turnOf(mRecord, w);
-    return {alongOf<LanePoint>(turn), acrossOf<LanePoint>(turn), upOf<LanePoint>(turn), centreOf<LanePoint>(mRecord, w),
-            shift(v)};
-  }
-
-  /// As `ViewChain::sight` by the pose of a line. Each axis is used up before the next one is computed: sixteen
-  /// registers are soon full.
-  HWY_INLINE LaneSight sight(Lanes line, LanePoint const& ground) const {
-    Lanes const v = line - mWhole;
-    Lanes const w = partOf(mRecord, mTime + mTimeStep * v);
-    LanePoint const centre = centreOf<LanePoint>(mRecord, w);
-    LanePoint const away{ground.x - centre.x, ground.y - centre.y, ground.z - centre.z};
-    Turn<Lanes> const turn = turnOf(mRecord, w);
-    Lanes const height = dot(upOf<LanePoint>(turn), away);
-    Lanes const across = dot(acrossOf<LanePoint>(turn), away);
-    Lanes const along = dot(alongOf<LanePoint>(turn), away);
-    return sightOf<LaneSight>(along, across, height, same(-mTables.focalLength), shift(v));
-  }
-
-  /// Asks the memory for the rows of lines.
-  HWY_INLINE void prefetchRows(Lanes line) const {
-    Intervals const intervals(*this, line);
-    for (std::uint32_t const interval : intervals.of) {
-      hwy::Prefetch(mTables.rows.data() + mTables.starts[interval]);
-      hwy::Prefetch(mTables.rows.data() + mTables.starts[interval] + 1);
-    }
-  }
-
-  /// For what their poses depend on, once the rows are there: the record at the beginning of a line, and the next.
-  HWY_INLINE void prefetchRecords(Lanes line) const {
-    constexpr std::size_t perCacheLine = 8;
-    Intervals const intervals(*this, line);
-    for (std::uint32_t const interval : intervals.of) {
-      auto const record = static_cast<std::size_t>(mTables.rows[mTables.starts[interval]].record);
-      double const* const begin = mTables.records + LaneTables::doublesPerRecord * record;
-      for (std::size_t i = 0; i < 2 * LaneTables::doublesPerRecord; i += perCacheLine) {
-        hwy::Prefetch(begin + i);
-      }
-    }
-  }
-
-private:
-  /// Between which whole lines of the table lines are.
-  struct Intervals {
-    HWY_INLINE Intervals(LanePieces const& pieces, Lanes line) {
-      Lanes const begin = same(pieces.mTables.firstLine);
-      Lanes const place = line - begin;
-      whole = truncated(least(selectOrZero(place > zero(), place), pieces.mLastInterval), of) + begin;
-    }
-    Lanes whole;
-    alignas(64) std::uint32_t of[laneCount];
-  };
-
-  HWY_INLINE Lanes shift(Lanes v) const {
-    return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : zero();
-  }
-
-  // Whether a line is past the end of a row, and its own whole line has another one. Both are looked at in any case:
-  // which rows lines begin with is hard to predict.
-  bool isPast(std::uint32_t row, std::uint32_t end, double line) const {
-    return (row + 1 < end) & (mTables.rows[row].last <= line);
-  }
-
-  HWY_INLINE void loadRecords() {
-    RowNumbers records;
-    for (std::size_t i = 0; i < laneCount; ++i) {
-      records.of[i] = static_cast<std::uint32_t>(mTables.rows[mRows.of[i]].record);
-    }
-    if (!records.areEqual()) {
-      mRecord.load(mTables.records, records);
-      mOne = NONE;
-    } else if (records.of[0] != mOne) {
-      mOne = records.of[0];
-      mRecord.loadOne(mTables.records + LaneTables::doublesPerRecord * mOne);
-    }
-  }
-
-  static constexpr std::uint32_t NONE = ~0U;
-
-  LaneTables const& mTables;
-  Lanes mLastInterval;
-  Lanes mWhole;  // the whole lines at or before
-  Lanes mTime;
-  Lanes mTimeStep;
-  Lanes mCorrection;
-  Lanes mCorrectionStep;
-  RowNumbers mRows;
-  LaneRecord mRecord;
-  std::uint32_t mOne = 0;  // the record that all lanes have
-};
-
-/// Which points of a vector are done, and their statuses.
+/// The statuses of points.
 class LaneResults {
 public:
   LaneResults(LaneTables const& tables, PixelLimits const& limits)
       : mLeast(same(-0.5)), mSampleLimit(same(limits.samples - 0.5)), mLineLimit(same(limits.lines - 0.5)),
         mFirstTime(same(tables.firstTime)), mLastTime(same(tables.lastTime)) {}
 
-  /// Stores the statuses of points from `begin` on, of which `count` exist, and adds those that aren't done to the
-  /// rest.
-  HWY_INLINE void store(Mask done, Lanes sample, Lanes line, Lanes time, std::size_t begin, std::size_t count,
-                        Status* status, std::uint32_t* rest) {
+  /// Stores the statuses of the first `count` points of a vector, as if all had a result.
+  HWY_INLINE void store(Lanes sample, Lanes line, Lanes time, std::size_t count, Status* status) const {
     Mask const onPixel = both(both(sample >= mLeast, sample < mSampleLimit), both(line >= mLeast, line < mLineLimit));
     Mask const covered = both(time >= mFirstTime, time <= mLastTime);
-    if (allTrue(both(done, both(onPixel, covered)))) {
-      std::fill_n(status + begin, count, Status::ok);
+    if (allTrue(both(onPixel, covered))) {
+      std::fill_n(status, count, Status::ok);
       return;
     }
-    // 0 for what isn't done.
-    Lanes const place = select(covered, select(onPixel, same(1.0), same(2.0)), same(3.0));
     alignas(64) double places[laneCount];
-    storeTo(places, selectOrZero(done, place));
+    storeTo(places, select(covered, selectOrZero(onPixel, same(1.0)), same(2.0)));
     for (std::size_t i = 0; i < count; ++i) {
-      status[begin + i] = places[i] == 1.0   ? Status::ok
-                          : places[i] == 2.0 ? Status::outsideImage
-                                             : Status::outsideOrientation;
-      rest[mRest] = static_cast<std::uint32_t>(begin + i);
-      mRest += places[i] == 0.0 ? 1 : 0;
+      status[i] = places[i] == 1.0 ? Status::ok : places[i] == 0.0 ? Status::outsideImage : Status::outsideOrientation;
     }
   }
-
-  std::size_t rest() const { return mRest; }
 
 private:
   Lanes mLeast;
@@ -424,7 +228,6 @@ private:
   Lanes mLineLimit;
   Lanes mFirstTime;
   Lanes mLastTime;
-  std::size_t mRest = 0;
 };
 
 }  // namespace kes::detail::HWY_NAMESPACE

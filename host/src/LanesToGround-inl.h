@@ -11,7 +11,7 @@
 #endif
 
 #include "LaneKernels.h"
-#include "Lanes-inl.h"
+#include "LanePieces-inl.h"
 
 #include <limits>
 
@@ -103,7 +103,7 @@ public:
     for (std::size_t i = 0; i < mRun.count; i += blockSize) {
       projectBlock(i, std::min(i + blockSize, mRun.count));
     }
-    return mResults.rest();
+    return mRest;
   }
 
 private:
@@ -166,13 +166,21 @@ private:
       std::copy_n(ground, count, mRun.ground + i);
       std::copy_n(time, count, mRun.time + i);
     }
-    mResults.store(projected.isSolved, sample, line, projected.time, i, count, mRun.status, mRun.rest);
+    mResults.store(sample, line, projected.time, count, mRun.status + i);
+    if (!allTrue(projected.isSolved)) {
+      std::uint32_t const solved = bitsOf(projected.isSolved);
+      for (std::size_t k = 0; k < count; ++k) {
+        mRun.rest[mRest] = static_cast<std::uint32_t>(i + k);
+        mRest += (solved >> k & 1U) ^ 1U;
+      }
+    }
   }
 
   LaneTables const& mTables;
   LanesToGround const& mRun;
   GroundLanes mLanes;
   LaneResults mResults;
+  std::size_t mRest = 0;
 };
 
 inline std::size_t projectAll(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run) {

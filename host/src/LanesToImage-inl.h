@@ -11,9 +11,11 @@
 #endif
 
 #include "LaneKernels.h"
-#include "Lanes-inl.h"
+#include "LanePieces-inl.h"
 
+#include <bit>
 #include <limits>
+#include <span>
 
 HWY_BEFORE_NAMESPACE();
 namespace kes::detail::HWY_NAMESPACE {
@@ -51,19 +53,13 @@ private:
 
   HWY_INLINE void load(Lanes q) {
     Lanes const inside = selectOrZero(both(q > zero(), q < same(mTables.lengthOfLine)), q);
-    std::uint32_t whole[laneCount];
-    double places[laneCount];
-    std::int32_t numbers[laneCount];
-    truncated(inside, whole);
-    storeTo(places, inside);
     RowNumbers rows;
-    for (std::size_t i = 0; i < laneCount; ++i) {
-      std::uint32_t const start = mTables.entryStarts[whole[i]];
-      bool const isPast = mTables.entries[LaneTables::doublesPerPixel * (start + 1)] <= places[i];
-      rows.of[i] = start + (isPast ? 1U : 0U);
-      numbers[i] = static_cast<std::int32_t>(rows.of[i]);
-    }
-    mNumber = fromInts(numbers);
+    truncated(inside, rows.of);
+    Lanes next, entry;
+    loadPair(reinterpret_cast<double const*>(mTables.entryStarts.data()), LaneTables::doublesPerEntryStart, rows, next,
+             entry);
+    mNumber = entry + selectOrZero(inside >= next, same(1.0));
+    truncated(mNumber, rows.of);
     loadPair(mTables.entries, LaneTables::doublesPerPixel, rows, mQ, mX);
     loadPair(mTables.entries + 2, LaneTables::doublesPerPixel, rows, mPixelsPerQ, mXPerQ);
   }
@@ -76,63 +72,80 @@ private:
   Lanes mNumber;
 };
 
-/// One vector of positions after the other. A line to begin with comes from the lines of the vectors before, where
-/// those make a straight row, or else from the coarse table of the flight. The piece that is found is the only one, so
-/// that it doesn't matter where the search began.
+/// One vector of positions after the other, each from a near line. The piece that is found is the only one, so that it
+/// doesn't matter which line that was.
 class ImageLanes {
 public:
-  ImageLanes(LaneTables const& tables) : mTables(tables), mPieces(tables), mEntries(tables) {}
+  explicit ImageLanes(LaneTables const& tables)
+      : mTables(tables), mPieces(tables), mEntries(tables), mFromLevel(zero()) {}
 
+  /// Of the positions that don't pass in the pieces of the near lines, those to be tried again, with `line` as the near
+  /// line; `line` is close to the solution of every position where the flight is steady.
   struct Solution {
     Mask isSolved;
+    Mask isElsewhere;
     Lanes line;
     Lanes sample;
     Lanes time;
   };
-  /// Whether the last positions made a straight row.
-  bool isInRow() const { return mIsRow; }
 
-  /// A line that is near, where the positions don't make a row.
-  HWY_INLINE Lanes near(LanePoint const& ground) {
-    set(ground);
-    return coarseLine();
+  /// The positions that the next calls are about.
+  HWY_INLINE void set(LanePoint const& ground) {
+    mGround = ground;
+    mDepth = same(mTables.flyingHeight) - ground.z;
+    mLinesPerUnit = same(mTables.linesPerUnit) * greatest(mDepth, same(mTables.leastDepth));
   }
+
+  /// Lines that are near, from the coarse table of the flight; see `LineSearch::Task::guess`. The first place in the
+  /// table is as far from that of level flight as the vector before ended; for neighbours, one look then mostly does.
+  HWY_INLINE Lanes near() {
+    Lanes const along = same(mTables.cosine) * mGround.x + same(mTables.sine) * mGround.y;
+    Lanes const across = same(mTables.cosine) * mGround.y - same(mTables.sine) * mGround.x;
+    Lanes const level =
+        (along - same(mTables.firstAlong) - mDepth * same(mTables.meanAhead)) * same(mTables.nodesPerMetre);
+    Lanes place = level + mFromLevel;
+    for (int i = 0; i < NODES; ++i) {
+      Lanes const nearest = place + same(0.5);
+      RowNumbers rows;
+      Lanes const number = truncated(least(selectOrZero(nearest > zero(), nearest), same(mTables.lastNode)), rows.of);
+      Lanes nodeAlong, nodeAcross, height, ahead, tangent, slope, bow, perMetre;
+      loadPair(mTables.nodes, LaneTables::doublesPerNode, rows, nodeAlong, nodeAcross);
+      loadPair(mTables.nodes + 2, LaneTables::doublesPerNode, rows, height, ahead);
+      loadPair(mTables.nodes + 4, LaneTables::doublesPerNode, rows, tangent, slope);
+      loadPair(mTables.nodes + 6, LaneTables::doublesPerNode, rows, bow, perMetre);
+      Lanes const depth = greatest(height - mGround.z, same(mTables.leastDepth));
+      Lanes const reach = same(mTables.reach);
+      Lanes const d = greatest(least((across - nodeAcross) / depth - tangent, reach), negative(reach));
+      Lanes const view = nodeAlong + depth * (ahead + d * (slope + d * bow));
+      Lanes const away = (along - view) * perMetre;
+      place = number + away;
+      if (allTrue(absolute(away) < same(FROM_NODE))) {
+        break;
+      }
+    }
+    Lanes const fromLevel = place - level;
+    mFromLevel = selectOrZero(absolute(fromLevel) < same(mTables.lastNode), fromLevel);
+    return same(mTables.firstLine) + place * same(mTables.linesPerNode);
+  }
+
   /// Asks the memory for what near lines lead to: after the first call for many positions, the second.
   HWY_INLINE void prefetchRows(Lanes line) const { mPieces.prefetchRows(line); }
   HWY_INLINE void prefetchRecords(Lanes line) const { mPieces.prefetchRecords(line); }
 
-  /// `near` points to the lines, if they are known already.
-  HWY_INLINE Solution find(LanePoint const& ground, double const* near) {
-    set(ground);
-    Lanes const line = mIsRow ? mLine + (mLine - mLineBefore) : near != nullptr ? load(near) : coarseLine();
-    Solution const solution = solve(bracket(line));
-    remember(solution);
-    return solution;
+  HWY_INLINE Solution find(Lanes near) {
+    mPieces.load(near);
+    return solve();
   }
 
 private:
-  static constexpr int ROUNDS = 3;
-  static constexpr int STEPS = 4;
-  static constexpr double SLACK = 0.05;  // lines
   static constexpr int NODES = 2;
-  static constexpr double NEAR = 4.0;  // lines
+  static constexpr double FROM_NODE = 0.75;  // nodes
 
   /// As in `LineSearch`; ahead is NaN where it isn't simple.
   struct Sighting {
     Lanes ahead;
     Lanes y;
   };
-  struct Bracket {
-    Mask isBracket;
-    Sighting first;
-    Sighting last;
-  };
-
-  HWY_INLINE void set(LanePoint const& ground) {
-    mGround = ground;
-    mDepth = same(mTables.flyingHeight) - ground.z;
-    mLinesPerUnit = same(mTables.linesPerUnit) * greatest(mDepth, same(mTables.leastDepth));
-  }
 
   HWY_INLINE Sighting sighting(Lanes line) {
     LaneSight const sight = mPieces.sight(line, mGround);
@@ -142,87 +155,31 @@ private:
     return {select(isPlain, ahead, same(std::numeric_limits<double>::quiet_NaN())), sight.y};
   }
 
-  // As `LineSearch::Task::guess`.
-  HWY_INLINE Lanes coarseLine() const {
-    Lanes const along = same(mTables.cosine) * mGround.x + same(mTables.sine) * mGround.y;
-    Lanes const across = same(mTables.cosine) * mGround.y - same(mTables.sine) * mGround.x;
-    Lanes const nodesPerMetre = same(mTables.nodesPerMetre);
-    Lanes place = (along - same(mTables.firstAlong) - mDepth * same(mTables.meanAhead)) * nodesPerMetre;
-    for (int i = 0; i < NODES; ++i) {
-      Lanes const nearest = place + same(0.5);
-      RowNumbers rows;
-      Lanes const number = truncated(least(selectOrZero(nearest > zero(), nearest), same(mTables.lastNode)), rows.of);
-      Lanes nodeAlong, nodeAcross, height, ahead, tangent, slope, bow, reach;
-      loadPair(mTables.nodes, LaneTables::doublesPerNode, rows, nodeAlong, nodeAcross);
-      loadPair(mTables.nodes + 2, LaneTables::doublesPerNode, rows, height, ahead);
-      loadPair(mTables.nodes + 4, LaneTables::doublesPerNode, rows, tangent, slope);
-      loadPair(mTables.nodes + 6, LaneTables::doublesPerNode, rows, bow, reach);
-      Lanes const depth = greatest(height - mGround.z, same(mTables.leastDepth));
-      Lanes const d = greatest(least((across - nodeAcross) / depth - tangent, reach), zero() - reach);
-      Lanes const view = nodeAlong + depth * (ahead + d * (slope + d * bow));
-      place = number + (along - view) * nodesPerMetre;
-    }
-    return same(mTables.firstLine) + place * same(mTables.linesPerNode);
-  }
-
-  // The pieces between whose ends the positions pass, from those of a near line on.
-  HWY_INLINE Bracket bracket(Lanes line) {
-    for (int round = 1;; ++round) {
-      Sighting const first = followFirst(line);
-      Sighting const last = sighting(mPieces.last);
-      Mask const isBefore = last.ahead <= zero();
-      Mask const passes = both(first.ahead > zero(), isBefore);
-      if (round == ROUNDS || allTrue(passes)) {
-        return {both(passes, mDepth <= mPieces.greatestDepth), first, last};
-      }
-      line = select(isBefore, mPieces.first, mPieces.last + last.ahead);
-    }
-  }
-
-  // From piece to piece, until what is seen at its beginning points into it, or nearly so: ahead of the camera, the
-  // ground passes by at about a line per line.
-  HWY_INLINE Sighting followFirst(Lanes line) {
-    mPieces.load(line);
-    Sighting first = sighting(mPieces.first);
-    for (int i = 1; i < STEPS; ++i) {
-      Lanes const next = mPieces.first + first.ahead;
-      Mask const stays = both(first.ahead > zero(), next < mPieces.last + same(SLACK));
-      if (allTrue(stays)) {
-        break;
-      }
-      mPieces.load(select(stays, mPieces.first, next));
-      first = sighting(mPieces.first);
-    }
-    return first;
-  }
-
   // The secant between the ends of the piece, and a last correction; see `LineSearch::Task::solve`.
-  HWY_INLINE Solution solve(Bracket const& ends) {
+  HWY_INLINE Solution solve() {
     Lanes const low = mPieces.first;
     Lanes const high = mPieces.last;
+    Sighting const first = sighting(low);
+    Sighting const last = sighting(high);
+    Mask const passes = both(first.ahead > zero(), last.ahead <= zero());
     Lanes const perLine = same(1.0) / (high - low);
-    Lanes const chord = (ends.last.ahead - ends.first.ahead) * perLine;
-    Lanes const yPerLine = (ends.last.y - ends.first.y) * perLine;
+    Lanes const chord = (last.ahead - first.ahead) * perLine;
+    Lanes const yPerLine = (last.y - first.y) * perLine;
     Lanes const linesPerAhead = same(1.0) / chord;
-    Lanes const line = low - ends.first.ahead * linesPerAhead;
+    Lanes const line = low - first.ahead * linesPerAhead;
+    Mask const isInside = both(line >= low, line <= high);
     Sighting const seen = sighting(line);
     Lanes const step = negative(seen.ahead) * linesPerAhead;
     Lanes const most = same(longestLastStep) * least(absolute(chord), same(1.0));
-    Mask const isLast = both(both(line >= low, line <= high), absolute(step) <= most);
+    Mask const isLast = both(isInside, absolute(step) <= most);
     Lanes const stepped = line + step;
     Lanes const solution = select(stepped < low, low, select(stepped > high, high, stepped));
     auto const at = mEntries.at(seen.y + yPerLine * (solution - line));
     Mask const isOnLine =
         both(at.isWithin, both(at.sample >= same(mTables.firstSample), at.sample <= same(mTables.lastSample)));
-    return {both(ends.isBracket, both(isLast, isOnLine)), solution, at.sample, mPieces.time(solution)};
-  }
-
-  // Two vectors whose lines would have been near by the vectors before make a row.
-  HWY_INLINE void remember(Solution const& solution) {
-    Lanes const expected = mLine + (mLine - mLineBefore);
-    mIsRow = allTrue(absolute(expected - solution.line) < same(NEAR));
-    mLineBefore = mLine;
-    mLine = solution.line;
+    Mask const isKnown = both(passes, mDepth <= mPieces.greatestDepth);
+    return {both(isKnown, both(isLast, isOnLine)), either(line<low, line> high), select(passes, solution, line),
+            at.sample, mPieces.time(solution)};
   }
 
   LaneTables const& mTables;
@@ -231,61 +188,129 @@ private:
   LanePoint mGround;
   Lanes mDepth;
   Lanes mLinesPerUnit;
-  Lanes mLine = zero();
-  Lanes mLineBefore = zero();
-  bool mIsRow = false;
+  Lanes mFromLevel;  // nodes
 };
 
-/// The positions of a call, in blocks of vectors: those that aren't in a row are first looked up in the coarse table,
-/// and what they lead to is fetched meanwhile.
+/// Positions that wait until there are enough of them for a vector, to be tried again from another line.
+class WaitingPositions {
+public:
+  std::size_t count() const { return mCount; }
+
+  void add(std::size_t index, double line, std::uint32_t tries) {
+    mEntries[mCount++] = {line, static_cast<std::uint32_t>(index), tries};
+  }
+
+  struct Entry {
+    double line;
+    std::uint32_t index;
+    std::uint32_t tries;  // so far
+  };
+  /// The last ones, up to a vector of them.
+  std::span<Entry const> take() {
+    std::size_t const taken = std::min(mCount, laneCount);
+    mCount -= taken;
+    return {mEntries + mCount, taken};
+  }
+
+private:
+  // A vector is tried as soon as it is full, and may come back whole.
+  Entry mEntries[2 * laneCount];
+  std::size_t mCount = 0;
+};
+
+/// The positions of a call, in blocks of vectors. Each begins with a line from the coarse table of the flight; from
+/// large tables, what those lines lead to is fetched for a whole block. Positions whose piece is another one wait, and
+/// are tried again in vectors of their own.
 class ImageRun {
 public:
   ImageRun(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run)
-      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits) {}
+      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits), mIsLarge(isLarge(tables)) {}
 
   std::size_t find() {
     for (std::size_t i = 0; i < mRun.count; i += blockSize) {
       findBlock(i, std::min(i + blockSize, mRun.count));
     }
-    return mResults.rest();
+    while (mWaiting.count() > 0) {
+      findWaiting();
+    }
+    std::sort(mRun.rest, mRun.rest + mRest);
+    return mRest;
   }
 
 private:
+  static constexpr std::uint32_t TRIES = 4;
+
   HWY_INLINE void findBlock(std::size_t begin, std::size_t end) {
     alignas(64) double lines[blockSize];
-    bool const hasLines = !mLanes.isInRow();
-    if (hasLines) {
-      bool const fetch = isLarge(mTables);
+    if (mIsLarge) {
       for (std::size_t i = begin; i < end; i += laneCount) {
-        Lanes const line = mLanes.near(ground(i));
-        storeTo(lines + (i - begin), line);
-        if (fetch) {
-          mLanes.prefetchRows(line);
-        }
+        mLanes.set(ground(i));
+        storeTo(lines + (i - begin), mLanes.near());
       }
-      for (std::size_t i = begin; i < end && fetch; i += laneCount) {
-        mLanes.prefetchRecords(load(lines + (i - begin)));
-      }
+      fetch(lines, end - begin);
     }
     for (std::size_t i = begin; i < end; i += laneCount) {
-      auto const found = mLanes.find(ground(i), hasLines ? lines + (i - begin) : nullptr);
-      store(i, std::min(laneCount, end - i), found);
+      mLanes.set(ground(i));
+      store(i, std::min(laneCount, end - i), mLanes.find(mIsLarge ? load(lines + (i - begin)) : mLanes.near()));
+      while (mWaiting.count() >= laneCount) {
+        findWaiting();
+      }
     }
+  }
+
+  HWY_INLINE void fetch(double const* lines, std::size_t count) const {
+    for (std::size_t i = 0; i < count; i += laneCount) {
+      mLanes.prefetchRows(load(lines + i));
+    }
+    for (std::size_t i = 0; i < count; i += laneCount) {
+      mLanes.prefetchRecords(load(lines + i));
+    }
+  }
+
+  // A vector of waiting positions; the last one is filled up with one of them.
+  HWY_NOINLINE void findWaiting() {
+    WaitingPositions::Entry entries[laneCount];
+    auto const taken = mWaiting.take();
+    geo::XYZPoint ground[laneCount];
+    alignas(64) double lines[laneCount];
+    for (std::size_t k = 0; k < laneCount; ++k) {
+      entries[k] = taken[k < taken.size() ? k : 0];
+      ground[k] = mRun.ground[entries[k].index];
+      lines[k] = entries[k].line;
+    }
+    mLanes.set(groundOf(ground));
+    auto const found = mLanes.find(load(lines));
+    geo::XYPoint image[laneCount];
+    double time[laneCount];
+    Status status[laneCount];
+    storeInterleaved(found.sample, found.line, reinterpret_cast<double*>(image));
+    storeTo(time, found.time);
+    mResults.store(found.sample, found.line, found.time, laneCount, status);
+    for (std::size_t k = 0; k < taken.size(); ++k) {
+      std::size_t const i = entries[k].index;
+      mRun.image[i] = image[k];
+      mRun.time[i] = time[k];
+      mRun.status[i] = status[k];
+    }
+    leave(found, taken.size(), [&](std::size_t k) { return entries[k]; });
+  }
+
+  static HWY_INLINE LanePoint groundOf(geo::XYZPoint const* from) {
+    LanePoint point;
+    loadInterleaved(reinterpret_cast<double const*>(from), point.x, point.y, point.z);
+    return point;
   }
 
   // The last vector is filled up with its first position.
   HWY_INLINE LanePoint ground(std::size_t i) const {
-    geo::XYZPoint const* from = mRun.ground + i;
-    geo::XYZPoint filled[laneCount];
-    if (i + laneCount > mRun.count) {
-      for (std::size_t k = 0; k < laneCount; ++k) {
-        filled[k] = i + k < mRun.count ? from[k] : from[0];
-      }
-      from = filled;
+    if (i + laneCount <= mRun.count) {
+      return groundOf(mRun.ground + i);
     }
-    LanePoint point;
-    loadInterleaved(reinterpret_cast<double const*>(from), point.x, point.y, point.z);
-    return point;
+    geo::XYZPoint filled[laneCount];
+    for (std::size_t k = 0; k < laneCount; ++k) {
+      filled[k] = mRun.ground[i + k < mRun.count ? i + k : i];
+    }
+    return groundOf(filled);
   }
 
   HWY_INLINE void store(std::size_t i, std::size_t count, ImageLanes::Solution const& found) {
@@ -298,13 +323,41 @@ private:
       std::copy_n(image, count, mRun.image + i);
       std::copy_n(time, count, mRun.time + i);
     }
-    mResults.store(found.isSolved, found.sample, found.line, found.time, i, count, mRun.status, mRun.rest);
+    mResults.store(found.sample, found.line, found.time, count, mRun.status + i);
+    leave(found, count, [&](std::size_t k) {
+      return WaitingPositions::Entry{0.0, static_cast<std::uint32_t>(i + k), 0};
+    });
+  }
+
+  // What isn't solved waits for another try, or is left. `entryOf(k)` is what was tried.
+  template <class EntryOf>
+  HWY_INLINE void leave(ImageLanes::Solution const& found, std::size_t count, EntryOf entryOf) {
+    std::uint32_t const all = static_cast<std::uint32_t>((std::uint64_t{1} << count) - 1);
+    std::uint32_t unsolved = ~bitsOf(found.isSolved) & all;
+    if (unsolved == 0) {
+      return;
+    }
+    alignas(64) double lines[laneCount];
+    storeTo(lines, found.line);
+    std::uint32_t const elsewhere = bitsOf(found.isElsewhere);
+    for (; unsolved != 0; unsolved &= unsolved - 1) {
+      auto const k = static_cast<std::size_t>(std::countr_zero(unsolved));
+      auto const entry = entryOf(k);
+      if ((elsewhere >> k & 1U) != 0 && entry.tries + 1 < TRIES) {
+        mWaiting.add(entry.index, lines[k], entry.tries + 1);
+      } else {
+        mRun.rest[mRest++] = entry.index;
+      }
+    }
   }
 
   LaneTables const& mTables;
   LanesToImage const& mRun;
   ImageLanes mLanes;
   LaneResults mResults;
+  bool mIsLarge;
+  WaitingPositions mWaiting;
+  std::size_t mRest = 0;
 };
 
 inline std::size_t findAll(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run) {

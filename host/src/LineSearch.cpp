@@ -15,7 +15,8 @@ constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
 // A stretch in which the view goes ahead by less than this part of its mean speed counts as one that may go back.
 constexpr double LEAST_PROGRESS = 0.1;
-constexpr double ROUNDING = 1e-9;  // lines
+constexpr double ROUNDING = 1e-9;    // lines
+constexpr double MOST_CHANGE = 4.0;  // of the speed of the view
 
 geo::XYZPoint atDepth(Pose const& pose, geo::XYZPoint const& ray, double depth) {
   double const s = -depth / ray.z;
@@ -27,7 +28,11 @@ geo::XYZPoint atDepth(Pose const& pose, geo::XYZPoint const& ray, double depth) 
 LineSearch::LineSearch(ViewChain const& chain) : mChain(chain) {
   if (!chain.isEmpty()) {
     makeNodes();
-    findOverlaps();
+    for (double const times : {1.0, 4.0, 16.0}) {
+      mOverlaps.push_back(findOverlaps(times * mDepth));
+    }
+    // What lies deeper is looked for everywhere.
+    mOverlaps.push_back({INFINITE, std::vector<double>(mOverlaps[0].lines.size(), INFINITE), INFINITE});
   }
 }
 
@@ -66,22 +71,36 @@ void LineSearch::makeNodes() {
     double const atB = (right.ahead - middle.ahead) / b;
     double const bow = (atA - atB) / (a - b);
     mNodes.push_back({mCosine * pose.centre.x + mSine * pose.centre.y, mCosine * pose.centre.y - mSine * pose.centre.x,
-                      pose.centre.z, middle.ahead, middle.across, atA - bow * a, bow,
-                      std::fmax(std::fabs(a), std::fabs(b))});
+                      pose.centre.z, middle.ahead, middle.across, atA - bow * a, bow, 0.0});
+    mReach = std::fmax(mReach, std::fmax(std::fabs(a), std::fabs(b)));
   }
   mForward = forward < 0.0 ? -1.0 : 1.0;
   mNodesPerMetre = 1.0 / (mSpeed * linesPerNode);
   mLinesPerUnit = mForward / (mChain.focalLength() * mSpeed);
   mHeight = height / static_cast<double>(mNodes.size());
+  setSpeeds();
+}
+
+// From the node before to the one after; a view that hardly goes on, or goes back, leads nowhere, and the mean speed
+// takes its place.
+void LineSearch::setSpeeds() {
+  auto const view = [&](Node const& node) { return node.along + mChain.usualDepth() * node.ahead; };
+  for (std::size_t i = 0; i < mNodes.size(); ++i) {
+    std::size_t const before = i - std::min<std::size_t>(i, 1);
+    std::size_t const after = std::min(i + 1, mNodes.size() - 1);
+    double const perMetre = static_cast<double>(after - before) / (view(mNodes[after]) - view(mNodes[before]));
+    bool const isUsual = perMetre > mNodesPerMetre / MOST_CHANGE && perMetre < mNodesPerMetre * MOST_CHANGE;
+    mNodes[i].nodesPerMetre = isUsual ? perMetre : mNodesPerMetre;
+  }
 }
 
 // The progress of the view over the ground from piece to piece, in lines at the mean speed, for three rays.
-void LineSearch::findOverlaps() {
+LineSearch::Overlaps LineSearch::findOverlaps(double depth) const {
   LineTable const& table = mChain.lines();
   double const firstSample = mChain.sensorLine().firstSample();
   double const lastSample = mChain.sensorLine().lastSample();
-  double const linesPerUnit = mLinesPerUnit * mDepth;
-  mOverlaps.assign(table.size() / linesPerOverlap + 1, 0.0);
+  double const linesPerUnit = mLinesPerUnit * depth;
+  Overlaps overlaps{depth, std::vector<double>(table.size() / linesPerOverlap + 1, 0.0)};
   std::vector<double> lines;
   for (double const sample : {firstSample, 0.5 * (firstSample + lastSample), lastSample}) {
     std::vector<double> progress;
@@ -94,7 +113,7 @@ void LineSearch::findOverlaps() {
       bool const isEnd = !(piece.last < table.lastLine());
       Piece const next = isEnd ? piece : mChain.next(piece);
       Pose const start = isEnd ? last : mChain.pose(next, next.first);
-      geo::XYZPoint const seen = atDepth(first, mChain.ray(first, sample), mDepth);
+      geo::XYZPoint const seen = atDepth(first, mChain.ray(first, sample), depth);
       // What the sensor line sees at the beginning of a piece lies after it, along the flight, at its end, and in a
       // step between two pieces.
       auto const behind = [&](Pose const& pose) {
@@ -112,12 +131,14 @@ void LineSearch::findOverlaps() {
       piece = next;
       first = start;
     }
-    addOverlap(lines, progress);
+    addOverlap(lines, progress, overlaps);
   }
+  return overlaps;
 }
 
 // For each place, how far before it the view was as far ahead already.
-void LineSearch::addOverlap(std::vector<double> const& lines, std::vector<double> const& progress) {
+void LineSearch::addOverlap(std::vector<double> const& lines, std::vector<double> const& progress,
+                            Overlaps& overlaps) const {
   std::vector<double> greatest;
   double most = -INFINITE;
   for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -125,8 +146,12 @@ void LineSearch::addOverlap(std::vector<double> const& lines, std::vector<double
     double const p = std::isnan(progress[i]) ? -INFINITE : progress[i];
     if (most > p + ROUNDING || std::isnan(progress[i])) {
       auto const since = std::upper_bound(greatest.begin(), greatest.end(), p + ROUNDING) - greatest.begin();
-      std::size_t const stretch = mChain.lines().intervalOf(lines[i]) / linesPerOverlap;
-      mOverlaps[stretch] = std::fmax(mOverlaps[stretch], lines[i] - lines[static_cast<std::size_t>(since)] + 1.0);
+      double const overlap = lines[i] - lines[static_cast<std::size_t>(since)] + 1.0;
+      double& longest = overlaps.lines[stretchOf(lines[i])];
+      longest = std::fmax(longest, overlap);
+      if (since == 0) {
+        overlaps.ofBegin = std::fmax(overlaps.ofBegin, overlap);
+      }
     }
     most = std::fmax(most, p);
     greatest.push_back(most);

@@ -8,6 +8,7 @@
 #include <geo/XYZPoint.h>
 
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 namespace kes::detail {
@@ -35,8 +36,9 @@ struct Found {
 ///
 /// Turbulence may swing the view back, so that it passes a position more than once. How far apart, in lines, the first
 /// and the last such passage can lie is known beforehand for each stretch of the flight, from rays at the ends and the
-/// middle of the sensor line down to twice the usual depth. Only where it isn't 0 are the lines before looked at, too;
-/// for deeper positions, all are.
+/// middle of the sensor line down to 2, 8 and 32 times the usual depth: what overlaps at a depth overlaps at all
+/// greater ones. Only where it isn't 0 are the lines before looked at, too; for positions below the greatest depth, all
+/// are.
 ///
 /// The result depends on nothing but the position: not on those before it, nor on the thread. In a run, the piece of
 /// the position before is tried first; that is done only where the view never goes back, and so leads to the same
@@ -58,8 +60,9 @@ private:
   // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
   static constexpr double leastDepth = 1e-3;
 
-  // The camera at every few lines: perspective centre along the flight, across and up, and how steeply it looks ahead
-  // at a tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line.
+  // The camera at every few lines: perspective centre along the flight, across and up; how steeply it looks ahead at a
+  // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line; and how fast the view of
+  // the middle passes over the ground.
   struct alignas(64) Node {
     double along;
     double across;
@@ -68,7 +71,7 @@ private:
     double tangent;
     double slope;
     double bow;
-    double reach;  // the greatest d
+    double nodesPerMetre;
   };
   struct Look {
     double ahead;
@@ -79,11 +82,19 @@ private:
   class Task;
 
   void makeNodes();
+  void setSpeeds();
   Look look(Pose const& pose, double sample) const;
-  void findOverlaps();
-  void addOverlap(std::vector<double> const& lines, std::vector<double> const& progress);
-  double overlapBefore(double line) const;
-  bool isUnambiguous(double line) const;
+  // How many lines before a stretch of the flight can have seen what it sees, down to a depth.
+  struct Overlaps {
+    double depth;
+    std::vector<double> lines;
+    double ofBegin = 0.0;  // how many lines from the first one on can see what is behind it
+  };
+  Overlaps findOverlaps(double depth) const;
+  void addOverlap(std::vector<double> const& lines, std::vector<double> const& progress, Overlaps& overlaps) const;
+  std::size_t stretchOf(double line) const { return mChain.lines().intervalOf(line) / linesPerOverlap; }
+  Overlaps const& overlapsAt(double depth) const;
+  double unambiguousDepth(double line) const;
   bool isWithinSensorLine(double sample) const {
     return sample >= mChain.sensorLine().firstSample() && sample <= mChain.sensorLine().lastSample();
   }
@@ -96,10 +107,11 @@ private:
   double mSpeed = 1.0;    // metres a line
   double mForward = 1.0;  // -1 when the focal x points against the flight
   double mHeight = 0.0;   // of the flight, its mean
-  double mDepth = 0.0;    // down to which overlaps are known
+  double mDepth = 0.0;    // the least down to which overlaps are known
   double mNodesPerMetre = 0.0;
-  double mLinesPerUnit = 0.0;     // of the focal plane, for each metre of depth
-  std::vector<double> mOverlaps;  // lines
+  double mReach = 0.0;              // the greatest d of a node
+  double mLinesPerUnit = 0.0;       // of the focal plane, for each metre of depth
+  std::vector<Overlaps> mOverlaps;  // by depth
 };
 
 /// Starts without anything; only what its keys say is kept.
@@ -109,9 +121,12 @@ public:
   Pose const& first(ViewChain const& chain, Piece const& piece) { return kept(mFirst, chain, piece, piece.first); }
   Pose const& last(ViewChain const& chain, Piece const& piece) { return kept(mLast, chain, piece, piece.last); }
 
-  /// The piece of the last position, where there is no doubt about the one that neighbours in it belong to.
+  /// How many poses were computed so far.
+  std::size_t computedPoses() const { return mComputed; }
+
+  /// The piece of the last position, and the depth down to which there is no doubt that its neighbours belong to it.
   Piece lastPiece;
-  bool hasLastPiece = false;
+  double lastPieceDepth = -std::numeric_limits<double>::infinity();
 
 private:
   static constexpr std::size_t size = 4;
@@ -121,18 +136,20 @@ private:
     std::size_t record;
     Pose pose;
   };
-  static Pose const& kept(Entry* entries, ViewChain const& chain, Piece const& piece, double line) {
+  Pose const& kept(Entry* entries, ViewChain const& chain, Piece const& piece, double line) {
     Entry& entry = entries[(piece.interval + piece.record) % size];
     if (entry.interval != piece.interval || entry.record != piece.record) {
       entry.interval = piece.interval;
       entry.record = piece.record;
       entry.pose = chain.pose(piece, line);
+      ++mComputed;
     }
     return entry.pose;
   }
 
   Entry mFirst[size];
   Entry mLast[size];
+  std::size_t mComputed = 0;
 };
 
 }  // namespace kes::detail

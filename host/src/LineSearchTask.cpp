@@ -99,9 +99,9 @@ double LineSearch::Task::guess() const {
     known = index;
     Node const& node = mSearch.mNodes[static_cast<std::size_t>(index)];
     double const depth = std::max(node.height - mGround.z, leastDepth * mSearch.mDepth);
-    double const d = limited((across - node.across) / depth - node.tangent, -node.reach, node.reach);
+    double const d = limited((across - node.across) / depth - node.tangent, -mSearch.mReach, mSearch.mReach);
     double const view = node.along + depth * (node.ahead + d * (node.slope + d * node.bow));
-    place = static_cast<double>(index) + (along - view) * mSearch.mNodesPerMetre;
+    place = static_cast<double>(index) + (along - view) * node.nodesPerMetre;
   }
   return clamped(mChain.lines().firstLine() + place * linesPerNode);
 }
@@ -124,7 +124,7 @@ LineSearch::Task::Ends LineSearch::Task::ends(Piece const& piece) const {
 // Neighbours mostly share a piece. Where no line before can have seen the position, and within the sensor line, for
 // which that is known, it is the very piece that the search would find.
 bool LineSearch::Task::passesInLastPiece() {
-  if (!mMemory.hasLastPiece || mDepth > mSearch.mDepth) {
+  if (!(mDepth <= mMemory.lastPieceDepth)) {
     return false;
   }
   mPiece = mMemory.lastPiece;
@@ -257,31 +257,42 @@ Found LineSearch::Task::run() {
     return nothing();
   }
   bool const hasPassage = findPassage(start);
-  double const overlap = mDepth <= mSearch.mDepth ? mSearch.overlapBefore(mPiece.first) : INFINITE;
+  Overlaps const& overlaps = mSearch.overlapsAt(mDepth);
+  double const overlap = overlaps.lines[mSearch.stretchOf(mPiece.first)];
   if (overlap > 0.0 || !hasPassage) {
     // Behind at the very beginning, a passage can still follow within what overlaps.
     Piece const last = hasPassage || mPiece.first > mChain.lines().firstLine()
                            ? mPiece
-                           : mChain.pieceAt(clamped(mPiece.first + overlap));
+                           : mChain.pieceAt(clamped(mPiece.first + overlaps.ofBegin));
     if (!findFirst(mPiece.first - overlap, last)) {
       return nothing();
     }
   }
-  mMemory.hasLastPiece = !mIsStep && mSearch.isUnambiguous(mPiece.first);
+  mMemory.lastPieceDepth = mIsStep ? -INFINITE : mSearch.unambiguousDepth(mPiece.first);
   mMemory.lastPiece = mPiece;
   return solve();
 }
 
-double LineSearch::overlapBefore(double line) const {
-  std::size_t const stretch = mChain.lines().intervalOf(line) / linesPerOverlap;
-  return mOverlaps[stretch];
+// Those known down to a depth.
+LineSearch::Overlaps const& LineSearch::overlapsAt(double depth) const {
+  return *std::find_if(mOverlaps.begin(), mOverlaps.end() - 1,
+                       [depth](Overlaps const& overlaps) { return depth <= overlaps.depth; });
 }
 
-bool LineSearch::isUnambiguous(double line) const {
-  std::size_t const stretch = mChain.lines().intervalOf(line) / linesPerOverlap;
-  std::size_t const first = stretch - std::min<std::size_t>(stretch, 1);
-  std::size_t const last = std::min(stretch + 1, mOverlaps.size() - 1);
-  return std::all_of(&mOverlaps[first], &mOverlaps[last] + 1, [](double overlap) { return overlap == 0.0; });
+// Down to which nothing overlaps, in the stretch of the line and in those beside it.
+double LineSearch::unambiguousDepth(double line) const {
+  std::size_t const stretch = stretchOf(line);
+  double depth = -INFINITE;
+  for (Overlaps const& overlaps : mOverlaps) {
+    auto const begin =
+        overlaps.lines.begin() + static_cast<std::ptrdiff_t>(stretch - std::min<std::size_t>(stretch, 1));
+    auto const end = overlaps.lines.begin() + static_cast<std::ptrdiff_t>(std::min(stretch + 2, overlaps.lines.size()));
+    if (std::any_of(begin, end, [](double lines) { return lines > 0.0; })) {
+      break;
+    }
+    depth = overlaps.depth;
+  }
+  return depth;
 }
 
 // The whole search is drawn into its entry.

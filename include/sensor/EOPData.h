@@ -134,6 +134,9 @@ public:
   void setAbsTime(TimeQuantity<std::uint32_t> const& time) { mAbsTime = time.value(); }
 
 private:
+  // Keeps what it looked up for as long as the revision stays.
+  friend class LineOrientation;
+
   static constexpr int EOP_VERSION_1 = 1;
   static constexpr int EOP_VERSION_2 = 2;
   static constexpr int EOP_VERSION_3 = 3;
@@ -144,6 +147,16 @@ private:
   struct Offsets {
     std::int32_t data;
     std::int32_t stdDevs;
+  };
+  // A number that no other state of any records has; a copy has the same records, and so the same number.
+  class Revision {
+  public:
+    Revision() { renew(); }
+    void renew();
+    std::uint64_t number() const { return mNumber; }
+
+  private:
+    std::uint64_t mNumber;
   };
 
   int readHeader(std::string const& fileName);
@@ -168,6 +181,7 @@ private:
   void extrapolate(EOP const& from, EOP const& to, EOP const& end, double span, double t, EOP& out) const;
 
   std::vector<EOP> mEops;
+  Revision mRevision;  // of all that `atGPS` depends on
   std::vector<StdDevs> mStdDevs;
   std::vector<bool> mCorrected;
   geo::XYZPoint mAnchorPoint;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <geo/XYPoint.h>
+#include <sensor/EOP.h>
 #include <sensor/TimeQuantity.h>
 #include <sensor/kessensor_export.h>
 
@@ -133,6 +134,14 @@ public:
                          std::string const& adjustedOrientation);
 
 private:
+  // Keeps the heading at the middle line, where searches for a line begin, when the data are loaded.
+  friend class LineOrientation;
+  struct KeptHeading {
+    std::uint64_t revision = 0;  // of the orientation that it was looked up in; 0 is none
+    double time = 0.0;           // GPS, seconds
+    EOP eop;
+  };
+
   void readAttributes(QDomElement const& element, std::string const& stripFolder);
   void findPointList(std::string const& stripFolder);
   std::string statsFilename() const;
@@ -152,6 +161,7 @@ private:
   TdiStage* mTdiData = nullptr;
   KESStripModelData* mParentStrip = nullptr;
   bool mDataLoaded = false;
+  KeptHeading mHeading;
 };
 
 }  // namespace sensor

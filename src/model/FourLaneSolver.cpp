@@ -49,9 +49,10 @@ void FourLaneOrientation::take(unsigned lane, FourLaneOrientation const& other) 
                                                    FourLaneOrientation& lanes) const {
   EOP eop = unknownOrientation();
   float lineCorrection = 0.0F;
-  mBand.orientation.computeOrientation(line, eop, lineCorrection);
   if (headingOnly) {
-    reduceToHeading(eop);
+    mBand.orientation.computeHeading(line, eop, lineCorrection);
+  } else {
+    mBand.orientation.computeOrientation(line, eop, lineCorrection);
   }
   lanes.set(lane, eop, lineCorrection * mBand.pixelSize);
 }

@@ -74,7 +74,9 @@ void KESStripModel::initialize(bool load) {
 
 void KESStripModel::computeImageScales() {
   for (int band = 0; band < numBands(); ++band) {
-    mData->img(band)->setScale(imageScale(band));
+    KESImage& image = *mData->img(band);
+    image.setScale(imageScale(band));
+    LineOrientation(image, *mData->eop()).keepHeading(image);
   }
 }
 

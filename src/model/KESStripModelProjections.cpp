@@ -14,7 +14,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <stdexcept>
+#include <typeinfo>
 
 // A projection is a chain of small functions from several folders, which together take some tens of nanoseconds; calls
 // between them would take a fifth of that again. `flatten` draws the whole chain into its entry.
@@ -37,6 +39,32 @@ float heightTolerance(float gsd, float factor, geo::coordSys const& system) {
   return gsd * factor / static_cast<float>(system.verticalUnits().getScale());
 }
 
+/// Cuts the ray of one image position at heights of the local system, as `imageToLsr` does. The ray is the same for all
+/// heights, so it is computed once; a model that is derived from the strip's may override the operation, and is asked.
+class RayCutter {
+public:
+  RayCutter(KESStripModel const& model, geo::XYPoint const& image, int band)
+      : mModel(model), mImage(image), mBand(band) {
+    if (typeid(model) == typeid(KESStripModel)) {
+      mRay = StripBand(*model.modelData(), band).lineOfSight(image);
+    }
+  }
+
+  void cut(float height, geo::XYZPoint& lsr) const {
+    if (mRay) {
+      mRay->cut(height, lsr);
+    } else {
+      mModel.imageToLsr(mImage, height, mBand, lsr);
+    }
+  }
+
+private:
+  KESStripModel const& mModel;
+  geo::XYPoint const& mImage;
+  int mBand;
+  std::optional<LineOfSight> mRay;
+};
+
 // The projection cuts a ray at an LSR height, while the wanted height is one of another system. Each cut is made at the
 // LSR height that the wanted height has at the place of the cut before, until the two heights agree. `wantedHeight`
 // returns the wanted height at a position of the system.
@@ -44,16 +72,18 @@ template <class WantedHeight>
 void cutAtHeight(KESStripModel const& model, geo::XYPoint const& image, int band, geo::coordSys const* system,
                  float start, float tolerance, int maxCuts, geo::XYZPoint& ground, WantedHeight wantedHeight) {
   geo::coordSys const* const lsrSystem = model.lsrSystem();
+  RayCutter const ray(model, image, band);
   float lsrHeight = start;
-  bool close = false;
-  for (int n = 0; n < maxCuts && !close; ++n) {
+  for (int n = 0; n < maxCuts; ++n) {
     geo::XYZPoint lsr;
-    model.imageToLsr(image, lsrHeight, band, lsr);
+    ray.cut(lsrHeight, lsr);
     geo::coordSys::transform(lsrSystem, system, lsr, ground);
     auto const height = static_cast<double>(wantedHeight(ground));
+    if (!(std::fabs(ground.z - height) > static_cast<double>(tolerance))) {
+      return;
+    }
     geo::coordSys::transform(system, lsrSystem, {ground.x, ground.y, height}, lsr);
     lsrHeight = static_cast<float>(lsr.z);
-    close = !(std::fabs(ground.z - height) > static_cast<double>(tolerance));
   }
 }
 

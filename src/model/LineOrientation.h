@@ -23,22 +23,35 @@ inline EOP unknownOrientation() {
   return eop;
 }
 
+/// Drops roll and pitch: a camera that looks straight down with the heading of the flight.
+inline void reduceToHeading(EOP& eop) {
+  kappaToQuaternion(static_cast<double>(kappaOf(eop)), eop);
+}
+
 /// The orientation of the camera at the lines of one image. A line correction, in lines, goes with it: a line with TDI
 /// is exposed around another time than its own, which the correction makes up for in the focal plane.
 class LineOrientation {
 public:
   LineOrientation(KESImage const& image, EOPData const& eop)
-      : mTime(*image.cameraTime()), mTdi(*image.tdiData()), mIntegrationTime(*image.integrationTime()), mEop(eop) {}
+      : mTime(*image.cameraTime()), mTdi(*image.tdiData()), mIntegrationTime(*image.integrationTime()), mEop(eop),
+        mKept(image.mHeading) {}
 
   /// The middle of the image, where the search for a line starts.
   float middleLine() const { return static_cast<float>(mTime.size()) * 0.5F; }
 
   /// At a fractional line. A look-up that fails leaves `eop` as it is.
   void computeOrientation(float line, EOP& eop, float& lineCorrection) const;
+  /// As `computeOrientation`, reduced to the heading. At the middle line, where all searches begin, it is kept: for as
+  /// long as the orientation's records and the line's time stay what they were when `keepHeading` was called.
+  void computeHeading(float line, EOP& eop, float& lineCorrection) const;
+  /// Keeps the heading at the middle line; the image is this object's own.
+  void keepHeading(KESImage& image) const;
   /// At a fractional line for a given number of TDI stages.
   void computeOrientation(float line, float tdi, EOP& eop, float& lineCorrection) const;
 
 private:
+  static constexpr float noTdi = 1.0F;
+
   void computeOrientationTdi(float line, EOP& eop, float& lineCorrection) const;
   void lookUp(float line, EOP& eop, float& lineCorrection) const;
   void blendAtStep(float line, float wholeLine, EOP& eop, float& lineCorrection) const;
@@ -47,10 +60,29 @@ private:
   TdiStage const& mTdi;
   IntegrationTime const& mIntegrationTime;
   EOPData const& mEop;
+  KESImage::KeptHeading const& mKept;
 };
 
+inline void LineOrientation::computeHeading(float line, EOP& eop, float& lineCorrection) const {
+  if (mKept.revision == mEop.mRevision.number() && mKept.time == mTime.gpsTime(line).value() &&
+      mTdi.at(line) == noTdi) {
+    eop = mKept.eop;
+    lineCorrection = 0.0F;
+    return;
+  }
+  computeOrientation(line, eop, lineCorrection);
+  reduceToHeading(eop);
+}
+
+inline void LineOrientation::keepHeading(KESImage& image) const {
+  float const line = middleLine();
+  float lineCorrection = 0.0F;
+  image.mHeading = {mEop.mRevision.number(), mTime.gpsTime(line).value(), unknownOrientation()};
+  lookUp(line, image.mHeading.eop, lineCorrection);
+  reduceToHeading(image.mHeading.eop);
+}
+
 inline void LineOrientation::computeOrientation(float line, EOP& eop, float& lineCorrection) const {
-  constexpr float noTdi = 1.0F;
   if (mTdi.at(line) == noTdi) {
     lookUp(line, eop, lineCorrection);
     return;
@@ -70,7 +102,7 @@ inline void LineOrientation::computeOrientation(float line, float tdi, EOP& eop,
 
 // The exposure of a line has its centre half a cycle less half the integration time after the line's own time.
 inline void LineOrientation::computeOrientationTdi(float line, EOP& eop, float& lineCorrection) const {
-  if (!(mTdi.at(line) > 1.0F)) {
+  if (!(mTdi.at(line) > noTdi)) {
     lookUp(line, eop, lineCorrection);
     return;
   }

@@ -127,11 +127,12 @@ private:
         std::fabs(mState.line) < solver::countableLines ? solver::squaredTolerance : solver::noSolution;
     mObserver.orientationAt(mState.line);
     mState.eop = unknownOrientation();
-    mBand.orientation.computeOrientation(mState.line, mState.eop, mState.lineCorrection);
     mState.headingOnly = mState.cold;
     mState.cold = false;
     if (mState.headingOnly) {
-      reduceToHeading(mState.eop);
+      mBand.orientation.computeHeading(mState.line, mState.eop, mState.lineCorrection);
+    } else {
+      mBand.orientation.computeOrientation(mState.line, mState.eop, mState.lineCorrection);
     }
     mState.axes = quaternionToRotation(mState.eop);
   }

@@ -14,10 +14,18 @@
 
 namespace sensor {
 
-/// Drops roll and pitch: a camera that looks straight down with the heading of the flight.
-inline void reduceToHeading(EOP& eop) {
-  kappaToQuaternion(static_cast<double>(kappaOf(eop)), eop);
-}
+/// A ray into the local system.
+struct LineOfSight {
+  geo::XYZPoint start;
+  geo::XYZPoint direction;
+
+  /// Where it meets the plane at a height.
+  void cut(float height, geo::XYZPoint& ground) const {
+    auto const z = static_cast<double>(height);
+    double const s = (z - start.z) / direction.z;
+    ground = {direction.x * s + start.x, direction.y * s + start.y, z};
+  }
+};
 
 /// All that the projections of one band read, looked up once per call, and the formulae of the ray through the focal
 /// plane.
@@ -39,11 +47,13 @@ public:
   template <class... Tdi>
   void imageToLsr(geo::XYPoint const& imagePoint, float height, geo::XYZPoint& ground, Tdi... tdi) const;
 
-  /// The ray through a focal position, cut with the plane at the height. The line correction acts in the focal plane,
-  /// along the flight.
-  void focalToLSR(geo::XYPoint const& focal, EOP const& eop, float lineCorrection, float height,
-                  geo::XYZPoint& ground) const;
-  /// The undoing of `focalToLSR` with the orientation of a line, or with its heading alone.
+  /// The ray through an image position.
+  template <class... Tdi>
+  LineOfSight lineOfSight(geo::XYPoint const& imagePoint, Tdi... tdi) const;
+
+  /// The ray through a focal position. The line correction acts in the focal plane, along the flight.
+  LineOfSight focalLineOfSight(geo::XYPoint const& focal, EOP const& eop, float lineCorrection) const;
+  /// The undoing of `focalLineOfSight` with the orientation of a line, or with its heading alone.
   void lsrToFocal(geo::XYZPoint const& ground, float line, geo::XYPoint& focal, bool headingOnly) const;
 
   KESImage const& image;
@@ -63,16 +73,20 @@ private:
 template <class... Tdi>
 inline void StripBand::imageToLsr(geo::XYPoint const& imagePoint, float height, geo::XYZPoint& ground,
                                   Tdi... tdi) const {
+  lineOfSight(imagePoint, tdi...).cut(height, ground);
+}
+
+template <class... Tdi>
+inline LineOfSight StripBand::lineOfSight(geo::XYPoint const& imagePoint, Tdi... tdi) const {
   geo::XYPoint focal;
   calibration.imageToFocal(imagePoint, offset, focal);
   EOP eop = unknownOrientation();
   float lineCorrection = 0.0F;
   orientation.computeOrientation(static_cast<float>(imagePoint.y), tdi..., eop, lineCorrection);
-  focalToLSR(focal, eop, lineCorrection, height, ground);
+  return focalLineOfSight(focal, eop, lineCorrection);
 }
 
-inline void StripBand::focalToLSR(geo::XYPoint const& focal, EOP const& eop, float lineCorrection, float height,
-                                  geo::XYZPoint& ground) const {
+inline LineOfSight StripBand::focalLineOfSight(geo::XYPoint const& focal, EOP const& eop, float lineCorrection) const {
   auto const f = static_cast<double>(focalLength);
   auto const [alongFlight, alongLine, up] = quaternionToRotation(eop);
   double const x = focal.x + shift(lineCorrection);
@@ -80,9 +94,7 @@ inline void StripBand::focalToLSR(geo::XYPoint const& focal, EOP const& eop, flo
   double const vx = y * alongLine.x + x * alongFlight.x - f * up.x;
   double const vy = y * alongLine.y + x * alongFlight.y - f * up.y;
   double const vz = y * alongLine.z + x * alongFlight.z - f * up.z;
-  auto const z = static_cast<double>(height);
-  double const s = (z - eop.z) / vz;
-  ground = {vx * s + eop.x, vy * s + eop.y, z};
+  return {{eop.x, eop.y, eop.z}, {vx, vy, vz}};
 }
 
 // The transpose of the rotation turns the ray back, and the correction is taken off.
@@ -90,9 +102,10 @@ inline void StripBand::lsrToFocal(geo::XYZPoint const& ground, float line, geo::
                                   bool headingOnly) const {
   EOP eop = unknownOrientation();
   float lineCorrection = 0.0F;
-  orientation.computeOrientation(line, eop, lineCorrection);
   if (headingOnly) {
-    reduceToHeading(eop);
+    orientation.computeHeading(line, eop, lineCorrection);
+  } else {
+    orientation.computeOrientation(line, eop, lineCorrection);
   }
   CameraAxes<double> const axes = quaternionToRotation(eop);
   double const dx = ground.x - eop.x;

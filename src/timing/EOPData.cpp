@@ -7,6 +7,7 @@
 #include <sensor/EOPData.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 
 namespace sensor {
@@ -67,6 +68,11 @@ bool isAfter(double t, EOP const& record) {
 }
 
 }  // namespace
+
+void EOPData::Revision::renew() {
+  static std::atomic<std::uint64_t> last{0};
+  mNumber = ++last;
+}
 
 EOPData::EOPData(std::string const& fileName, bool const& loadData, bool const& loadStdDevs) {
   if (!fileName.empty()) {
@@ -238,6 +244,7 @@ bool EOPData::isAscending(int first, int last) const {
 }
 
 void EOPData::addEOP(EOP const& eop) {
+  mRevision.renew();
   if (mLoadFailed) {
     mEops.clear();
     mLoadFailed = false;
@@ -249,6 +256,7 @@ void EOPData::addEOP(EOP const& eop) {
 }
 
 void EOPData::recomputeFrequency() {
+  mRevision.renew();
   if (hasRecord(1)) {
     mFrequency = 1.0 / (mEops[1].gpsTime - mEops[0].gpsTime);
   }
@@ -258,6 +266,7 @@ bool EOPData::setEOP(int i, EOP const& eop) {
   if (!hasRecord(i)) {
     return false;
   }
+  mRevision.renew();
   mEops[static_cast<std::size_t>(i)] = eop;
   mAscending = mAscending && isAscending(i - 1, i + 1);
   return true;
@@ -274,6 +283,7 @@ bool EOPData::takeChange(int i) {
     return false;
   }
   mCorrected[static_cast<std::size_t>(i)] = true;
+  mRevision.renew();
   return true;
 }
 

@@ -194,6 +194,7 @@ bool readStdDevs(InputFile& file, std::int64_t offset, std::int64_t promised,
 }  // namespace
 
 void EOPData::read(std::string const& fileName, bool const& load, bool const& loadStdDevs) {
+  mRevision.renew();
   mHeaderNumSets = readHeader(fileName);
   mFileName = fileName;
   if (load) {
@@ -289,6 +290,7 @@ void EOPData::loadData(bool const& loadStdDevs) {
 
 // Until records are there the store has none.
 void EOPData::dropRecords() {
+  mRevision.renew();
   mEops.clear();
   mNumSets = 0;
   mLoadFailed = true;

@@ -223,11 +223,12 @@ std::vector<geo::XYPoint> imagePositions(kes::Band const& band, unsigned seed) {
   return image;
 }
 
-/// On the ground, and so near to the camera that one secant isn't enough.
+/// On the ground, far below it, and so near to the camera that one secant isn't enough.
 std::vector<geo::XYZPoint> groundPositions(Prepared const& prepared, unsigned seed) {
   auto const image = imagePositions(prepared.band, seed);
   std::vector<geo::XYZPoint> ground = test::toGround(prepared.band, image, test::atHeight(seed % 7 * 30.0)).points;
-  for (double const below : {0.3, 1.0, 3.0, 10.0, 30.0}) {
+  double const usual = prepared.chain.usualDepth();
+  for (double const below : {0.3, 1.0, 3.0, 10.0, 30.0, 3.0 * usual, 7.0 * usual, 20.0 * usual, 40.0 * usual}) {
     auto const close =
         test::toGround(prepared.band, image, test::atHeight(prepared.tables.flyingHeight - below)).points;
     ground.insert(ground.end(), close.begin(), close.begin() + 10);
@@ -264,7 +265,7 @@ TEST_P(Lanes, FindNearlyAllPositionsWhereTheViewNeverGoesBack) {
     std::vector<geo::XYZPoint> ground;
     for (geo::XYPoint const& image : test::imagePoints(prepared.band, seed, 300)) {
       std::size_t const line = prepared.chain.lines().intervalOf(image.y);
-      bool const goesBack = prepared.tables.rows[prepared.tables.starts[line]].greatestDepth < 0.0;
+      bool const goesBack = prepared.tables.rows[prepared.tables.firstRow(line)].greatestDepth < 0.0;
       if (!goesBack && image.x > 0.0 && image.x < prepared.band.samples() - 1.0) {
         ground.push_back(prepared.band.toGround(image, test::atHeight(HEIGHT)).position);
       }

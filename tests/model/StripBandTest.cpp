@@ -35,7 +35,7 @@ TEST_F(StripBand, LineCorrectionTimesPixelSizeIsRoundedBeforeItIsAdded) {
   eop.q0 = 1.0F;
   eop.z = static_cast<double>(band.focalLength);
   geo::XYZPoint ground;
-  band.focalToLSR({0.0, 0.0}, eop, correction, 0.0F, ground);
+  band.focalLineOfSight({0.0, 0.0}, eop, correction).cut(0.0F, ground);
   EXPECT_EQ(ground.x, static_cast<double>(band.pixelSize * correction));
 }
 
