@@ -9,6 +9,7 @@
 #include <cmath>
 #include <exception>
 #include <limits>
+#include <numeric>
 #include <stdexcept>
 #include <utility>
 
@@ -17,7 +18,7 @@ namespace kesgdal {
 namespace {
 
 constexpr double halfPixel = 0.5;
-constexpr std::size_t lanes = 4;
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 GeoTransform inverted(GeoTransform const& t) {
   double const determinant = t[1] * t[5] - t[2] * t[4];
@@ -40,22 +41,11 @@ bool isRow(std::size_t count, double const* x, double const* y) {
 
 }  // namespace
 
-PixelRange PixelRange::nothing() {
-  constexpr double infinity = std::numeric_limits<double>::infinity();
-  return {infinity, infinity, -infinity, -infinity};
-}
-
-void PixelRange::add(double x, double y) {
-  left = std::min(left, x);
-  right = std::max(right, x);
-  top = std::min(top, y);
-  bottom = std::max(bottom, y);
-}
-
 SharedProjection::SharedProjection(kes::Band const& ofBand, kes::CoordinateSystem const& ofMap,
-                                   kes::Surface const& source, GeoTransform const& geoTransform, double around)
-    : band(ofBand), map(ofMap), surface(source), raster(geoTransform), inverse(inverted(geoTransform)), margin(around),
-      width(band.samples()), height(band.lines()), reach(band, around), positions(band, map, surface) {}
+                                   kes::Surface const& source, GeoTransform const& geoTransform, double around,
+                                   std::optional<kes::Surface::HeightRange> const& range)
+    : band(ofBand), map(ofMap), surface(source), raster(geoTransform), inverse(inverted(geoTransform)), heights(range),
+      margin(around), width(band.samples()), height(band.lines()), reach(band, around), positions(band, map, surface) {}
 
 BandProjection::BandProjection(std::shared_ptr<SharedProjection const> shared, double ratioX, double ratioY)
     : mShared(std::move(shared)), mRatioX(ratioX), mRatioY(ratioY) {}
@@ -64,33 +54,14 @@ BandProjection BandProjection::similar(double ratioX, double ratioY) const {
   return BandProjection(mShared, mRatioX * ratioX, mRatioY * ratioY);
 }
 
-void BandProjection::keepDistances(PixelBox const& box, std::vector<float>* distances) {
-  mBox = box;
-  mDistances = distances;
-  if (distances != nullptr) {
-    distances->assign(box.size(), std::numeric_limits<float>::infinity());
-  }
-}
-
-// The pixels from a position of the raster on, which has its column and row.
-void BandProjection::keepRow(double column, double row, std::size_t count, double const* imageX, int const* success) {
-  auto const left = static_cast<std::ptrdiff_t>(std::floor(column)) - mBox.left;
-  auto const top = static_cast<std::ptrdiff_t>(std::floor(row)) - mBox.top;
-  std::ptrdiff_t const first = top * mBox.columns + left;
-  if (first < 0 || static_cast<std::size_t>(first) + count > mDistances->size()) {
-    return;
-  }
-  double const middle = 0.5 * mShared->width / mRatioX;
-  for (std::size_t i = 0; i < count; ++i) {
-    (*mDistances)[static_cast<std::size_t>(first) + i] =
-        success[i] != 0 ? static_cast<float>(std::abs(imageX[i] - middle)) : std::numeric_limits<float>::infinity();
-  }
-}
-
 void BandProjection::toImage(std::size_t count, double* x, double* y, int* success) {
-  double const column = count > 0 ? x[0] : 0.0;
-  double const row = count > 0 ? y[0] : 0.0;
-  projectToImage(count, x, y);
+  projectToImage(count, x, y, [&] {
+    if (isRow(count, x, y)) {
+      mShared->positions.rowToLocal(x, mGround, mBuffers);
+    } else {
+      mShared->positions.toLocal(mGround, mBuffers);
+    }
+  });
   std::fill_n(x, count, HUGE_VAL);
   std::fill_n(y, count, HUGE_VAL);
   std::fill_n(success, count, 0);
@@ -98,13 +69,39 @@ void BandProjection::toImage(std::size_t count, double* x, double* y, int* succe
     std::size_t const i = mIndices[k];
     success[i] = store(mImage[k], x[i], y[i]) ? 1 : 0;
   }
-  if (mDistances != nullptr) {
-    keepRow(column, row, count, x, success);
+}
+
+bool BandProjection::mayBeSeen(int left, int top, int columns, int rows) {
+  auto const row = [&](double y) -> SurfacePositions::Row {
+    double const first = left + halfPixel;
+    double const last = left + columns - halfPixel;
+    GeoTransform const& raster = mShared->raster;
+    return {{applied(raster, 0, first, y), applied(raster, 1, first, y), 0.0},
+            {applied(raster, 0, last, y), applied(raster, 1, last, y), 0.0}};
+  };
+  return !mShared->heights || mShared->positions.exclude(row(top + halfPixel), row(top + rows - halfPixel),
+                                                         mShared->reach, *mShared->heights, mBuffers);
+}
+
+void BandProjection::addSights(int left, int row, int columns, std::vector<Sight>& sights) {
+  auto const count = static_cast<std::size_t>(columns);
+  mColumns.resize(count);
+  std::iota(mColumns.begin(), mColumns.end(), left + halfPixel);
+  mRows.assign(count, row + halfPixel);
+  projectToImage(count, mColumns.data(), mRows.data(),
+                 [&] { mShared->positions.rowToLocal(mColumns.data(), mGround, mBuffers); });
+  for (std::size_t k = 0; k < mIndices.size(); ++k) {
+    double const x = mImage[k].x + halfPixel;
+    double const y = mImage[k].y + halfPixel;
+    if (x >= 0.0 && x < mShared->width && y >= 0.0 && y < mShared->height) {
+      sights.push_back({static_cast<int>(mIndices[k]), x, y});
+    }
   }
 }
 
-// Nothing is found any more once the surface couldn't be read: what is in vain then ends soon.
-void BandProjection::projectToImage(std::size_t count, double const* x, double const* y) {
+// `toLocal` replaces `mGround`. Nothing is found any more once the surface couldn't be read: what is in vain then ends soon.
+template <class ToLocal>
+void BandProjection::projectToImage(std::size_t count, double const* x, double const* y, ToLocal const& toLocal) {
   mIndices.clear();
   if (mShared->failure.any()) {
     return;
@@ -114,11 +111,7 @@ void BandProjection::projectToImage(std::size_t count, double const* x, double c
     mGround[i] = {applied(mShared->raster, 0, x[i], y[i]), applied(mShared->raster, 1, x[i], y[i]), 0.0};
   }
   try {
-    if (isRow(count, x, y)) {
-      mShared->positions.rowToLocal(x, mGround, mBuffers);
-    } else {
-      mShared->positions.toLocal(mGround, mBuffers);
-    }
+    toLocal();
   } catch (std::exception const&) {
     mShared->failure.keep(std::current_exception());
     return;
@@ -128,47 +121,55 @@ void BandProjection::projectToImage(std::size_t count, double const* x, double c
 }
 
 void BandProjection::gatherReached() {
+  constexpr geo::XYZPoint unsolvable(nan, nan, nan);
   mReached.clear();
   mIndices.clear();
+  mHasDeep = false;
   for (std::size_t i = 0; i < mGround.size(); ++i) {
-    if (!std::isfinite(mGround[i].z)) {
-      ++mHoles;
-    } else if (mShared->reach.contains(mGround[i])) {
-      mReached.push_back(mGround[i]);
+    if (std::isfinite(mGround[i].z) && mShared->reach.contains(mGround[i])) {
+      bool const isDeep = mShared->reach.isBelow(mGround[i]);
+      mReached.push_back(isDeep ? unsolvable : mGround[i]);
       mIndices.push_back(i);
+      mHasDeep = mHasDeep || isDeep;
     }
   }
 }
 
-// By the library's own form: the front door has no lines beyond `kes::Band::lineMargin`, of which a coarse orthophoto
-// needs more.
+// Precisely. By the library's own form where a line lies beyond `kes::Band::lineMargin`, and in depths in which the
+// precise search looks through all lines.
 void BandProjection::solve() {
-  sensor::KESStripModel const& strip = mShared->band.model();
-  int const band = mShared->band.index();
-  if (mReached.empty()) {
-    return;
-  }
-  if (strip.sseEnabled()) {
-    mReached.resize((mReached.size() + lanes - 1) / lanes * lanes, mReached.back());
-  }
   mImage.resize(mReached.size());
-  if (strip.sseEnabled()) {
-    strip.lsrToImageSSE(mReached, band, mImage);
-  } else {
-    strip.lsrToImage(mReached, band, mImage);
+  mStatus.resize(mReached.size());
+  mShared->band.toImage(mReached, {}, mImage, mStatus);
+  if (mHasDeep || mShared->margin > kes::Band::lineMargin) {
+    solveRest();
+  }
+}
+
+// A position in lines that were searched precisely, and without success, is none.
+void BandProjection::solveRest() {
+  constexpr geo::XYPoint nowhere(nan, nan);
+  sensor::KESStripModel const& strip = mShared->band.model();
+  auto const isFarAway = [&](double line) {
+    return line < -kes::Band::lineMargin || line > mShared->height - 1.0 + kes::Band::lineMargin;
+  };
+  for (std::size_t k = 0; k < mReached.size(); ++k) {
+    if (!kes::hasResult(mStatus[k])) {
+      geo::XYZPoint const& local = mGround[mIndices[k]];
+      geo::XYPoint image;
+      strip.lsrToImage(local, mShared->band.index(), image);
+      mImage[k] = mShared->reach.isBelow(local) || isFarAway(image.y) ? image : nowhere;
+    }
   }
 }
 
 // Whether the position is one of the image or its margin.
-bool BandProjection::store(geo::XYPoint const& image, double& x, double& y) {
+bool BandProjection::store(geo::XYPoint const& image, double& x, double& y) const {
   double const column = image.x + halfPixel;
   double const row = image.y + halfPixel;
   double const margin = mShared->margin;
   if (!(column >= -margin && column <= mShared->width + margin && row >= -margin && row <= mShared->height + margin)) {
     return false;
-  }
-  if (column >= 0.0 && column <= mShared->width && row >= 0.0 && row <= mShared->height) {
-    mSeen.add(column, row);
   }
   x = column / mRatioX;
   y = row / mRatioY;

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "FirstFailure.h"
-#include "PixelBox.h"
 #include "StripReach.h"
 #include "SurfacePositions.h"
 
@@ -17,27 +16,17 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace kesgdal {
-
-/// Pixels of an image: positions from the outer corner of the first one on.
-struct PixelRange {
-  double left;
-  double top;
-  double right;
-  double bottom;
-
-  static PixelRange nothing();
-  bool isEmpty() const { return !(left <= right); }
-  void add(double x, double y);
-};
 
 /// What the copies of a transformer share; nothing in it changes but for the failure.
 struct SharedProjection {
   /// Throws as the constructor of `OrthoTransformer`.
   SharedProjection(kes::Band const& ofBand, kes::CoordinateSystem const& ofMap, kes::Surface const& source,
-                   GeoTransform const& geoTransform, double around);
+                   GeoTransform const& geoTransform, double around,
+                   std::optional<kes::Surface::HeightRange> const& range = {});
 
   kes::Band band;
   kes::CoordinateSystem map;
@@ -45,11 +34,19 @@ struct SharedProjection {
   mutable FirstFailure failure;
   GeoTransform raster;
   GeoTransform inverse;
+  std::optional<kes::Surface::HeightRange> heights;  // between which all of the surface's lie, where that is known
   double margin;
   double width;
   double height;
   StripReach reach;
   SurfacePositions positions;
+};
+
+/// A pixel of a row of the raster whose centre is seen on a pixel of the image, at x and y.
+struct Sight {
+  int column;  // from the row's first
+  double x;
+  double y;
 };
 
 /// Projects between a raster on the map and the image of a band, in GDAL's pixels, for one thread.
@@ -62,37 +59,33 @@ public:
 
   /// Replaces positions; those that have none in the other become HUGE_VAL, with `success` 0.
   void toImage(std::size_t count, double* x, double* y, int* success);
+  /// Prepares for some rows: returns false if none of their pixels is seen.
+  bool mayBeSeen(int left, int top, int columns, int rows);
+  /// Appends the pixels of a row of the raster, from `left` on, that are seen in the image, which has its full size.
+  void addSights(int left, int row, int columns, std::vector<Sight>& sights);
   void toRaster(std::size_t count, double* x, double* y, int* success);
 
   void rethrowFailure() const { mShared->failure.rethrow(); }
-  /// Around all that `toImage` found on the image's pixels since the range was last forgotten.
-  PixelRange const& seen() const { return mSeen; }
-  void forgetSeen() { mSeen = PixelRange::nothing(); }
-  /// How many positions `toImage` was asked for so far where the surface has no height.
-  std::size_t holes() const { return mHoles; }
-  /// For each pixel of a box that is projected row by row: how far from the middle of the image's line it was found, in
-  /// samples; infinity where it has no place in the image. Kept from now on until `distances` is null.
-  void keepDistances(PixelBox const& box, std::vector<float>* distances);
 
 private:
-  void projectToImage(std::size_t count, double const* x, double const* y);
+  template <class ToLocal>
+  void projectToImage(std::size_t count, double const* x, double const* y, ToLocal const& toLocal);
   void gatherReached();
   void solve();
-  bool store(geo::XYPoint const& image, double& x, double& y);
-  void keepRow(double column, double row, std::size_t count, double const* imageX, int const* success);
+  void solveRest();
+  bool store(geo::XYPoint const& image, double& x, double& y) const;
 
   std::shared_ptr<SharedProjection const> mShared;
   double mRatioX;
   double mRatioY;
-  PixelRange mSeen = PixelRange::nothing();
-  std::size_t mHoles = 0;
-  std::vector<float>* mDistances = nullptr;
-  PixelBox mBox{};
   // Of one call: ground positions, then those within reach, with their indices, and where they are in the image.
+  std::vector<double> mColumns;
+  std::vector<double> mRows;
   std::vector<geo::XYZPoint> mGround;
   SurfacePositions::Buffers mBuffers;
   std::vector<geo::XYZPoint> mReached;
   std::vector<std::size_t> mIndices;
+  bool mHasDeep = false;
   std::vector<geo::XYPoint> mImage;
   std::vector<kes::Status> mStatus;
 };

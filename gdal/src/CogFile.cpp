@@ -72,7 +72,7 @@ void writeCog(files::WorkFolder const& folder, std::string const& name, OrthoCon
     std::rethrow_exception(guarded.failure);
   }
   require(created, "unknown reason");
-  std::string const flaw = flawOf(folder / cogName, content);
+  std::string const flaw = flawOf(folder / cogName, content, threads);
   require(flaw.empty(), flaw.c_str());
 }
 

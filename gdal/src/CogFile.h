@@ -28,10 +28,9 @@ void writeCog(files::WorkFolder const& folder, std::string const& name, OrthoCon
 
 /// Reads a finished Cloud Optimized GeoTIFF again and compares it with what was meant to be in it: size, place, type,
 /// the bands' names, the value for no data, and every pixel; and each pixel of the overviews with the range of those it
-/// is the mean of. Returns what is wrong, or an empty text. What GDAL reports besides goes to the thread's handler of
-/// errors.
+/// is the mean of. Returns what is wrong, first of all what GDAL reports, or an empty text.
 ///
-/// Memory: a tile of each band, and some megabytes.
-std::string flawOf(std::string const& cogName, OrthoContent const& content);
+/// Memory: some megabytes to a thread, and GDAL's cache.
+std::string flawOf(std::string const& cogName, OrthoContent const& content, int threads);
 
 }  // namespace kesgdal

@@ -6,11 +6,13 @@
 #include "BoxWarper.h"
 #include "OrthoMosaic.h"
 
+#include <dsm/RasterElevationSource.h>
 #include <kes/Parallel.h>
 
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace kesgdal {
 
@@ -20,8 +22,12 @@ constexpr int greatestSide = 1024;
 constexpr int leastSide = 16;  // that of the smallest tile of a TIFF
 // Pixels of an image along a box's side.
 constexpr double greatestSourceSide = 4096.0;
+// Pixels around an image for which positions are solved: enough for what jitter and the camera's distortion have beyond
+// the lines of sight of the image's edges, by which a box is recognized that sees none of it.
+constexpr double margin = 64.0;
 
-// The boxes of a grid that meet a part of it.
+// The boxes of a grid that meet a part of it, in rows along the shorter side of the part: those of one row see a short
+// piece of a strip that runs along the other.
 class Boxes {
 public:
   Boxes(OrthoGrid const& grid, int side, PixelBox const& part)
@@ -31,8 +37,9 @@ public:
   std::size_t size() const { return mColumns * mRows; }
 
   PixelBox operator[](std::size_t index) const {
-    int const left = (mLeft + static_cast<int>(index % mColumns)) * mSide;
-    int const top = (mTop + static_cast<int>(index / mColumns)) * mSide;
+    bool const isWide = mColumns > mRows;
+    int const left = (mLeft + static_cast<int>(isWide ? index / mRows : index % mColumns)) * mSide;
+    int const top = (mTop + static_cast<int>(isWide ? index % mRows : index / mColumns)) * mSide;
     return {left, top, std::min(mSide, mGrid.columns() - left), std::min(mSide, mGrid.rows() - top)};
   }
 
@@ -78,6 +85,15 @@ private:
   bool mHasSeen = false;
 };
 
+// The range of the surface's heights, unless reading it would take longer than what it saves: the time for pixels that
+// are far from the image whatever their height is.
+std::optional<kes::Surface::HeightRange> heightsIfKnownSoon(kes::Surface const& surface, PixelBox const& part) {
+  auto const* const raster = dynamic_cast<dsm::RasterElevationSource const*>(&surface.platform());
+  bool const isSoon = raster == nullptr || static_cast<double>(raster->grid().columns) * raster->grid().rows <=
+                                               static_cast<double>(part.size());
+  return isSoon ? surface.heightRange() : std::nullopt;
+}
+
 }  // namespace
 
 int boxSide(kes::Band const& band, OrthoPlan const& plan) {
@@ -93,12 +109,13 @@ bool warpBand(kes::Band const& band, OrthoWork const& work, PixelBox const& part
               Progress const& progress) {
   OrthoFormat const& format = work.mosaic.format();
   WarpSetup const setup(band, work.plan, format.type, work.mosaic.isOfSeveralStrips());
-  BandProjection const projection(std::make_shared<SharedProjection const>(band, work.map, work.surface,
-                                                                           format.grid.geoTransform(), setup.margin()));
+  BandProjection const projection(std::make_shared<SharedProjection const>(
+      band, work.map, work.surface, format.grid.geoTransform(), margin, heightsIfKnownSoon(work.surface, part)));
+  SourceTiles image((SourceImage(band)));
   Boxes const boxes(format.grid, format.boxSide, part);
   Collector collector(boxes, work.mosaic, mosaicBand, progress);
   kes::forEachIndexByWorkers(boxes.size(), work.plan.threads, [&]() -> kes::Worker {
-    auto const warper = std::make_shared<BoxWarper>(setup, SourceImage(band), projection.similar(1.0, 1.0));
+    auto const warper = std::make_shared<BoxWarper>(setup, image, projection);
     auto const warped = std::make_shared<WarpedPixels>();
     return [&, warper, warped](std::size_t i) {
       bool const seen = warper->warp(boxes[i], *warped);

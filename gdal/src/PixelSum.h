@@ -21,6 +21,8 @@ public:
 
   /// The pixels of a box, row by row.
   void add(PixelBox const& box, void const* pixels) { mSum += sumOf(box, pixels); }
+  /// What another one of the same band has summed up.
+  void add(PixelSum const& other) { mSum += other.mSum; }
   void remove(PixelBox const& box, void const* pixels) { mSum -= sumOf(box, pixels); }
 
   bool operator==(PixelSum const& other) const { return mSum == other.mSum; }

@@ -6,6 +6,7 @@
 #include <geo/XYPoint.h>
 #include <sensor/KESStripModel.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace kesgdal {
@@ -29,8 +30,10 @@ StripReach::StripReach(kes::Band const& band, double margin) {
   mBottom = static_cast<double>(static_cast<float>(terrain + bottomPart * flight));
   mHeight = static_cast<double>(static_cast<float>(terrain + topPart * flight)) - mBottom;
   auto const azimuth = static_cast<double>(strip.flightAzimuth());
-  mCosine = std::sin(azimuth);
-  mSine = std::cos(azimuth);
+  mAcross.x = -std::cos(azimuth);
+  mAcross.y = std::sin(azimuth);
+  mAlongFirst = acrossLine(band, 0.0);
+  mAlongLast = acrossLine(band, band.lines() - 1.0);
   double const around = margin + slack;
   double const lastSample = band.samples() - 1.0 + around;
   double const lastLine = band.lines() - 1.0 + around;
@@ -44,15 +47,42 @@ StripReach::StripReach(kes::Band const& band, double margin) {
   }
 }
 
+bool StripReach::excludes(std::span<geo::XYZPoint const> corners) const {
+  auto const part = [&](geo::XYZPoint const& local) { return (local.z - mBottom) / mHeight; };
+  auto const all = [&](auto const& test) { return std::all_of(corners.begin(), corners.end(), test); };
+  if (!all([&](geo::XYZPoint const& local) { return part(local) >= 0.0 && part(local) <= 1.0; })) {
+    return false;
+  }
+  for (Limits const* const limits : {&mAcross, &mAlongFirst, &mAlongLast}) {
+    if (all([&](geo::XYZPoint const& local) { return limits->isBefore(local, part(local)); }) ||
+        all([&](geo::XYZPoint const& local) { return limits->isAfter(local, part(local)); })) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The direction across what a line sees at the bottom.
+StripReach::Limits StripReach::acrossLine(kes::Band const& band, double line) const {
+  geo::XYZPoint first;
+  geo::XYZPoint last;
+  band.model().imageToLsr({0.0, line}, static_cast<float>(mBottom), band.index(), first);
+  band.model().imageToLsr({band.samples() - 1.0, line}, static_cast<float>(mBottom), band.index(), last);
+  Limits limits;
+  limits.x = first.y - last.y;
+  limits.y = last.x - first.x;
+  return limits;
+}
+
 void StripReach::add(kes::Band const& band, double sample, double line) {
-  sensor::KESStripModel const& strip = band.model();
-  geo::XYZPoint local;
-  strip.imageToLsr({sample, line}, static_cast<float>(mBottom), band.index(), local);
-  mAlong.bottom.add(mCosine * local.x + mSine * local.y);
-  mAcross.bottom.add(mCosine * local.y - mSine * local.x);
-  strip.imageToLsr({sample, line}, static_cast<float>(mBottom + mHeight), band.index(), local);
-  mAlong.top.add(mCosine * local.x + mSine * local.y);
-  mAcross.top.add(mCosine * local.y - mSine * local.x);
+  geo::XYZPoint bottom;
+  geo::XYZPoint top;
+  band.model().imageToLsr({sample, line}, static_cast<float>(mBottom), band.index(), bottom);
+  band.model().imageToLsr({sample, line}, static_cast<float>(mBottom + mHeight), band.index(), top);
+  for (Limits* const limits : {&mAcross, &mAlongFirst, &mAlongLast}) {
+    limits->bottom.add(limits->at(bottom));
+    limits->top.add(limits->at(top));
+  }
 }
 
 }  // namespace kesgdal

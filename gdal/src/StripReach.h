@@ -7,13 +7,15 @@
 #include <kes/Band.h>
 
 #include <limits>
+#include <span>
 
 namespace kesgdal {
 
 /// Where the lines of sight of a band can come: a quick test that saves the solver the ground it would search in vain.
 ///
-/// In the strip's local system, along the flight and across it, all lines of sight of the image's outer edges lie
-/// within a box at each height. A line of sight is straight, so the least of all positions along an axis is a concave
+/// In the strip's local system, all lines of sight of the image's outer edges lie, at each height, between two limits
+/// across the flight, and between two others across its first line and across its last one, which a camera that is
+/// turned against its flight has askew. A line of sight is straight, so the least of all positions along an axis is a concave
 /// function of the height: the chord between two heights lies on the safe side of it between these.
 class StripReach {
 public:
@@ -26,10 +28,12 @@ public:
     if (part < 0.0 || part > 1.0) {
       return true;  // nothing is known
     }
-    double const along = mCosine * local.x + mSine * local.y;
-    double const across = mCosine * local.y - mSine * local.x;
-    return mAlong.contains(along, part) && mAcross.contains(across, part);
+    return mAcross.contains(local, part) && mAlongFirst.contains(local, part) && mAlongLast.contains(local, part);
   }
+  /// Whether nothing comes to the hull of some positions: all of them lie beyond the same limit.
+  bool excludes(std::span<geo::XYZPoint const> corners) const;
+  /// Whether a position is so deep that nothing is known of it: as far below the mean terrain as the flight is above it.
+  bool isBelow(geo::XYZPoint const& local) const { return local.z < mBottom; }
 
 private:
   struct Span {
@@ -40,22 +44,33 @@ private:
       high = value > high ? value : high;
     }
   };
-  struct Chord {
+  /// Along a horizontal direction.
+  struct Limits {
+    double x = 0.0;
+    double y = 0.0;
     Span bottom;
     Span top;
-    bool contains(double value, double part) const {
+    double at(geo::XYZPoint const& local) const { return x * local.x + y * local.y; }
+    bool isBefore(geo::XYZPoint const& local, double part) const {
+      return at(local) < bottom.low + part * (top.low - bottom.low);
+    }
+    bool isAfter(geo::XYZPoint const& local, double part) const {
+      return at(local) > bottom.high + part * (top.high - bottom.high);
+    }
+    bool contains(geo::XYZPoint const& local, double part) const {
+      double const value = at(local);
       return value >= bottom.low + part * (top.low - bottom.low) &&
              value <= bottom.high + part * (top.high - bottom.high);
     }
   };
+  Limits acrossLine(kes::Band const& band, double line) const;
   void add(kes::Band const& band, double sample, double line);
 
   double mBottom;
   double mHeight;
-  double mCosine;
-  double mSine;
-  Chord mAlong;
-  Chord mAcross;
+  Limits mAcross;
+  Limits mAlongFirst;
+  Limits mAlongLast;
 };
 
 }  // namespace kesgdal

@@ -9,7 +9,10 @@
 #include <sensor/KESStripModel.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
+#include <span>
 
 namespace kesgdal {
 
@@ -21,15 +24,25 @@ constexpr int passesOnHeight = 4;
 constexpr double heightToTry = 1000.0;      // metres
 constexpr double sidewaysTolerance = 1e-6;  // metres
 constexpr double nodeDistance = 30.0;       // metres
+constexpr double greatestRows = 2000.0;     // metres from row to row, between which positions are linear to a decimetre
 // A row for which there would be more nodes than a part of its positions is converted position by position.
 constexpr std::size_t positionsPerNode = 4;
 // Between nodes that are farther apart than so many times their distance on the map lies the date line, or a pole is
 // near.
 constexpr double mostStretch = 10.0;
 
-geo::XYZPoint interpolated(geo::XYZPoint const& a, geo::XYZPoint const& b, double w) {
-  return {a.x + w * (b.x - a.x), a.y + w * (b.y - a.y), a.z + w * (b.z - a.z)};
-}
+constexpr geo::XYZPoint nowhere(std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::quiet_NaN(),
+                                std::numeric_limits<double>::quiet_NaN());
+
+// Positions between two of them.
+struct Chord {
+  Chord(geo::XYZPoint const& a, geo::XYZPoint const& b) : start(a), step(b.x - a.x, b.y - a.y, b.z - a.z) {}
+  Chord(std::vector<geo::XYZPoint> const& nodes, std::size_t k) : Chord(nodes[k], nodes[k + 1]) {}
+  geo::XYZPoint at(double w) const { return {start.x + w * step.x, start.y + w * step.y, start.z + w * step.z}; }
+
+  geo::XYZPoint start;
+  geo::XYZPoint step;
+};
 
 // Whether x and y are the same in both systems, whatever their heights are.
 bool shareHorizontal(kes::CoordinateSystem const& a, kes::CoordinateSystem const& b) {
@@ -99,24 +112,64 @@ void SurfacePositions::rowToLocal(double const* columns, std::vector<geo::XYZPoi
   auto const [least, greatest] = std::minmax_element(columns, columns + points.size());
   geo::XYZPoint const& first = points[static_cast<std::size_t>(least - columns)];
   geo::XYZPoint const& last = points[static_cast<std::size_t>(greatest - columns)];
-  double const length = std::hypot(last.x - first.x, last.y - first.y) * mMapUnit;
-  double const pieces = std::max(std::ceil(length / nodeDistance), 1.0);
-  bool const pays =
-      !mDependOnHeight && *greatest > *least && pieces * positionsPerNode < static_cast<double>(points.size());
-  if (!pays || !makeNodes(first, last, static_cast<std::size_t>(pieces) + 1, buffers)) {
+  std::size_t const nodes = nodeCount({first, last});
+  bool const pays = !mDependOnHeight && *greatest > *least && (nodes - 1) * positionsPerNode < points.size();
+  if (!pays || !makeNodes(first, last, nodes, buffers)) {
     toLocal(points, buffers);
     return;
   }
   double const start = *least;
-  double const nodesPerColumn = pieces / (*greatest - start);
-  for (std::size_t i = 0; i < points.size(); ++i) {
-    points[i] = foot((columns[i] - start) * nodesPerColumn, buffers);
-  }
+  double const nodesPerColumn = static_cast<double>(nodes - 1) / (*greatest - start);
+  buffers.places.resize(points.size());
   buffers.heights.resize(points.size());
-  mSurface.heights(points, buffers.heights);
   for (std::size_t i = 0; i < points.size(); ++i) {
-    points[i] = onSurface((columns[i] - start) * nodesPerColumn, buffers.heights[i], buffers);
+    buffers.places[i] = (columns[i] - start) * nodesPerColumn;
   }
+  bool const isKnown = buffers.isExcluded.size() + 1 == nodes;
+  forEachSegment(buffers, [&](std::size_t k, std::size_t begin, std::size_t end) {
+    if (isKnown && buffers.isExcluded[k] != 0) {
+      std::fill(points.begin() + static_cast<std::ptrdiff_t>(begin), points.begin() + static_cast<std::ptrdiff_t>(end),
+                nowhere);
+    } else {
+      putSegmentOnSurface(k, begin, end, points, buffers);
+    }
+  });
+}
+
+std::size_t SurfacePositions::nodeCount(Row const& row) const {
+  double const length = std::hypot(row.last.x - row.first.x, row.last.y - row.first.y) * mMapUnit;
+  return static_cast<std::size_t>(std::max(std::ceil(length / nodeDistance), 1.0)) + 1;
+}
+
+bool SurfacePositions::exclude(Row const& top, Row const& bottom, StripReach const& reach,
+                               kes::Surface::HeightRange const& heights, Buffers& buffers) const {
+  buffers.isExcluded.clear();
+  double const distance = std::hypot(bottom.first.x - top.first.x, bottom.first.y - top.first.y) * mMapUnit;
+  std::size_t const count = nodeCount(top);
+  std::vector<geo::XYZPoint> corners;  // four for each pair of nodes of the two rows
+  for (Row const& row : {top, bottom}) {
+    if (mDependOnHeight || !(distance <= greatestRows) || !makeNodes(row.first, row.last, count, buffers)) {
+      return true;
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+      Chord const upwards(buffers.low[k], buffers.high[k]);
+      for (double const height : {heights.lowest, heights.highest}) {
+        corners.push_back(upwards.at((height - buffers.nodes[k].z) * mHeightUnit / heightToTry));
+      }
+    }
+  }
+  bool mayBeSeen = false;
+  for (std::size_t k = 0; k + 1 < count; ++k) {
+    auto const ofTop = corners.begin() + static_cast<std::ptrdiff_t>(2 * k);
+    auto const ofBottom = ofTop + static_cast<std::ptrdiff_t>(2 * count);
+    std::array<geo::XYZPoint, 8> cell;
+    std::copy(ofTop, ofTop + 4, cell.begin());
+    std::copy(ofBottom, ofBottom + 4, cell.begin() + 4);
+    bool const isExcluded = reach.excludes(cell);
+    buffers.isExcluded.push_back(isExcluded ? 1 : 0);
+    mayBeSeen = mayBeSeen || !isExcluded;
+  }
+  return mayBeSeen;
 }
 
 // False when the way between nodes isn't smooth, or isn't known.
@@ -145,19 +198,39 @@ bool SurfacePositions::makeNodes(geo::XYZPoint const& first, geo::XYZPoint const
          system.transform(mLocal, buffers.high, buffers.high) == count;
 }
 
-// The position of the surface's system a fractional number of nodes after the first one.
-geo::XYZPoint SurfacePositions::foot(double node, Buffers const& buffers) {
-  std::size_t const k = std::min(static_cast<std::size_t>(node), buffers.nodes.size() - 2);
-  return interpolated(buffers.nodes[k], buffers.nodes[k + 1], node - static_cast<double>(k));
+// Calls `work` with the positions of a row from `begin` to before `end` that lie between the same two nodes, the first of
+// which is node `k`.
+template <class Work>
+void SurfacePositions::forEachSegment(Buffers const& buffers, Work const& work) {
+  std::size_t const lastSegment = buffers.nodes.size() - 2;
+  auto const segmentOf = [&](double place) { return std::min(static_cast<std::size_t>(place), lastSegment); };
+  std::size_t end = 0;
+  for (std::size_t begin = 0; begin < buffers.places.size(); begin = end) {
+    std::size_t const k = segmentOf(buffers.places[begin]);
+    for (end = begin + 1; end < buffers.places.size() && segmentOf(buffers.places[end]) == k;) {
+      ++end;
+    }
+    work(k, begin, end);
+  }
 }
 
-// The local position at a height there.
-geo::XYZPoint SurfacePositions::onSurface(double node, double height, Buffers const& buffers) const {
-  std::size_t const k = std::min(static_cast<std::size_t>(node), buffers.nodes.size() - 2);
-  double const w = node - static_cast<double>(k);
-  double const part = (height - foot(node, buffers).z) * mHeightUnit / heightToTry;
-  return interpolated(interpolated(buffers.low[k], buffers.low[k + 1], w),
-                      interpolated(buffers.high[k], buffers.high[k + 1], w), part);
+// Positions between two nodes: in the surface's system at the height of these, and from there to the local positions at
+// the surface's heights.
+void SurfacePositions::putSegmentOnSurface(std::size_t k, std::size_t begin, std::size_t end,
+                                           std::vector<geo::XYZPoint>& points, Buffers& buffers) const {
+  Chord const nodes(buffers.nodes, k);
+  for (std::size_t i = begin; i < end; ++i) {
+    points[i] = nodes.at(buffers.places[i] - static_cast<double>(k));
+  }
+  mSurface.heights(std::span(points).subspan(begin, end - begin),
+                   std::span(buffers.heights).subspan(begin, end - begin));
+  Chord const low(buffers.low, k);
+  Chord const high(buffers.high, k);
+  for (std::size_t i = begin; i < end; ++i) {
+    double const w = buffers.places[i] - static_cast<double>(k);
+    double const part = (buffers.heights[i] - points[i].z) * mHeightUnit / heightToTry;
+    points[i] = Chord(low.at(w), high.at(w)).at(part);
+  }
 }
 
 // From the map to the surface's system, and there onto the surface.

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "StripReach.h"
+
 #include <geo/XYZPoint.h>
 #include <kes/Band.h>
 #include <kes/CoordinateSystem.h>
@@ -35,7 +37,14 @@ public:
     std::vector<geo::XYZPoint> low;    // their local positions at two heights
     std::vector<geo::XYZPoint> high;
     std::vector<geo::XYZPoint> map;
+    std::vector<double> places;  // along a row, in nodes from the first one
     std::vector<double> heights;
+    std::vector<char> isExcluded;  // for each pair of neighbouring nodes; or empty
+  };
+  /// From the first pixel of a row to the last one, on the map.
+  struct Row {
+    geo::XYZPoint first;
+    geo::XYZPoint last;
   };
 
   SurfacePositions(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface);
@@ -43,16 +52,25 @@ public:
   /// Replaces positions of the map, whose z doesn't count, by those of the strip's local system on the surface; NaN
   /// where there is none. Throws what the surface throws when it can't be read.
   void toLocal(std::vector<geo::XYZPoint>& points, Buffers& buffers) const;
-  /// The same for a row of a raster, whose positions are linear in its columns.
+  /// The same for a row of a raster, whose positions are linear in its columns. Between nodes that
+  /// `Buffers::isExcluded` has, there are none.
   void rowToLocal(double const* columns, std::vector<geo::XYZPoint>& points, Buffers& buffers) const;
 
+  /// Finds out between which nodes of the rows from one to another, whose nodes lie side by side, nothing is within
+  /// reach on a surface between two heights. Returns whether anything may be.
+  bool exclude(Row const& top, Row const& bottom, StripReach const& reach, kes::Surface::HeightRange const& heights,
+               Buffers& buffers) const;
+
 private:
+  std::size_t nodeCount(Row const& row) const;
   bool dependOnHeight(sensor::KESStripModel const& strip) const;
   geo::XYZPoint startOfLine(sensor::KESStripModel const& strip, double line) const;
   void toSurface(std::vector<geo::XYZPoint>& points, Buffers& buffers) const;
   bool makeNodes(geo::XYZPoint const& first, geo::XYZPoint const& last, std::size_t count, Buffers& buffers) const;
-  static geo::XYZPoint foot(double node, Buffers const& buffers);
-  geo::XYZPoint onSurface(double node, double height, Buffers const& buffers) const;
+  template <class Work>
+  static void forEachSegment(Buffers const& buffers, Work const& work);
+  void putSegmentOnSurface(std::size_t k, std::size_t begin, std::size_t end, std::vector<geo::XYZPoint>& points,
+                           Buffers& buffers) const;
 
   kes::CoordinateSystem mMap;
   kes::CoordinateSystem mLocal;

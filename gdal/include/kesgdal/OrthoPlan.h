@@ -8,10 +8,14 @@
 
 namespace kesgdal {
 
-/// How brightness is interpolated between the pixels of an image. Where the orthophoto is coarser than the image, all
-/// but `NEAREST` take a mean over its pixels, weighted by the interpolating function, which stays in place to a tenth
-/// (`BILINEAR`) or to three hundredths (`CUBIC`) of a pixel of the image. GDAL has others, which don't: in version 3.6
-/// its Lanczos filter shifts such an image by half a pixel.
+/// How brightness is interpolated between the pixels of an image: `NEAREST` takes the pixel around a position,
+/// `BILINEAR` weighs those around it by a triangle, `CUBIC` by cubic convolution (R. Keys, 1981, a = -1/2). Where the
+/// orthophoto is coarser than the image, the last two take a mean over its pixels, weighted by that function, which
+/// stays in place to a tenth (`BILINEAR`) or to three hundredths (`CUBIC`) of a pixel of the image.
+///
+/// A pixel of the orthophoto has data where the pixel of the image around its position has; values that aren't finite
+/// are none. Where others within the function's reach lack data, or the image ends, the mean is that of the triangle,
+/// over those with data.
 enum class Resampling { NEAREST, BILINEAR, CUBIC };
 
 /// What orthophoto is made.

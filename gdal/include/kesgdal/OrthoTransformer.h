@@ -23,9 +23,10 @@ namespace kesgdal {
 /// pixel's centre at half a pixel, as is GDAL's custom, where the image positions of `kes::Band` have whole numbers
 /// there.
 ///
-/// From the destination to the source each position is projected alone: to the surface, to the local system, and by the
-/// library's solver in four lanes to the image. Rows of pixels, as the warper asks for them, are several times as fast:
-/// coordinates on the way to the local system are then good to a tenth of a millimetre. GDAL's approximating
+/// From the destination to the source each position is projected alone: to the surface, to the local system, and
+/// precisely to the image (`kes::Solver::precise`); lines beyond `kes::Band::lineMargin`, and positions farther below the mean terrain than the flight is above it, by the library's form for single
+/// positions. Rows of pixels, as the warper asks for them, are several times as fast: coordinates on the way to the local
+/// system are then good to a tenth of a millimetre. GDAL's approximating
 /// transformer doesn't bound its error where the attitude jitters from line to line, so don't put one before it. A
 /// position fails where the surface has no height, and outside the image by more than the margin. Whether something
 /// stands between a position and the camera isn't asked: ground behind a steep slope gets what the camera saw in front
@@ -35,9 +36,8 @@ namespace kesgdal {
 /// The margin: GDAL finds from the positions of a sparse grid which part of an image a piece of the destination needs,
 /// so those beside the image have to be known, too; the warper itself leaves out what falls on no pixel.
 ///
-/// GDAL makes a copy for each of its threads. Copies share the band's data and the surface; each has its own buffers,
-/// and allocates nothing once it has seen its longest row. Results don't depend on what a copy did before. It can't be
-/// serialized.
+/// GDAL makes a copy for each of its threads. Copies share the band's data and the surface; each has its own buffers.
+/// Results don't depend on what a copy did before. It can't be serialized.
 class KESGDAL_EXPORT OrthoTransformer {
 public:
   static constexpr double DEFAULT_MARGIN = 1024.0;
