@@ -99,7 +99,8 @@ void BandProjection::addSights(int left, int row, int columns, std::vector<Sight
   }
 }
 
-// `toLocal` replaces `mGround`. Nothing is found any more once the surface couldn't be read: what is in vain then ends soon.
+// `toLocal` replaces `mGround`. Nothing is found any more once the surface couldn't be read: what is in vain then ends
+// soon.
 template <class ToLocal>
 void BandProjection::projectToImage(std::size_t count, double const* x, double const* y, ToLocal const& toLocal) {
   mIndices.clear();

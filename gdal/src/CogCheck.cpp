@@ -366,8 +366,8 @@ GDALDatasetUniquePtr opened(std::string const& cogName) {
       GDALDataset::Open(cogName.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
 }
 
-// By a reader of their own, since GDAL's aren't for several threads. Steps that follow one another have tiles in common,
-// which GDAL keeps.
+// By a reader of their own, since GDAL's aren't for several threads. Steps that follow one another have tiles in
+// common, which GDAL keeps.
 void checkSteps(std::string const& cogName, OrthoContent const& content, std::span<Step const> steps,
                 Findings& findings) {
   GdalErrors const errors;

@@ -15,8 +15,8 @@ namespace kesgdal {
 ///
 /// In the strip's local system, all lines of sight of the image's outer edges lie, at each height, between two limits
 /// across the flight, and between two others across its first line and across its last one, which a camera that is
-/// turned against its flight has askew. A line of sight is straight, so the least of all positions along an axis is a concave
-/// function of the height: the chord between two heights lies on the safe side of it between these.
+/// turned against its flight has askew. A line of sight is straight, so the least of all positions along an axis is a
+/// concave function of the height: the chord between two heights lies on the safe side of it between these.
 class StripReach {
 public:
   /// Of the image and `margin` pixels around it.
@@ -32,7 +32,8 @@ public:
   }
   /// Whether nothing comes to the hull of some positions: all of them lie beyond the same limit.
   bool excludes(std::span<geo::XYZPoint const> corners) const;
-  /// Whether a position is so deep that nothing is known of it: as far below the mean terrain as the flight is above it.
+  /// Whether a position is so deep that nothing is known of it: as far below the mean terrain as the flight is above
+  /// it.
   bool isBelow(geo::XYZPoint const& local) const { return local.z < mBottom; }
 
 private:

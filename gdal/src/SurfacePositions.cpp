@@ -198,8 +198,8 @@ bool SurfacePositions::makeNodes(geo::XYZPoint const& first, geo::XYZPoint const
          system.transform(mLocal, buffers.high, buffers.high) == count;
 }
 
-// Calls `work` with the positions of a row from `begin` to before `end` that lie between the same two nodes, the first of
-// which is node `k`.
+// Calls `work` with the positions of a row from `begin` to before `end` that lie between the same two nodes, the first
+// of which is node `k`.
 template <class Work>
 void SurfacePositions::forEachSegment(Buffers const& buffers, Work const& work) {
   std::size_t const lastSegment = buffers.nodes.size() - 2;

@@ -311,8 +311,10 @@ TEST_F(KesMap, FootprintsReplaceAnOlderFileAndLeaveNothingElse) {
 TEST_F(KesMap, FootprintBesideTheModelIsNamed) {
   KesRun const run = kes(onStripA({"footprint"}, {"--dem", dem(1e-5), "-o", mFolder / "out.gpkg"}));
   EXPECT_EQ(run.code, 1);
-  EXPECT_THAT(run.err, EndsWith("strip_cam.stp: PANF27A, sample -0.5, line -0.5: the ray has no end on the elevation "
-                                "model (noSurface)\n"));
+  EXPECT_THAT(run.err, HasSubstr("strip_cam.stp: PANF27A: 257 of 257 points of the outline have no place on the "
+                                 "elevation model, the first at sample -0.5, line -0.5 (noSurface): the footprint is "
+                                 "left out\n"));
+  EXPECT_THAT(run.err, EndsWith("\nkes: error: no footprint lies on the elevation model\n"));
   EXPECT_FALSE(test::exists(mFolder / "out.gpkg"));
 }
 

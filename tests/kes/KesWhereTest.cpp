@@ -22,8 +22,8 @@ using testing::HasSubstr;
 constexpr double degrees = 57.29577951308232;
 constexpr char const* local = "+proj=topocentric +datum=WGS84 +lon_0=-1.4r +lat_0=0.6r +h_0=500 +type=crs";
 
-// The small strip flies to the east at 1000 m, 1 m a line, and sees 2 m in a pixel with sample 50 in the middle: a point
-// at (x, y, 0) is at sample 50 + y / 2, line x.
+// The small strip flies to the east at 1000 m, 1 m a line, and sees 2 m in a pixel with sample 50 in the middle: a
+// point at (x, y, 0) is at sample 50 + y / 2, line x.
 class KesWhere : public test::BlockFolder {
 protected:
   KesRun where(std::vector<std::string> const& point, std::vector<std::string> const& options = {}) const {

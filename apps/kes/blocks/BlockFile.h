@@ -31,8 +31,8 @@ bool isBlockName(std::string const& file);
 
 /// Writes a block file, in which the names of strips, ground points and calibrations in its folder or below are
 /// relative. It names the folders in which the strips' calibrations were found, so that it opens without further
-/// options. Throws what opening the strips and making the coordinate system throw; "strips A and B are both named \"NAME\""; "no ground
-/// points in FILE".
+/// options. Throws what opening the strips and making the coordinate system throw; "strips A and B are both named
+/// \"NAME\""; "no ground points in FILE".
 void createBlock(std::string const& file, BlockPlan const& plan);
 
 /// The ground points that a block file names.

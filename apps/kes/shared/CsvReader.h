@@ -41,8 +41,8 @@ public:
   std::size_t line(std::size_t row) const { return mFirstLine + mRows[row].line; }
 
   /// Splits each row into its fields, and reads the numbers of some columns into `numbers`, row after row: NaN for a
-  /// blank field, "nan" and "inf". Throws "NAME:LINE: ..." on the first row with another number of fields than there are
-  /// columns or with a field that should be a number and isn't; after the last row, what ended the reading.
+  /// blank field, "nan" and "inf". Throws "NAME:LINE: ..." on the first row with another number of fields than there
+  /// are columns or with a field that should be a number and isn't; after the last row, what ended the reading.
   void split(CsvForm const& form, std::vector<std::size_t> const& numberColumns, std::vector<double>& numbers);
 
   /// A field without its quotes. Like all below, after `split`.
@@ -75,9 +75,9 @@ private:
   std::vector<std::uint32_t> mEnds;  // Of the fields of all rows.
 };
 
-/// Reads a table with a header line in blocks of rows. Fields may be quoted; a quoted field may hold separators, doubled
-/// quotes and line ends. A byte-order mark and carriage returns before line feeds are dropped, blank lines are skipped.
-/// Text is UTF-8, or UTF-16 with its mark, of which UTF-8 is made.
+/// Reads a table with a header line in blocks of rows. Fields may be quoted; a quoted field may hold separators,
+/// doubled quotes and line ends. A byte-order mark and carriage returns before line feeds are dropped, blank lines are
+/// skipped. Text is UTF-8, or UTF-16 with its mark, of which UTF-8 is made.
 class CsvReader {
 public:
   /// Reads the header line. `name` stands for the table in messages. Throws "NAME: no header line" on an empty table.
@@ -86,7 +86,8 @@ public:
   CsvForm const& form() const { return mForm; }
 
   /// Reads the next `count` rows, or as many as there are; no more than fill 64 MiB. False after the last. A quote that
-  /// never closes, a row of more than a mebibyte and a stream that fails end the reading, which `CsvRows::split` throws.
+  /// never closes, a row of more than a mebibyte and a stream that fails end the reading, which `CsvRows::split`
+  /// throws.
   bool read(std::size_t count, CsvRows& rows);
 
 private:

@@ -24,14 +24,14 @@ namespace kesgdal {
 /// there.
 ///
 /// From the destination to the source each position is projected alone: to the surface, to the local system, and
-/// precisely to the image (`kes::Solver::precise`); lines beyond `kes::Band::lineMargin`, and positions farther below the mean terrain than the flight is above it, by the library's form for single
-/// positions. Rows of pixels, as the warper asks for them, are several times as fast: coordinates on the way to the local
-/// system are then good to a tenth of a millimetre. GDAL's approximating
-/// transformer doesn't bound its error where the attitude jitters from line to line, so don't put one before it. A
-/// position fails where the surface has no height, and outside the image by more than the margin. Whether something
-/// stands between a position and the camera isn't asked: ground behind a steep slope gets what the camera saw in front
-/// of it. From the source to the destination a line of sight is cut with the surface, as by
-/// `kes::Solver::libraryPoint`, up to `kes::Band::lineMargin` lines outside the image.
+/// precisely to the image (`kes::Solver::precise`); lines beyond `kes::Band::lineMargin`, and positions farther below
+/// the mean terrain than the flight is above it, by the library's form for single positions. Rows of pixels, as the
+/// warper asks for them, are several times as fast: coordinates on the way to the local system are then good to a tenth
+/// of a millimetre. GDAL's approximating transformer doesn't bound its error where the attitude jitters from line to
+/// line, so don't put one before it. A position fails where the surface has no height, and outside the image by more
+/// than the margin. Whether something stands between a position and the camera isn't asked: ground behind a steep slope
+/// gets what the camera saw in front of it. From the source to the destination a line of sight is cut with the surface,
+/// as by `kes::Solver::libraryPoint`, up to `kes::Band::lineMargin` lines outside the image.
 ///
 /// The margin: GDAL finds from the positions of a sparse grid which part of an image a piece of the destination needs,
 /// so those beside the image have to be known, too; the warper itself leaves out what falls on no pixel.

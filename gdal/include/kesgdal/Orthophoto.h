@@ -29,15 +29,16 @@ using EachStrip = std::function<void(StripVisitor const&)>;
 /// each band, described by its id. A strip that lacks a band is left out of that one. The strips are gone through
 /// twice: for what has to be known before the first pixel, and for the pixels.
 ///
-/// Each pixel's centre is projected as by `OrthoTransformer`, and the image interpolated there in double precision. Where strips overlap, a pixel shows the strip in whose
-/// image it lies nearest to the middle of the line, in samples, among those that have data there; the first of these
-/// when several are as near. So the view is as steep as any, and seams run through the middle of overlaps. Strips
-/// aren't blended, and their brightness isn't balanced.
+/// Each pixel's centre is projected as by `OrthoTransformer`, and the image interpolated there in double precision.
+/// Where strips overlap, a pixel shows the strip in whose image it lies nearest to the middle of the line, in samples,
+/// among those that have data there; the first of these when several are as near. So the view is as steep as any, and
+/// seams run through the middle of overlaps. Strips aren't blended, and their brightness isn't balanced.
 ///
 /// Memory grows neither with the orthophoto nor with the number of strips: 256 MiB of the image's blocks at the most,
-/// about 30 MB to each thread (up to 150 MB where a pixel is more than 256 of the image wide), the surface's
-/// tiles, and GDAL's cache of blocks while the file is made (its option GDAL_CACHEMAX). Beside the file it needs room for the pixels without compression, but for those of pieces without any data,
-/// and for four bytes more to a pixel when several strips are seen.
+/// about 30 MB to each thread (up to 150 MB where a pixel is more than 256 of the image wide), the surface's tiles, and
+/// GDAL's cache of blocks while the file is made (its option GDAL_CACHEMAX). Beside the file it needs room for the
+/// pixels without compression, but for those of pieces without any data, and for four bytes more to a pixel when
+/// several strips are seen.
 ///
 /// The file appears under its name as a whole, after it was closed and found to be whole, or not at all; an older one
 /// is replaced, with what GDAL keeps beside it.

@@ -49,8 +49,8 @@ struct TrajectoryAccuracy {
   AttitudeAngles attitude;  ///< Radians.
 };
 
-/// The exterior orientation of a strip, or of a file of its own. A value that is cheap to copy and keeps its data in memory. Any
-/// number of threads may use one.
+/// The exterior orientation of a strip, or of a file of its own. A value that is cheap to copy and keeps its data in
+/// memory. Any number of threads may use one.
 class KESHOST_EXPORT Trajectory {
 public:
   /// Reads an orientation file, without a strip. Throws std::runtime_error with the message of `sensor::EOPData`.

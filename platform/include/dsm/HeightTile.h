@@ -30,8 +30,8 @@ struct HeightExtent {
 /// 129 cells at their corners, NaN where there is none. Neighbouring tiles share a row or column of cells, so that each
 /// position needs one tile alone.
 ///
-/// Meshes are grouped into squares of 4, 8, 16 and so on up to 128 each way, between whose least and greatest height all
-/// of the surface there lies.
+/// Meshes are grouped into squares of 4, 8, 16 and so on up to 128 each way, between whose least and greatest height
+/// all of the surface there lies.
 class HeightTile {
 public:
   static constexpr unsigned MESH_BITS = 7;
@@ -45,8 +45,8 @@ public:
   std::array<float, CELLS * CELLS>& heights() { return mHeights; }
   std::array<float, CELLS * CELLS> const& heights() const { return mHeights; }
 
-  /// Of the corners of a square of 2^bits by 2^bits meshes. `column` and `row` count such squares from the tile's first;
-  /// `bits` are from `LEAST_BITS` to `MESH_BITS`.
+  /// Of the corners of a square of 2^bits by 2^bits meshes. `column` and `row` count such squares from the tile's
+  /// first; `bits` are from `LEAST_BITS` to `MESH_BITS`.
   HeightExtent const& extent(unsigned bits, std::size_t column, std::size_t row) const {
     return mExtents[firstOf(bits) + (row << (MESH_BITS - bits)) + column];
   }

@@ -25,10 +25,9 @@ namespace dsm {
 /// counts as the one within it, and a raster all around the globe has no seam.
 ///
 /// Heights are those of the raster's system, in the unit of its vertical axis: above the datum of its vertical part or,
-/// without one, above its ellipsoid in metres. `geo::coordSys::transform` from `coordSystem()` leads to any other.
-/// The band's scale and offset are applied first. Then a band that names its unit of length ("m", "ft", "US survey
-/// foot" and whatever else PROJ knows) is converted from it; a band that names none is in the unit of the vertical
-/// axis.
+/// without one, above its ellipsoid in metres. `geo::coordSys::transform` from `coordSystem()` leads to any other. The
+/// band's scale and offset are applied first. Then a band that names its unit of length ("m", "ft", "US survey foot"
+/// and whatever else PROJ knows) is converted from it; a band that names none is in the unit of the vertical axis.
 ///
 /// Surface. A height is interpolated bilinearly between the centres of the four cells around a position. A cell has no
 /// height where the band's mask or no-data value says so, or where its value is NaN or infinite. The surface is made of
@@ -36,17 +35,18 @@ namespace dsm {
 /// height; where some of the other three have none, or lie outside the raster, those that have one share their weights
 /// in proportion. So nothing is lost along the outer half of a border cell, nothing is made up beyond it, and the
 /// surface is continuous, as it is in GDAL's bilinear warping. A position counts as on an edge, which belongs to the
-/// cells on both sides, up to a millionth of a cell away. Heights are good to a unit in the last place of the
-/// greatest of the four as a float.
+/// cells on both sides, up to a millionth of a cell away. Heights are good to a unit in the last place of the greatest
+/// of the four as a float.
 ///
-/// Memory. Cells are read as they are needed, in square tiles of 128 by 128 cells, which take 78 KB each. A raster whose
-/// tiles `cacheSize` has room for all, as the default has for 7400 by 7400 cells, keeps each of them once it is read.
-/// Of a larger one, those used last are kept: as many as `cacheSize` holds, one at the least, and up to sixteen more for
-/// each thread, of those it met last, until it ends or meets others. Between what the heights of its tiles lie, once it
-/// is asked for, takes 11 bytes for each tile. GDAL's own cache of blocks comes on top (its option GDAL_CACHEMAX).
+/// Memory. Cells are read as they are needed, in square tiles of 128 by 128 cells, which take 78 KB each. A raster
+/// whose tiles `cacheSize` has room for all, as the default has for 7400 by 7400 cells, keeps each of them once it is
+/// read. Of a larger one, those used last are kept: as many as `cacheSize` holds, one at the least, and up to sixteen
+/// more for each thread, of those it met last, until it ends or meets others. Between what the heights of its tiles
+/// lie, once it is asked for, takes 11 bytes for each tile. GDAL's own cache of blocks comes on top (its option
+/// GDAL_CACHEMAX).
 ///
-/// Threads may share a source. Each sees the same heights to the bit. Heights in tiles that are kept cost neither a lock
-/// nor an allocation where there is room for all; otherwise, those in tiles that a thread met last.
+/// Threads may share a source. Each sees the same heights to the bit. Heights in tiles that are kept cost neither a
+/// lock nor an allocation where there is room for all; otherwise, those in tiles that a thread met last.
 class KESPLATFORM_EXPORT RasterElevationSource final : public ProjectedElevationSource {
 public:
   /// Least and greatest x and y of the raster's corners, in the horizontal unit of `coordSystem()`.
@@ -101,8 +101,8 @@ public:
   /// so that there is a mesh more than cells each way. It stays until the thread asks the source for another tile or
   /// height. Throws as `height` does.
   HeightTile const& tile(std::uint64_t column, std::uint64_t row) const;
-  /// Of the corners of a square of 2^bits by 2^bits meshes, from `HeightTile::MESH_BITS` on, in a column and row of such
-  /// squares. Needs what `heightRange` reads.
+  /// Of the corners of a square of 2^bits by 2^bits meshes, from `HeightTile::MESH_BITS` on, in a column and row of
+  /// such squares. Needs what `heightRange` reads.
   HeightExtent const& extent(unsigned bits, std::uint64_t column, std::uint64_t row) const;
 
 private:

@@ -11,8 +11,8 @@
 
 namespace dsm {
 
-/// Between what the heights of the tiles of a surface lie, and those of squares of 2, 4, 8 and so on of them each way, up
-/// to one square that holds all: 11 bytes for each tile.
+/// Between what the heights of the tiles of a surface lie, and those of squares of 2, 4, 8 and so on of them each way,
+/// up to one square that holds all: 11 bytes for each tile.
 class ExtentTree {
 public:
   /// `extents` of the tiles, row by row.
