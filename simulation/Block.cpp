@@ -22,7 +22,6 @@
 #include <algorithm>
 #include <cmath>
 #include <files/Angles.h>
-#include <files/FileReplacement.h>
 #include <files/NewFolder.h>
 #include <filesystem>
 #include <fstream>
@@ -149,7 +148,8 @@ void Block::finish() {
   }
   writeGroundPoints();
   mBlock.write(path(blockFile));
-  nameCalibrations(path(blockFile), {calibrationFolder});
+  std::ifstream in(fs::path(path(blockFile)), std::ios::binary);
+  writeFile(path(blockFile), withCalibrations({std::istreambuf_iterator<char>(in), {}}, {calibrationFolder}));
 }
 
 // Beside the strip file, under the names of the images.
@@ -173,21 +173,13 @@ void Block::writeGroundPoints() {
 
 }  // namespace
 
-void nameCalibrations(std::string const& file, std::vector<std::string> const& folders) {
-  std::ifstream in(fs::path(file), std::ios::binary);
-  std::string text{std::istreambuf_iterator<char>(in), {}};
+std::string withCalibrations(std::string blockText, std::vector<std::string> const& folders) {
   std::string elements;
   for (std::string const& folder : folders) {
     elements +=
         "    <Calibration location=\"" + QString::fromStdString(folder).toHtmlEscaped().toStdString() + "\"/>\n";
   }
-  std::size_t const end = text.rfind("</");
-  if (end == std::string::npos) {
-    throw std::runtime_error("can't read " + file);
-  }
-  if (!files::replaceFile(file, text.insert(end, elements))) {
-    throw std::runtime_error("can't write " + file);
-  }
+  return blockText.insert(blockText.rfind("</"), elements);
 }
 
 BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progress const& progress) {

@@ -36,8 +36,8 @@ struct BlockFiles {
 /// `simulateFlight`.
 BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progress const& progress = {});
 
-/// Adds folders of calibrations to a block file, whose names may be relative to its own folder: the library reads them,
-/// but doesn't write them. Throws std::runtime_error "can't read FILE", "can't write FILE".
-void nameCalibrations(std::string const& file, std::vector<std::string> const& folders);
+/// Adds folders of calibrations to the text of a block file, whose names may be relative to its own folder: the library
+/// reads them, but doesn't write them.
+std::string withCalibrations(std::string blockText, std::vector<std::string> const& folders);
 
 }  // namespace simulation

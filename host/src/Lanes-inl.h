@@ -230,6 +230,21 @@ private:
   Lanes mLastTime;
 };
 
+/// Adds the indices of those of `count` points, from `first` on, that aren't solved to `size` others. Returns how many
+/// these are then.
+HWY_INLINE std::size_t addUnsolved(Mask isSolved, std::size_t first, std::size_t count, std::uint32_t* rest,
+                                   std::size_t size) {
+  if (allTrue(isSolved)) {
+    return size;
+  }
+  std::uint32_t const solved = bitsOf(isSolved);
+  for (std::size_t k = 0; k < count; ++k) {
+    rest[size] = static_cast<std::uint32_t>(first + k);
+    size += (solved >> k & 1U) ^ 1U;
+  }
+  return size;
+}
+
 }  // namespace kes::detail::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 

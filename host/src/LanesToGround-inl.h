@@ -93,54 +93,77 @@ private:
   Mask mHasLine;
 };
 
-/// The positions of a call, in blocks of vectors.
-class GroundRun {
+/// The image positions of a call in blocks of vectors, of which `Run::project(i, count, sample, line)` gets each; what a
+/// block leads to is fetched from memory first. The last vector is filled up with its first position.
+template <class Run>
+class ImageVectors {
 public:
-  GroundRun(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run)
-      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits) {}
-
+  /// Returns how many positions are left.
   std::size_t project() {
-    for (std::size_t i = 0; i < mRun.count; i += blockSize) {
-      projectBlock(i, std::min(i + blockSize, mRun.count));
+    for (std::size_t i = 0; i < mCount; i += blockSize) {
+      projectBlock(i, std::min(i + blockSize, mCount));
     }
     return mRest;
   }
 
+protected:
+  ImageVectors(LaneTables const& tables, PixelLimits const& limits, geo::XYPoint const* image, std::size_t count)
+      : mLanes(tables), mResults(tables, limits), mIsLarge(isLarge(tables)), mImage(image), mCount(count) {}
+
+  bool isWhole(std::size_t i) const { return i + laneCount <= mCount; }
+
+  GroundLanes mLanes;
+  LaneResults mResults;
+  std::size_t mRest = 0;
+
 private:
   HWY_INLINE void projectBlock(std::size_t begin, std::size_t end) {
     Lanes sample, line;
-    if (isLarge(mTables)) {
+    if (mIsLarge) {
       for (std::size_t i = begin; i < end; i += laneCount) {
-        image(i, sample, line);
+        loadImage(i, sample, line);
         mLanes.prefetchRows(line);
       }
       for (std::size_t i = begin; i < end; i += laneCount) {
-        image(i, sample, line);
+        loadImage(i, sample, line);
         mLanes.prefetchRecords(line);
       }
     }
     for (std::size_t i = begin; i < end; i += laneCount) {
-      image(i, sample, line);
-      auto const projected = mLanes.project(sample, line, height(i));
-      store(i, std::min(laneCount, end - i), sample, line, projected);
+      loadImage(i, sample, line);
+      static_cast<Run&>(*this).project(i, std::min(laneCount, end - i), sample, line);
     }
   }
 
-  bool isWhole(std::size_t i) const { return i + laneCount <= mRun.count; }
-
-  // The last vector is filled up with its first position.
-  HWY_INLINE void image(std::size_t i, Lanes& sample, Lanes& line) const {
-    geo::XYPoint const* from = mRun.image + i;
+  HWY_INLINE void loadImage(std::size_t i, Lanes& sample, Lanes& line) const {
+    geo::XYPoint const* from = mImage + i;
     geo::XYPoint filled[laneCount];
     if (!isWhole(i)) {
       for (std::size_t k = 0; k < laneCount; ++k) {
-        filled[k] = i + k < mRun.count ? from[k] : from[0];
+        filled[k] = i + k < mCount ? from[k] : from[0];
       }
       from = filled;
     }
     loadInterleaved(reinterpret_cast<double const*>(from), sample, line);
   }
 
+  bool mIsLarge;
+  geo::XYPoint const* mImage;
+  std::size_t mCount;
+};
+
+/// From image positions to heights.
+class GroundRun : public ImageVectors<GroundRun> {
+public:
+  GroundRun(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run)
+      : ImageVectors(tables, limits, run.image, run.count), mRun(run) {}
+
+  using ImageVectors::project;
+  HWY_INLINE void project(std::size_t i, std::size_t count, Lanes sample, Lanes line) {
+    store(i, count, sample, line, mLanes.project(sample, line, height(i)));
+  }
+
+private:
   HWY_INLINE Lanes height(std::size_t i) const {
     if (mRun.heights == nullptr) {
       return same(mRun.height);
@@ -167,20 +190,10 @@ private:
       std::copy_n(time, count, mRun.time + i);
     }
     mResults.store(sample, line, projected.time, count, mRun.status + i);
-    if (!allTrue(projected.isSolved)) {
-      std::uint32_t const solved = bitsOf(projected.isSolved);
-      for (std::size_t k = 0; k < count; ++k) {
-        mRun.rest[mRest] = static_cast<std::uint32_t>(i + k);
-        mRest += (solved >> k & 1U) ^ 1U;
-      }
-    }
+    mRest = addUnsolved(projected.isSolved, i, count, mRun.rest, mRest);
   }
 
-  LaneTables const& mTables;
   LanesToGround const& mRun;
-  GroundLanes mLanes;
-  LaneResults mResults;
-  std::size_t mRest = 0;
 };
 
 inline std::size_t projectAll(LaneTables const& tables, PixelLimits const& limits, LanesToGround const& run) {

@@ -20,51 +20,18 @@
 HWY_BEFORE_NAMESPACE();
 namespace kes::detail::HWY_NAMESPACE {
 
-/// The positions of a call, in blocks of vectors.
-class RayRun {
+/// From image positions to their lines of sight.
+class RayRun : public ImageVectors<RayRun> {
 public:
   RayRun(LaneTables const& tables, PixelLimits const& limits, LanesToRays const& run)
-      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits) {}
+      : ImageVectors(tables, limits, run.image, run.count), mRun(run) {}
 
-  std::size_t find() {
-    for (std::size_t i = 0; i < mRun.count; i += blockSize) {
-      findBlock(i, std::min(i + blockSize, mRun.count));
-    }
-    return mResults.rest();
+  using ImageVectors::project;
+  HWY_INLINE void project(std::size_t i, std::size_t count, Lanes sample, Lanes line) {
+    store(i, count, sample, line, mLanes.ray(sample, line));
   }
 
 private:
-  void findBlock(std::size_t begin, std::size_t end) {
-    Lanes sample, line;
-    if (isLarge(mTables)) {
-      for (std::size_t i = begin; i < end; i += laneCount) {
-        image(i, sample, line);
-        mLanes.prefetchRows(line);
-      }
-      for (std::size_t i = begin; i < end; i += laneCount) {
-        image(i, sample, line);
-        mLanes.prefetchRecords(line);
-      }
-    }
-    for (std::size_t i = begin; i < end; i += laneCount) {
-      image(i, sample, line);
-      store(i, std::min(laneCount, end - i), sample, line, mLanes.ray(sample, line));
-    }
-  }
-
-  // The last vector is filled up with its first position.
-  HWY_INLINE void image(std::size_t i, Lanes& sample, Lanes& line) const {
-    geo::XYPoint const* from = mRun.image + i;
-    geo::XYPoint filled[laneCount];
-    if (i + laneCount > mRun.count) {
-      for (std::size_t k = 0; k < laneCount; ++k) {
-        filled[k] = i + k < mRun.count ? from[k] : from[0];
-      }
-      from = filled;
-    }
-    loadInterleaved(reinterpret_cast<double const*>(from), sample, line);
-  }
-
   HWY_INLINE void store(std::size_t i, std::size_t count, Lanes sample, Lanes line, GroundLanes::Ray const& ray) {
     geo::XYZPoint eyes[laneCount];
     alignas(64) double dx[laneCount];
@@ -79,18 +46,15 @@ private:
       mRun.lines[i + k] = {eyes[k], dx[k], dy[k]};
       mRun.time[i + k] = time[k];
     }
-    mResults.store(both(ray.exists, ray.direction.z < zero()), sample, line, ray.time, i, count, mRun.status,
-                   mRun.rest);
+    mResults.store(sample, line, ray.time, count, mRun.status + i);
+    mRest = addUnsolved(both(ray.exists, ray.direction.z < zero()), i, count, mRun.rest, mRest);
   }
 
-  LaneTables const& mTables;
   LanesToRays const& mRun;
-  GroundLanes mLanes;
-  LaneResults mResults;
 };
 
 inline std::size_t findAllRays(LaneTables const& tables, PixelLimits const& limits, LanesToRays const& run) {
-  return RayRun(tables, limits, run).find();
+  return RayRun(tables, limits, run).project();
 }
 
 }  // namespace kes::detail::HWY_NAMESPACE

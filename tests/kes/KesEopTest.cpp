@@ -109,7 +109,7 @@ protected:
   test::TempFolder mFolder;
 };
 
-TEST_F(KesEopMade, DayIsToldWhereItIsKnown) {
+TEST_F(KesEopMade, DayIsStatedWhereItIsKnown) {
   // 2009-02-13 23:31:30 UTC; (1234567890 - 315964800) / 604800 = 1518.86.
   std::string const known = write("a.eop", level, {-1.4, 0.6, 500.0}, 1234567890);
   EXPECT_THAT(kes({"eop", "info", known}).out,

@@ -5,13 +5,17 @@
 #include "shared/InputGuard.h"
 #include "shared/Opening.h"
 
+#include <XmlWriter.h>
 #include <geo/coordSysFactory.h>
 #include <sensor/kessensor.h>
 #include <simulation/Block.h>
 
+#include <QByteArray>
 #include <QDir>
 #include <QFileInfo>
+#include <QTextStream>
 
+#include <files/FileReplacement.h>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -65,6 +69,20 @@ void requirePoints(std::string const& file) {
   }
 }
 
+std::string textOf(sensor::BlockModelData const& block) {
+  QByteArray bytes;
+  QTextStream stream(&bytes, QIODevice::WriteOnly);
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+  stream.setCodec("UTF-8");
+#endif
+  XmlWriter writer(stream, 0);
+  writer.writeStartDocument();
+  block.write(&writer);
+  writer.writeEndDocument();
+  stream.flush();
+  return bytes.toStdString();
+}
+
 // A file may be copied to another machine, where it must not open what its author names: the same rules as for reading
 // it.
 geo::coordSys* readableSystem(std::string const& definition) {
@@ -104,8 +122,14 @@ void createBlock(std::string const& file, BlockPlan const& plan) {
     requirePoints(plan.groundPoints);
     block.setGroundPointFile(belowFolder(plan.groundPoints, block.dataPath()));
   }
-  block.write(file);
-  simulation::nameCalibrations(file, {calibrations.begin(), calibrations.end()});
+  if (!QDir().mkpath(QString::fromStdString(block.dataPath()))) {
+    throw std::runtime_error("Error creating directory: " + block.dataPath());
+  }
+  block.setFileName(file);
+  if (!files::replaceFile(file,
+                          simulation::withCalibrations(textOf(block), {calibrations.begin(), calibrations.end()}))) {
+    throw std::runtime_error("Error opening file for writing: " + file);
+  }
 }
 
 }  // namespace tool
