@@ -71,23 +71,23 @@ void BandProjection::toImage(std::size_t count, double* x, double* y, int* succe
   }
 }
 
-bool BandProjection::mayBeSeen(int left, int top, int columns, int rows) {
+bool BandProjection::mayBeSeen(PixelBox const& box) {
   auto const row = [&](double y) -> SurfacePositions::Row {
-    double const first = left + halfPixel;
-    double const last = left + columns - halfPixel;
+    double const first = box.left + halfPixel;
+    double const last = box.left + box.columns - halfPixel;
     GeoTransform const& raster = mShared->raster;
     return {{applied(raster, 0, first, y), applied(raster, 1, first, y), 0.0},
             {applied(raster, 0, last, y), applied(raster, 1, last, y), 0.0}};
   };
-  return !mShared->heights || mShared->positions.exclude(row(top + halfPixel), row(top + rows - halfPixel),
+  return !mShared->heights || mShared->positions.exclude(row(box.top + halfPixel), row(box.top + box.rows - halfPixel),
                                                          mShared->reach, *mShared->heights, mBuffers);
 }
 
-void BandProjection::addSights(int left, int row, int columns, std::vector<Sight>& sights) {
-  auto const count = static_cast<std::size_t>(columns);
+void BandProjection::addSights(PixelBox const& row, std::vector<Sight>& sights) {
+  auto const count = static_cast<std::size_t>(row.columns);
   mColumns.resize(count);
-  std::iota(mColumns.begin(), mColumns.end(), left + halfPixel);
-  mRows.assign(count, row + halfPixel);
+  std::iota(mColumns.begin(), mColumns.end(), row.left + halfPixel);
+  mRows.assign(count, row.top + halfPixel);
   projectToImage(count, mColumns.data(), mRows.data(),
                  [&] { mShared->positions.rowToLocal(mColumns.data(), mGround, mBuffers); });
   for (std::size_t k = 0; k < mIndices.size(); ++k) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "FirstFailure.h"
+#include "PixelBox.h"
 #include "StripReach.h"
 #include "SurfacePositions.h"
 
@@ -59,10 +60,10 @@ public:
 
   /// Replaces positions; those that have none in the other become HUGE_VAL, with `success` 0.
   void toImage(std::size_t count, double* x, double* y, int* success);
-  /// Prepares for some rows: returns false if none of their pixels is seen.
-  bool mayBeSeen(int left, int top, int columns, int rows);
-  /// Appends the pixels of a row of the raster, from `left` on, that are seen in the image, which has its full size.
-  void addSights(int left, int row, int columns, std::vector<Sight>& sights);
+  /// Prepares for the rows of a box: returns false if none of its pixels is seen.
+  bool mayBeSeen(PixelBox const& box);
+  /// Appends the pixels of a row that are seen in the image, which has its full size.
+  void addSights(PixelBox const& row, std::vector<Sight>& sights);
   void toRaster(std::size_t count, double* x, double* y, int* success);
 
   void rethrowFailure() const { mShared->failure.rethrow(); }

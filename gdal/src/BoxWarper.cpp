@@ -65,12 +65,12 @@ bool BoxWarper::warp(PixelBox const& box, WarpedPixels& warped) {
 void BoxWarper::project(PixelBox const& box, int top, int rows) {
   mSights.clear();
   mRows.clear();
-  if (!mProjection.mayBeSeen(box.left, box.top + top, box.columns, rows)) {
+  if (!mProjection.mayBeSeen({box.left, box.top + top, box.columns, rows})) {
     return;
   }
   for (int row = top; row < top + rows; ++row) {
     std::size_t const first = mSights.size();
-    mProjection.addSights(box.left, box.top + row, box.columns, mSights);
+    mProjection.addSights({box.left, box.top + row, box.columns, 1}, mSights);
     mRows.push_back({static_cast<std::size_t>(row) * static_cast<std::size_t>(box.columns), first, mSights.size()});
   }
 }

@@ -29,6 +29,7 @@ HWY_INLINE Number quadratic(Number constant, Number linear, Number square, Numbe
 /// The sum of all terms at x, y and z, from -1 to 1; `term` is a function of the three powers. One order of operations
 /// for all kinds of numbers, and so the same bits.
 template <class Number, class Term>
+// NOLINTNEXTLINE(bugprone-easily-swappable-parameters): coordinates in their order
 HWY_INLINE Number sumOfTerms(Number x, Number y, Number z, Term const& term) {
   auto const inZ = [&](std::size_t i, std::size_t j) HWY_ATTR {
     return quadratic(term(i, j, std::size_t{0}), term(i, j, std::size_t{1}), term(i, j, std::size_t{2}), z);

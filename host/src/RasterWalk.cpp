@@ -217,7 +217,7 @@ void RasterWalk::visitMesh(Way const& way, Span const& span, std::int64_t column
   double const f0 = way.at(span.first, &MeshPoint::z) - patch.height(u, v);
   if (!(f0 > 0.0)) {
     if (mSide == Side::above) {
-      setMeeting(span.first, column, row, &patch);
+      setMeeting(span.first, {column, row}, &patch);
     }
     mSide = Side::under;
     return;
@@ -233,9 +233,9 @@ void RasterWalk::visitMesh(Way const& way, Span const& span, std::int64_t column
   // The smaller positive root, in the form that doesn't cancel.
   double const s = 2.0 * f0 / (-linear + std::sqrt(discriminant));
   if (s >= 0.0 && s <= 1.0) {
-    setMeeting(span.first + s * length, column, row, &patch);
+    setMeeting(span.first + s * length, {column, row}, &patch);
   } else if (f2 <= 0.0) {
-    setMeeting(span.last, column, row, &patch);
+    setMeeting(span.last, {column, row}, &patch);
   }
 }
 
@@ -266,18 +266,18 @@ void RasterWalk::visitHole(Way const& way, Span const& span, std::int64_t column
         }
         (there > 0.0 ? low : high) = between;
       }
-      setMeeting(high, column, row, nullptr);
+      setMeeting(high, {column, row}, nullptr);
       return;
     }
     above = w;
   }
 }
 
-void RasterWalk::setMeeting(double w, std::int64_t column, std::int64_t row, Patch const* patch) {
+void RasterWalk::setMeeting(double w, Mesh const& mesh, Patch const* patch) {
   mHasMet = true;
   mMeeting->w = w;
-  mMeeting->column = column;
-  mMeeting->row = row;
+  mMeeting->column = mesh.column;
+  mMeeting->row = mesh.row;
   mMeeting->hasPatch = patch != nullptr;
   if (patch != nullptr) {
     mMeeting->patch = *patch;

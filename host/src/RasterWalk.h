@@ -96,6 +96,10 @@ private:
     std::int64_t column;
     std::int64_t row;
   };
+  struct Mesh {
+    std::int64_t column;
+    std::int64_t row;
+  };
   struct Meshes {
     std::int64_t firstColumn;
     std::int64_t lastColumn;
@@ -110,7 +114,7 @@ private:
   void visitMeshes(Crossings const& crossings, Span const& whole, Meshes const& meshes);
   void visitMesh(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
   void visitHole(Way const& way, Span const& span, std::int64_t column, std::int64_t row);
-  void setMeeting(double w, std::int64_t column, std::int64_t row, Patch const* patch);
+  void setMeeting(double w, Mesh const& mesh, Patch const* patch);
   bool isOver() const { return mHasMet || isUnder(); }
   double gap(Way const& way, double w) const;
   dsm::HeightExtent const& extent(Square const& square);

@@ -74,8 +74,8 @@ public:
   /// The piece of a line; a line beyond the table has the nearest.
   Piece pieceAt(double line) const;
   /// The neighbours of a piece, which must not be that at the end of the table.
-  Piece next(Piece const& piece) const;
-  Piece previous(Piece const& piece) const;
+  Piece next(Piece const& from) const;
+  Piece previous(Piece const& from) const;
 
   /// Exposure time of a line of a piece, since the epoch.
   double time(Piece const& piece, double line) const {
@@ -112,8 +112,8 @@ public:
 
 private:
   Pose pose(OrientationTable::Interval const& record, double time, double lineCorrection) const;
-  Piece piece(std::size_t interval, std::size_t record) const;
-  Piece lastPiece(std::size_t interval) const;
+  Piece piece(std::size_t index, std::size_t record) const;
+  Piece lastPiece(std::size_t index) const;
   double lineOfTime(LineTable::Interval const& interval, std::size_t index, double time) const {
     return mLines.lineOf(index) + (time - interval.time) / interval.timeStep;
   }

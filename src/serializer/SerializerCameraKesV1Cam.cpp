@@ -115,6 +115,7 @@ void SerializerCameraKesV1Cam::addCalibrations(CameraKes* camera) const {
   camera->setMntOffset({0.0, 0.0, static_cast<double>(nominalMNTZOffset)});
   int const count = static_cast<int>(paths.size());
   // The run time of OpenMP ends the process when it can't start a thread.
+  // NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores): it doesn't see the clause below
   int const threads = 1 + files::startableThreads(std::min(count, omp_get_max_threads()) - 1);
 #pragma omp parallel for schedule(static) num_threads(threads)
   for (int i = 0; i < count; ++i) {
