@@ -224,7 +224,7 @@ private:
 class ImageRun {
 public:
   ImageRun(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run)
-      : mTables(tables), mRun(run), mLanes(tables), mResults(tables, limits), mIsLarge(isLarge(tables)) {}
+      : mRun(run), mLanes(tables), mResults(tables, limits), mIsLarge(isLarge(tables)) {}
 
   std::size_t find() {
     for (std::size_t i = 0; i < mRun.count; i += blockSize) {
@@ -351,7 +351,6 @@ private:
     }
   }
 
-  LaneTables const& mTables;
   LanesToImage const& mRun;
   ImageLanes mLanes;
   LaneResults mResults;
