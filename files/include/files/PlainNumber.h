@@ -36,7 +36,7 @@ inline Char const* takeDigits(Char const* at, Char const* end, std::uint64_t& nu
 }  // namespace detail
 
 /// Reads the plain number that a text begins with: a minus or nothing, digits, and perhaps a point and more digits. It
-/// ends before the first character that is none of these, which may well make another number of it ("1e5"): that is for
+/// ends before the first character other than these, which may well make another number of it ("1e5"): that is for
 /// the caller to see. Nothing comes back for numbers of more than 18 digits, or whose digits make more than 2^53.
 ///
 /// The digits without the point and the power of ten by which they are divided both are doubles, so the quotient is
