@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "InstructionSets.h"
 #include "LaneKernels.h"
 #include "PreparedBand.h"
 #include "RandomStrips.h"
@@ -30,40 +31,8 @@ using test::Prepared;
 constexpr double NAN_VALUE = std::numeric_limits<double>::quiet_NaN();
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 
-struct InstructionSet {
-  char const* name;
-  std::int64_t target;
-};
-
-void PrintTo(InstructionSet const& set, std::ostream* out) {
-  *out << set.name;
-}
-
-/// What the kernels are compiled for and this machine can run.
-std::vector<InstructionSet> instructionSets() {
-  std::vector<InstructionSet> sets;
-  for (InstructionSet const& set :
-       {InstructionSet{"None", HWY_SCALAR | HWY_EMU128}, InstructionSet{"Sse4", HWY_SSE4},
-        InstructionSet{"Avx2", HWY_AVX2}, InstructionSet{"Avx512", HWY_AVX3}, InstructionSet{"Neon", HWY_NEON}}) {
-    if ((hwy::SupportedTargets() & set.target) != 0) {
-      sets.push_back(set);
-    }
-  }
-  return sets;
-}
-
-class Lanes : public testing::TestWithParam<InstructionSet> {
+class Lanes : public test::WithInstructionSet {
 protected:
-  Lanes() { choose(GetParam().target); }
-  ~Lanes() override { choose(0); }
-  Lanes(Lanes const&) = delete;
-  Lanes& operator=(Lanes const&) = delete;
-
-  static void choose(std::int64_t target) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-  }
-
   /// Which positions a call left.
   using Left = std::vector<bool>;
 
@@ -382,7 +351,7 @@ TEST_P(Lanes, ReturnAllThatCallsForSinglePositionsReturn) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sets, Lanes, testing::ValuesIn(instructionSets()),
+INSTANTIATE_TEST_SUITE_P(Sets, Lanes, testing::ValuesIn(test::instructionSets()),
                          [](auto const& set) { return std::string(set.param.name); });
 
 }  // namespace
