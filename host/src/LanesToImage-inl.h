@@ -34,16 +34,21 @@ public:
   HWY_INLINE Sample at(Lanes y) {
     Lanes const q = (y - same(mTables.firstY)) * same(mTables.scale);
     Lanes away = q - mQ;
-    if (!allTrue(isWithin(away))) {
+    Mask isSure = isWithin(away);
+    if (!allTrue(isSure)) {
       load(q);
       away = q - mQ;
+      isSure = isWithin(away);
+      if (!allTrue(isSure)) {
+        isSure = both(away >= zero(), q < endOfPixel());
+      }
     }
     return {(mNumber + away * mPixelsPerQ) * same(mTables.spacing) + same(mTables.firstSample), mX + mXPerQ * away,
-            isWithin(away)};
+            isSure};
   }
 
 private:
-  // Nearer to the next pixel, rounding might count for it.
+  // Nearer to the next pixel, rounding might count for it, as it does for the centres of pixels.
   static constexpr double END = 1.0 - 1e-9;
 
   HWY_INLINE Mask isWithin(Lanes away) const {
@@ -64,6 +69,15 @@ private:
     loadPair(mTables.entries + 2, LaneTables::doublesPerPixel, rows, mPixelsPerQ, mXPerQ);
   }
 
+  // Where the next pixel begins.
+  HWY_NOINLINE Lanes endOfPixel() const {
+    RowNumbers rows;
+    truncated(mNumber, rows.of);
+    Lanes end, unused;
+    loadPair(mTables.entries + LaneTables::doublesPerPixel, LaneTables::doublesPerPixel, rows, end, unused);
+    return end;
+  }
+
   LaneTables const& mTables;
   Lanes mQ;
   Lanes mX;
@@ -80,7 +94,7 @@ public:
       : mTables(tables), mPieces(tables), mEntries(tables), mFromLevel(zero()) {}
 
   /// Of the positions that don't pass in the pieces of the near lines, those to be tried again, with `line` as the near
-  /// line; `line` is close to the solution of every position where the flight is steady.
+  /// line, which lies in another piece; where the flight is steady it is close to the solution.
   struct Solution {
     Mask isSolved;
     Mask isElsewhere;
@@ -140,6 +154,8 @@ public:
 private:
   static constexpr int NODES = 2;
   static constexpr double FROM_NODE = 0.75;  // nodes
+  // From the end of a piece into the next one, which is hardly ever shorter: whole lines are such ends.
+  static constexpr double STEP_OVER = 1e-6;  // lines
 
   /// As in `LineSearch`; ahead is NaN where it isn't simple.
   struct Sighting {
@@ -161,6 +177,8 @@ private:
     Lanes const high = mPieces.last;
     Sighting const first = sighting(low);
     Sighting const last = sighting(high);
+    Mask const isBefore = first.ahead <= zero();
+    Mask const isAfter = last.ahead > zero();
     Mask const passes = both(first.ahead > zero(), last.ahead <= zero());
     Lanes const perLine = same(1.0) / (high - low);
     Lanes const chord = (last.ahead - first.ahead) * perLine;
@@ -178,7 +196,9 @@ private:
     Mask const isOnLine =
         both(at.isWithin, both(at.sample >= same(mTables.firstSample), at.sample <= same(mTables.lastSample)));
     Mask const isKnown = both(passes, mDepth <= mPieces.greatestDepth);
-    return {both(isKnown, both(isLast, isOnLine)), either(line<low, line> high), select(passes, solution, line),
+    Lanes const elsewhere =
+        select(isBefore, least(line, low - same(STEP_OVER)), greatest(line, high + same(STEP_OVER)));
+    return {both(isKnown, both(isLast, isOnLine)), either(isBefore, isAfter), select(passes, solution, elsewhere),
             at.sample, mPieces.time(solution)};
   }
 
