@@ -49,6 +49,8 @@ public:
 
   /// Copies `count` numbers from element `begin` on to every `step`th double of `to`.
   void gather(char const* data, std::size_t begin, std::size_t count, double* to, std::size_t step) const;
+  /// Whether the elements lie one behind the other, as doubles.
+  bool isContiguous() const { return mShape.size() == 1 && mStrides.back() == sizeof(double); }
   /// The way back.
   void scatter(double const* from, std::size_t step, std::size_t begin, std::size_t count, char* data) const;
 
@@ -69,6 +71,14 @@ public:
     mWalk.gather(mData, begin, count, to, step);
   }
 
+  /// The elements from one on, if they lie one behind the other; otherwise null.
+  double const* lying(std::size_t begin) const { return lyingAt(mData, mWalk, begin); }
+
+  static double const* lyingAt(char const* data, Walk const& walk, std::size_t begin) {
+    bool const isAligned = reinterpret_cast<std::uintptr_t>(data) % alignof(double) == 0;
+    return isAligned && walk.isContiguous() ? reinterpret_cast<double const*>(data) + begin : nullptr;
+  }
+
 private:
   char const* mData;
   Walk mWalk;
@@ -85,6 +95,7 @@ public:
   void write(double const* from, std::size_t step, std::size_t begin, std::size_t count) const {
     mWalk.scatter(from, step, begin, count, mData);
   }
+  double* lying(std::size_t begin) const { return const_cast<double*>(Source::lyingAt(mData, mWalk, begin)); }
   py::object array() const { return mArray; }
 
 private:
@@ -94,5 +105,47 @@ private:
   char* mData;
   Walk mWalk;
 };
+
+/// Reads columns into points: the coordinates of each side by side. Columns that lie in memory as most do are read
+/// together, in vectors.
+template <std::size_t N>
+void readPoints(std::array<Source const*, N> const& columns, std::size_t begin, std::size_t count, double* points) {
+  std::array<double const*, N> from;
+  for (std::size_t k = 0; k < N; ++k) {
+    from[k] = columns[k]->lying(begin);
+    if (from[k] == nullptr) {
+      for (std::size_t column = 0; column < N; ++column) {
+        columns[column]->read(begin, count, points + column, N);
+      }
+      return;
+    }
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t k = 0; k < N; ++k) {
+      points[N * i + k] = from[k][i];
+    }
+  }
+}
+
+/// The way back.
+template <std::size_t N>
+void writePoints(double const* points, std::size_t begin, std::size_t count,
+                 std::array<Target const*, N> const& columns) {
+  std::array<double*, N> to;
+  for (std::size_t k = 0; k < N; ++k) {
+    to[k] = columns[k]->lying(begin);
+    if (to[k] == nullptr) {
+      for (std::size_t column = 0; column < N; ++column) {
+        columns[column]->write(points + column, N, begin, count);
+      }
+      return;
+    }
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t k = 0; k < N; ++k) {
+      to[k][i] = points[N * i + k];
+    }
+  }
+}
 
 }  // namespace kespython

@@ -46,6 +46,9 @@ PYBIND11_MODULE(_core, module) {
   // wait for ever.
   py::dtype::of<double>();
   readClasses();
+  // The docstrings have them, and the stubs the types.
+  py::options signatures;
+  signatures.disable_function_signatures();
   bindSystems(module);
   bindOrientation(module);
   bindStrips(module);

@@ -105,7 +105,15 @@ void bindTrajectory(py::module_& module) {
   using py::arg;
   PYBIND11_NUMPY_DTYPE(TrajectoryRow, time, x, y, z, omega, phi, kappa, q0, q1, q2, q3, extrapolated);
   PYBIND11_NUMPY_DTYPE(AccuracyRow, time, x, y, z, omega, phi, kappa);
-  py::class_<kes::Trajectory>(module, "Trajectory")
+  py::class_<kes::Trajectory>(module, "Trajectory", R"(The exterior orientation of a strip, or of a file of its own.
+
+Parameters
+----------
+file : path
+    An orientation file.
+standard_deviations : bool
+    Whether those of each record are read, too.
+)")
       .def(py::init([](py::object const& file, bool standardDeviations) {
              return kes::Trajectory::read(pathOf(file), standardDeviations);
            }),
@@ -123,14 +131,25 @@ void bindTrajectory(py::module_& module) {
                              })
       .def_property_readonly("has_standard_deviations", &kes::Trajectory::hasStandardDeviations)
       .def("__len__", &kes::Trajectory::size)
-      .def("table", &table)
-      .def("at", &pointsAt, arg("times"))
-      .def("standard_deviations_at", &accuraciesAt, arg("times"));
+      .def("table", &table,
+           R"(All records as a structured array, which pandas.DataFrame takes.
+
+Fields: time (GPS seconds), x, y, z (metres, local), omega, phi, kappa (radians, of the rotation from the ground to the
+camera), q0 to q3 (its unit quaternion, as the file has it, in single precision), extrapolated (false).
+)")
+      .def("at", &pointsAt, arg("times"),
+           "The library's interpolation at times (array_like, GPS seconds): an array of their shape with the fields of "
+           "`table`; NaN for a time that isn't finite, `extrapolated` before the first and after the last record.")
+      .def("standard_deviations_at", &accuraciesAt, arg("times"),
+           "Standard deviations at times (array_like): fields time, x, y, z (metres), omega, phi, kappa (radians); the "
+           "file's default ones where those of records weren't read.");
 }
 
 void bindCamera(py::module_& module) {
   using py::arg;
-  py::class_<kes::CameraBand>(module, "CameraBand")
+  py::class_<kes::CameraBand>(module, "CameraBand",
+                              "The geometry of one sensor line: focal_length and pixel_size in metres, look_angle in "
+                              "radians, forward positive; is_reverse where samples run against the focal y.")
       .def_readonly("id", &kes::CameraBand::id)
       .def_readonly("samples", &kes::CameraBand::samples)
       .def_readonly("imaging_samples", &kes::CameraBand::imagingSamples)
@@ -141,7 +160,8 @@ void bindCamera(py::module_& module) {
       .def("__repr__", [](kes::CameraBand const& self) {
         return "<CameraBand " + self.id + ": " + std::to_string(self.samples) + " samples>";
       });
-  py::class_<kes::Camera>(module, "Camera")
+  py::class_<kes::Camera>(module, "Camera",
+                          "A camera in one version of its calibration; camera[id] is the geometry of one sensor line.")
       .def_property_readonly("type", &kes::Camera::type)
       .def_property_readonly("sensor_id", &kes::Camera::sensorId)
       .def_property_readonly("version", &kes::Camera::version)

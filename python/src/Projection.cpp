@@ -179,8 +179,7 @@ struct ImageSources {
   ImageSources(ImageColumns const& columns, Shape const& shape)
       : samples(columns.samples, shape), lines(columns.lines, shape) {}
   void read(std::size_t begin, std::span<geo::XYPoint> image) const {
-    samples.read(begin, image.size(), &image.data()->x, 2);
-    lines.read(begin, image.size(), &image.data()->y, 2);
+    readPoints<2>({&samples, &lines}, begin, image.size(), &image.data()->x);
   }
 };
 static_assert(sizeof(geo::XYPoint) == 2 * sizeof(double) && sizeof(geo::XYZPoint) == 3 * sizeof(double));
@@ -244,13 +243,10 @@ public:
     }
     mCall.band.toGround(image, mOptions, ground, mCall.results.status(begin, count));
     if (mCall.wantsClosure) {
-      mCall.results[0].write(&mClosure.data()->pixels, 2, begin, count);
-      mCall.results[1].write(&mClosure.data()->metres, 2, begin, count);
+      writePoints<2>(&mClosure.data()->pixels, begin, count, {&mCall.results[0], &mCall.results[1]});
       return;
     }
-    mCall.results[0].write(&ground.data()->x, 3, begin, count);
-    mCall.results[1].write(&ground.data()->y, 3, begin, count);
-    mCall.results[2].write(&ground.data()->z, 3, begin, count);
+    writePoints<3>(&ground.data()->x, begin, count, {&mCall.results[0], &mCall.results[1], &mCall.results[2]});
   }
 
 private:
@@ -304,14 +300,14 @@ public:
   void operator()(std::size_t begin, std::size_t count) {
     std::span const ground(mGround.data(), count);
     std::span const image(mImage.data(), count);
-    mCall.x.read(begin, count, &ground.data()->x, 3);
-    mCall.y.read(begin, count, &ground.data()->y, 3);
     if (mCall.z) {
-      mCall.z->read(begin, count, &ground.data()->z, 3);
+      readPoints<3>({&mCall.x, &mCall.y, &*mCall.z}, begin, count, &ground.data()->x);
+    } else {
+      mCall.x.read(begin, count, &ground.data()->x, 3);
+      mCall.y.read(begin, count, &ground.data()->y, 3);
     }
     mCall.band.toImage(ground, mCall.options, image, mCall.results.status(begin, count));
-    mCall.results[0].write(&image.data()->x, 2, begin, count);
-    mCall.results[1].write(&image.data()->y, 2, begin, count);
+    writePoints<2>(&image.data()->x, begin, count, {&mCall.results[0], &mCall.results[1]});
   }
 
 private:
@@ -404,7 +400,56 @@ void bindProjection(py::class_<kes::Band>& band) {
       },
       arg("samples"), arg("lines"), arg("heights") = none, py::kw_only(), arg("surface") = none, arg("crs") = none,
       arg("frame") = none, arg("solver") = "precise", arg("threads") = 1, arg("strict") = false,
-      arg("tdi_stages") = none, arg("out") = none);
+      arg("tdi_stages") = none, arg("out") = none, R"(Project image positions to the ground.
+
+Parameters
+----------
+samples, lines : array_like
+    From 0 at the centre of the first pixel. Arrays of any shape, which broadcast with each other and with `heights`.
+    float64 is read where it lies, whatever its strides; other real types are converted once.
+heights : array_like, optional
+    Where the lines of sight end, in the vertical unit of the results; 0 by default.
+surface : Surface, optional
+    In place of heights: a line of sight ends where it meets the surface first, to 1 mm in height.
+crs : CoordinateSystem or str, optional
+    The system of the results; the strip's local one by default. One that is used often should be an object, since a
+    definition has to be looked up each time.
+frame : {"lsr", "map"}, optional
+    "map" without `crs` is WGS 84 in degrees, with ellipsoidal heights in metres.
+solver : {"precise", "point", "run", "vector"}
+    "precise" works in double precision, and a result depends on its point alone. The others are the library's forms,
+    which are one in this direction.
+threads : int
+    How many work; the results have the same bits for any number.
+strict : bool
+    Whether a point without a result raises PointError. Otherwise a bad point never raises and disturbs no other.
+tdi_stages : float, optional
+    In place of the image's own.
+out : sequence of arrays, optional
+    Where the results go: x, y, z and, if there are four, the status. Arrays of float64 (of uint8 for the status) of the
+    shape of the results. They may be the arrays given, but not overlap them otherwise.
+
+Returns
+-------
+Ground
+    x, y, z and status, in the shape that the arrays given have together.
+
+Raises
+------
+ValueError, TypeError
+    For shapes that don't go together, numbers that aren't real, options that aren't known.
+RuntimeError
+    When an elevation model can't be read.
+
+Examples
+--------
+>>> band = ks.Strip("flight/strip.stp")["PANN00A"]
+>>> ground = band.to_ground([0, 100], [[500], [501]], heights=35.0)
+>>> ground.z.tolist()
+[[35.0, 35.0], [35.0, 35.0]]
+>>> (ground.status == ks.Status.OK).all()
+True
+)");
   band.def(
       "to_image",
       [](kes::Band const& self, py::object const& x, py::object const& y, py::object const& z, py::object surface,
@@ -414,7 +459,38 @@ void bindProjection(py::class_<kes::Band>& band) {
             {std::move(surface), std::move(crs), std::move(frame), std::move(solver), threads, strict, std::move(out)});
       },
       arg("x"), arg("y"), arg("z") = none, py::kw_only(), arg("surface") = none, arg("crs") = none, arg("frame") = none,
-      arg("solver") = "precise", arg("threads") = 1, arg("strict") = false, arg("out") = none);
+      arg("solver") = "precise", arg("threads") = 1, arg("strict") = false, arg("out") = none,
+      R"(Project ground positions to the image.
+
+Parameters
+----------
+x, y, z : array_like
+    Positions in the system `crs`, as those of `to_ground`. Without `z`, `surface` has the heights.
+surface : Surface, optional
+    In place of z: the height of the surface at x and y.
+solver : {"precise", "point", "run", "vector"}
+    "precise" finds the line to 1e-6 lines, within the image and `line_margin` lines before and after it; of several
+    lines that saw a position, the first in time. "run" and "vector" treat a call as one run, in one thread.
+crs, frame, threads, strict, out
+    As those of `to_ground`; the results are sample, line and status.
+
+Returns
+-------
+Image
+    sample, line and status, in the shape that the arrays given have together.
+
+Raises
+------
+ValueError, TypeError, RuntimeError
+    As `to_ground`.
+
+Examples
+--------
+>>> band = ks.Strip("flight/strip.stp")["PANN00A"]
+>>> image = band.to_image(*band.to_ground(10.0, 20.0)[:3])
+>>> round(float(image.sample), 5), round(float(image.line), 5)
+(10.0, 20.0)
+)");
   band.def(
       "closure",
       [](kes::Band const& self, py::object const& samples, py::object const& lines, py::object const& heights,
@@ -426,7 +502,12 @@ void bindProjection(py::class_<kes::Band>& band) {
             std::nullopt, true);
       },
       arg("samples"), arg("lines"), arg("heights") = none, py::kw_only(), arg("surface") = none, arg("crs") = none,
-      arg("frame") = none, arg("solver") = "precise", arg("threads") = 1, arg("strict") = false, arg("out") = none);
+      arg("frame") = none, arg("solver") = "precise", arg("threads") = 1, arg("strict") = false, arg("out") = none,
+      R"(How far image positions are from where they come back to: to the ground, and precisely back.
+
+Takes what `to_ground` takes. Returns Closure: the distance in the image in pixels, that on the ground at the height of
+the ground position in metres, and the status. `out` has these two and, if there are three arrays, the status.
+)");
   band.def(
       "directions",
       [](kes::Band const& self, py::object const& samples, py::object const& lines, int threads, bool strict) {
@@ -434,7 +515,21 @@ void bindProjection(py::class_<kes::Band>& band) {
             self, samples, lines, threads, strict,
             {{"x", "y", "z"}, [](kes::Ray const& ray) { return &ray.direction.x; }, pythonClasses().directions});
       },
-      arg("samples"), arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false);
+      arg("samples"), arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false,
+      R"(Directions of view, from the perspective centre on.
+
+Parameters
+----------
+samples, lines : array_like
+    As those of `to_ground`.
+threads, strict
+    As those of `to_ground`.
+
+Returns
+-------
+Directions
+    x, y and z of vectors of length 1 in the strip's local system, and status: NO_SOLUTION beyond `line_margin`.
+)");
   band.def(
       "centres",
       [](kes::Band const& self, py::object const& lines, int threads, bool strict) {
@@ -442,14 +537,23 @@ void bindProjection(py::class_<kes::Band>& band) {
             self, py::float_(0.0), lines, threads, strict,
             {{"x", "y", "z"}, [](kes::Ray const& ray) { return &ray.centre.x; }, pythonClasses().ground});
       },
-      arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false);
+      arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false,
+      R"(The camera's perspective centre at lines: Ground, in the strip's local system, metres. Lines are array_like.)");
   band.def(
       "times",
       [](kes::Band const& self, py::object const& lines, int threads, bool strict) {
         return projectRays(self, py::float_(0.0), lines, threads, strict,
                            {{"time"}, [](kes::Ray const& ray) { return &ray.time; }, pythonClasses().times});
       },
-      arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false);
+      arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false,
+      R"(When lines were exposed: Times, GPS seconds, and status. Lines are array_like and may have fractions.
+
+Examples
+--------
+>>> band = ks.Strip("flight/strip.stp")["PANN00A"]
+>>> bool(np.all(np.diff(band.times(np.arange(band.lines)).time) > 0))
+True
+)");
 }
 
 }  // namespace kespython

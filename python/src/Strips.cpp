@@ -82,7 +82,36 @@ py::dict stateOf(kes::Strip const& strip) {
 
 void bindStrip(py::module_& module) {
   using py::arg;
-  py::class_<StripHandle>(module, "Strip")
+  py::class_<StripHandle>(module, "Strip", R"(The images of one flight line with their orientation and camera.
+
+A context manager; strip[id] or strip[index] is a Band, and iteration goes through all. Bands stay usable when the strip
+is closed. It is pickled by its path and a hash of its contents: where these have changed, loading it raises ValueError.
+
+Parameters
+----------
+file : path
+    A strip file.
+calibrations : sequence of paths
+    Folders in which cameras are looked for; a folder "calibration" beside the strip or above it by default. They belong
+    to the process: a camera that was found serves all strips of its sensor from then on.
+settings : path, optional
+    A settings file in place of the process's own.
+orientation : {"adjusted", "original"}
+    "adjusted" takes the original one where the strip has no other; see `is_adjusted`.
+standard_deviations : bool
+    Whether those of the orientation are read, too.
+
+Raises
+------
+RuntimeError
+    With the library's message, which names what is missing.
+
+Examples
+--------
+>>> with ks.Strip("flight/strip.stp") as strip:
+...     strip["PANN00A"].shape
+(1200, 800)
+)")
       .def(py::init([](py::object const& file, std::vector<py::object> const& calibrations, py::object const& settings,
                        std::string const& orientation, bool standardDeviations) {
              return openStrip(pathOf(file), optionsOf(calibrations, settings, orientation, standardDeviations));
@@ -115,7 +144,12 @@ void bindStrip(py::module_& module) {
 }
 
 void bindBand(py::module_& module) {
-  py::class_<kes::Band> band(module, "Band");
+  py::class_<kes::Band> band(module, "Band", R"(One band of a strip, and its projection.
+
+Image positions have the sample and the line, both from 0 at the centre of the first pixel. `shape` is lines by samples;
+`nominal_gsd` metres across the flight at the mean terrain height, `scale` its ratio to that along; `look_angle` radians,
+forward positive; `start_time` and `end_time` GPS seconds. Threads may share one.
+)");
   band.def_property_readonly("id", &kes::Band::id)
       .def_property_readonly("index", &kes::Band::index)
       .def_property_readonly("samples", &kes::Band::samples)
@@ -160,7 +194,11 @@ std::unique_ptr<StripHandle> stripOf(BlockHandle const& self, std::string const&
 
 void bindBlock(py::module_& module) {
   using py::arg;
-  py::class_<BlockHandle>(module, "Block")
+  py::class_<BlockHandle>(module, "Block", R"(Strips over one area, with the coordinate system of its maps.
+
+A context manager; block[name] opens a strip, and iteration goes through the names of its strips. The parameters are those
+of `Strip` and hold for all strips.
+)")
       .def(py::init([](py::object const& file, std::vector<py::object> const& calibrations, py::object const& settings,
                        std::string const& orientation, bool standardDeviations) {
              return std::make_unique<BlockHandle>(pathOf(file),

@@ -18,9 +18,10 @@ struct Points {
       : x("x", xGiven), y("y", yGiven), z("z", zGiven), shape(commonShape({&x, &y, &z})), points(sizeOf(shape)),
         status(shape) {
     if (!points.empty()) {
-      Source(x, shape).read(0, points.size(), &points.data()->x, 3);
-      Source(y, shape).read(0, points.size(), &points.data()->y, 3);
-      Source(z, shape).read(0, points.size(), &points.data()->z, 3);
+      Source const xs(x, shape);
+      Source const ys(y, shape);
+      Source const zs(z, shape);
+      readPoints<3>({&xs, &ys, &zs}, 0, points.size(), &points.data()->x);
     }
   }
   std::span<kes::Status> statuses() { return {reinterpret_cast<kes::Status*>(status.mutable_data()), points.size()}; }
@@ -73,7 +74,29 @@ void bindCoordinateSystem(py::module_& module) {
         return "Unit(" + std::string(py::repr(py::str(unit.name))) +
                ", metres=" + std::string(py::repr(py::float_(unit.metres))) + ")";
       });
-  py::class_<kes::CoordinateSystem>(module, "CoordinateSystem")
+  py::class_<kes::CoordinateSystem>(module, "CoordinateSystem", R"(A coordinate system of positions on the ground.
+
+x is the easting or longitude and y the northing or latitude, whatever order the definition has its axes in; z is a
+height in the unit of the vertical part, without one in metres above the ellipsoid. Equal definitions are equal; it can be
+pickled and used as a key.
+
+Parameters
+----------
+definition : str
+    Whatever PROJ understands: "EPSG:32633", "EPSG:32633+5773", a PROJ string, WKT or PROJJSON.
+
+Raises
+------
+RuntimeError
+    "Can't create coordinate system ..." with the reason, which names a grid that isn't installed.
+
+Examples
+--------
+>>> utm = ks.CoordinateSystem("EPSG:32616")
+>>> there = ks.CoordinateSystem.wgs84_degrees().transform(utm, -87.0, 0.0)
+>>> round(float(there.x), 3)
+500000.0
+)")
       .def(py::init<std::string const&>(), arg("definition"))
       .def_static("wgs84_degrees", &kes::CoordinateSystem::wgs84Degrees)
       .def_static("wgs84_radians", &kes::CoordinateSystem::wgs84Radians)
@@ -82,11 +105,25 @@ void bindCoordinateSystem(py::module_& module) {
           [](double longitude, double latitude, double height) {
             return kes::CoordinateSystem::local({longitude * DEGREE, latitude * DEGREE, height});
           },
-          arg("longitude"), arg("latitude"), arg("height") = 0.0)
+          arg("longitude"), arg("latitude"), arg("height") = 0.0,
+          "The local system at an anchor on WGS 84 (degrees, metres): x east, y north, z up, metres.")
       .def_property_readonly("definition", &kes::CoordinateSystem::definition)
       .def_property_readonly("horizontal_unit", &kes::CoordinateSystem::horizontalUnit)
       .def_property_readonly("vertical_unit", &kes::CoordinateSystem::verticalUnit)
-      .def("transform", &transform, arg("to"), arg("x"), arg("y"), arg("z") = 0.0)
+      .def("transform", &transform, arg("to"), arg("x"), arg("y"), arg("z") = 0.0,
+           R"(Convert positions of this system to another one.
+
+Parameters
+----------
+to : CoordinateSystem or str
+x, y, z : array_like
+    Of any shapes that broadcast.
+
+Returns
+-------
+Transformed
+    x, y, z and status; NaN where a position can't be converted.
+)")
       .def("__eq__",
            [](kes::CoordinateSystem const& self, py::object const& other) {
              return py::isinstance<kes::CoordinateSystem>(other) && self == py::cast<kes::CoordinateSystem>(other);
@@ -98,7 +135,20 @@ void bindCoordinateSystem(py::module_& module) {
 
 void bindSurface(py::module_& module) {
   using py::arg;
-  py::class_<kes::Surface>(module, "Surface")
+  py::class_<kes::Surface>(module, "Surface", R"(A surface of the Earth: an elevation model, or one height everywhere.
+
+Parameters
+----------
+file : path
+    Any raster that GDAL reads; its first band, bilinear between the centres of cells. It stays open.
+cache_bytes : int
+    Memory for its tiles.
+
+Raises
+------
+RuntimeError
+    "Can't open elevation model ..." with the reason.
+)")
       .def(py::init([](py::object const& file, std::size_t cacheSize) {
              std::string const name = pathOf(file);
              return kes::Surface::raster(name, cacheSize);
@@ -110,16 +160,19 @@ void bindSurface(py::module_& module) {
           arg("crs"), arg("height"))
       .def_property_readonly("file", &kes::Surface::fileName)
       .def_property_readonly("crs", &kes::Surface::coordinateSystem)
-      .def("height_range",
-           [](kes::Surface const& self) -> py::object {
-             std::optional<kes::Surface::HeightRange> range;
-             {
-               py::gil_scoped_release const released;
-               range = self.heightRange();
-             }
-             return range ? py::object(py::make_tuple(range->lowest, range->highest)) : py::none();
-           })
-      .def("heights", &heightsOf, arg("x"), arg("y"));
+      .def(
+          "height_range",
+          [](kes::Surface const& self) -> py::object {
+            std::optional<kes::Surface::HeightRange> range;
+            {
+              py::gil_scoped_release const released;
+              range = self.heightRange();
+            }
+            return range ? py::object(py::make_tuple(range->lowest, range->highest)) : py::none();
+          },
+          "The lowest and the highest height, or None without any. Reads all of the model once.")
+      .def("heights", &heightsOf, arg("x"), arg("y"),
+           "Heights at positions of the surface's own system: Heights, with NaN and NO_SURFACE where there is none.");
 }
 
 }  // namespace

@@ -150,7 +150,7 @@ def test_any_layout_gives_the_same_bits(band: ks.Band, data: st.DataObject) -> N
         array = numbers.astype(dtype).reshape(doubled)
         array = np.asarray(array[tuple(slice(None, None, data.draw(st.sampled_from([2, -2]))) for _ in shape)])
         if data.draw(st.booleans()):
-            array = np.asfortranarray(array)
+            array = np.asarray(array, order="F")
         array.flags.writeable = data.draw(st.booleans()) and array.flags.writeable
         arrays.append(array)
     ground = band.to_ground(*arrays)
