@@ -1,12 +1,14 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""Builds the Python package with CMake: `pip install --no-build-isolation .`. The wheel brings the libraries along."""
+"""Builds the Python package with CMake: `pip install --no-build-isolation .`. The wheel brings the libraries along. CMAKE_ARGS
+has more options of CMake."""
 
 from __future__ import annotations
 
 import os
 import re
+import shlex
 import subprocess
 import sys
 from pathlib import Path
@@ -41,6 +43,7 @@ class CMakeBuild(build_ext):
             "Python3_EXECUTABLE": sys.executable,
         }
         definitions = [f"-D{name}={value}" for name, value in options.items()]
+        definitions += shlex.split(os.environ.get("CMAKE_ARGS", ""))
         # Lets the compiler cache serve the same sources in another folder, as pip copies them.
         environment = os.environ | {"CCACHE_BASEDIR": str(ROOT), "CCACHE_NOHASHDIR": "1"}
 
