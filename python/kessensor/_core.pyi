@@ -121,6 +121,8 @@ class Camera:
 
 class Band:
     line_margin: float
+    _state: dict[str, Any]
+    _files: list[str]
     @property
     def id(self) -> str: ...
     @property

@@ -8,7 +8,9 @@ from __future__ import annotations
 import hashlib
 import html
 import math
+import pickle
 from collections.abc import Callable, Iterable, Iterator
+from functools import lru_cache
 from typing import Any
 
 import numpy as np
@@ -69,20 +71,36 @@ def _require_same(file: str, found: str, expected: str) -> None:
         raise ValueError(f"{file} or a file that belongs to it has changed since it was pickled")
 
 
-def _strip_hash(strip: Strip) -> str:
-    """Over the files of a strip and, wherever its camera came from, the directions of view of each band."""
-    views = (band.directions(np.arange(band.samples), band.lines // 2) for band in strip)
-    return content_hash(strip.files, (axis for view in views for axis in view[:3]))
+def _views_hash(files: Iterable[str], bands: Iterable[Band]) -> str:
+    """Over files and, wherever the camera came from, the directions of view of each band."""
+    views = (band.directions(np.arange(band.samples), band.lines // 2) for band in bands)
+    return content_hash(files, (axis for view in views for axis in view[:3]))
 
 
 def _open_strip(state: dict[str, Any], expected: str) -> Strip:
-    strip = Strip(state.pop("file"), **state)
-    _require_same(strip.file, _strip_hash(strip), expected)
+    strip = Strip(**state)
+    _require_same(strip.file, _views_hash(strip.files, strip), expected)
     return strip
 
 
 def _reduce_strip(self: Strip) -> tuple[Callable[..., Strip], tuple[Any, ...]]:
-    return _open_strip, (self._state, _strip_hash(self))
+    return _open_strip, (self._state, _views_hash(self.files, self))
+
+
+@lru_cache(maxsize=8)
+def _strip_of_bands(pickled_state: bytes, expected: str) -> Strip:
+    """A strip that this process has opened for bands; `expected` keeps changed contents apart."""
+    return Strip(**pickle.loads(pickled_state))
+
+
+def _open_band(state: dict[str, Any], band_id: str, expected: str) -> Band:
+    band = _strip_of_bands(pickle.dumps(state), expected)[band_id]
+    _require_same(state["file"], _views_hash(band._files, [band]), expected)
+    return band
+
+
+def _reduce_band(self: Band) -> tuple[Callable[..., Band], tuple[Any, ...]]:
+    return _open_band, (self._state, self.id, _views_hash(self._files, [self]))
 
 
 def _open_surface(file: str, expected: str) -> Surface:
@@ -201,7 +219,7 @@ def _trajectory_text(trajectory: Trajectory) -> str:
 def install() -> None:
     """Gives the classes their methods."""
     methods: dict[type, dict[str, Any]] = {
-        Band: {"gsd": ground_sampling, "__repr__": _band_text, "_repr_html_": _band_html},
+        Band: {"__reduce__": _reduce_band, "gsd": ground_sampling, "__repr__": _band_text, "_repr_html_": _band_html},
         Block: {"__repr__": _block_text, "_repr_html_": _block_html},
         Camera: {"__repr__": _camera_text},
         CoordinateSystem: {"__repr__": _system_text},

@@ -80,6 +80,14 @@ py::dict stateOf(kes::Strip const& strip) {
   return state;
 }
 
+// A band in Python knows how its strip was opened, so that it can be pickled.
+py::object bandObject(StripHandle const& self, py::object const& key) {
+  py::object const band = py::cast(bandOf(self, key));
+  band.attr("_state") = stateOf(self.strip());
+  band.attr("_files") = filesOf(self);
+  return band;
+}
+
 void bindStrip(py::module_& module) {
   using py::arg;
   py::class_<StripHandle>(module, "Strip", R"(The images of one flight line with their orientation and camera.
@@ -140,11 +148,11 @@ Examples
            [](StripHandle const& self, py::object const& id) {
              return py::isinstance<py::str>(id) && self.strip().hasBand(py::cast<std::string>(id));
            })
-      .def("__getitem__", &bandOf, arg("band"));
+      .def("__getitem__", &bandObject, arg("band"));
 }
 
 void bindBand(py::module_& module) {
-  py::class_<kes::Band> band(module, "Band", R"(One band of a strip, and its projection.
+  py::class_<kes::Band> band(module, "Band", py::dynamic_attr(), R"(One band of a strip, and its projection.
 
 Image positions have the sample and the line, both from 0 at the centre of the first pixel. `shape` is lines by samples;
 `nominal_gsd` metres across the flight at the mean terrain height, `scale` its ratio to that along; `look_angle` radians,

@@ -85,6 +85,8 @@ def test_html_escapes_and_closes(strip: ks.Strip, band: ks.Band) -> None:
 def test_pickled_objects_open_again(strip: ks.Strip, surface: ks.Surface) -> None:
     again = pickle.loads(pickle.dumps(strip))
     assert again["PANN00A"].to_ground(5.0, 6.0).x == strip["PANN00A"].to_ground(5.0, 6.0).x
+    band = pickle.loads(pickle.dumps(strip["GRNF16A"]))
+    assert band.id == "GRNF16A" and band.to_ground(5.0, 6.0).x == strip["GRNF16A"].to_ground(5.0, 6.0).x
     assert pickle.loads(pickle.dumps(surface)).file == surface.file
     trajectory = pickle.loads(pickle.dumps(strip.trajectory))
     assert np.array_equal(trajectory.table(), strip.trajectory.table())
@@ -96,12 +98,21 @@ def test_pickled_strip_whose_files_changed(flight: Path, tmp_path: Path) -> None
     folder = tmp_path / "copy"
     shutil.copytree(flight.parent, folder)
     with ks.Strip(folder / flight.name, calibrations=[folder / "calibration"]) as strip:
-        pickled = pickle.dumps(strip)
+        pickled = [pickle.dumps(strip), pickle.dumps(strip["PANN00A"])]
         line_times = next(Path(file) for file in strip.files if Path(file) != folder / flight.name)
     with open(line_times, "ab") as stream:
         stream.write(b" ")
-    with pytest.raises(ValueError, match="has changed since it was pickled$"):
-        pickle.loads(pickled)
+    for data in pickled:
+        with pytest.raises(ValueError) as caught:
+            pickle.loads(data)
+        expected = f"{folder / flight.name} or a file that belongs to it has changed since it was pickled"
+        assert str(caught.value) == expected
+
+
+def test_pickled_band_whose_strip_is_closed(flight: Path) -> None:
+    with ks.Strip(flight) as strip:
+        band = strip["PANN00A"]
+    assert pickle.loads(pickle.dumps(band)).to_ground(1.0, 2.0).x == band.to_ground(1.0, 2.0).x
 
 
 def test_surface_without_a_file_is_not_pickled() -> None:
