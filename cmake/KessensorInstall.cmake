@@ -18,8 +18,9 @@ foreach(library IN LISTS libraries)
   string(REGEX REPLACE "^kes(files|platform|host|gdal)$" "\\1" name ${library})
   set_target_properties(${library} PROPERTIES EXPORT_NAME ${name})
 endforeach()
+# Programs need the component "libraries" alone; the package for Python consists of it and "python".
 install(TARGETS ${libraries} EXPORT kessensorTargets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT libraries NAMELINK_COMPONENT development
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 if(TARGET kes)

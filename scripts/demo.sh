@@ -11,7 +11,7 @@ out=${1:-demo-output}
 dem=data/terrain/jacksboro_dem.tif
 bands=(PANF27A PANN00A PANB14A)
 scripts/deps.sh
-scripts/build.sh release kes
+scripts/build.sh release kes kessensor_python
 kes=build/release/apps/kes/kes
 
 echo "== A flight over the Jacksboro fault, Tennessee, with images of its forward, nadir and backward looking lines"
@@ -62,6 +62,16 @@ outline "${bands[1]}" 80 255 80
 outline "${bands[2]}" 80 160 255
 gdal_translate -q -of PNG "$out/quicklook.tif" "$out/quicklook.png"
 rm "$out/outlines.geojson" "$out/quicklook.tif"
+
+echo
+echo "== The same in Python: the four corners of the nadir image on the terrain"
+PYTHONPATH=build/release/python /usr/bin/python3 - "$out" "$dem" <<'PYTHON'
+import sys
+import kessensor as ks
+band = ks.Strip(f"{sys.argv[1]}/strip.stp")["PANN00A"]
+ground = band.to_ground([[0], [band.samples - 1]], [0, band.lines - 1], surface=ks.Surface(sys.argv[2]), crs="EPSG:32616")
+print(band, *zip(ground.x.ravel(), ground.y.ravel(), ground.z.ravel()), sep="\n")
+PYTHON
 
 echo
 echo "In $out: the flight (strip.stp), ortho.tif, footprints.geojson, and a picture of both, quicklook.png"

@@ -3,15 +3,38 @@
 
 #include "Checks.h"
 #include "OpenStrip.h"
+#include "PointParts.h"
 #include "Projector.h"
 
 #include <kes/Band.h>
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModelData.h>
 
+#include <cmath>
 #include <utility>
 
 namespace kes {
+
+namespace {
+
+geo::XYZPoint ofLengthOne(geo::XYZPoint const& v) {
+  double const length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+  return {v.x / length, v.y / length, v.z / length};
+}
+
+Status setRay(detail::Projector& projector, geo::XYPoint const& image, Ray& ray) {
+  bool const isKnown = detail::isFinite(image);
+  if (!isKnown || !projector.hasLine(image.y)) {
+    ray = {detail::NOWHERE, detail::NOWHERE, detail::NAN_VALUE};
+    return isKnown ? Status::noSolution : Status::notFinite;
+  }
+  detail::Projector::Camera const& camera = projector.camera(image.y);
+  ray = {camera.pose.centre, ofLengthOne(projector.chain().ray(camera.pose, image.x)),
+         camera.time + projector.chain().epoch()};
+  return projector.status(image, camera.time);
+}
+
+}  // namespace
 
 static_assert(Band::lineMargin == detail::LineTable::margin);
 
@@ -94,6 +117,19 @@ Band::InImage Band::toImage(geo::XYZPoint const& ground, ToImageOptions const& o
   InImage result{};
   toImage({&ground, 1}, options, {&result.position, 1}, {&result.status, 1});
   return result;
+}
+
+std::size_t Band::rays(std::span<geo::XYPoint const> image, std::span<Ray> rays, std::span<Status> status,
+                       int threads) const {
+  detail::requireSize(rays, image.size());
+  detail::requireSize(status, image.size());
+  detail::forEachPart(image.size(), threads, [&](std::size_t begin, std::size_t end) {
+    detail::Projector projector(*mStrip, mIndex);
+    for (std::size_t i = begin; i < end; ++i) {
+      status[i] = setRay(projector, image[i], rays[i]);
+    }
+  });
+  return detail::countResults(status);
 }
 
 }  // namespace kes

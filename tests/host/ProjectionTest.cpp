@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -272,6 +273,56 @@ TEST(Projection, ClosureIsThatOfTheStagesOfTheCall) {
       }
     }
   }
+}
+
+TEST(Rays, LeadFromTheCentreToTheGroundAtItsTime) {
+  for (char const* const id : test::BANDS) {
+    kes::Band const band = test::randomStrip(4).band(id);
+    auto const image = test::imagePoints(band, 5, 100);
+    std::vector<double> time(image.size());
+    kes::ToGroundOptions options = test::atHeight(-30.0);
+    options.outputs.time = time;
+    auto const ground = test::toGround(band, image, options);
+    std::vector<kes::Ray> rays(image.size());
+    std::vector<Status> status(image.size());
+    EXPECT_EQ(band.rays(image, rays, status), image.size());
+    for (std::size_t i = 0; i < image.size(); ++i) {
+      auto const& [centre, direction, rayTime] = rays[i];
+      double const distance = (-30.0 - centre.z) / direction.z;
+      ASSERT_NEAR(std::hypot(direction.x, direction.y, direction.z), 1.0, 1e-15);
+      ASSERT_NEAR(centre.x + distance * direction.x, ground.points[i].x, 1e-8);
+      ASSERT_NEAR(centre.y + distance * direction.y, ground.points[i].y, 1e-8);
+      ASSERT_EQ(rayTime, time[i]);
+      ASSERT_EQ(status[i], ground.status[i]);
+    }
+  }
+}
+
+TEST(Rays, AreTheSameInAnyNumberOfThreads) {
+  kes::Band const band = test::randomStrip(4).band("REDF16A");
+  auto const image = test::imagePoints(band, 6, 5000);
+  std::vector<kes::Ray> one(image.size());
+  std::vector<kes::Ray> three(image.size());
+  std::vector<Status> status(image.size());
+  band.rays(image, one, status);
+  band.rays(image, three, status, 3);
+  EXPECT_EQ(std::memcmp(one.data(), three.data(), one.size() * sizeof(kes::Ray)), 0);
+}
+
+TEST(Rays, BadPositionsHaveNone) {
+  kes::Band const band = test::randomStrip(4).band("PANN00A");
+  double const beyond = band.lines() + kes::Band::lineMargin;
+  std::vector<geo::XYPoint> const image{
+      {0.0, std::numeric_limits<double>::infinity()}, {0.0, beyond}, {0.0, -1.0}, {0.0, 1.0}};
+  std::vector<kes::Ray> rays(4);
+  std::vector<Status> status(4);
+  EXPECT_EQ(band.rays(image, rays, status), 2U);
+  EXPECT_EQ(status, (std::vector{Status::notFinite, Status::noSolution, Status::outsideImage, Status::ok}));
+  for (std::size_t i = 0; i < 2; ++i) {
+    EXPECT_TRUE(std::isnan(rays[i].centre.x) && std::isnan(rays[i].direction.z) && std::isnan(rays[i].time));
+  }
+  rays.pop_back();
+  EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { band.rays(image, rays, status); }), "spans differ in size");
 }
 
 TEST(Projection, SpansOfOtherSizesAreRefused) {

@@ -25,6 +25,14 @@ namespace detail {
 class OpenStrip;
 }  // namespace detail
 
+/// The line of sight of an image position, in the strip's local system: from the perspective centre in a direction of
+/// length 1, at a time in GPS seconds.
+struct Ray {
+  geo::XYZPoint centre;
+  geo::XYZPoint direction;
+  double time;
+};
+
 /// One band of a loaded strip, and its projection. A value that is cheap to copy; it keeps the strip's data in memory,
 /// also when the strip is unloaded or gone. Any number of threads may use one.
 ///
@@ -69,6 +77,12 @@ public:
   /// Projects ground positions to the image, likewise.
   std::size_t toImage(std::span<geo::XYZPoint const> ground, ToImageOptions const& options,
                       std::span<geo::XYPoint> image, std::span<Status> status) const;
+
+  /// The lines of sight of image positions, in double precision, as `Solver::precise` has them; NaN without one. Every
+  /// position gets `notFinite`, `noSolution` (beyond `lineMargin`, or without line times or orientation) or the status
+  /// of a result. Returns how many have one. Throws std::invalid_argument "spans differ in size".
+  std::size_t rays(std::span<geo::XYPoint const> image, std::span<Ray> rays, std::span<Status> status,
+                   int threads = 1) const;
 
   /// A single point and its status.
   struct OnGround {
