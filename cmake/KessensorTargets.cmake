@@ -54,13 +54,17 @@ endfunction()
 function(kes_host_headers)
   get_property(roots GLOBAL PROPERTY KESSENSOR_PUBLIC_HEADERS)
   set(headers)
+  set(written "${KESSENSOR_HOST_HEADERS}/kessensor/QtVersion.h")
   foreach(root IN LISTS roots)
-    file(GLOB_RECURSE found CONFIGURE_DEPENDS "${root}/*.h")
-    list(APPEND headers ${found})
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS RELATIVE "${root}" "${root}/*.h")
+    foreach(header IN LISTS found)
+      list(APPEND headers "${root}/${header}")
+      list(APPEND written "${KESSENSOR_HOST_HEADERS}/kessensor/${header}")
+    endforeach()
   endforeach()
   set(script "${PROJECT_SOURCE_DIR}/cmake/HostHeaders.cmake")
   set(stamp "${KESSENSOR_HOST_HEADERS}/written")
-  add_custom_command(OUTPUT "${stamp}"
+  add_custom_command(OUTPUT "${stamp}" BYPRODUCTS ${written}
     COMMAND "${CMAKE_COMMAND}" "-DROOTS=${roots}" "-DOUTPUT=${KESSENSOR_HOST_HEADERS}/kessensor"
       "-DQT_VERSION=${KESSENSOR_QT_VERSION}" -P "${script}"
     COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
