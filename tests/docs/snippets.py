@@ -5,7 +5,7 @@
 """snippets.py MODE PAGE...: builds the fenced blocks of the documentation's pages, and runs them.
 
 Modes: `flight` makes a folder to run in; `programs` takes the blocks of C++ and of shell commands; `projects` those of
-CMake, as projects that find the installed package.
+CMake, as projects that find the installed package; `names` looks for the tests that the pages name.
 
 A block may have an HTML comment directly above it:
 
@@ -14,9 +14,11 @@ A block may have an HTML comment directly above it:
     expect: ground.z == 25.0
     -->
 
-Its first line says what is done with the block: `run` (the default), `build`, which stops before running it, or
+The first line says what is done with the block: `run` (the default), `build`, which stops before running it, or
 `c++17`, which is `run` in that standard (the default is C++20). Lines of code stand before the block's own, so that it
-need not declare everything; each `expect:` is a condition that must hold after it. Includes come first. A block with
+need not declare everything; each `expect:` is a condition that must hold after it; with `throws:`, the block must end
+with an exception of that text. A comment that begins with `before each block` has lines for all blocks of its page, but
+those with includes of their own. Includes come first. A block with
 includes of its own gets no others; the rest get all of the library. Of shell commands, `build` checks the syntax and
 that the programs exist. For CMake, `build` configures only.
 
@@ -32,7 +34,11 @@ import sys
 from pathlib import Path
 from typing import NamedTuple
 
-BLOCK = re.compile(r"(?:^<!-- snippet: ([^\n]*?)(?: -->|\n(.*?)^-->)\n)?^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+BLOCK = re.compile(
+    r"(?:^<!-- snippet: ([^\n]*?)(?: -->|\n(.*?)^-->)\n)?^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL
+)
+BEFORE_EACH = re.compile(r"^<!-- before each block\n(.*?)^-->$", re.MULTILINE | re.DOTALL)
+TEST_NAME = re.compile(r"`([A-Z]\w+)\.([A-Z]\w+)`")
 PRELUDE = """\
 #include <dsm/ConstantElevationSource.h>
 #include <dsm/RasterElevationSource.h>
@@ -46,7 +52,8 @@ PRELUDE = """\
 #include <kesgdal/OrthoTransformer.h>
 #include <kesgdal/Orthophoto.h>
 #include <sensor/kessensor.h>
-#include <iostream>
+#include <cmath>
+#include <stdexcept>
 """
 # `check` is for the conditions; what a snippet declares for its reader's sake may remain unused.
 PROGRAM = """\
@@ -54,6 +61,7 @@ PROGRAM = """\
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <string_view>
 
 int main() {{
   auto const check = [](bool holds, char const* condition) {{
@@ -66,11 +74,11 @@ int main() {{
     {{
 {body}
     }}
-    check(true, "");
+    check({thrown}[0] == 0, "it throws");
     return 0;
   }} catch (std::exception const& error) {{
     std::cerr << error.what() << '\\n';
-    return 1;
+    return std::string_view(error.what()) == {thrown} ? 0 : 1;
   }}
 }}
 """
@@ -81,12 +89,18 @@ class Snippet(NamedTuple):
     language: str
     text: str
     what: str
+    common: list[str]
     setup: list[str]
     conditions: list[str]
+    thrown: str
 
     @property
     def name(self):
         return re.sub(r"\W+", "_", self.place)
+
+
+def values(lines, key):
+    return [line.removeprefix(key).strip() for line in lines if line.startswith(key)]
 
 
 def snippets_of(page, languages):
@@ -96,6 +110,7 @@ def snippets_of(page, languages):
         block[1] is not None for block in blocks
     ):
         sys.exit(f"{page}: a block or the comment of one isn't written as this script reads it")
+    common = [line for lines in BEFORE_EACH.findall(text) for line in lines.splitlines()]
     for block in blocks:
         lines = (block[2] or "").splitlines()
         yield Snippet(
@@ -103,8 +118,10 @@ def snippets_of(page, languages):
             language=block[3],
             text=block[4],
             what=block[1] or "run",
-            setup=[line for line in lines if not line.startswith("expect:")],
-            conditions=[line.removeprefix("expect:").strip() for line in lines if line.startswith("expect:")],
+            common=common,
+            setup=[line for line in lines if not line.startswith(("expect:", "throws:"))],
+            conditions=values(lines, "expect:"),
+            thrown="".join(values(lines, "throws:")),
         )
         if block[3] not in languages:
             sys.exit(f"{page}: nothing is known of blocks in {block[3]}")
@@ -142,12 +159,16 @@ def is_include(line):
 
 
 def source_of(snippet):
-    lines = [*snippet.setup, *snippet.text.splitlines()]
     own = any(map(is_include, snippet.text.splitlines()))
+    lines = [*([] if own else snippet.common), *snippet.setup, *snippet.text.splitlines()]
     includes = [line for line in lines if is_include(line)]
     body = [line for line in lines if not is_include(line)]
     body += [f"check({condition}, {quoted(condition)});" for condition in snippet.conditions]
-    return PROGRAM.format(includes="\n".join(includes) if own else PRELUDE + "\n".join(includes), body="\n".join(body))
+    return PROGRAM.format(
+        includes="\n".join(includes) if own else PRELUDE + "\n".join(includes),
+        body="\n".join(body),
+        thrown=quoted(snippet.thrown),
+    )
 
 
 def quoted(text):
@@ -194,6 +215,15 @@ def configure_and_build(snippet, options):
     return done(configure) and (snippet.what == "build" or done(["cmake", "--build", build]))
 
 
+def tests_exist(page, root):
+    """Whether every test that a page names is in the sources of the tests."""
+    sources = "\n".join(path.read_text(encoding="utf-8") for path in (root / "tests").rglob("*.cpp"))
+    names = TEST_NAME.findall(page.read_text(encoding="utf-8"))
+    missing = [".".join(name) for name in names if not re.search(r"TEST\w*\({}, {}\)".format(*name), sources)]
+    print(f"{page.name}: {len(names)} tests named", *(f"no test {name}" for name in missing), sep="\n")
+    return names and not missing
+
+
 WAYS = {
     "programs": {"cpp": build_and_run, "sh": run_commands},
     "projects": {"cmake": configure_and_build},
@@ -202,7 +232,7 @@ WAYS = {
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("mode", choices=["flight", *WAYS])
+    parser.add_argument("mode", choices=["flight", "names", *WAYS])
     parser.add_argument("pages", nargs="*", type=Path)
     parser.add_argument("--folder", type=Path, help="with the simulated flight")
     parser.add_argument("--work", type=Path, help="for sources and programs")
@@ -215,6 +245,8 @@ def main():
     options = parser.parse_args()
     if options.mode == "flight":
         return 0 if make_flight(options) else 1
+    if options.mode == "names":
+        return 0 if all(tests_exist(page, options.root) for page in options.pages) else 1
     options.work.mkdir(parents=True, exist_ok=True)
     languages = {language for ways in WAYS.values() for language in ways}
     failed = 0
