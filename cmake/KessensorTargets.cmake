@@ -95,6 +95,9 @@ function(kes_folder name)
   set_property(GLOBAL APPEND PROPERTY KESSENSOR_FOLDERS ${target})
 endfunction()
 
+set(KESSENSOR_TEST_OPTIMISATION -O1 CACHE STRING "Level of optimisation of test programs in a release build")
+mark_as_advanced(KESSENSOR_TEST_OPTIMISATION)
+
 # kes_test(NAME SOURCES... [LIBRARIES target...]): a test program of a folder; each of its tests is a CTest entry with
 # the label NAME.
 function(kes_test name)
@@ -104,7 +107,8 @@ function(kes_test name)
   kes_properties(${target})
   # The libraries under test are optimised as the preset says. Their tests aren't: they would take twice as long to
   # compile, with sanitizers three times.
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
+  target_compile_options(${target} PRIVATE
+    $<$<CONFIG:Release>:${KESSENSOR_TEST_OPTIMISATION}> $<$<CONFIG:RelWithDebInfo>:-O0>)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} kessensor_test_support)
   # Otherwise the linker would optimise across the folders again for each test program, which takes minutes.
   if(KESSENSOR_LTO)
