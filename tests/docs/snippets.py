@@ -4,8 +4,8 @@
 
 """snippets.py MODE PAGE...: builds the fenced blocks of the documentation's pages, and runs them.
 
-Modes: `flight` makes a folder to run in; `programs` takes the blocks of C++ and of shell commands; `projects` those of
-CMake, as projects that find the installed package; `names` looks for the tests that the pages name.
+Modes: `flight` makes a folder to run in; `programs` takes the blocks of C++, Python and shell commands; `projects`
+those of CMake, as projects that find the installed package; `names` looks for the tests that the pages name.
 
 A block may have an HTML comment directly above it:
 
@@ -26,6 +26,7 @@ Programs run in a folder with a simulated flight: see `make_flight`.
 """
 
 import argparse
+import os
 import re
 import shlex
 import shutil
@@ -224,8 +225,18 @@ def tests_exist(page, root):
     return names and not missing
 
 
+def run_python(snippet, options):
+    """Without the package only the syntax is checked."""
+    script = "\n".join([*snippet.setup, snippet.text])
+    if not options.python:
+        compile(script, snippet.place, "exec")
+        return True
+    environment = {**os.environ, "PYTHONPATH": str(options.python), "PYTHONDONTWRITEBYTECODE": "1"}
+    return done([sys.executable, "-c", script], cwd=options.folder, env=environment)
+
+
 WAYS = {
-    "programs": {"cpp": build_and_run, "sh": run_commands},
+    "programs": {"cpp": build_and_run, "sh": run_commands, "python": run_python},
     "projects": {"cmake": configure_and_build},
 }
 
@@ -241,6 +252,7 @@ def main():
     parser.add_argument("--terrain", type=Path)
     parser.add_argument("--compiler", type=shlex.split, help="with its options")
     parser.add_argument("--libraries", type=shlex.split, help="options that come after the source")
+    parser.add_argument("--python", type=Path, help="folder of the Python package, where it is built")
     parser.add_argument("--configure", type=shlex.split, help="options of cmake")
     options = parser.parse_args()
     if options.mode == "flight":
