@@ -29,25 +29,13 @@ if(TARGET kes)
   install(TARGETS kes RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
-# kes_install_headers(TARGET FROM FOLDER...): installs the headers in each of these folders below FROM, if the target is
-# built; those that are generated, too.
-function(kes_install_headers target from)
-  if(NOT TARGET ${target})
-    return()
-  endif()
-  foreach(folder IN LISTS ARGN)
-    file(GLOB headers CONFIGURE_DEPENDS
-      "${PROJECT_SOURCE_DIR}/${from}/${folder}/*.h" "${PROJECT_BINARY_DIR}/${from}/${folder}/*.h")
-    install(FILES ${headers} DESTINATION "${KESSENSOR_INSTALL_INCLUDEDIR}/${folder}")
-  endforeach()
-endfunction()
-kes_install_headers(kessensor include sensor xmlFileData)
-kes_install_headers(kesplatform platform/include . geo dsm raster util)
-kes_install_headers(keshost host/include kes)
-kes_install_headers(kesgdal gdal/include kesgdal)
+# In a folder of their own: headers named util/ or geo/ mustn't lie among those of other packages.
+install(DIRECTORY "${KESSENSOR_HOST_HEADERS}/kessensor" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+  FILES_MATCHING PATTERN "*.h")
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
 install(EXPORT kessensorTargets NAMESPACE kessensor:: DESTINATION "${package_folder}")
+math(EXPR other_qt "11 - ${KESSENSOR_QT_VERSION}")
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/kessensorConfig.cmake.in" kessensorConfig.cmake
   INSTALL_DESTINATION "${package_folder}")
 write_basic_package_version_file(kessensorConfigVersion.cmake COMPATIBILITY SameMajorVersion)

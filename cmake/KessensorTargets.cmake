@@ -9,7 +9,8 @@ function(kes_properties target)
   set_target_properties(${target} PROPERTIES
     CXX_STANDARD 20 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
-    POSITION_INDEPENDENT_CODE ON)
+    POSITION_INDEPENDENT_CODE ON
+    KESSENSOR_OWN ON)
   # A fused multiply-add rounds once where the formulae round twice: results would depend on the machine and the
   # optimiser. The sources state every rounding to float, so the compiler may neither drop nor add one.
   # Nobody reads errno after a call such as sin(). Without it, the compiler inlines square roots and drops unused calls.
@@ -27,6 +28,49 @@ function(kes_properties target)
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${KESSENSOR_SANITIZE})
   endif()
+endfunction()
+
+# Where the public headers lie as hosts get them: see HostHeaders.cmake.
+set(KESSENSOR_HOST_HEADERS "${PROJECT_BINARY_DIR}/host_headers")
+
+# kes_public_headers(TARGET FOLDER...): the folders of a library's public headers. The project's own targets read them
+# there. Hosts reach them as <sensor/KESStripModel.h>, or as <kessensor/sensor/KESStripModel.h> where they have a folder
+# of that name themselves.
+function(kes_public_headers target)
+  set(own "$<BOOL:$<TARGET_PROPERTY:KESSENSOR_OWN>>")
+  foreach(folder IN LISTS ARGN)
+    target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:$<${own}:${folder}>>")
+  endforeach()
+  foreach(folder "/kessensor" "")
+    target_include_directories(${target} PUBLIC
+      "$<BUILD_INTERFACE:$<$<NOT:${own}>:${KESSENSOR_HOST_HEADERS}${folder}>>"
+      "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}${folder}>")
+  endforeach()
+  add_dependencies(${target} kessensor_host_headers)
+  set_property(GLOBAL APPEND PROPERTY KESSENSOR_PUBLIC_HEADERS ${ARGN})
+endfunction()
+
+# kes_host_headers(): writes the public headers of all libraries for hosts, whenever one has changed.
+function(kes_host_headers)
+  get_property(roots GLOBAL PROPERTY KESSENSOR_PUBLIC_HEADERS)
+  set(headers)
+  set(written "${KESSENSOR_HOST_HEADERS}/kessensor/QtVersion.h")
+  foreach(root IN LISTS roots)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS RELATIVE "${root}" "${root}/*.h")
+    foreach(header IN LISTS found)
+      list(APPEND headers "${root}/${header}")
+      list(APPEND written "${KESSENSOR_HOST_HEADERS}/kessensor/${header}")
+    endforeach()
+  endforeach()
+  set(script "${PROJECT_SOURCE_DIR}/cmake/HostHeaders.cmake")
+  set(stamp "${KESSENSOR_HOST_HEADERS}/written")
+  add_custom_command(OUTPUT "${stamp}" BYPRODUCTS ${written}
+    COMMAND "${CMAKE_COMMAND}" "-DROOTS=${roots}" "-DOUTPUT=${KESSENSOR_HOST_HEADERS}/kessensor"
+      "-DQT_VERSION=${KESSENSOR_QT_VERSION}" -P "${script}"
+    COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
+    DEPENDS ${headers} "${script}" "${PROJECT_SOURCE_DIR}/cmake/QtVersion.h.in"
+    COMMENT "Writing the headers for hosts" VERBATIM)
+  add_custom_target(kessensor_host_headers ALL DEPENDS "${stamp}")
 endfunction()
 
 # kes_folder(NAME SOURCES... [DEPENDS folder...]): one folder of src/ as an internal static library. The shared library
@@ -51,6 +95,9 @@ function(kes_folder name)
   set_property(GLOBAL APPEND PROPERTY KESSENSOR_FOLDERS ${target})
 endfunction()
 
+set(KESSENSOR_TEST_OPTIMISATION -O1 CACHE STRING "Level of optimisation of test programs in a release build")
+mark_as_advanced(KESSENSOR_TEST_OPTIMISATION)
+
 # kes_test(NAME SOURCES... [LIBRARIES target...]): a test program of a folder; each of its tests is a CTest entry with
 # the label NAME.
 function(kes_test name)
@@ -60,7 +107,8 @@ function(kes_test name)
   kes_properties(${target})
   # The libraries under test are optimised as the preset says. Their tests aren't: they would take twice as long to
   # compile, with sanitizers three times.
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1> $<$<CONFIG:RelWithDebInfo>:-O0>)
+  target_compile_options(${target} PRIVATE
+    $<$<CONFIG:Release>:${KESSENSOR_TEST_OPTIMISATION}> $<$<CONFIG:RelWithDebInfo>:-O0>)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} kessensor_test_support)
   # Otherwise the linker would optimise across the folders again for each test program, which takes minutes.
   if(KESSENSOR_LTO)

@@ -67,6 +67,50 @@ echo "== run it"
 "$work/consumer/host_consumer" "$here/../data/strip-a"
 "$work/consumer/gdal_consumer" "$here/../data/strip-a"
 
+"$work/consumer/shadowing_consumer"
+
+echo "== build the projects of the documentation"
+python3 "$here/../docs/snippets.py" projects "$here"/../../{README,docs/guide,docs/tutorial}.md --root "$here/../.." \
+  --work "$work/projects" --configure="-DCMAKE_PREFIX_PATH=$prefix -DCMAKE_CXX_COMPILER=$(cached CMAKE_CXX_COMPILER) \
+  -DCMAKE_CXX_COMPILER_LAUNCHER=$(cached KESSENSOR_CCACHE | grep -v NOTFOUND || true) \
+  -DKESSENSOR_QT_VERSION=$(cached KESSENSOR_QT_VERSION)"
+
+echo "== build a host without CMake"
+compiler=$(cached CMAKE_CXX_COMPILER)
+read -ra flags < <(cached CMAKE_CXX_FLAGS)
+libraries=$(dirname "$library")
+"$compiler" "${flags[@]}" -std=c++17 -I "$prefix/include/kessensor" "$here/consumer/main.cpp" -o "$work/plain" \
+  -L "$libraries" -lkessensor -lkesplatform -Wl,-rpath,"$libraries"
+"$work/plain" "$here/../data/strip-a"
+
+# compiles OPTION...: whether everything of namespace sensor compiles with these options; the errors go to a file.
+compiles() {
+  echo '#include <sensor/kessensor.h>' |
+    "$compiler" -std=c++17 -fsyntax-only -I "$prefix/include/kessensor" "$@" -x c++ - 2>"$work/errors"
+}
+
+# refused OPTION...: fails unless they are refused as options of another version of Qt.
+refused() {
+  if compiles "$@" || ! grep -q "error.*This kessensor was built with Qt $qt, and a host must use the same" "$work/errors"
+  then
+    echo "Headers of another version of Qt aren't refused: $*"
+    cat "$work/errors"
+    exit 1
+  fi
+}
+
+qt=$(cached KESSENSOR_QT_VERSION)
+for version in 5 6; do
+  mkdir -p "$work/qt$version/QtCore"
+  echo "#define QTCORE_VERSION 0x0${version}0F08" >"$work/qt$version/QtCore/qtcoreversion.h"
+done
+compiles
+compiles -I "$work/qt$qt"
+compiles -DQT_VERSION_MAJOR="$qt"
+refused -I "$work/qt$((11 - qt))"
+refused -I "$work/qt$((11 - qt))/QtCore"
+refused -DQT_VERSION_MAJOR=$((11 - qt))
+
 echo "== run the tool from where it is installed"
 if [ -x "$prefix/bin/kes" ]; then
   "$prefix/bin/kes" --version

@@ -16,8 +16,13 @@ namespace dsm {
 /// find tiles without a lock, while one keeps another.
 class TileTable {
 public:
-  explicit TileTable(std::size_t tiles);
-  ~TileTable();
+  explicit TileTable(std::size_t tiles)
+      : mCount(tiles), mTiles(std::make_unique<std::atomic<HeightTile const*>[]>(tiles)) {}
+  ~TileTable() {
+    for (std::size_t i = 0; i < mCount; ++i) {
+      delete mTiles[i].load(std::memory_order_relaxed);
+    }
+  }
   TileTable(TileTable const&) = delete;
   TileTable& operator=(TileTable const&) = delete;
 
@@ -26,7 +31,11 @@ public:
     return mTiles[static_cast<std::size_t>(number)].load(std::memory_order_acquire);
   }
   /// Keeps a tile that isn't there yet. For one thread at a time.
-  HeightTile const& insert(std::uint64_t number, std::unique_ptr<HeightTile const> tile);
+  HeightTile const& insert(std::uint64_t number, std::unique_ptr<HeightTile const> tile) {
+    HeightTile const* const kept = tile.release();
+    mTiles[static_cast<std::size_t>(number)].store(kept, std::memory_order_release);
+    return *kept;
+  }
 
 private:
   std::size_t mCount;
