@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "common/XmlElement.h"
 #include "project/BadCalibration.h"
 #include "project/PointListPlaces.h"
 #include "project/ProjectFile.h"
@@ -17,7 +18,6 @@
 #include <QDomElement>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <memory>
 
 namespace sensor {
@@ -29,23 +29,23 @@ constexpr float noTdi = 1.0F;
 constexpr double millisecond = 0.001;
 
 // A number is milliseconds, any other text the name of a file.
-std::unique_ptr<IntegrationTime> integrationTimeOf(QDomElement const& element, std::string const& stripFolder) {
-  if (!element.hasAttribute(QStringLiteral("it"))) {
+std::unique_ptr<IntegrationTime> integrationTimeOf(XmlElement const& element, std::string const& stripFolder) {
+  if (!element.has("it")) {
     return std::make_unique<IntegrationTime>(unknownIntegrationTime);
   }
   bool isNumber = false;
-  float const value = element.attribute(QStringLiteral("it")).toFloat(&isNumber);
+  float const value = element.qtText("it").toFloat(&isNumber);
   if (isNumber) {
     return std::make_unique<IntegrationTime>(static_cast<float>(static_cast<double>(value) * millisecond));
   }
-  return std::make_unique<IntegrationTime>(resolved(attributeText(element, "it"), stripFolder));
+  return std::make_unique<IntegrationTime>(resolved(element.text("it"), stripFolder));
 }
 
-std::unique_ptr<TdiStage> tdiStageOf(QDomElement const& element, std::string const& stripFolder) {
-  if (!element.hasAttribute(QStringLiteral("tdi"))) {
+std::unique_ptr<TdiStage> tdiStageOf(XmlElement const& element, std::string const& stripFolder) {
+  if (!element.has("tdi")) {
     return std::make_unique<TdiStage>(noTdi);
   }
-  return std::make_unique<TdiStage>(resolved(attributeText(element, "tdi"), stripFolder));
+  return std::make_unique<TdiStage>(resolved(element.text("tdi"), stripFolder));
 }
 
 // The text without its first characters, as many as the folder has, and without the slash after them.
@@ -75,17 +75,21 @@ raster::Statistics emptyStatistics() {
 }  // namespace
 
 KESImage::KESImage(QDomElement const& element, std::string const& stripFolder, KESStripModelData* parent, bool load)
+    : KESImage(xmlElement(element), stripFolder, pointListFolders(fromUtf8(stripFolder)), parent, load) {}
+
+KESImage::KESImage(XmlElement const& element, std::string const& stripFolder,
+                   std::vector<std::string> const& pointListFolders, KESStripModelData* parent, bool load)
     : mParentStrip(parent) {
   auto cameraTime = std::make_unique<CameraTime>();
   std::unique_ptr<IntegrationTime> integrationTime;
   std::unique_ptr<TdiStage> tdi;
-  if (element.tagName().toLower() == QLatin1String("image")) {
+  if (fromUtf8(element.name).toLower() == QLatin1String("image")) {
     readAttributes(element, stripFolder);
-    cameraTime->setCtgFileName(resolved(attributeText(element, "timing"), stripFolder));
+    cameraTime->setCtgFileName(resolved(element.text("timing"), stripFolder));
     integrationTime = integrationTimeOf(element, stripFolder);
     tdi = tdiStageOf(element, stripFolder);
   }
-  findPointList(stripFolder);
+  findPointList(pointListFolders);
   if (load) {
     cameraTime->loadData();
     mDataLoaded = true;
@@ -102,24 +106,26 @@ KESImage::~KESImage() {
   delete mTdiData;
 }
 
-void KESImage::readAttributes(QDomElement const& element, std::string const& stripFolder) {
-  mImageFileName = attributeText(element, "filename");
-  mBandID = attributeText(element, "band");
-  mFootprintFileName = resolved(attributeText(element, "footprint"), stripFolder);
-  mNumSamples = element.attribute(QStringLiteral("swath"), QStringLiteral("12000")).toInt();
-  mSampleOffsetFromCalib = element.attribute(QStringLiteral("offset"), QStringLiteral("0")).toInt();
+void KESImage::readAttributes(XmlElement const& element, std::string const& stripFolder) {
+  mImageFileName = element.text("filename");
+  mBandID = element.text("band");
+  mFootprintFileName = resolved(element.text("footprint"), stripFolder);
+  mNumSamples = element.qtText("swath", "12000").toInt();
+  mSampleOffsetFromCalib = element.qtText("offset", "0").toInt();
 }
 
-void KESImage::findPointList(std::string const& stripFolder) {
+// In the first of the folders that has it.
+void KESImage::findPointList(std::vector<std::string> const& folders) {
   auto const name = pointListName(mImageFileName);
   if (!name) {
     return;
   }
-  std::vector<std::string> const places = pointListPlaces(*name, fromUtf8(stripFolder));
-  auto const found = std::find_if(places.begin(), places.end(),
-                                  [](std::string const& place) { return QFileInfo::exists(fromUtf8(place)); });
-  if (found != places.end()) {
-    mIptFileName = *found;
+  for (std::string const& folder : folders) {
+    std::string const place = folder + "/" + name->toStdString();
+    if (QFileInfo::exists(fromUtf8(place))) {
+      mIptFileName = place;
+      return;
+    }
   }
 }
 

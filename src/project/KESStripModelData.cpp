@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "project/BadCalibration.h"
+#include "project/PointListPlaces.h"
 #include "project/ProjectFile.h"
 #include "project/StripFile.h"
 
@@ -24,17 +25,6 @@
 namespace sensor {
 
 namespace {
-
-// Also says what is wrong with an image on the standard error stream.
-std::unique_ptr<KESImage> makeImage(QDomElement const& element, std::string const& stripFolder,
-                                    KESStripModelData* strip, bool load) {
-  try {
-    return std::make_unique<KESImage>(element, stripFolder, strip, load);
-  } catch (std::exception const& failure) {
-    std::cerr << failure.what() << '\n';
-    throw;
-  }
-}
 
 // What is missing first is appended to the message.
 class Presence {
@@ -83,9 +73,7 @@ void KESStripModelData::read(std::string const& fileName, bool load, bool useOri
   mAdjustedEOPFileName = strip.adjustedEOPFileName;
   mRawDataLocation = strip.rawDataLocation;
   mImageDataLocation = strip.imageDataLocation;
-  for (QDomElement const& image : strip.images) {
-    attach(makeImage(image, strip.folder, this, load).release());
-  }
+  addImages(strip, load);
   if (!strip.fault.empty()) {
     throw std::runtime_error(strip.fault);
   }
@@ -97,6 +85,19 @@ void KESStripModelData::read(std::string const& fileName, bool load, bool useOri
   chooseEOP(useOriginalEOP || mAdjustedEOPFileName.empty());
   if (load) {
     loadData(useOriginalEOP, loadStdDevs);
+  }
+}
+
+// Also says what is wrong with an image on the standard error stream.
+void KESStripModelData::addImages(StripDescription const& strip, bool load) {
+  std::vector<std::string> const folders = pointListFolders(fromUtf8(strip.folder));
+  for (XmlElement const& image : strip.images) {
+    try {
+      attach(new KESImage(image, strip.folder, folders, this, load));
+    } catch (std::exception const& failure) {
+      std::cerr << failure.what() << '\n';
+      throw;
+    }
   }
 }
 
