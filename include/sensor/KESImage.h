@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 class QDomElement;
 class XmlWriter;
@@ -27,7 +26,6 @@ class CameraTime;
 class IntegrationTime;
 class KESStripModelData;
 class TdiStage;
-struct XmlElement;
 
 /// One line image of a strip: the files of one band of the camera, its swath and its line timing.
 ///
@@ -53,8 +51,8 @@ public:
 
   /// Reads the line times unless they are loaded; throws what `CameraTime::loadData` throws.
   void loadData();
-  /// Marks the line times as not loaded, so that the next `loadData` reads them again; until then they stay, and so does
-  /// the vector that `CameraTime::values` refers to.
+  /// Marks the line times as not loaded, so that the next `loadData` reads them again; until then they stay, and so
+  /// does the vector to which `CameraTime::values` refers.
   void unloadData() { mDataLoaded = false; }
   bool isDataLoaded() const { return mDataLoaded; }
 
@@ -137,7 +135,10 @@ public:
                          std::string const& adjustedOrientation);
 
 private:
-  friend class KESStripModelData;
+  // Makes the images of strip files.
+  friend class ImageReader;
+  explicit KESImage(KESStripModelData* parent) : mParentStrip(parent) {}
+
   // Keeps the heading at the middle line, where searches for a line begin, when the data are loaded.
   friend class LineOrientation;
   struct KeptHeading {
@@ -146,11 +147,6 @@ private:
     EOP eop;
   };
 
-  // Lists of image points are looked for in these folders.
-  KESImage(XmlElement const& element, std::string const& stripFolder, std::vector<std::string> const& pointListFolders,
-           KESStripModelData* parent, bool loadData);
-  void readAttributes(XmlElement const& element, std::string const& stripFolder);
-  void findPointList(std::vector<std::string> const& folders);
   std::string statsFilename() const;
   std::string supportText(std::string const& originalOrientation, std::string const& adjustedOrientation) const;
 

@@ -16,7 +16,6 @@ class Camera;
 class EOPData;
 class KESImage;
 class KESStripModel;
-struct StripDescription;
 
 /// The project data of one strip (one flight line): its images, the exterior orientation in use, the camera, and the
 /// mean heights of terrain and flight, all in metres of the strip's local system.
@@ -138,7 +137,6 @@ public:
 
 private:
   void read(std::string const& fileName, bool loadData, bool useOriginalEOP, bool loadStdDevs);
-  void addImages(StripDescription const& strip, bool loadData);
   void chooseEOP(bool useOriginalEOP);
   void findCamera();
   void computeMeanFlyingHeight();

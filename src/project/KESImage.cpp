@@ -3,7 +3,7 @@
 
 #include "common/XmlElement.h"
 #include "project/BadCalibration.h"
-#include "project/PointListPlaces.h"
+#include "project/ImageReader.h"
 #include "project/ProjectFile.h"
 
 #include <XmlWriter.h>
@@ -23,30 +23,6 @@
 namespace sensor {
 
 namespace {
-
-constexpr float unknownIntegrationTime = -1.0F;
-constexpr float noTdi = 1.0F;
-constexpr double millisecond = 0.001;
-
-// A number is milliseconds, any other text the name of a file.
-std::unique_ptr<IntegrationTime> integrationTimeOf(XmlElement const& element, std::string const& stripFolder) {
-  if (!element.has("it")) {
-    return std::make_unique<IntegrationTime>(unknownIntegrationTime);
-  }
-  bool isNumber = false;
-  float const value = element.qtText("it").toFloat(&isNumber);
-  if (isNumber) {
-    return std::make_unique<IntegrationTime>(static_cast<float>(static_cast<double>(value) * millisecond));
-  }
-  return std::make_unique<IntegrationTime>(resolved(element.text("it"), stripFolder));
-}
-
-std::unique_ptr<TdiStage> tdiStageOf(XmlElement const& element, std::string const& stripFolder) {
-  if (!element.has("tdi")) {
-    return std::make_unique<TdiStage>(noTdi);
-  }
-  return std::make_unique<TdiStage>(resolved(element.text("tdi"), stripFolder));
-}
 
 // The text without its first characters, as many as the folder has, and without the slash after them.
 std::string withoutFolder(std::string const& name, std::string const& folder) {
@@ -75,28 +51,8 @@ raster::Statistics emptyStatistics() {
 }  // namespace
 
 KESImage::KESImage(QDomElement const& element, std::string const& stripFolder, KESStripModelData* parent, bool load)
-    : KESImage(xmlElement(element), stripFolder, pointListFolders(fromUtf8(stripFolder)), parent, load) {}
-
-KESImage::KESImage(XmlElement const& element, std::string const& stripFolder,
-                   std::vector<std::string> const& pointListFolders, KESStripModelData* parent, bool load)
-    : mParentStrip(parent) {
-  auto cameraTime = std::make_unique<CameraTime>();
-  std::unique_ptr<IntegrationTime> integrationTime;
-  std::unique_ptr<TdiStage> tdi;
-  if (fromUtf8(element.name).toLower() == QLatin1String("image")) {
-    readAttributes(element, stripFolder);
-    cameraTime->setCtgFileName(resolved(element.text("timing"), stripFolder));
-    integrationTime = integrationTimeOf(element, stripFolder);
-    tdi = tdiStageOf(element, stripFolder);
-  }
-  findPointList(pointListFolders);
-  if (load) {
-    cameraTime->loadData();
-    mDataLoaded = true;
-  }
-  mCameraTime = cameraTime.release();
-  mIntegrationTime = integrationTime.release();
-  mTdiData = tdi.release();
+    : KESImage(parent) {
+  ImageReader(stripFolder).read(xmlElement(element), load, *this);
 }
 
 KESImage::~KESImage() {
@@ -104,29 +60,6 @@ KESImage::~KESImage() {
   delete mCameraTime;
   delete mIntegrationTime;
   delete mTdiData;
-}
-
-void KESImage::readAttributes(XmlElement const& element, std::string const& stripFolder) {
-  mImageFileName = element.text("filename");
-  mBandID = element.text("band");
-  mFootprintFileName = resolved(element.text("footprint"), stripFolder);
-  mNumSamples = element.qtText("swath", "12000").toInt();
-  mSampleOffsetFromCalib = element.qtText("offset", "0").toInt();
-}
-
-// In the first of the folders that has it.
-void KESImage::findPointList(std::vector<std::string> const& folders) {
-  auto const name = pointListName(mImageFileName);
-  if (!name) {
-    return;
-  }
-  for (std::string const& folder : folders) {
-    std::string const place = folder + "/" + name->toStdString();
-    if (QFileInfo::exists(fromUtf8(place))) {
-      mIptFileName = place;
-      return;
-    }
-  }
 }
 
 void KESImage::loadData() {

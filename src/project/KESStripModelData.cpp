@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "project/BadCalibration.h"
-#include "project/PointListPlaces.h"
+#include "project/ImageReader.h"
 #include "project/ProjectFile.h"
 #include "project/StripFile.h"
 
@@ -25,6 +25,17 @@
 namespace sensor {
 
 namespace {
+
+// Also says what is wrong with an image on the standard error stream.
+std::unique_ptr<KESImage> imageOf(XmlElement const& element, ImageReader const& reader, KESStripModelData* strip,
+                                  bool load) {
+  try {
+    return reader.image(element, strip, load);
+  } catch (std::exception const& failure) {
+    std::cerr << failure.what() << '\n';
+    throw;
+  }
+}
 
 // What is missing first is appended to the message.
 class Presence {
@@ -73,7 +84,10 @@ void KESStripModelData::read(std::string const& fileName, bool load, bool useOri
   mAdjustedEOPFileName = strip.adjustedEOPFileName;
   mRawDataLocation = strip.rawDataLocation;
   mImageDataLocation = strip.imageDataLocation;
-  addImages(strip, load);
+  ImageReader const reader(strip.folder);
+  for (XmlElement const& element : strip.images) {
+    attach(imageOf(element, reader, this, load).release());
+  }
   if (!strip.fault.empty()) {
     throw std::runtime_error(strip.fault);
   }
@@ -85,19 +99,6 @@ void KESStripModelData::read(std::string const& fileName, bool load, bool useOri
   chooseEOP(useOriginalEOP || mAdjustedEOPFileName.empty());
   if (load) {
     loadData(useOriginalEOP, loadStdDevs);
-  }
-}
-
-// Also says what is wrong with an image on the standard error stream.
-void KESStripModelData::addImages(StripDescription const& strip, bool load) {
-  std::vector<std::string> const folders = pointListFolders(fromUtf8(strip.folder));
-  for (XmlElement const& image : strip.images) {
-    try {
-      attach(new KESImage(image, strip.folder, folders, this, load));
-    } catch (std::exception const& failure) {
-      std::cerr << failure.what() << '\n';
-      throw;
-    }
   }
 }
 

@@ -19,8 +19,8 @@ inline constexpr std::ptrdiff_t longestNumber = 40;
 
 namespace detail {
 
-/// The digits of a number below 10^8, the first in the lowest byte: halves of it, then quarters, then digits stand side by side in a word, and all are
-/// divided at once. The quotients are exact for the few digits that are left.
+/// The digits of a number below 10^8, the first in the lowest byte: halves of it, then quarters, then digits stand side
+/// by side in a word, and all are divided at once. The quotients are exact for the few digits that are left.
 inline std::uint64_t eightDigits(std::uint64_t number) {
   std::uint64_t const halves = number / 10000 + ((number % 10000) << 32);
   std::uint64_t const hundreds = ((halves * 10486) >> 20) & 0x0000007F0000007FU;
