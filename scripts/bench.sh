@@ -35,7 +35,7 @@ echo
 PYTHONPATH=build/release/python /usr/bin/python3 bench/python.py build/release/bench/kessensor_python_peer "$terrain" \
   "$work/python" "$runs"
 echo
-/usr/bin/env python3 bench/csv.py "$kes" "$terrain" "$work/csv" "$points" 3
+/usr/bin/env python3 bench/tables.py "$kes" "$terrain" "$work/tables" "$points" 3
 "$kes" simulate "$work/flight" --dem "$terrain" --lines 2000 --samples 2000 >/dev/null
 echo
 /usr/bin/env python3 bench/instructions.py build/release/bench/kessensor_kernels "$work/flight/strip.stp" \

@@ -5,7 +5,7 @@
 """Tables of points through `kes project`, to the ground and back to the image: million points a second and core, beside
 a plain copy of both tables.
 
-csv.py KES DEM FOLDER COUNT RUNS: simulates a flight into FOLDER and projects so many random points of its nadir image.
+tables.py KES DEM FOLDER COUNT RUNS: simulates a flight into FOLDER and projects so many random points of its nadir image.
 Processor seconds count, of several runs the least, without those of a table of one point."""
 
 import os
