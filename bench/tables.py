@@ -5,8 +5,8 @@
 """Tables of points through `kes project`, to the ground and back to the image: million points a second and core, beside
 a plain copy of both tables.
 
-tables.py KES DEM FOLDER COUNT RUNS: simulates a flight into FOLDER and projects so many random points of its nadir image.
-Processor seconds count, of several runs the least, without those of a table of one point."""
+tables.py KES DEM FOLDER COUNT RUNS: simulates a flight into FOLDER and projects so many random points of its nadir
+image. Processor seconds count, of several runs the least, without those of a table of one point."""
 
 import os
 import random
@@ -32,8 +32,9 @@ def write_table(name, count):
     last = SIZE - 1
     with open(name, "w", encoding="ascii") as file:
         file.write("sample,line,height\n")
-        file.writelines(f"{numbers.uniform(0, last):.3f},{numbers.uniform(0, last):.3f},{numbers.uniform(200, 300):.2f}\n"
-                        for _ in range(count))
+        for _ in range(count):
+            sample, line, height = numbers.uniform(0, last), numbers.uniform(0, last), numbers.uniform(200, 300)
+            file.write(f"{sample:.3f},{line:.3f},{height:.2f}\n")
 
 
 def without_first_columns(table, name):
