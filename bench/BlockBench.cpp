@@ -80,8 +80,8 @@ void openBlock(benchmark::State& state) {
 }
 BENCHMARK(openBlock)->Name("open a strip of a block of 200")->Unit(benchmark::kMillisecond);
 
-// What opening can't do without: the strip file's document, the head of the orientation file, and the files of
-// integration times and TDI stages.
+// The files that opening reads: the strip file, of which the document model is made, the head of the orientation file,
+// and the files of integration times and TDI stages.
 void readFiles(benchmark::State& state) {
   Block const& block = Block::get();
   std::filesystem::path const timing = std::filesystem::path(block.stripFile(0)).parent_path() / "timing";

@@ -7,15 +7,18 @@
 #   yardstick is the time that PROJ takes, in the same run, to convert a point from geographic to geocentric coordinates;
 # - processor seconds, seconds and peak memory of orthophotos beside gdalwarp's;
 # - the Python package beside C++;
+# - points a second of tables that are projected, beside a plain copy of their bytes;
 # - the number of instructions per point of each projection, which doesn't depend on the machine's load.
 # --quick takes a few minutes: short runs, and an orthophoto of a short strip.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 lines=4000
+points=1000000
 runs=3
 if [ "${1:-}" = --quick ]; then
   shift
   lines=1000
+  points=300000
   runs=1
   set -- --benchmark_min_time=0.02 "$@"
 fi
@@ -31,6 +34,8 @@ echo
 /usr/bin/env python3 bench/ortho.py "$kes" "$terrain" "$work/ortho" "$lines" "$runs"
 PYTHONPATH=build/release/python /usr/bin/python3 bench/python.py build/release/bench/kessensor_python_peer "$terrain" \
   "$work/python" "$runs"
+echo
+/usr/bin/env python3 bench/tables.py "$kes" "$terrain" "$work/tables" "$points" 3
 "$kes" simulate "$work/flight" --dem "$terrain" --lines 2000 --samples 2000 >/dev/null
 echo
 /usr/bin/env python3 bench/instructions.py build/release/bench/kessensor_kernels "$work/flight/strip.stp" \

@@ -21,6 +21,17 @@ std::string size(std::int64_t samples, std::int64_t lines) {
   return std::to_string(samples) + " x " + std::to_string(lines);
 }
 
+// A block is read as a whole, whatever part of it is needed.
+void requireSmallBlocks(kes::Band const& band, std::string const& name, GDALRasterBand& raster) {
+  int columns = 0;
+  int rows = 0;
+  raster.GetBlockSize(&columns, &rows);
+  if (std::int64_t{columns} * rows * GDALGetDataTypeSizeBytes(raster.GetRasterDataType()) > mostBytesOfBlock) {
+    fail(band, name + " has blocks of " + size(columns, rows) +
+                   " pixels, of which each takes more than 256 MiB; write it with smaller tiles");
+  }
+}
+
 }  // namespace
 
 SourceImage::SourceImage(kes::Band const& band) {
@@ -45,6 +56,7 @@ SourceImage::SourceImage(kes::Band const& band) {
     fail(band, name + " has " + size(mData->GetRasterXSize(), mData->GetRasterYSize()) + " pixels, the strip has " +
                    size(samples, lines));
   }
+  requireSmallBlocks(band, name, *mData->GetRasterBand(1));
 }
 
 std::optional<double> SourceImage::noData() const {

@@ -8,9 +8,13 @@
 
 #include <gdal_priv.h>
 
+#include <cstdint>
 #include <optional>
 
 namespace kesgdal {
+
+/// The largest block of an image that is read. A block is the smallest part that GDAL decodes.
+inline constexpr std::int64_t mostBytesOfBlock = std::int64_t{256} << 20;
 
 /// The image of a band of a strip, open for reading: a plain file, since a strip file names it (see
 /// `raster::openRaster`).

@@ -15,7 +15,6 @@ namespace kesgdal {
 
 namespace {
 
-constexpr std::size_t mostBytes = std::size_t{256} << 20U;
 constexpr double none = std::numeric_limits<double>::quiet_NaN();
 
 // The value for no data as pixels have it; NaN when none can.
@@ -36,7 +35,7 @@ SourceTiles::SourceTiles(SourceImage image)
   mMayLackData = !std::isnan(mNoData) || GDALDataTypeIsInteger(mType) == 0;
   std::size_t const tileBytes =
       static_cast<std::size_t>(mTileColumns) * static_cast<std::size_t>(mTileRows) * mPixelBytes;
-  mMostTiles = std::max(mostBytes / tileBytes, std::size_t{1});
+  mMostTiles = static_cast<std::size_t>(mostBytesOfBlock) / tileBytes;
 }
 
 void SourceTiles::read(ImageBox const& box, ImageWindow& window) {

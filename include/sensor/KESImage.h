@@ -51,7 +51,8 @@ public:
 
   /// Reads the line times unless they are loaded; throws what `CameraTime::loadData` throws.
   void loadData();
-  /// Marks the line times as not loaded, so that the next `loadData` reads them again; until then they stay.
+  /// Marks the line times as not loaded, so that the next `loadData` reads them again; until then they stay, and so
+  /// does the vector to which `CameraTime::values` refers.
   void unloadData() { mDataLoaded = false; }
   bool isDataLoaded() const { return mDataLoaded; }
 
@@ -134,6 +135,10 @@ public:
                          std::string const& adjustedOrientation);
 
 private:
+  // Makes the images of strip files.
+  friend class ImageReader;
+  explicit KESImage(KESStripModelData* parent) : mParentStrip(parent) {}
+
   // Keeps the heading at the middle line, where searches for a line begin, when the data are loaded.
   friend class LineOrientation;
   struct KeptHeading {
@@ -142,8 +147,6 @@ private:
     EOP eop;
   };
 
-  void readAttributes(QDomElement const& element, std::string const& stripFolder);
-  void findPointList(std::string const& stripFolder);
   std::string statsFilename() const;
   std::string supportText(std::string const& originalOrientation, std::string const& adjustedOrientation) const;
 

@@ -81,8 +81,8 @@ ImagePointList::ImagePointList(std::string const& imageFileName, std::string con
   if (!name) {
     throw std::runtime_error("Invalid image filename");
   }
-  for (std::string const& place : pointListPlaces(*name, QDir(fromUtf8(folder)).path())) {
-    mFileName = place;
+  for (std::string const& place : pointListFolders(QDir(fromUtf8(folder)).path())) {
+    mFileName = place + "/" + name->toStdString();
     if (read(mFileName, true) == 0) {
       return;
     }

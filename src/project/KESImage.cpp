@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "common/XmlElement.h"
 #include "project/BadCalibration.h"
-#include "project/PointListPlaces.h"
+#include "project/ImageReader.h"
 #include "project/ProjectFile.h"
 
 #include <XmlWriter.h>
@@ -17,36 +18,11 @@
 #include <QDomElement>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <memory>
 
 namespace sensor {
 
 namespace {
-
-constexpr float unknownIntegrationTime = -1.0F;
-constexpr float noTdi = 1.0F;
-constexpr double millisecond = 0.001;
-
-// A number is milliseconds, any other text the name of a file.
-std::unique_ptr<IntegrationTime> integrationTimeOf(QDomElement const& element, std::string const& stripFolder) {
-  if (!element.hasAttribute(QStringLiteral("it"))) {
-    return std::make_unique<IntegrationTime>(unknownIntegrationTime);
-  }
-  bool isNumber = false;
-  float const value = element.attribute(QStringLiteral("it")).toFloat(&isNumber);
-  if (isNumber) {
-    return std::make_unique<IntegrationTime>(static_cast<float>(static_cast<double>(value) * millisecond));
-  }
-  return std::make_unique<IntegrationTime>(resolved(attributeText(element, "it"), stripFolder));
-}
-
-std::unique_ptr<TdiStage> tdiStageOf(QDomElement const& element, std::string const& stripFolder) {
-  if (!element.hasAttribute(QStringLiteral("tdi"))) {
-    return std::make_unique<TdiStage>(noTdi);
-  }
-  return std::make_unique<TdiStage>(resolved(attributeText(element, "tdi"), stripFolder));
-}
 
 // The text without its first characters, as many as the folder has, and without the slash after them.
 std::string withoutFolder(std::string const& name, std::string const& folder) {
@@ -75,24 +51,8 @@ raster::Statistics emptyStatistics() {
 }  // namespace
 
 KESImage::KESImage(QDomElement const& element, std::string const& stripFolder, KESStripModelData* parent, bool load)
-    : mParentStrip(parent) {
-  auto cameraTime = std::make_unique<CameraTime>();
-  std::unique_ptr<IntegrationTime> integrationTime;
-  std::unique_ptr<TdiStage> tdi;
-  if (element.tagName().toLower() == QLatin1String("image")) {
-    readAttributes(element, stripFolder);
-    cameraTime->setCtgFileName(resolved(attributeText(element, "timing"), stripFolder));
-    integrationTime = integrationTimeOf(element, stripFolder);
-    tdi = tdiStageOf(element, stripFolder);
-  }
-  findPointList(stripFolder);
-  if (load) {
-    cameraTime->loadData();
-    mDataLoaded = true;
-  }
-  mCameraTime = cameraTime.release();
-  mIntegrationTime = integrationTime.release();
-  mTdiData = tdi.release();
+    : KESImage(parent) {
+  ImageReader(stripFolder).read(xmlElement(element), load, *this);
 }
 
 KESImage::~KESImage() {
@@ -100,27 +60,6 @@ KESImage::~KESImage() {
   delete mCameraTime;
   delete mIntegrationTime;
   delete mTdiData;
-}
-
-void KESImage::readAttributes(QDomElement const& element, std::string const& stripFolder) {
-  mImageFileName = attributeText(element, "filename");
-  mBandID = attributeText(element, "band");
-  mFootprintFileName = resolved(attributeText(element, "footprint"), stripFolder);
-  mNumSamples = element.attribute(QStringLiteral("swath"), QStringLiteral("12000")).toInt();
-  mSampleOffsetFromCalib = element.attribute(QStringLiteral("offset"), QStringLiteral("0")).toInt();
-}
-
-void KESImage::findPointList(std::string const& stripFolder) {
-  auto const name = pointListName(mImageFileName);
-  if (!name) {
-    return;
-  }
-  std::vector<std::string> const places = pointListPlaces(*name, fromUtf8(stripFolder));
-  auto const found = std::find_if(places.begin(), places.end(),
-                                  [](std::string const& place) { return QFileInfo::exists(fromUtf8(place)); });
-  if (found != places.end()) {
-    mIptFileName = *found;
-  }
 }
 
 void KESImage::loadData() {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "project/BadCalibration.h"
+#include "project/ImageReader.h"
 #include "project/ProjectFile.h"
 #include "project/StripFile.h"
 
@@ -26,10 +27,10 @@ namespace sensor {
 namespace {
 
 // Also says what is wrong with an image on the standard error stream.
-std::unique_ptr<KESImage> makeImage(QDomElement const& element, std::string const& stripFolder,
-                                    KESStripModelData* strip, bool load) {
+std::unique_ptr<KESImage> imageOf(XmlElement const& element, ImageReader const& reader, KESStripModelData* strip,
+                                  bool load) {
   try {
-    return std::make_unique<KESImage>(element, stripFolder, strip, load);
+    return reader.image(element, strip, load);
   } catch (std::exception const& failure) {
     std::cerr << failure.what() << '\n';
     throw;
@@ -83,8 +84,9 @@ void KESStripModelData::read(std::string const& fileName, bool load, bool useOri
   mAdjustedEOPFileName = strip.adjustedEOPFileName;
   mRawDataLocation = strip.rawDataLocation;
   mImageDataLocation = strip.imageDataLocation;
-  for (QDomElement const& image : strip.images) {
-    attach(makeImage(image, strip.folder, this, load).release());
+  ImageReader const reader(strip.folder);
+  for (XmlElement const& element : strip.images) {
+    attach(imageOf(element, reader, this, load).release());
   }
   if (!strip.fault.empty()) {
     throw std::runtime_error(strip.fault);

@@ -21,17 +21,16 @@ inline std::optional<QString> pointListName(std::string const& imageFileName) {
   return dot < 0 ? std::nullopt : std::optional(name.left(dot) + QStringLiteral(".ipt"));
 }
 
-/// The paths of such a list in the order in which they are looked at: in the folder of the strip and in the two above
-/// it, as far as they exist.
-inline std::vector<std::string> pointListPlaces(QString const& name, QString const& stripFolder) {
+/// The folders of such lists in the order in which they are looked at: the folder of the strip and the two above it, as
+/// far as they exist.
+inline std::vector<std::string> pointListFolders(QString const& stripFolder) {
   constexpr int levels = 2;
-  QString const file = QLatin1Char('/') + name;
-  std::vector<std::string> places{(stripFolder + file).toStdString()};
+  std::vector<std::string> folders{stripFolder.toStdString()};
   QDir folder(stripFolder);
   for (int level = 0; level < levels && folder.cdUp(); ++level) {
-    places.push_back((folder.path() + file).toStdString());
+    folders.push_back(folder.path().toStdString());
   }
-  return places;
+  return folders;
 }
 
 }  // namespace sensor

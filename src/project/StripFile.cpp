@@ -8,9 +8,12 @@
 #include "files/FileReplacement.h"
 #include "project/ProjectFile.h"
 
+#include <QDomDocument>
 #include <QFileInfo>
 #include <QTextStream>
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 
@@ -27,16 +30,14 @@ void requireAttribute(std::string const& value, char const* attribute, char cons
   }
 }
 
-QDomElement requireStrip(QDomDocument const& document) {
-  QDomElement root = document.documentElement();
-  if (root.tagName() != QLatin1String("Strip")) {
-    throw std::runtime_error("Wrong file format: expected \"Strip\" but saw \"" + root.tagName().toStdString() + "\"");
+void requireStrip(XmlElement const& root) {
+  if (root.name != "Strip") {
+    throw std::runtime_error("Wrong file format: expected \"Strip\" but saw \"" + root.name + "\"");
   }
-  if (attributeText(root, "version") != fileVersion) {
+  if (root.text("version") != fileVersion) {
     throw std::runtime_error(std::string("Wrong file version: expected \"") + fileVersion + "\" but saw \"" +
-                             attributeText(root, "version") + "\"");
+                             root.text("version") + "\"");
   }
-  return root;
 }
 
 // What isn't XML is replaced by an empty document, but XML that can't be read whole is left alone.
@@ -52,61 +53,62 @@ QDomDocument documentToChange(std::string const& fileName) {
   return document;
 }
 
-QDomDocument readDocument(std::string const& fileName) {
+XmlElement readRoot(std::string const& fileName) {
   InputFile file(fileName);
   if (!file.isOpen()) {
     throw std::runtime_error("Error opening strip file:" + fileName);
   }
-  QDomDocument document;
   QString error;
-  if (!readXml(file, document, error)) {
+  auto root = readXmlElement(file, error);
+  if (!root) {
     throw std::runtime_error("Error parsing xml file:" + fileName + ": " + error.toStdString());
   }
-  return document;
+  return *std::move(root);
 }
 
-void readImages(QDomElement const& element, StripDescription& strip) {
-  strip.imageDataLocation = resolved(trimmedAttributeText(element, "location"), strip.folder);
-  QString const tag = QStringLiteral("Image");
-  for (QDomElement e = element.firstChildElement(tag); !e.isNull(); e = e.nextSiblingElement(tag)) {
-    strip.images.push_back(e);
-  }
+std::string trimmedText(XmlElement const& element, char const* attribute) {
+  return element.qtText(attribute).trimmed().toStdString();
 }
 
-void readCalibration(QDomElement const& element, StripDescription& strip) {
-  strip.cameraVersion = attributeText(element, "version");
+void readImages(XmlElement const& element, StripDescription& strip) {
+  strip.imageDataLocation = resolved(trimmedText(element, "location"), strip.folder);
+  std::copy_if(element.children.begin(), element.children.end(), std::back_inserter(strip.images),
+               [](XmlElement const& child) { return child.name == "Image"; });
+}
+
+void readCalibration(XmlElement const& element, StripDescription& strip) {
+  strip.cameraVersion = element.text("version");
   requireAttribute(strip.cameraVersion, "version", "Calibration");
-  strip.sensorId = attributeText(element, "sensor_id");
+  strip.sensorId = element.text("sensor_id");
   requireAttribute(strip.sensorId, "sensor_id", "Calibration");
-  strip.sensorType = element.attribute(QStringLiteral("sensor_type"), QStringLiteral("KESA0")).toStdString();
+  strip.sensorType = element.textOr("sensor_type", "KESA0");
 }
 
-void readEOP(QDomElement const& element, StripDescription& strip) {
-  strip.originalEOPFileName = resolved(attributeText(element, "filename"), strip.folder);
+void readEOP(XmlElement const& element, StripDescription& strip) {
+  strip.originalEOPFileName = resolved(element.text("filename"), strip.folder);
   if (strip.originalEOPFileName.empty()) {
     throw std::runtime_error("Element \"eop\" is empty!");
   }
   strip.adjustedEOPFileName.clear();
-  if (!trimmedAttributeText(element, "filename_adjusted").empty()) {
-    strip.adjustedEOPFileName = resolved(attributeText(element, "filename_adjusted"), strip.folder);
+  if (!trimmedText(element, "filename_adjusted").empty()) {
+    strip.adjustedEOPFileName = resolved(element.text("filename_adjusted"), strip.folder);
   }
 }
 
-void readRawData(QDomElement const& element, StripDescription& strip) {
-  requireAttribute(attributeText(element, "location"), "location", "RawData");
-  strip.rawDataLocation = resolved(trimmedAttributeText(element, "location"), strip.folder);
+void readRawData(XmlElement const& element, StripDescription& strip) {
+  requireAttribute(element.text("location"), "location", "RawData");
+  strip.rawDataLocation = resolved(trimmedText(element, "location"), strip.folder);
 }
 
-void readElements(QDomElement const& root, StripDescription& strip) {
-  for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement()) {
-    QString const tag = e.tagName();
-    if (tag == QLatin1String("Images")) {
+void readElements(XmlElement const& root, StripDescription& strip) {
+  for (XmlElement const& e : root.children) {
+    if (e.name == "Images") {
       readImages(e, strip);
-    } else if (tag == QLatin1String("Calibration")) {
+    } else if (e.name == "Calibration") {
       readCalibration(e, strip);
-    } else if (tag == QLatin1String("EOP")) {
+    } else if (e.name == "EOP") {
       readEOP(e, strip);
-    } else if (tag == QLatin1String("RawData")) {
+    } else if (e.name == "RawData") {
       readRawData(e, strip);
     }
   }
@@ -127,12 +129,12 @@ void requireCompleteness(StripDescription const& strip) {
 }  // namespace
 
 StripDescription readStripFile(std::string const& fileName) {
+  XmlElement const root = readRoot(fileName);
+  requireStrip(root);
   StripDescription strip;
-  strip.document = readDocument(fileName);
-  QDomElement const root = requireStrip(strip.document);
   strip.folder = QFileInfo(fromUtf8(fileName)).absolutePath().toStdString();
-  strip.name = root.attribute(QStringLiteral("name"), QStringLiteral("unknown")).toStdString();
-  strip.meanTerrainHeight = root.attribute(QStringLiteral("mean_terrain_height"), QStringLiteral("0.f")).toFloat();
+  strip.name = root.textOr("name", "unknown");
+  strip.meanTerrainHeight = root.qtText("mean_terrain_height", "0.f").toFloat();
   try {
     readElements(root, strip);
     requireCompleteness(strip);

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include <QDomDocument>
+#include "common/XmlElement.h"
 
 #include <string>
 #include <vector>
@@ -17,10 +17,8 @@ struct StripDescription {
   /// Metres.
   float meanTerrainHeight = 0.0F;
   std::string imageDataLocation;
-  /// The elements of the images in front of the fault, from which `KESImage` is made, and the document that they belong
-  /// to.
-  std::vector<QDomElement> images;
-  QDomDocument document;
+  /// The elements of the images in front of the fault, from which `KESImage` is made.
+  std::vector<XmlElement> images;
   std::string cameraVersion;
   std::string sensorId;
   std::string sensorType;

@@ -2,15 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 #include "common/InputFile.h"
-#include "common/QtText.h"
 #include "common/Record.h"
 #include "common/XmlDocument.h"
+#include "common/XmlElement.h"
 #include "timing/Attitude.h"
 #include "timing/EopFields.h"
 
 #include <sensor/EOPData.h>
-
-#include <QDomDocument>
 
 #include <algorithm>
 #include <array>
@@ -82,16 +80,12 @@ bool readEntries(InputFile& file, std::int64_t offset, std::int64_t count, std::
   return true;
 }
 
-double number(QDomElement const& element, char const* attribute) {
-  return element.attribute(QLatin1String(attribute)).toDouble();
+double number(XmlElement const& element, char const* attribute) {
+  return element.qtText(attribute).toDouble();
 }
 
-float singleNumber(QDomElement const& element, char const* attribute) {
-  return element.attribute(QLatin1String(attribute)).toFloat();
-}
-
-std::string text(QDomElement const& element, char const* attribute) {
-  return element.attribute(QLatin1String(attribute)).toStdString();
+float singleNumber(XmlElement const& element, char const* attribute) {
+  return element.qtText(attribute).toFloat();
 }
 
 // The versions that have a parameter block keep the rest of the header there.
@@ -235,34 +229,32 @@ int EOPData::readHeader(std::string const& fileName) {
 }
 
 int EOPData::parseXMLHeader(std::string const& block) {
-  QDomDocument document;
   QString error;
   // Invalid UTF-8 becomes replacement characters, not an error: only the sources are free text.
-  if (!parseXml(fromUtf8(block), document, error)) {
+  auto const root = parseXmlElement(block, error);
+  if (!root) {
     throw std::runtime_error("error reading EOP parameter block " + error.toStdString());
   }
-  QDomElement const root = document.documentElement();
-  if (root.attribute(QStringLiteral("version")).toInt() == EOP_VERSION_1) {
+  if (root->qtText("version").toInt() == EOP_VERSION_1) {
     throw std::runtime_error("version mismatch!!");
   }
-  for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement()) {
-    QString const tag = e.tagName();
-    if (tag == QLatin1String("Source")) {
-      mAppSource = text(e, "name");
-    } else if (tag == QLatin1String("POS")) {
-      mPosSource = text(e, "source");
-    } else if (tag == QLatin1String("TM")) {
-      mTmSource = text(e, "source");
-    } else if (tag == QLatin1String("AnchorPoint")) {
+  for (XmlElement const& e : root->children) {
+    if (e.name == "Source") {
+      mAppSource = e.text("name");
+    } else if (e.name == "POS") {
+      mPosSource = e.text("source");
+    } else if (e.name == "TM") {
+      mTmSource = e.text("source");
+    } else if (e.name == "AnchorPoint") {
       mAnchorPoint = {number(e, "lon"), number(e, "lat"), number(e, "h")};
-    } else if (tag == QLatin1String("AbsoluteTime")) {
-      mAbsTime = static_cast<std::uint32_t>(e.attribute(QStringLiteral("value")).toULong());
-    } else if (tag == QLatin1String("DefaultStandardDeviation")) {
+    } else if (e.name == "AbsoluteTime") {
+      mAbsTime = static_cast<std::uint32_t>(e.qtText("value").toULong());
+    } else if (e.name == "DefaultStandardDeviation") {
       mDefaultStdDevs = {singleNumber(e, "x"),     singleNumber(e, "y"),   singleNumber(e, "z"),
                          singleNumber(e, "omega"), singleNumber(e, "phi"), singleNumber(e, "kappa")};
     }
   }
-  return root.attribute(QStringLiteral("numsets")).toInt();
+  return root->qtText("numsets").toInt();
 }
 
 void EOPData::loadData(bool const& loadStdDevs) {

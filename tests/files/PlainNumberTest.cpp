@@ -50,11 +50,47 @@ TEST(PlainNumber, ValueIsTheDoubleNearestToTheText) {
   }
 }
 
+// Those whose digits make more than 2^53. As many of them as a reciprocal of 64 bits leaves open are none.
+TEST(PlainNumber, ValueOfManyDigitsIsTheDoubleNearestToTheText) {
+  std::mt19937_64 random(20261123);
+  int open = 0;
+  constexpr int count = 200000;
+  for (int i = 0; i < count; ++i) {
+    std::string text = std::to_string(random() % 9 + 1);
+    while (text.size() < 17 + random() % 3) {
+      text += static_cast<char>('0' + random() % 10);
+    }
+    if (std::size_t const place = 1 + random() % text.size(); place < text.size()) {
+      text.insert(place, 1, '.');
+    }
+    auto const [value, size] = read(text + " and more");
+    open += size == 0 ? 1 : 0;
+    ASSERT_TRUE(size == 0 || (size == static_cast<std::ptrdiff_t>(text.size()) && value == nearest(text))) << text;
+  }
+  EXPECT_LT(open, count / 100);
+}
+
+// 2^53 + 1 lies in the middle of two doubles; each decimal more moves the next number off it.
+TEST(PlainNumber, ValueNextToTheMiddleOfTwoDoublesIsTheNearestOrNone) {
+  for (std::string const whole : {"9007199254740993", "9007199254740995", "18014398509481986"}) {
+    EXPECT_EQ(read(whole).second, 0) << whole;
+    for (std::string const& text : {whole + ".1", whole + ".9", whole + ".01"}) {
+      auto const [value, size] = read(text);
+      EXPECT_TRUE(size == 0 || value == nearest(text)) << text;
+    }
+  }
+}
+
 TEST(PlainNumber, EndsBeforeTheFirstOtherCharacter) {
   for (std::string const rest : {",", " ", "e5", "x", "-", ".5", "\n"}) {
     auto const [value, size] = read("12.25" + rest);
     EXPECT_EQ(value, 12.25) << rest;
     EXPECT_EQ(size, 5) << rest;
+  }
+  // Among eight and more, too.
+  for (std::string const other : {"/", ":", "x", "\x80", "\xFF", "\xB9", "\xBA"}) {
+    EXPECT_EQ(read("1234567890123" + other + "4567890").first, 1234567890123.0) << other;
+    EXPECT_EQ(read("12.5" + other + "4567890").first, 12.5) << other;
   }
   EXPECT_EQ(read("7/").second, 1);
   EXPECT_EQ(read("7:").second, 1);
@@ -66,15 +102,14 @@ TEST(PlainNumber, TextWithoutDigitsAroundThePointIsNone) {
   }
 }
 
-// 2^53 + 1 lies between two doubles. 19 digits may be more than 64 bits hold.
+// Twenty may be more than 64 bits hold.
 TEST(PlainNumber, TooManyDigitsAreNone) {
   EXPECT_EQ(read("9007199254740992").first, 9007199254740992.0);
-  EXPECT_EQ(read("9007199254740993").second, 0);
-  EXPECT_EQ(read("900719925474099.3").second, 0);
-  EXPECT_EQ(read("000000000000000001").first, 1.0);
-  EXPECT_EQ(read("0000000000000000001").second, 0);
-  EXPECT_EQ(read("0.00000000000000001").first, 1e-17);
-  EXPECT_EQ(read("0.000000000000000001").second, 0);
+  EXPECT_EQ(read("9999999999999999999").first, 1e19);
+  EXPECT_EQ(read("0000000000000000001").first, 1.0);
+  EXPECT_EQ(read("00000000000000000001").second, 0);
+  EXPECT_EQ(read("0.000000000000000001").first, 1e-18);
+  EXPECT_EQ(read("0.0000000000000000001").second, 0);
   EXPECT_EQ(read("18446744073709551617").second, 0);
 }
 

@@ -68,6 +68,18 @@ TEST_F(OrthoFailure, ComplexImageIsReported) {
   EXPECT_EQ(failure(), "image of band PANN00A: " + mFlight.imageName("PANN00A") + " has complex values");
 }
 
+// Of the largest blocks that are read, 16384 x 8192 of two bytes make 256 MiB. None of them is in the file.
+TEST_F(OrthoFailure, ImageWhoseBlocksDontFitIntoMemoryIsReported) {
+  std::vector<char const*> options{"TILED=YES", "SPARSE_OK=TRUE", "BLOCKXSIZE=16384", "BLOCKYSIZE=8208", nullptr};
+  GetGDALDriverManager()
+      ->GetDriverByName("GTiff")
+      ->Create(mFlight.imageName("PANN00A").c_str(), 101, 300, 1, GDT_UInt16, const_cast<char**>(options.data()))
+      ->Release();
+  EXPECT_EQ(failure(), "image of band PANN00A: " + mFlight.imageName("PANN00A") +
+                           " has blocks of 16384 x 8208 pixels, of which each takes more than 256 MiB; write it with "
+                           "smaller tiles");
+}
+
 // Its beginning promises more than there is.
 TEST_F(OrthoFailure, ImageThatIsCutIsReported) {
   std::filesystem::resize_file(mFlight.imageName("PANN00A"), 60000);

@@ -137,6 +137,18 @@ TEST_F(KESImageOf, LineTimesAreLoadedOnRequest) {
   EXPECT_MESSAGE(image("timing=\"none.ctg\"", true), "failed to open CTG file: " + (mFolder / "none.ctg"));
 }
 
+// Whoever holds the table or a place in it may use it until the times are read again.
+TEST_F(KESImageOf, LineTimesStayWhereTheyAreAfterUnloading) {
+  mFolder.file("a.ctg", (test::Bytes() << 10.0 << 10.5 << 11.0).str());
+  auto const loaded = image("timing=\"a.ctg\"", true);
+  std::vector<double> const& values = loaded->cameraTime()->values();
+  double const* const first = values.data();
+  loaded->unloadData();
+  EXPECT_EQ(values, (std::vector<double>{10.0, 10.5, 11.0}));
+  EXPECT_EQ(values.data(), first);
+  EXPECT_EQ(&loaded->cameraTime()->values(), &values);
+}
+
 TEST_F(KESImageOf, PointListIsFoundUpToTwoFoldersAbove) {
   test::TempFolder const top;
   std::string const stripFolder = top.folder("a/b/c");

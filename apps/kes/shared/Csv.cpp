@@ -4,8 +4,8 @@
 #include "shared/Csv.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
+#include <files/ShortestNumber.h>
 
 namespace tool {
 
@@ -29,16 +29,20 @@ char* CsvText::room(std::size_t size) {
   return mBytes.get() + mSize;
 }
 
+void CsvText::append(char c) {
+  *room(1) = c;
+  ++mSize;
+}
+
 void CsvText::append(std::string_view text) {
   std::copy(text.begin(), text.end(), room(text.size()));
   mSize += text.size();
 }
 
 void CsvText::append(double value) {
-  constexpr std::size_t longest = 32;
   if (std::isfinite(value)) {
-    char* const begin = room(longest);
-    mSize += static_cast<std::size_t>(std::to_chars(begin, begin + longest, value).ptr - begin);
+    char* const begin = room(static_cast<std::size_t>(files::longestNumber));
+    mSize += static_cast<std::size_t>(files::writeShortest(begin, value) - begin);
   }
 }
 

@@ -18,7 +18,7 @@ public:
   void clear() { mSize = 0; }
 
   void append(std::string_view text);
-  void append(char c) { append(std::string_view(&c, 1)); }
+  void append(char c);
   /// The shortest text that reads back to the same number; nothing for one that isn't finite.
   void append(double value);
   /// A field, in quotes if it needs them.

@@ -35,21 +35,23 @@ using EachStrip = std::function<void(StripVisitor const&)>;
 /// seams run through the middle of overlaps. Strips aren't blended, and their brightness isn't balanced.
 ///
 /// Memory grows neither with the orthophoto nor with the number of strips: 256 MiB of the image's blocks at the most,
-/// about 30 MB to each thread (up to 150 MB where a pixel is more than 256 of the image wide), the surface's tiles, and
-/// GDAL's cache of blocks while the file is made (its option GDAL_CACHEMAX). Beside the file it needs room for the
-/// pixels without compression, but for those of pieces without any data, and for four bytes more to a pixel when
-/// several strips are seen.
+/// about 30 MB to each thread (up to 150 MB where a pixel is more than 256 of the image wide) and the block that it
+/// reads, the surface's tiles, and GDAL's cache of blocks while the file is made (its option GDAL_CACHEMAX). Blocks are
+/// read as a whole: an image with blocks of more than 256 MiB is refused. Beside the file it needs room for the pixels
+/// without compression, but for those of pieces without any data, and for four bytes more to a pixel when several
+/// strips are seen.
 ///
 /// The file appears under its name as a whole, after it was closed and found to be whole, or not at all; an older one
 /// is replaced, with what GDAL keeps beside it.
 ///
 /// Throws std::runtime_error, with the place: no strip, or one whose data aren't loaded or that isn't the same the
 /// second time; "no band "ID" in the strip, which has ..." for a band that none of them has; a band without an image,
-/// an image that isn't of one band or has another size than the strip says, a value without data that the images' type
-/// can't hold; a map that is neither projected nor geographic; an elevation model that doesn't cover any of the images;
-/// a size of pixels that isn't in proportion to an image's, "ground sampling distance of <gsd> m isn't between 0.01 and
-/// 1024 times that of the image of band <id>, <gsd> m", since the run would hardly end; a grid as `OrthoGrid` doesn't
-/// allow; and "can't write FILE: " with the reason. What `strips` throws goes through.
+/// an image that isn't of one band, has another size than the strip says or larger blocks than are read, a value
+/// without data that the images' type can't hold; a map that is neither projected nor geographic; an elevation model
+/// that doesn't cover any of the images; a size of pixels that isn't in proportion to an image's, "ground sampling
+/// distance of <gsd> m isn't between 0.01 and 1024 times that of the image of band <id>, <gsd> m", since the run would
+/// hardly end; a grid as `OrthoGrid` doesn't allow; and "can't write FILE: " with the reason. What `strips` throws goes
+/// through.
 KESGDAL_EXPORT void writeOrthophoto(EachStrip const& strips, kes::CoordinateSystem const& map,
                                     kes::Surface const& surface, OrthoPlan const& plan, std::string const& fileName,
                                     Progress const& progress = {});
