@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "files/formats/ProjectFiles.h"
 #include "project/BadCalibration.h"
 #include "project/PointListPlaces.h"
 #include "project/ProjectFile.h"
@@ -30,22 +31,22 @@ constexpr double millisecond = 0.001;
 
 // A number is milliseconds, any other text the name of a file.
 std::unique_ptr<IntegrationTime> integrationTimeOf(QDomElement const& element, std::string const& stripFolder) {
-  if (!element.hasAttribute(QStringLiteral("it"))) {
+  if (!element.hasAttribute(QLatin1String(stripFile::integrationTime))) {
     return std::make_unique<IntegrationTime>(unknownIntegrationTime);
   }
   bool isNumber = false;
-  float const value = element.attribute(QStringLiteral("it")).toFloat(&isNumber);
+  float const value = element.attribute(QLatin1String(stripFile::integrationTime)).toFloat(&isNumber);
   if (isNumber) {
     return std::make_unique<IntegrationTime>(static_cast<float>(static_cast<double>(value) * millisecond));
   }
-  return std::make_unique<IntegrationTime>(resolved(attributeText(element, "it"), stripFolder));
+  return std::make_unique<IntegrationTime>(resolved(attributeText(element, stripFile::integrationTime), stripFolder));
 }
 
 std::unique_ptr<TdiStage> tdiStageOf(QDomElement const& element, std::string const& stripFolder) {
-  if (!element.hasAttribute(QStringLiteral("tdi"))) {
+  if (!element.hasAttribute(QLatin1String(stripFile::tdi))) {
     return std::make_unique<TdiStage>(noTdi);
   }
-  return std::make_unique<TdiStage>(resolved(attributeText(element, "tdi"), stripFolder));
+  return std::make_unique<TdiStage>(resolved(attributeText(element, stripFile::tdi), stripFolder));
 }
 
 // The text without its first characters, as many as the folder has, and without the slash after them.
@@ -81,7 +82,7 @@ KESImage::KESImage(QDomElement const& element, std::string const& stripFolder, K
   std::unique_ptr<TdiStage> tdi;
   if (element.tagName().toLower() == QLatin1String("image")) {
     readAttributes(element, stripFolder);
-    cameraTime->setCtgFileName(resolved(attributeText(element, "timing"), stripFolder));
+    cameraTime->setCtgFileName(resolved(attributeText(element, stripFile::timing), stripFolder));
     integrationTime = integrationTimeOf(element, stripFolder);
     tdi = tdiStageOf(element, stripFolder);
   }
@@ -103,11 +104,12 @@ KESImage::~KESImage() {
 }
 
 void KESImage::readAttributes(QDomElement const& element, std::string const& stripFolder) {
-  mImageFileName = attributeText(element, "filename");
-  mBandID = attributeText(element, "band");
-  mFootprintFileName = resolved(attributeText(element, "footprint"), stripFolder);
-  mNumSamples = element.attribute(QStringLiteral("swath"), QStringLiteral("12000")).toInt();
-  mSampleOffsetFromCalib = element.attribute(QStringLiteral("offset"), QStringLiteral("0")).toInt();
+  mImageFileName = attributeText(element, stripFile::fileName);
+  mBandID = attributeText(element, stripFile::band);
+  mFootprintFileName = resolved(attributeText(element, stripFile::footprint), stripFolder);
+  mNumSamples = element.attribute(QLatin1String(stripFile::swath), QLatin1String(stripFile::usualSwath)).toInt();
+  mSampleOffsetFromCalib =
+      element.attribute(QLatin1String(stripFile::offset), QLatin1String(stripFile::usualOffset)).toInt();
 }
 
 void KESImage::findPointList(std::string const& stripFolder) {
@@ -189,21 +191,22 @@ void KESImage::write(XmlWriter* writer, std::string const& stripFolder) const {
   auto const relative = [&](std::string const& name) {
     return fromUtf8(isUsable ? withoutFolder(name, stripFolder) : name);
   };
-  writer->addAttribute(QStringLiteral("filename"), fromUtf8(mImageFileName));
-  writer->addAttribute(QStringLiteral("timing"), relative(ctgFileName()));
-  writer->addAttribute(QStringLiteral("footprint"), relative(mFootprintFileName));
-  writer->addAttribute(QStringLiteral("band"), fromUtf8(mBandID));
+  writer->addAttribute(QLatin1String(stripFile::fileName), fromUtf8(mImageFileName));
+  writer->addAttribute(QLatin1String(stripFile::timing), relative(ctgFileName()));
+  writer->addAttribute(QLatin1String(stripFile::footprint), relative(mFootprintFileName));
+  writer->addAttribute(QLatin1String(stripFile::band), fromUtf8(mBandID));
   if (mIntegrationTime != nullptr && !mIntegrationTime->fileName().empty()) {
-    writer->addAttribute(QStringLiteral("it"), relative(mIntegrationTime->fileName()));
+    writer->addAttribute(QLatin1String(stripFile::integrationTime), relative(mIntegrationTime->fileName()));
   } else if (mIntegrationTime != nullptr && mIntegrationTime->at(0.0F) > 0.0F) {
-    writer->addAttribute(QStringLiteral("it"), static_cast<double>(mIntegrationTime->at(0.0F)) * 1000.0, 'f', 3);
+    writer->addAttribute(QLatin1String(stripFile::integrationTime),
+                         static_cast<double>(mIntegrationTime->at(0.0F)) * 1000.0, 'f', 3);
   }
   if (mTdiData != nullptr && !mTdiData->fileName().empty()) {
-    writer->addAttribute(QStringLiteral("tdi"), fromUtf8(withoutFolder(mTdiData->fileName(), stripFolder)));
+    writer->addAttribute(QLatin1String(stripFile::tdi), fromUtf8(withoutFolder(mTdiData->fileName(), stripFolder)));
   }
-  writer->addAttribute(QStringLiteral("swath"), mNumSamples);
-  writer->addAttribute(QStringLiteral("offset"), mSampleOffsetFromCalib);
-  writer->writeElement(QStringLiteral("Image"), "");
+  writer->addAttribute(QLatin1String(stripFile::swath), mNumSamples);
+  writer->addAttribute(QLatin1String(stripFile::offset), mSampleOffsetFromCalib);
+  writer->writeElement(QLatin1String(stripFile::image), "");
 }
 
 std::string KESImage::statsFilename() const {

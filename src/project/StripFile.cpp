@@ -6,6 +6,7 @@
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
 #include "files/FileReplacement.h"
+#include "files/formats/ProjectFiles.h"
 #include "project/ProjectFile.h"
 
 #include <QFileInfo>
@@ -29,12 +30,12 @@ void requireAttribute(std::string const& value, char const* attribute, char cons
 
 QDomElement requireStrip(QDomDocument const& document) {
   QDomElement root = document.documentElement();
-  if (root.tagName() != QLatin1String("Strip")) {
+  if (root.tagName() != QLatin1String(stripFile::root)) {
     throw std::runtime_error("Wrong file format: expected \"Strip\" but saw \"" + root.tagName().toStdString() + "\"");
   }
-  if (attributeText(root, "version") != fileVersion) {
+  if (attributeText(root, stripFile::version) != fileVersion) {
     throw std::runtime_error(std::string("Wrong file version: expected \"") + fileVersion + "\" but saw \"" +
-                             attributeText(root, "version") + "\"");
+                             attributeText(root, stripFile::version) + "\"");
   }
   return root;
 }
@@ -66,47 +67,48 @@ QDomDocument readDocument(std::string const& fileName) {
 }
 
 void readImages(QDomElement const& element, StripDescription& strip) {
-  strip.imageDataLocation = resolved(trimmedAttributeText(element, "location"), strip.folder);
-  QString const tag = QStringLiteral("Image");
+  strip.imageDataLocation = resolved(trimmedAttributeText(element, stripFile::location), strip.folder);
+  QString const tag = QLatin1String(stripFile::image);
   for (QDomElement e = element.firstChildElement(tag); !e.isNull(); e = e.nextSiblingElement(tag)) {
     strip.images.push_back(e);
   }
 }
 
 void readCalibration(QDomElement const& element, StripDescription& strip) {
-  strip.cameraVersion = attributeText(element, "version");
-  requireAttribute(strip.cameraVersion, "version", "Calibration");
-  strip.sensorId = attributeText(element, "sensor_id");
-  requireAttribute(strip.sensorId, "sensor_id", "Calibration");
-  strip.sensorType = element.attribute(QStringLiteral("sensor_type"), QStringLiteral("KESA0")).toStdString();
+  strip.cameraVersion = attributeText(element, stripFile::version);
+  requireAttribute(strip.cameraVersion, stripFile::version, stripFile::calibration);
+  strip.sensorId = attributeText(element, stripFile::sensorId);
+  requireAttribute(strip.sensorId, stripFile::sensorId, stripFile::calibration);
+  strip.sensorType =
+      element.attribute(QLatin1String(stripFile::sensorType), QLatin1String(stripFile::usualSensorType)).toStdString();
 }
 
 void readEOP(QDomElement const& element, StripDescription& strip) {
-  strip.originalEOPFileName = resolved(attributeText(element, "filename"), strip.folder);
+  strip.originalEOPFileName = resolved(attributeText(element, stripFile::fileName), strip.folder);
   if (strip.originalEOPFileName.empty()) {
     throw std::runtime_error("Element \"eop\" is empty!");
   }
   strip.adjustedEOPFileName.clear();
-  if (!trimmedAttributeText(element, "filename_adjusted").empty()) {
-    strip.adjustedEOPFileName = resolved(attributeText(element, "filename_adjusted"), strip.folder);
+  if (!trimmedAttributeText(element, stripFile::adjustedFileName).empty()) {
+    strip.adjustedEOPFileName = resolved(attributeText(element, stripFile::adjustedFileName), strip.folder);
   }
 }
 
 void readRawData(QDomElement const& element, StripDescription& strip) {
-  requireAttribute(attributeText(element, "location"), "location", "RawData");
-  strip.rawDataLocation = resolved(trimmedAttributeText(element, "location"), strip.folder);
+  requireAttribute(attributeText(element, stripFile::location), stripFile::location, stripFile::rawData);
+  strip.rawDataLocation = resolved(trimmedAttributeText(element, stripFile::location), strip.folder);
 }
 
 void readElements(QDomElement const& root, StripDescription& strip) {
   for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement()) {
     QString const tag = e.tagName();
-    if (tag == QLatin1String("Images")) {
+    if (tag == QLatin1String(stripFile::images)) {
       readImages(e, strip);
-    } else if (tag == QLatin1String("Calibration")) {
+    } else if (tag == QLatin1String(stripFile::calibration)) {
       readCalibration(e, strip);
-    } else if (tag == QLatin1String("EOP")) {
+    } else if (tag == QLatin1String(stripFile::eop)) {
       readEOP(e, strip);
-    } else if (tag == QLatin1String("RawData")) {
+    } else if (tag == QLatin1String(stripFile::rawData)) {
       readRawData(e, strip);
     }
   }
@@ -131,8 +133,9 @@ StripDescription readStripFile(std::string const& fileName) {
   strip.document = readDocument(fileName);
   QDomElement const root = requireStrip(strip.document);
   strip.folder = QFileInfo(fromUtf8(fileName)).absolutePath().toStdString();
-  strip.name = root.attribute(QStringLiteral("name"), QStringLiteral("unknown")).toStdString();
-  strip.meanTerrainHeight = root.attribute(QStringLiteral("mean_terrain_height"), QStringLiteral("0.f")).toFloat();
+  strip.name = root.attribute(QLatin1String(stripFile::name), QStringLiteral("unknown")).toStdString();
+  strip.meanTerrainHeight =
+      root.attribute(QLatin1String(stripFile::meanTerrainHeight), QStringLiteral("0.f")).toFloat();
   try {
     readElements(root, strip);
     requireCompleteness(strip);
@@ -144,9 +147,10 @@ StripDescription readStripFile(std::string const& fileName) {
 
 void enterAdjustedEOP(std::string const& fileName, std::string const& adjustedEOPFileName) {
   QDomDocument document = documentToChange(fileName);
-  QDomElement eop = document.firstChildElement(QStringLiteral("Strip")).firstChildElement(QStringLiteral("EOP"));
+  QDomElement eop =
+      document.firstChildElement(QLatin1String(stripFile::root)).firstChildElement(QLatin1String(stripFile::eop));
   if (!eop.isNull()) {
-    eop.setAttribute(QStringLiteral("filename_adjusted"), QFileInfo(fromUtf8(adjustedEOPFileName)).fileName());
+    eop.setAttribute(QLatin1String(stripFile::adjustedFileName), QFileInfo(fromUtf8(adjustedEOPFileName)).fileName());
   }
   QByteArray bytes;
   {

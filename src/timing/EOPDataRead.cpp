@@ -5,8 +5,8 @@
 #include "common/QtText.h"
 #include "common/Record.h"
 #include "common/XmlDocument.h"
+#include "files/formats/EopFile.h"
 #include "timing/Attitude.h"
-#include "timing/EopFields.h"
 
 #include <sensor/EOPData.h>
 
@@ -242,27 +242,28 @@ int EOPData::parseXMLHeader(std::string const& block) {
     throw std::runtime_error("error reading EOP parameter block " + error.toStdString());
   }
   QDomElement const root = document.documentElement();
-  if (root.attribute(QStringLiteral("version")).toInt() == EOP_VERSION_1) {
+  if (root.attribute(QLatin1String(eopFile::block::version)).toInt() == EOP_VERSION_1) {
     throw std::runtime_error("version mismatch!!");
   }
   for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement()) {
     QString const tag = e.tagName();
-    if (tag == QLatin1String("Source")) {
-      mAppSource = text(e, "name");
-    } else if (tag == QLatin1String("POS")) {
-      mPosSource = text(e, "source");
-    } else if (tag == QLatin1String("TM")) {
-      mTmSource = text(e, "source");
-    } else if (tag == QLatin1String("AnchorPoint")) {
-      mAnchorPoint = {number(e, "lon"), number(e, "lat"), number(e, "h")};
-    } else if (tag == QLatin1String("AbsoluteTime")) {
-      mAbsTime = static_cast<std::uint32_t>(e.attribute(QStringLiteral("value")).toULong());
-    } else if (tag == QLatin1String("DefaultStandardDeviation")) {
+    if (tag == QLatin1String(eopFile::block::application)) {
+      mAppSource = text(e, eopFile::block::name);
+    } else if (tag == QLatin1String(eopFile::block::positions)) {
+      mPosSource = text(e, eopFile::block::source);
+    } else if (tag == QLatin1String(eopFile::block::times)) {
+      mTmSource = text(e, eopFile::block::source);
+    } else if (tag == QLatin1String(eopFile::block::anchor)) {
+      mAnchorPoint = {number(e, eopFile::block::longitude), number(e, eopFile::block::latitude),
+                      number(e, eopFile::block::height)};
+    } else if (tag == QLatin1String(eopFile::block::absoluteTime)) {
+      mAbsTime = static_cast<std::uint32_t>(e.attribute(QLatin1String(eopFile::block::value)).toULong());
+    } else if (tag == QLatin1String(eopFile::block::defaultStdDevs)) {
       mDefaultStdDevs = {singleNumber(e, "x"),     singleNumber(e, "y"),   singleNumber(e, "z"),
                          singleNumber(e, "omega"), singleNumber(e, "phi"), singleNumber(e, "kappa")};
     }
   }
-  return root.attribute(QStringLiteral("numsets")).toInt();
+  return root.attribute(QLatin1String(eopFile::block::count)).toInt();
 }
 
 void EOPData::loadData(bool const& loadStdDevs) {

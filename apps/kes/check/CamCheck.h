@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "check/Finding.h"
+
+#include <string>
+
+namespace tool {
+
+/// Checks a CAM file; returns the id of its band.
+std::string checkCam(FileFindings findings);
+
+/// Checks the six numbers of a misalignment.
+void checkMisalignment(FileFindings findings);
+
+}  // namespace tool
