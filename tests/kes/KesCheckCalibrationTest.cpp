@@ -3,6 +3,10 @@
 
 #include "CheckedStrip.h"
 #include "support/Matchers.h"
+#include "support/StripA.h"
+
+#include <algorithm>
+#include <filesystem>
 
 // What `kes check --deep` finds in the files of a camera's calibration.
 
@@ -110,6 +114,63 @@ TEST_F(KesCheckCalibration, CalibrationThatCantBeReadIsAnError) {
   EXPECT_THAT(found, testing::Contains("error: " + camera() +
                                        "misalignment.dat:1: 0,1 has a decimal comma: the "
                                        "calibration can't be read"));
+}
+
+// A camera of XML files, which is copied to be changed.
+class KesCheckXmlCalibration : public testing::Test {
+protected:
+  KesCheckXmlCalibration() {
+    namespace fs = std::filesystem;
+    fs::copy(test::stripA::path("calibration"), mFolder / "calibration", fs::copy_options::recursive);
+    for (fs::directory_entry const& entry : fs::directory_iterator(mFolder / "calibration/HDB00_90214/v002")) {
+      if (entry.path().string().find("Geometry") != std::string::npos) {
+        mGeometry = entry.path().string();
+      }
+    }
+  }
+
+  // The findings after a change of the geometry file, of which each is in that file.
+  std::string check(std::string const& from, std::string const& to) const {
+    std::string text = test::contents(mGeometry);
+    auto const at = text.find(from);
+    EXPECT_NE(at, std::string::npos);
+    mFolder.file(mGeometry.substr(mFolder.path().size() + 1), text.replace(at, from.size(), to));
+    return test::kes({"check", test::stripA::path("project/strip_xml.stp"), "--calibrations", mFolder / "calibration",
+                      "--deep"})
+        .out;
+  }
+  // The line of the changed file in which a text stands first.
+  std::string lineOf(std::string const& text) const {
+    std::string const contents = test::contents(mGeometry);
+    auto const end = contents.begin() + static_cast<std::ptrdiff_t>(contents.find(text));
+    return mGeometry + ":" + std::to_string(1 + std::count(contents.begin(), end, '\n')) + ": ";
+  }
+
+  test::TempFolder mFolder;
+  std::string mGeometry;
+};
+
+TEST_F(KesCheckXmlCalibration, NumberThatIsReadAsZeroIsAnError) {
+  EXPECT_THAT(check("PrincipalDistance_mm=\"62.6432\"", "PrincipalDistance_mm=\"62,6432\""),
+              testing::HasSubstr("error: " + lineOf("PrincipalDistance_mm") +
+                                 "PrincipalDistance_mm=\"62,6432\" has a decimal comma: it is read as 0\n"));
+}
+
+TEST_F(KesCheckXmlCalibration, PrincipalDistanceOfZeroIsAnError) {
+  EXPECT_THAT(check("PrincipalDistance_mm=\"62.6432\"", "PrincipalDistance_mm=\"0\""),
+              testing::HasSubstr("error: " + lineOf("PrincipalDistance_mm") + "PrincipalDistance_mm is 0\n"));
+}
+
+// The forward line lies 31.6 mm before the middle.
+TEST_F(KesCheckXmlCalibration, LookBeyondSixtyDegreesIsAnError) {
+  std::string const out = check("PrincipalDistance_mm=\"62.6432\"", "PrincipalDistance_mm=\"10\"");
+  EXPECT_THAT(out, testing::ContainsRegex("error: " + lineOf("Channel=\"PANF27A\"") +
+                                          "the band looks 7[0-9].[0-9] degrees ahead\n"));
+}
+
+TEST_F(KesCheckXmlCalibration, CalibrationThatCantBeReadIsAnError) {
+  EXPECT_THAT(check("<LensSystem", "<LensSistem"),
+              testing::HasSubstr("the calibration can't be read: XML reader: Missing tag (LensSystem): "));
 }
 
 }  // namespace

@@ -65,6 +65,11 @@ std::vector<std::string> filesOfOdfs(std::string const& stripFile) {
   return files;
 }
 
+// The number of a version, with or without "v" before it.
+std::string versionOf(std::string const& text) {
+  return text.substr(std::min(text.size(), text.find_first_not_of("v0")));
+}
+
 class Delivery {
 public:
   Delivery(StripListing const& listing, kes::Strip const* strip, CheckedFiles& checked, Findings& findings)
@@ -103,13 +108,10 @@ public:
   }
 
   void checkCamera() {
-    if (mStrip == nullptr) {
-      return;
-    }
-    sensor::KESStripModelData const& data = *mStrip->model().modelData();
-    std::string const folder = data.camera().calibrationFolder();
-    if (mChecked->takes(folder)) {
-      checkCalibration(folder, *mFindings);
+    for (std::string const& folder : calibrationFolders()) {
+      if (mChecked->takes(folder)) {
+        checkCalibration(folder, *mFindings);
+      }
     }
   }
 
@@ -127,6 +129,24 @@ public:
   }
 
 private:
+  // That of the camera, or all in which it could be when none of them can be read.
+  std::vector<std::string> calibrationFolders() const {
+    if (mStrip != nullptr) {
+      return {mStrip->model().modelData()->camera().calibrationFolder()};
+    }
+    std::vector<std::string> folders;
+    for (fs::path const place : sensor::CameraFactory::instance()->searchPaths()) {
+      fs::path const camera = place / (mListing->sensorType + "_" + mListing->sensorId);
+      std::error_code ignored;
+      for (fs::directory_iterator entry(camera, ignored); entry != fs::directory_iterator(); entry.increment(ignored)) {
+        if (versionOf(entry->path().filename().string()) == versionOf(mListing->cameraVersion)) {
+          folders.push_back(entry->path().string());
+        }
+      }
+    }
+    return folders;
+  }
+
   std::int64_t linesOf(ListedImage const& band) {
     if (mChecked->takes(band.lineTimes)) {
       return checkLineTimes({*mFindings, band.lineTimes});

@@ -20,6 +20,10 @@ double timeLeft(double seconds, double done) {
   return seconds * (1.0 - done) / done;
 }
 
+double inMilliseconds(double seconds) {
+  return std::round(1e3 * seconds) * 1e-3;
+}
+
 }  // namespace
 
 void ProgressOption::addTo(CLI::App& command) {
@@ -73,8 +77,8 @@ void Progress::showOnTerminal(double seconds, double done) {
 void Progress::showJson(double seconds, double done) const {
   Json const progress{{"task", mWhat},
                       {"done", done},
-                      {"elapsed", seconds},
-                      {"left", done > 0.0 ? Json(timeLeft(seconds, done)) : Json()}};
+                      {"elapsed", inMilliseconds(seconds)},
+                      {"left", done > 0.0 ? Json(inMilliseconds(timeLeft(seconds, done))) : Json()}};
   std::cerr << Json{{"progress", progress}}.dump() + "\n" << std::flush;
 }
 
