@@ -53,13 +53,14 @@ TEST_F(KesCheckFiles, OrientationNumbersThatArentAreErrors) {
   overwrite("flight.eop", record(4) + 36, std::numeric_limits<float>::infinity());
   overwrite("flight.eop", record(5) + 40, 12.5F);
   overwrite("flight.eop", record(6) + 44, -1.0F);
+  overwrite("flight.eop", record(9) + 44, 3.0F);
   EXPECT_EQ(findings(),
             (Lines{"error: " + at(record(1)) + "record 1: the time isn't finite",
                    "error: " + at(record(2) + 16) + "record 2: the position isn't finite",
-                   "error: " + at(record(3) + 24) + "record 3: 2000000 m from the anchor point",
+                   "error: " + at(record(3) + 24) + "record 3: 2e+06 m from the anchor point",
                    "error: " + at(record(4) + 36) + "record 4: the attitude isn't finite",
                    "error: " + at(record(5) + 40) + "record 5: an angle of 12.5 isn't in radians",
-                   "warning: " + at(record(6) + 44) + "1 records have a status other than 0, the first one -1"}));
+                   "warning: " + at(record(6) + 44) + "record 6: status -1, the first of 2 that aren't 0"}));
 }
 
 TEST_F(KesCheckFiles, PartsOfOrientationRecordsAreFound) {
@@ -117,13 +118,13 @@ TEST_F(KesCheckFiles, RateChangesAreChecked) {
   add(100.0, 10000, 20);
   add(100.5, -1, 50);
   add(100.4, 10000, 40);
-  add(102.0, 10000, 200);
+  add(102.0, 10000, 101);
   mFolder.file("PANN00A.ctgl", changes.str());
   EXPECT_EQ(findings(), (Lines{"error: PANN00A.ctgl, byte 16: the time 100 s stands here again: the last record counts",
                                "error: PANN00A.ctgl, byte 40: a cycle time of -1 microseconds",
                                "warning: PANN00A.ctgl, byte 60: line 40 stands after a later one",
                                "warning: PANN00A.ctgl, byte 48: the time 100.4 s stands after a later one",
-                               "warning: PANN00A.ctgl, byte 76: line 200 is after the last of the image's 101 lines"}));
+                               "warning: PANN00A.ctgl, byte 76: line 101 is after the last of the image's 101 lines"}));
 }
 
 TEST_F(KesCheckFiles, TablesOfLinesAreChecked) {
@@ -131,13 +132,13 @@ TEST_F(KesCheckFiles, TablesOfLinesAreChecked) {
   mFolder.file("strip.stp", mStrip.text());
   test::Bytes times;
   times << std::uint32_t{0} << std::uint32_t{2500} << std::uint32_t{50} << std::uint32_t{0} << std::uint32_t{50}
-        << std::uint32_t{2500} << std::uint32_t{300} << std::uint32_t{2500};
+        << std::uint32_t{2500} << std::uint32_t{101} << std::uint32_t{2500};
   mFolder.file("a.it", times.str());
   mFolder.file("a.tdi", std::string("\0\0\0\0\4\5\0\0\0\4\1\0\0\0\4", 15));
   EXPECT_THAT(findings(),
               testing::IsSupersetOf(Lines{"warning: a.it, byte 12: integration times from line 50 on are 0",
                                           "error: a.it, byte 16: line 50 stands here again: the last record counts",
-                                          "warning: a.it, byte 24: line 300 is after the last of the image's 101 lines",
+                                          "warning: a.it, byte 24: line 101 is after the last of the image's 101 lines",
                                           "warning: a.tdi, byte 10: line 1 stands after a later one"}));
   mFolder.file("a.tdi", std::string("\0\0\0\0\4\5", 6));
   EXPECT_THAT(findings(),
@@ -153,7 +154,8 @@ TEST_F(KesCheckFiles, LinesOfImagePointsAreChecked) {
                             "\"D\" -5 6 0.1 0.1 1\n"
                             "\"E\" 100.6 6 0.1 0.1 1\n"
                             "\"F\" 5 6 0.1 1\n"
-                            "\"G\" 5 6 -0.1 0.1 x\n"),
+                            "\"G\" 5 6 -0.1 0.1 x\n"
+                            "\"H\" 100.5 100.5 0.1 0.1 0\n"),
             (Lines{"warning: PANN00A.ipt:2: point \"A\" stands in line 1, too",
                    "error: PANN00A.ipt:3: sample \"5,5\" has a decimal comma: it is read as 0",
                    "error: PANN00A.ipt:3: line \"abc\" isn't a number: it is read as 0",

@@ -81,7 +81,9 @@ TEST_F(KesCheck, BandsThatStandTwiceAreErrors) {
 }
 
 TEST_F(KesCheck, SamplesBeyondTheCalibrationAreErrors) {
-  change("strip.stp", "offset=\"0\"", "offset=\"7\"");
+  change("strip.stp", "offset=\"0\"", "offset=\"-7\"");
+  EXPECT_EQ(shallow(), Lines{"error: strip.stp:4: PANN00A: 101 samples from -7 on, and the calibration has 101"});
+  change("strip.stp", "offset=\"-7\"", "offset=\"7\"");
   EXPECT_EQ(shallow(), Lines{"error: strip.stp:4: PANN00A: 101 samples from 7 on, and the calibration has 101"});
 }
 

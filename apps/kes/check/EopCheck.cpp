@@ -169,9 +169,8 @@ private:
                           checkAttitude(bytes, index, offset);
                         });
     if (mStatusCount > 0) {
-      mFindings->warn(atByte(mStatusOffset), std::to_string(mStatusCount) +
-                                                 " records have a status other than 0, the " + "first one " +
-                                                 text(mStatus));
+      mFindings->warn(atByte(mStatusOffset), record(mStatusRecord) + ": status " + text(mStatus) + ", the first of " +
+                                                 std::to_string(mStatusCount) + " that aren't 0");
     }
   }
 
@@ -227,6 +226,7 @@ private:
                                         : static_cast<double>(numberAt<float>(bytes, record::status));
     if (status != 0.0 && mStatusCount++ == 0) {
       mStatus = status;
+      mStatusRecord = index;
       mStatusOffset = offset + (mLayout.isOld ? oldRecord::status : record::status);
     }
   }
@@ -254,6 +254,7 @@ private:
   std::optional<double> mTime;
   double mPeriod = 0.0;
   std::int64_t mStatusCount = 0;
+  std::int64_t mStatusRecord = 0;
   std::int64_t mStatusOffset = 0;
   double mStatus = 0.0;
 };

@@ -132,10 +132,11 @@ void checkBand(kes::Strip const& strip, int band, Place place, bool deep, FileFi
   }
 }
 
-// A calibration with fewer samples than a band takes of it.
+// The samples that a band takes of its calibration must be there.
 void checkSamples(kes::Strip const& strip, ListedImage const& band, FileFindings& findings) {
   auto const* const geometry = strip.model().modelData()->calibrationGeometry(band.band);
-  if (geometry != nullptr && band.offset + static_cast<std::int64_t>(band.samples) > geometry->numSamples()) {
+  if (geometry != nullptr &&
+      (band.offset < 0 || band.offset + static_cast<std::int64_t>(band.samples) > geometry->numSamples())) {
     findings.error(band.place, band.band + ": " + std::to_string(band.samples) + " samples from " +
                                    std::to_string(band.offset) + " on, and the calibration has " +
                                    std::to_string(geometry->numSamples()));
