@@ -28,8 +28,6 @@ namespace {
 namespace fs = std::filesystem;
 namespace names = sensor::calibrationXml;
 
-constexpr double steepestLook = 60.0;  // degrees
-
 std::vector<std::string> filesOf(std::string const& folder, std::string const& extension) {
   std::vector<std::string> files;
   std::error_code ignored;

@@ -26,8 +26,6 @@ namespace {
 
 using sensor::camFile::Keyword;
 
-// No line of this kind of camera looks farther ahead or back.
-constexpr double steepestLook = 60.0;  // degrees
 constexpr double largestMisalignment = 0.2;
 
 std::vector<std::string> wordsOf(std::string_view line) {

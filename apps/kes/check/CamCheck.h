@@ -9,6 +9,9 @@
 
 namespace tool {
 
+/// No line of these cameras looks farther ahead or back, degrees.
+inline constexpr double steepestLook = 60.0;
+
 /// Checks a CAM file; returns the id of its band.
 std::string checkCam(FileFindings findings);
 

@@ -22,8 +22,6 @@ namespace {
 namespace eopFile = sensor::eopFile;
 using Value = XmlAttribute::Value;
 
-// An interval between two records of more than this many periods is a gap.
-constexpr double longestPeriod = 1.5;
 constexpr double farthest = 1e6;  // metres from the anchor point
 
 XmlElement const& blockSchema() {

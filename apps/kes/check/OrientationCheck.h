@@ -7,6 +7,9 @@
 
 namespace tool {
 
+/// An interval between two records of more than this many periods is a gap.
+inline constexpr double longestPeriod = 1.5;
+
 /// Reads a binary orientation file and names what is wrong or suspicious in header, parameter block, records and
 /// standard deviations.
 void checkEop(FileFindings findings);

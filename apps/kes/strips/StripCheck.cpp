@@ -3,6 +3,7 @@
 
 #include "strips/StripCheck.h"
 
+#include "check/OrientationCheck.h"
 #include "check/ProjectListing.h"
 #include "shared/Numbers.h"
 #include "shared/Opening.h"
@@ -21,9 +22,6 @@ namespace tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-// An interval between two records of more than this many periods is a gap.
-constexpr double longestPeriod = 1.5;
 
 bool exists(std::string const& path) {
   std::error_code error;
