@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "shared/Options.h"
 #include "shared/Output.h"
+#include "shared/Progress.h"
 
 #include <simulation/Block.h>
 #include <simulation/Flight.h>
@@ -19,6 +20,7 @@ struct Options {
   std::string folder;
   simulation::FlightPlan flight;
   simulation::BlockPlan block;
+  ProgressOption progress;
   CLI::Option const* lines = nullptr;
   CLI::Option const* strips = nullptr;
 
@@ -73,7 +75,7 @@ Listing flyBlock(Options const& options, simulation::Progress const& progress) {
 int simulate(Options const& options) {
   Listing listing;
   {
-    Progress progress("simulating");
+    Progress progress("simulating", options.progress);
     auto const show = [&](double done) { progress.show(done); };
     listing = options.isBlock() ? flyBlock(options, show) : fly(options, show);
   }
@@ -149,6 +151,7 @@ void addSimulate(CLI::App& app, Run& run) {
   addFlight(*command, *options);
   addImages(*command, *options);
   addBlock(*command, *options);
+  options->progress.addTo(*command);
   command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A\n"
                   "         kes simulate block --dem terrain.tif --strips 4 --cross 2 --points 60");
   command->callback([options, &run] { run = [options] { return simulate(*options); }; });

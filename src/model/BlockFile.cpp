@@ -5,6 +5,7 @@
 
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
+#include "files/formats/ProjectFiles.h"
 #include "project/ProjectFile.h"
 
 #include <geo/coordSysFactory.h>
@@ -50,7 +51,7 @@ void requireSame(char const* what, std::string const& expected, std::string cons
 }
 
 std::string dataPathOf(QDomElement const& root, std::string const& blockFolder) {
-  std::string const location = trimmedAttributeText(root, "location");
+  std::string const location = trimmedAttributeText(root, blockFile::location);
   return location.empty() || location == "." ? blockFolder : resolved(location, blockFolder);
 }
 
@@ -63,12 +64,12 @@ std::unique_ptr<geo::coordSys> coordinateSystem(QDomElement const& element, char
 }
 
 std::string belowDataPath(QDomElement const& element, BlockDescription const& block) {
-  return resolved(attributeText(element, "filename"), dataFolder(block.dataPath));
+  return resolved(attributeText(element, blockFile::fileName), dataFolder(block.dataPath));
 }
 
 void readStrips(QDomElement const& element, std::string const& fileName, BlockDescription& block) {
-  forEachChild(element, "Strip", [&](QDomElement const& strip) {
-    if (attributeText(strip, "filename").empty()) {
+  forEachChild(element, blockFile::strip, [&](QDomElement const& strip) {
+    if (attributeText(strip, blockFile::fileName).empty()) {
       throw std::runtime_error("Error parsing \"" + fileName + "\": filename attribute must not be empty.");
     }
     block.stripFiles.push_back(belowDataPath(strip, block));
@@ -81,9 +82,9 @@ void readNames(QDomElement const& element, char const* child, BlockDescription c
 }
 
 void readGroundControls(QDomElement const& element, BlockDescription& block) {
-  forEachChild(element, "GCP", [&](QDomElement const& points) {
-    block.groundPointFiles.push_back(attributeText(points, "filename"));
-    forEachChild(points, "CoordinateSystem", [&](QDomElement const& system) {
+  forEachChild(element, blockFile::groundPoints, [&](QDomElement const& points) {
+    block.groundPointFiles.push_back(attributeText(points, blockFile::fileName));
+    forEachChild(points, blockFile::coordinateSystem, [&](QDomElement const& system) {
       block.groundPointCoordSys = coordinateSystem(system, "Failed to read element \"CoordinateSystem\" :");
     });
   });
@@ -93,20 +94,20 @@ void readElements(QDomElement const& root, std::string const& fileName, BlockDes
   std::string const blockFolder = folderOfFile(fileName);
   for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement()) {
     QString const tag = e.tagName();
-    if (tag == QLatin1String("Strips")) {
+    if (tag == QLatin1String(blockFile::strips)) {
       readStrips(e, fileName, block);
-    } else if (tag == QLatin1String("Description")) {
+    } else if (tag == QLatin1String(blockFile::description)) {
       block.description = e.text().toStdString();
-    } else if (tag == QLatin1String("CoordinateSystem")) {
+    } else if (tag == QLatin1String(blockFile::coordinateSystem)) {
       block.coordSys = coordinateSystem(e, "Failed to create block due to error in element \"CoordinateSystem\": ");
-    } else if (tag == QLatin1String("Models")) {
-      readNames(e, "DSM", block, block.elevationSourceNames);
-    } else if (tag == QLatin1String("ReferenceImages")) {
-      readNames(e, "Image", block, block.referenceImageNames);
-    } else if (tag == QLatin1String("GroundControls")) {
+    } else if (tag == QLatin1String(blockFile::models)) {
+      readNames(e, blockFile::model, block, block.elevationSourceNames);
+    } else if (tag == QLatin1String(blockFile::referenceImages)) {
+      readNames(e, blockFile::referenceImage, block, block.referenceImageNames);
+    } else if (tag == QLatin1String(blockFile::groundControls)) {
       readGroundControls(e, block);
-    } else if (tag == QLatin1String("Calibration")) {
-      block.calibrationFolders.push_back(resolved(trimmedAttributeText(e, "location"), blockFolder));
+    } else if (tag == QLatin1String(blockFile::calibration)) {
+      block.calibrationFolders.push_back(resolved(trimmedAttributeText(e, blockFile::location), blockFolder));
     }
   }
   if (block.coordSys == nullptr) {
@@ -130,7 +131,7 @@ BlockDescription readBlockFile(std::string const& fileName) {
   requireSame("format", BlockModelData::FILE_ID, root.tagName().toStdString());
   requireSame("version", BlockModelData::FILE_ATTR_VERSION, attributeText(root, "version"));
   BlockDescription block;
-  block.displayName = root.attribute(QStringLiteral("name"), QStringLiteral("unknown")).toStdString();
+  block.displayName = root.attribute(QLatin1String(blockFile::name), QStringLiteral("unknown")).toStdString();
   block.dataPath = dataPathOf(root, folderOfFile(fileName));
   try {
     readElements(root, fileName, block);

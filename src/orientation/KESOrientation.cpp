@@ -3,7 +3,7 @@
 
 #include "common/FixedText.h"
 #include "common/Truncate.h"
-#include "orientation/OdfFields.h"
+#include "files/formats/OdfFile.h"
 
 #include <sensor/KESOrientation.h>
 

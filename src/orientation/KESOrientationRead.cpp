@@ -3,7 +3,7 @@
 
 #include "common/InputFile.h"
 #include "common/Record.h"
-#include "orientation/OdfFields.h"
+#include "files/formats/OdfFile.h"
 
 #include <sensor/KESOrientation.h>
 

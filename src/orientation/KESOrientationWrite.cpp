@@ -4,7 +4,7 @@
 #include "common/FixedText.h"
 #include "common/Record.h"
 #include "files/FileReplacement.h"
-#include "orientation/OdfFields.h"
+#include "files/formats/OdfFile.h"
 
 #include <sensor/KESOrientation.h>
 

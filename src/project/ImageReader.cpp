@@ -4,6 +4,7 @@
 #include "project/ImageReader.h"
 
 #include "common/QtText.h"
+#include "files/formats/ProjectFiles.h"
 #include "project/PointListPlaces.h"
 #include "project/ProjectFile.h"
 
@@ -24,22 +25,22 @@ constexpr double millisecond = 0.001;
 
 // A number is milliseconds, any other text the name of a file.
 std::unique_ptr<IntegrationTime> integrationTimeOf(XmlElement const& element, std::string const& stripFolder) {
-  if (!element.has("it")) {
+  if (!element.has(stripFile::integrationTime)) {
     return std::make_unique<IntegrationTime>(unknownIntegrationTime);
   }
   bool isNumber = false;
-  float const value = element.qtText("it").toFloat(&isNumber);
+  float const value = element.qtText(stripFile::integrationTime).toFloat(&isNumber);
   if (isNumber) {
     return std::make_unique<IntegrationTime>(static_cast<float>(static_cast<double>(value) * millisecond));
   }
-  return std::make_unique<IntegrationTime>(resolved(element.text("it"), stripFolder));
+  return std::make_unique<IntegrationTime>(resolved(element.text(stripFile::integrationTime), stripFolder));
 }
 
 std::unique_ptr<TdiStage> tdiStageOf(XmlElement const& element, std::string const& stripFolder) {
-  if (!element.has("tdi")) {
+  if (!element.has(stripFile::tdi)) {
     return std::make_unique<TdiStage>(noTdi);
   }
-  return std::make_unique<TdiStage>(resolved(element.text("tdi"), stripFolder));
+  return std::make_unique<TdiStage>(resolved(element.text(stripFile::tdi), stripFolder));
 }
 
 }  // namespace
@@ -59,7 +60,7 @@ void ImageReader::read(XmlElement const& element, bool load, KESImage& image) co
   std::unique_ptr<TdiStage> tdi;
   if (fromUtf8(element.name).toLower() == QLatin1String("image")) {
     readAttributes(element, image);
-    cameraTime->setCtgFileName(resolved(element.text("timing"), mStripFolder));
+    cameraTime->setCtgFileName(resolved(element.text(stripFile::timing), mStripFolder));
     integrationTime = integrationTimeOf(element, mStripFolder);
     tdi = tdiStageOf(element, mStripFolder);
   }
@@ -74,11 +75,11 @@ void ImageReader::read(XmlElement const& element, bool load, KESImage& image) co
 }
 
 void ImageReader::readAttributes(XmlElement const& element, KESImage& image) const {
-  image.mImageFileName = element.text("filename");
-  image.mBandID = element.text("band");
-  image.mFootprintFileName = resolved(element.text("footprint"), mStripFolder);
-  image.mNumSamples = element.qtText("swath", "12000").toInt();
-  image.mSampleOffsetFromCalib = element.qtText("offset", "0").toInt();
+  image.mImageFileName = element.text(stripFile::fileName);
+  image.mBandID = element.text(stripFile::band);
+  image.mFootprintFileName = resolved(element.text(stripFile::footprint), mStripFolder);
+  image.mNumSamples = element.qtText(stripFile::swath, stripFile::usualSwath).toInt();
+  image.mSampleOffsetFromCalib = element.qtText(stripFile::offset, stripFile::usualOffset).toInt();
 }
 
 // In the first of the folders that has it.

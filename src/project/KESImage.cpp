@@ -128,21 +128,22 @@ void KESImage::write(XmlWriter* writer, std::string const& stripFolder) const {
   auto const relative = [&](std::string const& name) {
     return fromUtf8(isUsable ? withoutFolder(name, stripFolder) : name);
   };
-  writer->addAttribute(QStringLiteral("filename"), fromUtf8(mImageFileName));
-  writer->addAttribute(QStringLiteral("timing"), relative(ctgFileName()));
-  writer->addAttribute(QStringLiteral("footprint"), relative(mFootprintFileName));
-  writer->addAttribute(QStringLiteral("band"), fromUtf8(mBandID));
+  writer->addAttribute(QLatin1String(stripFile::fileName), fromUtf8(mImageFileName));
+  writer->addAttribute(QLatin1String(stripFile::timing), relative(ctgFileName()));
+  writer->addAttribute(QLatin1String(stripFile::footprint), relative(mFootprintFileName));
+  writer->addAttribute(QLatin1String(stripFile::band), fromUtf8(mBandID));
   if (mIntegrationTime != nullptr && !mIntegrationTime->fileName().empty()) {
-    writer->addAttribute(QStringLiteral("it"), relative(mIntegrationTime->fileName()));
+    writer->addAttribute(QLatin1String(stripFile::integrationTime), relative(mIntegrationTime->fileName()));
   } else if (mIntegrationTime != nullptr && mIntegrationTime->at(0.0F) > 0.0F) {
-    writer->addAttribute(QStringLiteral("it"), static_cast<double>(mIntegrationTime->at(0.0F)) * 1000.0, 'f', 3);
+    writer->addAttribute(QLatin1String(stripFile::integrationTime),
+                         static_cast<double>(mIntegrationTime->at(0.0F)) * 1000.0, 'f', 3);
   }
   if (mTdiData != nullptr && !mTdiData->fileName().empty()) {
-    writer->addAttribute(QStringLiteral("tdi"), fromUtf8(withoutFolder(mTdiData->fileName(), stripFolder)));
+    writer->addAttribute(QLatin1String(stripFile::tdi), fromUtf8(withoutFolder(mTdiData->fileName(), stripFolder)));
   }
-  writer->addAttribute(QStringLiteral("swath"), mNumSamples);
-  writer->addAttribute(QStringLiteral("offset"), mSampleOffsetFromCalib);
-  writer->writeElement(QStringLiteral("Image"), "");
+  writer->addAttribute(QLatin1String(stripFile::swath), mNumSamples);
+  writer->addAttribute(QLatin1String(stripFile::offset), mSampleOffsetFromCalib);
+  writer->writeElement(QLatin1String(stripFile::image), "");
 }
 
 std::string KESImage::statsFilename() const {

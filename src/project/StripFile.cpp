@@ -6,6 +6,7 @@
 #include "common/InputFile.h"
 #include "common/XmlDocument.h"
 #include "files/FileReplacement.h"
+#include "files/formats/ProjectFiles.h"
 #include "project/ProjectFile.h"
 
 #include <QDomDocument>
@@ -31,12 +32,12 @@ void requireAttribute(std::string const& value, char const* attribute, char cons
 }
 
 void requireStrip(XmlElement const& root) {
-  if (root.name != "Strip") {
+  if (root.name != stripFile::root) {
     throw std::runtime_error("Wrong file format: expected \"Strip\" but saw \"" + root.name + "\"");
   }
-  if (root.text("version") != fileVersion) {
+  if (root.text(stripFile::version) != fileVersion) {
     throw std::runtime_error(std::string("Wrong file version: expected \"") + fileVersion + "\" but saw \"" +
-                             root.text("version") + "\"");
+                             root.text(stripFile::version) + "\"");
   }
 }
 
@@ -71,44 +72,44 @@ std::string trimmedText(XmlElement const& element, char const* attribute) {
 }
 
 void readImages(XmlElement const& element, StripDescription& strip) {
-  strip.imageDataLocation = resolved(trimmedText(element, "location"), strip.folder);
+  strip.imageDataLocation = resolved(trimmedText(element, stripFile::location), strip.folder);
   std::copy_if(element.children.begin(), element.children.end(), std::back_inserter(strip.images),
-               [](XmlElement const& child) { return child.name == "Image"; });
+               [](XmlElement const& child) { return child.name == stripFile::image; });
 }
 
 void readCalibration(XmlElement const& element, StripDescription& strip) {
-  strip.cameraVersion = element.text("version");
-  requireAttribute(strip.cameraVersion, "version", "Calibration");
-  strip.sensorId = element.text("sensor_id");
-  requireAttribute(strip.sensorId, "sensor_id", "Calibration");
-  strip.sensorType = element.textOr("sensor_type", "KESA0");
+  strip.cameraVersion = element.text(stripFile::version);
+  requireAttribute(strip.cameraVersion, stripFile::version, stripFile::calibration);
+  strip.sensorId = element.text(stripFile::sensorId);
+  requireAttribute(strip.sensorId, stripFile::sensorId, stripFile::calibration);
+  strip.sensorType = element.textOr(stripFile::sensorType, stripFile::usualSensorType);
 }
 
 void readEOP(XmlElement const& element, StripDescription& strip) {
-  strip.originalEOPFileName = resolved(element.text("filename"), strip.folder);
+  strip.originalEOPFileName = resolved(element.text(stripFile::fileName), strip.folder);
   if (strip.originalEOPFileName.empty()) {
     throw std::runtime_error("Element \"eop\" is empty!");
   }
   strip.adjustedEOPFileName.clear();
-  if (!trimmedText(element, "filename_adjusted").empty()) {
-    strip.adjustedEOPFileName = resolved(element.text("filename_adjusted"), strip.folder);
+  if (!trimmedText(element, stripFile::adjustedFileName).empty()) {
+    strip.adjustedEOPFileName = resolved(element.text(stripFile::adjustedFileName), strip.folder);
   }
 }
 
 void readRawData(XmlElement const& element, StripDescription& strip) {
-  requireAttribute(element.text("location"), "location", "RawData");
-  strip.rawDataLocation = resolved(trimmedText(element, "location"), strip.folder);
+  requireAttribute(element.text(stripFile::location), stripFile::location, stripFile::rawData);
+  strip.rawDataLocation = resolved(trimmedText(element, stripFile::location), strip.folder);
 }
 
 void readElements(XmlElement const& root, StripDescription& strip) {
   for (XmlElement const& e : root.children) {
-    if (e.name == "Images") {
+    if (e.name == stripFile::images) {
       readImages(e, strip);
-    } else if (e.name == "Calibration") {
+    } else if (e.name == stripFile::calibration) {
       readCalibration(e, strip);
-    } else if (e.name == "EOP") {
+    } else if (e.name == stripFile::eop) {
       readEOP(e, strip);
-    } else if (e.name == "RawData") {
+    } else if (e.name == stripFile::rawData) {
       readRawData(e, strip);
     }
   }
@@ -133,8 +134,8 @@ StripDescription readStripFile(std::string const& fileName) {
   requireStrip(root);
   StripDescription strip;
   strip.folder = QFileInfo(fromUtf8(fileName)).absolutePath().toStdString();
-  strip.name = root.textOr("name", "unknown");
-  strip.meanTerrainHeight = root.qtText("mean_terrain_height", "0.f").toFloat();
+  strip.name = root.textOr(stripFile::name, "unknown");
+  strip.meanTerrainHeight = root.qtText(stripFile::meanTerrainHeight, "0.f").toFloat();
   try {
     readElements(root, strip);
     requireCompleteness(strip);
@@ -146,9 +147,10 @@ StripDescription readStripFile(std::string const& fileName) {
 
 void enterAdjustedEOP(std::string const& fileName, std::string const& adjustedEOPFileName) {
   QDomDocument document = documentToChange(fileName);
-  QDomElement eop = document.firstChildElement(QStringLiteral("Strip")).firstChildElement(QStringLiteral("EOP"));
+  QDomElement eop =
+      document.firstChildElement(QLatin1String(stripFile::root)).firstChildElement(QLatin1String(stripFile::eop));
   if (!eop.isNull()) {
-    eop.setAttribute(QStringLiteral("filename_adjusted"), QFileInfo(fromUtf8(adjustedEOPFileName)).fileName());
+    eop.setAttribute(QLatin1String(stripFile::adjustedFileName), QFileInfo(fromUtf8(adjustedEOPFileName)).fileName());
   }
   QByteArray bytes;
   {

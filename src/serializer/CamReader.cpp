@@ -4,6 +4,7 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/TextLines.h"
+#include "files/formats/CamFile.h"
 #include "serializer/FloatScanner.h"
 
 #include <sensor/CalibrationGeometryKes.h>
@@ -17,7 +18,6 @@
 #include <QRegularExpression>
 #include <QStringList>
 
-#include <array>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -32,46 +32,7 @@ constexpr double nanometre = 1e-9;
 // The least that a pair of coordinates takes in a file: two digits and what follows each of them.
 constexpr unsigned bytesOfPair = 4;
 
-enum class Keyword {
-  source,
-  cameraName,
-  sensorLine,
-  date,
-  focalLength,
-  numPixels,
-  pixelSize,
-  radiometricGain,
-  irradianceGain,
-  leftSideGain,
-  centerWavelength,
-  spectralWidth,
-  startXY,
-  none
-};
-
-// In the order in which a line is held against them.
-constexpr std::array<std::pair<char const*, Keyword>, 13> keywords{{{"CALIBRATION_SOURCE", Keyword::source},
-                                                                    {"CAMERA_NAME", Keyword::cameraName},
-                                                                    {"SENSOR_LINE", Keyword::sensorLine},
-                                                                    {"CALIBRATION_DATE", Keyword::date},
-                                                                    {"FOCAL_LENGTH_MM", Keyword::focalLength},
-                                                                    {"NUM_PIXELS", Keyword::numPixels},
-                                                                    {"PIXEL_SIZE", Keyword::pixelSize},
-                                                                    {"RADIOMETRIC_GAIN", Keyword::radiometricGain},
-                                                                    {"IRRADIANCE_GAIN", Keyword::irradianceGain},
-                                                                    {"LEFTSIDE_GAIN", Keyword::leftSideGain},
-                                                                    {"CENTER_WAVELENGTH_NM", Keyword::centerWavelength},
-                                                                    {"SPECTRAL_WIDTH_NM", Keyword::spectralWidth},
-                                                                    {"START_XY", Keyword::startXY}}};
-
-Keyword keywordOf(QString const& line) {
-  for (auto const& [text, keyword] : keywords) {
-    if (line.startsWith(QLatin1String(text))) {
-      return keyword;
-    }
-  }
-  return Keyword::none;
-}
+using camFile::Keyword;
 
 // The file's text in UTF-8, its line ends as single line feeds.
 QByteArray readText(std::string const& fileName) {
@@ -172,7 +133,7 @@ void readHeaderLine(QString const& line, std::string const& fileName, Header& he
   auto const real = [&] { return camLineToFloat(line, line.split(whiteSpace), fileName); };
   auto const integer = [&] { return camLineToInt(line, line.split(whiteSpace), fileName); };
   auto const metres = [&] { return static_cast<float>(static_cast<double>(real()) * nanometre); };
-  switch (keywordOf(line)) {
+  switch (camFile::keywordOf(line.toStdString())) {
   case Keyword::source:
     geometry.setCalibSource(camLineToString(line));
     radiometry.setCalibSource(camLineToString(line));

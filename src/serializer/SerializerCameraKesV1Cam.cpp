@@ -5,6 +5,7 @@
 #include "common/QtText.h"
 #include "common/XmlDocument.h"
 #include "files/StartableThreads.h"
+#include "files/formats/CalibrationXml.h"
 
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometryKesV1.h>
@@ -26,6 +27,8 @@
 namespace sensor {
 
 namespace {
+
+namespace radiocal = calibrationXml::radiocal;
 
 using ValuesByBand = std::map<std::string, float>;
 
@@ -71,9 +74,9 @@ float metresOf(QDomElement const& band, char const* attribute, bool& isNumber) {
 void addBand(QDomElement const& band, ValuesByBand& centers, ValuesByBand& widths) {
   bool hasCenter = false;
   bool hasWidth = false;
-  float const center = metresOf(band, "center_wavelength", hasCenter);
-  float const width = metresOf(band, "width", hasWidth);
-  std::string const name = band.attribute(QStringLiteral("name")).toStdString();
+  float const center = metresOf(band, radiocal::centre, hasCenter);
+  float const width = metresOf(band, radiocal::width, hasWidth);
+  std::string const name = band.attribute(QLatin1String(radiocal::name)).toStdString();
   if (!name.empty() && hasCenter && hasWidth) {
     centers[name] = center;
     widths[name] = width;
@@ -110,7 +113,7 @@ void SerializerCameraKesV1Cam::write(CameraKes const* camera) const {
 void SerializerCameraKesV1Cam::addCalibrations(CameraKes* camera) const {
   ValuesByBand centers;
   ValuesByBand widths;
-  readRadiocal(folder() + "/radiocal.xml", centers, widths);
+  readRadiocal(folder() + "/" + radiocal::fileName, centers, widths);
   std::vector<std::string> const paths = camFiles(folder());
   camera->setMntOffset({0.0, 0.0, static_cast<double>(nominalMNTZOffset)});
   int const count = static_cast<int>(paths.size());
@@ -146,18 +149,18 @@ void SerializerCameraKesV1Cam::readRadiocal(std::string const& fileName, ValuesB
     return;
   }
   QDomElement const root = document.documentElement();
-  if (root.tagName() != QLatin1String("radiometric_calibration")) {
+  if (root.tagName() != QLatin1String(radiocal::root)) {
     std::cerr << "Wrong file format: expected \"radiometric_calibration\" but saw \"" << root.tagName().toStdString()
               << '"';
     return;
   }
-  QString const version = root.attribute(QStringLiteral("version"));
-  if (version != QLatin1String("1.0")) {
+  QString const version = root.attribute(QLatin1String(radiocal::version));
+  if (version != QLatin1String(radiocal::readVersion)) {
     std::cerr << "Wrong file version: expected \"1\" but saw \"" << version.toStdString() << '"';
     return;
   }
-  for (QDomElement e = root.firstChildElement(QStringLiteral("band")); !e.isNull();
-       e = e.nextSiblingElement(QStringLiteral("band"))) {
+  for (QDomElement e = root.firstChildElement(QLatin1String(radiocal::band)); !e.isNull();
+       e = e.nextSiblingElement(QLatin1String(radiocal::band))) {
     addBand(e, centers, widths);
   }
 }

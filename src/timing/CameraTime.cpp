@@ -6,6 +6,7 @@
 #include "common/Record.h"
 #include "common/Truncate.h"
 #include "files/FileReplacement.h"
+#include "files/formats/LineFiles.h"
 
 #include <sensor/CameraTime.h>
 
@@ -23,8 +24,8 @@ namespace sensor {
 
 namespace {
 
-constexpr std::int64_t timeSize = 8;
-constexpr std::int64_t entrySize = 16;
+using lineFile::timeSize;
+constexpr std::int64_t entrySize = lineFile::rateChange::size;
 // A line has its number in an int.
 constexpr std::int64_t maxLines = std::numeric_limits<std::int32_t>::max();
 constexpr double microsecond = 1e-6;
@@ -57,9 +58,9 @@ std::vector<double> readTimes(std::string const& fileName) {
 
 CtglEntry entryAt(char const* bytes) {
   CtglEntry entry;
-  entry.time = loadValue<double>(bytes);
-  entry.cycleTime = static_cast<double>(loadValue<std::int32_t>(bytes + 8)) * microsecond;
-  entry.line = loadValue<std::uint32_t>(bytes + 12);
+  entry.time = loadValue<double>(bytes + lineFile::rateChange::time);
+  entry.cycleTime = static_cast<double>(loadValue<std::int32_t>(bytes + lineFile::rateChange::cycleTime)) * microsecond;
+  entry.line = loadValue<std::uint32_t>(bytes + lineFile::rateChange::line);
   return entry;
 }
 

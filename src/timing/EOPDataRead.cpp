@@ -5,8 +5,8 @@
 #include "common/Record.h"
 #include "common/XmlDocument.h"
 #include "common/XmlElement.h"
+#include "files/formats/EopFile.h"
 #include "timing/Attitude.h"
-#include "timing/EopFields.h"
 
 #include <sensor/EOPData.h>
 
@@ -235,26 +235,27 @@ int EOPData::parseXMLHeader(std::string const& block) {
   if (!root) {
     throw std::runtime_error("error reading EOP parameter block " + error.toStdString());
   }
-  if (root->qtText("version").toInt() == EOP_VERSION_1) {
+  if (root->qtText(eopFile::block::version).toInt() == EOP_VERSION_1) {
     throw std::runtime_error("version mismatch!!");
   }
   for (XmlElement const& e : root->children) {
-    if (e.name == "Source") {
-      mAppSource = e.text("name");
-    } else if (e.name == "POS") {
-      mPosSource = e.text("source");
-    } else if (e.name == "TM") {
-      mTmSource = e.text("source");
-    } else if (e.name == "AnchorPoint") {
-      mAnchorPoint = {number(e, "lon"), number(e, "lat"), number(e, "h")};
-    } else if (e.name == "AbsoluteTime") {
-      mAbsTime = static_cast<std::uint32_t>(e.qtText("value").toULong());
-    } else if (e.name == "DefaultStandardDeviation") {
+    if (e.name == eopFile::block::application) {
+      mAppSource = e.text(eopFile::block::name);
+    } else if (e.name == eopFile::block::positions) {
+      mPosSource = e.text(eopFile::block::source);
+    } else if (e.name == eopFile::block::times) {
+      mTmSource = e.text(eopFile::block::source);
+    } else if (e.name == eopFile::block::anchor) {
+      mAnchorPoint = {number(e, eopFile::block::longitude), number(e, eopFile::block::latitude),
+                      number(e, eopFile::block::height)};
+    } else if (e.name == eopFile::block::absoluteTime) {
+      mAbsTime = static_cast<std::uint32_t>(e.qtText(eopFile::block::value).toULong());
+    } else if (e.name == eopFile::block::defaultStdDevs) {
       mDefaultStdDevs = {singleNumber(e, "x"),     singleNumber(e, "y"),   singleNumber(e, "z"),
                          singleNumber(e, "omega"), singleNumber(e, "phi"), singleNumber(e, "kappa")};
     }
   }
-  return root->qtText("numsets").toInt();
+  return root->qtText(eopFile::block::count).toInt();
 }
 
 void EOPData::loadData(bool const& loadStdDevs) {

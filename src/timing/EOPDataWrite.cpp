@@ -5,8 +5,8 @@
 #include "common/QtText.h"
 #include "common/Record.h"
 #include "files/FileReplacement.h"
+#include "files/formats/EopFile.h"
 #include "timing/Attitude.h"
-#include "timing/EopFields.h"
 
 #include <sensor/EOPData.h>
 

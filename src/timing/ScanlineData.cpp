@@ -5,6 +5,7 @@
 #include "common/Record.h"
 #include "common/Truncate.h"
 #include "files/FileReplacement.h"
+#include "files/formats/LineFiles.h"
 
 #include <sensor/IntegrationTime.h>
 #include <sensor/ScanlineData.h>
@@ -34,6 +35,8 @@ constexpr std::uint64_t maxLine = std::numeric_limits<std::uint32_t>::max();
 
 template <class Stored>
 constexpr std::int64_t recordSize = sizeof(std::uint32_t) + sizeof(Stored);
+static_assert(recordSize<unsigned int> == lineFile::integrationTimeSize);
+static_assert(recordSize<unsigned char> == lineFile::tdiStageSize);
 
 bool lessValue(std::pair<std::uint32_t const, float> const& a, std::pair<std::uint32_t const, float> const& b) {
   return a.second < b.second;

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "files/formats/CalibrationXml.h"
 #include "xmlFileData/CalibrationParts.h"
 #include "xmlFileData/CalibrationXml.h"
 
@@ -14,22 +15,24 @@ namespace xmlFileData {
 
 namespace {
 
+namespace names = sensor::calibrationXml;
+
 GeoLensSystem readLensSystem(CalibrationXml& xml) {
   GeoLensSystem lens;
-  lens.principalDistance = xml.real("PrincipalDistance_mm");
-  lens.sigmaPrincipalDistance = xml.real("SigmaPrincipalDistance_mm");
+  lens.principalDistance = xml.real(names::principalDistance);
+  lens.sigmaPrincipalDistance = xml.real(names::sigmaPrincipalDistance);
   xml.skip();
   return lens;
 }
 
 GeoMisalignment readMisalignment(CalibrationXml& xml) {
   GeoMisalignment misalignment;
-  misalignment.Omega = xml.real("Omega");
-  misalignment.SigmaOmega = xml.real("SigmaOmega");
-  misalignment.Phi = xml.real("Phi");
-  misalignment.SigmaPhi = xml.real("SigmaPhi");
-  misalignment.Kappa = xml.real("Kappa");
-  misalignment.SigmaKappa = xml.real("SigmaKappa");
+  misalignment.Omega = xml.real(names::omega);
+  misalignment.SigmaOmega = xml.real(names::sigmaOmega);
+  misalignment.Phi = xml.real(names::phi);
+  misalignment.SigmaPhi = xml.real(names::sigmaPhi);
+  misalignment.Kappa = xml.real(names::kappa);
+  misalignment.SigmaKappa = xml.real(names::sigmaKappa);
   xml.skip();
   return misalignment;
 }
@@ -38,9 +41,9 @@ GeoSensorHead readHead(CalibrationXml& xml) {
   GeoSensorHead head;
   head.Type = xml.text("Type", "");
   head.Structure = xml.text("Structure", "");
-  head.pixelSize = xml.real("PixelSize_mm");
-  head.rows = xml.integer("Rows");
-  head.columns = xml.integer("Columns");
+  head.pixelSize = xml.real(names::pixelSize);
+  head.rows = xml.integer(names::rows);
+  head.columns = xml.integer(names::columns);
   xml.skip();
   head.checkStructure();
   return head;
@@ -93,9 +96,9 @@ void readGridElement(CalibrationXml& xml, int columns, DistortionGrid& grid) {
 }
 
 DistortionGrid readGrid(CalibrationXml& xml) {
-  DistortionGrid grid(xml.text("Channel", ""));
-  int const rows = xml.integer("Rows", 1);
-  int const columns = xml.integer("Columns");
+  DistortionGrid grid(xml.text(names::channel, ""));
+  int const rows = xml.integer(names::rows, 1);
+  int const columns = xml.integer(names::columns);
   xml.walk([&] { readGridElement(xml, columns, grid); });
   refuseIf(grid.rowCount() == 0, "Missing tag (GridRow)");
   refuseIf(grid.rowCount() != rows, "Wrong row count (GridRow)");
@@ -108,7 +111,7 @@ GeoSensor readSensor(CalibrationXml& xml) {
   xml.walk([&] {
     if (xml.is("Sensor")) {
       head = readHead(xml);
-    } else if (xml.is("DistortionGrid")) {
+    } else if (xml.is(names::distortionGrid)) {
       grid = readGrid(xml);
     }
   });
@@ -126,7 +129,7 @@ void readGeoCalibData(std::string const& fileName, KesBGeoCalibData& data) {
   bool hasLensSystem = false;
   bool hasMisalignment = false;
   xml.walkFile([&] {
-    if (xml.is("LensSystem")) {
+    if (xml.is(names::lensSystem)) {
       data.setLensSystem(readLensSystem(xml));
       hasLensSystem = true;
     } else if (xml.is("Misalignment_deg")) {

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "files/formats/CalibrationXml.h"
 #include "xmlFileData/CalibrationParts.h"
 #include "xmlFileData/CalibrationXml.h"
 
@@ -15,6 +16,8 @@
 namespace xmlFileData {
 
 namespace {
+
+namespace names = sensor::calibrationXml;
 
 void readAdc(CalibrationXml& xml, KesBSensorCorrectionData& data) {
   data.setHasAdc(true);
@@ -100,8 +103,8 @@ void readVoltages(CalibrationXml& xml, KesBSensorCorrectionData& data) {
 }
 
 KesBLookUp readLookUp(CalibrationXml& xml) {
-  int const start = xml.integer("ColumnStart");
-  int const columns = xml.integer("Columns");
+  int const start = xml.integer(names::columnStart);
+  int const columns = xml.integer(names::columns);
   std::vector<double> in;
   std::vector<double> out;
   xml.walk([&] {
@@ -141,14 +144,14 @@ struct SensorElement {
 };
 
 void readWaveLengths(CalibrationXml& xml, CorrectionSensor& sensor) {
-  sensor.width = xml.real("Width");
-  sensor.center = xml.real("Center");
+  sensor.width = xml.real(names::width);
+  sensor.center = xml.real(names::centre);
   xml.skip();
 }
 
 void readDsnu(CalibrationXml& xml, CorrectionSensor& sensor) {
-  sensor.dsnuUpper = xml.integer("Upper");
-  sensor.dsnuLower = xml.integer("Lower");
+  sensor.dsnuUpper = xml.integer(names::upper);
+  sensor.dsnuLower = xml.integer(names::lower);
   xml.skip();
 }
 

@@ -175,7 +175,9 @@ TEST_F(KesBlockCheck, EveryMissingFileIsNamed) {
   EXPECT_THAT(result.out,
               HasSubstr("Reference image: " + (mFolder / "ortho.tif") + " can't be read: No such file or directory\n"));
   for (std::string const strip : {"East", "West"}) {
-    EXPECT_THAT(result.out, HasSubstr(strip + ": Image: " + (mFolder / "images/PANN00A.tif") + " doesn't exist!\n"));
+    std::string const file = mFolder / (strip == "East" ? "b.stp" : "a.stp");
+    EXPECT_THAT(result.out,
+                HasSubstr("error: " + file + ":4: Image: " + (mFolder / "images/PANN00A.tif") + " doesn't exist!\n"));
   }
 }
 
@@ -185,11 +187,13 @@ TEST_F(KesBlockCheck, HiddenStripsAndUnknownPointsAreSuspicious) {
   mFolder.file("PANN00A.ipt", "\"P9\" 1 2 0.1 0.1 1\n");
   KesRun const result =
       run({"block", "check", blockOf("<Strips><Strip filename=\"a.stp\"/><Strip filename=\"b.stp\"/></Strips>")});
-  EXPECT_EQ(result.code, 0);
-  EXPECT_EQ(result.out, "warning: 1 strips are left out, since others have their names\n"
-                        "warning: the block has no ground points\n"
-                        "warning: West: PANN00A: point \"P9\" isn't among the ground points\n"
-                        "valid\n");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.out,
+            "warning: " + (mFolder / "block.blf") + ": the block has no ground points\n" +  //
+                "error: " + (mFolder / "block.blf") + ":1: strip " + (mFolder / "b.stp") +
+                " is named \"West\", as is " + (mFolder / "a.stp") + ": one of them is left out\n" +
+                "warning: " + (mFolder / "a.stp") + ": PANN00A: point \"P9\" isn't among the ground points\n" +  //
+                "warning: " + (mFolder / "b.stp") + ": PANN00A: point \"P9\" isn't among the ground points\n");
 }
 
 TEST_F(KesBlockCheck, SystemThatDoesntReachTheStripsIsNamed) {
@@ -198,7 +202,7 @@ TEST_F(KesBlockCheck, SystemThatDoesntReachTheStripsIsNamed) {
   KesRun const result =
       run({"block", "check", file(twoStrips() + "<CoordinateSystem definition=\"" + system + "\"/>")});
   EXPECT_EQ(result.code, 1);
-  EXPECT_THAT(result.out, HasSubstr("East: the block's coordinate system doesn't reach as far\n"));
+  EXPECT_THAT(result.out, HasSubstr("b.stp: the block's coordinate system doesn't reach as far\n"));
 }
 
 TEST_F(KesOnBlock, MeasuresAreThoseOfEachStripInTheBlocksSystem) {

@@ -116,58 +116,6 @@ TEST(KesInfo, MissingStripIsAnError) {
   EXPECT_EQ(run.out, "");
 }
 
-// A strip to break, with its own calibrations.
-class KesCheck : public testing::Test {
-protected:
-  KesRun check(std::vector<std::string> const& options = {}) const {
-    std::vector<std::string> arguments{"check", mStrip.write(mFolder), "--calibrations", mFolder / "calibration"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    return kes(arguments);
-  }
-
-  test::TempFolder mFolder;
-  test::SmallStrip mStrip;
-};
-
-TEST_F(KesCheck, ValidStripIsValid) {
-  KesRun const run = check();
-  EXPECT_EQ(run.code, 0) << run.err;
-  EXPECT_EQ(run.out, "valid\n");
-}
-
-TEST_F(KesCheck, MissingImageIsNamed) {
-  KesRun const run = check({"--images"});
-  EXPECT_EQ(run.code, 1);
-  EXPECT_EQ(run.out, "Image: " + (mFolder / "images/PANN00A.tif") + " doesn't exist!\n");
-}
-
-TEST_F(KesCheck, LinesOutsideTheOrientationAreSuspicious) {
-  mStrip.write(mFolder);
-  mStrip.lines = 1000;
-  std::string const strip = mStrip.write(mFolder);
-  mStrip.lines = 101;
-  mStrip.writeEop(mFolder, "flight.eop");
-  KesRun const run = kes({"check", strip, "--calibrations", mFolder / "calibration"});
-  EXPECT_EQ(run.code, 0);
-  EXPECT_THAT(run.out, HasSubstr("warning: PANN00A: "));
-  EXPECT_THAT(run.out, HasSubstr(" of 1000 lines lie outside the span of the orientation\n"));
-}
-
-TEST_F(KesCheck, TdiWithoutAnIntegrationTimeIsSuspicious) {
-  mFolder.file("a.tdi", std::string("\0\0\0\0\4", 5));
-  mStrip.bands[0].attributes = "swath=\"101\" tdi=\"a.tdi\"";
-  EXPECT_THAT(check().out, HasSubstr("warning: PANN00A: TDI stages without an integration time\n"));
-}
-
-TEST(KesCheckOfStripA, GapsAreSuspicious) {
-  test::TempFolder const folder;
-  test::SmallStrip strip;
-  strip.eop = "<EOP filename=\"" + test::stripA::path("project/eop/gaps.eop") + "\"/>";
-  KesRun const run = kes({"check", strip.write(folder), "--calibrations", folder / "calibration"});
-  EXPECT_THAT(run.out, HasSubstr("gaps in the orientation, the longest of "));
-  EXPECT_THAT(run.out, HasSubstr("orientation records aren't later than the one before them"));
-}
-
 TEST(KesClosure, BandsCloseWithinTheTolerance) {
   KesRun const run = kes(onStripA({"closure"}, {"--json", "--grid", "20"}));
   ASSERT_EQ(run.code, 0) << run.err;

@@ -70,13 +70,23 @@ TEST(KesEop, BrokenFilesAreErrors) {
   EXPECT_EQ(run.err, "kes: error: Unknown EOP version in file: " + name + "\n");
 }
 
-TEST(KesEop, ListingIsNamedAsSuch) {
+TEST(KesEop, ListingAndLopFileAreNamedAsSuch) {
   test::TempFolder const folder;
   std::string const listing = folder / "a.txt";
   ASSERT_EQ(kes({"eop", "convert", test::stripA::path("project/eop/v1_std.eop"), listing, "--to", "ascii"}).code, 0);
   EXPECT_EQ(kes({"eop", "info", listing}).err,
             "kes: error: " + listing +
                 " is a listing, which can't be read; the binary file that it was made from can\n");
+  std::string const lop = folder / "a.lop";
+  std::string const binary = test::stripA::path("project/eop/v1_std.eop");
+  ASSERT_EQ(kes({"eop", "convert", binary, lop, "--to", "lop"}).code, 0);
+  std::string const records = std::to_string(test::contents(lop).size() / 48);
+  EXPECT_EQ(kes({"eop", "info", lop}).err,
+            "kes: error: " + lop + " is an LOP file of " + records +
+                " records without times, which can't be read; the binary file that it was made from can\n");
+  // Bytes that aren't numbers of a position and angles are no such file.
+  std::string const other = folder.file("other", std::string(48, 'x'));
+  EXPECT_EQ(kes({"eop", "info", other}).err, "kes: error: Unknown EOP version in file: " + other + "\n");
 }
 
 /// An orientation whose records are those of a function of the seconds since its start.

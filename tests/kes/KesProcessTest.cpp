@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: MIT
 
 #include "Kes.h"
+#include "support/Matchers.h"
 #include "support/StripA.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <array>
 #include <chrono>
@@ -13,6 +15,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <poll.h>
+#include <sstream>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -169,6 +173,113 @@ TEST_F(KesProcess, IgnoredSignalsStayIgnored) {
   EXPECT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
   close(ends[1]);
   EXPECT_EQ(end(child), 0);
+}
+
+// Orthorectifies so finely that there is time to look at the run.
+class KesLongWork : public KesProcess {
+protected:
+  KesLongWork() {
+    test::kes(
+        {"simulate", mFlight, "--dem", KESSENSOR_TERRAIN, "--lines", "200", "--samples", "64", "--render", "PANN00A"});
+  }
+  std::vector<std::string> ortho(std::string const& gsd, std::vector<std::string> const& more = {}) const {
+    std::vector<std::string> arguments{"ortho", mFlight + "/strip.stp", "--band", "PANN00A", "--dem", KESSENSOR_TERRAIN,
+                                       "--crs", "EPSG:32616",           "--gsd",  gsd,       "-o",    mOutput};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+  }
+
+  std::string const mFlight = mFolder / "flight";
+  std::string const mOutput = mFolder.folder("out") + "/ortho.tif";
+};
+
+TEST_F(KesLongWork, CancelledRunLeavesTheOldFileAndNothingElse) {
+  mFolder.file("out/ortho.tif", "old");
+  for (int const signal : {SIGINT, SIGTERM}) {
+    pid_t const child = start(ortho("0.01"), [&] {
+      std::signal(signal, SIG_DFL);
+      send(STDERR_FILENO, mErrors);
+    });
+    awaitEntry(mFolder / "out", 1);
+    EXPECT_GT(test::entryCount(mFolder / "out"), 1);
+    kill(child, signal);
+    EXPECT_EQ(end(child), 128 + signal);
+    EXPECT_EQ(test::entryCount(mFolder / "out"), 1);
+    EXPECT_EQ(test::contents(mOutput), "old");
+  }
+}
+
+TEST_F(KesLongWork, RunsWithOneOutputDontHurtEachOther) {
+  ASSERT_EQ(test::kes(ortho("0.2")).code, 0);
+  std::string const expected = test::contents(mOutput);
+  std::filesystem::remove(mOutput);
+  std::vector<pid_t> runs;
+  for (int i = 0; i < 3; ++i) {
+    runs.push_back(start(ortho("0.2"), [&] { send(STDERR_FILENO, mErrors + std::to_string(i)); }));
+  }
+  for (pid_t const child : runs) {
+    EXPECT_EQ(end(child), 0);
+  }
+  EXPECT_EQ(test::contents(mOutput), expected);
+  EXPECT_EQ(test::entryCount(mFolder / "out"), 1);
+}
+
+TEST_F(KesLongWork, ProgressForProgramsIsOneObjectALine) {
+  test::KesRun const run = test::kes(ortho("0.2", {"--progress", "json"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  std::istringstream lines(run.err);
+  double before = -1.0;
+  for (std::string line; std::getline(lines, line);) {
+    auto const progress = nlohmann::json::parse(line).at("progress");
+    EXPECT_EQ(progress["task"], "orthorectifying");
+    EXPECT_GT(progress["done"], before);
+    before = progress["done"];
+    // What is left follows from what is done, to the millisecond in which both are rounded.
+    double const elapsed = progress["elapsed"];
+    if (before > 0.0) {
+      EXPECT_NEAR(progress["left"].get<double>(), elapsed * (1.0 - before) / before, 0.001 + 0.001 / before);
+    } else {
+      EXPECT_TRUE(progress["left"].is_null());
+    }
+  }
+  EXPECT_EQ(before, 1.0);
+}
+
+TEST_F(KesLongWork, NoTerminalShowsNoProgress) {
+  EXPECT_EQ(test::kes(ortho("0.2")).err, "");
+}
+
+// What a run prints on a terminal, up to a text or its end.
+std::string onTerminal(std::vector<std::string> const& arguments, std::string const& text) {
+  int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  EXPECT_EQ(grantpt(terminal), 0);
+  EXPECT_EQ(unlockpt(terminal), 0);
+  std::string const name = ptsname(terminal);
+  pid_t const child = start(arguments, [&] { dup2(open(name.c_str(), O_RDWR | O_NOCTTY), STDERR_FILENO); });
+  std::string out;
+  std::array<char, 4096> bytes{};
+  // The other end is opened by the child; before that, there is nothing to read.
+  for (int tries = 0; tries < 12000 && out.find(text) == std::string::npos; ++tries) {
+    pollfd ready{terminal, POLLIN, 0};
+    if (poll(&ready, 1, 5) > 0 && (ready.revents & POLLIN) != 0) {
+      ssize_t const count = read(terminal, bytes.data(), bytes.size());
+      out.append(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    if (waitpid(child, nullptr, WNOHANG) == child) {
+      close(terminal);
+      return out;
+    }
+  }
+  kill(child, SIGTERM);
+  end(child);
+  close(terminal);
+  return out;
+}
+
+TEST_F(KesLongWork, ProgressOnATerminalHasTheTimeLeft) {
+  EXPECT_THAT(onTerminal(ortho("0.01"), " left"),
+              testing::ContainsRegex("\rorthorectifying: [0-9]+ %, ([0-9]+ (h|min) )?[0-9]+ (min|s) left"));
+  EXPECT_EQ(onTerminal(ortho("0.2", {"--progress", "none"}), " left"), "");
 }
 
 }  // namespace

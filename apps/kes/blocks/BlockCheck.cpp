@@ -1,126 +1,169 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "blocks/BlockCheck.h"
+
 #include "blocks/BlockFile.h"
+#include "check/PointListCheck.h"
+#include "check/ProjectListing.h"
 #include "points/Residuals.h"
 #include "shared/Opening.h"
-#include "strips/StripCheck.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <kes/Block.h>
 #include <raster/OpenRaster.h>
 #include <sensor/kessensor.h>
 
-#include <QFile>
-#include <QXmlStreamReader>
-
-#include <iostream>
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <stdexcept>
 
 namespace tool {
 
 namespace {
 
-bool lacks(std::string const& what) {
-  std::cout << what << '\n';
-  return false;
-}
+class BlockCheck {
+public:
+  BlockCheck(BlockReport& report, CheckPlan const& plan)
+      : mReport(&report), mPlan(&plan), mFindings(report.findings, report.file) {}
 
-void warn(std::string const& what) {
-  std::cout << "warning: " << what << '\n';
-}
-
-bool checkElevationModel(std::string const& file) {
-  try {
-    dsm::RasterElevationSource const source(file, dsm::RasterElevationSource::DEFAULT_CACHE_SIZE, util::Origin::file);
-    return true;
-  } catch (std::runtime_error const& error) {
-    return lacks(std::string("Elevation model: ") + error.what());
+  void run() {
+    std::string const failure = open();
+    std::vector<ListedFile> const strips = listBlock(mFindings);
+    if (mBlock) {
+      checkModels();
+      checkGroundPoints();
+    }
+    for (std::size_t i = 0; i < strips.size(); ++i) {
+      check(strips[i], i, strips.size());
+    }
+    if (!failure.empty() && !hasErrors()) {
+      mFindings.error(wholeFile, failure);
+    }
   }
-}
 
-bool checkReferenceImage(std::string const& file) {
-  try {
-    raster::openRaster(file, util::Origin::file);
-    return true;
-  } catch (std::runtime_error const& error) {
-    return lacks("Reference image: " + file + " can't be read: " + error.what());
+private:
+  // Opens the block, and says why that isn't possible.
+  std::string open() {
+    try {
+      kes::StripOptions opening = mPlan->opening;
+      opening.load = false;
+      mBlock.emplace(openBlock(mReport->file, opening));
+      return {};
+    } catch (std::runtime_error const& error) {
+      return error.what();
+    }
   }
-}
 
-bool checkGroundPoints(BlockGroundPoints const& points) {
-  if (!points.isRead) {
-    return lacks("Ground points: " + points.file + " can't be read!");
-  }
-  if (points.points.numPoints() == 0) {
-    warn("the block has no ground points");
-  }
-  return true;
-}
+  bool hasErrors() const { return !mReport->isValid(); }
 
-// The strip's anchor stands for its place.
-bool checkPlace(kes::Block const& block, kes::Strip const& strip) {
-  geo::XYZPoint const anchor;
-  geo::XYZPoint map;
-  return strip.localSystem().transform(block.mapSystem(), {&anchor, 1}, {&map, 1}) == 1 ||
-         lacks(strip.name() + ": the block's coordinate system doesn't reach as far");
-}
-
-void checkImagePoints(kes::Strip const& strip, GroundPointIndex const& groundPoints) {
-  for (int band = 0; band < strip.bandCount(); ++band) {
-    sensor::KESImage const& image = *strip.model().img(band);
-    sensor::ImagePointList const points(image.iptFileName(), strip.name(), image.bandID());
-    for (geo::ImagePoint const& point : points.points()) {
-      if (groundPoints.find(point.id) == nullptr) {
-        warn(strip.name() + ": " + image.bandID() + ": point \"" + point.id + "\" isn't among the ground points");
+  void checkModels() {
+    for (std::string const& file : mBlock->elevationFiles()) {
+      try {
+        dsm::RasterElevationSource const source(file, dsm::RasterElevationSource::DEFAULT_CACHE_SIZE,
+                                                util::Origin::file);
+      } catch (std::runtime_error const& error) {
+        mFindings.error(wholeFile, std::string("Elevation model: ") + error.what());
+      }
+    }
+    for (std::string const& file : mBlock->model().referenceImageNames()) {
+      try {
+        raster::openRaster(file, util::Origin::file);
+      } catch (std::runtime_error const& error) {
+        mFindings.error(wholeFile, "Reference image: " + file + " can't be read: " + error.what());
       }
     }
   }
-}
 
-bool checkStripOf(kes::Block const& block, kes::Strip& strip, GroundPointIndex const& points, bool images) {
-  bool const isValid = checkStrip(strip, images, strip.name() + ": ");
-  if (isValid) {
-    checkImagePoints(strip, points);
-  }
-  return checkPlace(block, strip) && isValid;
-}
-
-// How many strips a block file lists.
-int listedStrips(std::string const& file) {
-  QFile input(QString::fromStdString(file));
-  int count = 0;
-  if (input.open(QIODevice::ReadOnly)) {
-    QXmlStreamReader reader(&input);
-    while (!reader.atEnd()) {
-      count += reader.readNext() == QXmlStreamReader::StartElement && reader.name() == QLatin1String("Strip");
+  void checkGroundPoints() {
+    mGroundPoints = groundPointsOf(mReport->file);
+    mPointIndex.emplace(mGroundPoints->points);
+    if (!mGroundPoints->isRead) {
+      mFindings.error(wholeFile, "Ground points: " + mGroundPoints->file + " can't be read!");
+    } else if (mGroundPoints->points.numPoints() == 0) {
+      mFindings.warn(wholeFile, "the block has no ground points");
+    } else if (std::string const path = groundPointPath(); mPlan->deep && mChecked.takes(path)) {
+      checkGroundPointList({mReport->findings, path});
     }
   }
-  return count;
-}
+
+  std::string groundPointPath() const {
+    std::filesystem::path const folder = mBlock->model().dataPath();
+    return (folder / mGroundPoints->file).string();
+  }
+
+  void check(ListedFile const& listed, std::size_t index, std::size_t count) {
+    CheckPlan plan = *mPlan;
+    plan.show = [&](double done) { mPlan->show((static_cast<double>(index) + done) / static_cast<double>(count)); };
+    mReport->strips.push_back(checkStrip(listed.path, plan, mChecked,
+                                         [&](kes::Strip& strip, FileFindings& findings) { visit(strip, findings); }));
+    mPlan->show(static_cast<double>(index + 1) / static_cast<double>(count));
+    requireOwnName(mReport->strips.back(), listed);
+  }
+
+  // A block has one strip of each name.
+  void requireOwnName(StripReport const& strip, ListedFile const& listed) {
+    auto const [first, isNew] = mFileOfStrip.emplace(strip.name, strip.file);
+    if (!isNew && !strip.name.empty()) {
+      mFindings.error(listed.place, "strip " + strip.file + " is named \"" + strip.name + "\", as is " + first->second +
+                                        ": one of them is left out");
+    }
+  }
+
+  void visit(kes::Strip& strip, FileFindings& findings) {
+    if (!mBlock) {
+      return;
+    }
+    // The strip's anchor stands for its place.
+    geo::XYZPoint const anchor;
+    geo::XYZPoint map;
+    if (strip.localSystem().transform(mBlock->mapSystem(), {&anchor, 1}, {&map, 1}) != 1) {
+      findings.error(wholeFile, "the block's coordinate system doesn't reach as far");
+    }
+    checkImagePoints(strip, findings);
+  }
+
+  void checkImagePoints(kes::Strip const& strip, FileFindings& findings) {
+    for (int band = 0; band < strip.bandCount(); ++band) {
+      sensor::KESImage const& image = *strip.model().img(band);
+      sensor::ImagePointList const points(image.iptFileName(), strip.name(), image.bandID());
+      for (geo::ImagePoint const& point : points.points()) {
+        if (mPointIndex->find(point.id) == nullptr) {
+          findings.warn(wholeFile, image.bandID() + ": point \"" + point.id + "\" isn't among the ground points");
+        }
+      }
+    }
+  }
+
+  BlockReport* mReport;
+  CheckPlan const* mPlan;
+  FileFindings mFindings;
+  std::optional<kes::Block> mBlock;
+  std::optional<BlockGroundPoints> mGroundPoints;
+  std::optional<GroundPointIndex> mPointIndex;
+  std::map<std::string, std::string> mFileOfStrip;
+  CheckedFiles mChecked;
+};
 
 }  // namespace
 
-bool checkBlock(std::string const& file, CameraOptions const& camera, bool images) {
-  kes::StripOptions opening = camera.opening();
-  opening.load = false;
-  kes::Block const block = openBlock(file, opening);
-  if (int const hidden = listedStrips(file) - block.stripCount(); hidden > 0) {
-    warn(std::to_string(hidden) + " strips are left out, since others have their names");
-  }
-  BlockGroundPoints const groundPoints = groundPointsOf(file);
-  bool isValid = checkGroundPoints(groundPoints);
-  for (std::string const& model : block.elevationFiles()) {
-    isValid = checkElevationModel(model) && isValid;
-  }
-  for (std::string const& image : block.model().referenceImageNames()) {
-    isValid = checkReferenceImage(image) && isValid;
-  }
-  GroundPointIndex const points(groundPoints.points);
-  for (std::string const& name : block.stripNames()) {
-    kes::Strip strip = openStripOf(block, name);
-    isValid = checkStripOf(block, strip, points, images) && isValid;
-  }
-  return isValid;
+bool BlockReport::isValid() const {
+  return !findings.hasErrors() &&
+         std::none_of(strips.begin(), strips.end(), [](StripReport const& s) { return s.findings.hasErrors(); });
+}
+
+BlockReport checkBlock(std::string const& file, CheckPlan const& plan) {
+  BlockReport report{file, {}, {}};
+  BlockCheck(report, plan).run();
+  return report;
+}
+
+Json toJson(BlockReport const& report) {
+  return {{"file", report.file},
+          {"valid", report.isValid()},
+          {"findings", arrayOf(report.findings.all())},
+          {"strips", arrayOf(report.strips)}};
 }
 
 }  // namespace tool

@@ -3,11 +3,11 @@
 
 #include "Command.h"
 #include "blocks/BlockFile.h"
+#include "check/CheckCommand.h"
 #include "shared/InputGuard.h"
 #include "shared/Options.h"
 #include "shared/Output.h"
 
-#include <iostream>
 #include <memory>
 
 namespace tool {
@@ -18,12 +18,8 @@ struct Options {
   std::string file;
   CameraOptions camera;
   BlockPlan plan;
-  bool images = false;
   bool json = false;
 };
-
-constexpr int valid = 0;
-constexpr int notValid = 1;
 
 int info(Options const& options) {
   BlockDescription const block = describeBlock(options.file, options.camera);
@@ -39,14 +35,6 @@ int create(Options const& options) {
   InputGuard(options.file).check(options.plan.camera.settings);
   createBlock(options.file, options.plan);
   return 0;
-}
-
-int check(Options const& options) {
-  if (!checkBlock(options.file, options.camera, options.images)) {
-    return notValid;
-  }
-  std::cout << "valid\n";
-  return valid;
 }
 
 CLI::App* addCommand(CLI::App& block, Options& options, std::string const& name, std::string const& what) {
@@ -91,17 +79,6 @@ void addCreate(CLI::App& block, std::shared_ptr<Options> const& options, Run& ru
   command->callback([options, &run] { run = [options] { return create(*options); }; });
 }
 
-void addCheck(CLI::App& block, std::shared_ptr<Options> const& options, Run& run) {
-  CLI::App* const command =
-      addCommand(block, *options, "check",
-                 "Checks that all that a block and its strips name is there, and warns of what is "
-                 "suspicious");
-  command->add_flag("--images", options->images, "Look for the files of each image, too");
-  command->footer("Example: kes block check valley/valley.blf --images\n"
-                  "Exit code 0: valid, perhaps with warnings; 1: not valid.");
-  command->callback([options, &run] { run = [options] { return check(*options); }; });
-}
-
 }  // namespace
 
 void addBlock(CLI::App& app, Run& run) {
@@ -111,7 +88,7 @@ void addBlock(CLI::App& app, Run& run) {
   block->footer("Example: kes block info valley/valley.blf");
   addInfo(*block, options, run);
   addCreate(*block, options, run);
-  addCheck(*block, options, run);
+  addCheckCommand(*block, Checked::block, run);
 }
 
 }  // namespace tool

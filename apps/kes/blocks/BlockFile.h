@@ -76,8 +76,4 @@ Json toJson(BlockStrip const& strip);
 Json toJson(BlockDescription const& block);
 void printText(BlockDescription const& block);
 
-/// Prints what a block or one of its strips lacks, then what is suspicious; returns whether the block is valid. Throws
-/// what opening the block throws.
-bool checkBlock(std::string const& file, CameraOptions const& camera, bool images);
-
 }  // namespace tool

@@ -4,6 +4,7 @@
 #include "Command.h"
 #include "shared/InputGuard.h"
 #include "shared/Output.h"
+#include "shared/Progress.h"
 #include "shared/StripSet.h"
 
 #include <kes/Surface.h>
@@ -24,6 +25,7 @@ struct Options {
   std::string crs;
   std::string output;
   kesgdal::OrthoPlan plan;
+  ProgressOption progress;
 };
 
 int threadsOfMachine() {
@@ -50,7 +52,7 @@ int ortho(Options const& options) {
       visit(strip);
     });
   };
-  Progress progress("orthorectifying");
+  Progress progress("orthorectifying", options.progress);
   kesgdal::writeOrthophoto(strips, map, surface, options.plan, options.output,
                            [&](double done) { progress.show(done); });
   return 0;
@@ -92,6 +94,7 @@ void addOrtho(CLI::App& app, Run& run) {
   options->strips.addTo(*command);
   addRequired(*command, *options);
   addOptional(*command, *options);
+  options->progress.addTo(*command);
   command->footer(
       "Pixels lie on whole multiples of their size, so that orthophotos fit one another. Where strips overlap,\n"
       "a pixel shows the one that has it nearest to the middle of its line.\n"

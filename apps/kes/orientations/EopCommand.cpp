@@ -15,10 +15,14 @@
 #include <QDateTime>
 
 #include <array>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <numbers>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -64,13 +68,36 @@ std::string dayOf(std::uint32_t secondsSince1970) {
          std::to_string((secondsSince1970 - firstWeek) / week);
 }
 
-// The formats that `eop convert` writes, besides the binary one, can't be read.
+[[noreturn]] void failOn(std::string const& file, std::string const& kind) {
+  throw std::runtime_error(file + " is " + kind + ", which can't be read; the binary file that it was made from can");
+}
+
+// Whether six doubles, of which nothing else is known, may be a position and angles in radians.
+bool isPose(std::array<double, 6> const& numbers) {
+  constexpr double farthest = 1e7;  // metres
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    if (!(std::fabs(numbers[i]) <= (i < 3 ? farthest : 2.0 * std::numbers::pi))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The formats that `eop convert` writes, besides the binary one, can't be read: they lack times or precision.
 void requireBinary(std::string const& file) {
   std::ifstream in(file, std::ios::binary);
-  std::array<char, 12> head{};
+  std::array<double, 6> numbers{};
+  std::array<char, sizeof numbers> head{};
   in.read(head.data(), head.size());
-  if (std::string_view(head.data(), head.size()) == "Anchor Point") {
-    throw std::runtime_error(file + " is a listing, which can't be read; the binary file that it was made from can");
+  std::string_view const text(head.data(), head.size());
+  if (text.starts_with("Anchor Point")) {
+    failOn(file, "a listing");
+  }
+  std::error_code ignored;
+  auto const size = std::filesystem::file_size(file, ignored);
+  std::memcpy(numbers.data(), head.data(), head.size());
+  if (in && !text.starts_with("EOP_") && size % head.size() == 0 && isPose(numbers)) {
+    failOn(file, "an LOP file of " + std::to_string(size / head.size()) + " records without times");
   }
 }
 

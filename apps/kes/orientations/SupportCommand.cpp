@@ -13,7 +13,6 @@
 #include <sensor/KESImage.h>
 #include <sensor/KESStripModel.h>
 
-#include <array>
 #include <cctype>
 #include <charconv>
 #include <files/WorkFolder.h>
@@ -33,26 +32,6 @@ struct Options {
   std::string original;
   std::string adjusted;
 };
-
-// The keywords whose numbers have a unit; angles are radians in the file.
-struct Unit {
-  char const* keyword;
-  char const* name;
-  double factor;
-};
-constexpr std::array units{Unit{"GROUND_ZERO", "m", 1.0},           Unit{"LOAD_PT", "m", 1.0},
-                           Unit{"MAX_AND_MIN_ELEVATION", "m", 1.0}, Unit{"MEAN_TERRAIN_HEIGHT", "m", 1.0},
-                           Unit{"ANCHOR_LATITUDE", "deg", degrees}, Unit{"ANCHOR_LONGITUDE", "deg", degrees},
-                           Unit{"LEVEL_0_GSD", "m", 1.0},           Unit{"LOCAL_ORIGIN", "m", 1.0}};
-
-Unit unitOf(std::string const& keyword) {
-  for (Unit const& unit : units) {
-    if (keyword == unit.keyword) {
-      return unit;
-    }
-  }
-  return {"", "", 1.0};
-}
 
 // GROUND_ZERO is "ground zero" in a listing and "groundZero" in JSON.
 std::string listingName(std::string keyword) {
@@ -90,10 +69,12 @@ Json valueOf(SupportEntry const& entry) {
   if (entry.isQuoted) {
     return entry.value;
   }
+  SupportKeyword const* const keyword = supportKeyword(entry.keyword);
+  double const factor = keyword == nullptr ? 1.0 : keyword->factor;
   Json numbers = Json::array();
   std::istringstream words(entry.value);
   for (std::string word; words >> word;) {
-    numbers.push_back(numberOf(word, unitOf(entry.keyword).factor));
+    numbers.push_back(numberOf(word, factor));
     if (numbers.back().is_null()) {
       return entry.value;
     }
@@ -121,7 +102,8 @@ std::string textOf(Json const& value) {
 void printText(std::vector<SupportEntry> const& entries) {
   Listing listing;
   for (SupportEntry const& entry : entries) {
-    std::string const unit = unitOf(entry.keyword).name;
+    SupportKeyword const* const keyword = supportKeyword(entry.keyword);
+    std::string const unit = keyword == nullptr ? "" : keyword->unit;
     listing.add(listingName(entry.keyword), textOf(valueOf(entry)) + (unit.empty() ? "" : " " + unit));
   }
   listing.print();

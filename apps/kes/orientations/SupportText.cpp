@@ -3,7 +3,10 @@
 
 #include "orientations/SupportText.h"
 
+#include "shared/Numbers.h"
+
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -16,6 +19,44 @@ namespace {
 constexpr std::size_t largestFile = 1 << 20;
 constexpr char firstWord[] = "support_file";
 constexpr char blanks[] = " \t\r";
+
+constexpr std::array keywords{SupportKeyword{"IMAGE_ID", 0},
+                              SupportKeyword{"IMAGE_FILE_NAME", 0},
+                              SupportKeyword{"LINES", 1},
+                              SupportKeyword{"SAMPLES", 1},
+                              SupportKeyword{"RECTIFICATION_TERMS", 6},
+                              SupportKeyword{"GRND_BIAS", 3},
+                              SupportKeyword{"BIAS", 1},
+                              SupportKeyword{"GAIN", 1},
+                              SupportKeyword{"GROUND_ZERO", 3, "m"},
+                              SupportKeyword{"LOAD_PT", 3, "m"},
+                              SupportKeyword{"COORD_SYSTEM", 1},
+                              SupportKeyword{"UNITS", 1},
+                              SupportKeyword{"USE_FAST_MATH", 1},
+                              SupportKeyword{"MAX_AND_MIN_ELEVATION", 2, "m"},
+                              SupportKeyword{"IMAGE_MOTION", 1},
+                              SupportKeyword{"INITIALIZED", 1},
+                              SupportKeyword{"STATUS", 1},
+                              SupportKeyword{"PHOTO_DATE", 0},
+                              SupportKeyword{"QUALITY", 1},
+                              SupportKeyword{"SENSOR_TYPE", 0},
+                              SupportKeyword{"IMAGE_LEVEL", 1},
+                              SupportKeyword{"MEAN_TERRAIN_HEIGHT", 1, "m"},
+                              SupportKeyword{"ANCHOR_LATITUDE", 1, "deg", degrees},
+                              SupportKeyword{"ANCHOR_LONGITUDE", 1, "deg", degrees},
+                              SupportKeyword{"LINE_STAGGERED", 0},
+                              SupportKeyword{"VIEW_OF_LINE", 0},
+                              SupportKeyword{"RADIOMETRIC_PROPERTY", 0},
+                              SupportKeyword{"IMAGE_DATE", 0},
+                              SupportKeyword{"NUMBER_SCAN_LINES", 1},
+                              SupportKeyword{"SENSOR_ROTATION", 0},
+                              SupportKeyword{"CORRECTION", 0},
+                              SupportKeyword{"LEVEL_0_GSD", 1, "m"},
+                              SupportKeyword{"ORIGINAL_ORIENTATION", 0},
+                              SupportKeyword{"ADJUSTED_ORIENTATION", 0},
+                              SupportKeyword{"ORIGINAL_CALIBRATION", 0},
+                              SupportKeyword{"LOCAL_ORIGIN", 3, "m"},
+                              SupportKeyword{"BASIS", 9}};
 
 std::string contentsOf(std::string const& file) {
   std::error_code ignored;
@@ -40,9 +81,9 @@ std::string trimmed(std::string const& text) {
   return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-SupportEntry entryOf(std::string const& line) {
+SupportEntry entryOf(std::string const& line, std::int64_t number) {
   auto const end = std::min(line.find_first_of(blanks), line.size());
-  SupportEntry entry{line.substr(0, end), trimmed(line.substr(end)), false};
+  SupportEntry entry{line.substr(0, end), trimmed(line.substr(end)), false, number};
   auto const open = entry.value.find('"');
   auto const close = entry.value.rfind('"');
   if (open < close) {
@@ -58,13 +99,13 @@ void splitGain(std::vector<SupportEntry>& entries) {
   constexpr char gain[] = " GAIN ";
   auto const at = bias.find(gain);
   if (entries.back().keyword == "BIAS" && at != std::string::npos) {
-    SupportEntry const second = entryOf(bias.substr(at + 1));
+    SupportEntry const second = entryOf(bias.substr(at + 1), entries.back().line);
     bias.resize(at);
     entries.push_back(second);
   }
 }
 
-void addLine(std::vector<SupportEntry>& entries, std::string const& line) {
+void addLine(std::vector<SupportEntry>& entries, std::string const& line, std::int64_t number) {
   if (trimmed(line).empty()) {
     return;
   }
@@ -73,19 +114,26 @@ void addLine(std::vector<SupportEntry>& entries, std::string const& line) {
     value += (value.empty() ? "" : " ") + trimmed(line);
     return;
   }
-  entries.push_back(entryOf(line));
+  entries.push_back(entryOf(line, number));
   splitGain(entries);
 }
 
 }  // namespace
+
+SupportKeyword const* supportKeyword(std::string_view name) {
+  auto const* const found = std::find_if(keywords.begin(), keywords.end(),
+                                         [&](SupportKeyword const& keyword) { return name == keyword.name; });
+  return found == keywords.end() ? nullptr : found;
+}
 
 std::vector<SupportEntry> readSupportFile(std::string const& file) {
   std::string const text = contentsOf(file);
   std::vector<SupportEntry> entries;
   if (text.starts_with(firstWord) && text.size() <= largestFile) {
     std::istringstream in(text);
+    std::int64_t number = 0;
     for (std::string line; std::getline(in, line);) {
-      addLine(entries, line);
+      addLine(entries, line, ++number);
     }
   }
   if (entries.empty() || entries.front().keyword != firstWord) {

@@ -77,7 +77,7 @@ std::string StatusCounts::text() const {
 }
 
 PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
-    : mOptions(options),
+    : mOptions(options), mIn(&in),
       mStrip(openStrip(options.strip.file, options.strip.camera.opening(options.orientation.value()))),
       mBand(mStrip.band(options.band)), mTable(in, name, columnsOf(options), resultsOf(options)) {
   options.orientation.check(mStrip);
@@ -93,12 +93,17 @@ PointProjection::PointProjection(ProjectOptions const& options, std::istream& in
   }
 }
 
-void PointProjection::run() {
+void PointProjection::run(std::function<void(std::int64_t)> const& show) {
   CsvText header;
   mTable.appendHeader(header);
   bool hasRows = false;
   goThroughInOrder<Block>(
-      mOptions.threads, [&](Block& block) { return mTable.read(blockSize, block.points); },
+      mOptions.threads,
+      [&](Block& block) {
+        bool const isRead = mTable.read(blockSize, block.points);
+        block.end = mIn->good() ? static_cast<std::int64_t>(mIn->tellg()) : -1;
+        return isRead;
+      },
       [&](Block& block) { project(block); },
       [&](Block const& block) {
         if (!hasRows) {
@@ -106,6 +111,7 @@ void PointProjection::run() {
         }
         hasRows = true;
         finish(block);
+        show(block.end);
       });
   if (!hasRows) {
     write(header.view());

@@ -5,6 +5,7 @@
 
 #include "points/PointTable.h"
 #include "shared/Options.h"
+#include "shared/Progress.h"
 
 #include <kes/Band.h>
 #include <kes/Status.h>
@@ -12,6 +13,8 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <istream>
 #include <map>
 #include <optional>
@@ -39,6 +42,7 @@ struct ProjectOptions {
   int threads = 1;
   std::map<std::string, std::string> columns;  ///< Names of the table's own, by those that are read.
   std::string points;
+  ProgressOption progress;
 };
 
 /// What is read of a table: sample and line, or x and y, and the height without an elevation model.
@@ -64,7 +68,8 @@ class PointProjection {
 public:
   /// `name` stands for the table in messages.
   PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name);
-  void run();
+  /// `show` takes the byte of the stream up to which points are projected, where the stream knows it.
+  void run(std::function<void(std::int64_t)> const& show);
 
   StatusCounts const& counts() const { return mCounts; }
   /// Place and status of the first point without a result, "FILE:LINE: noSurface"; empty when all have one.
@@ -83,6 +88,7 @@ private:
     std::vector<kes::Status> status;
     std::vector<kes::Closure> closure;
     CsvText text;
+    std::int64_t end = 0;  ///< The byte that the stream has come to.
   };
 
   void project(Block& block) const;
@@ -93,6 +99,7 @@ private:
   void count(Block const& block, std::size_t i);
 
   ProjectOptions const& mOptions;
+  std::istream* mIn;
   kes::Strip mStrip;
   kes::Band mBand;
   kes::ToGroundOptions mToGround;

@@ -6,10 +6,12 @@
 #include "shared/InputGuard.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace tool {
 
@@ -39,9 +41,17 @@ void report(PointProjection const& projection, bool strict) {
   }
 }
 
-int project(ProjectOptions const& options, std::istream& in, std::string const& name) {
+// `size` is the size of the table in bytes, or 0 where it isn't known.
+int project(ProjectOptions const& options, std::istream& in, std::string const& name, std::int64_t size) {
   PointProjection projection(options, in, name);
-  projection.run();
+  {
+    Progress progress("projecting", isatty(STDOUT_FILENO) != 0 ? options.progress.withoutTerminal() : options.progress);
+    projection.run([&](std::int64_t end) {
+      if (size > 0) {
+        progress.show(end < 0 ? 1.0 : static_cast<double>(end) / static_cast<double>(size));
+      }
+    });
+  }
   report(projection, options.strict);
   return 0;
 }
@@ -49,14 +59,17 @@ int project(ProjectOptions const& options, std::istream& in, std::string const& 
 int project(ProjectOptions const& options) {
   if (options.points.empty() || options.points == "-") {
     requireOtherThanStandardOutput("/dev/stdin", "standard input");
-    return project(options, std::cin, "standard input");
+    return project(options, std::cin, "standard input", 0);
   }
   std::ifstream file(options.points, std::ios::binary);
   if (!file) {
     throw std::runtime_error("can't open " + options.points);
   }
   requireOtherThanStandardOutput(options.points, options.points);
-  return project(options, file, options.points);
+  std::error_code ignored;
+  bool const hasSize = std::filesystem::is_regular_file(options.points, ignored);
+  auto const size = hasSize ? static_cast<std::int64_t>(std::filesystem::file_size(options.points, ignored)) : 0;
+  return project(options, file, options.points, size);
 }
 
 void addPointOptions(CLI::App& command, CommandLine& line) {
@@ -103,6 +116,7 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
       ->type_name("N")
       ->capture_default_str()
       ->check(CLI::Range(1, 1024));
+  options.progress.addTo(command);
   command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
 }
 

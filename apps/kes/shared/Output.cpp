@@ -8,7 +8,6 @@
 #include <charconv>
 #include <iostream>
 #include <stdexcept>
-#include <unistd.h>
 #include <utility>
 
 namespace tool {
@@ -74,22 +73,6 @@ std::string fixed(double value, int decimals) {
   std::array<char, 400> text{};
   auto const end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals).ptr;
   return {text.data(), end};
-}
-
-Progress::Progress(std::string what) : mWhat(std::move(what)), mOnTerminal(isatty(STDERR_FILENO) != 0) {}
-
-Progress::~Progress() {
-  if (mPercent >= 0) {
-    std::cerr << '\n';
-  }
-}
-
-void Progress::show(double done) {
-  int const percent = static_cast<int>(100.0 * done);
-  if (mOnTerminal && percent != mPercent) {
-    mPercent = percent;
-    std::cerr << '\r' << mWhat << ": " << percent << " %" << std::flush;
-  }
 }
 
 }  // namespace tool

@@ -56,20 +56,4 @@ void printTable(std::vector<std::vector<std::string>> const& rows);
 /// A number with a fixed number of decimals, whatever the locale.
 std::string fixed(double value, int decimals);
 
-/// A line of progress on a terminal; nothing in a pipe.
-class Progress {
-public:
-  explicit Progress(std::string what);
-  ~Progress();
-  Progress(Progress const&) = delete;
-  Progress& operator=(Progress const&) = delete;
-  /// The part that is done, 0 to 1.
-  void show(double done);
-
-private:
-  std::string mWhat;
-  bool mOnTerminal;
-  int mPercent = -1;
-};
-
 }  // namespace tool

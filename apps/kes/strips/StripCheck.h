@@ -3,17 +3,50 @@
 
 #pragma once
 
-#include <string>
+#include "check/DeliveryCheck.h"
+#include "check/Finding.h"
+#include "shared/Output.h"
 
-namespace kes {
-class Strip;
-}
+#include <kes/Strip.h>
+
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace tool {
 
-/// Prints the first thing that a strip names and lacks or, after loading it, a warning for each that is legal but
-/// suspicious. `place` stands before each line. Returns whether the strip is valid. Throws what `kes::Strip::load`
-/// throws.
-bool checkStrip(kes::Strip& strip, bool images, std::string const& place = {});
+/// What is checked.
+struct CheckPlan {
+  kes::StripOptions opening;
+  bool images = false;  ///< All images and footprints must be there.
+  bool deep = false;    ///< Read every file of the delivery.
+  std::function<void(double)> show = [](double) {};
+};
+
+/// An image that isn't there, of a band that wasn't rendered or ordered.
+struct ImageNotDelivered {
+  std::string band;
+  std::string file;
+};
+
+struct StripReport {
+  std::string name;
+  std::string file;
+  Findings findings;
+  std::vector<ImageNotDelivered> notDelivered;
+};
+
+/// What else a strip is checked for once it is in memory.
+using StripVisit = std::function<void(kes::Strip&, FileFindings&)>;
+
+/// Names all that a strip file names and lacks; what opening and loading it fails by; what is legal but suspicious;
+/// and, in a deep check, what its files have that is taken silently.
+StripReport checkStrip(std::string const& file, CheckPlan const& plan, CheckedFiles& checked,
+                       StripVisit const& visit = {});
+
+Json toJson(ImageNotDelivered const& image);
+Json toJson(StripReport const& report);
+/// One line for each finding, and for the images that weren't delivered when `withImages`.
+void printText(StripReport const& report, bool withImages);
 
 }  // namespace tool

@@ -60,6 +60,25 @@ inline constexpr std::int64_t size = 48;
 /// Standard deviations of a record: x, y, z, omega, phi, kappa as float.
 inline constexpr std::int64_t stdDevsSize = 24;
 
+/// The parameter block, which is XML.
+namespace block {
+inline constexpr char root[] = "EOPData";
+inline constexpr char version[] = "version";
+inline constexpr char count[] = "numsets";
+inline constexpr char application[] = "Source";
+inline constexpr char name[] = "name";
+inline constexpr char positions[] = "POS";
+inline constexpr char times[] = "TM";
+inline constexpr char source[] = "source";
+inline constexpr char anchor[] = "AnchorPoint";
+inline constexpr char longitude[] = "lon";
+inline constexpr char latitude[] = "lat";
+inline constexpr char height[] = "h";
+inline constexpr char absoluteTime[] = "AbsoluteTime";
+inline constexpr char value[] = "value";
+inline constexpr char defaultStdDevs[] = "DefaultStandardDeviation";
+}  // namespace block
+
 /// Records, or standard deviations, of one read or write.
 inline constexpr std::int64_t blockSize = 8192;
 
