@@ -4,7 +4,6 @@
 #include "shared/Csv.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 namespace tool {
@@ -34,11 +33,10 @@ void CsvText::append(std::string_view text) {
   mSize += text.size();
 }
 
-void CsvText::append(double value) {
-  constexpr std::size_t longest = 32;
+void CsvText::append(double value, NumberForm const& form) {
   if (std::isfinite(value)) {
-    char* const begin = room(longest);
-    mSize += static_cast<std::size_t>(std::to_chars(begin, begin + longest, value).ptr - begin);
+    char* const begin = room(NumberForm::longest);
+    mSize += static_cast<std::size_t>(form.print(begin, value) - begin);
   }
 }
 
