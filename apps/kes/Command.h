@@ -30,5 +30,6 @@ void addBlock(CLI::App& app, Run& run);
 void addPoints(CLI::App& app, Run& run);
 void addWhere(CLI::App& app, Run& run);
 void addLegacy(CLI::App& app, Run& run);
+void addReport(CLI::App& app, Run& run);
 
 }  // namespace tool

@@ -33,6 +33,7 @@ void addCommands(CLI::App& app, tool::Run& run) {
   tool::addBlock(app, run);
   tool::addPoints(app, run);
   tool::addWhere(app, run);
+  tool::addReport(app, run);
   tool::addLegacy(app, run);
 }
 

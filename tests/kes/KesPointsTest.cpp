@@ -68,6 +68,12 @@ TEST_F(KesPoints, ResidualsAreMeasuredLessProjected) {
   }
 }
 
+TEST_F(KesPoints, CsvHasTheDecimalsAskedFor) {
+  std::string const table = residuals(block(), {"--csv", "--decimals", "1"}).out;
+  EXPECT_THAT(table, HasSubstr("\nEast,PANN00A,A,1,ok,60.5,10.0,60.0,10.0,0.5,"));
+  EXPECT_EQ(residuals(block(), {"--decimals", "1"}).code, 2);
+}
+
 TEST_F(KesPoints, StatisticsAreThoseOfThePointsInUse) {
   json const all = json::parse(residuals(block(), {"--json"}).out);
   json const& band = all["strips"][0]["bands"][0];

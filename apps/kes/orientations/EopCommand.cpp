@@ -7,6 +7,7 @@
 #include "shared/Csv.h"
 #include "shared/InputGuard.h"
 #include "shared/Numbers.h"
+#include "shared/Options.h"
 #include "shared/Output.h"
 
 #include <kes/Trajectory.h>
@@ -37,6 +38,7 @@ struct Options {
   std::string out;
   std::string to = "binary";
   std::vector<double> times;
+  NumberForm decimals;
   bool json = false;
   bool csv = false;
 };
@@ -156,6 +158,26 @@ int info(Options const& options) {
   return 0;
 }
 
+std::vector<std::string> fieldsOf(kes::TrajectoryPoint const& point, kes::TrajectoryAccuracy const& accuracy,
+                                  NumberForm const& lengths) {
+  NumberForm const angles = lengths.ofAngles();
+  std::vector<std::string> fields{angles.text(point.time), point.isExtrapolated ? "-1" : "0"};
+  for (float const q : {point.quaternion.q0, point.quaternion.q1, point.quaternion.q2, point.quaternion.q3}) {
+    fields.push_back(angles.text(q));
+  }
+  auto const add = [&](geo::XYZPoint const& position, kes::AttitudeAngles const& attitude) {
+    for (double const value : {position.x, position.y, position.z}) {
+      fields.push_back(lengths.text(value));
+    }
+    for (double const value : {attitude.omega, attitude.phi, attitude.kappa}) {
+      fields.push_back(angles.text(value * degrees));
+    }
+  };
+  add(point.position, point.attitude);
+  add(accuracy.position, accuracy.attitude);
+  return fields;
+}
+
 int at(Options const& options) {
   kes::Trajectory const trajectory = kes::Trajectory::read(options.file, true);
   std::string table;
@@ -166,18 +188,7 @@ int at(Options const& options) {
     if (!point) {
       throw std::runtime_error("no orientation at " + text(time) + " s in " + options.file);
     }
-    auto const accuracy = *trajectory.accuracyAt(time);
-    std::vector<std::string> fields{text(point->time), point->isExtrapolated ? "-1" : "0"};
-    for (float const q : {point->quaternion.q0, point->quaternion.q1, point->quaternion.q2, point->quaternion.q3}) {
-      fields.push_back(text(q));
-    }
-    for (double const value : {point->position.x, point->position.y, point->position.z, point->attitude.omega * degrees,
-                               point->attitude.phi * degrees, point->attitude.kappa * degrees, accuracy.position.x,
-                               accuracy.position.y, accuracy.position.z, accuracy.attitude.omega * degrees,
-                               accuracy.attitude.phi * degrees, accuracy.attitude.kappa * degrees}) {
-      fields.push_back(text(value));
-    }
-    appendCsvLine(table, fields);
+    appendCsvLine(table, fieldsOf(*point, *trajectory.accuracyAt(time), options.decimals));
   }
   write(table);
   return 0;
@@ -186,7 +197,7 @@ int at(Options const& options) {
 int compareFiles(Options const& options) {
   EopComparison const comparison = compare(kes::Trajectory::read(options.file), kes::Trajectory::read(options.second));
   if (options.csv) {
-    printCsv(comparison);
+    printCsv(comparison, options.decimals);
   } else if (options.json) {
     print(toJson(comparison));
   } else {
@@ -220,6 +231,7 @@ void addEop(CLI::App& app, Run& run) {
       eop->add_subcommand("at", "Prints the orientation at GPS times as CSV; status -1: extrapolated");
   atCommand->add_option("FILE", options->file, "Binary orientation file")->required();
   atCommand->add_option("TIME", options->times, "Seconds")->required();
+  addDecimals(*atCommand, options->decimals);
   atCommand->footer("Example: kes eop at flight/eop/flight.eop 312340.5 312341.25");
   atCommand->callback([options, &run] { run = [options] { return at(*options); }; });
 
@@ -228,8 +240,10 @@ void addEop(CLI::App& app, Run& run) {
   compareCommand->add_option("A", options->file, "Binary orientation file")->required();
   compareCommand->add_option("B", options->second, "Another one, which is interpolated at the times of A")->required();
   CLI::Option* const compareJson = compareCommand->add_flag("--json", options->json, "As JSON; metres, radians, hertz");
-  compareCommand->add_flag("--csv", options->csv, "The difference at each record as CSV; seconds, metres, radians")
-      ->excludes(compareJson);
+  CLI::Option* const compareCsv =
+      compareCommand->add_flag("--csv", options->csv, "The difference at each record as CSV; seconds, metres, radians")
+          ->excludes(compareJson);
+  addDecimals(*compareCommand, options->decimals)->needs(compareCsv);
   compareCommand->footer("Example: kes eop compare flight/eop/flight.eop flight/eop/flight.eop.adj");
   compareCommand->callback([options, &run] { run = [options] { return compareFiles(*options); }; });
 

@@ -3,6 +3,8 @@
 
 #include "orientations/EopComparison.h"
 
+#include "orientations/Rotation.h"
+#include "orientations/Spectrum.h"
 #include "shared/Csv.h"
 #include "shared/Numbers.h"
 
@@ -11,11 +13,8 @@
 #include <Eigen/Geometry>
 #include <algorithm>
 #include <cmath>
-#include <complex>
 #include <iostream>
-#include <limits>
 #include <stdexcept>
-#include <unsupported/Eigen/FFT>
 
 namespace tool {
 
@@ -25,12 +24,6 @@ constexpr std::size_t axes = 6;
 constexpr std::array<char const*, axes> names{"east", "north", "up", "aboutX", "aboutY", "aboutZ"};
 constexpr std::size_t positions = 3;
 constexpr double perRadian = 1e6;  // microradians
-
-Eigen::Quaterniond quaternionOf(kes::TrajectoryPoint const& point) {
-  return Eigen::Quaterniond(static_cast<double>(point.quaternion.q0), static_cast<double>(point.quaternion.q1),
-                            static_cast<double>(point.quaternion.q2), static_cast<double>(point.quaternion.q3))
-      .normalized();
-}
 
 // From the local system of one anchor point to that of another.
 class Move {
@@ -61,58 +54,22 @@ private:
   Eigen::Quaterniond mTurn = Eigen::Quaterniond::Identity();
 };
 
-// The axis of a rotation, as long as its angle is large.
-Eigen::Vector3d rotationVector(Eigen::Quaterniond const& rotation) {
-  Eigen::AngleAxisd const turn(rotation.w() < 0.0 ? Eigen::Quaterniond(-rotation.coeffs()) : rotation);
-  return turn.angle() * turn.axis();
-}
-
 DifferenceStatistics statisticsOf(std::vector<double> const& values) {
   Eigen::Map<Eigen::ArrayXd const> const all(values.data(), static_cast<Eigen::Index>(values.size()));
   double const mean = all.mean();
   return {mean, std::sqrt((all - mean).square().mean()), std::sqrt(all.square().mean()), all.abs().maxCoeff()};
 }
 
-// The power of each frequency of a periodogram (Parseval): their sum is the variance. The values are taken as equally
-// spaced.
-std::vector<double> powers(std::vector<double> values) {
-  double const mean = statisticsOf(values).mean;
-  std::vector<std::complex<double>> transformed;
-  for (double& value : values) {
-    value -= mean;
-  }
-  Eigen::FFT<double> fft;
-  fft.SetFlag(Eigen::FFT<double>::HalfSpectrum);
-  fft.fwd(transformed, values);
-  auto const n = static_cast<double>(values.size());
-  std::vector<double> result;
-  for (std::size_t i = 0; i < transformed.size(); ++i) {
-    bool const isSingle = i == 0 || 2 * i == values.size();
-    result.push_back((isSingle ? 1.0 : 2.0) * std::norm(transformed[i]) / (n * n));
-  }
-  return result;
-}
-
-// Octaves from the highest frequency that the records have downwards.
+// The records are taken as equally spaced.
 std::vector<SpectrumBand> spectrumOf(std::array<std::vector<double>, axes> const& values, double frequency) {
-  auto const n = static_cast<double>(values[0].size());
   std::vector<SpectrumBand> bands;
-  for (double to = 0.5 * frequency; to * n / frequency > 1.0; to *= 0.5) {
-    bands.push_back({0.5 * to, to, {}});
-  }
-  if (bands.empty()) {
-    return bands;
-  }
-  bands.back().from = 0.0;
   for (std::size_t axis = 0; axis < axes; ++axis) {
-    std::vector<double> const power = powers(values[axis]);
-    for (SpectrumBand& band : bands) {
-      double sum = 0.0;
-      for (std::size_t i = 1; i < power.size(); ++i) {
-        double const here = static_cast<double>(i) * frequency / n;
-        sum += here > band.from && here <= band.to ? power[i] : 0.0;
-      }
-      band.deviations[axis] = std::sqrt(sum);
+    std::vector<Octave> const octaves = octavesOf(values[axis], frequency, Window::none);
+    bands.resize(octaves.size());
+    for (std::size_t i = 0; i < octaves.size(); ++i) {
+      bands[i].from = octaves[i].from;
+      bands[i].to = octaves[i].to;
+      bands[i].deviations[axis] = octaves[i].deviation;
     }
   }
   return bands;
@@ -215,15 +172,16 @@ void printText(EopComparison const& comparison) {
   printTable(rows);
 }
 
-void printCsv(EopComparison const& comparison) {
+void printCsv(EopComparison const& comparison, NumberForm const& lengths) {
+  NumberForm const angles = lengths.ofAngles();
   std::string table;
   std::vector<std::string> head{"time"};
   head.insert(head.end(), names.begin(), names.end());
   appendCsvLine(table, head);
   for (EopDifference const& difference : comparison.differences) {
-    std::vector<std::string> fields{text(difference.time)};
-    for (double const value : difference.values) {
-      fields.push_back(text(value));
+    std::vector<std::string> fields{angles.text(difference.time)};
+    for (std::size_t axis = 0; axis < axes; ++axis) {
+      fields.push_back((axis < positions ? lengths : angles).text(difference.values[axis]));
     }
     appendCsvLine(table, fields);
   }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "shared/Numbers.h"
 #include "shared/Output.h"
 
 #include <array>
@@ -52,6 +53,6 @@ EopComparison compare(kes::Trajectory const& first, kes::Trajectory const& secon
 Json toJson(EopComparison const& comparison);
 void printText(EopComparison const& comparison);
 /// `time,east,north,up,aboutX,aboutY,aboutZ` in seconds, metres and radians.
-void printCsv(EopComparison const& comparison);
+void printCsv(EopComparison const& comparison, NumberForm const& lengths);
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 #include "shared/Csv.h"
 #include "shared/InputGuard.h"
 #include "shared/Numbers.h"
+#include "shared/Options.h"
 #include "shared/Output.h"
 
 #include <sensor/KESOrientation.h>
@@ -29,6 +30,7 @@ struct Options {
   std::string file;
   std::string out;
   std::string to;
+  NumberForm decimals;
   bool json = false;
 };
 
@@ -174,25 +176,27 @@ int info(Options const& options) {
   return 0;
 }
 
-void appendRecord(std::string& table, sensor::KESOrientation const& odf, int i) {
-  std::vector<std::string> fields;
-  for (double const value : {odf.t(i).value(), odf.x(i), odf.y(i), odf.z(i), odf.omega(i), odf.phi(i), odf.kappa(i)}) {
-    fields.push_back(text(value));
-  }
+void appendRecord(std::string& table, sensor::KESOrientation const& odf, int i, NumberForm const& lengths) {
+  NumberForm const angles = lengths.ofAngles();
+  std::vector<std::string> fields{angles.text(odf.t(i).value())};
+  auto const add = [&fields](NumberForm const& form, auto const&... values) {
+    (fields.push_back(form.text(values)), ...);
+  };
+  add(lengths, odf.x(i), odf.y(i), odf.z(i));
+  add(angles, odf.omega(i), odf.phi(i), odf.kappa(i));
   std::array<float, 6> v{};
   odf.stdDev(i, 1, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5]);
-  for (float const value : v) {
-    fields.push_back(text(value));
-  }
+  add(lengths, v[0], v[1], v[2]);
+  add(angles, v[3], v[4], v[5]);
   appendCsvLine(table, fields);
 }
 
-void writeCsv(sensor::KESOrientation const& odf, std::string const& name) {
+void writeCsv(sensor::KESOrientation const& odf, std::string const& name, NumberForm const& lengths) {
   constexpr std::size_t pieceSize = 1 << 20;
   files::FileReplacement out(name);
   std::string table = "time,x,y,z,omega,phi,kappa,sx,sy,sz,somega,sphi,skappa\n";
   for (int i = 0; i < odf.numSets(); ++i) {
-    appendRecord(table, odf, i);
+    appendRecord(table, odf, i, lengths);
     if (table.size() > pieceSize) {
       out.write(table);
       table.clear();
@@ -208,7 +212,7 @@ int convert(Options const& options) {
   InputGuard(options.out).check(options.file);
   sensor::KESOrientation odf(options.file);
   if (options.to == "csv") {
-    writeCsv(odf, options.out);
+    writeCsv(odf, options.out, options.decimals);
   } else if (constexpr int written = 2; odf.write(options.out) != written) {
     throw std::runtime_error("can't write " + options.out);
   }
@@ -232,6 +236,7 @@ void addOdfConvert(CLI::App& odf, Run& run) {
   command->add_option("--to", options->to, "Format: csv (seconds, metres, radians), odf (version 1.2)")
       ->required()
       ->check(CLI::IsMember({"csv", "odf"}));
+  addDecimals(*command, options->decimals);
   command->footer("Example: kes odf convert flight/odf/PANF27A.odf PANF27A.csv --to csv");
   command->callback([options, &run] { run = [options] { return convert(*options); }; });
 }

@@ -4,7 +4,7 @@
 #include "points/Plausibility.h"
 
 #include "shared/Numbers.h"
-#include "shared/Output.h"
+#include "shared/Options.h"
 
 #include <kes/Strip.h>
 
@@ -26,12 +26,6 @@ struct Reading {
   kes::CoordinateSystem system;
   std::string question;
 };
-
-// A unit of angle is longer than a metre by far, on the Earth.
-bool isGeographic(kes::CoordinateSystem const& system) {
-  return std::string(system.horizontalUnit().name).find("metre") == std::string::npos &&
-         system.horizontalUnit().metres > kilometre;
-}
 
 std::vector<Reading> otherReadings(geo::XYZPoint const& p, kes::CoordinateSystem const& system) {
   kes::CoordinateSystem const wgs84 = kes::CoordinateSystem::wgs84Degrees();

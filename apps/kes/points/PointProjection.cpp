@@ -81,10 +81,14 @@ PointProjection::PointProjection(ProjectOptions const& options, std::istream& in
       mStrip(openStrip(options.strip.file, options.strip.camera.opening(options.orientation.value()))),
       mBand(mStrip.band(options.band)), mTable(in, name, columnsOf(options), resultsOf(options)) {
   options.orientation.check(mStrip);
+  mForms.fill(options.decimals);
   mToGround.solver = mToImage.solver = options.solver;
   mToGround.tdiStages = options.tdi;
   if (options.frame == Frame::map) {
     mToGround.system = mToImage.system = options.map.system();
+    if (options.toGround && isGeographic(*mToGround.system)) {
+      mForms[0] = mForms[1] = options.decimals.ofAngles();
+    }
   }
   if (!options.dem.empty()) {
     kes::Surface const surface = kes::Surface::raster(options.dem);
@@ -170,8 +174,7 @@ void PointProjection::projectToImage(Block& block) const {
 
 // The row of a point with its results.
 void PointProjection::append(Block& block, std::size_t i) const {
-  constexpr std::size_t most = 5;
-  std::array<double, most> results;
+  std::array<double, mostResults> results;
   std::size_t count = 0;
   if (mOptions.toGround) {
     for (double const value : {block.ground[i].x, block.ground[i].y, block.ground[i].z}) {
@@ -185,7 +188,7 @@ void PointProjection::append(Block& block, std::size_t i) const {
     results[count++] = block.closure[i].metres;
     results[count++] = block.closure[i].pixels;
   }
-  mTable.appendRow(block.text, block.points, i, {results.data(), count}, kes::toString(block.status[i]));
+  mTable.appendRow(block.text, block.points, i, {{results.data(), count}, mForms}, kes::toString(block.status[i]));
 }
 
 void PointProjection::finish(Block const& block) {

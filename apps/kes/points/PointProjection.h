@@ -40,6 +40,7 @@ struct ProjectOptions {
   bool status = false;
   bool strict = false;
   int threads = 1;
+  NumberForm decimals;
   std::map<std::string, std::string> columns;  ///< Names of the table's own, by those that are read.
   std::string points;
   ProgressOption progress;
@@ -91,6 +92,8 @@ private:
     std::int64_t end = 0;  ///< The byte that the stream has come to.
   };
 
+  static constexpr std::size_t mostResults = 5;
+
   void project(Block& block) const;
   void projectToGround(Block& block) const;
   void projectToImage(Block& block) const;
@@ -105,6 +108,7 @@ private:
   kes::ToGroundOptions mToGround;
   kes::ToImageOptions mToImage;
   PointTable mTable;
+  std::array<NumberForm, mostResults> mForms;  ///< Of the results that are numbers.
   StatusCounts mCounts;
   std::string mFirstFailure;
   std::optional<geo::XYZPoint> mFirstUnseen;  ///< With finite coordinates.

@@ -50,7 +50,7 @@ void PointTable::appendHeader(CsvText& text) const {
   text.append('\n');
 }
 
-void PointTable::appendRow(CsvText& text, PointRows const& points, std::size_t i, std::span<double const> numbers,
+void PointTable::appendRow(CsvText& text, PointRows const& points, std::size_t i, ResultNumbers const& numbers,
                            std::string_view last) const {
   bool isFirst = true;
   for (Piece const& piece : mPieces) {
@@ -60,8 +60,8 @@ void PointTable::appendRow(CsvText& text, PointRows const& points, std::size_t i
     isFirst = false;
     if (!piece.isResult) {
       appendFields(text, points.rows, i, piece);
-    } else if (piece.first < numbers.size()) {
-      text.append(numbers[piece.first]);
+    } else if (piece.first < numbers.values.size()) {
+      text.append(numbers.values[piece.first], numbers.forms[piece.first]);
     } else {
       text.append(last);
     }

@@ -20,6 +20,12 @@ struct PointRows {
   std::vector<double> numbers;  ///< Row after row, NaN for an empty field.
 };
 
+/// The results of a point that are numbers, and the forms in which they are written.
+struct ResultNumbers {
+  std::span<double const> values;
+  std::span<NumberForm const> forms;
+};
+
 /// A table of points on its way through the tool: reads blocks of rows with the numbers of some columns, and writes
 /// each row again with results. A result replaces a column of its name, or follows all others.
 class PointTable {
@@ -37,7 +43,7 @@ public:
 
   void appendHeader(CsvText& text) const;
   /// Appends row i with its results, of which those after the numbers are texts.
-  void appendRow(CsvText& text, PointRows const& points, std::size_t i, std::span<double const> numbers,
+  void appendRow(CsvText& text, PointRows const& points, std::size_t i, ResultNumbers const& numbers,
                  std::string_view last) const;
 
 private:

@@ -2,17 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
-#include "blocks/BlockFile.h"
-#include "points/Residuals.h"
+#include "points/GroundControl.h"
 #include "shared/Csv.h"
 #include "shared/Numbers.h"
-#include "shared/Opening.h"
 #include "shared/StripSet.h"
-
-#include <sensor/kessensor.h>
-
-#include <QDir>
-#include <QFileInfo>
 
 #include <cmath>
 #include <iostream>
@@ -26,70 +19,15 @@ namespace tool {
 namespace {
 
 struct Options {
-  std::string file;
+  GroundControlOptions control;
   CameraOptions camera;
   std::vector<std::string> bands;
   OrientationOption orientation;
-  std::string points;
-  std::string crs;
   double limit = 10.0;  // pixels
   bool json = false;
   bool csv = false;
+  NumberForm decimals;
 };
-
-// The file that a block would have by default, in the strip's folder or up to two folders above, as image points are
-// found.
-std::string pointFileNear(std::string const& stripFile) {
-  QString const name = QString::fromLatin1(sensor::BlockModelData::CONTROL_POINT_LOCATION) + QLatin1Char('/') +
-                       QLatin1String(sensor::BlockModelData::CONTROL_POINT_FILENAME);
-  QDir folder = QFileInfo(QString::fromStdString(stripFile)).absoluteDir();
-  for (int i = 0; i < 3; ++i) {
-    if (QFileInfo(folder, name).isFile()) {
-      return folder.filePath(name).toStdString();
-    }
-    folder.cdUp();
-  }
-  throw std::runtime_error("no " + name.toStdString() + " in the folder of " + stripFile + " or above: give --points");
-}
-
-/// Ground points, and their system if it is given.
-struct GroundControl {
-  sensor::GroundPointList points;
-  std::optional<kes::CoordinateSystem> system;
-};
-
-GroundControl groundControlOf(Options const& options) {
-  GroundControl control;
-  std::string file = options.points;
-  std::string crs = options.crs;
-  if (isBlockFile(options.file)) {
-    BlockGroundPoints const block = groundPointsOf(options.file);
-    control.points = block.points;
-    file = file.empty() ? block.file : file;
-    crs = crs.empty() ? block.crs.value_or("") : crs;
-  } else if (file.empty()) {
-    file = pointFileNear(options.file);
-  }
-  requireDecimalPoints(file);
-  if (!options.points.empty() || control.points.numPoints() == 0) {
-    control.points = sensor::GroundPointList(file);
-  }
-  if (control.points.numPoints() == 0) {
-    throw std::runtime_error("no ground points" + (file.empty() ? "" : " in " + file));
-  }
-  if (!crs.empty()) {
-    control.system = kes::CoordinateSystem(crs);
-  }
-  return control;
-}
-
-// Where nothing else is given, ground points of a block are on its map, and ground points of a strip in radians.
-kes::CoordinateSystem systemOf(GroundControl const& control, kes::Block const* block) {
-  if (control.system) {
-    return *control.system;
-  }
-  return block != nullptr ? block->mapSystem() : kes::CoordinateSystem::wgs84Radians();
-}
 
 struct StripResiduals {
   std::string name;
@@ -98,17 +36,6 @@ struct StripResiduals {
 
 Json toJson(StripResiduals const& strip) {
   return {{"name", strip.name}, {"bands", arrayOf(strip.images)}};
-}
-
-StripResiduals residualsOf(kes::Strip const& strip, GroundPointIndex const& points, kes::CoordinateSystem const& system,
-                           BandChoice& choice) {
-  StripResiduals residuals{strip.name(), {}};
-  for (kes::Band const& band : choice.of(strip)) {
-    if (ImageResiduals const image = residualsOf(strip, band, points, system); !image.file.empty()) {
-      residuals.images.push_back(image);
-    }
-  }
-  return residuals;
 }
 
 std::vector<std::string> row(std::string const& band, Residual const& point) {
@@ -176,7 +103,7 @@ void printText(StripResiduals const& strip) {
   printTable(sums);
 }
 
-void printCsv(std::vector<StripResiduals> const& strips) {
+void printCsv(std::vector<StripResiduals> const& strips, NumberForm const& form) {
   std::string table;
   appendCsvLine(table,
                 {"strip", "band", "point", "used", "status", "sample", "line", "projectedSample", "projectedLine",
@@ -189,12 +116,12 @@ void printCsv(std::vector<StripResiduals> const& strips) {
                 residual.id,
                 residual.isUsed() ? "1" : "0",
                 std::string(kes::toString(residual.status)),
-                text(residual.measured.x),
-                text(residual.measured.y)};
+                form.text(residual.measured.x),
+                form.text(residual.measured.y)};
         geo::XYPoint const value = residual.value();
         for (double const result :
              {residual.projected.x, residual.projected.y, value.x, value.y, value.x * image.gsd, value.y * image.gsd}) {
-          row.push_back(residual.isProjected() ? text(result) : "");
+          row.push_back(residual.isProjected() ? form.text(result) : "");
         }
         row.emplace_back(residual.isOutlier ? "1" : "0");
         appendCsvLine(table, row);
@@ -250,7 +177,7 @@ void requireWithin(double limit, std::vector<StripResiduals> const& strips) {
 void printAll(Options const& options, StripSet const& set, std::vector<StripResiduals> const& strips,
               ResidualStatistics const& total) {
   if (options.csv) {
-    printCsv(strips);
+    printCsv(strips, options.decimals);
   } else if (options.json) {
     print(resultsOf(arrayOf(strips), set, {{"statistics", toJson(total)}}));
   } else {
@@ -264,15 +191,15 @@ void printAll(Options const& options, StripSet const& set, std::vector<StripResi
 
 int residuals(Options const& options) {
   options.camera.apply();
-  GroundControl const control = groundControlOf(options);
+  GroundControl const control = groundControlOf(options.control);
   GroundPointIndex const points(control.points);
-  StripSet const set({options.file}, options.camera.opening(options.orientation.value()));
+  StripSet const set({options.control.file}, options.camera.opening(options.orientation.value()));
   BandChoice choice(options.bands);
   std::vector<geo::XYPoint> all;
   std::vector<StripResiduals> strips;
   set.forEach([&](kes::Strip const& strip, kes::Block const* block) {
     options.orientation.check(strip);
-    strips.push_back(residualsOf(strip, points, systemOf(control, block), choice));
+    strips.push_back({strip.name(), residualsOf(strip, choice.of(strip), points, control.systemFor(block))});
     for (ImageResiduals const& image : strips.back().images) {
       std::vector<geo::XYPoint> const used = image.used();
       all.insert(all.end(), used.begin(), used.end());
@@ -297,18 +224,18 @@ void addPoints(CLI::App& app, Run& run) {
   points->footer("Example: kes points residuals valley/valley.blf");
   CLI::App* const command = points->add_subcommand(
       "residuals", "Projects ground points into images: measured minus projected positions, in samples and lines");
-  command->add_option("BLOCK|STRIP", options->file, "Block or strip file")->required();
+  command->add_option("BLOCK|STRIP", options->control.file, "Block or strip file")->required();
   options->camera.addTo(*command);
   addRepeatable(*command, "--band", options->bands, "ID",
                 "Band id; repeatable, all bands that have measurements without it");
   options->orientation.addTo(*command);
   command
-      ->add_option("--points", options->points,
+      ->add_option("--points", options->control.points,
                    "File of ground points [the block's; control/controls.gpt in the strip's folder or above]")
       ->type_name("FILE")
       ->check(existingFile());
   command
-      ->add_option("--crs", options->crs,
+      ->add_option("--crs", options->control.crs,
                    "System of the ground points [the block's; of a strip alone, WGS 84 longitude and latitude in "
                    "radians and ellipsoidal height]")
       ->type_name("DEFINITION");
@@ -316,7 +243,9 @@ void addPoints(CLI::App& app, Run& run) {
       ->type_name("PX")
       ->capture_default_str();
   CLI::Option* const json = command->add_flag("--json", options->json, "As JSON");
-  command->add_flag("--csv", options->csv, "Each residual as CSV, also in metres")->excludes(json);
+  CLI::Option* const csv =
+      command->add_flag("--csv", options->csv, "Each residual as CSV, also in metres")->excludes(json);
+  addDecimals(*command, options->decimals)->needs(csv);
   command->footer("Example: kes points residuals valley/valley.blf --band PANF27A --json");
   command->callback([options, &run] { run = [options] { return residuals(*options); }; });
 }

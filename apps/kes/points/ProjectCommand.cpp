@@ -116,6 +116,7 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
       ->type_name("N")
       ->capture_default_str()
       ->check(CLI::Range(1, 1024));
+  addDecimals(command, options.decimals);
   options.progress.addTo(command);
   command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
 }

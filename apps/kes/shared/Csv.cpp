@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <files/ShortestNumber.h>
 
 namespace tool {
 
@@ -39,10 +38,10 @@ void CsvText::append(std::string_view text) {
   mSize += text.size();
 }
 
-void CsvText::append(double value) {
+void CsvText::append(double value, NumberForm const& form) {
   if (std::isfinite(value)) {
-    char* const begin = room(static_cast<std::size_t>(files::longestNumber));
-    mSize += static_cast<std::size_t>(files::writeShortest(begin, value) - begin);
+    char* const begin = room(NumberForm::longest);
+    mSize += static_cast<std::size_t>(form.print(begin, value) - begin);
   }
 }
 

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "shared/Numbers.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -19,8 +21,8 @@ public:
 
   void append(std::string_view text);
   void append(char c);
-  /// The shortest text that reads back to the same number; nothing for one that isn't finite.
-  void append(double value);
+  /// Nothing for a number that isn't finite.
+  void append(double value, NumberForm const& form = {});
   /// A field, in quotes if it needs them.
   void appendField(std::string_view field, char separator);
 

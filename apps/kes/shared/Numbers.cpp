@@ -3,10 +3,13 @@
 
 #include "shared/Numbers.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <files/NumberText.h>
+#include <files/ShortestNumber.h>
 #include <limits>
+#include <type_traits>
 
 namespace tool {
 
@@ -40,6 +43,44 @@ std::string text(double value) {
 std::string text(float value) {
   return files::shortestText(value);
 }
+
+std::string fixed(double value, int decimals) {
+  return NumberForm(decimals).text(value);
+}
+
+std::string significant(double value, int digits) {
+  std::array<char, NumberForm::longest> text{};
+  char* const end =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, digits).ptr;
+  return {text.data(), end};
+}
+
+NumberForm NumberForm::ofAngles() const {
+  return mDecimals ? NumberForm(*mDecimals + moreOfAngles) : NumberForm();
+}
+
+template <class Number>
+char* NumberForm::print(char* begin, Number value) const {
+  char* const end = begin + longest;
+  if (mDecimals) {
+    return std::to_chars(begin, end, value, std::chars_format::fixed, *mDecimals).ptr;
+  }
+  if constexpr (std::is_same_v<Number, double>) {
+    return files::writeShortest(begin, value);
+  } else {
+    return std::to_chars(begin, end, value).ptr;
+  }
+}
+
+template <class Number>
+std::string NumberForm::text(Number value) const {
+  std::array<char, longest> characters{};
+  return {characters.data(), print(characters.data(), value)};
+}
+
+template char* NumberForm::print(char*, double) const;
+template std::string NumberForm::text(double) const;
+template std::string NumberForm::text(float) const;
 
 std::optional<double> finiteNumber(std::string_view field) {
   auto const value = parsed(trimmed(field));

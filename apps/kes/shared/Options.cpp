@@ -77,6 +77,24 @@ kes::StripOptions CameraOptions::opening(kes::Orientation orientation) const {
   return options;
 }
 
+// A unit of angle is longer than a metre by far, on the Earth.
+bool isGeographic(kes::CoordinateSystem const& system) {
+  constexpr double kilometre = 1e3;
+  kes::Unit const unit = system.horizontalUnit();
+  return unit.name.find("metre") == std::string::npos && unit.metres > kilometre;
+}
+
+CLI::Option* addDecimals(CLI::App& command, NumberForm& form) {
+  return command
+      .add_option_function<int>(
+          "--decimals", [&form](int decimals) { form = NumberForm(decimals); },
+          "Decimals of lengths and pixels, 0 to " + std::to_string(NumberForm::mostDecimals) +
+              "; angles, quaternions and times have " + std::to_string(NumberForm::moreOfAngles) +
+              " more [the shortest texts that read back to the same numbers]")
+      ->type_name("N")
+      ->check(CLI::Range(0, NumberForm::mostDecimals));
+}
+
 CLI::Option* MapOptions::addTo(CLI::App& command) {
   return command
       .add_option(

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "shared/Numbers.h"
+
 #include <kes/CoordinateSystem.h>
 #include <kes/Projection.h>
 #include <kes/Strip.h>
@@ -70,6 +72,12 @@ struct CameraOptions {
   /// How strips are opened with them.
   kes::StripOptions opening(kes::Orientation orientation = kes::Orientation::adjusted) const;
 };
+
+/// Whether positions of a system are angles.
+bool isGeographic(kes::CoordinateSystem const& system);
+
+/// Adds `--decimals` to a command that prints a table.
+CLI::Option* addDecimals(CLI::App& command, NumberForm& form);
 
 /// The coordinate system of map positions.
 struct MapOptions {

@@ -4,8 +4,6 @@
 #include "shared/Output.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
@@ -67,12 +65,6 @@ void printTable(std::vector<std::vector<std::string>> const& rows) {
     }
     std::cout << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
   }
-}
-
-std::string fixed(double value, int decimals) {
-  std::array<char, 400> text{};
-  auto const end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals).ptr;
-  return {text.data(), end};
 }
 
 }  // namespace tool

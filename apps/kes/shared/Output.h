@@ -53,7 +53,4 @@ private:
 /// A table of texts under a header line, right-aligned but for its first column.
 void printTable(std::vector<std::vector<std::string>> const& rows);
 
-/// A number with a fixed number of decimals, whatever the locale.
-std::string fixed(double value, int decimals);
-
 }  // namespace tool

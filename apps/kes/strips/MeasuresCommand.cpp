@@ -11,9 +11,7 @@
 #include <array>
 #include <cmath>
 #include <iostream>
-#include <locale>
 #include <memory>
-#include <sstream>
 
 namespace tool {
 
@@ -135,15 +133,7 @@ Json toJson(StripMeasures const& strip) {
           {"baseHeightRatios", arrayOf(strip.ratios)}};
 }
 
-// Five digits, in whatever unit; a degree has a hundred thousand times as many metres.
-std::string digits(double value) {
-  std::ostringstream text;
-  text.imbue(std::locale::classic());
-  text.precision(5);
-  text << value;
-  return text.str();
-}
-
+// The GSD on the map has five digits, in whatever unit: a degree is a hundred thousand metres.
 void printBands(StripMeasures const& strip) {
   std::vector<std::vector<std::string>> rows{{"band", "look deg", "GSD m", "GSD " + strip.unit, "across m", "along m",
                                               "azimuth first", "centre", "last", "zenith first", "centre", "last"}};
@@ -151,7 +141,7 @@ void printBands(StripMeasures const& strip) {
     std::vector<std::string> row{band.id,
                                  fixed(band.lookAngle, 3),
                                  fixed(band.gsd, 4),
-                                 digits(static_cast<double>(band.mapGsd)),
+                                 significant(static_cast<double>(band.mapGsd), 5),
                                  fixed(band.centreGsd.across, 4),
                                  fixed(band.centreGsd.along, 4)};
     for (double Direction::*const angle : {&Direction::azimuth, &Direction::zenith}) {
