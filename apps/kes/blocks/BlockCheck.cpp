@@ -25,7 +25,7 @@ namespace {
 
 class BlockCheck {
 public:
-  BlockCheck(BlockReport& report, CheckPlan const& plan)
+  BlockCheck(BlockFindings& report, CheckPlan const& plan)
       : mReport(&report), mPlan(&plan), mFindings(report.findings, report.file) {}
 
   void run() {
@@ -103,7 +103,7 @@ private:
   }
 
   // A block has one strip of each name.
-  void requireOwnName(StripReport const& strip, ListedFile const& listed) {
+  void requireOwnName(StripFindings const& strip, ListedFile const& listed) {
     auto const [first, isNew] = mFileOfStrip.emplace(strip.name, strip.file);
     if (!isNew && !strip.name.empty()) {
       mFindings.error(listed.place, "strip " + strip.file + " is named \"" + strip.name + "\", as is " + first->second +
@@ -136,7 +136,7 @@ private:
     }
   }
 
-  BlockReport* mReport;
+  BlockFindings* mReport;
   CheckPlan const* mPlan;
   FileFindings mFindings;
   std::optional<kes::Block> mBlock;
@@ -148,18 +148,18 @@ private:
 
 }  // namespace
 
-bool BlockReport::isValid() const {
+bool BlockFindings::isValid() const {
   return !findings.hasErrors() &&
-         std::none_of(strips.begin(), strips.end(), [](StripReport const& s) { return s.findings.hasErrors(); });
+         std::none_of(strips.begin(), strips.end(), [](StripFindings const& s) { return s.findings.hasErrors(); });
 }
 
-BlockReport checkBlock(std::string const& file, CheckPlan const& plan) {
-  BlockReport report{file, {}, {}};
+BlockFindings checkBlock(std::string const& file, CheckPlan const& plan) {
+  BlockFindings report{file, {}, {}};
   BlockCheck(report, plan).run();
   return report;
 }
 
-Json toJson(BlockReport const& report) {
+Json toJson(BlockFindings const& report) {
   return {{"file", report.file},
           {"valid", report.isValid()},
           {"findings", arrayOf(report.findings.all())},

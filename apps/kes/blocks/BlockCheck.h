@@ -10,17 +10,17 @@
 
 namespace tool {
 
-struct BlockReport {
+struct BlockFindings {
   std::string file;
   Findings findings;
-  std::vector<StripReport> strips;
+  std::vector<StripFindings> strips;
 
   bool isValid() const;
 };
 
 /// Names what a block lacks and what is suspicious in it, and checks each of its strips.
-BlockReport checkBlock(std::string const& file, CheckPlan const& plan);
+BlockFindings checkBlock(std::string const& file, CheckPlan const& plan);
 
-Json toJson(BlockReport const& report);
+Json toJson(BlockFindings const& report);
 
 }  // namespace tool

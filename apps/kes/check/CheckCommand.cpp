@@ -34,7 +34,7 @@ int result(bool isValid, bool json) {
   return isValid ? valid : notValid;
 }
 
-int report(StripReport const& strip, Options const& options) {
+int report(StripFindings const& strip, Options const& options) {
   if (options.json) {
     print(toJson(strip));
   } else {
@@ -43,7 +43,7 @@ int report(StripReport const& strip, Options const& options) {
   return result(!strip.findings.hasErrors(), options.json);
 }
 
-int report(BlockReport const& block, Options const& options) {
+int report(BlockFindings const& block, Options const& options) {
   if (options.json) {
     print(toJson(block));
     return result(block.isValid(), true);
@@ -51,7 +51,7 @@ int report(BlockReport const& block, Options const& options) {
   for (Finding const& finding : block.findings.all()) {
     std::cout << toText(finding) << '\n';
   }
-  for (StripReport const& strip : block.strips) {
+  for (StripFindings const& strip : block.strips) {
     printText(strip, options.deep);
   }
   return result(block.isValid(), false);
@@ -66,13 +66,13 @@ CheckPlan planOf(Options const& options, Progress& progress) {
   return plan;
 }
 
-StripReport checkOneStrip(Options const& options) {
+StripFindings checkOneStrip(Options const& options) {
   Progress progress("checking", options.progress);
   CheckedFiles checked;
   return checkStrip(options.strip.file, planOf(options, progress), checked);
 }
 
-BlockReport checkOneBlock(Options const& options) {
+BlockFindings checkOneBlock(Options const& options) {
   Progress progress("checking", options.progress);
   return checkBlock(options.strip.file, planOf(options, progress));
 }

@@ -3,6 +3,7 @@
 
 #include "report/Collection.h"
 
+#include "blocks/BlockCheck.h"
 #include "blocks/BlockFile.h"
 #include "cameras/CameraDescription.h"
 #include "points/GroundControl.h"
@@ -15,10 +16,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iostream>
 #include <iterator>
 #include <limits>
-#include <sstream>
 #include <stdexcept>
 
 namespace tool {
@@ -27,39 +26,28 @@ namespace {
 
 constexpr double none = std::numeric_limits<double>::quiet_NaN();
 
-/// What is printed to standard output while the object is there.
-class CapturedOutput {
-public:
-  CapturedOutput() : mBefore(std::cout.rdbuf(mText.rdbuf())) {}
-  ~CapturedOutput() { std::cout.rdbuf(mBefore); }
-  CapturedOutput(CapturedOutput const&) = delete;
-  CapturedOutput& operator=(CapturedOutput const&) = delete;
-
-  std::vector<std::string> lines() const {
-    std::istringstream text(mText.str());
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);) {
-      lines.push_back(line);
-    }
-    return lines;
+void add(std::vector<std::string>& texts, Findings const& findings) {
+  for (Finding const& finding : findings.all()) {
+    texts.push_back(toText(finding));
   }
-
-private:
-  std::ostringstream mText;
-  std::streambuf* mBefore;
-};
+}
 
 void check(Report& report, ReportOptions const& options) {
-  CapturedOutput const output;
+  CheckPlan plan;
+  plan.opening = options.camera.opening(options.orientation.value());
   if (report.isBlock) {
-    report.isValid = checkBlock(options.file, options.camera, false);
-  } else {
-    kes::StripOptions opening = options.camera.opening(options.orientation.value());
-    opening.load = false;
-    kes::Strip strip = openStrip(options.file, opening);
-    report.isValid = checkStrip(strip, false);
+    BlockFindings const block = checkBlock(options.file, plan);
+    report.isValid = block.isValid();
+    add(report.findings, block.findings);
+    for (StripFindings const& strip : block.strips) {
+      add(report.findings, strip.findings);
+    }
+    return;
   }
-  report.findings = output.lines();
+  CheckedFiles checked;
+  StripFindings const strip = checkStrip(options.file, plan, checked);
+  report.isValid = !strip.findings.hasErrors();
+  add(report.findings, strip.findings);
 }
 
 ValueRange knownRange(float lowest, float highest) {

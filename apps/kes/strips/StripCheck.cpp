@@ -143,7 +143,7 @@ void checkSamples(kes::Strip const& strip, ListedImage const& band, FileFindings
 
 class StripCheck {
 public:
-  StripCheck(StripReport& report, CheckPlan const& plan)
+  StripCheck(StripFindings& report, CheckPlan const& plan)
       : mReport(&report), mPlan(&plan), mFindings(report.findings, report.file) {}
 
   void run(CheckedFiles& checked, StripVisit const& visit) {
@@ -224,7 +224,7 @@ private:
     }
   }
 
-  StripReport* mReport;
+  StripFindings* mReport;
   CheckPlan const* mPlan;
   FileFindings mFindings;
   StripListing mListing;
@@ -238,13 +238,14 @@ Json toJson(ImageNotDelivered const& image) {
   return {{"band", image.band}, {"file", image.file}};
 }
 
-StripReport checkStrip(std::string const& file, CheckPlan const& plan, CheckedFiles& checked, StripVisit const& visit) {
-  StripReport report{{}, file, {}, {}};
+StripFindings checkStrip(std::string const& file, CheckPlan const& plan, CheckedFiles& checked,
+                         StripVisit const& visit) {
+  StripFindings report{{}, file, {}, {}};
   StripCheck(report, plan).run(checked, visit);
   return report;
 }
 
-Json toJson(StripReport const& report) {
+Json toJson(StripFindings const& report) {
   return {{"name", report.name},
           {"file", report.file},
           {"valid", !report.findings.hasErrors()},
@@ -252,7 +253,7 @@ Json toJson(StripReport const& report) {
           {"imagesNotDelivered", arrayOf(report.notDelivered)}};
 }
 
-void printText(StripReport const& report, bool withImages) {
+void printText(StripFindings const& report, bool withImages) {
   for (Finding const& finding : report.findings.all()) {
     std::cout << toText(finding) << '\n';
   }

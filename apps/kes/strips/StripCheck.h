@@ -29,7 +29,7 @@ struct ImageNotDelivered {
   std::string file;
 };
 
-struct StripReport {
+struct StripFindings {
   std::string name;
   std::string file;
   Findings findings;
@@ -41,12 +41,12 @@ using StripVisit = std::function<void(kes::Strip&, FileFindings&)>;
 
 /// Names all that a strip file names and lacks; what opening and loading it fails by; what is legal but suspicious;
 /// and, in a deep check, what its files have that is taken silently.
-StripReport checkStrip(std::string const& file, CheckPlan const& plan, CheckedFiles& checked,
-                       StripVisit const& visit = {});
+StripFindings checkStrip(std::string const& file, CheckPlan const& plan, CheckedFiles& checked,
+                         StripVisit const& visit = {});
 
 Json toJson(ImageNotDelivered const& image);
-Json toJson(StripReport const& report);
+Json toJson(StripFindings const& report);
 /// One line for each finding, and for the images that weren't delivered when `withImages`.
-void printText(StripReport const& report, bool withImages);
+void printText(StripFindings const& report, bool withImages);
 
 }  // namespace tool
