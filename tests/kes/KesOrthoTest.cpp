@@ -253,7 +253,7 @@ TEST_F(KesOrtho, RecordIsLeftOutOnRequest) {
 TEST_F(KesOrtho, NameThatIsNoTiffIsRefusedWithWhatIsPossible) {
   std::string const name = mFlight.folder / "ortho.png";
   KesRun const run = ortho({{"-o", name}});
-  EXPECT_EQ(run.code, 2);
+  EXPECT_EQ(run.code, 1);
   EXPECT_THAT(run.err, HasSubstr(name + " doesn't end in .tif or .tiff: orthophotos are GeoTIFF files, see --format"));
   EXPECT_FALSE(test::exists(name));
 }

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -41,11 +42,12 @@ int threadsOfMachine() {
 // The strips of a run, each opened once; so many of them at the most have their data in memory.
 class Strips {
 public:
-  Strips(StripsOptions const& strips, OrientationOption const& orientation, int limit)
+  Strips(StripsOptions const& strips, OrientationOption const& orientation, InputGuard const& output, int limit)
       : mLimit(static_cast<std::size_t>(limit)) {
     kes::StripOptions unloaded = strips.camera.opening(orientation.value());
     unloaded.load = false;
     StripSet(strips.files, unloaded).forEach([&](kes::Strip& strip, auto const*) {
+      output.check(strip);
       orientation.check(strip);
       mStrips.push_back(std::move(strip));
     });
@@ -79,6 +81,13 @@ kes::CoordinateSystem setPlace(Options const& options, kesgdal::OrthoPlan& plan)
   return kes::CoordinateSystem(options.crs);
 }
 
+void requireTiff(std::string const& output) {
+  std::string const extension = std::filesystem::path(output).extension().string();
+  if (extension != ".tif" && extension != ".tiff") {
+    throw std::runtime_error(output + " doesn't end in .tif or .tiff: orthophotos are GeoTIFF files, see --format");
+  }
+}
+
 int ortho(Options const& options) {
   InputGuard const output(options.output);
   options.strips.check(output);
@@ -91,33 +100,19 @@ int ortho(Options const& options) {
     plan.scale = {options.scale[0], options.scale[1]};
   }
   kes::Surface const surface = options.dem.open();
-  Strips all(options.strips, options.orientation, options.stripLimit);
-  auto const strips = [&](kesgdal::StripVisitor const& visit) {
-    all.forEach([&](kes::Strip const& strip) {
-      output.check(strip);
-      visit(strip);
-    });
-  };
+  Strips all(options.strips, options.orientation, output, options.stripLimit);
+  requireTiff(options.output);
+  auto const strips = [&](kesgdal::StripVisitor const& visit) { all.forEach(visit); };
   Progress progress("orthorectifying");
   kesgdal::writeOrthophoto(strips, map, surface, plan, options.output, [&](double done) { progress.show(done); });
   return 0;
-}
-
-std::string reasonAgainst(std::string const& output) {
-  std::string const extension = std::filesystem::path(output).extension().string();
-  return extension == ".tif" || extension == ".tiff"
-             ? ""
-             : output + " doesn't end in .tif or .tiff: orthophotos are GeoTIFF files, see --format";
 }
 
 void addRequired(CLI::App& command, Options& options) {
   addRepeatable(command, "--band", options.plan.bands, "ID", "Band id; repeatable, each becomes a band of the file")
       ->required();
   options.dem.addTo(command, "Elevation model: any raster of GDAL")->required();
-  command.add_option("-o,--output", options.output, "GeoTIFF to write, .tif or .tiff")
-      ->type_name("FILE")
-      ->required()
-      ->check(reasonAgainst);
+  command.add_option("-o,--output", options.output, "GeoTIFF to write, .tif or .tiff")->type_name("FILE")->required();
 }
 
 // Returns the option --gsd.
