@@ -185,7 +185,7 @@ std::string withCalibrations(std::string blockText, std::vector<std::string> con
 BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progress const& progress) {
   plan.validate();
   bool const hasImages = !renderedBands(plan.flight).empty();
-  Terrain const terrain(plan.flight.dem);
+  Terrain const terrain(plan.flight.dem, {plan.flight.vertical});
   CameraHead const head(plan.flight.samples);
   std::vector<FlightPlan> const flights = plan.flights();
   for (FlightPlan const& flight : flights) {

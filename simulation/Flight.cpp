@@ -24,7 +24,7 @@ FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Pr
       progress(done);
     }
   };
-  Terrain const terrain(plan.dem);
+  Terrain const terrain(plan.dem, {plan.vertical});
   std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan, terrain) : nullptr;
   files::NewFolder output(folder);
   FlightFiles written = writeStripProject(plan, terrain, {output.path(), absoluteFolder(folder)},

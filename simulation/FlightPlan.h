@@ -18,6 +18,8 @@ struct FlightPlan {
 
   /// Elevation model under the flight, any raster that GDAL reads.
   std::string dem;
+  /// What its heights count from, such as "EPSG:5773", where its file doesn't say so; see `kes::Surface::raster`.
+  std::string vertical;
   /// Where the middle of the strip lies, metres from the middle of the elevation model.
   double east = 0.0;
   double north = 0.0;

@@ -9,8 +9,8 @@
 
 namespace simulation {
 
-Terrain::Terrain(std::string const& file)
-    : mSurface(kes::Surface::raster(file)),
+Terrain::Terrain(std::string const& file, kes::Surface::VerticalDatum const& vertical)
+    : mSurface(kes::Surface::raster(file, vertical)),
       mSource(dynamic_cast<dsm::RasterElevationSource const&>(mSurface.platform())),
       mGeographic(geo::coordSysFactory::getInstance()->createGEO84(false, false)) {}
 

@@ -18,7 +18,7 @@ namespace simulation {
 class Terrain {
 public:
   /// Throws what `kes::Surface::raster` throws.
-  explicit Terrain(std::string const& file);
+  explicit Terrain(std::string const& file, kes::Surface::VerticalDatum const& vertical = {});
   ~Terrain();
   Terrain(Terrain const&) = delete;
   Terrain& operator=(Terrain const&) = delete;

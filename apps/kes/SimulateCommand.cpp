@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Command.h"
+#include "shared/ElevationModel.h"
 #include "shared/Options.h"
 #include "shared/Output.h"
 #include "shared/Progress.h"
@@ -18,6 +19,7 @@ namespace {
 
 struct Options {
   std::string folder;
+  ElevationModelOptions dem;
   simulation::FlightPlan flight;
   simulation::BlockPlan block;
   ProgressOption progress;
@@ -85,10 +87,7 @@ int simulate(Options const& options) {
 
 void addFlight(CLI::App& command, Options& options) {
   simulation::FlightPlan& plan = options.flight;
-  command.add_option("--dem", plan.dem, "Elevation model: any raster of GDAL")
-      ->type_name("FILE")
-      ->required()
-      ->check(existingFile());
+  options.dem.addTo(command, "Elevation model: any raster of GDAL")->required()->check(existingFile());
   options.lines = command.add_option("--lines", plan.lines, "Lines of the images, 200 to 200000")
                       ->default_str(std::to_string(plan.lines) + ", in a block " +
                                     std::to_string(simulation::BlockPlan::usualLines));
@@ -154,7 +153,11 @@ void addSimulate(CLI::App& app, Run& run) {
   options->progress.addTo(*command);
   command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A\n"
                   "         kes simulate block --dem terrain.tif --strips 4 --cross 2 --points 60");
-  command->callback([options, &run] { run = [options] { return simulate(*options); }; });
+  command->callback([options, &run] {
+    options->flight.dem = options->dem.file;
+    options->flight.vertical = options->dem.vertical;
+    run = [options] { return simulate(*options); };
+  });
 }
 
 }  // namespace tool

@@ -19,7 +19,7 @@ constexpr double mostPixelsOfWindow = 1 << 20;
 
 WarpSetup::WarpSetup(kes::Band const& band, OrthoPlan const& plan, GDALDataType dataType, bool distances)
     : samplesPerPixel(plan.gsd / band.gsd()), linesPerPixel(samplesPerPixel * band.scale()),
-      resampling(plan.resampling), type(dataType), noData(plan.noData), withDistances(distances) {}
+      resampling(plan.resampling), type(dataType), noData(plan.noData), scale(plan.scale), withDistances(distances) {}
 
 double WarpSetup::greatestStep() const {
   return std::max(samplesPerPixel, linesPerPixel);
@@ -39,12 +39,19 @@ void PixelRange::add(double x, double y) {
 
 BoxWarper::BoxWarper(WarpSetup const& setup, SourceTiles& image, BandProjection projection)
     : mSetup(setup), mImage(image), mProjection(std::move(projection)),
-      mResampler(setup.resampling, setup.samplesPerPixel, setup.linesPerPixel), mEncoder(setup.type, setup.noData) {}
+      mResampler(setup.resampling, setup.samplesPerPixel, setup.linesPerPixel),
+      mEncoder(setup.type, setup.noData, setup.scale) {}
 
 bool BoxWarper::warp(PixelBox const& box, WarpedPixels& warped) {
   mValues.assign(box.size(), std::numeric_limits<double>::quiet_NaN());
   if (mSetup.withDistances) {
     warped.distances.assign(box.size(), std::numeric_limits<float>::infinity());
+  }
+  if (mSetup.cut != nullptr) {
+    mInside = mSetup.cut->inside(box, mSetup.place);
+    if (std::find(mInside.begin(), mInside.end(), true) == mInside.end()) {
+      return false;
+    }
   }
   bool hasSeen = false;
   for (int top = 0; top < box.rows; top += pieceSide) {
@@ -52,8 +59,8 @@ bool BoxWarper::warp(PixelBox const& box, WarpedPixels& warped) {
     for (int left = 0; left < box.columns && !mSights.empty(); left += pieceSide) {
       gatherPiece(left + pieceSide);
       resample(mPiece, warped);
+      hasSeen = hasSeen || !mPiece.empty();
     }
-    hasSeen = hasSeen || !mSights.empty();
   }
   mProjection.rethrowFailure();
   if (hasSeen) {
@@ -81,7 +88,10 @@ void BoxWarper::gatherPiece(int right) {
   for (Row& row : mRows) {
     for (; row.next < row.end && mSights[row.next].column < right; ++row.next) {
       Sight const& sight = mSights[row.next];
-      mPiece.push_back({row.firstPixel + static_cast<std::size_t>(sight.column), sight.x, sight.y});
+      std::size_t const index = row.firstPixel + static_cast<std::size_t>(sight.column);
+      if (mInside.empty() || mInside[index]) {
+        mPiece.push_back({index, sight.x, sight.y});
+      }
     }
   }
 }

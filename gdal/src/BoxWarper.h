@@ -4,6 +4,7 @@
 #pragma once
 
 #include "BandProjection.h"
+#include "CutPolygons.h"
 #include "PixelBox.h"
 #include "PixelEncoder.h"
 #include "Resampler.h"
@@ -13,6 +14,7 @@
 #include <kesgdal/OrthoPlan.h>
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -26,7 +28,11 @@ struct WarpSetup {
   Resampling resampling;
   GDALDataType type;
   double noData;
+  std::optional<BrightnessRange> scale;
   bool withDistances;
+  /// Outside of which there are no data; null for no limit.
+  CutPolygons const* cut = nullptr;
+  GeoTransform place{};  ///< Of the orthophoto; for `cut`.
 
   WarpSetup(kes::Band const& band, OrthoPlan const& plan, GDALDataType type, bool withDistances);
   double greatestStep() const;
@@ -88,6 +94,7 @@ private:
   std::vector<Sight> mSights;
   std::vector<Row> mRows;
   std::vector<SeenPixel> mPiece;
+  std::vector<bool> mInside;    // of a box, its pixels inside the cut; empty without one
   std::vector<double> mValues;  // of a box
 };
 

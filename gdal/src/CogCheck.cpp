@@ -54,13 +54,14 @@ public:
     OGRSpatialReference const* const reference = mData->GetSpatialRef();
     bool isSame = mData->GetRasterXSize() == mFormat.grid.columns() && mData->GetRasterYSize() == mFormat.grid.rows() &&
                   mData->GetGeoTransform(place.data()) == CE_None && place == mFormat.grid.geoTransform() &&
-                  reference != nullptr && mData->GetRasterCount() == static_cast<int>(mContent.bandNames.size());
+                  reference != nullptr && hasMetadata() &&
+                  mData->GetRasterCount() == static_cast<int>(mContent.bandNames.size());
     for (int i = 1; isSame && i <= mData->GetRasterCount(); ++i) {
       GDALRasterBand& band = *mData->GetRasterBand(i);
       int hasNoData = 0;
       double const noData = band.GetNoDataValue(&hasNoData);
       isSame = band.GetRasterDataType() == mFormat.type && hasNoData != 0 && Means(mFormat).isNoData(noData) &&
-               band.GetMaskFlags() == GMF_NODATA &&
+               band.GetMaskFlags() == GMF_NODATA && hasLevel(i, band.GetOverviewCount() - 1) &&
                band.GetDescription() == mContent.bandNames[static_cast<std::size_t>(i) - 1];
     }
     return isSame;
@@ -84,6 +85,9 @@ public:
   Flaw flawOf(Step const& step) {
     Flaw flaw = Flaw::NONE;
     for (int number = 1; flaw == Flaw::NONE && number <= mData->GetRasterCount(); ++number) {
+      if (!hasLevel(number, step.level)) {
+        return Flaw::OVERVIEWS;
+      }
       switch (mFormat.type) {
       case GDT_Byte:
         flaw = flawIn<std::uint8_t>(step, number);
@@ -121,6 +125,22 @@ public:
   std::vector<PixelSum> const& sums() const { return mSums; }
 
 private:
+  bool hasMetadata() const {
+    CPLStringList const items(mData->GetMetadata(), FALSE);
+    return std::all_of(mContent.metadata.begin(), mContent.metadata.end(),
+                       [&](std::string const& item) { return items.FindString(item.c_str()) >= 0; });
+  }
+
+  // In a damaged file, GDAL may know that there is an overview without being able to open it.
+  bool hasLevel(int number, int level) const {
+    GDALRasterBand& band = *mData->GetRasterBand(number);
+    bool isThere = level < band.GetOverviewCount();
+    for (int i = 0; isThere && i <= level; ++i) {
+      isThere = band.GetOverview(i) != nullptr;
+    }
+    return isThere;
+  }
+
   GDALRasterBand& levelOf(int number, int level) const {
     GDALRasterBand& band = *mData->GetRasterBand(number);
     return level < 0 ? band : *band.GetOverview(level);

@@ -12,4 +12,7 @@ namespace kesgdal {
 /// The system as GDAL has it, with x east and y north, whatever order the definition has; empty when GDAL can't.
 OGRSpatialReference spatialReferenceOf(kes::CoordinateSystem const& system);
 
+/// The system that GDAL has, likewise. Throws std::runtime_error with the reason.
+kes::CoordinateSystem systemOf(OGRSpatialReference const& reference);
+
 }  // namespace kesgdal

@@ -112,6 +112,15 @@ void OrthoFile::readTile(int band, PixelBox const& tile, std::byte* pixels, std:
   }
 }
 
+void OrthoFile::setMetadata(std::vector<std::string> const& items) {
+  GdalErrors const errors;
+  CPLStringList list;
+  for (std::string const& item : items) {
+    list.AddString(item.c_str());
+  }
+  require(mData->SetMetadata(list.List()) == CE_None, errors);
+}
+
 void OrthoFile::close() {
   GdalErrors const errors;
   GDALClose(GDALDataset::ToHandle(mData));

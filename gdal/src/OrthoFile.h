@@ -46,6 +46,8 @@ public:
   void write(int band, PixelBox const& box, void const* pixels);
   /// Reads a box back; one that wasn't written is without data.
   void read(int band, PixelBox const& box, void* pixels);
+  /// Adds items "NAME=VALUE" to the file's metadata.
+  void setMetadata(std::vector<std::string> const& items);
   void close();
 
 private:

@@ -68,6 +68,11 @@ bool OrthoMosaic::take(WarpedPixels const& warped) {
   return any;
 }
 
+void OrthoMosaic::setMetadata(std::vector<std::string> const& items) {
+  mPixels.setMetadata(items);
+  mMetadata = items;
+}
+
 void OrthoMosaic::close() {
   mPixels.close();
   mDistances.reset();

@@ -34,8 +34,10 @@ public:
   bool isOfSeveralStrips() const { return mDistances != nullptr; }
   /// Adds a box of a strip, to a band counted from 1.
   void add(int band, PixelBox const& box, WarpedPixels const& warped);
+  /// Sets the file's metadata, items "NAME=VALUE".
+  void setMetadata(std::vector<std::string> const& items);
   /// What all boxes so far have made of the file.
-  OrthoContent content() const { return {mFormat, mBandNames, mSums}; }
+  OrthoContent content() const { return {mFormat, mBandNames, mSums, mMetadata}; }
   /// Ends the file, and removes the other one.
   void close();
 
@@ -46,6 +48,7 @@ private:
   OrthoFormat mFormat;
   std::vector<std::string> mBandNames;
   std::vector<PixelSum> mSums;  // of the bands
+  std::vector<std::string> mMetadata;
   OrthoFile mPixels;
   std::unique_ptr<OrthoFile> mDistances;
   // What the files have of a box.

@@ -108,7 +108,9 @@ int boxSide(kes::Band const& band, OrthoPlan const& plan) {
 bool warpBand(kes::Band const& band, OrthoWork const& work, PixelBox const& part, int mosaicBand,
               Progress const& progress) {
   OrthoFormat const& format = work.mosaic.format();
-  WarpSetup const setup(band, work.plan, format.type, work.mosaic.isOfSeveralStrips());
+  WarpSetup setup(band, work.plan, format.type, work.mosaic.isOfSeveralStrips());
+  setup.cut = work.cut;
+  setup.place = format.grid.geoTransform();
   BandProjection const projection(std::make_shared<SharedProjection const>(
       band, work.map, work.surface, format.grid.geoTransform(), margin, heightsIfKnownSoon(work.surface, part)));
   SourceTiles image((SourceImage(band)));

@@ -12,6 +12,7 @@
 
 namespace kesgdal {
 
+class CutPolygons;
 class OrthoMosaic;
 
 /// What all images are warped with, and into.
@@ -20,6 +21,7 @@ struct OrthoWork {
   kes::CoordinateSystem const& map;
   kes::Surface const& surface;
   OrthoMosaic& mosaic;
+  CutPolygons const* cut;  // null for none
 };
 
 /// Warps the image of a band into a band of the mosaic, counted from 1, by all boxes that meet a part of it, with the

@@ -21,8 +21,8 @@ double nextDouble(double value) {
 
 }  // namespace
 
-PixelEncoder::PixelEncoder(GDALDataType type, double noData)
-    : mType(type), mNoData(GDALAdjustValueToDataType(type, noData, nullptr, nullptr)),
+PixelEncoder::PixelEncoder(GDALDataType type, double noData, std::optional<BrightnessRange> const& range)
+    : mType(type), mRange(range), mNoData(GDALAdjustValueToDataType(type, noData, nullptr, nullptr)),
       mLowest(GDALAdjustValueToDataType(type, std::numeric_limits<double>::lowest(), nullptr, nullptr)),
       mHighest(GDALAdjustValueToDataType(type, std::numeric_limits<double>::max(), nullptr, nullptr)) {
   if (GDALDataTypeIsInteger(type) != 0) {
@@ -32,6 +32,15 @@ PixelEncoder::PixelEncoder(GDALDataType type, double noData)
     mNext = type == GDT_Float32 ? nextFloat(mNoData) : nextDouble(mNoData);
     mTolerance = std::abs(mNext - mNoData);
   }
+}
+
+double PixelEncoder::spread(double value) const {
+  if (!mRange) {
+    return value;
+  }
+  double const most = GDALDataTypeIsInteger(mType) != 0 ? mHighest : 1.0;
+  double const part = (value - mRange->lowest) / (mRange->highest - mRange->lowest);
+  return most * std::clamp(part, 0.0, 1.0);
 }
 
 double PixelEncoder::inType(double value) const {
@@ -52,7 +61,7 @@ void PixelEncoder::encode(std::vector<double>& values, std::vector<std::byte>& p
     if (std::isnan(value)) {
       value = mNoData;
     } else {
-      value = std::clamp(value, mLowest, mHighest);
+      value = std::clamp(spread(value), mLowest, mHighest);
       value = std::abs(value - mNoData) <= mTolerance ? beside(value) : value;
     }
   }

@@ -62,6 +62,7 @@ StripSurvey::StripSurvey(OrthoPlan const& plan, kes::CoordinateSystem const& map
     fail("neither bands nor threads may be none");
   }
   requireOther(surface.fileName());
+  requireOther(plan.cut);
 }
 
 void StripSurvey::add(kes::Strip const& strip) {
@@ -102,15 +103,46 @@ void StripSurvey::require() const {
     fail("no strip");
   }
   requireBands();
-  int isClamped = 0;
-  int isRounded = 0;
-  GDALAdjustValueToDataType(mType, mPlan.noData, &isClamped, &isRounded);
-  if (isClamped != 0 || isRounded != 0) {
-    throw std::runtime_error("the images' type " + std::string(GDALGetDataTypeName(mType)) + " can't hold the value " +
-                             files::shortestText(mPlan.noData) + " for no data");
-  }
+  requireType();
   if (!mExtent) {
     failUncovered();
+  }
+}
+
+GDALDataType StripSurvey::type() const {
+  switch (mPlan.type) {
+  case PixelType::IMAGES:
+    return mType;
+  case PixelType::BYTE:
+    return GDT_Byte;
+  case PixelType::UINT16:
+    return GDT_UInt16;
+  case PixelType::INT16:
+    return GDT_Int16;
+  case PixelType::UINT32:
+    return GDT_UInt32;
+  case PixelType::INT32:
+    return GDT_Int32;
+  case PixelType::FLOAT32:
+    return GDT_Float32;
+  default:
+    return GDT_Float64;
+  }
+}
+
+void StripSurvey::requireType() const {
+  bool const isOfImages = mPlan.type == PixelType::IMAGES;
+  std::string const name = GDALGetDataTypeName(type());
+  if (!mPlan.scale && GDALDataTypeUnion(mType, type()) != type()) {
+    throw std::runtime_error("the type " + name + " can't hold all values of the images, which are " +
+                             GDALGetDataTypeName(mType) + ": they need a scale");
+  }
+  int isClamped = 0;
+  int isRounded = 0;
+  GDALAdjustValueToDataType(type(), mPlan.noData, &isClamped, &isRounded);
+  if (isClamped != 0 || isRounded != 0) {
+    throw std::runtime_error((isOfImages ? "the images' type " : "the type ") + name + " can't hold the value " +
+                             files::shortestText(mPlan.noData) + " for no data");
   }
 }
 

@@ -50,8 +50,8 @@ public:
   std::vector<Strip> const& strips() const { return mStrips; }
   /// How many of them meet the surface.
   int coveredStrips() const;
-  /// The smallest type that holds the values of all images.
-  GDALDataType type() const { return mType; }
+  /// That of the plan; otherwise the smallest that holds the values of all images.
+  GDALDataType type() const;
   Extent const& extent() const { return *mExtent; }
   int boxSide() const { return mBoxSide; }
 
@@ -59,6 +59,7 @@ private:
   void requireOther(std::string const& input) const;
   void addBand(kes::Band const& band, Strip& surveyed);
   void requireBands() const;
+  void requireType() const;
 
   OrthoPlan const& mPlan;
   kes::CoordinateSystem const& mMap;
@@ -66,7 +67,7 @@ private:
   std::string mFileName;
   std::vector<Strip> mStrips;
   std::set<std::string> mKnownBands;
-  GDALDataType mType = GDT_Unknown;
+  GDALDataType mType = GDT_Unknown;  // that holds the values of all images
   std::optional<Extent> mExtent;
   int mBoxSide;
 };

@@ -81,6 +81,11 @@ Surface Surface::raster(std::string const& fileName, std::size_t cacheSize) {
       std::make_shared<dsm::RasterElevationSource const>(fileName, cacheSize)));
 }
 
+Surface Surface::raster(std::string const& fileName, VerticalDatum const& vertical) {
+  return Surface(std::make_shared<detail::SurfaceSource const>(std::make_shared<dsm::RasterElevationSource const>(
+      fileName, dsm::RasterElevationSource::DEFAULT_CACHE_SIZE, util::Origin::user, vertical.definition)));
+}
+
 Surface Surface::of(std::shared_ptr<dsm::ProjectedElevationSource const> source, HeightRange const& heights,
                     double spacing) {
   if (!source) {
@@ -101,6 +106,10 @@ std::string Surface::fileName() const {
 
 CoordinateSystem const& Surface::coordinateSystem() const {
   return mSource->system();
+}
+
+bool Surface::hasVerticalDatum() const {
+  return mSource->raster() == nullptr || mSource->raster()->hasVerticalDatum();
 }
 
 std::optional<Surface::HeightRange> Surface::heightRange() const {

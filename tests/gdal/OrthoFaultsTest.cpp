@@ -5,7 +5,9 @@
 #include "files/Interposed.h"
 #include "support/Matchers.h"
 
+#include <cpl_string.h>
 #include <gdal_alg.h>
+#include <gmock/gmock.h>
 
 #include <array>
 #include <cerrno>
@@ -24,6 +26,7 @@ protected:
   OrthoFaults() {
     mFlight.writePositions();
     mPlan.bands = {"PANN00A"};
+    mPlan.hasRecord = false;
     write();
     mWhole = summary();
   }
@@ -43,6 +46,10 @@ protected:
       for (int i = 0; i < band.GetOverviewCount(); ++i) {
         text += sumOf(*band.GetOverview(i));
       }
+    }
+    CPLStringList const items(data->GetMetadata(), FALSE);
+    for (int i = 0; i < items.Count(); ++i) {
+      text += items[i];
     }
     std::array<double, 6> place{};
     data->GetGeoTransform(place.data());
@@ -113,6 +120,20 @@ TEST_F(OrthoFaults, WriteThatIsLostIsReported) {
     EXPECT_EQ(message == "done" ? summary() : test::contents(mName), message == "done" ? mWhole : "older") << call;
   }
   EXPECT_GT(failures, 5);
+}
+
+TEST_F(OrthoFaults, RecordThatIsLostIsReported) {
+  mPlan.hasRecord = true;
+  write();
+  mWhole = summary();
+  EXPECT_THAT(mWhole, testing::HasSubstr("KES_CLOSURE_PIXELS"));
+  int failures = 0;
+  for (int const call : someCalls("fwrite")) {
+    std::string const message = writeDisturbed("fwrite", call, Interposed::lostWrite);
+    failures += message != "done";
+    EXPECT_EQ(message == "done" ? summary() : test::contents(mName), message == "done" ? mWhole : "older") << call;
+  }
+  EXPECT_GT(failures, 3);
 }
 
 TEST_F(OrthoFaults, ThreadsThatCantBeStartedAreDoneWithout) {

@@ -28,6 +28,7 @@ std::vector<Footprint> someFootprints(double longitude = 15.0) {
   std::vector<Footprint> footprints;
   for (int i = 0; i < 6; ++i) {
     Footprint footprint{{}, "Line " + std::to_string(i), "PANN00A", 0.1 + i / 3.0, 1e5 + i / 7.0, 2e5 + i / 9.0};
+    footprint.week = 2394;
     for (int k = 0; k < 100; ++k) {
       footprint.points.emplace_back(longitude + i * 0.01 + k * 1e-5, 47.0 + 1.0 / 3.0 - k * 1e-7, 400.0 + k / 3.0);
     }
@@ -38,10 +39,14 @@ std::vector<Footprint> someFootprints(double longitude = 15.0) {
   return footprints;
 }
 
+void writeFootprints(std::string const& name, std::vector<Footprint> const& footprints) {
+  tool::writeLayers(name, {}, {tool::layerOf(footprints)});
+}
+
 class FootprintFile : public testing::TestWithParam<char const*> {
 protected:
   std::string failure() const {
-    return test::messageOf([&] { tool::writeFootprints(name, someFootprints()); });
+    return test::messageOf([&] { writeFootprints(name, someFootprints()); });
   }
 
   test::TempFolder folder;
@@ -50,7 +55,7 @@ protected:
 
 TEST_P(FootprintFile, ReplacesAnOlderOne) {
   std::ofstream(name) << "old";
-  tool::writeFootprints(name, someFootprints());
+  writeFootprints(name, someFootprints());
   EXPECT_EQ(test::entryCount(folder.path()), 1);
   GDALDatasetUniquePtr const data(GDALDataset::Open(name.c_str(), GDAL_OF_VECTOR));
   ASSERT_TRUE(data);
@@ -58,7 +63,7 @@ TEST_P(FootprintFile, ReplacesAnOlderOne) {
 }
 
 TEST_P(FootprintFile, MayHoldNothing) {
-  tool::writeFootprints(name, {});
+  writeFootprints(name, {});
   GDALDatasetUniquePtr const data(GDALDataset::Open(name.c_str(), GDAL_OF_VECTOR));
   ASSERT_TRUE(data);
   EXPECT_EQ(data->GetLayer(0)->GetFeatureCount(), 0);
@@ -68,7 +73,7 @@ TEST_P(FootprintFile, CrossesTheAntimeridian) {
   std::vector<Footprint> footprints = someFootprints();
   footprints[2].points = {
       {179.99, 10.0, 5.0}, {-179.99, 10.0, 6.0}, {-179.99, 10.1, 7.0}, {179.99, 10.1, 8.0}, {179.99, 10.0, 5.0}};
-  tool::writeFootprints(name, footprints);
+  writeFootprints(name, footprints);
   EXPECT_TRUE(test::exists(name));
 }
 
@@ -83,11 +88,11 @@ TEST_P(FootprintFile, DevicesAndFoldersAreRefused) {
 // Every call that changes files, each with every error: an older file stays, or the new one is the same as without the
 // error.
 TEST_P(FootprintFile, CallThatFailsIsReportedOrMadeGood) {
-  tool::writeFootprints(name, someFootprints());
+  writeFootprints(name, someFootprints());
   std::map<std::string, int> counts;
   {
     Interposed const system([&](std::string const& function) { return ++counts[function], 0; });
-    tool::writeFootprints(name, someFootprints());
+    writeFootprints(name, someFootprints());
   }
   std::string const whole = test::contents(name);
   int attempts = 0;
@@ -101,7 +106,7 @@ TEST_P(FootprintFile, CallThatFailsIsReportedOrMadeGood) {
           Interposed const system([&, asked = function](std::string const& called) {
             return called == asked && ++calls == failing ? error : 0;
           });
-          tool::writeFootprints(name, someFootprints());
+          writeFootprints(name, someFootprints());
         } catch (std::runtime_error const& failure) {
           message = failure.what();
         }
@@ -130,7 +135,7 @@ TEST_P(FootprintFile, FullDiskKeepsTheOldOneWhateverRoomThereIs) {
     std::ofstream(name) << "old";
     disk.fill(spare);
     try {
-      tool::writeFootprints(name, someFootprints());
+      writeFootprints(name, someFootprints());
     } catch (std::runtime_error const& error) {
       ++failures;
       EXPECT_EQ(test::contents(name), "old") << spare;
@@ -151,7 +156,7 @@ TEST(FootprintDatabase, WithChangesOfAnotherProgramIsRefused) {
   std::string const name = folder.file("out.gpkg", "old");
   for (std::string const suffix : {"-journal", "-wal"}) {
     folder.file("out.gpkg" + suffix, "changes");
-    EXPECT_MESSAGE(tool::writeFootprints(name, someFootprints()),
+    EXPECT_MESSAGE(writeFootprints(name, someFootprints()),
                    "can't write " + name + ": there are changes of it in " + name + suffix);
     EXPECT_EQ(test::contents(name), "old");
     fs::remove(name + suffix);
@@ -161,7 +166,7 @@ TEST(FootprintDatabase, WithChangesOfAnotherProgramIsRefused) {
 TEST(FootprintDatabase, IsInWgs84WithHeights) {
   test::TempFolder const folder;
   std::string const name = folder / "out.gpkg";
-  tool::writeFootprints(name, someFootprints());
+  writeFootprints(name, someFootprints());
   GDALDatasetUniquePtr const data(GDALDataset::Open(name.c_str(), GDAL_OF_VECTOR));
   ASSERT_TRUE(data);
   EXPECT_EQ(std::string(data->GetLayer(0)->GetSpatialRef()->GetAuthorityCode(nullptr)), "4979");

@@ -20,7 +20,7 @@
 namespace {
 
 using nlohmann::json;
-using test::kes;
+using test::kesBesidesDatum;
 using test::KesRun;
 using test::onStripA;
 using testing::EndsWith;
@@ -47,7 +47,7 @@ std::vector<std::vector<std::string>> rowsOf(std::string const& csv) {
 KesRun project(std::vector<std::string> const& options, std::string const& input) {
   std::vector<std::string> all{"--band", "PANF27A"};
   all.insert(all.end(), options.begin(), options.end());
-  return kes(onStripA({"project"}, all), input);
+  return kesBesidesDatum(onStripA({"project"}, all), input);
 }
 
 json const& band0() {
@@ -220,7 +220,7 @@ TEST_F(KesMap, ModelThatIsNoRasterIsNamed) {
 }
 
 TEST_F(KesMap, MeasuresAreThoseOfTheIndependentFlight) {
-  KesRun const run = kes(onStripA({"measures"}, {"--json", "--crs", "EPSG:32633"}));
+  KesRun const run = kesBesidesDatum(onStripA({"measures"}, {"--json", "--crs", "EPSG:32633"}));
   ASSERT_EQ(run.code, 0) << run.err;
   json const measures = json::parse(run.out);
   json const& strip = test::stripA::expected().at("strips")[0];
@@ -248,14 +248,14 @@ TEST_F(KesMap, MeasuresAreThoseOfTheIndependentFlight) {
 }
 
 TEST_F(KesMap, MeasuresInDegreesCountTheEquator) {
-  json const measures = json::parse(kes(onStripA({"measures"}, {"--json"})).out);
+  json const measures = json::parse(kesBesidesDatum(onStripA({"measures"}, {"--json"})).out);
   json const& band = measures["bands"][0];
   EXPECT_EQ(measures["mapping"]["crs"], "WGS 84, degrees");
   EXPECT_NEAR(band["mappingGsd"].get<double>(), band["gsd"].get<double>() / (6378137.0 / radian), 1e-12);
 }
 
 TEST_F(KesMap, MeasuresArePrintedAsTables) {
-  KesRun const run = kes(onStripA({"measures"}));
+  KesRun const run = kesBesidesDatum(onStripA({"measures"}));
   ASSERT_EQ(run.code, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("flight azimuth:"));
   EXPECT_THAT(run.out, HasSubstr("base/height"));
@@ -283,7 +283,7 @@ std::map<std::string, OGREnvelope3D> polygonsOf(std::string const& file, std::st
 TEST_F(KesMap, FootprintsAreWrittenInBothFormats) {
   for (std::string const extension : {".geojson", ".gpkg"}) {
     std::string const file = mFolder / ("footprints" + extension);
-    KesRun const run = kes(onStripA({"footprint"}, {"--dem", dem(), "-o", file}));
+    KesRun const run = kesBesidesDatum(onStripA({"footprint"}, {"--dem", dem(), "-o", file}));
     ASSERT_EQ(run.code, 0) << run.err;
     auto const polygons = polygonsOf(file, "Line7_cam");
     ASSERT_EQ(polygons.size(), 8U);
@@ -303,13 +303,13 @@ TEST_F(KesMap, FootprintsAreWrittenInBothFormats) {
 TEST_F(KesMap, FootprintsReplaceAnOlderFileAndLeaveNothingElse) {
   std::string const file = mFolder / "out.geojson";
   std::ofstream(file) << "old";
-  ASSERT_EQ(kes(onStripA({"footprint"}, {"--dem", dem(), "-o", file})).code, 0);
+  ASSERT_EQ(kesBesidesDatum(onStripA({"footprint"}, {"--dem", dem(), "-o", file})).code, 0);
   EXPECT_EQ(polygonsOf(file, "Line7_cam").size(), 8U);
   EXPECT_EQ(test::entryCount(mFolder.path()), 2);
 }
 
 TEST_F(KesMap, FootprintBesideTheModelIsNamed) {
-  KesRun const run = kes(onStripA({"footprint"}, {"--dem", dem(1e-5), "-o", mFolder / "out.gpkg"}));
+  KesRun const run = kesBesidesDatum(onStripA({"footprint"}, {"--dem", dem(1e-5), "-o", mFolder / "out.gpkg"}));
   EXPECT_EQ(run.code, 1);
   EXPECT_THAT(run.err, HasSubstr("strip_cam.stp: PANF27A: 257 of 257 points of the outline have no place on the "
                                  "elevation model, the first at sample -0.5, line -0.5 (noSurface): the footprint is "
@@ -320,10 +320,10 @@ TEST_F(KesMap, FootprintBesideTheModelIsNamed) {
 
 TEST_F(KesMap, FootprintsThatCantBeWrittenAreNamed) {
   std::string const file = mFolder / "none/out.geojson";
-  KesRun const run = kes(onStripA({"footprint"}, {"--dem", dem(), "-o", file}));
+  KesRun const run = kesBesidesDatum(onStripA({"footprint"}, {"--dem", dem(), "-o", file}));
   EXPECT_EQ(run.code, 1);
   EXPECT_THAT(run.err, testing::StartsWith("kes: error: can't write " + file));
-  EXPECT_EQ(kes(onStripA({"footprint"}, {"--dem", dem(), "-o", mFolder / "out.shp"})).code, 2);
+  EXPECT_EQ(kesBesidesDatum(onStripA({"footprint"}, {"--dem", dem(), "-o", mFolder / "out.shp"})).code, 2);
 }
 
 TEST_F(KesMap, FullDiskKeepsTheOldFootprints) {
@@ -334,7 +334,7 @@ TEST_F(KesMap, FullDiskKeepsTheOldFootprints) {
   for (std::string const extension : {".geojson", ".gpkg"}) {
     std::string const file = disk / ("out" + extension);
     std::ofstream(file) << "old";
-    KesRun const run = kes(onStripA({"footprint"}, {"--dem", dem(), "-o", file}));
+    KesRun const run = kesBesidesDatum(onStripA({"footprint"}, {"--dem", dem(), "-o", file}));
     EXPECT_EQ(run.code, 1);
     EXPECT_THAT(run.err, testing::StartsWith("kes: error: can't write " + file));
     EXPECT_EQ(test::contents(file), "old");

@@ -5,7 +5,9 @@
 #include "gdal/MosaicSupport.h"
 #include "support/Matchers.h"
 
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 
@@ -13,10 +15,17 @@
 
 namespace {
 
-using test::kes;
+using kesgdal::Extent;
+using test::kesBesidesDatum;
 using test::KesRun;
 using testing::HasSubstr;
 using testing::StartsWith;
+
+std::string text(double value) {
+  std::array<char, 40> digits{};
+  std::snprintf(digits.data(), digits.size(), "%.17g", value);
+  return digits.data();
+}
 
 class KesOrtho : public testing::Test {
 protected:
@@ -44,7 +53,7 @@ protected:
       }
     }
     arguments.insert(arguments.end(), more.begin(), more.end());
-    return kes(arguments);
+    return kesBesidesDatum(arguments);
   }
 
   // The run fails with a message, and leaves nothing.
@@ -138,7 +147,7 @@ protected:
     arguments.insert(arguments.end(), {"--calibrations", mFlights.first.folder / "calibration", "--band", band, "--dem",
                                        mFlights.first.terrain->fileName(), "--crs", "EPSG:32617", "--gsd", "1.5",
                                        "--nodata", "-1", "--orientation", "original", "-o", mFlights.output()});
-    return kes(arguments);
+    return kesBesidesDatum(arguments);
   }
   std::string fileOf(std::vector<std::string> const& arguments) const {
     KesRun const run = ortho(arguments);
@@ -155,10 +164,14 @@ protected:
 TEST_F(KesOrthoOfTwo, StripsAndTheirBlockGiveTheSameFile) {
   kesgdal::OrthoPlan plan = mFlights.first.plan(1.5);
   plan.bands = {"PANN00A"};
+  plan.hasRecord = false;  // which names this process's cameras
   std::string const expected = mFlights.bytes(plan, mFlights.strips());
-  EXPECT_TRUE(fileOf({mFirst, mSecond}) == expected);
-  EXPECT_TRUE(fileOf({mBlock}) == expected);
-  EXPECT_FALSE(fileOf({mSecond}) == expected);
+  EXPECT_TRUE(fileOf({mFirst, mSecond, "--no-record"}) == expected);
+  EXPECT_TRUE(fileOf({mBlock, "--no-record"}) == expected);
+  EXPECT_TRUE(fileOf({mBlock, "--no-record", "--strip-limit", "1"}) == expected);
+  EXPECT_TRUE(fileOf({mBlock, "--no-record", "--strip-limit", "2"}) == expected);
+  EXPECT_FALSE(fileOf({mSecond, "--no-record"}) == expected);
+  EXPECT_TRUE(fileOf({mFirst, mSecond}) == fileOf({mBlock}));
 }
 
 TEST_F(KesOrthoOfTwo, BandThatNoneHasIsNamed) {
@@ -177,7 +190,88 @@ TEST_F(KesOrthoOfTwo, ImageThatTheSecondLacksIsNamed) {
   EXPECT_FALSE(test::exists(mFlights.output()));
 }
 
+// Options of the place and the pixels: the file is that of the plan in the library.
+TEST_F(KesOrtho, OptionsMakeThePlan) {
+  std::string const name = mFlight.folder / "plan.tif";
+  geo::XYPoint const centre = mFlight.mapOf({100.0, 40.0, 0.0});
+  kesgdal::OrthoPlan plan = mFlight.plan(2.0);
+  plan.bands = {"PANN00A"};
+  plan.noData = 0.0;
+  plan.extent = {{std::floor(centre.x) - 40.5, std::floor(centre.y) - 50.5},
+                 {std::floor(centre.x) + 40.0, std::floor(centre.y) + 30.0}};
+  plan.cut = mFlight.folder.file(
+      "cut.csv", "id,WKT\n1,\"POLYGON((" + std::to_string(centre.x - 500.0) + " " + std::to_string(centre.y - 500.0) +
+                     "," + std::to_string(centre.x) + " " + std::to_string(centre.y + 500.0) + "," +
+                     std::to_string(centre.x + 500.0) + " " + std::to_string(centre.y - 500.0) + "))\"\n");
+  plan.type = kesgdal::PixelType::BYTE;
+  plan.scale = kesgdal::BrightnessRange{90.0, 210.5};
+  plan.format = kesgdal::FileFormat::GTIFF;
+  plan.creationOptions = {"COMPRESS=LZW", "INTERLEAVE=BAND"};
+  plan.hasRecord = false;  // which names this process's cameras
+  kesgdal::writeOrthophoto(*mFlight.strip, mFlight.map, *mFlight.terrain, plan, name);
+  Extent const& box = *plan.extent;
+  KesRun const run =
+      ortho({{"--nodata", "0"}}, {"--extent", text(box.low.x), text(box.low.y), text(box.high.x), text(box.high.y),
+                                  "--cut", plan.cut, "--type", "Byte", "--scale", "90", "210.5", "--format", "GTiff",
+                                  "--co", "COMPRESS=LZW", "--co", "INTERLEAVE=BAND", "--no-record"});
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_TRUE(test::contents(mOutput) == test::contents(name));
+}
+
+TEST_F(KesOrtho, RasterGivesPixelsAndSystem) {
+  geo::XYPoint const centre = mFlight.mapOf({100.0, 40.0, 0.0});
+  test::ElevationRaster raster;
+  raster.system = "EPSG:32617";
+  raster.columns = 31;
+  raster.rows = 22;
+  raster.geoTransform = {centre.x - 20.3, 1.7, 0.0, centre.y + 20.9, 0.0, -1.7};
+  raster.fill([](int, int) { return 0.0; });
+  std::string const like = raster.write(mFlight.folder, "like.tif");
+  KesRun const run = ortho({{"--crs", ""}, {"--gsd", ""}, {"--like", like}});
+  ASSERT_EQ(run.code, 0) << run.err;
+  test::Raster const made(mOutput);
+  EXPECT_EQ(made.geoTransform, raster.geoTransform);
+  EXPECT_EQ(made.columns, 31);
+  EXPECT_EQ(made.rows, 22);
+  EXPECT_EQ(made.epsg, 32617);
+  geo::XYPoint const image = mFlight.image(*mFlight.ground(made.centre(5, 8)));
+  EXPECT_NEAR(made.at(5, 8), 100.0 + image.x, 0.002);
+  for (auto const& [name, value] : {std::pair("--crs", "EPSG:32617"), std::pair("--gsd", "2")}) {
+    KesRun const both = ortho({{"--crs", ""}, {"--gsd", ""}, {"--like", like}}, {name, value});
+    EXPECT_EQ(both.code, 2);
+    EXPECT_THAT(both.err, HasSubstr(std::string(name) + " excludes --like"));
+  }
+}
+
+TEST_F(KesOrtho, RecordIsLeftOutOnRequest) {
+  ASSERT_EQ(ortho({}).code, 0);
+  EXPECT_THAT(test::contents(mOutput), HasSubstr("KES_CLOSURE_MAX_PX"));
+  ASSERT_EQ(ortho({}, {"--no-record"}).code, 0);
+  EXPECT_THAT(test::contents(mOutput), testing::Not(HasSubstr("KES_")));
+}
+
+TEST_F(KesOrtho, NameThatIsNoTiffIsRefusedWithWhatIsPossible) {
+  std::string const name = mFlight.folder / "ortho.png";
+  KesRun const run = ortho({{"-o", name}});
+  EXPECT_EQ(run.code, 1);
+  EXPECT_THAT(run.err, HasSubstr(name + " doesn't end in .tif or .tiff: orthophotos are GeoTIFF files, see --format"));
+  EXPECT_FALSE(test::exists(name));
+}
+
+TEST_F(KesOrtho, ReadFilesAreNotWrittenOver) {
+  std::string const cut = mFlight.folder.file("cut.tif", "WKT\n");
+  KesRun const run = ortho({{"-o", cut}, {"--cut", cut}});
+  EXPECT_EQ(run.code, 1);
+  EXPECT_EQ(run.err, "kes: error: can't write " + cut + ": it is read, too\n");
+}
+
 TEST_F(KesOrtho, WrongUsageGivesTwo) {
+  EXPECT_EQ(ortho({}, {"--extent", "1", "2", "3"}).code, 2);
+  EXPECT_EQ(ortho({}, {"--scale", "1"}).code, 2);
+  EXPECT_EQ(ortho({{"--type", "byte"}}).code, 2);
+  EXPECT_EQ(ortho({{"--format", "PNG"}}).code, 2);
+  EXPECT_EQ(ortho({{"--strip-limit", "0"}}).code, 2);
+  EXPECT_EQ(ortho({{"--cut", mFlight.folder / "none.gpkg"}}).code, 2);
   EXPECT_EQ(ortho({{"--resampling", "lanczos"}}).code, 2);
   EXPECT_EQ(ortho({{"--orientation", "best"}}).code, 2);
   EXPECT_EQ(ortho({{"--threads", "0"}}).code, 2);

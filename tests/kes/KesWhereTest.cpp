@@ -15,7 +15,7 @@
 namespace {
 
 using nlohmann::json;
-using test::kes;
+using test::kesBesidesDatum;
 using test::KesRun;
 using testing::HasSubstr;
 
@@ -30,7 +30,7 @@ protected:
     std::vector<std::string> arguments{"where", mStrip.write(mFolder)};
     arguments.insert(arguments.end(), point.begin(), point.end());
     arguments.insert(arguments.end(), options.begin(), options.end());
-    return kes(arguments);
+    return kesBesidesDatum(arguments);
   }
   // The anchor's height, but for a ridge along the flight, 30 m to its left; cells of about 500 m by 20 m.
   std::string dem(double ridge = 0.0) const {

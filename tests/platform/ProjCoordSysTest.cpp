@@ -5,6 +5,8 @@
 
 #include <geo/units.h>
 
+#include <gmock/gmock.h>
+
 using geo::XYZPoint;
 using test::converted;
 using test::DEGREE;
@@ -206,4 +208,22 @@ TEST(ProjCoordSys, GeocentricOfAnotherDatum) {
   XYZPoint const place(0.2, 0.9, 100.0);
   XYZPoint const wgs84 = converted(geographic(), systemOf("EPSG:4978"), place);
   EXPECT_LT(test::distance(converted(geographic(), systemOf("EPSG:4936"), place), wgs84), 1e-7);
+}
+
+TEST(ProjCoordSys, ConversionSaysItsStepsAndGrids) {
+  geo::Conversion const utm = systemOf("EPSG:32633")->conversionAt({500000.0, 5540000.0, 0.0});
+  EXPECT_THAT(utm.pipeline, testing::HasSubstr("+inv +proj=utm +zone=33 +ellps=WGS84"));
+  EXPECT_FALSE(utm.name.empty());
+  EXPECT_TRUE(utm.grids.empty());
+  geo::Conversion const aboveGeoid = systemOf("EPSG:32633+5773")->conversionAt({500000.0, 5540000.0, 0.0});
+  EXPECT_THAT(aboveGeoid.pipeline,
+              testing::HasSubstr("+step +proj=vgridshift +grids=us_nga_egm96_15.tif +multiplier=1 "));
+  EXPECT_EQ(aboveGeoid.grids, std::vector<std::string>{"egm96_15.gtx"});
+}
+
+TEST(ProjCoordSys, ClosedFormulaeHaveNoSteps) {
+  geo::Conversion const closed = geographic()->conversionAt({0.1, 0.2, 0.0});
+  EXPECT_EQ(closed.name, "");
+  EXPECT_EQ(closed.pipeline, "");
+  EXPECT_TRUE(closed.grids.empty());
 }

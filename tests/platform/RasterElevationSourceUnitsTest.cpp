@@ -165,4 +165,47 @@ TEST_F(RasterElevationUnits, WithoutAVerticalPartHeightsAreEllipsoidal) {
   EXPECT_NEAR(ellipsoidalHeight(level(100.0, "EPSG:32633")), 100.0, 1e-6);
 }
 
+/// What heights count from, given with the raster.
+class RasterElevationVertical : public RasterElevationUnits {
+protected:
+  RasterElevationSource sourceWith(ElevationRaster const& raster, std::string const& vertical) {
+    return RasterElevationSource(raster.write(mFolder), RasterElevationSource::DEFAULT_CACHE_SIZE, util::Origin::user,
+                                 vertical);
+  }
+  std::string reason(ElevationRaster const& raster, std::string const& vertical) {
+    return test::messageOf([&] { sourceWith(raster, vertical); });
+  }
+  std::string const mPrefix = "Can't open elevation model \"" + (mFolder / "dem.tif") + "\": ";
+};
+
+TEST_F(RasterElevationVertical, DatumIsTheOneThatTheFileLacks) {
+  auto const plain = source(level(250.0, "EPSG:32633"));
+  EXPECT_FALSE(plain.hasVerticalDatum());
+  EXPECT_NEAR(ellipsoidalHeight(plain), 250.0, 1e-6);
+  auto const aboveGeoid = sourceWith(level(250.0, "EPSG:32633"), "EPSG:5773");
+  EXPECT_TRUE(aboveGeoid.hasVerticalDatum());
+  EXPECT_NEAR(ellipsoidalHeight(aboveGeoid), 250.0 + GEOID, 0.01);
+}
+
+TEST_F(RasterElevationVertical, DatumOfTheFileMayBeRepeatedButNotChanged) {
+  auto const raster = level(250.0, "EPSG:32633+5773");
+  EXPECT_TRUE(source(raster).hasVerticalDatum());
+  EXPECT_NEAR(ellipsoidalHeight(sourceWith(raster, "EPSG:5773")), 250.0 + GEOID, 0.01);
+  EXPECT_EQ(reason(raster, "EPSG:3855"), mPrefix + "its heights are \"EGM96 height\" already, not \"EGM2008 height\"");
+}
+
+TEST_F(RasterElevationVertical, ThirdAxisOfAGeographicSystemIsADatum) {
+  auto raster = level(250.0, "EPSG:4979");
+  raster.geoTransform = {14.9, 0.1, 0.0, 50.1, 0.0, -0.1};
+  EXPECT_TRUE(source(raster).hasVerticalDatum());
+  EXPECT_EQ(reason(raster, "EPSG:5773"), mPrefix + "its heights are \"WGS 84\" already, not \"EGM96 height\"");
+}
+
+TEST_F(RasterElevationVertical, OnlyVerticalSystemsAreTaken) {
+  for (std::string const definition : {"EPSG:32633", "EPSG:32633+5773", "nonsense"}) {
+    EXPECT_EQ(reason(level(250.0, "EPSG:32633"), definition),
+              mPrefix + "\"" + definition + "\" isn't a vertical coordinate system");
+  }
+}
+
 }  // namespace

@@ -3,7 +3,9 @@
 
 #include "Command.h"
 #include "blocks/BlockFile.h"
+#include "blocks/BlockGis.h"
 #include "check/CheckCommand.h"
+#include "images/VectorFile.h"
 #include "shared/InputGuard.h"
 #include "shared/Options.h"
 #include "shared/Output.h"
@@ -18,6 +20,8 @@ struct Options {
   std::string file;
   CameraOptions camera;
   BlockPlan plan;
+  GisPlan gis;
+  std::string output;
   bool json = false;
 };
 
@@ -79,16 +83,45 @@ void addCreate(CLI::App& block, std::shared_ptr<Options> const& options, Run& ru
   command->callback([options, &run] { run = [options] { return create(*options); }; });
 }
 
+void addGis(CLI::App& block, std::shared_ptr<Options> const& options, Run& run) {
+  CLI::App* const command = block.add_subcommand(
+      "gis", "Draws footprints, flight lines, ground points and residuals into a GeoPackage with styles for QGIS");
+  GisPlan& plan = options->gis;
+  command->add_option("FILE", options->file, "Block file")->required();
+  command->add_option("-o,--output", options->output, "GeoPackage to write (.gpkg); an older file is replaced")
+      ->type_name("OUT")
+      ->required()
+      ->check([](std::string const& file) { return isGeoPackage(file) ? "" : file + " doesn't end in .gpkg"; });
+  plan.dem.addTo(*command, "Elevation model [the first one that the block names]");
+  command->add_option("--crs", plan.crs, "System of the layers, any definition that PROJ understands [the block's]")
+      ->type_name("DEFINITION");
+  command
+      ->add_option("--exaggeration", plan.exaggeration, "How many times longer than on the ground residuals are drawn")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(1.0, 1e6));
+  plan.orientation.addTo(*command);
+  plan.camera.addTo(*command);
+  command->footer("Example: kes block gis valley/valley.blf -o valley.gpkg");
+  command->callback([options, &run] {
+    run = [options] {
+      writeBlockGis(options->file, options->output, options->gis);
+      return 0;
+    };
+  });
+}
+
 }  // namespace
 
 void addBlock(CLI::App& app, Run& run) {
   auto const options = std::make_shared<Options>();
-  CLI::App* const block = app.add_subcommand("block", "Describes, checks and makes blocks of strips");
+  CLI::App* const block = app.add_subcommand("block", "Describes, checks, draws and makes blocks of strips");
   block->require_subcommand(1);
   block->footer("Example: kes block info valley/valley.blf");
   addInfo(*block, options, run);
   addCreate(*block, options, run);
   addCheckCommand(*block, Checked::block, run);
+  addGis(*block, options, run);
 }
 
 }  // namespace tool

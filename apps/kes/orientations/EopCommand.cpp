@@ -5,6 +5,7 @@
 #include "orientations/EopComparison.h"
 #include "orientations/EopDescription.h"
 #include "shared/Csv.h"
+#include "shared/GpsTime.h"
 #include "shared/InputGuard.h"
 #include "shared/Numbers.h"
 #include "shared/Options.h"
@@ -24,6 +25,7 @@
 #include <map>
 #include <memory>
 #include <numbers>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -58,16 +60,15 @@ struct EopFile {
   std::uint32_t absoluteTime;
 };
 
-// The day, where the file knows it, and its GPS week, from 1980-01-06 on.
+// The day, where the file knows it, and its GPS week.
 std::string dayOf(std::uint32_t secondsSince1970) {
-  constexpr std::uint32_t firstWeek = 315964800;
-  constexpr std::uint32_t week = 604800;
-  if (secondsSince1970 < firstWeek) {
+  std::optional<std::uint32_t> const week = gpsWeekOf(secondsSince1970);
+  if (!week) {
     return {};
   }
   QDateTime const time = QDateTime::fromSecsSinceEpoch(secondsSince1970, Qt::UTC);
   return ", " + time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")).toStdString() + " UTC, GPS week " +
-         std::to_string((secondsSince1970 - firstWeek) / week);
+         std::to_string(*week);
 }
 
 [[noreturn]] void failOn(std::string const& file, std::string const& kind) {

@@ -46,7 +46,7 @@ std::vector<std::string> resultsOf(ProjectOptions const& options) {
 }  // namespace
 
 std::vector<std::string> numbersOf(ProjectOptions const& options) {
-  bool const hasHeights = options.dem.empty();
+  bool const hasHeights = !options.dem.isGiven();
   if (options.toGround) {
     return hasHeights ? std::vector<std::string>{"sample", "line", "height"}
                       : std::vector<std::string>{"sample", "line"};
@@ -90,8 +90,8 @@ PointProjection::PointProjection(ProjectOptions const& options, std::istream& in
       mForms[0] = mForms[1] = options.decimals.ofAngles();
     }
   }
-  if (!options.dem.empty()) {
-    kes::Surface const surface = kes::Surface::raster(options.dem);
+  if (options.dem.isGiven()) {
+    kes::Surface const surface = options.dem.open();
     mToGround.heights = surface;
     mToImage.heights = surface;
   }
@@ -141,7 +141,7 @@ void PointProjection::project(Block& block) const {
 }
 
 void PointProjection::projectToGround(Block& block) const {
-  bool const hasHeights = mOptions.dem.empty();
+  bool const hasHeights = !mOptions.dem.isGiven();
   std::size_t const size = block.image.size();
   block.heights.resize(hasHeights ? size : 0);
   double const* numbers = block.points.numbers.data();
@@ -161,7 +161,7 @@ void PointProjection::projectToGround(Block& block) const {
 }
 
 void PointProjection::projectToImage(Block& block) const {
-  bool const hasHeights = mOptions.dem.empty();
+  bool const hasHeights = !mOptions.dem.isGiven();
   double const* numbers = block.points.numbers.data();
   for (geo::XYZPoint& ground : block.ground) {
     ground = {numbers[0], numbers[1], hasHeights ? numbers[2] : 0.0};

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "points/PointTable.h"
+#include "shared/ElevationModel.h"
 #include "shared/Options.h"
 #include "shared/Progress.h"
 
@@ -34,7 +35,7 @@ struct ProjectOptions {
   Frame frame = Frame::local;
   kes::Solver solver = kes::Solver::precise;
   OrientationOption orientation;
-  std::string dem;
+  ElevationModelOptions dem;
   std::optional<float> tdi;
   bool verify = false;
   bool status = false;

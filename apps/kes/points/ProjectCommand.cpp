@@ -89,10 +89,8 @@ void addGroundOptions(CLI::App& command, CommandLine& line) {
                   "[map with --crs or --dem, otherwise lsr]")
       ->check(CLI::IsMember({"lsr", "map"}));
   line.options.map.addTo(command);
-  command
-      .add_option("--dem", line.options.dem,
-                  "Heights from an elevation model, any raster that GDAL reads, in place of a column height or z")
-      ->type_name("FILE");
+  line.options.dem.addTo(
+      command, "Heights from an elevation model, any raster that GDAL reads, in place of a column height or z");
 }
 
 void addColumnOptions(CLI::App& command, ProjectOptions& options) {
@@ -157,7 +155,7 @@ void addProject(CLI::App& app, Run& run) {
                   "--crs EPSG:32614 --dem dem.tif points.csv");
   command->callback([line, &run] {
     ProjectOptions& options = line->options;
-    bool const impliesMap = !options.map.crs.empty() || !options.dem.empty();
+    bool const impliesMap = !options.map.crs.empty() || options.dem.isGiven();
     options.toGround = line->to == "ground";
     options.frame = line->frame == "map" || (line->frame.empty() && impliesMap) ? Frame::map : Frame::local;
     checkTogether(*line);

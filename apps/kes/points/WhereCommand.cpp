@@ -3,6 +3,7 @@
 
 #include "Command.h"
 #include "points/Plausibility.h"
+#include "shared/ElevationModel.h"
 #include "shared/Numbers.h"
 #include "shared/StripSet.h"
 #include "strips/GroundSampling.h"
@@ -29,7 +30,7 @@ struct Options {
   double y = 0.0;
   std::optional<double> z;
   MapOptions map;
-  std::string dem;
+  ElevationModelOptions dem;
   bool json = false;
 };
 
@@ -52,8 +53,8 @@ constexpr double hidingDistance = 2.0;  // pixels
 class Point {
 public:
   explicit Point(Options const& options) : mSystem(options.map.system()) {
-    if (!options.dem.empty()) {
-      mSurface = kes::Surface::raster(options.dem);
+    if (options.dem.isGiven()) {
+      mSurface = options.dem.open();
     }
     mPosition = {options.x, options.y, options.z ? *options.z : heightOf(options)};
   }
@@ -200,10 +201,8 @@ void addWhere(CLI::App& app, Run& run) {
   command->add_option("Y", options->y, "Northing or latitude")->required();
   command->add_option("Z", options->z, "Height [that of the elevation model]");
   options->map.addTo(*command);
-  command
-      ->add_option("--dem", options->dem,
-                   "Elevation model, any raster that GDAL reads: for the height, and for what hides the point")
-      ->type_name("FILE");
+  options->dem.addTo(*command,
+                     "Elevation model, any raster that GDAL reads: for the height, and for what hides the point");
   options->camera.addTo(*command);
   command->add_flag("--json", options->json, "As JSON");
   command->footer("Example: kes where valley/valley.blf 15.583 48.092 --dem dem.tif");

@@ -3,6 +3,10 @@
 
 #pragma once
 
+#include <kesgdal/Footprint.h>
+#include <kesgdal/OrthoGrid.h>
+
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,13 +22,43 @@ namespace kesgdal {
 /// over those with data.
 enum class Resampling { NEAREST, BILINEAR, CUBIC };
 
+/// The type of an orthophoto's pixels; `IMAGES` is the smallest that holds the values of all images.
+enum class PixelType { IMAGES, BYTE, UINT16, INT16, UINT32, INT32, FLOAT32, FLOAT64 };
+
+/// A range of brightness that is spread over the pixels' type: `lowest` becomes 0, and `highest` the greatest value of
+/// an integer type, or 1 in one of floating point. What lies outside becomes the nearer one of the two.
+struct BrightnessRange {
+  double lowest;
+  double highest;
+};
+
+/// What file an orthophoto becomes: a Cloud Optimized GeoTIFF, which has overviews, or a GeoTIFF in tiles without any.
+enum class FileFormat { COG, GTIFF };
+
 /// What orthophoto is made.
 struct OrthoPlan {
   /// Ids of the bands, in the order they have in the orthophoto.
   std::vector<std::string> bands;
   /// Size of a pixel, metres; see `OrthoGrid`. Between 0.01 and 1024 times the ground sampling distance of each image.
   double gsd = 0.0;
+  /// The box that is made, in the unit of the map, whose edges move outwards to those of pixels; otherwise that around
+  /// all images.
+  std::optional<Extent> extent;
+  /// The pixels, in place of `gsd` and `extent`; see `gridOfRaster`.
+  std::optional<OrthoGrid> grid;
+  /// Name of a vector file of GDAL: pixels whose centre lies in none of its polygons have no data. Their corners are
+  /// converted to the map, and joined there by straight lines; without a system they are on the map. Without `extent`
+  /// and `grid`, the orthophoto ends at the box around them. Empty: nothing is cut.
+  std::string cut;
   Resampling resampling = Resampling::CUBIC;
+  PixelType type = PixelType::IMAGES;
+  /// Without it, values stay what they are; `type` then has to hold those of all images.
+  std::optional<BrightnessRange> scale;
+  FileFormat format = FileFormat::COG;
+  /// Of GDAL's driver for the format, each "KEY=VALUE": how pixels are compressed without loss, and laid out.
+  std::vector<std::string> creationOptions;
+  /// Whether the file says in its metadata what it was made of, and how well its pixels close; see `writeOrthophoto`.
+  bool hasRecord = true;
   /// The value of pixels that no image saw; those of an image that have this value become the next one.
   double noData = 0.0;
   /// How many threads work, from 1. Pixels don't depend on it.

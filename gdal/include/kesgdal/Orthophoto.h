@@ -25,9 +25,9 @@ using StripVisitor = std::function<void(kes::Strip const&)>;
 using EachStrip = std::function<void(StripVisitor const&)>;
 
 /// Orthorectifies the images of bands of one or more strips, which lie in the strips' folders of images, and writes a
-/// Cloud Optimized GeoTIFF: in the system `map`, on the pixels of `OrthoGrid` around all images, with a raster band for
-/// each band, described by its id. A strip that lacks a band is left out of that one. The strips are gone through
-/// twice: for what has to be known before the first pixel, and for the pixels.
+/// Cloud Optimized GeoTIFF or a GeoTIFF: in the system `map`, on the pixels of `OrthoGrid` around all images or those
+/// that the plan asks for, with a raster band for each band, described by its id. A strip that lacks a band is left out
+/// of that one. The strips are gone through twice: for what has to be known before the first pixel, and for the pixels.
 ///
 /// Each pixel's centre is projected as by `OrthoTransformer`, and the image interpolated there in double precision.
 /// Where strips overlap, a pixel shows the strip in whose image it lies nearest to the middle of the line, in samples,
@@ -41,17 +41,22 @@ using EachStrip = std::function<void(StripVisitor const&)>;
 /// without compression, but for those of pieces without any data, and for four bytes more to a pixel when several
 /// strips are seen.
 ///
+/// The file's metadata say what it was made of and how well its pixels close, in items "KES_..."; their sums of the
+/// inputs take the time to read each once more. docs/kes.md lists them.
+///
 /// The file appears under its name as a whole, after it was closed and found to be whole, or not at all; an older one
 /// is replaced, with what GDAL keeps beside it.
 ///
 /// Throws std::runtime_error, with the place: no strip, or one whose data aren't loaded or that isn't the same the
-/// second time; "no band "ID" in the strip, which has ..." for a band that none of them has; a band without an image,
-/// an image that isn't of one band, has another size than the strip says or larger blocks than are read, a value
-/// without data that the images' type can't hold; a map that is neither projected nor geographic; an elevation model
-/// that doesn't cover any of the images; a size of pixels that isn't in proportion to an image's, "ground sampling
-/// distance of <gsd> m isn't between 0.01 and 1024 times that of the image of band <id>, <gsd> m", since the run would
-/// hardly end; a grid as `OrthoGrid` doesn't allow; and "can't write FILE: " with the reason. What `strips` throws goes
-/// through.
+/// second time; an extent or a scale of the plan whose lower end isn't below the upper one; a type that doesn't hold
+/// all values without a scale; a creation option that the format doesn't have or that would change pixels; "can't cut
+/// by FILE: " with the reason; "no image shows anything of the part of the map that is asked for"; "no band "ID" in
+/// the strip, which has ..." for a band that none of them has; a band without an image, an image that isn't of one
+/// band, has another size than the strip says or larger blocks than are read, a value without data that the images' type
+/// can't hold; a map that is neither projected nor geographic; an elevation model that doesn't cover any of the images; a size of pixels that
+/// isn't in proportion to an image's, "ground sampling distance of <gsd> m isn't between 0.01 and 1024 times that of
+/// the image of band <id>, <gsd> m", since the run would hardly end; a grid as `OrthoGrid` doesn't allow; and "can't
+/// write FILE: " with the reason. What `strips` throws goes through.
 KESGDAL_EXPORT void writeOrthophoto(EachStrip const& strips, kes::CoordinateSystem const& map,
                                     kes::Surface const& surface, OrthoPlan const& plan, std::string const& fileName,
                                     Progress const& progress = {});

@@ -34,6 +34,11 @@ public:
     double highest;
   };
 
+  /// What the heights of an elevation model count from, for a file that doesn't say so.
+  struct VerticalDatum {
+    std::string definition;  ///< Such as "EPSG:5773"; empty: the file alone says it.
+  };
+
   /// A surface of one height, in the vertical unit of the system. Throws std::invalid_argument "the height isn't
   /// finite".
   [[nodiscard]] static Surface constant(CoordinateSystem const& system, double height);
@@ -46,6 +51,9 @@ public:
   /// used last are kept, and up to 16 more (1.2 MB) for each thread. Lines of sight need 11 bytes more for each tile of
   /// the raster.
   [[nodiscard]] static Surface raster(std::string const& fileName, std::size_t cacheSize);
+  /// The same, with the vertical datum that the file lacks. Throws likewise, also when the file has another one; the
+  /// reason names both.
+  [[nodiscard]] static Surface raster(std::string const& fileName, VerticalDatum const& vertical);
   /// An elevation source of the host, shared: it and its coordinate system live as long as any copy of this. Its
   /// `height` is called from all threads of a call at once, and must not change what it returns. An exception that it
   /// throws ends the call and comes out of it.
@@ -61,6 +69,9 @@ public:
   [[nodiscard]] std::string fileName() const;
   /// The system of positions and heights.
   [[nodiscard]] CoordinateSystem const& coordinateSystem() const;
+  /// Whether the system says what heights count from. Those of a raster without a vertical datum are taken as
+  /// ellipsoidal; other surfaces always have one.
+  [[nodiscard]] bool hasVerticalDatum() const;
   /// Between what all heights lie, of a source of the host as it was given; nothing when the surface has none. The
   /// first call for a raster reads all of it, and so does the first line of sight.
   /// Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason.

@@ -81,8 +81,12 @@ public:
   /// isn't there, is no raster, has no place on the ground or no coordinate system; the system can't be related to WGS
   /// 84 (a grid isn't installed, see `geo::coordSysFactory::createCoordSys`); or the values aren't real numbers or in
   /// no unit of length.
+  ///
+  /// `vertical` defines what heights count from, such as "EPSG:5773", for a raster whose system has no vertical part;
+  /// empty: that of the system alone. Throws likewise, with the reason `"<vertical>" isn't a vertical coordinate system`
+  /// or, when the raster has another vertical part, `its heights are "<name>" already, not "<name>"`.
   explicit RasterElevationSource(std::string const& fileName, std::size_t cacheSize = DEFAULT_CACHE_SIZE,
-                                 util::Origin origin = util::Origin::user);
+                                 util::Origin origin = util::Origin::user, std::string const& vertical = {});
   ~RasterElevationSource() override;
 
   /// As above. Throws std::runtime_error "Can't read elevation model \"<name>\": " and the reason when cells
@@ -90,6 +94,8 @@ public:
   bool height(geo::XYZPoint const& position, float& height) const override;
 
   std::string const& fileName() const;
+  /// Whether `coordSystem()` says what heights count from; otherwise they are taken as ellipsoidal.
+  bool hasVerticalDatum() const;
   /// A box around the raster, in which it fills all but the corners it leaves when it lies turned.
   Bounds const& bounds() const;
   Grid const& grid() const;

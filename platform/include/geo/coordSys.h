@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 class QDomDocument;
 class QDomElement;
@@ -15,6 +16,13 @@ class QDomElement;
 namespace geo {
 
 class units;
+
+/// How positions of a system are converted to WGS 84.
+struct Conversion {
+  std::string name;                ///< PROJ's; empty for closed formulae.
+  std::string pipeline;            ///< PROJ's string of its steps; empty where PROJ has none.
+  std::vector<std::string> grids;  ///< Files of the grids that it takes.
+};
 
 /// A coordinate system of positions on and around the Earth. The kinds, all made by `coordSysFactory`:
 ///
@@ -55,6 +63,9 @@ public:
   /// array; overlapping in any other way isn't allowed. Gives 0 when all are done; otherwise those that
   /// couldn't be done are NaN in `out`, and all the others are done.
   static int transform(coordSys const* from, coordSys const* to, XYZPoint const* in, XYZPoint* out, std::size_t n);
+
+  /// How a position of this system is converted to WGS 84.
+  virtual Conversion conversionAt(XYZPoint const& position) const;
 
   /// Converts a position of this system to WGS 84 geocentric coordinates (metres), with the status of `transform`.
   int geo_to_ecef(XYZPoint const& in, XYZPoint& out) const;

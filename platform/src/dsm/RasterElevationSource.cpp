@@ -44,9 +44,9 @@ std::string failure(char const* what, std::string const& fileName, std::exceptio
   return std::string("Can't ") + what + " elevation model \"" + fileName + "\": " + reason.what();
 }
 
-RasterFile openFile(std::string const& fileName, util::Origin origin) {
+RasterFile openFile(std::string const& fileName, util::Origin origin, std::string const& vertical) {
   try {
-    return {fileName, origin};
+    return {fileName, origin, vertical};
   } catch (std::runtime_error const& error) {
     throw std::runtime_error(failure("open", fileName, error));
   }
@@ -63,7 +63,7 @@ std::uint64_t nextSurface() {
 /// The file with its tiles.
 class RasterElevationSource::Surface {
 public:
-  Surface(std::string const& fileName, std::size_t cacheSize, util::Origin origin);
+  Surface(std::string const& fileName, std::size_t cacheSize, util::Origin origin, std::string const& vertical);
 
   bool height(geo::XYZPoint const& position, float& height) const;
   std::optional<HeightRange> heightRange() const;
@@ -72,6 +72,7 @@ public:
 
   geo::coordSys const* coordSystem() const { return mFile.coordSystem(); }
   std::string const& fileName() const { return mFileName; }
+  bool hasVerticalDatum() const { return mFile.hasVerticalDatum(); }
   Bounds const& bounds() const { return mBounds; }
   Grid const& grid() const { return mGrid; }
 
@@ -104,8 +105,9 @@ private:
   mutable std::atomic<Survey const*> mKnownSurvey{nullptr};
 };
 
-RasterElevationSource::Surface::Surface(std::string const& fileName, std::size_t cacheSize, util::Origin origin)
-    : mFileName(fileName), mFile(openFile(fileName, origin)),
+RasterElevationSource::Surface::Surface(std::string const& fileName, std::size_t cacheSize, util::Origin origin,
+                                        std::string const& vertical)
+    : mFileName(fileName), mFile(openFile(fileName, origin, vertical)),
       mPlace(mFile.place()), mBounds{mPlace.minimum(), mPlace.maximum()}, mGrid{mPlace.columns(), mPlace.rows(),
                                                                                 mPlace.geoTransform(),
                                                                                 mPlace.fullTurn(), mPlace.isRing()},
@@ -223,8 +225,9 @@ std::unique_ptr<RasterElevationSource::Surface::Survey const> RasterElevationSou
              ExtentTree(std::move(extents), mTileColumns, mTileRows)});
 }
 
-RasterElevationSource::RasterElevationSource(std::string const& fileName, std::size_t cacheSize, util::Origin origin)
-    : RasterElevationSource(std::make_unique<Surface const>(fileName, cacheSize, origin)) {}
+RasterElevationSource::RasterElevationSource(std::string const& fileName, std::size_t cacheSize, util::Origin origin,
+                                             std::string const& vertical)
+    : RasterElevationSource(std::make_unique<Surface const>(fileName, cacheSize, origin, vertical)) {}
 
 RasterElevationSource::RasterElevationSource(std::unique_ptr<Surface const> surface)
     : ProjectedElevationSource(surface->coordSystem()), mSurface(std::move(surface)) {}
@@ -245,6 +248,10 @@ HeightExtent const& RasterElevationSource::extent(unsigned bits, std::uint64_t c
 
 std::string const& RasterElevationSource::fileName() const {
   return mSurface->fileName();
+}
+
+bool RasterElevationSource::hasVerticalDatum() const {
+  return mSurface->hasVerticalDatum();
 }
 
 RasterElevationSource::Bounds const& RasterElevationSource::bounds() const {

@@ -46,6 +46,52 @@ std::string definitionOf(OGRSpatialReference const& system) {
   return text;
 }
 
+/// Whether a system says what heights count from: by a vertical part, or as the third axis of a geographic system.
+bool hasHeights(OGRSpatialReference const& system) {
+  return system.IsVertical() != 0 || system.GetAxesCount() == 3;
+}
+
+OGRSpatialReference verticalSystem(std::string const& definition) {
+  OGRSpatialReference system;
+  if (system.SetFromUserInput(definition.c_str(), OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get()) !=
+          OGRERR_NONE ||
+      system.IsVertical() == 0 || system.IsCompound() != 0) {
+    refuse("\"" + definition + "\" isn't a vertical coordinate system");
+  }
+  return system;
+}
+
+/// Of a system that has heights.
+OGRSpatialReference verticalPartOf(OGRSpatialReference const& system) {
+  OGRSpatialReference part;
+  OGR_SRSNode const* const node = system.GetAttrNode("VERT_CS");
+  char* text = nullptr;
+  if (node != nullptr && node->exportToWkt(&text) == OGRERR_NONE) {
+    part.importFromWkt(text);
+  }
+  CPLFree(text);
+  return part;
+}
+
+/// A system with the vertical part that it lacks. It is an error if it has another one.
+OGRSpatialReference withVertical(OGRSpatialReference const& system, std::string const& definition) {
+  OGRSpatialReference const vertical = verticalSystem(definition);
+  if (!hasHeights(system)) {
+    OGRSpatialReference whole;
+    if (whole.SetCompoundCS((std::string(system.GetName()) + " + " + vertical.GetName()).c_str(), &system, &vertical) !=
+        OGRERR_NONE) {
+      refuse("its coordinate system can't be joined with \"" + definition + "\"");
+    }
+    return whole;
+  }
+  OGRSpatialReference const own = verticalPartOf(system);
+  if (own.IsEmpty() != 0 || own.IsSame(&vertical) == 0) {
+    refuse("its heights are \"" + std::string(own.IsEmpty() != 0 ? system.GetName() : own.GetName()) +
+           "\" already, not \"" + vertical.GetName() + "\"");
+  }
+  return system;
+}
+
 /// A full turn in the unit of longitudes; 0 where x is none. Degrees and grads are written with so many digits that
 /// a turn has to be set right.
 double fullTurnOf(OGRSpatialReference const& system) {
@@ -77,13 +123,13 @@ struct RasterFile::Window {
   std::size_t size() const { return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows); }
 };
 
-RasterFile::RasterFile(std::string const& name, util::Origin origin) {
+RasterFile::RasterFile(std::string const& name, util::Origin origin, std::string const& vertical) {
   CPLErrorHandlerPusher const quiet(CPLQuietErrorHandler);
   CPLErrorReset();
   // GDAL leaves out the vertical part of most GeoTIFF files unless it is asked for it.
   CPLConfigOptionSetter const withVerticalPart("GTIFF_REPORT_COMPD_CS", "YES", false);
   open(name, origin);
-  setCoordSystem();
+  setCoordSystem(vertical);
   setPlace();
   setHeights();
 }
@@ -99,7 +145,7 @@ void RasterFile::open(std::string const& name, util::Origin origin) {
   }
 }
 
-void RasterFile::setCoordSystem() {
+void RasterFile::setCoordSystem(std::string const& vertical) {
   OGRSpatialReference const* const system = mDataset->GetSpatialRef();
   if (system == nullptr || system->IsEmpty()) {
     refuse("it has no coordinate system");
@@ -107,7 +153,9 @@ void RasterFile::setCoordSystem() {
   if (system->IsGeocentric() != 0) {
     refuse("its coordinate system is geocentric");
   }
-  std::string const definition = definitionOf(*system);
+  OGRSpatialReference const whole = vertical.empty() ? *system : withVertical(*system, vertical);
+  mHasVerticalDatum = hasHeights(whole);
+  std::string const definition = definitionOf(whole);
   try {
     mCoordSystem.reset(geo::coordSysFactory::getInstance()->createCoordSys(definition, util::Origin::file));
   } catch (std::runtime_error const& error) {

@@ -24,10 +24,12 @@ class HeightTile;
 /// The file of an elevation model, open. Serves one thread at a time.
 class RasterFile {
 public:
-  /// Throws std::runtime_error with the reason alone.
-  RasterFile(std::string const& name, util::Origin origin);
+  /// `vertical` defines what heights count from where the file doesn't say so; it may be empty. Throws
+  /// std::runtime_error with the reason alone.
+  RasterFile(std::string const& name, util::Origin origin, std::string const& vertical);
 
   geo::coordSys const* coordSystem() const { return mCoordSystem.get(); }
+  bool hasVerticalDatum() const { return mHasVerticalDatum; }
   RasterPlace const& place() const { return *mPlace; }
 
   /// Reads the heights of the cells from a column and row on, either of which may be -1. Throws std::runtime_error with
@@ -37,7 +39,7 @@ public:
 private:
   struct Window;
   void open(std::string const& name, util::Origin origin);
-  void setCoordSystem();
+  void setCoordSystem(std::string const& vertical);
   void setPlace();
   void setHeights();
   double factorOfUnit() const;
@@ -47,6 +49,7 @@ private:
   raster::Dataset mDataset;
   GDALRasterBand* mBand = nullptr;
   std::unique_ptr<geo::coordSys const> mCoordSystem;
+  bool mHasVerticalDatum = false;
   std::optional<RasterPlace> mPlace;
   /// A height is mScale times the value of a cell plus mOffset, in the vertical unit of the system.
   double mScale = 1.0;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <utility>
 
 namespace geo {
@@ -29,6 +30,35 @@ void markNowhere(XYZPoint* points, std::size_t n) {
       [](XYZPoint const& p) { return !std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z); }, PROJ_ERROR);
 }
 
+std::string textOrEmpty(char const* text) {
+  return text == nullptr ? "" : text;
+}
+
+// Of the ways that an operation may have; null when it has one.
+ProjObject lastUsed([[maybe_unused]] PJ* operation) {
+#if PROJ_AT_LEAST_VERSION(9, 1, 0)
+  return ProjObject(proj_trans_get_last_used_operation(operation));
+#else
+  return nullptr;
+#endif
+}
+
+// The files as they are installed; PROJ's names for them may be newer.
+std::vector<std::string> gridsOf(PJ_CONTEXT* context, PJ const* operation) {
+  std::vector<std::string> names;
+  int const count = proj_coordoperation_get_grid_used_count(context, operation);
+  for (int i = 0; i < count; ++i) {
+    char const* name = nullptr;
+    char const* path = nullptr;
+    if (proj_coordoperation_get_grid_used(context, operation, i, &name, &path, nullptr, nullptr, nullptr, nullptr,
+                                          nullptr) != 0) {
+      std::string const file = std::filesystem::path(textOrEmpty(path)).filename().string();
+      names.push_back(file.empty() ? textOrEmpty(name) : file);
+    }
+  }
+  return names;
+}
+
 }  // namespace
 
 ProjSystem::ProjSystem(Parts parts) : mParts(std::move(parts)) {}
@@ -43,6 +73,23 @@ units const& ProjSystem::horizontalUnits() const {
 
 QDomElement ProjSystem::toXml(QDomDocument& document) const {
   return definitionToXml(document, mParts.definition);
+}
+
+// Of several ways, PROJ says only after a position which one it took.
+Conversion ProjSystem::conversionAt(XYZPoint const& position) const {
+  XYZPoint converted = position;
+  run(PJ_FWD, &converted, 1);
+  PJ* const operation = SharedOperation::ofThisThread(mParts.operation);
+  if (operation == nullptr) {
+    return {};
+  }
+  ProjContext const context = makeProjContext(util::Origin::user);
+  ProjObject const taken = lastUsed(operation);
+  PJ* const used = taken ? taken.get() : operation;
+  std::string const pipeline = textOrEmpty(proj_as_proj_string(context.get(), used, PJ_PROJ_5, nullptr));
+  PJ_PROJ_INFO const info = proj_pj_info(used);
+  return {textOrEmpty(info.description), pipeline.empty() ? textOrEmpty(info.definition) : pipeline,
+          gridsOf(context.get(), used)};
 }
 
 void ProjSystem::toGeodetic(XYZPoint* points, std::size_t n) const {

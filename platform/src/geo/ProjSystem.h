@@ -28,6 +28,7 @@ public:
   units const& verticalUnits() const override;
   units const& horizontalUnits() const override;
   QDomElement toXml(QDomDocument& document) const override;
+  Conversion conversionAt(XYZPoint const& position) const override;
 
 private:
   void toGeodetic(XYZPoint* points, std::size_t n) const override;

@@ -76,6 +76,10 @@ int coordSys::transform(coordSys const* from, coordSys const* to, XYZPoint const
   return status;
 }
 
+Conversion coordSys::conversionAt(XYZPoint const& /*position*/) const {
+  return {};
+}
+
 int coordSys::geo_to_ecef(XYZPoint const& in, XYZPoint& out) const {
   XYZPoint point;
   copyFinite(&in, &point, 1);
