@@ -30,6 +30,10 @@ double HeightCutter::guess(LineOfSight const& line, double height) const {
 
 void HeightCutter::cut(std::span<LineOfSight const> lines, std::span<double const> heights, std::span<SightEnd> cuts) {
   std::size_t const count = lines.size();
+  if (count == 1) {
+    cuts[0] = cut(lines[0], heights[0]);
+    return;
+  }
   mFirstDepths.resize(count);
   mDepths.resize(count);
   mFirstPlaces.resize(count);

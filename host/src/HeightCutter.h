@@ -30,14 +30,14 @@ public:
 
   /// Cuts each line at its own height.
   void cut(std::span<LineOfSight const> lines, std::span<double const> heights, std::span<SightEnd> cuts);
-  /// Near where a line reaches a height: to some metres, within 100 km of the local system's origin.
-  double guess(LineOfSight const& line, double height) const;
   /// The height of the local system's origin, metres.
   double origin() const { return mOrigin; }
 
 private:
   SightEnd cut(LineOfSight const& line, double height);
 
+  // Near where a line reaches a height: to some metres, within 100 km of the local system's origin.
+  double guess(LineOfSight const& line, double height) const;
   static SightEnd finished(SightEnd const& cut, double height);
 
   Converter mToSystem;

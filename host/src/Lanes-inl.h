@@ -79,6 +79,9 @@ HWY_INLINE Mask both(Mask x, Mask y) {
 HWY_INLINE Mask either(Mask x, Mask y) {
   return {hn::Or(x.a, y.a), hn::Or(x.b, y.b)};
 }
+HWY_INLINE Mask notOf(Mask mask) {
+  return {hn::Not(mask.a), hn::Not(mask.b)};
+}
 HWY_INLINE bool allTrue(Mask mask) {
   return hn::AllTrue(tag, hn::And(mask.a, mask.b));
 }
@@ -161,6 +164,11 @@ HWY_INLINE void storeInterleaved(Lanes x, Lanes y, Lanes z, double* to) {
 }
 HWY_INLINE Lanes fromInts(std::int32_t const* from) {
   return {hn::PromoteTo(tag, hn::LoadU(Ints(), from)), hn::PromoteTo(tag, hn::LoadU(Ints(), from + vectorSize))};
+}
+
+HWY_INLINE Lanes fromFloats(float const* from) {
+  hn::Rebind<float, Doubles> const floats;
+  return {hn::PromoteTo(tag, hn::LoadU(floats, from)), hn::PromoteTo(tag, hn::LoadU(floats, from + vectorSize))};
 }
 
 HWY_INLINE Lanes same(double value) {

@@ -58,14 +58,14 @@ inline ParabolaOf<Real, Point> parabolaThrough(Point const& a, Point const& m, P
   return {a, linear, bend, same(a.x, 1.0) / linear.z};
 }
 
-/// A position of a raster's system in its meshes; `frame` has the way from positions to columns and rows.
-template <class Point, class Frame, class Real>
+/// A position of a raster's system in its meshes, by the way from columns and rows to positions and its inverse.
+template <class Point, class GeoTransform, class Inverse, class Real>
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): coordinates in their order
-inline Point meshPointOf(Frame const& frame, Real const& x, Real const& y, Real const& z) {
-  Real const dx = x - same(x, frame.geo[0]);
-  Real const dy = y - same(x, frame.geo[3]);
-  return {same(x, frame.inverse[0]) * dx + same(x, frame.inverse[1]) * dy + same(x, 0.5),
-          same(x, frame.inverse[2]) * dx + same(x, frame.inverse[3]) * dy + same(x, 0.5), z};
+inline Point meshPointOf(GeoTransform const& geo, Inverse const& inverse, Real const& x, Real const& y, Real const& z) {
+  Real const dx = x - same(x, geo[0]);
+  Real const dy = y - same(x, geo[3]);
+  return {same(x, inverse[0]) * dx + same(x, inverse[1]) * dy + same(x, 0.5),
+          same(x, inverse[2]) * dx + same(x, inverse[3]) * dy + same(x, 0.5), z};
 }
 
 /// The bilinear heights within a mesh, at u and v from 0 to 1.
