@@ -5,7 +5,6 @@
 
 #include "CellKernels.h"
 
-
 #include <cstddef>
 #include <cstdint>
 

@@ -54,7 +54,7 @@ public:
     std::int64_t row = 0;
     /// False beside a hole, and across the seam of a raster all around the globe.
     bool hasPatch = false;
-    Patch patch;
+    Patch patch{};
   };
   /// Whether it does. The way goes on where the one before ended.
   bool meet(Way const& way, Meeting& meeting);

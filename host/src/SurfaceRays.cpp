@@ -38,10 +38,10 @@ SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
   }
   mWalk.emplace(surface);
   auto const& grid = raster->grid();
-  auto const& geo = grid.geoTransform;
-  double const determinant = geo[1] * geo[5] - geo[2] * geo[4];
-  mFrame.geo = geo;
-  mFrame.inverse = {geo[5] / determinant, -geo[2] / determinant, -geo[4] / determinant, geo[1] / determinant};
+  auto const& g = grid.geoTransform;
+  double const determinant = g[1] * g[5] - g[2] * g[4];
+  mFrame.geo = g;
+  mFrame.inverse = {g[5] / determinant, -g[2] / determinant, -g[4] / determinant, g[1] / determinant};
   // Some projections go around the globe, too.
   mFrame.turn = grid.fullTurn != 0.0
                     ? grid.fullTurn

@@ -34,7 +34,7 @@ public:
   /// The `count` lines from the i-th on.
   HWY_INLINE WalkLanes(SightFrame const& frame, RasterTiles& tiles, SightsToSound const& run, std::size_t i,
                        std::size_t count)
-      : mFrame(frame), mTiles(tiles), mRun(run), mIndex(i), mCount(count), mLine(loadLines(run.lines + i, count)),
+      : mFrame(frame), mTiles(tiles), mIndex(i), mCount(count), mLine(loadLines(run.lines + i, count)),
         mBegin(loadPart(run.begins + i, count)), mLength(loadPart(run.lengths + i, count)) {
     LanePoint const top = loadPlaces(run.places + i, count);
     LanePoint const middle = loadPlaces(run.places + run.count + i, count);
@@ -276,7 +276,6 @@ private:
 
   SightFrame const& mFrame;
   RasterTiles& mTiles;
-  SightsToSound const& mRun;
   std::size_t mIndex;
   std::size_t mCount;
   LaneLine mLine;

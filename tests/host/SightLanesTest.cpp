@@ -134,6 +134,14 @@ TEST_F(SightLanes, PassAPeakAboveTheCamera) {
       [&](int column, int row) { return rough(column, row) + (column > 590 && row > 470 ? 2000.0 : 0.0); }, COUNT, 0);
 }
 
+// Spikes keep the paths so long that they are walked in several straight parts. Some of them end beside the raster.
+TEST_F(SightLanes, MeetGroundFarBelowSpikes) {
+  mRaster.columns = 1800;
+  expectBitsOfSingleLines(
+      [&](int column, int row) { return groundHeight() - 5000.0 + (column % 300 == 0 && row % 3 == 0 ? 4900.0 : 0.0); },
+      400, 100);
+}
+
 TEST_F(SightLanes, EndInAnotherSystemThanTheSurfaces) {
   mOptions.system = kes::CoordinateSystem("EPSG:4326");
   expectBitsOfSingleLines([&](int column, int row) { return rough(column, row); }, COUNT, 0);
