@@ -128,6 +128,12 @@ TEST_F(SightLanes, MissWhatLiesBesideTheRaster) {
                           100);
 }
 
+// The raster begins amid the image, so that some lines of sight come in below its surface.
+TEST_F(SightLanes, PassBelowTheEdgeOfTheRaster) {
+  mRaster.geoTransform[0] = mOrigin.x + 270.0;
+  expectBitsOfSingleLines([&](int column, int) { return groundHeight() + (column % 8 == 7 ? 0.0 : 40.0); }, 50, 100);
+}
+
 // Above the camera, so that lines of sight begin at its height.
 TEST_F(SightLanes, PassAPeakAboveTheCamera) {
   expectBitsOfSingleLines(

@@ -109,7 +109,7 @@ TEST_F(SurfaceHit, LongPathsEndOnTheSurface) {
 
 // A pit of 10 km leaves paths some micrometres beside their lines: enough to see one end above a brink that it passes.
 TEST_F(SurfaceHit, RaysPastABrinkEndBelowIt) {
-  constexpr double DROP = 100.0;
+  constexpr double DROP = 50.0;
   double const level = groundHeight() + 10.0;
   kes::ToGroundOptions atLevel = test::atHeight(level);
   atLevel.system = mMap;
@@ -122,7 +122,7 @@ TEST_F(SurfaceHit, RaysPastABrinkEndBelowIt) {
   });
   int onTop = 0;
   for (int i = -60; i <= 60; ++i) {
-    // Beyond the centre of cell 60, the ground falls by 100 m within one.
+    // Beyond the centre of cell 60, the ground falls by 50 m within one.
     mRaster.geoTransform[0] = x + 1e-6 * i - 60.5;
     kes::Surface const surface = this->surface();
     std::vector<geo::XYPoint> const twice{image, image};
