@@ -5,8 +5,6 @@
 
 #include "CellKernels.h"
 
-#include "LaneKernels.h"
-
 #include <cstddef>
 #include <cstdint>
 

@@ -4,6 +4,8 @@
 #include "HeightCutter.h"
 
 #include "Checks.h"
+#include "CutKernels.h"
+#include "SightFormulas.h"
 
 #include <cmath>
 #include <utility>
@@ -13,11 +15,6 @@ namespace kes::detail {
 namespace {
 
 constexpr int CUT_PASSES = 20;
-constexpr double EARTH_RADIUS = 6378137.0;
-constexpr double CUT_TOLERANCE = 1e-6;  // metres
-// Square metres: a line of sight bends by 1 / R per metre in another system, so that a step s beyond two places at a
-// distance d departs from their chord by s d / 2R.
-constexpr double STRAIGHT = 1.0;
 
 }  // namespace
 
@@ -27,63 +24,61 @@ HeightCutter::HeightCutter(Converter toSystem, CoordinateSystem const& system)
   mOrigin = std::isfinite(height) ? height : 0.0;
 }
 
-// Above the local system's plane, heights grow by d² / 2R at a distance d from its origin.
 double HeightCutter::guess(LineOfSight const& line, double height) const {
-  double const flat = line.eye.z + mOrigin - height * mUnit;
-  geo::XYZPoint const p = line.at(flat);
-  return flat + (p.x * p.x + p.y * p.y) / (2.0 * EARTH_RADIUS);
+  return depthAboveSphere(line, line.eye.z + mOrigin - height * mUnit);
 }
 
 void HeightCutter::cut(std::span<LineOfSight const> lines, std::span<double const> heights, std::span<SightEnd> cuts) {
-  mOpen.resize(lines.size());
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    cuts[i] = {NAN_VALUE, NOWHERE, Status::noSolution};
-    mOpen[i] = {i, guess(lines[i], heights[i]), cuts[i], NAN_VALUE};
+  std::size_t const count = lines.size();
+  if (count == 1) {
+    cuts[0] = cut(lines[0], heights[0]);
+    return;
   }
-  for (int pass = 0; pass < CUT_PASSES && !mOpen.empty(); ++pass) {
-    mPlaces.resize(mOpen.size());
-    for (std::size_t k = 0; k < mOpen.size(); ++k) {
-      mPlaces[k] = lines[mOpen[k].index].at(mOpen[k].depth);
-    }
-    mToSystem(mPlaces, mPlaces);
-    std::size_t stillOpen = 0;
-    for (std::size_t k = 0; k < mOpen.size(); ++k) {
-      std::size_t const i = mOpen[k].index;
-      if (advance(mOpen[k], heights[i], mPlaces[k], cuts[i])) {
-        mOpen[stillOpen++] = mOpen[k];
-      }
-    }
-    mOpen.resize(stillOpen);
+  mFirstDepths.resize(count);
+  mDepths.resize(count);
+  mFirstPlaces.resize(count);
+  mPlaces.resize(count);
+  mRest.resize(count);
+  CutRun const run{lines.data(),   heights.data(),      count,          mUnit,       mOrigin,     mFirstDepths.data(),
+                   mDepths.data(), mFirstPlaces.data(), mPlaces.data(), cuts.data(), mRest.data()};
+  guessCuts(run);
+  mToSystem(mPlaces, mPlaces);
+  improveCuts(run);
+  mToSystem(mPlaces, mPlaces);
+  std::size_t const left = finishCuts(run);
+  for (std::size_t n = 0; n < left; ++n) {
+    cuts[mRest[n]] = cut(lines[mRest[n]], heights[mRest[n]]);
   }
 }
 
-// False when the line is finished, with what it came to in `cut`.
-bool HeightCutter::advance(Open& open, double height, geo::XYZPoint const& place, SightEnd& cut) const {
-  if (!isFinite(place)) {
-    cut.status = Status::notTransformable;
-    return false;
+SightEnd HeightCutter::cut(LineOfSight const& line, double height) {
+  double depth = guess(line, height);
+  SightEnd last{NAN_VALUE, NOWHERE, Status::noSolution};
+  double lastRest = NAN_VALUE;
+  for (int pass = 0; pass < CUT_PASSES; ++pass) {
+    geo::XYZPoint const place = mToSystem(line.at(depth));
+    if (!isFinite(place)) {
+      return {NAN_VALUE, NOWHERE, Status::notTransformable};
+    }
+    double const rest = (place.z - height) * mUnit;
+    if (std::fabs(rest) <= TOLERANCE) {
+      return finished({depth, place, Status::ok}, height);
+    }
+    double const way = depth - last.depth;
+    // A first step as above level ground, then as the last two cuts have it.
+    double const step = std::isnan(lastRest) ? rest : -rest * way / (rest - lastRest);
+    if (std::fabs(step * way) <= STRAIGHT) {
+      double const part = step / way;
+      return finished({depth + step,
+                       {place.x + part * (place.x - last.place.x), place.y + part * (place.y - last.place.y), height},
+                       Status::ok},
+                      height);
+    }
+    last = {depth, place, Status::ok};
+    lastRest = rest;
+    depth += step;
   }
-  double const rest = (place.z - height) * mUnit;
-  if (std::fabs(rest) <= CUT_TOLERANCE) {
-    cut = finished({open.depth, place, Status::ok}, height);
-    return false;
-  }
-  SightEnd const& last = open.last;
-  double const way = open.depth - last.depth;
-  // A first step as above level ground, then as the last two cuts have it.
-  double const step = std::isnan(open.lastRest) ? rest : -rest * way / (rest - open.lastRest);
-  if (std::fabs(step * way) <= STRAIGHT) {
-    double const part = step / way;
-    cut = finished({open.depth + step,
-                    {place.x + part * (place.x - last.place.x), place.y + part * (place.y - last.place.y), height},
-                    Status::ok},
-                   height);
-    return false;
-  }
-  open.last = {open.depth, place, Status::ok};
-  open.lastRest = rest;
-  open.depth += step;
-  return true;
+  return {NAN_VALUE, NOWHERE, Status::noSolution};
 }
 
 SightEnd HeightCutter::finished(SightEnd const& cut, double height) {

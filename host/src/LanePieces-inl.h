@@ -17,11 +17,6 @@ namespace kes::detail::HWY_NAMESPACE {
 
 #include "ViewFormulas-inl.h"
 
-struct LanePoint {
-  Lanes x;
-  Lanes y;
-  Lanes z;
-};
 struct LanePose {
   LanePoint along;
   LanePoint across;

@@ -11,6 +11,7 @@
 #define KES_HOST_LANES_INL_H
 #endif
 
+#include "LaneKernels.h"
 #include "LaneTables.h"
 
 #include <algorithm>
@@ -78,6 +79,9 @@ HWY_INLINE Mask both(Mask x, Mask y) {
 HWY_INLINE Mask either(Mask x, Mask y) {
   return {hn::Or(x.a, y.a), hn::Or(x.b, y.b)};
 }
+HWY_INLINE Mask notOf(Mask mask) {
+  return {hn::Not(mask.a), hn::Not(mask.b)};
+}
 HWY_INLINE bool allTrue(Mask mask) {
   return hn::AllTrue(tag, hn::And(mask.a, mask.b));
 }
@@ -109,11 +113,25 @@ HWY_INLINE Lanes absolute(Lanes x) {
 HWY_INLINE Lanes negative(Lanes x) {
   return {hn::Neg(x.a), hn::Neg(x.b)};
 }
+HWY_INLINE Lanes squareRoot(Lanes x) {
+  return {hn::Sqrt(x.a), hn::Sqrt(x.b)};
+}
 HWY_INLINE Lanes zero() {
   return {hn::Zero(tag), hn::Zero(tag)};
 }
 HWY_INLINE Lanes load(double const* from) {
   return {hn::LoadU(tag, from), hn::LoadU(tag, from + vectorSize)};
+}
+/// The first `count` numbers; the other lanes are filled up with the first one.
+HWY_INLINE Lanes loadPart(double const* from, std::size_t count) {
+  if (count >= laneCount) {
+    return load(from);
+  }
+  alignas(64) double filled[laneCount];
+  for (std::size_t k = 0; k < laneCount; ++k) {
+    filled[k] = from[k < count ? k : 0];
+  }
+  return load(filled);
 }
 HWY_INLINE void storeTo(double* to, Lanes x) {
   hn::StoreU(x.a, tag, to);
@@ -148,12 +166,23 @@ HWY_INLINE Lanes fromInts(std::int32_t const* from) {
   return {hn::PromoteTo(tag, hn::LoadU(Ints(), from)), hn::PromoteTo(tag, hn::LoadU(Ints(), from + vectorSize))};
 }
 
+HWY_INLINE Lanes fromFloats(float const* from) {
+  hn::Rebind<float, Doubles> const floats;
+  return {hn::PromoteTo(tag, hn::LoadU(floats, from)), hn::PromoteTo(tag, hn::LoadU(floats, from + vectorSize))};
+}
+
 HWY_INLINE Lanes same(double value) {
   return {hn::Set(tag, value), hn::Set(tag, value)};
 }
 HWY_INLINE Lanes same(Lanes, double value) {
   return same(value);
 }
+
+struct LanePoint {
+  Lanes x;
+  Lanes y;
+  Lanes z;
+};
 
 /// Numbers of rows, one for each lane.
 struct RowNumbers {

@@ -168,14 +168,7 @@ private:
     if (mRun.heights == nullptr) {
       return same(mRun.height);
     }
-    if (isWhole(i)) {
-      return load(mRun.heights + i);
-    }
-    double filled[laneCount];
-    for (std::size_t k = 0; k < laneCount; ++k) {
-      filled[k] = mRun.heights[i + k < mRun.count ? i + k : i];
-    }
-    return load(filled);
+    return loadPart(mRun.heights + i, mRun.count - i);
   }
 
   HWY_INLINE void store(std::size_t i, std::size_t count, Lanes sample, Lanes line,

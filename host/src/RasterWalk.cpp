@@ -4,6 +4,7 @@
 #include "RasterWalk.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -18,8 +19,6 @@ using dsm::HeightTile;
 constexpr int HOLE_STEPS = 16;
 constexpr int HALVINGS = 50;
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
-constexpr std::int64_t FEW_MESHES = 6;  // borders between them, at most
-constexpr double STILL = 1e-12;         // meshes: less along a whole way is no step
 
 }  // namespace
 
@@ -50,8 +49,7 @@ private:
 };
 
 RasterWalk::RasterWalk(SurfaceSource const& surface)
-    : mSurface(surface), mRaster(*surface.raster()), mGrid(mRaster.grid()), mLastColumn(mGrid.columns),
-      mLastRow(mGrid.rows) {}
+    : mSurface(surface), mGrid(surface.raster()->grid()), mTiles(*surface.raster()) {}
 
 void RasterWalk::begin() {
   mSide = Side::unknown;
@@ -105,10 +103,10 @@ void RasterWalk::meetWithin(Way const& way, std::int64_t leastColumn) {
   if (!(span.first <= span.last)) {
     return;
   }
-  std::int64_t const firstColumn = columnAt(way.at(span.first, &MeshPoint::x));
-  std::int64_t const lastColumn = columnAt(way.at(span.last, &MeshPoint::x));
-  std::int64_t const firstRow = rowAt(way.at(span.first, &MeshPoint::y));
-  std::int64_t const lastRow = rowAt(way.at(span.last, &MeshPoint::y));
+  std::int64_t const firstColumn = mTiles.columnAt(way.at(span.first, &MeshPoint::x));
+  std::int64_t const lastColumn = mTiles.columnAt(way.at(span.last, &MeshPoint::x));
+  std::int64_t const firstRow = mTiles.rowAt(way.at(span.first, &MeshPoint::y));
+  std::int64_t const lastRow = mTiles.rowAt(way.at(span.last, &MeshPoint::y));
   if (std::abs(lastColumn - firstColumn) + std::abs(lastRow - firstRow) <= FEW_MESHES) {
     visitMeshes(crossings, span,
                 {std::min(firstColumn, lastColumn), std::max(firstColumn, lastColumn), std::min(firstRow, lastRow),
@@ -125,9 +123,9 @@ void RasterWalk::meetWithin(Way const& way, std::int64_t leastColumn) {
 }
 
 void RasterWalk::visit(Crossings const& crossings, Span const& span, Square const& square) {
-  dsm::HeightExtent const& extent = this->extent(square);
+  dsm::HeightExtent const& extent = mTiles.extent(square);
   if (crossings.lowest(span) > static_cast<double>(extent.highest)) {
-    bool const hasGaps = extent.isEmpty() || square.bits > HeightTile::MESH_BITS || mTile->hasGaps();
+    bool const hasGaps = extent.isEmpty() || square.bits > HeightTile::MESH_BITS || mTiles.hasGaps();
     mSide = hasGaps ? Side::unknown : Side::above;
   } else if (square.bits > HeightTile::LEAST_BITS) {
     visitParts(crossings, span, square);
@@ -202,20 +200,20 @@ void RasterWalk::visitMeshes(Crossings const& crossings, Span const& whole, Mesh
 
 // Along the way the gap over a bilinear patch is a quadratic function.
 void RasterWalk::visitMesh(Way const& way, Span const& span, std::int64_t column, std::int64_t row) {
-  std::array<float, 4> const heights = corners(column, row);
+  std::array<float, 4> const heights = mTiles.corners({column, row});
   if (std::isnan((heights[0] + heights[1]) + (heights[2] + heights[3]))) {
     visitHole(way, span, column, row);
     return;
   }
-  Patch const patch(heights);
-  double const u = way.at(span.first, &MeshPoint::x) - static_cast<double>(column);
-  double const v = way.at(span.first, &MeshPoint::y) - static_cast<double>(row);
+  auto const corner = [&heights](std::size_t i) { return static_cast<double>(heights[i]); };
+  Patch const patch = patchOf(corner(0), corner(1), corner(2), corner(3));
   double const length = span.last - span.first;
-  double const du = length * way.step.x;
-  double const dv = length * way.step.y;
-  // f0 + s linear + s² bend, with s from 0 to 1.
-  double const f0 = way.at(span.first, &MeshPoint::z) - patch.height(u, v);
-  if (!(f0 > 0.0)) {
+  GapOf<double> const clearance = gapOver(patch,
+                                          MeshPoint{way.at(span.first, &MeshPoint::x) - static_cast<double>(column),
+                                                    way.at(span.first, &MeshPoint::y) - static_cast<double>(row),
+                                                    way.at(span.first, &MeshPoint::z)},
+                                          MeshPoint{length * way.step.x, length * way.step.y, length * way.step.z});
+  if (!(clearance.start > 0.0)) {
     if (mSide == Side::above) {
       setMeeting(span.first, {column, row}, &patch);
     }
@@ -223,25 +221,22 @@ void RasterWalk::visitMesh(Way const& way, Span const& span, std::int64_t column
     return;
   }
   mSide = Side::above;
-  double const linear = length * way.step.z - patch.step(u, v, du, dv);
-  double const bend = -patch.twist * du * dv;
-  double const f2 = f0 + (linear + bend);
-  double const discriminant = linear * linear - 4.0 * bend * f0;
-  if (discriminant < 0.0 || !(f2 <= 0.0 || (linear < 0.0 && bend > 0.0))) {
+  double const end = clearance.end();
+  double const discriminant = clearance.discriminant();
+  if (discriminant < 0.0 || !(end <= 0.0 || (clearance.linear < 0.0 && clearance.bend > 0.0))) {
     return;
   }
-  // The smaller positive root, in the form that doesn't cancel.
-  double const s = 2.0 * f0 / (-linear + std::sqrt(discriminant));
+  double const s = clearance.root(discriminant);
   if (s >= 0.0 && s <= 1.0) {
     setMeeting(span.first + s * length, {column, row}, &patch);
-  } else if (f2 <= 0.0) {
+  } else if (end <= 0.0) {
     setMeeting(span.last, {column, row}, &patch);
   }
 }
 
 // In steps; between one above and one below, by halving. The edge of a hole isn't on the surface.
 void RasterWalk::visitHole(Way const& way, Span const& span, std::int64_t column, std::int64_t row) {
-  mTile = nullptr;
+  mTiles.forget();
   double above = span.first;
   for (int i = 0; i <= HOLE_STEPS; ++i) {
     double const w = span.first + (span.last - span.first) * i / HOLE_STEPS;
@@ -290,60 +285,6 @@ double RasterWalk::gap(Way const& way, double w) const {
   double const row = way.at(w, &MeshPoint::y) - 0.5;
   geo::XYZPoint const position{g[0] + g[1] * column + g[2] * row, g[3] + g[4] * column + g[5] * row, 0.0};
   return way.at(w, &MeshPoint::z) - mSurface.height(position);
-}
-
-std::int64_t RasterWalk::columnAt(double x) const {
-  return static_cast<std::int64_t>(std::clamp(x, 0.0, mLastColumn));
-}
-
-std::int64_t RasterWalk::rowAt(double y) const {
-  return static_cast<std::int64_t>(std::clamp(y, 0.0, mLastRow));
-}
-
-// By the one to four squares of a size that hold them all.
-dsm::HeightExtent RasterWalk::extent(MeshBox const& box) {
-  std::int64_t const firstColumn = columnAt(box.leastX);
-  std::int64_t const lastColumn = columnAt(box.greatestX);
-  std::int64_t const firstRow = rowAt(box.leastY);
-  std::int64_t const lastRow = rowAt(box.greatestY);
-  auto const size = static_cast<std::uint64_t>(std::max(lastColumn - firstColumn, lastRow - firstRow));
-  auto const bits = std::max(static_cast<unsigned>(std::bit_width(size)), HeightTile::LEAST_BITS);
-  dsm::HeightExtent extent;
-  for (std::int64_t row = firstRow >> bits; row <= lastRow >> bits; ++row) {
-    for (std::int64_t column = firstColumn >> bits; column <= lastColumn >> bits; ++column) {
-      extent.add(this->extent(Square{bits, column, row}));
-    }
-  }
-  return extent;
-}
-
-dsm::HeightExtent const& RasterWalk::extent(Square const& square) {
-  if (square.bits > HeightTile::MESH_BITS) {
-    return mRaster.extent(square.bits, static_cast<std::uint64_t>(square.column),
-                          static_cast<std::uint64_t>(square.row));
-  }
-  unsigned const above = HeightTile::MESH_BITS - square.bits;
-  std::int64_t const inTile = (std::int64_t{1} << above) - 1;
-  return tile(square.column >> above, square.row >> above)
-      .extent(square.bits, static_cast<std::size_t>(square.column & inTile),
-              static_cast<std::size_t>(square.row & inTile));
-}
-
-std::array<float, 4> RasterWalk::corners(std::int64_t column, std::int64_t row) {
-  constexpr std::int64_t IN_TILE = HeightTile::MESHES - 1;
-  HeightTile const& of = tile(column >> HeightTile::MESH_BITS, row >> HeightTile::MESH_BITS);
-  auto const x = static_cast<std::size_t>(column & IN_TILE);
-  auto const y = static_cast<std::size_t>(row & IN_TILE);
-  return {of.at(x, y), of.at(x + 1, y), of.at(x, y + 1), of.at(x + 1, y + 1)};
-}
-
-dsm::HeightTile const& RasterWalk::tile(std::int64_t column, std::int64_t row) {
-  if (mTile == nullptr || mTileColumn != column || mTileRow != row) {
-    mTile = &mRaster.tile(static_cast<std::uint64_t>(column), static_cast<std::uint64_t>(row));
-    mTileColumn = column;
-    mTileRow = row;
-  }
-  return *mTile;
 }
 
 }  // namespace kes::detail

@@ -10,67 +10,50 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 namespace kes::detail {
 
 namespace {
 
-constexpr double HEIGHT_MARGIN = 1.0;            // metres beyond the lowest and the highest height
-constexpr double DEPTH_MARGIN = 64.0;            // metres beyond what is guessed
-constexpr double BEND = 1e-3;                    // cells, and metres, that a chord may depart
-constexpr double SHORTEST_CHORD = 1.0 / 4096.0;  // of the whole path
-constexpr double CLEARANCE = 1e-3;               // metres beyond the heights near a path
-constexpr int MOST_NARROWINGS = 6;
-constexpr double FEW_MESHES = 2.0;  // are walked as they are
-constexpr double MOST_STEP = 0.1;   // metres of depth from a chord to its parabola
-constexpr double CLOSED = 1e-4;     // metres
+constexpr double HEIGHT_MARGIN = 1.0;  // metres beyond the lowest and the highest height
+constexpr double CLEARANCE = 1e-3;     // metres beyond the heights near a path
 constexpr int CLOSING_PASSES = 30;
 constexpr int PATH_PASSES = 20;
 constexpr double EARTH_RADIUS = 6378137.0;
 constexpr double PI = 3.14159265358979323846;
 
+MeshPoint inPatch(MeshPoint const& p, RasterWalk::Meeting const& meeting) {
+  return {p.x - static_cast<double>(meeting.column), p.y - static_cast<double>(meeting.row), p.z};
+}
+
 }  // namespace
 
-MeshPoint SurfaceRays::Path::at(double w) const {
-  return {from.x + w * (linear.x + w * bend.x), from.y + w * (linear.y + w * bend.y),
-          from.z + w * (linear.z + w * bend.z)};
-}
-
-MeshPoint SurfaceRays::Path::slope(double w) const {
-  return {linear.x + 2.0 * w * bend.x, linear.y + 2.0 * w * bend.y, linear.z + 2.0 * w * bend.z};
-}
-
-// By steps of its chord.
-double SurfaceRays::Path::partAt(double height) const {
-  double w = (height - from.z) * perLinear;
-  for (int pass = 0; pass < 2; ++pass) {
-    w -= (from.z + w * (linear.z + w * bend.z) - height) * perLinear;
-  }
-  return w;
-}
-
 SurfaceRays::SurfaceRays(SurfaceSource const& surface, Converter toSurface)
-    : mSurface(surface), mToSurface(std::move(toSurface)), mCutter(mToSurface, surface.system()),
-      mUnit(surface.system().platform().verticalUnits().getScale()) {
+    : mSurface(surface), mToSurface(std::move(toSurface)), mCutter(mToSurface, surface.system()) {
   dsm::RasterElevationSource const* const raster = surface.raster();
   if (raster == nullptr) {
     return;
   }
   mWalk.emplace(surface);
   auto const& grid = raster->grid();
-  mGeo = grid.geoTransform;
-  double const determinant = mGeo[1] * mGeo[5] - mGeo[2] * mGeo[4];
-  mInverse = {mGeo[5] / determinant, -mGeo[2] / determinant, -mGeo[4] / determinant, mGeo[1] / determinant};
+  auto const& g = grid.geoTransform;
+  double const determinant = g[1] * g[5] - g[2] * g[4];
+  mFrame.geo = g;
+  mFrame.inverse = {g[5] / determinant, -g[2] / determinant, -g[4] / determinant, g[1] / determinant};
   // Some projections go around the globe, too.
-  mTurn = grid.fullTurn != 0.0 ? grid.fullTurn
-                               : 2.0 * PI * EARTH_RADIUS / surface.system().platform().horizontalUnits().getScale();
-  mMiddle = 0.5 * (raster->bounds().minimum.x + raster->bounds().maximum.x);
+  mFrame.turn = grid.fullTurn != 0.0
+                    ? grid.fullTurn
+                    : 2.0 * PI * EARTH_RADIUS / surface.system().platform().horizontalUnits().getScale();
+  mFrame.middle = 0.5 * (raster->bounds().minimum.x + raster->bounds().maximum.x);
+  mFrame.unit = surface.system().platform().verticalUnits().getScale();
+  mFrame.origin = mCutter.origin();
+  mFrame.clearance = CLEARANCE / mFrame.unit;
   if (auto const range = surface.heightRange()) {
     mHasHeights = true;
-    mClearance = CLEARANCE / mUnit;
-    mLowest = range->lowest - HEIGHT_MARGIN / mUnit;
-    mHighest = range->highest + HEIGHT_MARGIN / mUnit;
+    mFrame.lowest = range->lowest - HEIGHT_MARGIN / mFrame.unit;
+    mFrame.highest = range->highest + HEIGHT_MARGIN / mFrame.unit;
   }
 }
 
@@ -88,32 +71,62 @@ void SurfaceRays::firstHits(std::span<LineOfSight const> lines, std::span<SightE
     return;
   }
   std::size_t const count = lines.size();
-  mDepths.resize(count);
+  mBegins.resize(count);
+  mLengths.resize(count);
   mPlaces.resize(3 * count);
-  for (std::size_t i = 0; i < count; ++i) {
-    mDepths[i] = depths(lines[i]);
-    for (std::size_t k = 0; k < 3; ++k) {
-      mPlaces[k * count + i] = lines[i].at(mDepths[i][k]);
-    }
-  }
+  soundInLanes(mFrame, {lines.data(), count, mBegins.data(), mLengths.data(), mPlaces.data()});
   mToSurface(mPlaces, mPlaces);
-  // Step by step for all lines, so that the processor can go on with the next one while one waits.
-  mPaths.resize(count);
-  for (std::size_t i = 0; i < count; ++i) {
-    setPath(mDepths[i], mPlaces[i], mPlaces[count + i], mPlaces[2 * count + i], mPaths[i]);
-    cut(lines[i], mPaths[i]);
+  mWalk->tiles().forget();
+  mRest.resize(count);
+  if (mWalk->isRing() || count == 1) {
+    std::iota(mRest.begin(), mRest.end(), 0U);
+  } else {
+    meetInLanes(lines, ends);
   }
-  mWalk->forgetTile();
-  if (!mWalk->isRing()) {
-    for (Path& path : mPaths) {
+  meetSingly(lines, ends);
+}
+
+void SurfaceRays::meetInLanes(std::span<LineOfSight const> lines, std::span<SightEnd> ends) {
+  std::size_t const count = lines.size();
+  SightMeetings meetings{};
+  for (std::size_t f = 0; f < mFields.size(); ++f) {
+    mFields[f].resize(count + mostLanes);
+    meetings.fields[f] = mFields[f].data();
+  }
+  mMeetingLines.resize(count);
+  mMeetingPlaces.resize(count + mostLanes);
+  meetings.lines = mMeetingLines.data();
+  meetings.places = mMeetingPlaces.data();
+  mRest.resize(walkInLanes(mFrame, mWalk->tiles(),
+                           {lines.data(), count, mBegins.data(), mLengths.data(), mPlaces.data()}, meetings,
+                           mRest.data()));
+  std::span const places(mMeetingPlaces.data(), meetings.size);
+  mToSurface(places, places);
+  mOpenMeetings.resize(meetings.size);
+  std::size_t const left = closeInLanes(mFrame, meetings, ends.data(), mOpenMeetings.data());
+  for (std::size_t n = 0; n < left; ++n) {
+    std::size_t const met = mOpenMeetings[n];
+    std::size_t const i = meetings.lines[met];
+    ends[i] = closedBySecants(lines[i], meetings.fields[SightMeetings::depth][met],
+                              meetings.fields[SightMeetings::part][met]);
+  }
+}
+
+// Those that are left.
+void SurfaceRays::meetSingly(std::span<LineOfSight const> lines, std::span<SightEnd> ends) {
+  std::size_t const count = lines.size();
+  mWalk->tiles().forget();
+  mHits.clear();
+  for (std::size_t const i : mRest) {
+    Path path;
+    setPath({mBegins[i], mLengths[i]}, mPlaces[i], mPlaces[count + i], mPlaces[2 * count + i], path);
+    cut(lines[i], path);
+    if (!mWalk->isRing()) {
       narrow(path);
     }
-  }
-  mHits.clear();
-  for (std::size_t i = 0; i < count; ++i) {
     Hit& hit = mHits.emplace_back();
     hit.line = i;
-    if (!walk(mPaths[i], hit)) {
+    if (!walk(path, hit)) {
       mHits.pop_back();
     }
   }
@@ -128,48 +141,31 @@ void SurfaceRays::firstHits(std::span<LineOfSight const> lines, std::span<SightE
   }
 }
 
-SurfaceRays::Depths SurfaceRays::depths(LineOfSight const& line) const {
-  double const half = 0.5 * (mHighest - mLowest) * mUnit + DEPTH_MARGIN;
-  double const middle = mCutter.guess(line, 0.5 * (mHighest + mLowest));
-  if (middle - half >= 0.0) {
-    return {middle - half, middle, middle + half};
-  }
-  double const last = std::max(middle + half, DEPTH_MARGIN);
-  return {0.0, 0.5 * last, last};
-}
-
 // Of the longitudes that are whole turns apart, the nearest to another one.
 double SurfaceRays::nearest(double x, double middle) const {
-  return std::fabs(x - middle) <= 0.5 * mTurn ? x : x - mTurn * std::round((x - middle) / mTurn);
+  return std::fabs(x - middle) <= 0.5 * mFrame.turn ? x : x - mFrame.turn * std::round((x - middle) / mFrame.turn);
 }
 
 MeshPoint SurfaceRays::meshPoint(geo::XYZPoint const& position, double middle) const {
-  double const x = nearest(position.x, middle) - mGeo[0];
-  double const y = position.y - mGeo[3];
-  return {mInverse[0] * x + mInverse[1] * y + 0.5, mInverse[2] * x + mInverse[3] * y + 0.5, position.z};
+  return meshPointOf<MeshPoint>(mFrame.geo, mFrame.inverse, nearest(position.x, middle), position.y, position.z);
 }
 
 void SurfaceRays::setPath(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle,
                           geo::XYZPoint const& bottom, Path& path) const {
-  double const x = nearest(middle.x, mMiddle);
-  MeshPoint const a = meshPoint(top, x);
-  MeshPoint const m = meshPoint(middle, x);
-  MeshPoint const b = meshPoint(bottom, x);
-  path.begin = depths[0];
-  path.length = depths[2] - depths[0];
-  path.from = a;
-  path.bend = {2.0 * (a.x - 2.0 * m.x + b.x), 2.0 * (a.y - 2.0 * m.y + b.y), 2.0 * (a.z - 2.0 * m.z + b.z)};
-  path.linear = {b.x - a.x - path.bend.x, b.y - a.y - path.bend.y, b.z - a.z - path.bend.z};
-  path.perLinear = 1.0 / path.linear.z;
+  double const x = nearest(middle.x, mFrame.middle);
+  static_cast<ParabolaOf<double, MeshPoint>&>(path) =
+      parabolaThrough<double>(meshPoint(top, x), meshPoint(middle, x), meshPoint(bottom, x));
+  path.begin = depths.begin;
+  path.length = depths.length;
 }
 
 // To what is between the heights of the raster and below the camera; where a path is too far away from these, the line
 // is sounded again. Where nothing remains, the path ends before it begins.
 void SurfaceRays::cut(LineOfSight const& line, Path& path) {
   for (int pass = 0; pass < PATH_PASSES; ++pass) {
-    double const top = path.partAt(mHighest);
+    double const top = path.partAt(mFrame.highest);
     double const first = path.begin + top * path.length < 0.0 ? -path.begin / path.length : top;
-    double const last = path.partAt(mLowest);
+    double const last = path.partAt(mFrame.lowest);
     path.first = 1.0;
     path.last = 0.0;
     if (!(last > first) || !isFinite(path.at(first)) || !isFinite(path.at(last))) {
@@ -180,11 +176,10 @@ void SurfaceRays::cut(LineOfSight const& line, Path& path) {
       path.last = last;
       return;
     }
-    double const begin = std::max(path.begin + first * path.length - DEPTH_MARGIN, 0.0);
-    double const end = path.begin + last * path.length + DEPTH_MARGIN;
-    Depths const depths{begin, 0.5 * (begin + end), end};
-    setPath(depths, mToSurface(line.at(depths[0])), mToSurface(line.at(depths[1])), mToSurface(line.at(depths[2])),
-            path);
+    double const begin = std::max(path.begin + first * path.length - SightFrame::depthMargin, 0.0);
+    double const end = path.begin + last * path.length + SightFrame::depthMargin;
+    setPath({begin, end - begin}, mToSurface(line.at(begin)), mToSurface(line.at(0.5 * (begin + end))),
+            mToSurface(line.at(end)), path);
   }
 }
 
@@ -192,19 +187,21 @@ void SurfaceRays::cut(LineOfSight const& line, Path& path) {
 void SurfaceRays::narrow(Path& path) {
   double const bulgeX = 0.25 * std::fabs(path.bend.x);
   double const bulgeY = 0.25 * std::fabs(path.bend.y);
-  for (int pass = 0; pass < MOST_NARROWINGS && path.first < path.last; ++pass) {
+  for (int pass = 0; pass < SightFrame::mostNarrowings && path.first < path.last; ++pass) {
     MeshPoint const a = path.at(path.first);
     MeshPoint const b = path.at(path.last);
-    if (std::fabs(b.x - a.x) + std::fabs(b.y - a.y) <= FEW_MESHES) {
+    if (std::fabs(b.x - a.x) + std::fabs(b.y - a.y) <= SightFrame::fewMeshes) {
       return;
     }
-    dsm::HeightExtent const extent = mWalk->extent({std::min(a.x, b.x) - bulgeX, std::max(a.x, b.x) + bulgeX,
-                                                    std::min(a.y, b.y) - bulgeY, std::max(a.y, b.y) + bulgeY});
+    RasterTiles& tiles = mWalk->tiles();
+    dsm::HeightExtent const extent = tiles.extent(
+        RasterTiles::Meshes{tiles.columnAt(std::min(a.x, b.x) - bulgeX), tiles.columnAt(std::max(a.x, b.x) + bulgeX),
+                            tiles.rowAt(std::min(a.y, b.y) - bulgeY), tiles.rowAt(std::max(a.y, b.y) + bulgeY)});
     auto const highest = static_cast<double>(extent.highest);
     auto const lowest = static_cast<double>(extent.lowest);
     double const length = path.last - path.first;
-    double const first = path.partAt(highest + mClearance);
-    double const last = path.partAt(lowest - mClearance);
+    double const first = path.partAt(highest + mFrame.clearance);
+    double const last = path.partAt(lowest - mFrame.clearance);
     path.first = path.heightAt(first) > highest ? std::max(path.first, first) : path.first;
     path.last = path.heightAt(last) < lowest ? std::min(path.last, last) : path.last;
     if (extent.isEmpty() || !(path.last - path.first < 0.5 * length)) {
@@ -215,8 +212,8 @@ void SurfaceRays::narrow(Path& path) {
 
 bool SurfaceRays::walk(Path const& path, Hit& hit) {
   // A chord over a part of a parabola departs from it by a quarter of its bend times the part squared.
-  double const most = std::max({std::fabs(path.bend.x), std::fabs(path.bend.y), std::fabs(path.bend.z) * mUnit});
-  double const chord = std::max(std::sqrt(4.0 * BEND / most), SHORTEST_CHORD);
+  double const chord =
+      std::max(std::sqrt(4.0 * SightFrame::bend / path.greatestBend(mFrame.unit)), SightFrame::shortestChord);
   mWalk->begin();
   double w = path.first;
   while (w < path.last && !mWalk->isUnder()) {
@@ -238,11 +235,8 @@ void SurfaceRays::setHit(Path const& path, double first, double last, Hit& hit) 
   double w = first + meeting.w * (last - first);
   MeshPoint const slope = path.slope(w);
   if (meeting.hasPatch) {
-    MeshPoint const p = path.at(w);
-    double const u = p.x - static_cast<double>(meeting.column);
-    double const v = p.y - static_cast<double>(meeting.row);
-    double const step = (meeting.patch.height(u, v) - p.z) / (slope.z - meeting.patch.step(u, v, slope.x, slope.y));
-    w += std::fabs(step) * path.length < MOST_STEP ? step : 0.0;
+    double const step = stepToPatch(meeting.patch, inPatch(path.at(w), meeting), slope);
+    w += std::fabs(step) * path.length < SightFrame::mostStep ? step : 0.0;
   }
   double const perDepth = 1.0 / path.length;
   hit.depth = path.begin + w * path.length;
@@ -254,16 +248,15 @@ void SurfaceRays::setHit(Path const& path, double first, double last, Hit& hit) 
 void SurfaceRays::close(LineOfSight const& line, Hit const& hit, geo::XYZPoint const& place, SightEnd& end) {
   if (hit.meeting.hasPatch) {
     Patch const& patch = hit.meeting.patch;
-    MeshPoint const p = meshPoint(place, mMiddle);
-    double const u = p.x - static_cast<double>(hit.meeting.column);
-    double const v = p.y - static_cast<double>(hit.meeting.row);
-    double const rest = p.z - patch.height(u, v);
-    if (u >= 0.0 && u <= 1.0 && v >= 0.0 && v <= 1.0 && std::fabs(rest) * mUnit <= CLOSED) {
-      double const step = -rest / (hit.slope.z - patch.step(u, v, hit.slope.x, hit.slope.y));
-      double const s = std::fabs(step) <= CLOSED ? step : 0.0;
+    MeshPoint const p = inPatch(meshPoint(place, mFrame.middle), hit.meeting);
+    double const rest = p.z - patch.height(p.x, p.y);
+    bool const isInPatch = p.x >= 0.0 && p.x <= 1.0 && p.y >= 0.0 && p.y <= 1.0;
+    if (isInPatch && std::fabs(rest) * mFrame.unit <= SightFrame::closed) {
+      double const step = stepToPatch(patch, p, hit.slope);
+      double const s = std::fabs(step) <= SightFrame::closed ? step : 0.0;
       end.depth = hit.depth + s;
-      end.place.x = place.x + s * (mGeo[1] * hit.slope.x + mGeo[2] * hit.slope.y);
-      end.place.y = place.y + s * (mGeo[4] * hit.slope.x + mGeo[5] * hit.slope.y);
+      end.place.x = place.x + s * (mFrame.geo[1] * hit.slope.x + mFrame.geo[2] * hit.slope.y);
+      end.place.y = place.y + s * (mFrame.geo[4] * hit.slope.x + mFrame.geo[5] * hit.slope.y);
       end.place.z = place.z + s * hit.slope.z;
       end.status = Status::ok;
       return;
@@ -274,7 +267,7 @@ void SurfaceRays::close(LineOfSight const& line, Hit const& hit, geo::XYZPoint c
 
 // Metres above the surface; NaN where there is none.
 double SurfaceRays::gap(SightEnd const& end) const {
-  return (end.place.z - mSurface.height(end.place)) * mUnit;
+  return (end.place.z - mSurface.height(end.place)) * mFrame.unit;
 }
 
 // From what the walk found on; where it leaves the neighbourhood or ends in a hole, what the walk found is kept.
@@ -282,7 +275,7 @@ SightEnd SurfaceRays::closedBySecants(LineOfSight const& line, double depth, dou
   double const reach = 1e-2 * part + 1.0;
   SightEnd best = endAt(line, depth);
   double bestRest = gap(best);
-  if (std::fabs(bestRest) <= CLOSED || std::isnan(bestRest)) {
+  if (std::fabs(bestRest) <= SightFrame::closed || std::isnan(bestRest)) {
     return best;
   }
   double a = depth;
@@ -298,7 +291,7 @@ SightEnd SurfaceRays::closedBySecants(LineOfSight const& line, double depth, dou
       best = endB;
       bestRest = restB;
     }
-    if (std::fabs(restB) <= CLOSED || restB == restA) {
+    if (std::fabs(restB) <= SightFrame::closed || restB == restA) {
       break;
     }
     double const next = b - restB * (b - a) / (restB - restA);

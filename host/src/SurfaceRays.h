@@ -7,12 +7,15 @@
 #include "HeightCutter.h"
 #include "LineOfSight.h"
 #include "RasterWalk.h"
+#include "SightFormulas.h"
 #include "SurfaceSource.h"
+#include "WalkKernels.h"
 
 #include <geo/XYZPoint.h>
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <vector>
@@ -24,7 +27,7 @@ namespace kes::detail {
 /// On its way over a raster, the change of a line from the local to the surface's system is a parabola through three
 /// positions: it follows the Earth's curvature, and departs from it by far less than a cell. `RasterWalk` goes along it
 /// in straight parts. The place that was found is then closed with the change itself, to a tenth of a millimetre of
-/// height.
+/// height. Lines that need nothing else go this way in lanes, the others one after the other, with the same bits.
 class SurfaceRays {
 public:
   /// The caller keeps the surface. `toSurface` converts from the lines' local system to the surface's own.
@@ -34,24 +37,16 @@ public:
   void firstHits(std::span<LineOfSight const> lines, std::span<SightEnd> ends);
 
 private:
-  /// Depths above, within and below the heights of the raster.
-  using Depths = std::array<double, 3>;
-  /// A part of a line of sight, p(w) = from + w linear + w² bend, with w proportional to the depth; what may meet the
-  /// surface goes from `first` to `last`.
-  struct Path {
+  /// What may meet the surface goes from `first` to `last`.
+  struct Path : ParabolaOf<double, MeshPoint> {
     double begin = 0.0;  // depths
     double length = 0.0;
-    MeshPoint from;
-    MeshPoint linear;
-    MeshPoint bend;
-    double perLinear = 0.0;  // of the height
     double first = 1.0;
     double last = 0.0;
-    MeshPoint at(double w) const;
-    MeshPoint slope(double w) const;
-    double heightAt(double w) const { return from.z + w * (linear.z + w * bend.z); }
-    /// Where it has a height, near the place that its chord has it.
-    double partAt(double height) const;
+  };
+  struct Depths {
+    double begin;
+    double length;
   };
   /// What the walk found.
   struct Hit {
@@ -62,7 +57,8 @@ private:
     RasterWalk::Meeting meeting;
   };
 
-  Depths depths(LineOfSight const& line) const;
+  void meetInLanes(std::span<LineOfSight const> lines, std::span<SightEnd> ends);
+  void meetSingly(std::span<LineOfSight const> lines, std::span<SightEnd> ends);
   void setPath(Depths const& depths, geo::XYZPoint const& top, geo::XYZPoint const& middle, geo::XYZPoint const& bottom,
                Path& path) const;
   void cut(LineOfSight const& line, Path& path);
@@ -80,21 +76,20 @@ private:
   Converter mToSurface;
   HeightCutter mCutter;
   std::optional<RasterWalk> mWalk;
-  double mUnit;  // of heights, metres
-  // From columns and rows, and back.
-  std::array<double, 6> mGeo{};
-  std::array<double, 4> mInverse{};
-  double mTurn = 0.0;  // a full turn of longitude in the raster's unit
-  double mMiddle = 0.0;
-  double mLowest = 0.0;
-  double mHighest = 0.0;
-  double mClearance = 0.0;
+  SightFrame mFrame;
   bool mHasHeights = false;
   // Of a call.
   std::vector<double> mHeights;
-  std::vector<Depths> mDepths;
+  std::vector<double> mBegins;
+  std::vector<double> mLengths;
   std::vector<geo::XYZPoint> mPlaces;
-  std::vector<Path> mPaths;
+  std::vector<std::uint32_t> mRest;
+  // What lanes meet.
+  std::array<std::vector<double>, SightMeetings::fieldCount> mFields;
+  std::vector<std::uint32_t> mMeetingLines;
+  std::vector<geo::XYZPoint> mMeetingPlaces;
+  std::vector<std::uint32_t> mOpenMeetings;
+  // What is met otherwise.
   std::vector<Hit> mHits;
 };
 

@@ -5,6 +5,7 @@
 
 #include "LineTable.h"
 #include "OrientationTable.h"
+#include "Scalars.h"
 #include "SensorLine.h"
 
 #include <geo/XYPoint.h>
@@ -37,10 +38,6 @@ struct Pose {
   geo::XYZPoint centre;
   double shift;  ///< Metres along the focal x.
 };
-
-inline double same(double, double value) {
-  return value;
-}
 
 #include "ViewFormulas-inl.h"
 

@@ -35,18 +35,23 @@ inline std::vector<InstructionSet> instructionSets() {
   return sets;
 }
 
-/// Lets the kernels of a test use one instruction set.
-class WithInstructionSet : public testing::TestWithParam<InstructionSet> {
-protected:
-  WithInstructionSet() { choose(GetParam().target); }
-  ~WithInstructionSet() override { choose(0); }
-  WithInstructionSet(WithInstructionSet const&) = delete;
-  WithInstructionSet& operator=(WithInstructionSet const&) = delete;
+/// Lets the kernels use one instruction set for as long as it lives.
+class ChosenInstructionSet {
+public:
+  explicit ChosenInstructionSet(InstructionSet const& set) { choose(set.target); }
+  ~ChosenInstructionSet() { choose(0); }
+  ChosenInstructionSet(ChosenInstructionSet const&) = delete;
+  ChosenInstructionSet& operator=(ChosenInstructionSet const&) = delete;
 
+private:
   static void choose(std::int64_t target) {
     hwy::SetSupportedTargetsForTest(target);
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());
   }
+};
+
+class WithInstructionSet : public testing::TestWithParam<InstructionSet> {
+  ChosenInstructionSet mChosen{GetParam()};
 };
 
 }  // namespace test

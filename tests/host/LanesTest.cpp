@@ -5,7 +5,10 @@
 #include "LaneKernels.h"
 #include "PreparedBand.h"
 #include "RandomStrips.h"
+#include "support/Bytes.h"
 #include "support/Matchers.h"
+#include "support/SmallStrip.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -369,6 +372,26 @@ TEST_P(Lanes, ReturnAllThatCallsForSinglePositionsReturn) {
         }
       }
     }
+  }
+}
+
+// Each of 100 lines then takes more than 50 records of the orientation.
+TEST(LaneTables, AreEmptyWhereTimesGoBackAndForth) {
+  for (bool const isSteady : {true, false}) {
+    test::TempFolder const folder;
+    test::SmallStrip small;
+    small.sensorId = isSteady ? "SteadyTimes" : "JaggedTimes";
+    kes::StripOptions options;
+    options.calibrations = {folder / "calibration"};
+    std::string const file = small.write(folder);
+    test::Bytes times;
+    for (int line = 0; line < small.lines; ++line) {
+      double const jump = line % 2 == 0 ? -0.9 : 1.9;
+      times << test::SmallStrip::startTime + (isSteady ? small.cycleTime * line : jump);
+    }
+    folder.file("PANN00A.ctg", times.str());
+    kes::Strip const strip(file, options);
+    EXPECT_EQ(Prepared(strip, "PANN00A").tables.isEmpty(), !isSteady);
   }
 }
 

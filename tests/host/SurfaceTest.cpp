@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <vector>
 
 namespace {
 
@@ -85,6 +86,57 @@ TEST_F(SurfaceHit, HolesAndTheWorldBeyondTheRasterHaveNoSurface) {
   EXPECT_EQ(hit("PANN00A", {50.0, 40.0}, surface).status, Status::ok);
   EXPECT_EQ(hit("PANN00A", {-300.0, 40.0}, surface).status, Status::noSurface);
   EXPECT_TRUE(std::isnan(hit("PANN00A", {50.0, 99.0}, surface).position.x));
+}
+
+// A pit of 100 km makes the path of each ray as long, so that three places on it are far from all of it.
+TEST_F(SurfaceHit, LongPathsEndOnTheSurface) {
+  mRaster.type = GDT_Float32;
+  mRaster.fill([&](int column, int row) {
+    return column == 119 && row == 119 ? -1e5 : groundHeight() + 10.0 * std::sin(0.3 * column + 0.2 * row);
+  });
+  kes::Surface const surface = this->surface();
+  auto const image = test::imagePoints(mStrip->band("PANF27A"), 5, 100);
+  kes::ToGroundOptions options;
+  options.heights = surface;
+  options.system = mMap;
+  auto const together = test::toGround(mStrip->band("PANF27A"), image, options);
+  for (std::size_t i = 0; i < image.size(); ++i) {
+    ASSERT_EQ(together.status[i], Status::ok);
+    ASSERT_LT(std::fabs(above(together.points[i], surface)), 1e-3) << i;
+    ASSERT_LT(std::fabs(above(hit("PANF27A", image[i], surface).position, surface)), 1e-3) << i;
+  }
+}
+
+// A pit of 10 km leaves paths some micrometres beside their lines: enough to see one end above a brink that it passes.
+TEST_F(SurfaceHit, RaysPastABrinkEndBelowIt) {
+  constexpr double DROP = 50.0;
+  double const level = groundHeight() + 10.0;
+  kes::ToGroundOptions atLevel = test::atHeight(level);
+  atLevel.system = mMap;
+  geo::XYPoint const image(50.0, 50.0);
+  double const x = mStrip->band("PANF27A").toGround(image, atLevel).position.x;
+  mRaster.geoTransform[1] = 1.0;
+  mRaster.type = GDT_Float32;
+  mRaster.fill([&](int column, int row) {
+    return column == 119 && row == 119 ? -1e4 : column <= 60 ? level : level - DROP;
+  });
+  int onTop = 0;
+  for (int i = -60; i <= 60; ++i) {
+    // Beyond the centre of cell 60, the ground falls by 50 m within one.
+    mRaster.geoTransform[0] = x + 1e-6 * i - 60.5;
+    kes::Surface const surface = this->surface();
+    std::vector<geo::XYPoint> const twice{image, image};
+    kes::ToGroundOptions options;
+    options.heights = surface;
+    options.system = mMap;
+    auto const together = test::toGround(mStrip->band("PANF27A"), twice, options);
+    auto const alone = hit("PANF27A", image, surface);
+    ASSERT_LT(std::fabs(above(together.points[0], surface)), 1e-4) << i;
+    ASSERT_LT(std::fabs(above(alone.position, surface)), 1e-4) << i;
+    onTop += alone.position.z > level - 1e-4 ? 1 : 0;
+  }
+  EXPECT_GT(onTop, 40);
+  EXPECT_LT(onTop, 110);
 }
 
 TEST_F(SurfaceHit, SurfaceAboveTheCameraIsNotMet) {
