@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "common/XmlElement.h"
+#include "files/formats/ProjectFiles.h"
 #include "project/BadCalibration.h"
 #include "project/ImageReader.h"
 #include "project/ProjectFile.h"

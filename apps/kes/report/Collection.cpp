@@ -122,7 +122,7 @@ public:
   }
 
   Report collect() {
-    Progress progress("report");
+    Progress progress("reporting", mOptions.progress);
     StripSet({mOptions.file}, opening()).forEach([&](kes::Strip const& strip, kes::Block const* block) {
       mOptions.orientation.check(strip);
       add(strip, block);
@@ -165,7 +165,7 @@ private:
 
   void startMap(kes::Strip const& strip, kes::Block const* block) {
     mMap.emplace(mapOf(strip, block),
-                 mOptions.dem.empty() ? std::nullopt : std::optional(kes::Surface::raster(mOptions.dem)));
+                 mOptions.dem.isGiven() ? std::optional(mOptions.dem.open()) : std::nullopt);
     if (!mControl) {
       return;
     }

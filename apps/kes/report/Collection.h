@@ -4,7 +4,9 @@
 #pragma once
 
 #include "report/Report.h"
+#include "shared/ElevationModel.h"
 #include "shared/Options.h"
+#include "shared/Progress.h"
 
 #include <string>
 
@@ -14,7 +16,8 @@ struct ReportOptions {
   std::string file;  ///< The block or strip.
   CameraOptions camera;
   OrientationOption orientation;
-  std::string dem;  ///< Empty for none.
+  ElevationModelOptions dem;
+  ProgressOption progress;
   MapOptions map;
   std::string points;     ///< Empty: those of the block or near the strip, if there are any.
   std::string pointsCrs;  ///< Empty: see `GroundControl::systemFor`.

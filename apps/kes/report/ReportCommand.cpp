@@ -33,8 +33,8 @@ void requireOutput(std::string const& name, ReportOptions const& options) {
   guard.check(options.file);
   guard.check(options.points);
   guard.check(options.camera.settings);
-  if (!options.dem.empty()) {
-    guard.checkRaster(options.dem);
+  if (options.dem.isGiven()) {
+    guard.checkRaster(options.dem.file);
   }
   if (!isBlockFile(options.file)) {
     guard.check(openStrip(options.file, options.camera.opening(options.orientation.value())));
@@ -87,8 +87,7 @@ void addReport(CLI::App& app, Run& run) {
   command->add_option("BLOCK|STRIP", options->file, "Block or strip file")->required();
   options->camera.addTo(*command);
   options->orientation.addTo(*command);
-  command->add_option("--dem", options->dem, "Elevation model, any raster that GDAL reads: the ground below the map")
-      ->type_name("FILE");
+  options->dem.addTo(*command, "Elevation model, any raster that GDAL reads: the ground below the map");
   command
       ->add_option(
           "--crs", options->map.crs,
@@ -108,6 +107,7 @@ void addReport(CLI::App& app, Run& run) {
       ->type_name("N")
       ->capture_default_str()
       ->check(CLI::Range(2, 200));
+  options->progress.addTo(*command);
   command->add_option("-o,--output", options->output, "The page (.html); its numbers go to a .json file beside it")
       ->type_name("OUT")
       ->required()

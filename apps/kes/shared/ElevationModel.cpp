@@ -3,7 +3,7 @@
 
 #include "shared/ElevationModel.h"
 
-#include "shared/Output.h"
+#include "shared/Numbers.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <kes/CoordinateSystem.h>
