@@ -55,11 +55,15 @@ std::string rounded(double value) {
   return {text.data(), end};
 }
 
-// GDAL lists items by the order of their texts.
-std::string numbered(std::string const& name, std::size_t index) {
+// In the order of the texts, so that the strips' own doesn't show. GDAL lists items by their names.
+std::vector<std::string> numbered(std::string const& name, std::vector<std::string> texts) {
   constexpr std::size_t digits = 4;
-  std::string const number = std::to_string(index + 1);
-  return name + "_" + std::string(digits - std::min(number.size(), digits), '0') + number;
+  std::sort(texts.begin(), texts.end());
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    std::string const number = std::to_string(i + 1);
+    texts[i].insert(0, name + "_" + std::string(digits - std::min(number.size(), digits), '0') + number + "=");
+  }
+  return texts;
 }
 
 }  // namespace
@@ -160,12 +164,8 @@ std::vector<std::string> OrthoRecord::items() const {
             "KES_CLOSURE_RMS_M=" + rounded(mClosure.rmsMetres()),
             "KES_CLOSURE_MAX_M=" + rounded(mClosure.largestMetres())});
   }
-  for (std::size_t i = 0; i < mStrips.size(); ++i) {
-    items.push_back(numbered("KES_STRIP", i) + "=" + mStrips[i]);
-  }
-  for (std::size_t i = 0; i < mInputs.size(); ++i) {
-    items.push_back(numbered("KES_INPUT", i) + "=" + mInputs[i]);
-  }
+  append(numbered("KES_STRIP", mStrips));
+  append(numbered("KES_INPUT", mInputs));
   return items;
 }
 

@@ -69,7 +69,7 @@ protected:
       write();
     }
     std::vector<int> calls;
-    for (int call = 1; call <= count; call += call < count - 12 ? 17 : 1) {
+    for (int call = 1; call <= count; call += call < count - 12 ? 11 : 1) {
       calls.push_back(call);
     }
     return calls;

@@ -253,7 +253,7 @@ TEST_F(KesOnBlock, FootprintEndsWithTheElevationModel) {
   raster.values.assign(20, 500.0);
   std::string const out = mFolder / "footprints.geojson";
   std::string const strip = addStrip("a.stp", "West");
-  KesRun const result = run({"footprint", strip, "--dem", raster.write(mFolder), "-o", out});
+  KesRun const result = test::kesBesidesDatum({"footprint", strip, "--dem", raster.write(mFolder), "-o", out});
   ASSERT_EQ(result.code, 0) << result.err;
   EXPECT_THAT(result.err, testing::ContainsRegex("^kes: warning: " + strip +
                                                  ": PANN00A: [0-9]+ of 257 points of the outline have no place on the "
