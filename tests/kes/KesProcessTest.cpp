@@ -183,8 +183,13 @@ protected:
         {"simulate", mFlight, "--dem", KESSENSOR_TERRAIN, "--lines", "200", "--samples", "64", "--render", "PANN00A"});
   }
   std::vector<std::string> ortho(std::string const& gsd, std::vector<std::string> const& more = {}) const {
-    std::vector<std::string> arguments{"ortho", mFlight + "/strip.stp", "--band", "PANN00A", "--dem", KESSENSOR_TERRAIN,
-                                       "--crs", "EPSG:32616",           "--gsd",  gsd,       "-o",    mOutput};
+    std::vector<std::string> arguments{"ortho",      mFlight + "/strip.stp",
+                                       "--band",     "PANN00A",
+                                       "--dem",      KESSENSOR_TERRAIN,
+                                       "--vertical", "EPSG:5773",
+                                       "--crs",      "EPSG:32616",
+                                       "--gsd",      gsd,
+                                       "-o",         mOutput};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
   }
