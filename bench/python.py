@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""python.py PEER TERRAIN FOLDER [RUNS]: the Python package beside C++ (the program PEER) on the same million positions, in
-turns: nanoseconds a point, and what a call of one point costs. Both write into arrays that are there. PYTHONPATH has the
-package."""
+"""python.py PEER TERRAIN FOLDER [RUNS]: the Python package beside C++ (the program PEER) on the same million positions,
+in turns: nanoseconds a point, and what a call of one point costs. Both write into arrays that are there. PYTHONPATH has
+the package."""
 
 import json
 import subprocess

@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""Prints the results of the benchmark program: nanoseconds an item, yardsticks an item, and, where a benchmark states them,
-its greatest errors in lines and samples."""
+"""Prints the results of the benchmark program: nanoseconds an item, yardsticks an item, and, where a benchmark states
+them, its greatest errors in lines and samples."""
 
 import json
 import sys

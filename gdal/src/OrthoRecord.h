@@ -21,8 +21,8 @@ public:
   /// Of nothing when the plan wants no record.
   explicit OrthoRecord(OrthoWork const& work);
 
-  /// Adds a strip that is loaded, with its files but the images. Throws std::runtime_error "can't read <file>: " and the
-  /// reason.
+  /// Adds a strip that is loaded, with its files but the images. Throws std::runtime_error "can't read <file>: " and
+  /// the reason.
   void add(kes::Strip const& strip);
   /// Adds the image of a band of the last strip, and a part of the orthophoto in which it may be seen. Throws likewise.
   void add(kes::Band const& band, PixelBox const& part);

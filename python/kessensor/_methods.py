@@ -175,7 +175,8 @@ def _strip_html(strip: Strip) -> str:
 
 def _band_text(band: Band) -> str:
     look = math.degrees(band.look_angle)
-    return f"<Band {band.id}: {band.samples} samples, {band.lines} lines, look {look:.2f}°, GSD {band.nominal_gsd:.3f} m>"
+    size = f"{band.samples} samples, {band.lines} lines"
+    return f"<Band {band.id}: {size}, look {look:.2f}°, GSD {band.nominal_gsd:.3f} m>"
 
 
 def _band_html(band: Band) -> str:
@@ -198,7 +199,9 @@ def _block_html(block: Block) -> str:
 def _system_text(system: CoordinateSystem) -> str:
     """The definition, or the beginning of a long one such as WKT."""
     definition = system.definition
-    return f"CoordinateSystem({definition!r})" if len(definition) <= 80 else f"<CoordinateSystem {definition[:76]!r}...>"
+    if len(definition) > 80:
+        return f"<CoordinateSystem {definition[:76]!r}...>"
+    return f"CoordinateSystem({definition!r})"
 
 
 def _surface_text(surface: Surface) -> str:

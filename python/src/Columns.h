@@ -15,8 +15,8 @@ namespace py = pybind11;
 
 using Shape = std::vector<py::ssize_t>;
 
-/// Numbers from Python, for each point one: an array of any shape and strides, or a single number. float64 is used where
-/// it lies; other real types are converted once. What a masked array masks is NaN.
+/// Numbers from Python, for each point one: an array of any shape and strides, or a single number. float64 is used
+/// where it lies; other real types are converted once. What a masked array masks is NaN.
 class Column {
 public:
   /// Throws TypeError "NAME: expected real numbers, not dtype 'X'".

@@ -101,14 +101,22 @@ void bindOrtho(py::module_& module) {
       arg("resampling") = "cubic", arg("nodata") = 0.0, arg("threads") = 1, arg("progress") = py::none());
 }
 
+/// Options by their names, as far as there are any.
+struct NamedOptions {
+  py::dict const& options;
+
+  template <class Value>
+  void operator()(char const* name, Value& value) const {
+    if (options.contains(name)) {
+      value = py::cast<Value>(options[name]);
+    }
+  }
+};
+
 simulation::FlightPlan flightOf(py::object const& dem, py::dict const& options) {
   simulation::FlightPlan plan;
   plan.dem = pathOf(dem);
-  auto const take = [&](char const* name, auto& value) {
-    if (options.contains(name)) {
-      value = py::cast<std::decay_t<decltype(value)>>(options[name]);
-    }
-  };
+  NamedOptions const take{options};
   take("lines", plan.lines);
   take("samples", plan.samples);
   take("seed", plan.seed);
@@ -140,11 +148,7 @@ std::string simulateBlock(py::object const& folder, py::object const& dem, py::d
   if (!options.contains("lines")) {
     plan.flight.lines = lines;
   }
-  auto const take = [&](char const* name, auto& value) {
-    if (options.contains(name)) {
-      value = py::cast<std::decay_t<decltype(value)>>(options[name]);
-    }
-  };
+  NamedOptions const take{options};
   take("strips", plan.strips);
   take("cross", plan.crossStrips);
   take("overlap", plan.overlap);

@@ -1,8 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "Projection.h"
+
 #include "Columns.h"
 #include "Module.h"
+#include "PointResults.h"
 
 #include <kes/Band.h>
 #include <kes/Parallel.h>
@@ -19,22 +22,7 @@ namespace {
 // Points that are gathered from the caller's arrays, worked on and stored together: they stay in the processor's cache.
 constexpr std::size_t POINTS_PER_PIECE = 8192;
 
-/// What a call has beside its positions.
-struct CallOptions {
-  py::object surface;
-  py::object crs;
-  py::object frame;
-  std::string solver;
-  int threads;
-  bool strict;
-  py::object out;
-
-  std::optional<kes::CoordinateSystem> system() const;
-  kes::Solver chosenSolver() const;
-  bool isOneRun() const {
-    return chosenSolver() == kes::Solver::libraryRun || chosenSolver() == kes::Solver::libraryLanes;
-  }
-};
+}  // namespace
 
 std::optional<kes::CoordinateSystem> CallOptions::system() const {
   std::string const name = frame.is_none() ? "" : py::cast<std::string>(frame);
@@ -65,91 +53,13 @@ kes::Solver CallOptions::chosenSolver() const {
   throw py::value_error("solver is \"" + solver + "\": it must be precise, point, run or vector");
 }
 
+namespace {
+
 void requireThreads(int threads) {
   if (threads < 1) {
     throw py::value_error("threads is " + std::to_string(threads) + ": it must be at least 1");
   }
 }
-
-/// The arrays of results of a call: columns of numbers and one of statuses, new ones or the caller's.
-class Results {
-public:
-  Results(std::vector<char const*> const& names, py::handle out, Shape const& shape) : mShape(shape) {
-    mColumns.reserve(names.size());
-    if (out.is_none()) {
-      for (std::size_t i = 0; i < names.size(); ++i) {
-        mColumns.emplace_back(shape);
-      }
-      setStatus(py::array_t<std::uint8_t>(shape));
-      return;
-    }
-    if (!py::isinstance<py::sequence>(out) || (py::len(out) != names.size() && py::len(out) != names.size() + 1)) {
-      throw py::type_error("out: expected " + std::to_string(names.size()) + " arrays, or " +
-                           std::to_string(names.size() + 1) + " with the status");
-    }
-    auto const arrays = py::reinterpret_borrow<py::sequence>(out);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      mColumns.emplace_back(names[i], py::object(arrays[i]), shape);
-    }
-    setStatus(py::len(out) > names.size() ? statusOf(arrays[names.size()], shape) : py::array_t<std::uint8_t>(shape));
-  }
-
-  Target const& operator[](std::size_t column) const { return mColumns[column]; }
-  std::span<kes::Status> status(std::size_t begin, std::size_t count) const { return {mStatusData + begin, count}; }
-
-  /// A named tuple of the arrays.
-  py::object as(py::handle type) const {
-    py::tuple arguments(mColumns.size() + 1);
-    for (std::size_t i = 0; i < mColumns.size(); ++i) {
-      arguments[i] = mColumns[i].array();
-    }
-    arguments[mColumns.size()] = mStatus;
-    return type(*arguments);
-  }
-
-  /// Throws PointError for the first point without a result.
-  void requireAll() const {
-    std::size_t const count = sizeOf(mShape);
-    for (std::size_t i = 0; i < count; ++i) {
-      if (!kes::hasResult(mStatusData[i])) {
-        throwPointError(i);
-      }
-    }
-  }
-
-private:
-  void setStatus(py::array_t<std::uint8_t> array) {
-    mStatus = std::move(array);
-    mStatusData = reinterpret_cast<kes::Status*>(mStatus.mutable_data());
-  }
-
-  static py::array_t<std::uint8_t> statusOf(py::object const& array, Shape const& shape) {
-    bool const fits = py::isinstance<py::array_t<std::uint8_t, py::array::c_style>>(array);
-    auto status = fits ? py::reinterpret_borrow<py::array_t<std::uint8_t>>(array) : py::array_t<std::uint8_t>();
-    if (!fits || Shape(status.shape(), status.shape() + status.ndim()) != shape || !status.writeable()) {
-      throw py::value_error("out: status isn't a contiguous, writeable array of uint8 of the shape of the results");
-    }
-    return status;
-  }
-
-  [[noreturn]] void throwPointError(std::size_t i) const {
-    py::tuple index(mShape.size());
-    std::size_t rest = i;
-    for (std::size_t axis = mShape.size(); axis-- > 0;) {
-      auto const extent = static_cast<std::size_t>(mShape[axis]);
-      index[axis] = rest % extent;
-      rest /= extent;
-    }
-    py::object const error = pythonClasses().pointError(index, static_cast<int>(mStatusData[i]));
-    PyErr_SetObject(pythonClasses().pointError.ptr(), error.ptr());
-    throw py::error_already_set();
-  }
-
-  Shape mShape;
-  std::vector<Target> mColumns;
-  py::array_t<std::uint8_t> mStatus;
-  kes::Status* mStatusData = nullptr;
-};
 
 // Calls `makeWork()` once in each thread, and what it returns for pieces of the points, with the GIL released.
 template <class MakeWork>
@@ -219,7 +129,7 @@ struct GroundCall {
   ImageSources image;
   std::optional<Source> heights;
   kes::ToGroundOptions options;
-  Results const& results;
+  PointResults const& results;
   bool wantsClosure;
 };
 
@@ -258,8 +168,11 @@ private:
   std::vector<kes::Closure> mClosure;
 };
 
+}  // namespace
+
 py::object projectToGround(kes::Band const& band, py::handle samples, py::handle lines, py::handle heightsGiven,
-                           CallOptions const& given, std::optional<float> tdiStages, bool wantsClosure) {
+                           CallOptions const& given, std::optional<float> tdiStages, GroundResult wanted) {
+  bool const wantsClosure = wanted == GroundResult::closure;
   requireThreads(given.threads);
   ImageColumns const image(samples, lines);
   Heights const heights(heightsGiven, given.surface);
@@ -267,7 +180,7 @@ py::object projectToGround(kes::Band const& band, py::handle samples, py::handle
   heights.addTo(columns);
   Shape const shape = commonShape(columns);
   std::vector<char const*> const names = wantsClosure ? std::vector{"pixels", "metres"} : std::vector{"x", "y", "z"};
-  Results const results(names, given.out, shape);
+  PointResults const results(names, given.out, shape);
   GroundCall call{band, {image, shape}, heights.source(shape), {}, results, wantsClosure};
   call.options.system = given.system();
   call.options.solver = given.chosenSolver();
@@ -283,6 +196,8 @@ py::object projectToGround(kes::Band const& band, py::handle samples, py::handle
   return results.as(wantsClosure ? pythonClasses().closure : pythonClasses().ground);
 }
 
+namespace {
+
 /// What all threads of a call to the image share.
 struct ImageCall {
   kes::Band const& band;
@@ -290,7 +205,7 @@ struct ImageCall {
   Source y;
   std::optional<Source> z;
   kes::ToImageOptions options;
-  Results const& results;
+  PointResults const& results;
 };
 
 class ImageWork {
@@ -316,6 +231,8 @@ private:
   std::vector<geo::XYPoint> mImage;
 };
 
+}  // namespace
+
 py::object projectToImage(kes::Band const& band, py::handle xGiven, py::handle yGiven, py::handle zGiven,
                           CallOptions const& given) {
   requireThreads(given.threads);
@@ -331,7 +248,7 @@ py::object projectToImage(kes::Band const& band, py::handle xGiven, py::handle y
     columns.push_back(&z.emplace("z", zGiven));
   }
   Shape const shape = commonShape(columns);
-  Results const results({"sample", "line"}, given.out, shape);
+  PointResults const results({"sample", "line"}, given.out, shape);
   ImageCall call{band, {x, shape}, {y, shape}, z ? std::optional(Source(*z, shape)) : std::nullopt, {}, results};
   call.options.system = given.system();
   call.options.solver = given.chosenSolver();
@@ -346,19 +263,12 @@ py::object projectToImage(kes::Band const& band, py::handle xGiven, py::handle y
   return results.as(pythonClasses().image);
 }
 
-/// Lines of sight: which of a ray's numbers are wanted, from the first one on.
-struct RayColumns {
-  std::vector<char const*> names;
-  double const* (*first)(kes::Ray const&);
-  py::handle type;
-};
-
 py::object projectRays(kes::Band const& band, py::handle samples, py::handle lines, int threads, bool strict,
                        RayColumns const& wanted) {
   requireThreads(threads);
   ImageColumns const image(samples, lines);
   Shape const shape = commonShape({&image.samples, &image.lines});
-  Results const results(wanted.names, py::none(), shape);
+  PointResults const results(wanted.names, py::none(), shape);
   ImageSources const sources(image, shape);
   struct Work {
     std::vector<geo::XYPoint> image;
@@ -381,179 +291,6 @@ py::object projectRays(kes::Band const& band, py::handle samples, py::handle lin
     results.requireAll();
   }
   return results.as(wanted.type);
-}
-
-}  // namespace
-
-void bindProjection(py::class_<kes::Band>& band) {
-  using py::arg;
-  auto const none = py::none();
-  band.def(
-      "to_ground",
-      [](kes::Band const& self, py::object const& samples, py::object const& lines, py::object const& heights,
-         py::object surface, py::object crs, py::object frame, std::string solver, int threads, bool strict,
-         std::optional<float> tdiStages, py::object out) {
-        return projectToGround(
-            self, samples, lines, heights,
-            {std::move(surface), std::move(crs), std::move(frame), std::move(solver), threads, strict, std::move(out)},
-            tdiStages, false);
-      },
-      arg("samples"), arg("lines"), arg("heights") = none, py::kw_only(), arg("surface") = none, arg("crs") = none,
-      arg("frame") = none, arg("solver") = "precise", arg("threads") = 1, arg("strict") = false,
-      arg("tdi_stages") = none, arg("out") = none, R"(Project image positions to the ground.
-
-Parameters
-----------
-samples, lines : array_like
-    From 0 at the centre of the first pixel. Arrays of any shape, which broadcast with each other and with `heights`.
-    float64 is read where it lies, whatever its strides; other real types are converted once.
-heights : array_like, optional
-    Where the lines of sight end, in the vertical unit of the results; 0 by default.
-surface : Surface, optional
-    In place of heights: a line of sight ends where it meets the surface first, to 1 mm in height.
-crs : CoordinateSystem or str, optional
-    The system of the results; the strip's local one by default. One that is used often should be an object, since a
-    definition has to be looked up each time.
-frame : {"lsr", "map"}, optional
-    "map" without `crs` is WGS 84 in degrees, with ellipsoidal heights in metres.
-solver : {"precise", "point", "run", "vector"}
-    "precise" works in double precision, and a result depends on its point alone. The others are the library's forms,
-    which are one in this direction.
-threads : int
-    How many work; the results have the same bits for any number.
-strict : bool
-    Whether a point without a result raises PointError. Otherwise a bad point never raises and disturbs no other.
-tdi_stages : float, optional
-    In place of the image's own.
-out : sequence of arrays, optional
-    Where the results go: x, y, z and, if there are four, the status. Arrays of float64 (of uint8 for the status) of the
-    shape of the results. They may be the arrays given, but not overlap them otherwise.
-
-Returns
--------
-Ground
-    x, y, z and status, in the shape that the arrays given have together.
-
-Raises
-------
-ValueError, TypeError
-    For shapes that don't go together, numbers that aren't real, options that aren't known.
-RuntimeError
-    When an elevation model can't be read.
-
-Examples
---------
->>> band = ks.Strip("flight/strip.stp")["PANN00A"]
->>> ground = band.to_ground([0, 100], [[500], [501]], heights=35.0)
->>> ground.z.tolist()
-[[35.0, 35.0], [35.0, 35.0]]
->>> (ground.status == ks.Status.OK).all()
-True
-)");
-  band.def(
-      "to_image",
-      [](kes::Band const& self, py::object const& x, py::object const& y, py::object const& z, py::object surface,
-         py::object crs, py::object frame, std::string solver, int threads, bool strict, py::object out) {
-        return projectToImage(
-            self, x, y, z,
-            {std::move(surface), std::move(crs), std::move(frame), std::move(solver), threads, strict, std::move(out)});
-      },
-      arg("x"), arg("y"), arg("z") = none, py::kw_only(), arg("surface") = none, arg("crs") = none, arg("frame") = none,
-      arg("solver") = "precise", arg("threads") = 1, arg("strict") = false, arg("out") = none,
-      R"(Project ground positions to the image.
-
-Parameters
-----------
-x, y, z : array_like
-    Positions in the system `crs`, as those of `to_ground`. Without `z`, `surface` has the heights.
-surface : Surface, optional
-    In place of z: the height of the surface at x and y.
-solver : {"precise", "point", "run", "vector"}
-    "precise" finds the line to 1e-6 lines, within the image and `line_margin` lines before and after it; of several
-    lines that saw a position, the first in time. "run" and "vector" treat a call as one run, in one thread.
-crs, frame, threads, strict, out
-    As those of `to_ground`; the results are sample, line and status.
-
-Returns
--------
-Image
-    sample, line and status, in the shape that the arrays given have together.
-
-Raises
-------
-ValueError, TypeError, RuntimeError
-    As `to_ground`.
-
-Examples
---------
->>> band = ks.Strip("flight/strip.stp")["PANN00A"]
->>> image = band.to_image(*band.to_ground(10.0, 20.0)[:3])
->>> round(float(image.sample), 5), round(float(image.line), 5)
-(10.0, 20.0)
-)");
-  band.def(
-      "closure",
-      [](kes::Band const& self, py::object const& samples, py::object const& lines, py::object const& heights,
-         py::object surface, py::object crs, py::object frame, std::string solver, int threads, bool strict,
-         py::object out) {
-        return projectToGround(
-            self, samples, lines, heights,
-            {std::move(surface), std::move(crs), std::move(frame), std::move(solver), threads, strict, std::move(out)},
-            std::nullopt, true);
-      },
-      arg("samples"), arg("lines"), arg("heights") = none, py::kw_only(), arg("surface") = none, arg("crs") = none,
-      arg("frame") = none, arg("solver") = "precise", arg("threads") = 1, arg("strict") = false, arg("out") = none,
-      R"(How far image positions are from where they come back to: to the ground, and precisely back.
-
-Takes what `to_ground` takes. Returns Closure: the distance in the image in pixels, that on the ground at the height of
-the ground position in metres, and the status. `out` has these two and, if there are three arrays, the status.
-)");
-  band.def(
-      "directions",
-      [](kes::Band const& self, py::object const& samples, py::object const& lines, int threads, bool strict) {
-        return projectRays(
-            self, samples, lines, threads, strict,
-            {{"x", "y", "z"}, [](kes::Ray const& ray) { return &ray.direction.x; }, pythonClasses().directions});
-      },
-      arg("samples"), arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false,
-      R"(Directions of view, from the perspective centre on.
-
-Parameters
-----------
-samples, lines : array_like
-    As those of `to_ground`.
-threads, strict
-    As those of `to_ground`.
-
-Returns
--------
-Directions
-    x, y and z of vectors of length 1 in the strip's local system, and status: NO_SOLUTION beyond `line_margin`.
-)");
-  band.def(
-      "centres",
-      [](kes::Band const& self, py::object const& lines, int threads, bool strict) {
-        return projectRays(
-            self, py::float_(0.0), lines, threads, strict,
-            {{"x", "y", "z"}, [](kes::Ray const& ray) { return &ray.centre.x; }, pythonClasses().ground});
-      },
-      arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false,
-      R"(The camera's perspective centre at lines: Ground, in the strip's local system, metres. Lines are array_like.)");
-  band.def(
-      "times",
-      [](kes::Band const& self, py::object const& lines, int threads, bool strict) {
-        return projectRays(self, py::float_(0.0), lines, threads, strict,
-                           {{"time"}, [](kes::Ray const& ray) { return &ray.time; }, pythonClasses().times});
-      },
-      arg("lines"), py::kw_only(), arg("threads") = 1, arg("strict") = false,
-      R"(When lines were exposed: Times, GPS seconds, and status. Lines are array_like and may have fractions.
-
-Examples
---------
->>> band = ks.Strip("flight/strip.stp")["PANN00A"]
->>> bool(np.all(np.diff(band.times(np.arange(band.lines)).time) > 0))
-True
-)");
 }
 
 }  // namespace kespython

@@ -262,8 +262,8 @@ TEST_P(Lanes, FindNearlyAllPositionsWhereTheViewNeverGoesBack) {
   EXPECT_LT(share.left, share.all / 500);
 }
 
-// There one piece of the flight and one of the sensor line end, and others begin. Where rounding puts a position ahead of
-// the first piece's end and behind the second one's beginning, it is left.
+// There one piece of the flight and one of the sensor line end. Where rounding puts a position ahead of the end of one
+// and behind the beginning of the next, it is left.
 TEST_P(Lanes, FindMostCentresOfPixels) {
   Share const share =
       shareOfLeft([](geo::XYPoint const& image) { return geo::XYPoint(std::round(image.x), std::round(image.y)); });

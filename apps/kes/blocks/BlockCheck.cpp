@@ -4,7 +4,7 @@
 #include "blocks/BlockCheck.h"
 
 #include "blocks/BlockFile.h"
-#include "check/PointListCheck.h"
+#include "check/FileChecks.h"
 #include "check/ProjectListing.h"
 #include "points/Residuals.h"
 #include "shared/Opening.h"

@@ -1,9 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "check/CalibrationCheck.h"
-
-#include "check/CamCheck.h"
+#include "check/FileChecks.h"
 #include "check/SourceFile.h"
 #include "check/XmlCheck.h"
 #include "shared/Numbers.h"

@@ -3,10 +3,7 @@
 
 #include "check/DeliveryCheck.h"
 
-#include "check/CalibrationCheck.h"
-#include "check/LineFilesCheck.h"
-#include "check/OrientationCheck.h"
-#include "check/PointListCheck.h"
+#include "check/FileChecks.h"
 #include "check/SourceFile.h"
 #include "check/XmlCheck.h"
 

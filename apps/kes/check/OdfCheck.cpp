@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "check/OrientationCheck.h"
+#include "check/FileChecks.h"
 #include "check/SourceFile.h"
 #include "orientations/SupportText.h"
 #include "shared/Numbers.h"

@@ -1,8 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "check/PointListCheck.h"
-
+#include "check/FileChecks.h"
 #include "check/SourceFile.h"
 
 #include <QByteArray>

@@ -19,25 +19,6 @@ namespace {
 
 constexpr int pointsPerSide = 64;
 
-// The outer edges of the pixels, all around; the last point is the first.
-std::vector<geo::XYPoint> edgesOf(kes::Band const& band) {
-  double const right = band.samples() - 0.5;
-  double const bottom = band.lines() - 0.5;
-  std::array<geo::XYPoint, 5> const corners{
-      {{-0.5, -0.5}, {right, -0.5}, {right, bottom}, {-0.5, bottom}, {-0.5, -0.5}}};
-  std::vector<geo::XYPoint> edges;
-  for (std::size_t side = 0; side + 1 < corners.size(); ++side) {
-    geo::XYPoint const& from = corners[side];
-    geo::XYPoint const& to = corners[side + 1];
-    for (int i = 0; i < pointsPerSide; ++i) {
-      double const part = static_cast<double>(i) / pointsPerSide;
-      edges.emplace_back(from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part);
-    }
-  }
-  edges.push_back(edges.front());
-  return edges;
-}
-
 // Fewer than three points, and the first one again, have no area.
 void closeRing(std::vector<geo::XYZPoint>& points) {
   constexpr std::size_t fewest = 4;
@@ -66,7 +47,7 @@ struct Outline {
 };
 
 Outline outlineOf(kes::Strip const& strip, kes::Band const& band, Ground const& on) {
-  std::vector<geo::XYPoint> const edges = edgesOf(band);
+  std::vector<geo::XYPoint> const edges = edgesOf(band, pointsPerSide);
   std::vector<geo::XYZPoint> ground(edges.size());
   std::vector<kes::Status> status(edges.size());
   std::size_t const found = band.toGround(edges, optionsFor(on), ground, status);
@@ -113,6 +94,24 @@ ImageLine lineOnGround(kes::Band const& band, Ground const& on, int line) {
 }
 
 }  // namespace
+
+std::vector<geo::XYPoint> edgesOf(kes::Band const& band, int pointsPerSide) {
+  double const right = band.samples() - 0.5;
+  double const bottom = band.lines() - 0.5;
+  std::array<geo::XYPoint, 5> const corners{
+      {{-0.5, -0.5}, {right, -0.5}, {right, bottom}, {-0.5, bottom}, {-0.5, -0.5}}};
+  std::vector<geo::XYPoint> edges;
+  for (std::size_t side = 0; side + 1 < corners.size(); ++side) {
+    geo::XYPoint const& from = corners[side];
+    geo::XYPoint const& to = corners[side + 1];
+    for (int i = 0; i < pointsPerSide; ++i) {
+      double const part = static_cast<double>(i) / pointsPerSide;
+      edges.emplace_back(from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part);
+    }
+  }
+  edges.push_back(edges.front());
+  return edges;
+}
 
 double meanHeight(std::vector<geo::XYZPoint> const& points) {
   double const sum = std::accumulate(points.begin(), points.end(), 0.0,

@@ -3,6 +3,7 @@
 
 #include "report/MapReport.h"
 
+#include "images/Outlines.h"
 #include "shared/Numbers.h"
 
 #include <kes/Strip.h>
@@ -22,24 +23,6 @@ constexpr int pointsPerSide = 16;
 constexpr std::size_t pointsOfFlightLine = 65;
 constexpr double margin = 0.06;     // of the longer side of the map
 constexpr double reliefSize = 560;  // cells of its longer side
-
-// The outer edges of the pixels, all around; the last point is the first.
-std::vector<geo::XYPoint> edgesOf(kes::Band const& band) {
-  double const right = band.samples() - 0.5;
-  double const bottom = band.lines() - 0.5;
-  std::array<geo::XYPoint, 5> const corners{
-      {{-0.5, -0.5}, {right, -0.5}, {right, bottom}, {-0.5, bottom}, {-0.5, -0.5}}};
-  std::vector<geo::XYPoint> edges{corners.front()};
-  for (std::size_t side = 0; side + 1 < corners.size(); ++side) {
-    for (int i = 1; i <= pointsPerSide; ++i) {
-      double const part = static_cast<double>(i) / pointsPerSide;
-      geo::XYPoint const& from = corners[side];
-      geo::XYPoint const& to = corners[side + 1];
-      edges.emplace_back(from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part);
-    }
-  }
-  return edges;
-}
 
 bool isPlace(geo::XYPoint const& point) {
   return std::isfinite(point.x) && std::isfinite(point.y);
@@ -93,7 +76,7 @@ double metresPerUnit(kes::CoordinateSystem const& map, MapExtent const& extent) 
 }  // namespace
 
 void MapProjection::addOutline(BandReport& report, kes::Strip const& strip, kes::Band const& band) const {
-  std::vector<geo::XYPoint> const edges = edgesOf(band);
+  std::vector<geo::XYPoint> const edges = edgesOf(band, pointsPerSide);
   std::vector<geo::XYZPoint> ground(edges.size());
   std::vector<kes::Status> status(edges.size());
   kes::ToGroundOptions toGround;

@@ -3,6 +3,7 @@
 
 #include "report/TrajectoryReport.h"
 
+#include "check/FileChecks.h"
 #include "orientations/Rotation.h"
 
 #include <kes/Strip.h>
@@ -18,8 +19,6 @@ namespace tool {
 namespace {
 
 constexpr double none = std::numeric_limits<double>::quiet_NaN();
-// An interval between two records of more than this many periods is a gap.
-constexpr double longestPeriod = 1.5;
 // Over a shorter time, the scatter of the records hides the speed.
 constexpr double speedSpan = 1.0;  // seconds
 

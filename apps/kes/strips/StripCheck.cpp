@@ -3,7 +3,7 @@
 
 #include "strips/StripCheck.h"
 
-#include "check/OrientationCheck.h"
+#include "check/FileChecks.h"
 #include "check/ProjectListing.h"
 #include "shared/Numbers.h"
 #include "shared/Opening.h"

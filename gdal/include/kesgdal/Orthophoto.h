@@ -50,13 +50,13 @@ using EachStrip = std::function<void(StripVisitor const&)>;
 /// Throws std::runtime_error, with the place: no strip, or one whose data aren't loaded or that isn't the same the
 /// second time; an extent or a scale of the plan whose lower end isn't below the upper one; a type that doesn't hold
 /// all values without a scale; a creation option that the format doesn't have or that would change pixels; "can't cut
-/// by FILE: " with the reason; "no image shows anything of the part of the map that is asked for"; "no band "ID" in
-/// the strip, which has ..." for a band that none of them has; a band without an image, an image that isn't of one
-/// band, has another size than the strip says or larger blocks than are read, a value without data that the images' type
-/// can't hold; a map that is neither projected nor geographic; an elevation model that doesn't cover any of the images; a size of pixels that
-/// isn't in proportion to an image's, "ground sampling distance of <gsd> m isn't between 0.01 and 1024 times that of
-/// the image of band <id>, <gsd> m", since the run would hardly end; a grid as `OrthoGrid` doesn't allow; and "can't
-/// write FILE: " with the reason. What `strips` throws goes through.
+/// by FILE: " with the reason; "no image shows anything of the part of the map that is asked for"; "no band "ID" in the
+/// strip, which has ..." for a band that none of them has; a band without an image, an image that isn't of one band,
+/// has another size than the strip says or larger blocks than are read, a value without data that the images' type
+/// can't hold; a map that is neither projected nor geographic; an elevation model that doesn't cover any of the images;
+/// a size of pixels that isn't in proportion to an image's, "ground sampling distance of <gsd> m isn't between 0.01 and
+/// 1024 times that of the image of band <id>, <gsd> m", since the run would hardly end; a grid as `OrthoGrid` doesn't
+/// allow; and "can't write FILE: " with the reason. What `strips` throws goes through.
 KESGDAL_EXPORT void writeOrthophoto(EachStrip const& strips, kes::CoordinateSystem const& map,
                                     kes::Surface const& surface, OrthoPlan const& plan, std::string const& fileName,
                                     Progress const& progress = {});
