@@ -164,8 +164,7 @@ private:
   }
 
   void startMap(kes::Strip const& strip, kes::Block const* block) {
-    mMap.emplace(mapOf(strip, block),
-                 mOptions.dem.isGiven() ? std::optional(mOptions.dem.open()) : std::nullopt);
+    mMap.emplace(mapOf(strip, block), mOptions.dem.isGiven() ? std::optional(mOptions.dem.open()) : std::nullopt);
     if (!mControl) {
       return;
     }
