@@ -95,7 +95,7 @@ ImageLine lineOnGround(kes::Band const& band, Ground const& on, int line) {
 
 }  // namespace
 
-std::vector<geo::XYPoint> edgesOf(kes::Band const& band, int pointsPerSide) {
+std::vector<geo::XYPoint> edgesOf(kes::Band const& band, int perSide) {
   double const right = band.samples() - 0.5;
   double const bottom = band.lines() - 0.5;
   std::array<geo::XYPoint, 5> const corners{
@@ -104,8 +104,8 @@ std::vector<geo::XYPoint> edgesOf(kes::Band const& band, int pointsPerSide) {
   for (std::size_t side = 0; side + 1 < corners.size(); ++side) {
     geo::XYPoint const& from = corners[side];
     geo::XYPoint const& to = corners[side + 1];
-    for (int i = 0; i < pointsPerSide; ++i) {
-      double const part = static_cast<double>(i) / pointsPerSide;
+    for (int i = 0; i < perSide; ++i) {
+      double const part = static_cast<double>(i) / perSide;
       edges.emplace_back(from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part);
     }
   }

@@ -16,7 +16,7 @@ namespace tool {
 
 /// Image positions along the outer edges of a band's pixels, all around, with so many points to a side; the last one is
 /// the first.
-std::vector<geo::XYPoint> edgesOf(kes::Band const& band, int pointsPerSide);
+std::vector<geo::XYPoint> edgesOf(kes::Band const& band, int perSide);
 
 /// The terrain, and the map on which its positions are stated.
 struct Ground {
