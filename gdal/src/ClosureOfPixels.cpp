@@ -22,8 +22,9 @@ Ground centresIn(PixelBox const& box, OrthoGrid const& grid) {
   GeoTransform const& place = grid.geoTransform();
   int const columns = std::min(box.columns, perSide);
   int const rows = std::min(box.rows, perSide);
-  auto const spread = [](int i, int of, int pixels) {
-    return static_cast<double>((2 * static_cast<std::int64_t>(i) + 1) * pixels / (2 * of));
+  auto const spread = [](std::int64_t i, std::int64_t of, std::int64_t pixels) {
+    std::int64_t const pixel = (2 * i + 1) * pixels / (2 * of);
+    return static_cast<double>(pixel);
   };
   Ground centres;
   for (int row = 0; row < rows; ++row) {

@@ -21,6 +21,7 @@
 #include <cmath>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 namespace kesgdal {
 
@@ -61,7 +62,12 @@ std::vector<std::string> numbered(std::string const& name, std::vector<std::stri
   std::sort(texts.begin(), texts.end());
   for (std::size_t i = 0; i < texts.size(); ++i) {
     std::string const number = std::to_string(i + 1);
-    texts[i].insert(0, name + "_" + std::string(digits - std::min(number.size(), digits), '0') + number + "=");
+    std::string item = name + "_";
+    item.append(digits - std::min(number.size(), digits), '0');
+    item += number;
+    item += '=';
+    item += texts[i];
+    texts[i] = std::move(item);
   }
   return texts;
 }
