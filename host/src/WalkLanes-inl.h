@@ -290,7 +290,7 @@ private:
   LanePoint mFrom;
   LanePoint mStep;
   // What was met.
-  Mask mHasMet = zero() < zero();
+  Mask mHasMet = same(1.0) < zero();  // in no lane
   Lanes mMet = zero();
   Lanes mColumn;
   Lanes mRow;
