@@ -3,7 +3,8 @@
 # SPDX-License-Identifier: MIT
 
 """A flight in Python: flight.py TERRAIN FOLDER. Simulates a flight over an elevation model, and draws where its bands
-lie, how well projections close, and how steeply they look. Each "# %%" begins a cell for editors that know notebooks."""
+lie, how well projections close, and how steeply they look. Each "# %%" begins a cell for editors that know
+notebooks."""
 
 from __future__ import annotations
 

@@ -12,9 +12,9 @@
 [True, True]
 
 Image positions are samples and lines, from 0 at the centre of the first pixel. Ground positions are in the strip's
-local system (x east, y north, z up, metres) unless another one is asked for. Longitudes and latitudes are in degrees, angles
-of attitude and view in radians, times in GPS seconds. Everything can be used from several threads at once; the GIL is
-released while the library works.
+local system (x east, y north, z up, metres) unless another one is asked for. Longitudes and latitudes are in degrees,
+angles of attitude and view in radians, times in GPS seconds. Everything can be used from several threads at once; the
+GIL is released while the library works.
 """
 
 from kessensor import _methods

@@ -88,8 +88,8 @@ private:
 class Target {
 public:
   explicit Target(Shape const& shape);
-  /// Throws TypeError "out: NAME isn't an array of float64 in the machine's byte order", ValueError "out: NAME has shape
-  /// (2,), the results have (3,)" and "out: NAME is read-only".
+  /// Throws TypeError "out: NAME isn't an array of float64 in the machine's byte order", ValueError "out: NAME has
+  /// shape (2,), the results have (3,)" and "out: NAME is read-only".
   Target(char const* name, py::handle array, Shape const& shape);
 
   void write(double const* from, std::size_t step, std::size_t begin, std::size_t count) const {

@@ -17,8 +17,8 @@ namespace kespython {
 class PointResults {
 public:
   /// `out` is None or has the caller's arrays, for the columns and perhaps the statuses. Throws what `Target` throws,
-  /// TypeError "out: expected 3 arrays, or 4 with the status", and ValueError "out: status isn't a contiguous, writeable
-  /// array of uint8 of the shape of the results".
+  /// TypeError "out: expected 3 arrays, or 4 with the status", and ValueError "out: status isn't a contiguous,
+  /// writeable array of uint8 of the shape of the results".
   PointResults(std::vector<char const*> const& names, py::handle out, Shape const& shape);
 
   Target const& operator[](std::size_t column) const { return mColumns[column]; }

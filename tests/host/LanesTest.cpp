@@ -262,8 +262,7 @@ TEST_P(Lanes, FindNearlyAllPositionsWhereTheViewNeverGoesBack) {
   EXPECT_LT(share.left, share.all / 500);
 }
 
-// There one piece of the flight and one of the sensor line end. Where rounding puts a position ahead of the end of one
-// and behind the beginning of the next, it is left.
+// There pieces of the flight and of the sensor line meet; what rounding puts between two of the flight is left.
 TEST_P(Lanes, FindMostCentresOfPixels) {
   Share const share =
       shareOfLeft([](geo::XYPoint const& image) { return geo::XYPoint(std::round(image.x), std::round(image.y)); });

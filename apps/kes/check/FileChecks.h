@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <string>
 
-// A checker for each kind of file of a delivery. Each names what is wrong or suspicious: above all what the library leaves
-// out, or reads as what its author didn't mean.
+// A checker for each kind of file of a delivery. Each names what is wrong or suspicious: above all what the library
+// leaves out, or reads as what its author didn't mean.
 
 namespace tool {
 
