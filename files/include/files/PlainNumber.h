@@ -45,8 +45,8 @@ inline constexpr auto reciprocalsOfTen = [] {
   return all;
 }();
 
-/// digits / 10^decimals rounded to the nearest double, for digits of at least 2^53; nothing where the reciprocal's 64
-/// bits don't decide between two.
+/// digits / 10^decimals rounded to the nearest double, for digits other than 0; nothing where the reciprocal's 64 bits
+/// don't decide between two.
 ///
 /// The upper half of the product is less than 1 from the exact one, of which 53 bits are kept: only within 1 of the
 /// middle between two doubles is it open which of them is nearer.
@@ -57,12 +57,17 @@ inline std::optional<double> nearestQuotient(std::uint64_t digits, std::size_t d
   int const dropped = quotient >> 63 == 0 ? 10 : 11;
   std::uint64_t const middle = std::uint64_t{1} << (dropped - 1);
   std::uint64_t const rest = quotient & (2 * middle - 1);
-  if (rest + 1 >= middle && rest <= middle + 1) {
+  if (rest + 1 - middle <= 2) {
     return std::nullopt;
   }
   std::uint64_t const mantissa = (quotient >> dropped) + (rest > middle ? 1 : 0);
   auto const exponent = static_cast<std::uint64_t>(1023 + dropped + 1 - zeros - reciprocal.bits);
   return static_cast<double>(mantissa) * std::bit_cast<double>(exponent << 52);
+}
+
+/// A number of no sign with a minus, if that is 1.
+inline double withSign(double value, std::uint64_t minus) {
+  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) | (minus << 63));
 }
 
 /// The number that eight digits make, of which the first is in the lowest byte. Digits stand side by side, then pairs,
@@ -111,14 +116,19 @@ inline Char const* takeDigits(Char const* at, Char const* end, std::uint64_t& nu
 ///
 /// The value is the double nearest to the text, as std::from_chars finds it, in a third of the time: digits without the
 /// point, up to 2^53, and the power of ten by which they are divided both are doubles, so that the quotient is rounded
-/// once (W. D. Clinger, How to read floating point numbers accurately, 1990).
+/// once (W. D. Clinger, How to read floating point numbers accurately, 1990). In a table of many digits some make more
+/// than 2^53 and some don't, as signs vary, which a processor can't predict: so both are found without a branch.
 template <class Char>
 inline PlainNumber<Char> plainNumber(Char const* begin, Char const* end) {
   constexpr std::ptrdiff_t mostDigits = 19;
   constexpr std::uint64_t mostExact = std::uint64_t{1} << 53;
+  constexpr std::uint64_t manyDigits = std::uint64_t{1} << 40;
   constexpr PlainNumber<Char> none{0.0, nullptr};
-  bool const isNegative = begin != end && *begin == Char('-');
-  Char const* const first = isNegative ? begin + 1 : begin;
+  if (begin == end) {
+    return none;
+  }
+  std::uint64_t const minus = *begin == Char('-') ? 1 : 0;
+  Char const* const first = begin + minus;
   std::uint64_t digits = 0;
   Char const* at = detail::takeDigits(first, end, digits);
   std::ptrdiff_t count = at - first;
@@ -139,9 +149,14 @@ inline PlainNumber<Char> plainNumber(Char const* begin, Char const* end) {
     return none;
   }
   auto const power = static_cast<std::size_t>(decimals);
-  auto const value = digits <= mostExact ? static_cast<double>(digits) / detail::powersOfTen[power]
-                                         : detail::nearestQuotient(digits, power);
-  return value ? PlainNumber<Char>{isNegative ? -*value : *value, at} : none;
+  std::optional<double> value;
+  if (digits > manyDigits) {
+    value = detail::nearestQuotient(digits, power);
+  }
+  if (!value && digits <= mostExact) {
+    value = static_cast<double>(digits) / detail::powersOfTen[power];
+  }
+  return value ? PlainNumber<Char>{detail::withSign(*value, minus), at} : none;
 }
 
 }  // namespace files

@@ -81,7 +81,9 @@ inline std::uint64_t shortestFraction(std::uint64_t rest, int bits, bool isEven)
   std::uint64_t const tens = (below + ((distance + reach) >> (bits + 1))) / 10 * 10;
   bool const isWithin = static_cast<std::int64_t>((below - tens) * unit + distance) <= static_cast<std::int64_t>(reach);
   bool const isUp = distance + (below & 1) > unit / 2;
-  return (isWithin ? tens : below + (isUp ? 1 : 0)) * wholePowersOfTen[18 - count];
+  std::uint64_t const nearest = below + static_cast<std::uint64_t>(isUp);
+  // Without a branch: no processor predicts it.
+  return (nearest + (tens - nearest) * static_cast<std::uint64_t>(isWithin)) * wholePowersOfTen[18 - count];
 }
 
 }  // namespace detail
