@@ -26,7 +26,23 @@ install(TARGETS ${libraries} EXPORT kessensorTargets
 if(TARGET kes)
   file(RELATIVE_PATH library_folder "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_target_properties(kes PROPERTIES INSTALL_RPATH "$ORIGIN/${library_folder}")
-  install(TARGETS kes RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(TARGETS kes RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
+  # The tool writes its own man pages and completions.
+  if(NOT CMAKE_CROSSCOMPILING)
+    install(CODE "
+      set(prefix \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
+      function(from_tool)
+        execute_process(COMMAND \"$<TARGET_FILE:kes>\" \${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+      endfunction()
+      from_tool(manual \"\${prefix}/${CMAKE_INSTALL_MANDIR}/man1\")
+      foreach(place bash/bash-completion/completions/kes zsh/zsh/site-functions/_kes fish/fish/vendor_completions.d/kes.fish)
+        string(REGEX MATCH \"^[a-z]+\" shell \${place})
+        string(REGEX REPLACE \"^[a-z]+\" \"\${prefix}/${CMAKE_INSTALL_DATAROOTDIR}\" file \${place})
+        cmake_path(GET file PARENT_PATH folder)
+        file(MAKE_DIRECTORY \"\${folder}\")
+        from_tool(completion \${shell} OUTPUT_FILE \"\${file}\")
+      endforeach()" COMPONENT tool)
+  endif()
 endif()
 
 # In a folder of their own: headers named util/ or geo/ mustn't lie among those of other packages.
@@ -42,3 +58,21 @@ write_basic_package_version_file(kessensorConfigVersion.cmake COMPATIBILITY Same
 install(FILES
   "${CMAKE_CURRENT_BINARY_DIR}/kessensorConfig.cmake" "${CMAKE_CURRENT_BINARY_DIR}/kessensorConfigVersion.cmake"
   DESTINATION "${package_folder}")
+
+# kes_pkg_config(NAME LIBS DESCRIPTION REQUIRES...): for builds without CMake.
+file(RELATIVE_PATH prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" prefix "${prefix}")
+function(kes_pkg_config name libs description)
+  string(REPLACE ";" ", " requires "${ARGN}")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/kessensor.pc.in" ${name}.pc @ONLY)
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endfunction()
+set(flags "-I\${includedir}/kessensor")
+if(KESSENSOR_PLATFORM STREQUAL "own")
+  kes_pkg_config(kessensor "-lkessensor -lkesplatform" "${PROJECT_DESCRIPTION}"
+    Qt${KESSENSOR_QT_VERSION}Core Qt${KESSENSOR_QT_VERSION}Xml)
+  kes_pkg_config(keshost -lkeshost "Front door of kessensor in C++20: strips, blocks, projections in bulk" kessensor)
+  if(KESSENSOR_BUILD_GDAL)
+    kes_pkg_config(kesgdal -lkesgdal "Orthophotos and footprints of kessensor" keshost)
+  endif()
+endif()

@@ -31,5 +31,7 @@ void addPoints(CLI::App& app, Run& run);
 void addWhere(CLI::App& app, Run& run);
 void addLegacy(CLI::App& app, Run& run);
 void addReport(CLI::App& app, Run& run);
+void addCompletion(CLI::App& app, Run& run);
+void addManual(CLI::App& app, Run& run);
 
 }  // namespace tool

@@ -35,6 +35,8 @@ void addCommands(CLI::App& app, tool::Run& run) {
   tool::addWhere(app, run);
   tool::addReport(app, run);
   tool::addLegacy(app, run);
+  tool::addCompletion(app, run);
+  tool::addManual(app, run);
 }
 
 int parseAndRun(int argc, char** argv) {

@@ -99,6 +99,18 @@ refused() {
   fi
 }
 
+if [ -n "$(find "$prefix" -name kesgdal.pc)" ]; then
+  echo "== build a host with pkg-config"
+  export PKG_CONFIG_PATH="$libraries/pkgconfig"
+  [ "$(pkg-config --modversion kessensor keshost kesgdal | sort -u)" = "$(cached CMAKE_PROJECT_VERSION)" ]
+  for host in main:kessensor host:keshost gdal:kesgdal; do
+    read -ra options < <(pkg-config --cflags --libs "${host#*:}")
+    "$compiler" "${flags[@]}" -std=c++20 "$here/consumer/${host%:*}.cpp" -o "$work/plain" "${options[@]}" \
+      -Wl,-rpath,"$libraries"
+    "$work/plain" "$here/../data/strip-a"
+  done
+fi
+
 qt=$(cached KESSENSOR_QT_VERSION)
 for version in 5 6; do
   mkdir -p "$work/qt$version/QtCore"
@@ -114,4 +126,11 @@ refused -DQT_VERSION_MAJOR=$((11 - qt))
 echo "== run the tool from where it is installed"
 if [ -x "$prefix/bin/kes" ]; then
   "$prefix/bin/kes" --version
+  for file in man/man1/kes.1 man/man1/kes-eop-info.1 bash-completion/completions/kes zsh/site-functions/_kes \
+    fish/vendor_completions.d/kes.fish; do
+    [ -s "$prefix/share/$file" ] || {
+      echo "The tool is installed without $file."
+      exit 1
+    }
+  done
 fi

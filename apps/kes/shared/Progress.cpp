@@ -3,6 +3,7 @@
 
 #include "shared/Progress.h"
 
+#include "shared/Options.h"
 #include "shared/Output.h"
 
 #include <algorithm>
@@ -27,12 +28,8 @@ double inMilliseconds(double seconds) {
 }  // namespace
 
 void ProgressOption::addTo(CLI::App& command) {
-  command
-      .add_option("--progress", format,
-                  "On standard error; json: one JSON object a line, for programs [a line on a terminal]")
-      ->type_name("json|none")
-      ->transform(
-          CLI::CheckedTransformer(std::map<std::string, Format>{{"json", Format::json}, {"none", Format::none}}));
+  addChoice<Format>(command, "--progress", format, {{"json", Format::json}, {"none", Format::none}},
+                    "On standard error; json: one JSON object a line, for programs [a line on a terminal]");
 }
 
 Progress::Progress(std::string what, ProgressOption const& option) : mWhat(std::move(what)), mFormat(option.format) {
