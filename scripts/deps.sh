@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 #
-# Installs the Debian packages that the build, the tests, the benchmarks and the demo need, as far as they are missing.
-# On a system without apt, prints the list and succeeds.
+# deps.sh [packages]: installs the Debian packages that the build, the tests, the benchmarks and the demo need, as far as
+# they are missing; also what makes packages of our own, if asked. On a system without apt, prints the list and succeeds.
 set -euo pipefail
 
 packages=(
@@ -14,6 +14,9 @@ packages=(
   man-db zsh fish
   python3-dev pybind11-dev python3-numpy python3-pytest python3-hypothesis python3-matplotlib python3-jsonschema mypy
 )
+if [ "${1:-}" = packages ]; then
+  packages+=(debhelper dh-python dpkg-dev lintian)
+fi
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
   echo "This system has no apt. Please see to these packages (Debian's names):"
