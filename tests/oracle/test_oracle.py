@@ -1,0 +1,57 @@
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
+"""The library and the readers that were written from docs/files.md alone read the same values from the same files, to the
+bit, or both refuse them with the same message."""
+
+import os
+import random
+from pathlib import Path
+
+import pytest
+from comparison import differences
+from mutations import mutated
+from seeds import files_of_kind, seeds
+
+ROOT = Path(__file__).parents[2]
+PROGRAM = os.environ["KESSENSOR_VALUES"]
+#: Another number damages the files in another way.
+SERIES = os.environ.get("KESSENSOR_ORACLE_SERIES", "0")
+#: Damaged files of each kind: 10000 in all.
+COUNTS = {"eop": 3000, "odf": 2500, "ctg": 1500, "it": 500, "tdi": 500, "cam": 2000}
+TEXTS = {"cam"}
+
+
+def test_undamaged_files_are_read_alike():
+    files = files_of_kind(ROOT / "tests" / "data")
+    assert {kind for kind, _ in files} == set(COUNTS)
+    assert differences(PROGRAM, files) == []
+
+
+@pytest.mark.parametrize("kind", COUNTS)
+def test_seeds_are_read_alike(kind, tmp_path):
+    files = []
+    for i, seed in enumerate(seeds(ROOT)[kind]):
+        for extension, data in seed.items():
+            (tmp_path / f"{i}{extension}").write_bytes(data)
+        files.append((kind, tmp_path / f"{i}{next(iter(seed))}"))
+    assert len(files) > 1
+    assert differences(PROGRAM, files) == []
+
+
+@pytest.mark.parametrize("kind", COUNTS)
+def test_damaged_files_are_read_alike(kind, tmp_path):
+    sources = seeds(ROOT)[kind]
+    files = []
+    for i in range(COUNTS[kind]):
+        generator = random.Random(f"{SERIES} {kind} {i}")
+        seed = dict(generator.choice(sources))
+        extension = generator.choice(list(seed))
+        # A parameter block is text in a binary file.
+        is_text = kind in TEXTS or (kind in {"eop", "odf"} and generator.random() < 0.4)
+        seed[extension] = mutated(seed[extension], generator, is_text)
+        for beside, data in seed.items():
+            (tmp_path / f"{i}{beside}").write_bytes(data)
+        files.append((kind, tmp_path / f"{i}{next(iter(seed))}"))
+    found = differences(PROGRAM, files)
+    assert found == [], f"{len(found)} of {len(files)} files are read otherwise; they stay in {tmp_path}"
