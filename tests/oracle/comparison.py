@@ -90,7 +90,7 @@ def difference(file: File, library: dict[str, object]) -> str | None:
         return None
     if refusal is not None:
         return f"{path}: only the library refuses it: {refusal}"
-    encoding = "latin-1" if kind == "odf" else "utf-8"
+    encoding = "latin-1" if kind in {"odf", "gpt", "ipt"} else "utf-8"
     for key, value in expected.items():
         if key in library and not same_value(value, library[key], encoding):
             return f"{path}: {key}: {library[key]!r} in place of {value!r}"

@@ -10,6 +10,7 @@ from pathlib import Path
 from examples import examples
 
 KINDS = {".eop": "eop", ".adj": "eop", ".odf": "odf", ".ctg": "ctg", ".it": "it", ".tdi": "tdi", ".cam": "cam"}
+KINDS |= {".dat": "dat", ".gpt": "gpt", ".ipt": "ipt"}
 FEW_RECORDS = 24
 
 

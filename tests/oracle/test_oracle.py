@@ -17,9 +17,9 @@ ROOT = Path(__file__).parents[2]
 PROGRAM = os.environ["KESSENSOR_VALUES"]
 #: Another number damages the files in another way.
 SERIES = os.environ.get("KESSENSOR_ORACLE_SERIES", "0")
-#: Damaged files of each kind: 10000 in all.
-COUNTS = {"eop": 3000, "odf": 2500, "ctg": 1500, "it": 500, "tdi": 500, "cam": 2000}
-TEXTS = {"cam"}
+#: Damaged files of each kind.
+COUNTS = {"eop": 3000, "odf": 2500, "ctg": 1500, "it": 500, "tdi": 500, "cam": 2000, "dat": 700, "gpt": 1000, "ipt": 800}
+TEXTS = {"cam", "dat", "gpt", "ipt"}
 
 
 def test_undamaged_files_are_read_alike():

@@ -5,13 +5,20 @@
 // standard input. Texts and tables are the hexadecimal digits of their bytes, so that every bit and every character
 // arrives; a float is written as its bits, too.
 
+#include <geo/GroundPoint.h>
+#include <geo/ImagePoint.h>
+#include <raster/Statistics.h>
 #include <sensor/CalibrationGeometryKes.h>
 #include <sensor/CalibrationRadiometryKesV1.h>
 #include <sensor/CameraTime.h>
 #include <sensor/EOPData.h>
+#include <sensor/GroundPointList.h>
+#include <sensor/ImagePointList.h>
 #include <sensor/IntegrationTime.h>
 #include <sensor/KESOrientation.h>
+#include <sensor/Misalignment.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
+#include <sensor/SerializerMisalignmentV1Dat.h>
 #include <sensor/TdiStage.h>
 
 #include <QDateTime>
@@ -180,6 +187,43 @@ Json camValues(std::string const& name) {
           {"positions", hexOf(positions)}};
 }
 
+Json misalignmentValues(std::string const& name) {
+  sensor::Misalignment const m{sensor::SerializerMisalignmentV1Dat(name)};
+  return {
+      {"values", hexOf(std::vector{m.omega(), m.stdDevOmega(), m.phi(), m.stdDevPhi(), m.kappa(), m.stdDevKappa()})}};
+}
+
+Json groundPointValues(std::string const& name) {
+  Json points = Json::array();
+  sensor::GroundPointList const list(name);
+  for (geo::GroundPoint const& point : list.points()) {
+    points.push_back(
+        {hexOf(point.id), hexOf(std::vector{point.x, point.y, point.z, point.sx, point.sy, point.sz}), point.type});
+  }
+  return {{"points", points}};
+}
+
+Json imagePointValues(std::string const& name) {
+  Json points = Json::array();
+  sensor::ImagePointList const list(name, "", "");
+  for (geo::ImagePoint const& point : list.points()) {
+    points.push_back({hexOf(point.id), hexOf(std::vector{point.x, point.y, point.sx, point.sy}), point.active});
+  }
+  return {{"points", points}};
+}
+
+Json statisticsValues(std::string const& name) {
+  raster::Statistics statistics(0, 50, 100, 1, 1.0F);
+  statistics.load(name, 1.0F, raster::Statistics::allLayers);
+  raster::Statistics::Layer const& layer = statistics.layer(0);
+  return {{"minimum", layer.minimum},
+          {"maximum", layer.maximum},
+          {"mean", layer.mean},
+          {"deviation", layer.standardDeviation},
+          {"ends", {layer.histogramMinimum, layer.histogramMaximum}},
+          {"counts", layer.histogram}};
+}
+
 Json valuesOf(std::string const& kind, std::string const& name) {
   static std::map<std::string, std::function<Json(std::string const&)>> const readers{
       {"eop", eopValues},
@@ -187,7 +231,11 @@ Json valuesOf(std::string const& kind, std::string const& name) {
       {"ctg", ctgValues},
       {"it", [](std::string const& file) { return scanlineValues<sensor::IntegrationTime>(file, 8); }},
       {"tdi", [](std::string const& file) { return scanlineValues<sensor::TdiStage>(file, 5); }},
-      {"cam", camValues}};
+      {"cam", camValues},
+      {"dat", misalignmentValues},
+      {"gpt", groundPointValues},
+      {"ipt", imagePointValues},
+      {"stat", statisticsValues}};
   auto const reader = readers.at(kind);
   try {
     return reader(name);
