@@ -87,7 +87,7 @@ def with_continuous_signs(quaternions: list[list[np.float32]]) -> list[list[np.f
 
 TAG = re.compile(r"<[A-Za-z_:][\w:.-]*(?=[\s/>])((?:[^<>\"']|\"[^\"]*\"|'[^']*')*)>", re.ASCII)
 VALUE_OR_NAME = re.compile(r"\"[^\"]*\"|'[^']*'|[^ \t\r\n=/>\"']+")
-VALID_NAME = re.compile(r"[A-Za-z_:][\w:.-]*", re.ASCII)
+VALID_NAME = re.compile(r"[A-Za-z_][\w.-]*", re.ASCII)
 
 
 def with_valid_names(text: str) -> str:
@@ -503,7 +503,7 @@ def cam_integer(line: str, name: str) -> int:
     word = second_word(line)
     if not WHOLE.fullmatch(word) or int(word) not in INT32:
         refused = Refused(f"Parse error in file {name}: {line}")
-        refused.is_doubtful = word != without_white_ends(word)
+        refused.is_doubtful = "\0" in word or word != without_white_ends(word)
         raise refused
     return int(word)
 
