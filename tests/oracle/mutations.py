@@ -7,7 +7,7 @@ import random
 import re
 import struct
 
-WORDS = [b"nan", b"inf", b"-inf", b"", b"abc", b"1,5", b"1e400", b"1e-400", b"0x10", b"+7", b"-3", b"1.5", b"1e2", b".5"]
+WORDS = [b"nan", b"inf", b"-inf", b"", b"abc", b"1,5", b"1e400", b"1e-400", b"0x10", b"+7", b"+-7", b"-3", b"1.5", b"1e2", b".5"]
 WORDS += [b"99999999999999999999", b"12x", b"--1", b" 4", b"1.2.3", b"5.", b"2147483648", b"-0"]
 NUMBER = re.compile(rb"[+-]?\d+(?:\.\d+)?(?:[eE][+-]?\d+)?")
 INTEGERS = [-(2**31), -1, 0, 1, 2, 3, 8, 9, 20, 24, 48, 60, 512, 65536, 2**31 - 1]

@@ -30,7 +30,9 @@ def odf(version: str, records: int) -> bytes:
     fields = {0: version, 16: "pos", 48: "area", 112: "line", 176: records, 192: 0, 194: 1000, 208: 2, 210: 100000000}
     fields |= {224: 0, 240: 1268404200, 256: "none", 384: 316389, 396: 10000, 416: -12, 428: 100000, 448: 7}
     fields |= {460: 10000000, 480: 1800}
-    if version == "ODF 1.2":
+    if version != "ODF 1.2":
+        fields[256] = 120 * "c"
+    else:
         fields |= {352: "  0.8393000000", 368: " -1.4703671728"}
     header = bytearray(512)
     for offset, value in fields.items():

@@ -6,10 +6,11 @@ bit, or both refuse them with the same message."""
 
 import os
 import random
+import struct
 from pathlib import Path
 
 import pytest
-from comparison import differences
+from comparison import differences, library_values
 from mutations import mutated
 from seeds import files_of_kind, seeds
 
@@ -37,6 +38,27 @@ def test_seeds_are_read_alike(kind, tmp_path):
         files.append((kind, tmp_path / f"{i}{next(iter(seed))}"))
     assert len(files) > 1
     assert differences(PROGRAM, files) == []
+
+
+def orientation_file(block: str) -> bytes:
+    data = 20 + len(block)
+    return struct.pack("<4s4i", b"EOP_", 3, data, 0, len(block)) + block.encode() + bytes(48)
+
+
+@pytest.mark.parametrize("is_too_large", [False, True])
+@pytest.mark.parametrize("limit", ["levels", "attributes", "nodes"])
+def test_limits_of_xml_are_those_on_the_page(limit, is_too_large, tmp_path):
+    more = int(is_too_large)
+    inner = {
+        "levels": (63 + more) * "<a>" + (63 + more) * "</a>",
+        "attributes": "<a" + "".join(f" a{i}=''" for i in range(256 + more)) + "/>",
+        # The root has an attribute, too.
+        "nodes": (262144 - 2 + more) * "<a/>",
+    }[limit]
+    path = tmp_path / "limit.eop"
+    path.write_bytes(orientation_file(f"<EOPData numsets='1'>{inner}</EOPData>"))
+    assert differences(PROGRAM, [("eop", path)]) == []
+    assert ("refused" in library_values(PROGRAM, [("eop", path)])[0]) == is_too_large
 
 
 @pytest.mark.parametrize("kind", COUNTS)
