@@ -37,8 +37,15 @@ class Flight:
     def values(self, kind: str, name: str) -> dict[str, object]:
         return library_values(PROGRAM, [(kind, self.folder / name)])[0]
 
-    def run(self, *arguments: str) -> subprocess.CompletedProcess[str]:
-        return subprocess.run([TOOL, *arguments], cwd=self.folder, capture_output=True, text=True, check=False)
+    def run(self, *arguments: str, **environment: str) -> subprocess.CompletedProcess[str]:
+        return subprocess.run(
+            [TOOL, *arguments],
+            cwd=self.folder,
+            env=os.environ | environment,
+            capture_output=True,
+            text=True,
+            check=False,
+        )
 
     def json(self, *arguments: str) -> dict[str, object]:
         done = self.run(*arguments, "--json")
@@ -391,3 +398,55 @@ def test_what_an_xml_calibration_may_have_changes_nothing(flight, old, new):
     before = flight.json(*camera)
     flight.replace(SENSOR, old, new)
     assert flight.json(*camera) == before
+
+
+@needs_tool
+def test_a_sparse_grid_spreads_over_the_line(flight):
+    flight.replace(
+        "line1.stp",
+        'version="v003" sensor_id="30512" sensor_type="KESA0"',
+        'version="v001" sensor_id="90214" sensor_type="HDB00"',
+    )
+    (flight.folder / "points.csv").write_text("sample,line,height\n1,1,15\n2,1,15\n")
+    project = ("project", "line1.stp", "points.csv", "--band", "PANN00A", "--to", "ground", "--frame", "lsr")
+    table = (flight.folder / GEOMETRY).read_text()
+    before = flight.run(*project).stdout
+    # The first and the last of four pixels.
+    lists = re.compile(r"(<(?:Sigma)?(?:Row|Column)_mm>\S+) \S+ \S+ (\S+)<")
+    table, count = lists.subn(r"\1 \2<", table)
+    assert count == 4
+    (flight.folder / GEOMETRY).write_text(table.replace('Channel="PANN00A" Columns="4"', 'Channel="PANN00A" Columns="2"'))
+    after = flight.run(*project).stdout
+    assert len(after.splitlines()) == 3
+    for dense, sparse in zip(before.splitlines()[1:], after.splitlines()[1:], strict=True):
+        # The pixels between lie a hundred-thousandth of a millimetre off the straight line, 0.3 mm on the ground.
+        assert [float(x) for x in sparse.split(",")] == pytest.approx([float(x) for x in dense.split(",")], abs=0.001)
+
+
+@needs_tool
+def test_the_time_of_a_quick_look_is_local_and_that_of_a_camera_isnt(flight):
+    camera = ("HDB00", "90214", "1", "--calibrations", "calibration", "--json")
+    info = json.loads(flight.run("camera", "info", *camera, TZ="XXX-3").stdout)
+    quick = json.loads(flight.run("camera", "quick", *camera, TZ="XXX-3").stdout)
+    assert info["bands"][0]["calibrated"] == "2010-03-12T14:15:30Z"
+    assert quick["created"] == "2010-03-12T11:15:30Z"
+
+
+@needs_tool
+@pytest.mark.parametrize(
+    ("camera", "name"),
+    [
+        (("KESA0", "30512", "3"), "calibration/KESA0_30512/v003/misalignment.dat"),
+        (("HDB00", "90214", "1"), SENSOR),
+    ],
+)
+def test_mandatory_files_of_a_calibration_must_be_there(flight, camera, name):
+    (flight.folder / name).unlink()
+    assert flight.run("camera", "info", *camera, "--calibrations", "calibration").returncode == 1
+
+
+@needs_tool
+def test_a_second_file_with_the_same_word_refuses_an_xml_calibration(flight):
+    (flight.folder / SENSOR).with_name("old_sensordata.txt").write_text("")
+    done = flight.run("camera", "info", "HDB00", "90214", "1", "--calibrations", "calibration")
+    assert done.returncode == 1
