@@ -11,7 +11,9 @@ import warnings
 from pathlib import Path
 
 import numpy as np
-from readers import PRESENT, READERS, Refused
+from odf_reader import PRESENT
+from readers import READERS
+from reading import Refused
 
 File = tuple[str, Path]
 
@@ -26,8 +28,8 @@ def library_values(program: str, files: list[File]) -> list[dict[str, object]]:
 
 
 def comparable(text: str) -> str:
-    """How many replacement characters stand for a run of invalid bytes isn't defined, and not whether line ends and tabs
-    in an attribute become blanks."""
+    """How many replacement characters stand for a run of invalid bytes isn't defined, nor whether line ends and tabs in
+    an attribute become blanks."""
     return re.sub("[\t\r\n]", " ", re.sub("\ufffd+", "\ufffd", text))
 
 

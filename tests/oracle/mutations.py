@@ -7,8 +7,8 @@ import random
 import re
 import struct
 
-WORDS = [b"nan", b"inf", b"-inf", b"", b"abc", b"1,5", b"1e400", b"1e-400", b"0x10", b"+7", b"+-7", b"-3", b"1.5", b"1e2", b".5"]
-WORDS += [b"99999999999999999999", b"12x", b"--1", b" 4", b"1.2.3", b"5.", b"2147483648", b"-0"]
+WORDS = [b"nan", b"inf", b"-inf", b"", b"abc", b"1,5", b"1e400", b"1e-400", b"0x10", b"+7", b"+-7", b"-3", b"1.5"]
+WORDS += [b"1e2", b".5", b"99999999999999999999", b"12x", b"--1", b" 4", b"1.2.3", b"5.", b"2147483648", b"-0"]
 NUMBER = re.compile(rb"[+-]?\d+(?:\.\d+)?(?:[eE][+-]?\d+)?")
 INTEGERS = [-(2**31), -1, 0, 1, 2, 3, 8, 9, 20, 24, 48, 60, 512, 65536, 2**31 - 1]
 DOUBLES = [0.0, -0.0, float("nan"), float("inf"), -1e300, 5e-324, 1e10]
@@ -112,7 +112,8 @@ def insert_white_space(data: bytes, generator: random.Random) -> bytes:
 
 
 BINARY = [change_bytes, change_header_bytes, flip_bit, set_number, set_number, cut, insert, remove, repeat, swap]
-TEXT = [word_for_number, word_for_number, change_line_ends, swap_lines, drop_line, insert_white_space, insert_white_space]
+TEXT = [word_for_number, word_for_number, change_line_ends, swap_lines, drop_line]
+TEXT += [insert_white_space, insert_white_space]
 
 
 def mutated(data: bytes, generator: random.Random, is_text: bool) -> bytes:

@@ -55,7 +55,8 @@ def orientation_with_turns() -> bytes:
         struct.pack("<4d4f", 100 + i / 3, i * 0.1, -i, 1000, 0.9 * i, -0.7 * i, 2.1 * i, i) for i in range(12)
     )
     table = b"".join(struct.pack("<6f", *(i * 0.001 + k for k in range(6))) for i in range(12))
-    return struct.pack("<4s4i", b"EOP_", 3, data, deviations, len(block)) + block + 7 * b"x" + records + 5 * b"y" + table
+    header = struct.pack("<4s4i", b"EOP_", 3, data, deviations, len(block))
+    return header + block + 7 * b"x" + records + 5 * b"y" + table
 
 
 def seeds(root: Path) -> dict[str, list[dict[str, bytes]]]:
@@ -66,7 +67,8 @@ def seeds(root: Path) -> dict[str, list[dict[str, bytes]]]:
         path = Path(name)
         if path.suffix in KINDS:
             beside = path.with_suffix(".ctgl").as_posix()
-            found[KINDS[path.suffix]].append({path.suffix: data} | ({".ctgl": pages[beside]} if beside in pages else {}))
+            ctgl = {".ctgl": pages[beside]} if beside in pages else {}
+            found[KINDS[path.suffix]].append({path.suffix: data} | (ctgl if path.suffix == ".ctg" else {}))
     for kind, path in files_of_kind(root / "tests" / "data"):
         data = path.read_bytes()
         beside = path.with_suffix(".ctgl")

@@ -1,25 +1,24 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""The library and the readers that were written from docs/files.md alone read the same values from the same files, to the
-bit, or both refuse them with the same message."""
+"""The library and the readers that were written from docs/files.md alone read the same values from the same files, to
+the bit, or both refuse them with the same message."""
 
 import os
 import random
 import struct
-from pathlib import Path
 
 import pytest
 from comparison import differences, library_values
+from flight import PROGRAM, ROOT
 from mutations import mutated
 from seeds import files_of_kind, seeds
 
-ROOT = Path(__file__).parents[2]
-PROGRAM = os.environ["KESSENSOR_VALUES"]
 #: Another number damages the files in another way.
 SERIES = os.environ.get("KESSENSOR_ORACLE_SERIES", "0")
 #: Damaged files of each kind.
-COUNTS = {"eop": 3000, "odf": 2500, "ctg": 1500, "it": 500, "tdi": 500, "cam": 2000, "dat": 700, "gpt": 1000, "ipt": 800}
+COUNTS = {"eop": 3000, "odf": 2500, "ctg": 1500, "it": 500, "tdi": 500, "cam": 2000}
+COUNTS |= {"dat": 700, "gpt": 1000, "ipt": 800}
 TEXTS = {"cam", "dat", "gpt", "ipt"}
 
 
