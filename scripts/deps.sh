@@ -15,7 +15,7 @@ packages=(
   python3-dev pybind11-dev python3-numpy python3-pytest python3-hypothesis python3-matplotlib python3-jsonschema mypy
 )
 if [ "${1:-}" = packages ]; then
-  packages+=(debhelper dh-python dpkg-dev lintian)
+  packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap)
 fi
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then

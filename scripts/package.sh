@@ -10,14 +10,15 @@ cd "$(dirname "$0")/.."
 scripts/deps.sh packages
 version=$(dpkg-parsechangelog -S Version)
 folder=$(mkdir -p "${1:-build/packages}" && cd "${1:-build/packages}" && pwd)
-work=$(mktemp -d "${TMPDIR:-/tmp}/kessensor-packages-XXXXXX")
+# Always the same place, so that the compiler cache serves the next build, too.
+work=$PWD/build/packages-work
+rm -rf "$work"
 trap 'rm -rf "$work"' EXIT
 
 source=$work/kessensor-$version
-mkdir "$source"
+mkdir -p "$source"
 git archive HEAD | tar -x -C "$source"
-# The compiler cache serves the same sources in another folder.
-export CCACHE_DIR=${CCACHE_DIR:-$HOME/.cache/ccache} CCACHE_BASEDIR=$source CCACHE_NOHASHDIR=1
+export CCACHE_DIR=${CCACHE_DIR:-$HOME/.cache/ccache}  # debhelper gives the build another home
 (cd "$source" && dpkg-buildpackage --no-sign --build=full >"$work/build.log" 2>&1) || {
   tail -60 "$work/build.log"
   exit 1
