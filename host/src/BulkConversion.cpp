@@ -134,8 +134,14 @@ public:
     return fit;
   }
 
-  /// The greatest departure from the exact conversion at the places of the check, in parts of what is tolerated.
+  /// The greatest departure from the exact conversion at the places of the check, and what is left out in the corners,
+  /// in parts of what is tolerated.
   double error(CellPolynomial const& fit, geo::XYZPoint const& tolerance) const {
+    return errorAtPlaces(fit, tolerance) + leftOut(fit, tolerance);
+  }
+
+private:
+  double errorAtPlaces(CellPolynomial const& fit, geo::XYZPoint const& tolerance) const {
     std::array<geo::XYZPoint, CHECKS.size()> converted;
     std::array<std::uint32_t, CHECKS.size()> rest{};
     auto const isFit = [](void const* context, geo::XYZPoint const&) {
@@ -152,7 +158,19 @@ public:
     return greatest;
   }
 
-private:
+  // The products of more than the third degree, which are greatest in the corners, where no place is.
+  static double leftOut(CellPolynomial const& fit, geo::XYZPoint const& tolerance) {
+    geo::XYZPoint sum{0.0, 0.0, 0.0};
+    for (std::size_t n = 0; n < ALL_NODES; ++n) {
+      std::array<std::size_t, 3> const power{n / 9, n / 3 % NODES, n % NODES};
+      if (power[0] + power[1] + power[2] > CellPolynomial::degree) {
+        CellPolynomial::Terms const& terms = fit.terms[power[0]][power[1]][power[2]];
+        sum = {sum.x + std::fabs(terms[0]), sum.y + std::fabs(terms[1]), sum.z + std::fabs(terms[2])};
+      }
+    }
+    return std::max({sum.x / tolerance.x, sum.y / tolerance.y, sum.z / tolerance.z});
+  }
+
   // From values at -1, 0 and 1 to the factors of 1, t and t².
   static void toPowers(CellPolynomial::Terms& first, CellPolynomial::Terms& second, CellPolynomial::Terms& third) {
     for (std::size_t l = 0; l < first.size(); ++l) {
@@ -262,6 +280,9 @@ std::unique_ptr<BulkConversion::Cell const> BulkConversion::makeCell(geo::XYZPoi
 }
 
 geo::XYZPoint BulkConversion::exact(geo::XYZPoint const& position) const {
+  if (!isFinite(position)) {
+    return NOWHERE;
+  }
   geo::XYZPoint converted;
   geo::coordSys::transform(&mSource.platform(), &mTarget.platform(), position, converted);
   return converted;

@@ -20,18 +20,20 @@
 namespace kes::detail {
 
 /// The conversion of positions from one coordinate system to another, for many positions near each other: in cells of
-/// about 1 km (4 km of height), polynomials of second degree in each of the three coordinates stand in for the exact
-/// conversion.
+/// about 1 km (4 km of height), polynomials of second degree in each of the three coordinates, and of third degree in
+/// all, stand in for the exact conversion.
 ///
 /// Error: a cell is accepted only if it departs from the exact conversion by at most a quarter of the bounds, 1.6
-/// micrometres across (2.5e-13 radians) and 25 micrometres of height, at 16 places that aren't its nodes; otherwise it
-/// is divided into four, down to 128 m, as long as that promises to help. Positions in cells that remain are converted
-/// exactly: along the edges of grids, where a conversion bends, near poles, and where a system ends. The bounds, 1e-12
-/// radians (6.4 micrometres) across and 0.1 mm of height, have thus room for what lies between the places.
+/// micrometres across (2.5e-13 radians) and 25 micrometres of height, at 16 places that aren't its nodes, together with
+/// all that the products of higher degree would add in its corners. Otherwise it is divided into four, down to 128 m,
+/// as long as that promises to help. Positions in cells that remain are converted exactly: along the edges of grids,
+/// where a conversion bends, near poles, and where a system ends. The bounds, 1e-12 radians (6.4 micrometres) across and
+/// 0.1 mm of height, have thus room for what lies between the places.
 ///
 /// Why this suffices: the third derivatives of a map projection are of the order of 1 / R² (R, the Earth's radius), and
 /// the error of a polynomial through three nodes at distances a is 0.064 a³ times these: 0.2 micrometres for a cell of
-/// 1 km.
+/// 1 km. Fourth derivatives are of the order of 1 / R³, so that products of the fourth degree don't reach 0.01
+/// micrometres.
 ///
 /// Cells lie on a fixed lattice, so a result depends on nothing but the position. Any number of threads may use one
 /// object; cells are made when they are first needed, and kept.

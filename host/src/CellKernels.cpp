@@ -5,8 +5,10 @@
 
 #include "CellKernels.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
 #define HWY_TARGET_INCLUDE "CellKernels.cpp"
@@ -18,10 +20,17 @@
 HWY_BEFORE_NAMESPACE();
 namespace kes::detail::HWY_NAMESPACE {
 
-/// Horner's rule for a row of three terms.
-template <class Number>
-HWY_INLINE Number quadratic(Number constant, Number linear, Number square, Number at) {
-  return (square * at + linear) * at + constant;
+/// Horner's rule for the `count` terms of a row; `term` is a function of the power.
+template <std::size_t count, class Number, class Term>
+HWY_INLINE Number rowOfTerms(Number at, Term const& term) {
+  Number sum = term(std::integral_constant<std::size_t, count - 1>());
+  if constexpr (count > 2) {
+    sum = sum * at + term(std::integral_constant<std::size_t, 1>());
+  }
+  if constexpr (count > 1) {
+    sum = sum * at + term(std::integral_constant<std::size_t, 0>());
+  }
+  return sum;
 }
 
 /// The sum of all terms at x, y and z, from -1 to 1; `term` is a function of the three powers. One order of operations
@@ -29,11 +38,14 @@ HWY_INLINE Number quadratic(Number constant, Number linear, Number square, Numbe
 template <class Number, class Term>
 // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): coordinates in their order
 HWY_INLINE Number sumOfTerms(Number x, Number y, Number z, Term const& term) {
-  auto const inZ = [&](std::size_t i, std::size_t j) HWY_ATTR {
-    return quadratic(term(i, j, std::size_t{0}), term(i, j, std::size_t{1}), term(i, j, std::size_t{2}), z);
+  constexpr auto powers = [](std::size_t others) {
+    return std::min(CellPolynomial::powers, CellPolynomial::degree - others + 1);
   };
-  auto const inY = [&](std::size_t i) HWY_ATTR { return quadratic(inZ(i, 0), inZ(i, 1), inZ(i, 2), y); };
-  return quadratic(inY(0), inY(1), inY(2), x);
+  return rowOfTerms<CellPolynomial::powers>(x, [&](auto i) HWY_ATTR {
+    return rowOfTerms<powers(i)>(y, [&](auto j) HWY_ATTR {
+      return rowOfTerms<powers(i + j)>(z, [&](auto k) HWY_ATTR { return term(i, j, k); });
+    });
+  });
 }
 
 /// Positions in lanes, with the cell that the last ones had.
@@ -45,7 +57,7 @@ public:
     std::size_t i = 0;
     for (; i + laneCount <= mRun.count; i += laneCount) {
       Positions const p(mRun.in + i);
-      if (mCell != nullptr && areInCell(p)) {
+      if (areInCell(p) || (findCell(mRun.in[i]) && areInCell(p))) {
         convertTogether(p, mRun.out + i);
       } else {
         convertSingly(i, i + laneCount);
@@ -64,6 +76,9 @@ private:
   };
 
   HWY_INLINE bool areInCell(Positions const& p) const {
+    if (mCell == nullptr) {
+      return false;
+    }
     auto const isWithin = [](Lanes value, double least, double greatest)
                               HWY_ATTR { return both(value >= same(least), value < same(greatest)); };
     return allTrue(
@@ -88,15 +103,20 @@ private:
   void convertSingly(std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
       geo::XYZPoint const p = mRun.in[i];
-      if (mCell == nullptr || !mCell->contains(p)) {
-        mCell = mRun.find(mRun.context, p);
-      }
-      if (mCell == nullptr) {
-        mRun.rest[mRest++] = static_cast<std::uint32_t>(i);
-      } else {
+      if (findCell(p)) {
         mRun.out[i] = converted(*mCell, p);
+      } else {
+        mRun.rest[mRest++] = static_cast<std::uint32_t>(i);
       }
     }
+  }
+
+  // Whether a position has a cell; of the next ones, some mostly share it.
+  bool findCell(geo::XYZPoint const& p) {
+    if (mCell == nullptr || !mCell->contains(p)) {
+      mCell = mRun.find(mRun.context, p);
+    }
+    return mCell != nullptr;
   }
 
   // The coordinates of one position in lanes.

@@ -11,9 +11,11 @@
 namespace kes::detail {
 
 /// The three coordinates of a converted position within a cell of another system, each as a sum of products of powers
-/// up to the second of x, y and z, which go from -1 to 1 in the cell.
+/// up to the second of x, y and z, which go from -1 to 1 in the cell. Products of more than the third degree are left
+/// out.
 struct CellPolynomial {
   static constexpr std::size_t powers = 3;
+  static constexpr std::size_t degree = 3;  ///< Of a product.
   /// A coordinate each; the fourth makes them fill vector registers.
   using Terms = std::array<double, 4>;
 

@@ -6,6 +6,7 @@
 #include "InstructionSets.h"
 #include "support/Matchers.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -44,22 +45,30 @@ protected:
     return cells[0].contains(p) ? cells : cells[1].contains(p) ? cells + 1 : nullptr;
   }
 
-  /// Horner's rule in each of the three variables, as a textbook has it.
+  /// Horner's rule in each of the three variables, as a textbook has it, without the products of more than the third
+  /// degree.
   static double value(CellPolynomial const& cell, geo::XYZPoint const& p, std::size_t l, double constant) {
     double const x = (p.x - cell.centre.x) * cell.perHalf.x;
     double const y = (p.y - cell.centre.y) * cell.perHalf.y;
     double const z = (p.z - cell.centre.z) * cell.perHalf.z;
-    auto const horner = [](double a, double b, double c, double t) { return (c * t + b) * t + a; };
+    auto const horner = [](double const* terms, std::size_t count, double t) {
+      double sum = terms[count - 1];
+      for (std::size_t n = count - 1; n > 0; --n) {
+        sum = sum * t + terms[n - 1];
+      }
+      return sum;
+    };
     double ofX[3];
     for (std::size_t i = 0; i < 3; ++i) {
       double ofY[3];
-      for (std::size_t j = 0; j < 3; ++j) {
+      for (std::size_t j = 0; j < 3 && i + j < 4; ++j) {
         auto const& t = cell.terms[i][j];
-        ofY[j] = horner(t[0][l], t[1][l], t[2][l], z);
+        double const ofZ[3] = {t[0][l], t[1][l], t[2][l]};
+        ofY[j] = horner(ofZ, std::min<std::size_t>(3, 4 - i - j), z);
       }
-      ofX[i] = horner(ofY[0], ofY[1], ofY[2], y);
+      ofX[i] = horner(ofY, std::min<std::size_t>(3, 4 - i), y);
     }
-    return constant + horner(ofX[0], ofX[1], ofX[2], x);
+    return constant + horner(ofX, 3, x);
   }
 
   /// Runs of neighbours within a cell, with others among them: of the other cell, at borders, and of no cell.
