@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace kes {
@@ -41,18 +42,18 @@ public:
                     !call.options.outputs.closure.empty()) {}
 
   void project(std::size_t begin, std::size_t end) {
-    if (mIsLocal && mCall.options.solver == Solver::precise &&
-        std::holds_alternative<OwnHeight>(mCall.options.heights)) {
-      solvePrecisely(begin, mCall.ground.subspan(begin, end - begin));
+    auto const ground = mCall.ground.subspan(begin, end - begin);
+    bool const isPrecise = mCall.options.solver == Solver::precise;
+    if (isPrecise && !std::holds_alternative<Surface>(mCall.options.heights)) {
+      solvePrecisely(begin, localOf(begin, ground));
       return;
     }
-    mLocal.assign(mCall.ground.begin() + static_cast<std::ptrdiff_t>(begin),
-                  mCall.ground.begin() + static_cast<std::ptrdiff_t>(end));
-    auto const status = mCall.status.subspan(begin, end - begin);
+    mLocal.assign(ground.begin(), ground.end());
+    auto const status = mCall.status.subspan(begin, ground.size());
     std::fill(status.begin(), status.end(), Status::ok);
     setHeights(begin);
     convertToLocal(status);
-    if (mCall.options.solver == Solver::precise) {
+    if (isPrecise) {
       std::vector<Status> const given(status.begin(), status.end());
       solvePrecisely(begin, mLocal);
       for (std::size_t k = 0; k < given.size(); ++k) {
@@ -66,14 +67,33 @@ public:
   }
 
 private:
-  void setHeights(std::size_t begin) {
-    if (auto const* const constant = std::get_if<ConstantHeight>(&mCall.options.heights)) {
-      for (geo::XYZPoint& point : mLocal) {
-        point.z = constant->height;
+  // In the local system at the heights of the call; what can't be converted isn't finite.
+  std::span<geo::XYZPoint const> localOf(std::size_t begin, std::span<geo::XYZPoint const> ground) {
+    bool const hasHeights = !std::holds_alternative<OwnHeight>(mCall.options.heights);
+    if (mIsLocal && !hasHeights) {
+      return ground;
+    }
+    if (hasHeights) {
+      mLocal.assign(ground.begin(), ground.end());
+      setHeights(begin);
+      ground = mLocal;
+    } else {
+      mLocal.resize(ground.size());
+    }
+    if (!mIsLocal) {
+      if (!mToLocal) {
+        mToLocal.emplace(mStrip.conversion(mSystem, mProjector.local()));
       }
-    } else if (auto const* const perPoint = std::get_if<HeightPerPoint>(&mCall.options.heights)) {
+      (*mToLocal)(ground, mLocal);
+    }
+    return mLocal;
+  }
+
+  void setHeights(std::size_t begin) {
+    if (std::holds_alternative<ConstantHeight>(mCall.options.heights) ||
+        std::holds_alternative<HeightPerPoint>(mCall.options.heights)) {
       for (std::size_t k = 0; k < mLocal.size(); ++k) {
-        mLocal[k].z = perPoint->heights[begin + k];
+        mLocal[k] = given(begin + k);
       }
     }
   }
@@ -161,7 +181,7 @@ private:
 
   void solve(std::size_t i, geo::XYZPoint const& local) {
     if (!isFinite(local)) {
-      storeNothing(i, Status::notFinite);
+      storeNothing(i, isFinite(given(i)) ? Status::notTransformable : Status::notFinite);
       return;
     }
     detail::Found const found = mProjector.find(local);
@@ -170,6 +190,17 @@ private:
       return;
     }
     store(i, local, {found.sample, found.line}, found.time, found.passes);
+  }
+
+  // A position of the call, at its height there.
+  geo::XYZPoint given(std::size_t i) const {
+    geo::XYZPoint point = mCall.ground[i];
+    if (auto const* const constant = std::get_if<ConstantHeight>(&mCall.options.heights)) {
+      point.z = constant->height;
+    } else if (auto const* const perPoint = std::get_if<HeightPerPoint>(&mCall.options.heights)) {
+      point.z = perPoint->heights[i];
+    }
+    return point;
   }
 
   void solveByLibrary(std::size_t begin, std::size_t end) {
@@ -237,6 +268,7 @@ private:
   CoordinateSystem const& mSystem;
   bool mIsLocal;
   bool mHasOutputs;
+  std::optional<detail::Converter> mToLocal;
   std::vector<geo::XYZPoint> mLocal;
   std::vector<double> mTimes;
   std::vector<std::uint32_t> mRest;
