@@ -114,6 +114,23 @@ std::vector<geo::XYZPoint> mapRows(kes::Band const& band) {
   return points;
 }
 
+/// The same in a map's system, from west to east.
+std::vector<geo::XYZPoint> utmRows(kes::Band const& band, kes::CoordinateSystem const& utm) {
+  constexpr int size = 512;
+  kes::ToGroundOptions options;
+  options.heights = kes::ConstantHeight{HEIGHT};
+  options.system = utm;
+  geo::XYZPoint const middle = band.toGround(geo::XYPoint(0.5 * band.samples(), 0.5 * band.lines()), options).position;
+  std::vector<geo::XYZPoint> points;
+  for (int row = 0; row < size; ++row) {
+    for (int column = 0; column < size; ++column) {
+      points.emplace_back(middle.x + (column - size / 2) * band.gsd(), middle.y - (row - size / 2) * band.gsd(),
+                          HEIGHT + 5.0 * std::sin(0.05 * column) + 4.0 * std::cos(0.03 * row));
+    }
+  }
+  return points;
+}
+
 // The reference looks for the first line in steps, which takes long: a few positions, near what was found.
 void countErrors(benchmark::State& state, Flight const& flight, std::vector<geo::XYZPoint> const& ground,
                  std::vector<geo::XYPoint> const& image) {
@@ -146,6 +163,27 @@ void toImage(benchmark::State& state, int lines, std::vector<geo::XYZPoint> (*po
 BENCHMARK_CAPTURE(toImage, mapRows, SHORT, mapRows)->Name("precise, map rows");
 BENCHMARK_CAPTURE(toImage, random, SHORT, randomGround)->Name("precise, random points");
 BENCHMARK_CAPTURE(toImage, randomLong, LONG, randomGround)->Name("precise, random points of 200000 lines");
+
+// Rows from west to east, their conversion to the local system included. Errors are those of the whole.
+void mapToImage(benchmark::State& state) {
+  Flight const& strip = flight(SHORT);
+  kes::Band const band = strip.band();
+  kes::CoordinateSystem const utm("EPSG:32616");
+  std::vector<geo::XYZPoint> const ground = utmRows(band, utm);
+  std::vector<geo::XYPoint> image(ground.size());
+  std::vector<kes::Status> status(ground.size());
+  kes::ToImageOptions options;
+  options.system = utm;
+  for (auto _ : state) {
+    band.toImage(ground, options, image, status);
+    benchmark::DoNotOptimize(image.data());
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(ground.size()));
+  std::vector<geo::XYZPoint> local(ground.size());
+  utm.transform(band.localSystem(), ground, local);
+  countErrors(state, strip, local, image);
+}
+BENCHMARK(mapToImage)->Name("precise, rows of a UTM map");
 
 void libraryRun(benchmark::State& state, int lines, std::vector<geo::XYZPoint> (*points)(kes::Band const&)) {
   Flight const& strip = flight(lines);
