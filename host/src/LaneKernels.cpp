@@ -19,6 +19,7 @@
 #include "Lanes-inl.h"
 #include "LanesToGround-inl.h"
 #include "LanesToImage-inl.h"
+#include "NearLines-inl.h"
 
 #if HWY_ONCE
 namespace kes::detail {

@@ -88,7 +88,12 @@ public:
 
   /// Of lines, which may be anything; a line beyond the table has the nearest.
   HWY_INLINE void load(Lanes line) {
-    mWhole = findRows(line, mRows);
+    RowNumbers numbers;
+    Lanes const whole = findRows(line, numbers);
+    load(whole, numbers);
+  }
+  HWY_INLINE void load(Lanes whole, RowNumbers const& mRows) {
+    mWhole = whole;
     auto const* const rows = reinterpret_cast<double const*>(mTables.rows.data());
     constexpr std::size_t length = LaneTables::doublesPerRow;
     Lanes record;
@@ -98,7 +103,26 @@ public:
       loadPair(rows + 4, length, mRows, mCorrection, mCorrectionStep);
     }
     loadPair(rows + 6, length, mRows, greatestDepth, record);
-    loadRecords();
+    loadRecords(mRows);
+  }
+
+  // The rows of lines; returns the whole lines at or before.
+  HWY_INLINE Lanes findRows(Lanes line, RowNumbers& rows) const {
+    Intervals const intervals(*this, line);
+    Lanes second, row;
+    loadPair(reinterpret_cast<double const*>(mTables.starts.data()), LaneTables::doublesPerStart, intervals.rows,
+             second, row);
+    truncated(row + selectOrZero(line >= second, same(1.0)), rows.of);
+    if (mTables.hasManyRows) {
+      findFurther(line, intervals.rows, rows);
+    }
+    return intervals.whole;
+  }
+
+  HWY_INLINE RowNumbers rowsOf(Lanes line) const {
+    RowNumbers rows;
+    findRows(line, rows);
+    return rows;
   }
 
   HWY_INLINE Lanes time(Lanes line) const { return mTime + mTimeStep * (line - mWhole); }
@@ -125,20 +149,24 @@ public:
     return sightOf<LaneSight>(along, across, height, same(-mTables.focalLength), shift(v));
   }
 
-  /// Asks the memory for the rows of lines.
-  HWY_INLINE void prefetchRows(Lanes line) const {
-    RowNumbers rows;
-    findRows(line, rows);
+  /// Asks the memory for what leads to the rows of lines.
+  HWY_INLINE void prefetchStarts(Lanes line) const {
+    Intervals const intervals(*this, line);
+    for (std::uint32_t const interval : intervals.rows.of) {
+      hwy::Prefetch(mTables.starts.data() + interval);
+    }
+  }
+
+  /// Asks it for rows.
+  HWY_INLINE void prefetchRows(RowNumbers const& rows) const {
     for (std::uint32_t const row : rows.of) {
       hwy::Prefetch(mTables.rows.data() + row);
     }
   }
 
-  /// Asks it for what their poses depend on, once the rows are there.
-  HWY_INLINE void prefetchRecords(Lanes line) const {
+  /// Asks it for what the poses of rows depend on, once the rows are there.
+  HWY_INLINE void prefetchRecords(RowNumbers const& rows) const {
     constexpr std::size_t perCacheLine = 8;
-    RowNumbers rows;
-    findRows(line, rows);
     for (std::uint32_t const row : rows.of) {
       auto const record = static_cast<std::size_t>(mTables.rows[row].record);
       double const* const begin = mTables.records + LaneTables::doublesPerRecord * record;
@@ -160,19 +188,6 @@ private:
     RowNumbers rows;
   };
 
-  // The rows of lines; returns the whole lines at or before.
-  HWY_INLINE Lanes findRows(Lanes line, RowNumbers& rows) const {
-    Intervals const intervals(*this, line);
-    Lanes second, row;
-    loadPair(reinterpret_cast<double const*>(mTables.starts.data()), LaneTables::doublesPerStart, intervals.rows,
-             second, row);
-    truncated(row + selectOrZero(line >= second, same(1.0)), rows.of);
-    if (mTables.hasManyRows) {
-      findFurther(line, intervals.rows, rows);
-    }
-    return intervals.whole;
-  }
-
   // Rows after the second one of their line.
   HWY_NOINLINE void findFurther(Lanes line, RowNumbers const& intervals, RowNumbers& rows) const {
     alignas(64) double lines[laneCount];
@@ -189,7 +204,7 @@ private:
     return mTables.hasCorrections ? same(mTables.pixelSize) * (mCorrection + mCorrectionStep * v) : zero();
   }
 
-  HWY_INLINE void loadRecords() {
+  HWY_INLINE void loadRecords(RowNumbers const& mRows) {
     RowNumbers records;
     for (std::size_t i = 0; i < laneCount; ++i) {
       records.of[i] = static_cast<std::uint32_t>(mTables.rows[mRows.of[i]].record);
@@ -212,7 +227,6 @@ private:
   Lanes mTimeStep;
   Lanes mCorrection;
   Lanes mCorrectionStep;
-  RowNumbers mRows;
   LaneRecord mRecord;
   std::uint32_t mOne = 0;  // the record that all lanes have
 };

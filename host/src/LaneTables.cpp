@@ -87,19 +87,19 @@ void LaneTables::addNodes(LineSearch const& search) {
   static_assert(sizeof(LineSearch::Node) == doublesPerNode * sizeof(double));
   nodes = reinterpret_cast<double const*>(search.mNodes.data());
   lastNode = static_cast<double>(search.mNodes.size() - 1);
+  fromLevel = search.mFromLevel.data();
+  runsPerNode = 1.0 / LineSearch::nodesPerRun;
+  lastRun = static_cast<double>(search.mFromLevel.size() - 1);
+  perSquare = search.mPerSquare;
   linesPerNode = LineSearch::linesPerNode;
   nodesPerMetre = search.mNodesPerMetre;
   cosine = search.mCosine;
   sine = search.mSine;
-  firstAlong = search.mNodes.front().along;
-  reach = search.mReach;
+  firstAlong = search.mFirstAlong;
+  ahead = search.mAhead;
   flyingHeight = search.mHeight;
   leastDepth = LineSearch::leastDepth * search.mDepth;
   linesPerUnit = search.mLinesPerUnit;
-  for (LineSearch::Node const& node : search.mNodes) {
-    meanAhead += node.ahead;
-  }
-  meanAhead /= static_cast<double>(search.mNodes.size());
 }
 
 }  // namespace kes::detail

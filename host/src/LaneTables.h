@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "LargeTable.h"
 #include "LineSearch.h"
 #include "ViewChain.h"
 
@@ -41,15 +42,15 @@ public:
   bool isEmpty() const { return rows.empty(); }
   std::uint32_t firstRow(std::size_t line) const { return static_cast<std::uint32_t>(starts[line].row); }
 
-  std::vector<Row> rows;
+  LargeTable<Row> rows;
   /// The first row of a line, and the place in the line from which on it has the second one: NaN where there is none.
   struct Start {
     double second;
     double row;
   };
   static constexpr std::size_t doublesPerStart = 2;
-  std::vector<Start> starts;  ///< Of each line, and of one after the last.
-  bool hasManyRows = false;   ///< Whether lines have more than two.
+  LargeTable<Start> starts;  ///< Of each line, and of one after the last.
+  bool hasManyRows = false;  ///< Whether lines have more than two.
   bool hasCorrections = false;
   double firstLine = 0.0;
   double lastLine = 0.0;
@@ -84,15 +85,18 @@ public:
 
   // The coarse table of the flight; see `LineSearch`.
   double const* nodes = nullptr;
-  static constexpr std::size_t doublesPerNode = 8;
+  static constexpr std::size_t doublesPerNode = 4;
   double lastNode = 0.0;
+  double perSquare = 0.0;
+  double const* fromLevel = nullptr;
+  double runsPerNode = 0.0;
+  double lastRun = 0.0;
   double linesPerNode = 0.0;
   double nodesPerMetre = 0.0;
   double cosine = 1.0;
   double sine = 0.0;
   double firstAlong = 0.0;
-  double meanAhead = 0.0;  ///< Tangent of the view.
-  double reach = 0.0;
+  double ahead = 0.0;  ///< Tangent of the view, its mean.
   double flyingHeight = 0.0;
   double leastDepth = 0.0;
   double linesPerUnit = 0.0;

@@ -57,8 +57,8 @@ public:
   }
 
   /// Asks the memory for what lines need: after the first call for many lines, the second.
-  HWY_INLINE void prefetchRows(Lanes line) const { mPieces.prefetchRows(line); }
-  HWY_INLINE void prefetchRecords(Lanes line) const { mPieces.prefetchRecords(line); }
+  HWY_INLINE void prefetchRows(Lanes line) const { mPieces.prefetchRows(mPieces.rowsOf(line)); }
+  HWY_INLINE void prefetchRecords(Lanes line) const { mPieces.prefetchRecords(mPieces.rowsOf(line)); }
 
 private:
   HWY_INLINE void setLine(Lanes line) {

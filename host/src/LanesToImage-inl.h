@@ -12,6 +12,7 @@
 
 #include "LaneKernels.h"
 #include "LanePieces-inl.h"
+#include "NearLines-inl.h"
 
 #include <bit>
 #include <limits>
@@ -90,8 +91,7 @@ private:
 /// doesn't matter which line that was.
 class ImageLanes {
 public:
-  explicit ImageLanes(LaneTables const& tables)
-      : mTables(tables), mPieces(tables), mEntries(tables), mFromLevel(zero()) {}
+  explicit ImageLanes(LaneTables const& tables) : mTables(tables), mPieces(tables), mEntries(tables) {}
 
   /// Of the positions that don't pass in the pieces of the near lines, those to be tried again, with `line` as the near
   /// line, which lies in another piece; where the flight is steady it is close to the solution.
@@ -110,50 +110,26 @@ public:
     mLinesPerUnit = same(mTables.linesPerUnit) * greatest(mDepth, same(mTables.leastDepth));
   }
 
-  /// Lines that are near, from the coarse table of the flight; see `LineSearch::Task::guess`. The first place in the
-  /// table is as far from that of level flight as the vector before ended; for neighbours, one look then mostly does.
-  HWY_INLINE Lanes near() {
-    Lanes const along = same(mTables.cosine) * mGround.x + same(mTables.sine) * mGround.y;
-    Lanes const across = same(mTables.cosine) * mGround.y - same(mTables.sine) * mGround.x;
-    Lanes const level =
-        (along - same(mTables.firstAlong) - mDepth * same(mTables.meanAhead)) * same(mTables.nodesPerMetre);
-    Lanes place = level + mFromLevel;
-    for (int i = 0; i < NODES; ++i) {
-      Lanes const nearest = place + same(0.5);
-      RowNumbers rows;
-      Lanes const number = truncated(least(selectOrZero(nearest > zero(), nearest), same(mTables.lastNode)), rows.of);
-      Lanes nodeAlong, nodeAcross, height, ahead, tangent, slope, bow, perMetre;
-      loadPair(mTables.nodes, LaneTables::doublesPerNode, rows, nodeAlong, nodeAcross);
-      loadPair(mTables.nodes + 2, LaneTables::doublesPerNode, rows, height, ahead);
-      loadPair(mTables.nodes + 4, LaneTables::doublesPerNode, rows, tangent, slope);
-      loadPair(mTables.nodes + 6, LaneTables::doublesPerNode, rows, bow, perMetre);
-      Lanes const depth = greatest(height - mGround.z, same(mTables.leastDepth));
-      Lanes const reach = same(mTables.reach);
-      Lanes const d = greatest(least((across - nodeAcross) / depth - tangent, reach), negative(reach));
-      Lanes const view = nodeAlong + depth * (ahead + d * (slope + d * bow));
-      Lanes const away = (along - view) * perMetre;
-      place = number + away;
-      if (allTrue(absolute(away) < same(FROM_NODE))) {
-        break;
-      }
-    }
-    Lanes const fromLevel = place - level;
-    mFromLevel = selectOrZero(absolute(fromLevel) < same(mTables.lastNode), fromLevel);
-    return same(mTables.firstLine) + place * same(mTables.linesPerNode);
+  /// Asks the memory for what leads from near lines to the positions' pieces: each call after the one before was made
+  /// for many positions.
+  HWY_INLINE void prefetchStarts(Lanes line) const { mPieces.prefetchStarts(line); }
+  HWY_INLINE void prefetchRows(RowNumbers const& rows) const { mPieces.prefetchRows(rows); }
+  HWY_INLINE void prefetchRecords(RowNumbers const& rows) const { mPieces.prefetchRecords(rows); }
+
+  /// The rows of near lines, which give way to the whole lines at or before.
+  HWY_INLINE void findRows(double* lines, RowNumbers& rows) const {
+    storeTo(lines, mPieces.findRows(load(lines), rows));
   }
-
-  /// Asks the memory for what near lines lead to: after the first call for many positions, the second.
-  HWY_INLINE void prefetchRows(Lanes line) const { mPieces.prefetchRows(line); }
-  HWY_INLINE void prefetchRecords(Lanes line) const { mPieces.prefetchRecords(line); }
-
+  HWY_INLINE Solution find(Lanes whole, RowNumbers const& rows) {
+    mPieces.load(whole, rows);
+    return solve();
+  }
   HWY_INLINE Solution find(Lanes near) {
     mPieces.load(near);
     return solve();
   }
 
 private:
-  static constexpr int NODES = 2;
-  static constexpr double FROM_NODE = 0.75;  // nodes
   // From the end of a piece into the next one, which is hardly ever shorter: whole lines are such ends.
   static constexpr double STEP_OVER = 1e-6;  // lines
 
@@ -180,19 +156,19 @@ private:
     Mask const isBefore = first.ahead <= zero();
     Mask const isAfter = last.ahead > zero();
     Mask const passes = both(first.ahead > zero(), last.ahead <= zero());
-    Lanes const perLine = same(1.0) / (high - low);
-    Lanes const chord = (last.ahead - first.ahead) * perLine;
-    Lanes const yPerLine = (last.y - first.y) * perLine;
-    Lanes const linesPerAhead = same(1.0) / chord;
+    Lanes const perAhead = same(1.0) / (last.ahead - first.ahead);
+    Lanes const linesPerAhead = (high - low) * perAhead;
+    Lanes const yPerAhead = (last.y - first.y) * perAhead;
     Lanes const line = low - first.ahead * linesPerAhead;
     Mask const isInside = both(line >= low, line <= high);
     Sighting const seen = sighting(line);
     Lanes const step = negative(seen.ahead) * linesPerAhead;
-    Lanes const most = same(longestLastStep) * least(absolute(chord), same(1.0));
-    Mask const isLast = both(isInside, absolute(step) <= most);
+    Lanes const longest = same(longestLastStep);
+    Mask const isShort = both(absolute(step) <= longest, absolute(step * linesPerAhead) <= longest);
+    Mask const isLast = both(isInside, isShort);
     Lanes const stepped = line + step;
     Lanes const solution = select(stepped < low, low, select(stepped > high, high, stepped));
-    auto const at = mEntries.at(seen.y + yPerLine * (solution - line));
+    auto const at = mEntries.at(seen.y - yPerAhead * seen.ahead);
     Mask const isOnLine =
         both(at.isWithin, both(at.sample >= same(mTables.firstSample), at.sample <= same(mTables.lastSample)));
     Mask const isKnown = both(passes, mDepth <= mPieces.greatestDepth);
@@ -208,7 +184,6 @@ private:
   LanePoint mGround;
   Lanes mDepth;
   Lanes mLinesPerUnit;
-  Lanes mFromLevel;  // nodes
 };
 
 /// Positions that wait until there are enough of them for a vector, to be tried again from another line.
@@ -238,13 +213,13 @@ private:
   std::size_t mCount = 0;
 };
 
-/// The positions of a call, in blocks of vectors. Each begins with a line from the coarse table of the flight; from
-/// large tables, what those lines lead to is fetched for a whole block. Positions whose piece is another one wait, and
-/// are tried again in vectors of their own.
+/// The positions of a call, in blocks of vectors. Each begins with a line from the coarse table of the flight. What the
+/// lines of scattered positions lead to in large tables is fetched for a whole block. Positions whose piece is another
+/// one wait, and are tried again in vectors of their own.
 class ImageRun {
 public:
   ImageRun(LaneTables const& tables, PixelLimits const& limits, LanesToImage const& run)
-      : mRun(run), mLanes(tables), mResults(tables, limits), mIsLarge(isLarge(tables)) {}
+      : mRun(run), mNearLines(tables), mLanes(tables), mResults(tables, limits), mIsLarge(isLarge(tables)) {}
 
   std::size_t find() {
     for (std::size_t i = 0; i < mRun.count; i += blockSize) {
@@ -259,32 +234,59 @@ public:
 
 private:
   static constexpr std::uint32_t TRIES = 4;
+  static constexpr double SCATTERED = 1024.0;  // nodes from the first position of a block
+  // How far records are fetched before the solution.
+  static constexpr std::size_t AHEAD = 4 * laneCount;
 
+  // Stage by stage for all vectors, so that one goes on while others wait for what their numbers lead to.
   HWY_INLINE void findBlock(std::size_t begin, std::size_t end) {
+    std::size_t const count = end - begin;
     alignas(64) double lines[blockSize];
-    if (mIsLarge) {
-      for (std::size_t i = begin; i < end; i += laneCount) {
-        mLanes.set(ground(i));
-        storeTo(lines + (i - begin), mLanes.near());
-      }
-      fetch(lines, end - begin);
+    RowNumbers rows[blockSize / laneCount];
+    bool const isScattered = mIsLarge && findScattered(begin, count, lines);
+    for (std::size_t i = 0; i < count && !isScattered; i += laneCount) {
+      storeTo(lines + i, mNearLines.next(ground(begin + i)));
     }
-    for (std::size_t i = begin; i < end; i += laneCount) {
-      mLanes.set(ground(i));
-      store(i, std::min(laneCount, end - i), mLanes.find(mIsLarge ? load(lines + (i - begin)) : mLanes.near()));
+    for (std::size_t i = 0; i < count; i += laneCount) {
+      mLanes.findRows(lines + i, rows[i / laneCount]);
+      if (isScattered) {
+        mLanes.prefetchRows(rows[i / laneCount]);
+      }
+    }
+    for (std::size_t i = 0; i < std::min(count, AHEAD) && isScattered; i += laneCount) {
+      mLanes.prefetchRecords(rows[i / laneCount]);
+    }
+    for (std::size_t i = 0; i < count; i += laneCount) {
+      if (isScattered && i + AHEAD < count) {
+        mLanes.prefetchRecords(rows[(i + AHEAD) / laneCount]);
+      }
+      mLanes.set(ground(begin + i));
+      store(begin + i, std::min(laneCount, count - i), mLanes.find(load(lines + i), rows[i / laneCount]));
       while (mWaiting.count() >= laneCount) {
         findWaiting();
       }
     }
   }
 
-  HWY_INLINE void fetch(double const* lines, std::size_t count) const {
+  // The near lines of positions that are scattered over the flight, with what leads to their rows on its way from the
+  // memory. False where they are neighbours.
+  HWY_NOINLINE bool findScattered(std::size_t begin, std::size_t count, double* lines) const {
+    Lanes farthest = zero();
     for (std::size_t i = 0; i < count; i += laneCount) {
-      mLanes.prefetchRows(load(lines + i));
+      Lanes const place = mNearLines.firstPlace(ground(begin + i));
+      storeTo(lines + i, place);
+      mNearLines.prefetch(place);
+      farthest = greatest(farthest, absolute(place - same(lines[0])));
+    }
+    if (allTrue(farthest < same(SCATTERED))) {
+      return false;
     }
     for (std::size_t i = 0; i < count; i += laneCount) {
-      mLanes.prefetchRecords(load(lines + i));
+      Lanes const line = mNearLines.at(ground(begin + i), load(lines + i));
+      storeTo(lines + i, line);
+      mLanes.prefetchStarts(line);
     }
+    return true;
   }
 
   // A vector of waiting positions; the last one is filled up with one of them.
@@ -372,6 +374,7 @@ private:
   }
 
   LanesToImage const& mRun;
+  NearLines mNearLines;
   ImageLanes mLanes;
   LaneResults mResults;
   bool mIsLarge;

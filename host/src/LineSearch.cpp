@@ -42,6 +42,29 @@ LineSearch::Look LineSearch::look(Pose const& pose, double sample) const {
   return {(mCosine * ray.x + mSine * ray.y) / -ray.z, (mCosine * ray.y - mSine * ray.x) / -ray.z};
 }
 
+// What a line sees ahead, at tangents t from that of its middle across: ahead + slope t + bow t².
+LineSearch::Fan LineSearch::fan(Pose const& pose) const {
+  double const firstSample = mChain.sensorLine().firstSample();
+  double const lastSample = mChain.sensorLine().lastSample();
+  Look const left = look(pose, firstSample);
+  Look const middle = look(pose, 0.5 * (firstSample + lastSample));
+  Look const right = look(pose, lastSample);
+  double const a = left.across - middle.across;
+  double const b = right.across - middle.across;
+  double const atA = (left.ahead - middle.ahead) / a;
+  double const atB = (right.ahead - middle.ahead) / b;
+  double const bow = (atA - atB) / (a - b);
+  return {middle, atA - bow * a, bow};
+}
+
+template <class Work>
+void LineSearch::forEachNode(Work const& work) const {
+  for (double line = mChain.lines().firstLine(); line <= mChain.lines().lastLine(); line += linesPerNode) {
+    Pose const pose = mChain.pose(mChain.pieceAt(line), line);
+    work(pose, fan(pose));
+  }
+}
+
 void LineSearch::makeNodes() {
   double const firstLine = mChain.lines().firstLine();
   double const lastLine = mChain.lines().lastLine();
@@ -54,43 +77,68 @@ void LineSearch::makeNodes() {
   mSine = dy / length;
   mSpeed = length / (lastLine - firstLine);
   mDepth = 2.0 * mChain.usualDepth();
-  double const firstSample = mChain.sensorLine().firstSample();
-  double const lastSample = mChain.sensorLine().lastSample();
+  mFirstAlong = mCosine * first.centre.x + mSine * first.centre.y;
+  double count = 0.0;
   double forward = 0.0;
-  double height = 0.0;
-  for (double line = firstLine; line <= lastLine; line += linesPerNode) {
-    Pose const pose = mChain.pose(mChain.pieceAt(line), line);
+  double bow = 0.0;
+  forEachNode([&](Pose const& pose, Fan const& fan) {
     forward += mCosine * pose.along.x + mSine * pose.along.y;
-    height += pose.centre.z;
-    Look const left = look(pose, firstSample);
-    Look const middle = look(pose, 0.5 * (firstSample + lastSample));
-    Look const right = look(pose, lastSample);
-    double const a = left.across - middle.across;
-    double const b = right.across - middle.across;
-    double const atA = (left.ahead - middle.ahead) / a;
-    double const atB = (right.ahead - middle.ahead) / b;
-    double const bow = (atA - atB) / (a - b);
-    mNodes.push_back({mCosine * pose.centre.x + mSine * pose.centre.y, mCosine * pose.centre.y - mSine * pose.centre.x,
-                      pose.centre.z, middle.ahead, middle.across, atA - bow * a, bow, 0.0});
-    mReach = std::fmax(mReach, std::fmax(std::fabs(a), std::fabs(b)));
-  }
+    mHeight += pose.centre.z;
+    mAhead += fan.middle.ahead;
+    bow += fan.bow;
+    count += 1.0;
+  });
+  mHeight /= count;
+  mAhead /= count;
+  mPerSquare = bow / (count * mChain.usualDepth());
   mForward = forward < 0.0 ? -1.0 : 1.0;
   mNodesPerMetre = 1.0 / (mSpeed * linesPerNode);
   mLinesPerUnit = mForward / (mChain.focalLength() * mSpeed);
-  mHeight = height / static_cast<double>(mNodes.size());
-  setSpeeds();
+  addNodes();
+}
+
+// At a depth d, a line sees d (ahead + slope t + bow t²) ahead of it, with t = a / d - across at a across the flight.
+// That is linear in a and d but for the bow, which is taken at the usual depth.
+void LineSearch::addNodes() {
+  double const depth = mChain.usualDepth();
+  std::vector<double> middles;  // what they see, along the flight
+  forEachNode([&](Pose const& pose, Fan const& fan) {
+    double const along = mCosine * pose.centre.x + mSine * pose.centre.y;
+    double const across = mCosine * pose.centre.y - mSine * pose.centre.x;
+    double const perDepth = fan.middle.ahead - fan.slope * fan.middle.across;
+    double const middle = across + depth * fan.middle.across;
+    mNodes.push_back({along - fan.slope * across + pose.centre.z * perDepth + middle * middle * mPerSquare,
+                      fan.slope - 2.0 * middle * mPerSquare, -perDepth, 0.0});
+    middles.push_back(along + depth * fan.middle.ahead);
+  });
+  setSpeeds(middles);
+  setPlaces(middles);
 }
 
 // From the node before to the one after; a view that hardly goes on, or goes back, leads nowhere, and the mean speed
 // takes its place.
-void LineSearch::setSpeeds() {
-  auto const view = [&](Node const& node) { return node.along + mChain.usualDepth() * node.ahead; };
+void LineSearch::setSpeeds(std::vector<double> const& middles) {
   for (std::size_t i = 0; i < mNodes.size(); ++i) {
     std::size_t const before = i - std::min<std::size_t>(i, 1);
     std::size_t const after = std::min(i + 1, mNodes.size() - 1);
-    double const perMetre = static_cast<double>(after - before) / (view(mNodes[after]) - view(mNodes[before]));
+    double const perMetre = static_cast<double>(after - before) / (middles[after] - middles[before]);
     bool const isUsual = perMetre > mNodesPerMetre / MOST_CHANGE && perMetre < mNodesPerMetre * MOST_CHANGE;
     mNodes[i].nodesPerMetre = isUsual ? perMetre : mNodesPerMetre;
+  }
+}
+
+// The first node whose middle sees as far as a level flight would from the middle of each run of places.
+void LineSearch::setPlaces(std::vector<double> const& middles) {
+  auto const levelOf = [&](std::size_t node) {
+    return (middles[node] - mFirstAlong - mChain.usualDepth() * mAhead) * mNodesPerMetre;
+  };
+  std::size_t node = 0;
+  for (std::size_t first = 0; first < mNodes.size(); first += nodesPerRun) {
+    double const place = static_cast<double>(first) + 0.5 * nodesPerRun;
+    while (node + 1 < mNodes.size() && !(levelOf(node) >= place)) {
+      ++node;
+    }
+    mFromLevel.push_back(static_cast<double>(node) - levelOf(node));
   }
 }
 

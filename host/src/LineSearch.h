@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "LargeTable.h"
 #include "ViewChain.h"
 
 #include <geo/XYZPoint.h>
@@ -55,22 +56,19 @@ public:
 private:
   friend class LaneTables;
 
-  static constexpr int linesPerNode = 8;
+  static constexpr int linesPerNode = 2;
+  static constexpr int nodesPerRun = 4;
   static constexpr int linesPerOverlap = 64;
   // Of the depth down to which overlaps are known: positions nearer to the camera are measured as if they were there.
   static constexpr double leastDepth = 1e-3;
 
-  // The camera at every few lines: perspective centre along the flight, across and up; how steeply it looks ahead at a
-  // tangent across: ahead + slope d + bow d², d from the tangent of the middle of the line; and how fast the view of
-  // the middle passes over the ground.
-  struct alignas(64) Node {
+  // What a line sees at the usual depth, in a coarse table of the flight: positions along the flight at
+  // along + a perAcross + a² perSquare + z perHeight, of those across it, a, and of heights, z; and how fast the view of
+  // the middle passes over the ground. All lines have one perSquare, which is the sensor line's bow.
+  struct alignas(32) Node {
     double along;
-    double across;
-    double height;
-    double ahead;
-    double tangent;
-    double slope;
-    double bow;
+    double perAcross;
+    double perHeight;
     double nodesPerMetre;
   };
   struct Look {
@@ -82,8 +80,18 @@ private:
   class Task;
 
   void makeNodes();
-  void setSpeeds();
+  void addNodes();
+  void setSpeeds(std::vector<double> const& middles);
+  void setPlaces(std::vector<double> const& middles);
   Look look(Pose const& pose, double sample) const;
+  struct Fan {
+    Look middle;
+    double slope;
+    double bow;
+  };
+  Fan fan(Pose const& pose) const;
+  template <class Work>
+  void forEachNode(Work const& work) const;
   // How many lines before a stretch of the flight can have seen what it sees, down to a depth.
   struct Overlaps {
     double depth;
@@ -100,16 +108,21 @@ private:
   }
 
   ViewChain const& mChain;
-  std::vector<Node> mNodes;
+  LargeTable<Node> mNodes;
+  double mPerSquare = 0.0;
+  // How many nodes that which sees a position lies after the one that would see it from a level flight at a steady
+  // speed, for each run of the latter.
+  std::vector<double> mFromLevel;
   // Directions along and across the flight.
   double mCosine = 1.0;
   double mSine = 0.0;
   double mSpeed = 1.0;    // metres a line
   double mForward = 1.0;  // -1 when the focal x points against the flight
   double mHeight = 0.0;   // of the flight, its mean
-  double mDepth = 0.0;    // the least down to which overlaps are known
+  double mAhead = 0.0;    // tangent of the view, its mean
+  double mFirstAlong = 0.0;
+  double mDepth = 0.0;  // the least down to which overlaps are known
   double mNodesPerMetre = 0.0;
-  double mReach = 0.0;              // the greatest d of a node
   double mLinesPerUnit = 0.0;       // of the focal plane, for each metre of depth
   std::vector<Overlaps> mOverlaps;  // by depth
 };

@@ -36,16 +36,11 @@ public:
   Found run();
 
 private:
-  // How many lines, roughly, the position is ahead of the sensor line, and its focal y; or how they change, per line.
+  // How many lines, roughly, the position is ahead of the sensor line, and its focal y.
   struct Sighting {
     double ahead;
     double y;
   };
-  // Between two lines.
-  static Sighting change(double from, Sighting const& atFrom, double to, Sighting const& atTo) {
-    double const perLine = 1.0 / (to - from);
-    return {(atTo.ahead - atFrom.ahead) * perLine, (atTo.y - atFrom.y) * perLine};
-  }
   struct Ends {
     Sighting first;
     Sighting last;
@@ -85,7 +80,7 @@ double LineSearch::Task::guess() const {
   double const across = mSearch.mCosine * mGround.y - mSearch.mSine * mGround.x;
   auto const last = static_cast<double>(mSearch.mNodes.size() - 1);
   // In nodes from the first one on.
-  double place = (along - mSearch.mNodes.front().along) * mSearch.mNodesPerMetre;
+  double place = (along - mSearch.mFirstAlong - mDepth * mSearch.mAhead) * mSearch.mNodesPerMetre;
   std::int64_t known = -1;
   for (int i = 0; i < GUESSES; ++i) {
     double const nearest = limited(place + 0.5, 0.0, last);
@@ -98,9 +93,8 @@ double LineSearch::Task::guess() const {
     }
     known = index;
     Node const& node = mSearch.mNodes[static_cast<std::size_t>(index)];
-    double const depth = std::max(node.height - mGround.z, leastDepth * mSearch.mDepth);
-    double const d = limited((across - node.across) / depth - node.tangent, -mSearch.mReach, mSearch.mReach);
-    double const view = node.along + depth * (node.ahead + d * (node.slope + d * node.bow));
+    double const view =
+        node.along + across * (node.perAcross + across * mSearch.mPerSquare) + mGround.z * node.perHeight;
     place = static_cast<double>(index) + (along - view) * node.nodesPerMetre;
   }
   return clamped(mChain.lines().firstLine() + place * linesPerNode);
@@ -220,8 +214,9 @@ Found LineSearch::Task::solve() const {
   Sighting atLow = mEnds.first;
   Sighting atHigh = mEnds.last;
   for (int i = 0; i < REFINEMENTS; ++i) {
-    Sighting const chord = change(low, atLow, high, atHigh);
-    double const linesPerAhead = 1.0 / chord.ahead;
+    double const perAhead = 1.0 / (atHigh.ahead - atLow.ahead);
+    double const linesPerAhead = (high - low) * perAhead;
+    double const yPerAhead = (atHigh.y - atLow.y) * perAhead;
     double line = low - atLow.ahead * linesPerAhead;
     // Every fourth time, and where the secant has no place, the middle.
     if (!(line >= low && line <= high) || i % 4 == 3) {
@@ -229,9 +224,10 @@ Found LineSearch::Task::solve() const {
     }
     Sighting const seen = sighting(mChain.pose(mPiece, line));
     double const step = -seen.ahead * linesPerAhead;
-    if (std::fabs(step) <= longestLastStep * std::min(std::fabs(chord.ahead), 1.0) && std::isfinite(chord.y)) {
+    if (std::fabs(step) <= longestLastStep && std::fabs(step * linesPerAhead) <= longestLastStep &&
+        std::isfinite(yPerAhead)) {
       double const solution = limited(line + step, mPiece.first, mPiece.last);
-      return at(solution, seen.y + chord.y * (solution - line), PASSES_AT_ENDS + i + 1);
+      return at(solution, seen.y - yPerAhead * seen.ahead, PASSES_AT_ENDS + i + 1);
     }
     if ((seen.ahead > 0.0) == (atLow.ahead > 0.0)) {
       low = line;

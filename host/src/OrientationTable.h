@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "LargeTable.h"
+
 #include <geo/XYZPoint.h>
 
 #include <cstddef>
@@ -56,7 +58,7 @@ public:
   double last() const { return mLast; }
 
 private:
-  std::vector<Interval> mIntervals;
+  LargeTable<Interval> mIntervals;
   double mFirst;
   double mLast;
 };
