@@ -83,12 +83,14 @@ bool TileFile::read(std::function<void(int band, PixelBox const& box, WarpedPixe
   return !errors.any() && textOf(sums) == mSums;
 }
 
-// Block by block, past GDAL's cache.
+// What GDAL keeps of it is dropped, since nothing is read twice.
 bool TileFile::readBox(int band, PixelBox const& box, WarpedPixels& pixels) const {
   auto const pixelBytes = static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mData->layout.type));
   pixels.pixels.resize(box.size() * pixelBytes);
-  return mFile->GetRasterBand(band)->RasterIO(GF_Read, box.left, box.top, box.columns, box.rows, pixels.pixels.data(),
-                                              box.columns, box.rows, mData->layout.type, 0, 0, nullptr) == CE_None;
+  GDALRasterBand& raster = *mFile->GetRasterBand(band);
+  bool const isRead = raster.RasterIO(GF_Read, box.left, box.top, box.columns, box.rows, pixels.pixels.data(),
+                                      box.columns, box.rows, mData->layout.type, 0, 0, nullptr) == CE_None;
+  return raster.FlushCache(false) == CE_None && isRead;
 }
 
 }  // namespace kesgdal
