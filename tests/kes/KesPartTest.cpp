@@ -38,19 +38,21 @@ protected:
 };
 
 TEST_F(KesPart, OutputsAreThatOfTheWhole) {
-  for (std::string const end : {"\n", "\r\n"}) {
+  auto const tableWith = [](std::string const& end) {
     std::string text = "name,sample,line,height" + end;
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 12; ++i) {
       text += (i % 3 == 0 ? "\"the\nfirst\"," : "plain,") + std::to_string(i) + "," + std::to_string(7 * i % 50) +
               ",100" + end;
     }
-    write(text);
-    for (int const count : {1, 2, 7, 90}) {
-      expectTheWhole(count);
-    }
-    write(text.substr(0, text.size() - end.size()));
-    expectTheWhole(7);
+    return text;
+  };
+  write(tableWith("\n"));
+  for (int const count : {1, 2, 15}) {
+    expectTheWhole(count);
   }
+  std::string const text = tableWith("\r\n");
+  write(text.substr(0, text.size() - 2));
+  expectTheWhole(7);
 }
 
 TEST_F(KesPart, WithoutAnyResultIsDone) {
