@@ -96,7 +96,7 @@ void StripSurvey::addBand(kes::Band const& band, Strip& surveyed) {
   mImagePixelBytes = std::max(mImagePixelBytes, static_cast<std::uint64_t>(GDALGetDataTypeSizeBytes(type)));
   mImageBlockBytes = std::max(mImageBlockBytes, image.blockBytes());
   ++surveyed.bands;
-  surveyed.extent = united(surveyed.extent, footprint(band, mMap, mSurface));
+  surveyed.extent = united(surveyed.extent, footprint(band, mMap, mSurface, mPlan.threads));
 }
 
 void StripSurvey::require() const {
