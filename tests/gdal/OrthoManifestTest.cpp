@@ -60,7 +60,8 @@ TEST_F(OrthoManifests, NeedAllTheirFields) {
       changed[json::json_pointer(pointer)].erase(name);
       EXPECT_EQ(flawOf(changed), "\"" + path + name + "\" is missing");
       changed[json::json_pointer(pointer)][name] = nullptr;
-      EXPECT_THAT(flawOf(changed), testing::StartsWith("\"" + path + name + "\" is no")) << path << name;
+      // "is no text", "is neither true nor false"
+      EXPECT_THAT(flawOf(changed), testing::StartsWith("\"" + path + name + "\" is n")) << path << name;
       ++fields;
     }
   };

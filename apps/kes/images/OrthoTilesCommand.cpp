@@ -183,7 +183,7 @@ int tile(TileCommandOptions const& options) {
   std::vector<std::size_t> const indices = indicesOf(options, tiling);
   constexpr GIntBig cacheBytes = 16 << 20;  // elevation models have a cache of their own
   GDALSetCacheMax64(cacheBytes);
-  Progress progress("making tiles", options.progress);
+  Progress progress("orthorectifying", options.progress);
   kesgdal::TileMaker maker(tiling, options.tile);
   std::vector<kesgdal::MadeTile> made;
   for (std::size_t const index : indices) {
