@@ -42,10 +42,11 @@ std::vector<std::size_t> shuffled(std::size_t count) {
 // Another byte in a place of a file, as if it had always been there.
 void changeUnseen(std::string const& file) {
   fs::file_time_type const time = fs::last_write_time(file);
+  auto const middle = static_cast<std::streamoff>(fs::file_size(file) / 2);
   std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
-  stream.seekg(-1, std::ios::end);
+  stream.seekg(middle);
   char const old = static_cast<char>(stream.get());
-  stream.seekp(-1, std::ios::end);
+  stream.seekp(middle);
   stream.put(static_cast<char>(old + 1));
   stream.close();
   fs::last_write_time(file, time);
