@@ -120,7 +120,9 @@ TEST(OrthoTiles, ThatAreThereAreLeftAndDamagedOnesMadeAgain) {
   EXPECT_FALSE(fs::exists(flights.finished()));
   EXPECT_TRUE(kesgdal::makeTile(tiling, 0).isNew);
   // The same place in another plan.
-  OrthoTiling const other = flights.planned(flights.first.plan(1.6), {});
+  OrthoPlan nearest = flights.first.plan();
+  nearest.resampling = kesgdal::Resampling::NEAREST;
+  OrthoTiling const other = flights.planned(nearest, {});
   EXPECT_MESSAGE(kesgdal::finishOrthophoto(other, flights.finished()),
                  "tile 0 isn't one of this plan; remove " + made.file + " and make it again");
   EXPECT_TRUE(kesgdal::makeTile(other, 0).isNew);
