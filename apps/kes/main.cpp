@@ -52,6 +52,7 @@ int parseAndRun(int argc, char** argv) {
     std::cerr << "kes: error: " << unknown << "\nRun with --help for more information.\n";
     return wrongUsage;
   }
+  tool::chooseCommand(app, arguments);
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
   } catch (CLI::ParseError const& error) {

@@ -3,9 +3,15 @@
 
 #include "ClosureOfPixels.h"
 
+#include "files/NumberText.h"
+
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <locale>
+#include <sstream>
 #include <vector>
 
 namespace kesgdal {
@@ -13,24 +19,30 @@ namespace kesgdal {
 namespace {
 
 constexpr int perSide = 32;
+constexpr int unitBits = 88;
+constexpr int wideBits = 128;
 
 using Ground = std::vector<geo::XYZPoint>;
 using Image = std::vector<geo::XYPoint>;
 
-// The centres of pixels, evenly spread over a box; each pixel once.
-Ground centresIn(PixelBox const& box, OrthoGrid const& grid) {
+// The centres of pixels, evenly spread over a box, as far as they are in the tile; each pixel once.
+Ground centresIn(CheckedPixels const& pixels, OrthoGrid const& grid) {
+  PixelBox const& box = pixels.part;
   GeoTransform const& place = grid.geoTransform();
   int const columns = std::min(box.columns, perSide);
   int const rows = std::min(box.rows, perSide);
-  auto const spread = [](std::int64_t i, std::int64_t of, std::int64_t pixels) {
-    std::int64_t const pixel = (2 * i + 1) * pixels / (2 * of);
-    return static_cast<double>(pixel);
+  auto const spread = [](std::int64_t i, std::int64_t of, std::int64_t all) {
+    return static_cast<int>((2 * i + 1) * all / (2 * of));
   };
+  auto const isIn = [](int pixel, int first, int all) { return pixel >= first && pixel < first + all; };
   Ground centres;
-  for (int row = 0; row < rows; ++row) {
-    for (int column = 0; column < columns; ++column) {
-      centres.emplace_back(place[0] + place[1] * (box.left + spread(column, columns, box.columns) + 0.5),
-                           place[3] + place[5] * (box.top + spread(row, rows, box.rows) + 0.5), 0.0);
+  for (int i = 0; i < rows; ++i) {
+    int const row = box.top + spread(i, rows, box.rows);
+    for (int j = 0; j < columns && isIn(row, pixels.tile.top, pixels.tile.rows); ++j) {
+      int const column = box.left + spread(j, columns, box.columns);
+      if (isIn(column, pixels.tile.left, pixels.tile.columns)) {
+        centres.emplace_back(place[0] + place[1] * (column + 0.5), place[3] + place[5] * (row + 0.5), 0.0);
+      }
     }
   }
   return centres;
@@ -63,8 +75,11 @@ Image seen(kes::Band const& band, kes::CoordinateSystem const& map, Ground const
 }  // namespace
 
 void ClosureOfPixels::add(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface,
-                          OrthoGrid const& grid, PixelBox const& box) {
-  Ground ground = centresIn(box, grid);
+                          OrthoGrid const& grid, CheckedPixels const& checked) {
+  Ground ground = centresIn(checked, grid);
+  if (ground.empty()) {
+    return;
+  }
   lift(ground, map, surface);
   Image const image = seen(band, map, ground);
   std::vector<double> heights;
@@ -85,20 +100,82 @@ void ClosureOfPixels::add(kes::Band const& band, kes::CoordinateSystem const& ma
     double const metres = std::hypot(back[i].x - ground[i].x, back[i].y - ground[i].y, back[i].z - ground[i].z);
     double const pixels = std::hypot(again[i].x - image[i].x, again[i].y - image[i].y);
     ++mCount;
-    mSquaresMetres += metres * metres;
-    mSquaresPixels += pixels * pixels;
-    // What doesn't come back is as bad as can be.
-    mLargestMetres = std::isnan(metres) ? std::numeric_limits<double>::infinity() : std::max(mLargestMetres, metres);
-    mLargestPixels = std::isnan(pixels) ? std::numeric_limits<double>::infinity() : std::max(mLargestPixels, pixels);
+    mMetres.add(metres);
+    mPixels.add(pixels);
   }
 }
 
+void ClosureOfPixels::add(ClosureOfPixels const& other) {
+  mCount += other.mCount;
+  auto const addErrors = [](Errors& errors, Errors const& more) {
+    errors.add(more.squares);
+    errors.isInfinite = errors.isInfinite || more.isInfinite;
+    errors.largest = std::max(errors.largest, more.largest);
+  };
+  addErrors(mMetres, other.mMetres);
+  addErrors(mPixels, other.mPixels);
+}
+
 double ClosureOfPixels::rmsMetres() const {
-  return std::sqrt(mSquaresMetres / static_cast<double>(mCount));
+  return mMetres.rms(mCount);
 }
 
 double ClosureOfPixels::rmsPixels() const {
-  return std::sqrt(mSquaresPixels / static_cast<double>(mCount));
+  return mPixels.rms(mCount);
+}
+
+void ClosureOfPixels::Errors::add(double error) {
+  double const square = std::ldexp(error * error, unitBits);
+  if (square < std::ldexp(1.0, wideBits)) {
+    add(static_cast<files::Wide>(square));
+    largest = std::max(largest, error);
+  } else {  // NaN, too
+    isInfinite = true;
+    largest = std::isnan(error) ? std::numeric_limits<double>::infinity() : std::max(largest, error);
+  }
+}
+
+void ClosureOfPixels::Errors::add(files::Wide moreSquares) {
+  squares += moreSquares;
+  isInfinite = isInfinite || squares < moreSquares;
+}
+
+double ClosureOfPixels::Errors::rms(std::uint64_t count) const {
+  return isInfinite ? std::numeric_limits<double>::infinity()
+                    : std::sqrt(std::ldexp(static_cast<double>(squares), -unitBits) / static_cast<double>(count));
+}
+
+// Whether a sum is infinite is all that counts of it then.
+std::string ClosureOfPixels::text() const {
+  std::string text = std::to_string(mCount);
+  for (Errors const* const errors : {&mMetres, &mPixels}) {
+    text += ' ' + (errors->isInfinite ? std::string("inf")
+                                      : std::to_string(static_cast<std::uint64_t>(errors->squares >> 64)) + ' ' +
+                                            std::to_string(static_cast<std::uint64_t>(errors->squares)));
+    text += ' ' + files::shortestText(errors->largest);
+  }
+  return text;
+}
+
+std::optional<ClosureOfPixels> ClosureOfPixels::parsed(std::string const& text) {
+  std::istringstream words(text);
+  words.imbue(std::locale::classic());
+  ClosureOfPixels closure;
+  words >> closure.mCount;
+  for (Errors* const errors : {&closure.mMetres, &closure.mPixels}) {
+    std::string high;
+    words >> high;
+    errors->isInfinite = high == "inf";
+    if (!errors->isInfinite) {
+      std::uint64_t low = 0;
+      words >> low;
+      errors->squares = (static_cast<files::Wide>(std::strtoull(high.c_str(), nullptr, 10)) << 64) + low;
+    }
+    std::string largest;
+    words >> largest;
+    std::from_chars(largest.data(), largest.data() + largest.size(), errors->largest);
+  }
+  return words ? std::optional(closure) : std::nullopt;
 }
 
 }  // namespace kesgdal

@@ -54,8 +54,8 @@ ImagePositions insideOf(kes::Band const& band) {
 
 class Footprint {
 public:
-  Footprint(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface)
-      : mBand(band), mMap(map), mSurface(surface) {}
+  Footprint(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface, int threads)
+      : mBand(band), mMap(map), mSurface(surface), mThreads(threads) {}
 
   std::optional<Extent> find() {
     ImagePositions const misses = addHits(edgesOf(mBand));
@@ -71,6 +71,7 @@ private:
     kes::ToGroundOptions options;
     options.system = mMap;
     options.heights = mSurface;
+    options.threads = mThreads;
     options.solver = kes::Solver::libraryPoint;
     return options;
   }
@@ -138,6 +139,7 @@ private:
   GroundPositions atLocalHeights(ImagePositions const& image, Heights const& heights) const {
     kes::ToGroundOptions options;
     options.heights = kes::HeightPerPoint{heights};
+    options.threads = mThreads;
     options.solver = kes::Solver::libraryPoint;
     GroundPositions ground(image.size());
     std::vector<kes::Status> status(image.size());
@@ -150,14 +152,16 @@ private:
   kes::Band const& mBand;
   kes::CoordinateSystem const& mMap;
   kes::Surface const& mSurface;
+  int mThreads;
   Extent mExtent{{infinity, infinity}, {-infinity, -infinity}};
   std::size_t mHits = 0;
 };
 
 }  // namespace
 
-std::optional<Extent> footprint(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface) {
-  return Footprint(band, map, surface).find();
+std::optional<Extent> footprint(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface,
+                                int threads) {
+  return Footprint(band, map, surface, threads).find();
 }
 
 Extent united(Extent const& a, Extent const& b) {

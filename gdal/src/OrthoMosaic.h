@@ -25,17 +25,23 @@ struct WarpedPixels;
 /// there is none.
 class OrthoMosaic {
 public:
-  /// Makes the files in a folder. Throws as `OrthoFile`.
-  OrthoMosaic(files::WorkFolder const& folder, std::string const& name, OrthoFormat const& format,
+  /// Of the file in the folder.
+  static constexpr char const* NAME = "pixels.tif";
+
+  /// Makes the files in a folder, of a tile of the orthophoto whose format this is; the tile's corners are those of
+  /// boxes. Throws as `OrthoFile`.
+  OrthoMosaic(files::WorkFolder const& folder, OrthoFormat const& format, PixelBox const& tile,
               std::vector<std::string> const& bandNames, bool ofSeveralStrips);
 
   OrthoFormat const& format() const { return mFormat; }
   /// Whether boxes come with distances.
   bool isOfSeveralStrips() const { return mDistances != nullptr; }
-  /// Adds a box of a strip, to a band counted from 1.
+  /// Adds a box of a strip, by its place in the orthophoto, to a band counted from 1.
   void add(int band, PixelBox const& box, WarpedPixels const& warped);
   /// Sets the file's metadata, items "NAME=VALUE".
   void setMetadata(std::vector<std::string> const& items);
+  /// Of the pixels of each band.
+  std::vector<PixelSum> const& sums() const { return mSums; }
   /// What all boxes so far have made of the file.
   OrthoContent content() const { return {mFormat, mBandNames, mSums, mMetadata}; }
   /// Ends the file, and removes the other one.
@@ -46,6 +52,8 @@ private:
 
   files::WorkFolder const& mFolder;
   OrthoFormat mFormat;
+  int mLeft;
+  int mTop;
   std::vector<std::string> mBandNames;
   std::vector<PixelSum> mSums;  // of the bands
   std::vector<std::string> mMetadata;
@@ -55,5 +63,17 @@ private:
   std::vector<std::byte> mShown;
   std::vector<float> mShownDistances;
 };
+
+/// What the file becomes that stays.
+struct FinalOrthophoto {
+  std::string fileName;
+  FileFormat format;
+  std::vector<std::string> const& creationOptions;
+  int threads;
+};
+
+/// Ends a mosaic of a whole orthophoto in its folder, copies it as `writeFinal` does, and gives the copy its name.
+void writeFinal(files::WorkFolder const& folder, OrthoMosaic& mosaic, FinalOrthophoto const& orthophoto,
+                Progress const& progress);
 
 }  // namespace kesgdal

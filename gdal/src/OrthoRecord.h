@@ -4,42 +4,25 @@
 #pragma once
 
 #include "ClosureOfPixels.h"
-#include "OrthoWarper.h"
+#include "OrthoLayout.h"
 
-#include <kes/Band.h>
-#include <kes/Strip.h>
+#include <kes/CoordinateSystem.h>
+#include <kes/Surface.h>
 
-#include <set>
 #include <string>
 #include <vector>
 
 namespace kesgdal {
 
-/// What an orthophoto was made of, and how well its pixels close, for the metadata of its file.
-class OrthoRecord {
-public:
-  /// Of nothing when the plan wants no record.
-  explicit OrthoRecord(OrthoWork const& work);
+/// Items "NAME=VALUE" of metadata.
+using MetadataItems = std::vector<std::string>;
 
-  /// Adds a strip that is loaded, with its files but the images. Throws std::runtime_error "can't read <file>: " and
-  /// the reason.
-  void add(kes::Strip const& strip);
-  /// Adds the image of a band of the last strip, and a part of the orthophoto in which it may be seen. Throws likewise.
-  void add(kes::Band const& band, PixelBox const& part);
+/// What an orthophoto's metadata say of how it is made: by what software, interpolation, scale and conversions. Nothing
+/// when the plan wants no record.
+MetadataItems methodItems(OrthoLayout const& layout, kes::CoordinateSystem const& map, kes::Surface const& surface);
 
-  /// "NAME=VALUE", in their order.
-  std::vector<std::string> items() const;
-
-private:
-  void addInput(std::string const& role, std::string const& file);
-  void addFolder(std::string const& role, std::string const& folder);
-  std::vector<std::string> conversion(std::string const& name, kes::CoordinateSystem const& system) const;
-
-  OrthoWork const& mWork;
-  std::vector<std::string> mStrips;
-  std::vector<std::string> mInputs;
-  std::set<std::string> mFiles;
-  ClosureOfPixels mClosure;
-};
+/// All of the metadata, in their order: the method, how well pixels close, the strips and the inputs, which have their
+/// sums. Nothing when the plan wants no record.
+MetadataItems recordItems(OrthoLayout const& layout, MetadataItems const& method, ClosureOfPixels const& closure);
 
 }  // namespace kesgdal

@@ -4,22 +4,20 @@
 #include "OrthoWarper.h"
 
 #include "BoxWarper.h"
+#include "ClosureOfPixels.h"
 #include "OrthoMosaic.h"
+#include "StripSurvey.h"
 
-#include <dsm/RasterElevationSource.h>
 #include <kes/Parallel.h>
 
 #include <algorithm>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 namespace kesgdal {
 
 namespace {
 
-constexpr int greatestSide = 1024;
-constexpr int leastSide = 16;  // that of the smallest tile of a TIFF
 // Pixels of an image along a box's side.
 constexpr double greatestSourceSide = 4096.0;
 // Pixels around an image for which positions are solved: enough for what jitter and the camera's distortion have beyond
@@ -85,46 +83,64 @@ private:
   bool mHasSeen = false;
 };
 
-// The range of the surface's heights, unless reading it would take longer than what it saves: the time for pixels that
-// are far from the image whatever their height is.
-std::optional<kes::Surface::HeightRange> heightsIfKnownSoon(kes::Surface const& surface, PixelBox const& part) {
-  auto const* const raster = dynamic_cast<dsm::RasterElevationSource const*>(&surface.platform());
-  bool const isSoon = raster == nullptr || static_cast<double>(raster->grid().columns) * raster->grid().rows <=
-                                               static_cast<double>(part.size());
-  return isSoon ? surface.heightRange() : std::nullopt;
+// Warps the image of a band into a band of the mosaic, counted from 1, by all boxes that meet a part of it.
+bool warpBand(PlannedBand const& planned, OrthoWork const& work, OrthoMosaic& mosaic, PixelBox const& part,
+              SideWork const& sideWork, Progress const& progress) {
+  OrthoFormat const& format = mosaic.format();
+  WarpSetup setup(planned.band, work.layout.plan, format.type, mosaic.isOfSeveralStrips());
+  setup.cut = work.layout.cut.get();
+  setup.place = format.grid.geoTransform();
+  BandProjection const projection(std::make_shared<SharedProjection const>(
+      planned.band, work.map, work.surface, format.grid.geoTransform(), margin, work.layout.heights));
+  SourceTiles image(SourceImage(planned.band), work.imageCache);
+  Boxes const boxes(format.grid, format.boxSide, part);
+  Collector collector(boxes, mosaic, planned.place + 1, progress);
+  std::size_t const others = sideWork.size();
+  kes::forEachIndexByWorkers(others + boxes.size(), work.threads, [&]() -> kes::Worker {
+    auto const warper = std::make_shared<BoxWarper>(setup, image, projection);
+    auto const warped = std::make_shared<WarpedPixels>();
+    return [&, warper, warped](std::size_t i) {
+      if (i < others) {
+        sideWork[i]();
+        return;
+      }
+      PixelBox const box = boxes[i - others];
+      bool const seen = warper->warp(box, *warped);
+      collector.add(box, seen, *warped);
+    };
+  });
+  return collector.hasSeen();
 }
 
 }  // namespace
 
-int boxSide(kes::Band const& band, OrthoPlan const& plan) {
-  double const greatestStep = WarpSetup(band, plan, GDT_Byte, false).greatestStep();
-  int side = greatestSide;
-  while (side > leastSide && side * greatestStep > greatestSourceSide) {
+double greatestStep(kes::Band const& band, OrthoPlan const& plan) {
+  return WarpSetup(band, plan, GDT_Byte, false).greatestStep();
+}
+
+int boxSide(double greatestStep) {
+  int side = greatestBoxSide;
+  while (side > leastBoxSide && side * greatestStep > greatestSourceSide) {
     side /= 2;
   }
   return side;
 }
 
-bool warpBand(kes::Band const& band, OrthoWork const& work, PixelBox const& part, int mosaicBand,
-              Progress const& progress) {
-  OrthoFormat const& format = work.mosaic.format();
-  WarpSetup setup(band, work.plan, format.type, work.mosaic.isOfSeveralStrips());
-  setup.cut = work.cut;
-  setup.place = format.grid.geoTransform();
-  BandProjection const projection(std::make_shared<SharedProjection const>(
-      band, work.map, work.surface, format.grid.geoTransform(), margin, heightsIfKnownSoon(work.surface, part)));
-  SourceTiles image((SourceImage(band)));
-  Boxes const boxes(format.grid, format.boxSide, part);
-  Collector collector(boxes, work.mosaic, mosaicBand, progress);
-  kes::forEachIndexByWorkers(boxes.size(), work.plan.threads, [&]() -> kes::Worker {
-    auto const warper = std::make_shared<BoxWarper>(setup, image, projection);
-    auto const warped = std::make_shared<WarpedPixels>();
-    return [&, warper, warped](std::size_t i) {
-      bool const seen = warper->warp(boxes[i], *warped);
-      collector.add(boxes[i], seen, *warped);
-    };
-  });
-  return collector.hasSeen();
+bool warpStrip(kes::Strip const& strip, LaidStrip const& laid, PixelBox const& tile, OrthoWork const& work,
+               OrthoMosaic& mosaic, ClosureOfPixels& closure, std::function<SideWork()> const& nextSideWork,
+               Progress const& progress) {
+  PixelBox const part = common(laid.part, tile);
+  bool hasSeen = false;
+  double done = 0.0;
+  for (PlannedBand const& planned : plannedBands(strip, work.layout.plan)) {
+    auto const partly = [&](double ofBand) { progress((done + ofBand) / laid.bands); };
+    hasSeen = warpBand(planned, work, mosaic, part, nextSideWork(), partly) || hasSeen;
+    if (work.layout.plan.hasRecord) {
+      closure.add(planned.band, work.map, work.surface, work.layout.grid, {laid.part, tile});
+    }
+    done += 1.0;
+  }
+  return hasSeen;
 }
 
 }  // namespace kesgdal

@@ -1,23 +1,17 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "CogFile.h"
-#include "CutPolygons.h"
-#include "MapDefinition.h"
+#include "ClosureOfPixels.h"
+#include "OrthoLayout.h"
 #include "OrthoMosaic.h"
 #include "OrthoRecord.h"
 #include "OrthoWarper.h"
-#include "StripSurvey.h"
-#include "files/NumberText.h"
 #include "files/WorkFolder.h"
 
-#include <kesgdal/OrthoGrid.h>
 #include <kesgdal/Orthophoto.h>
 
 #include <algorithm>
-#include <cmath>
-#include <filesystem>
-#include <optional>
+#include <numeric>
 #include <stdexcept>
 
 namespace kesgdal {
@@ -27,144 +21,82 @@ namespace {
 // Of all the time, about.
 constexpr double warpPart = 0.85;
 
-OGRSpatialReference mapReference(kes::CoordinateSystem const& map) {
-  OGRSpatialReference reference = spatialReferenceOf(map);
-  if (reference.IsProjected() == 0 && reference.IsGeographic() == 0) {
-    throw std::runtime_error("coordinate system \"" + map.definition() + "\" is neither projected nor geographic");
-  }
-  return reference;
-}
-
-// What GDAL kept beside an older file of that name describes the older one.
-void removeSiblings(std::string const& fileName) {
-  std::error_code ignored;
-  for (char const* const suffix : {".aux.xml", ".ovr", ".msk"}) {
-    std::filesystem::remove(fileName + suffix, ignored);
+void requireSame(bool isSame) {
+  if (!isSame) {
+    throw std::runtime_error("Can't orthorectify: the strips aren't the same the second time");
   }
 }
 
-void requireExtent(Extent const& extent) {
-  auto const require = [](double low, double high, char const* axis) {
-    if (!(low < high && std::isfinite(low) && std::isfinite(high))) {
-      throw std::runtime_error("the extent's least " + std::string(axis) + ", " + files::shortestText(low) +
-                               ", isn't below the greatest, " + files::shortestText(high));
+// Deals the sums of the inputs out to the passes of the threads over the bands: some to each, the largest first.
+class SumsOfInputs {
+public:
+  explicit SumsOfInputs(OrthoLayout& layout) : mInputs(layout.inputs), mOrder(mInputs.all().size()) {
+    std::iota(mOrder.begin(), mOrder.end(), std::size_t{0});
+    std::sort(mOrder.begin(), mOrder.end(),
+              [&](std::size_t a, std::size_t b) { return mInputs.all()[a].bytes > mInputs.all()[b].bytes; });
+    for (LaidStrip const& strip : layout.strips) {
+      mPasses += strip.part.size() > 0 ? static_cast<std::size_t>(strip.bands) : 0;
     }
-  };
-  require(extent.low.x, extent.high.x, "x");
-  require(extent.low.y, extent.high.y, "y");
-}
-
-void requireScale(BrightnessRange const& range) {
-  if (!(range.lowest < range.highest && std::isfinite(range.highest - range.lowest))) {
-    throw std::runtime_error("the scale's lowest brightness, " + files::shortestText(range.lowest) +
-                             ", isn't below the highest, " + files::shortestText(range.highest));
+    mOrder.resize(layout.plan.hasRecord ? mOrder.size() : 0);
   }
-}
 
-// A plan that makes sense in itself; its ground sampling distance is that of the grid, if it has one.
-OrthoPlan checked(OrthoPlan plan, kes::CoordinateSystem const& map) {
-  requireOptions(plan.format, plan.creationOptions);
-  if (plan.grid) {
-    plan.gsd = plan.grid->pixelSize() * map.horizontalUnit().metres;
+  SideWork next() {
+    SideWork work;
+    std::size_t const share = (mOrder.size() - mNext + mPasses - 1) / mPasses;
+    for (std::size_t const end = mNext + share; mNext < end; ++mNext) {
+      work.push_back([&inputs = mInputs, index = mOrder[mNext]] { inputs.sum(index); });
+    }
+    mPasses = std::max<std::size_t>(mPasses - 1, 1);
+    return work;
   }
-  if (plan.extent) {
-    requireExtent(*plan.extent);
-  }
-  if (plan.scale) {
-    requireScale(*plan.scale);
-  }
-  return plan;
-}
 
-[[noreturn]] void failUnseen() {
-  throw std::runtime_error("no image shows anything of the part of the map that is asked for");
-}
+private:
+  OrthoInputs& mInputs;
+  std::vector<std::size_t> mOrder;
+  std::size_t mPasses = 0;  // that are left
+  std::size_t mNext = 0;
+};
 
-Extent common(Extent const& a, Extent const& b) {
-  Extent const result{{std::max(a.low.x, b.low.x), std::max(a.low.y, b.low.y)},
-                      {std::min(a.high.x, b.high.x), std::min(a.high.y, b.high.y)}};
-  if (!(result.low.x < result.high.x && result.low.y < result.high.y)) {
-    failUnseen();
-  }
-  return result;
-}
-
-OrthoGrid gridOf(OrthoPlan const& plan, Extent const& ofImages, CutPolygons const* cut,
-                 kes::CoordinateSystem const& map) {
-  if (plan.grid) {
-    return *plan.grid;
-  }
-  if (plan.extent) {
-    return {*plan.extent, plan.gsd, map};
-  }
-  return {cut == nullptr ? ofImages : common(ofImages, cut->extent()), plan.gsd, map};
-}
-
-// The pixels of a grid that a box of the map touches; none where it lies beside the grid.
-PixelBox partOf(OrthoGrid const& grid, Extent const& extent) {
-  GeoTransform const& place = grid.geoTransform();
-  double const left = std::floor((extent.low.x - place[0]) / place[1]);
-  double const right = std::max(std::ceil((extent.high.x - place[0]) / place[1]), left + 1.0);
-  double const top = std::floor((extent.high.y - place[3]) / place[5]);
-  double const bottom = std::max(std::ceil((extent.low.y - place[3]) / place[5]), top + 1.0);
-  auto const inGrid = [](double pixels, int all) {
-    return static_cast<int>(std::clamp(pixels, 0.0, static_cast<double>(all)));
-  };
-  int const column = inGrid(left, grid.columns());
-  int const row = inGrid(top, grid.rows());
-  return {column, row, inGrid(right, grid.columns()) - column, inGrid(bottom, grid.rows()) - row};
-}
-
-// Warps the images of strips that were surveyed, which come in the same order.
+// Warps the images of strips that were laid out, which come in the same order.
 class SecondPass {
 public:
-  SecondPass(StripSurvey const& survey, OrthoWork const& work, OrthoRecord& record, Progress const& progress)
-      : mSurvey(survey), mWork(work), mRecord(record), mProgress(progress) {
-    for (StripSurvey::Strip const& strip : survey.strips()) {
-      mParts.push_back(strip.extent ? partOf(work.mosaic.format().grid, *strip.extent) : PixelBox{});
-      mAll += strip.bands * static_cast<double>(mParts.back().size());
-    }
-    if (mAll == 0.0) {
-      failUnseen();
+  SecondPass(OrthoLayout& layout, OrthoWork const& work, OrthoMosaic& mosaic, Progress const& progress)
+      : mWork(work), mMosaic(mosaic), mProgress(progress), mSums(layout) {
+    for (LaidStrip const& strip : layout.strips) {
+      mAll += strip.bands * static_cast<double>(strip.part.size());
     }
   }
 
   void add(kes::Strip const& strip) {
-    requireSame(mNext < mParts.size() && strip.isLoaded() && strip.fileName() == mSurvey.strips()[mNext].fileName);
-    PixelBox const& part = mParts[mNext++];
-    if (part.size() == 0) {
+    OrthoLayout const& layout = mWork.layout;
+    requireSame(mNext < layout.strips.size() && strip.isLoaded() && strip.fileName() == layout.strips[mNext].fileName);
+    LaidStrip const& laid = layout.strips[mNext++];
+    if (laid.part.size() == 0) {
       return;
     }
-    auto const size = static_cast<double>(part.size());
-    mRecord.add(strip);
-    for (PlannedBand const& planned : plannedBands(strip, mWork.plan)) {
-      auto const partly = [&](double done) { mProgress((mDone + done * size) / mAll); };
-      mHasSeen = warpBand(planned.band, mWork, part, planned.place + 1, partly) || mHasSeen;
-      mRecord.add(planned.band, part);
-      mDone += size;
-    }
+    double const size = laid.bands * static_cast<double>(laid.part.size());
+    auto const partly = [&](double done) { mProgress((mDone + done * size) / mAll); };
+    mHasSeen = warpStrip(
+                   strip, laid, layout.whole(), mWork, mMosaic, mClosure, [&] { return mSums.next(); }, partly) ||
+               mHasSeen;
+    mDone += size;
   }
 
-  void require() const {
-    requireSame(mNext == mParts.size());
+  // Throws when the strips weren't all there, or none had any pixel.
+  void end() const {
+    requireSame(mNext == mWork.layout.strips.size());
     if (!mHasSeen) {
-      OrthoPlan const& plan = mWork.plan;
-      plan.grid || plan.extent || mWork.cut != nullptr ? failUnseen() : mSurvey.failUncovered();
+      failUnseen(mWork.layout.plan, mWork.surface.fileName(), mWork.layout.strips.size());
     }
   }
+  ClosureOfPixels const& closure() const { return mClosure; }
 
 private:
-  static void requireSame(bool isSame) {
-    if (!isSame) {
-      throw std::runtime_error("Can't orthorectify: the strips aren't the same the second time");
-    }
-  }
-
-  StripSurvey const& mSurvey;
   OrthoWork const& mWork;
-  OrthoRecord& mRecord;
+  OrthoMosaic& mMosaic;
   Progress const& mProgress;
-  std::vector<PixelBox> mParts;
+  SumsOfInputs mSums;
+  ClosureOfPixels mClosure;
   std::size_t mNext = 0;
   double mAll = 0.0;  // pixels
   double mDone = 0.0;
@@ -174,38 +106,23 @@ private:
 }  // namespace
 
 void writeOrthophoto(EachStrip const& strips, kes::CoordinateSystem const& map, kes::Surface const& surface,
-                     OrthoPlan const& wanted, std::string const& fileName, Progress const& progress) {
-  GDALAllRegister();
-  OrthoPlan const plan = checked(wanted, map);
-  StripSurvey survey(plan, map, surface, fileName);
+                     OrthoPlan const& plan, std::string const& fileName, Progress const& progress) {
   files::WorkFolder const folder(fileName);
-  OGRSpatialReference const reference = mapReference(map);
-  std::optional<CutPolygons> cut;
-  if (!plan.cut.empty()) {
-    cut.emplace(plan.cut, map);
-  }
-  strips([&](kes::Strip const& strip) { survey.add(strip); });
-  survey.require();
-  OrthoGrid const grid = gridOf(plan, survey.extent(), cut ? &*cut : nullptr, map);
+  OrthoLayout layout = layOut(strips, map, surface, plan, fileName);
   auto const report = [&](double done) {
     if (progress) {
       progress(done);
     }
   };
-  OrthoMosaic mosaic(folder, "pixels.tif", {grid, reference, survey.type(), plan.noData, survey.boxSide()}, plan.bands,
-                     survey.coveredStrips() > 1);
-  OrthoWork const work{plan, map, surface, mosaic, cut ? &*cut : nullptr};
-  OrthoRecord record(work);
+  OrthoWork const work{layout, map, surface, plan.threads};
+  OrthoMosaic mosaic(folder, layout.format(map), layout.whole(), plan.bands, layout.isOfSeveralStrips);
   Progress const reportWarp = [&](double done) { report(warpPart * done); };
-  SecondPass pass(survey, work, record, reportWarp);
+  SecondPass pass(layout, work, mosaic, reportWarp);
   strips([&](kes::Strip const& strip) { pass.add(strip); });
-  pass.require();
-  mosaic.setMetadata(record.items());
-  mosaic.close();
-  writeFinal(folder, "pixels.tif", mosaic.content(), {"ortho.tif", plan.format, plan.creationOptions, plan.threads},
+  pass.end();
+  mosaic.setMetadata(recordItems(layout, methodItems(layout, map, surface), pass.closure()));
+  writeFinal(folder, mosaic, {fileName, plan.format, plan.creationOptions, plan.threads},
              [&](double done) { report(warpPart + (1.0 - warpPart) * done); });
-  folder.moveOut("ortho.tif");
-  removeSiblings(fileName);
 }
 
 void writeOrthophoto(kes::Strip const& strip, kes::CoordinateSystem const& map, kes::Surface const& surface,

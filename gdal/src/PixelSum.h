@@ -25,6 +25,8 @@ public:
   void add(PixelSum const& other) { mSum += other.mSum; }
   void remove(PixelBox const& box, void const* pixels) { mSum -= sumOf(box, pixels); }
 
+  std::uint64_t value() const { return mSum; }
+
   bool operator==(PixelSum const& other) const { return mSum == other.mSum; }
   bool operator!=(PixelSum const& other) const { return mSum != other.mSum; }
 

@@ -59,6 +59,14 @@ SourceImage::SourceImage(kes::Band const& band) {
   requireSmallBlocks(band, name, *mData->GetRasterBand(1));
 }
 
+std::uint64_t SourceImage::blockBytes() const {
+  int columns = 0;
+  int rows = 0;
+  mData->GetRasterBand(1)->GetBlockSize(&columns, &rows);
+  return static_cast<std::uint64_t>(columns) * static_cast<std::uint64_t>(rows) *
+         static_cast<std::uint64_t>(GDALGetDataTypeSizeBytes(type()));
+}
+
 std::optional<double> SourceImage::noData() const {
   int isThere = 0;
   double const value = mData->GetRasterBand(1)->GetNoDataValue(&isThere);

@@ -25,6 +25,7 @@ public:
 
   GDALDataset* data() const { return mData.get(); }
   GDALDataType type() const { return mData->GetRasterBand(1)->GetRasterDataType(); }
+  std::uint64_t blockBytes() const;
   std::optional<double> noData() const;
 
 private:

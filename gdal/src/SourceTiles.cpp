@@ -28,14 +28,14 @@ double noDataOf(SourceImage const& image) {
 
 }  // namespace
 
-SourceTiles::SourceTiles(SourceImage image)
+SourceTiles::SourceTiles(SourceImage image, std::uint64_t cache)
     : mImage(std::move(image)), mType(mImage.type()),
       mPixelBytes(static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mType))), mNoData(noDataOf(mImage)) {
   mImage.data()->GetRasterBand(1)->GetBlockSize(&mTileColumns, &mTileRows);
   mMayLackData = !std::isnan(mNoData) || GDALDataTypeIsInteger(mType) == 0;
   std::size_t const tileBytes =
       static_cast<std::size_t>(mTileColumns) * static_cast<std::size_t>(mTileRows) * mPixelBytes;
-  mMostTiles = static_cast<std::size_t>(mostBytesOfBlock) / tileBytes;
+  mMostTiles = std::max<std::size_t>(static_cast<std::size_t>(cache) / tileBytes, 1);
 }
 
 void SourceTiles::read(ImageBox const& box, ImageWindow& window) {

@@ -35,11 +35,12 @@ struct ImageWindow {
 };
 
 /// The image of a band, of which several threads read parts. It is read by its own blocks (tiles or lines), past GDAL's
-/// cache. Those used last are kept for all threads, 256 MiB of them, so that each is read and decompressed about once
+/// cache. Those used last are kept for all threads, as many as have room but one at the least, so that each is read and decompressed about once
 /// when parts are asked for in an order in which neighbours follow one another.
 class SourceTiles {
 public:
-  explicit SourceTiles(SourceImage image);
+  /// With so many bytes of blocks in memory.
+  SourceTiles(SourceImage image, std::uint64_t cache);
 
   int columns() const { return mImage.data()->GetRasterXSize(); }
   int rows() const { return mImage.data()->GetRasterYSize(); }

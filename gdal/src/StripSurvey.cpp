@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -56,8 +55,7 @@ std::vector<PlannedBand> plannedBands(kes::Strip const& strip, OrthoPlan const& 
 
 StripSurvey::StripSurvey(OrthoPlan const& plan, kes::CoordinateSystem const& map, kes::Surface const& surface,
                          std::string fileName)
-    : mPlan(plan), mMap(map), mSurface(surface), mFileName(std::move(fileName)),
-      mBoxSide(std::numeric_limits<int>::max()) {
+    : mPlan(plan), mMap(map), mSurface(surface), mFileName(std::move(fileName)) {
   if (plan.bands.empty() || plan.threads < 1) {
     fail("neither bands nor threads may be none");
   }
@@ -90,12 +88,15 @@ void StripSurvey::requireOther(std::string const& input) const {
 
 void StripSurvey::addBand(kes::Band const& band, Strip& surveyed) {
   requireRatio(band, mPlan.gsd);
-  GDALDataType const type = SourceImage(band).type();
+  SourceImage const image(band);
+  GDALDataType const type = image.type();
   requireOther(band.imagePath());
   mType = mType == GDT_Unknown ? type : GDALDataTypeUnion(mType, type);
-  mBoxSide = std::min(mBoxSide, kesgdal::boxSide(band, mPlan));
+  mGreatestStep = std::max(mGreatestStep, kesgdal::greatestStep(band, mPlan));
+  mImagePixelBytes = std::max(mImagePixelBytes, static_cast<std::uint64_t>(GDALGetDataTypeSizeBytes(type)));
+  mImageBlockBytes = std::max(mImageBlockBytes, image.blockBytes());
   ++surveyed.bands;
-  surveyed.extent = united(surveyed.extent, footprint(band, mMap, mSurface));
+  surveyed.extent = united(surveyed.extent, footprint(band, mMap, mSurface, mPlan.threads));
 }
 
 void StripSurvey::require() const {
@@ -105,7 +106,7 @@ void StripSurvey::require() const {
   requireBands();
   requireType();
   if (!mExtent) {
-    failUncovered();
+    failUncovered(mSurface.fileName(), mStrips.size());
   }
 }
 
@@ -161,9 +162,9 @@ void StripSurvey::requireBands() const {
                            (mStrips.size() == 1 ? ", which has " : "s, which have ") + known);
 }
 
-void StripSurvey::failUncovered() const {
-  throw std::runtime_error("elevation model \"" + mSurface.fileName() + "\" doesn't cover " +
-                           (mStrips.size() == 1 ? "the strip" : "any of the strips"));
+void failUncovered(std::string const& elevationModel, std::size_t strips) {
+  throw std::runtime_error("elevation model \"" + elevationModel + "\" doesn't cover " +
+                           (strips == 1 ? "the strip" : "any of the strips"));
 }
 
 int StripSurvey::coveredStrips() const {

@@ -12,6 +12,8 @@
 
 #include <gdal_priv.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <set>
 #include <string>
@@ -44,16 +46,17 @@ public:
   /// Throws what is wrong with all of them together: bands that none has, a value without data that their type
   /// can't hold, a surface that covers none.
   void require() const;
-  /// "elevation model ... doesn't cover the strip".
-  [[noreturn]] void failUncovered() const;
-
   std::vector<Strip> const& strips() const { return mStrips; }
   /// How many of them meet the surface.
   int coveredStrips() const;
   /// That of the plan; otherwise the smallest that holds the values of all images.
   GDALDataType type() const;
   Extent const& extent() const { return *mExtent; }
-  int boxSide() const { return mBoxSide; }
+  /// The most pixels of an image to a pixel of the orthophoto, along a line or across.
+  double greatestStep() const { return mGreatestStep; }
+  /// The most bytes to a pixel and to a block of an image.
+  std::uint64_t imagePixelBytes() const { return mImagePixelBytes; }
+  std::uint64_t imageBlockBytes() const { return mImageBlockBytes; }
 
 private:
   void requireOther(std::string const& input) const;
@@ -69,7 +72,12 @@ private:
   std::set<std::string> mKnownBands;
   GDALDataType mType = GDT_Unknown;  // that holds the values of all images
   std::optional<Extent> mExtent;
-  int mBoxSide;
+  double mGreatestStep = 0.0;
+  std::uint64_t mImagePixelBytes = 0;
+  std::uint64_t mImageBlockBytes = 0;
 };
+
+/// Throws "elevation model ... doesn't cover the strip", or any of several.
+[[noreturn]] void failUncovered(std::string const& elevationModel, std::size_t strips);
 
 }  // namespace kesgdal

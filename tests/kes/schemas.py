@@ -108,6 +108,13 @@ def documents(folder):
     for file in sup, flight / "odf/PANN00A.sup":
         yield of("support-info", "support", "info", file)
     yield of("legacy", "legacy", flight)
+    plan = folder / "ortho.json"
+    run("simulate", folder / "seen", "--dem", TERRAIN, "--lines", 300, "--samples", 64, "--render", "PANN00A")
+    yield of("ortho-plan", "ortho", "plan", folder / "seen/strip.stp", "--band", "PANN00A", "--dem", TERRAIN,
+             "--crs", "EPSG:32616", "--gsd", 2, "--scale", 0, 4000, "-o", plan, "--progress", "json")
+    yield "ortho-manifest", json.loads(plan.read_text(encoding="utf-8"))
+    yield of("ortho-tile", "ortho", "tile", plan, 0, "--progress", "json")
+    yield of("ortho-finish", "ortho", "finish", plan, "-o", folder / "ortho.tif", "--progress", "json")
     if (SCHEMAS / "report.schema.json").exists():
         for project in strip, strips:
             run("report", project, "-o", folder / "report.html")
@@ -118,7 +125,7 @@ def documents(folder):
     for line in lines:
         yield "progress", line
     tasks = {line["progress"]["task"] for line in lines}
-    for task in {"simulating", "checking", "projecting"} - tasks:
+    for task in {"simulating", "checking", "projecting", "planning", "orthorectifying", "finishing"} - tasks:
         failures.append(f"no progress of {task}")
 
 

@@ -99,7 +99,9 @@ PointProjection::PointProjection(ProjectOptions const& options, std::istream& in
 
 void PointProjection::run(std::function<void(std::int64_t)> const& show) {
   CsvText header;
-  mTable.appendHeader(header);
+  if (!mOptions.part || mOptions.part->isFirst()) {
+    mTable.appendHeader(header);
+  }
   bool hasRows = false;
   goThroughInOrder<Block>(
       mOptions.threads,

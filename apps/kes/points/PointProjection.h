@@ -6,6 +6,7 @@
 #include "points/PointTable.h"
 #include "shared/ElevationModel.h"
 #include "shared/Options.h"
+#include "shared/Part.h"
 #include "shared/Progress.h"
 
 #include <kes/Band.h>
@@ -44,6 +45,7 @@ struct ProjectOptions {
   NumberForm decimals;
   std::map<std::string, std::string> columns;  ///< Names of the table's own, by those that are read.
   std::string points;
+  std::optional<Part> part;  ///< Of the file of points.
   ProgressOption progress;
 };
 

@@ -3,6 +3,7 @@
 
 #include "Command.h"
 #include "points/PointProjection.h"
+#include "points/TablePart.h"
 #include "shared/InputGuard.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ struct CommandLine {
 };
 
 // Points without a result are listed, and don't end a run.
-void report(PointProjection const& projection, bool strict) {
+void report(PointProjection const& projection, ProjectOptions const& options) {
   StatusCounts const& counts = projection.counts();
   if (!counts.areAllOk()) {
     std::cerr << "kes: " << counts.text() << '\n';
@@ -33,10 +34,10 @@ void report(PointProjection const& projection, bool strict) {
   if (std::string const doubt = projection.doubt(); !doubt.empty()) {
     std::cerr << "kes: warning: the first point " << doubt << '\n';
   }
-  if (strict && !projection.firstFailure().empty()) {
+  if (options.strict && !projection.firstFailure().empty()) {
     throw std::runtime_error(projection.firstFailure());
   }
-  if (counts.total() > 0 && counts.results() == 0) {
+  if (!options.part && counts.total() > 0 && counts.results() == 0) {
     throw std::runtime_error("no point has a result");
   }
 }
@@ -52,11 +53,22 @@ int project(ProjectOptions const& options, std::istream& in, std::string const& 
       }
     });
   }
-  report(projection, options.strict);
+  report(projection, options);
   return 0;
 }
 
+int projectPart(ProjectOptions const& options) {
+  requireOtherThanStandardOutput(options.points, options.points);
+  TablePart part(options.points, *options.part);
+  std::string const name =
+      options.points + ", part " + std::to_string(options.part->number) + " of " + std::to_string(options.part->count);
+  return project(options, part.stream(), name, part.size());
+}
+
 int project(ProjectOptions const& options) {
+  if (options.part) {
+    return projectPart(options);
+  }
   if (options.points.empty() || options.points == "-") {
     requireOtherThanStandardOutput("/dev/stdin", "standard input");
     return project(options, std::cin, "standard input", 0);
@@ -137,6 +149,14 @@ void checkTogether(CommandLine const& line) {
   if (!options.map.crs.empty() && line.frame == "lsr") {
     throw CLI::ValidationError("--crs", "goes with --frame map");
   }
+  if (options.part && (options.points.empty() || options.points == "-")) {
+    throw CLI::ValidationError("--part", "needs a file of points");
+  }
+  bool const isOfRuns = options.solver == kes::Solver::libraryRun || options.solver == kes::Solver::libraryLanes;
+  if (options.part && isOfRuns) {
+    throw CLI::ValidationError("--part", "goes with the solvers precise and point, whose results don't depend on "
+                                         "the rows before");
+  }
   checkColumns(options);
 }
 
@@ -147,6 +167,9 @@ void addProject(CLI::App& app, Run& run) {
   CLI::App* command = app.add_subcommand("project", "Projects points between an image and the ground");
   addPointOptions(*command, *line);
   addColumnOptions(*command, line->options);
+  addPart(*command, line->options.part,
+          "The I-th of N parts of the table, from 1: the rows that begin in its share of the file's bytes; the outputs "
+          "of all parts, one after the other, are that of the whole");
   addGroundOptions(*command, *line);
   addModelOptions(*command, line->options);
   command->footer("Results replace columns of the same name, or follow the others. Points without a result have empty\n"

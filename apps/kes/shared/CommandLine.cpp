@@ -57,6 +57,10 @@ std::optional<std::string> similarCommand(CLI::App const& app, std::string const
   return nearest;
 }
 
+bool hasPositionals(CLI::App const& app) {
+  return !app.get_options([](CLI::Option const* option) { return option->get_positional(); }).empty();
+}
+
 }  // namespace
 
 std::vector<std::string> preparedArguments(int argc, char const* const* argv) {
@@ -91,6 +95,9 @@ std::string unknownCommand(CLI::App const& app, std::vector<std::string> const& 
     }
     auto const found = std::find_if(commands.begin(), commands.end(),
                                     [&](CLI::App const* command) { return command->get_name() == argument; });
+    if (found == commands.end() && hasPositionals(*level)) {
+      return {};
+    }
     if (found == commands.end()) {
       std::optional<std::string> const similar = similarCommand(*level, argument);
       return "there is no command \"" + argument + "\"" + (similar ? "; did you mean \"" + *similar + "\"?" : "");
@@ -98,6 +105,24 @@ std::string unknownCommand(CLI::App const& app, std::vector<std::string> const& 
     level = *found;
   }
   return {};
+}
+
+void chooseCommand(CLI::App& app, std::vector<std::string> const& arguments) {
+  CLI::App* level = &app;
+  for (std::string const& argument : arguments) {
+    auto const commands = level->get_subcommands([](CLI::App const*) { return true; });
+    auto const found = std::find_if(commands.begin(), commands.end(),
+                                    [&](CLI::App const* command) { return command->get_name() == argument; });
+    if (found == commands.end()) {
+      bool const isPositional = !argument.starts_with("-") && hasPositionals(*level);
+      std::for_each(commands.begin(), commands.end(), [&](CLI::App* command) { command->disabled(isPositional); });
+      return;
+    }
+    for (CLI::Option* const option : level->get_options()) {
+      option->required(false);
+    }
+    level = *found;
+  }
 }
 
 }  // namespace tool

@@ -18,4 +18,8 @@ std::vector<std::string> preparedArguments(int argc, char const* const* argv);
 /// the name of one is similar. Empty when the arguments begin with commands.
 std::string unknownCommand(CLI::App const& app, std::vector<std::string> const& arguments);
 
+/// For commands that have both arguments and subcommands: with a subcommand first, what the command alone needs isn't
+/// needed; with another argument first, all that follow are arguments, too, whatever their names.
+void chooseCommand(CLI::App& app, std::vector<std::string> const& arguments);
+
 }  // namespace tool

@@ -18,7 +18,6 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t longestRow = std::size_t{1} << 20;
 constexpr std::size_t largestBlock = std::size_t{1} << 26;
 constexpr std::size_t pieceSize = std::size_t{1} << 18;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";

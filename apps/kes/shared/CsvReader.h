@@ -16,6 +16,9 @@
 
 namespace tool {
 
+/// The most bytes in a row.
+inline constexpr std::size_t longestRow = std::size_t{1} << 20;
+
 /// The form of a table.
 struct CsvForm {
   std::string name;      ///< Stands for the table in messages.
