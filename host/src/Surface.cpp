@@ -77,13 +77,16 @@ Surface Surface::raster(std::string const& fileName) {
 }
 
 Surface Surface::raster(std::string const& fileName, std::size_t cacheSize) {
-  return Surface(std::make_shared<detail::SurfaceSource const>(
-      std::make_shared<dsm::RasterElevationSource const>(fileName, cacheSize)));
+  return raster(fileName, VerticalDatum{}, cacheSize);
 }
 
 Surface Surface::raster(std::string const& fileName, VerticalDatum const& vertical) {
+  return raster(fileName, vertical, dsm::RasterElevationSource::DEFAULT_CACHE_SIZE);
+}
+
+Surface Surface::raster(std::string const& fileName, VerticalDatum const& vertical, std::size_t cacheSize) {
   return Surface(std::make_shared<detail::SurfaceSource const>(std::make_shared<dsm::RasterElevationSource const>(
-      fileName, dsm::RasterElevationSource::DEFAULT_CACHE_SIZE, util::Origin::user, vertical.definition)));
+      fileName, cacheSize, util::Origin::user, vertical.definition)));
 }
 
 Surface Surface::of(std::shared_ptr<dsm::ProjectedElevationSource const> source, HeightRange const& heights,

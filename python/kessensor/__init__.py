@@ -31,10 +31,12 @@ from kessensor._core import (
     threads_of_machine,
 )
 from kessensor._core import version as __version__
+from kessensor._points import ground_points, image_points, residuals
 from kessensor._products import footprint, ortho, simulate
 from kessensor._results import (
     Closure,
     Directions,
+    Grid,
     Ground,
     GroundSampling,
     Heights,
@@ -57,6 +59,7 @@ __all__ = [
     "Closure",
     "CoordinateSystem",
     "Directions",
+    "Grid",
     "Ground",
     "GroundSampling",
     "Heights",
@@ -72,7 +75,10 @@ __all__ = [
     "Unit",
     "__version__",
     "footprint",
+    "ground_points",
+    "image_points",
     "ortho",
+    "residuals",
     "simulate",
     "threads_of_machine",
 ]

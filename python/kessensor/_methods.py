@@ -103,15 +103,15 @@ def _reduce_band(self: Band) -> tuple[Callable[..., Band], tuple[Any, ...]]:
     return _open_band, (self._state, self.id, _views_hash(self._files, [self]))
 
 
-def _open_surface(file: str, expected: str) -> Surface:
+def _open_surface(file: str, vertical: str, expected: str) -> Surface:
     _require_same(file, content_hash([file]), expected)
-    return Surface(file)
+    return Surface(file, vertical=vertical)
 
 
 def _reduce_surface(self: Surface) -> tuple[Callable[..., Surface], tuple[Any, ...]]:
     if not self.file:
         raise TypeError("a surface without a file can't be pickled")
-    return _open_surface, (self.file, content_hash([self.file]))
+    return _open_surface, (self.file, self._vertical, content_hash([self.file]))
 
 
 def _open_trajectory(file: str, standard_deviations: bool, expected: str) -> Trajectory:

@@ -7,42 +7,99 @@ from __future__ import annotations
 
 import os
 from collections.abc import Callable, Iterable
-from contextlib import ExitStack
 from typing import Any
 
 import numpy as np
+import numpy.typing as npt
 
 from kessensor import _core
 from kessensor._core import Band, Block, CoordinateSystem, Strip, Surface
-from kessensor._results import Status
+from kessensor._results import Grid, Ground, Status
+
+Path = str | os.PathLike[str]
 
 POINTS_PER_SIDE = 64
+POINTS_PER_LINE = 32
 
 
-def _strips(source: Strip | Block | Iterable[Strip], stack: ExitStack) -> list[Strip]:
-    if isinstance(source, Strip):
-        return [source]
-    if isinstance(source, Block):
-        return [stack.enter_context(source[name]) for name in source.strip_names]
-    return list(source)
+def ortho_options(
+    *,
+    bands: Iterable[str],
+    crs: CoordinateSystem | str | None = None,
+    gsd: float | None = None,
+    extent: tuple[float, float, float, float] | None = None,
+    like: Path | None = None,
+    grid: Grid | None = None,
+    cut: Path | None = None,
+    resampling: str = "cubic",
+    type: npt.DTypeLike = None,
+    scale: tuple[float, float] | None = None,
+    format: str = "COG",
+    creation_options: Iterable[str] = (),
+    record: bool = True,
+    nodata: float = 0.0,
+    threads: int = 1,
+) -> dict[str, Any]:
+    """The options of `ortho` as the module takes them. Throws TypeError where those of the place don't go together."""
+    if like is not None and not (crs is None and gsd is None and extent is None and grid is None):
+        raise TypeError("like: crs, gsd, extent and grid don't go with it")
+    if like is None and crs is None:
+        raise TypeError("crs or like: one of them must be given")
+    if grid is not None and not (gsd is None and extent is None):
+        raise TypeError("grid: gsd and extent don't go with it")
+    if like is None and grid is None and gsd is None:
+        raise TypeError("gsd, grid or like: one of them must be given")
+    if extent is not None:
+        low_x, low_y, high_x, high_y = (float(value) for value in extent)
+        extent = (low_x, low_y, high_x, high_y)
+    if scale is not None:
+        lowest, highest = (float(value) for value in scale)
+        scale = (lowest, highest)
+    return {
+        "bands": list(bands),
+        "crs": crs,
+        "gsd": gsd,
+        "extent": extent,
+        "like": like,
+        "grid": grid,
+        "cut": cut,
+        "resampling": resampling,
+        "type": None if type is None else np.dtype(type).name,
+        "scale": scale,
+        "format": format,
+        "creation_options": list(creation_options),
+        "record": record,
+        "nodata": nodata,
+        "threads": threads,
+    }
 
 
 def ortho(
     source: Strip | Block | Iterable[Strip],
-    output: str | os.PathLike[str],
+    output: Path,
     *,
     bands: Iterable[str],
     surface: Surface,
-    crs: CoordinateSystem | str,
-    gsd: float,
+    crs: CoordinateSystem | str | None = None,
+    gsd: float | None = None,
+    extent: tuple[float, float, float, float] | None = None,
+    like: Path | None = None,
+    grid: Grid | None = None,
+    cut: Path | None = None,
     resampling: str = "cubic",
+    type: npt.DTypeLike = None,
+    scale: tuple[float, float] | None = None,
+    format: str = "COG",
+    creation_options: Iterable[str] = (),
+    record: bool = True,
     nodata: float = 0.0,
     threads: int = 1,
+    strip_limit: int = 1,
     progress: Callable[[float], object] | None = None,
 ) -> None:
-    """Orthorectifies images of strips and writes a Cloud Optimized GeoTIFF.
+    """Orthorectifies images of strips and writes a Cloud Optimized GeoTIFF, or a plain one.
 
-    The file appears as a whole or not at all. Its bytes don't depend on `threads`.
+    The file appears as a whole or not at all. Its bytes don't depend on `threads` or `strip_limit`.
 
     Parameters
     ----------
@@ -58,11 +115,35 @@ def ortho(
         The system of the map, projected or geographic.
     gsd
         Size of a pixel, metres.
+    extent
+        Least x and y, and greatest x and y of the box of the map that is made; the edges move outwards to those of
+        pixels. Otherwise the box around all images.
+    like
+        A raster whose pixels and system the orthophoto takes, in place of crs, gsd and extent.
+    grid
+        The pixels, in place of gsd and extent; see `Grid`.
+    cut
+        A vector file: pixels outside of its polygons have no data. Without extent, like and grid, the file ends at the
+        box around them.
     resampling : {"nearest", "bilinear", "cubic"}
+    type
+        Of the pixels: uint8, uint16, int16, uint32, int32, float32 or float64. By default the smallest that holds the
+        values of all images.
+    scale
+        The brightness that becomes 0, and the one that becomes the greatest value of the type (1 of a float).
+    format : {"COG", "GTiff"}
+        With overviews, or in tiles without.
+    creation_options
+        Of GDAL for the format, such as "COMPRESS=ZSTD".
+    record
+        Whether the file's metadata say what it was made of, and how well its pixels close.
     nodata
         The value of pixels that no image saw.
     threads
         How many work.
+    strip_limit
+        Of how many strips of a block the data stay in memory at once; those beyond are loaded twice. Strips that are
+        open already stay as they are.
     progress
         Called with the part that is done, 0 to 1, from any thread. An exception that it raises, such as
         KeyboardInterrupt, ends the work and leaves nothing.
@@ -71,20 +152,31 @@ def ortho(
     ------
     RuntimeError
         With the library's message, such as for images that are missing or an output that can't be written.
+    TypeError, ValueError
+        For options that don't go together, or that aren't known.
     """
-    with ExitStack() as stack:
-        _core.ortho(
-            _strips(source, stack),
-            output,
-            bands=list(bands),
-            surface=surface,
-            crs=crs,
-            gsd=gsd,
-            resampling=resampling,
-            nodata=nodata,
-            threads=threads,
-            progress=progress,
-        )
+    options = ortho_options(
+        bands=bands,
+        crs=crs,
+        gsd=gsd,
+        extent=extent,
+        like=like,
+        grid=grid,
+        cut=cut,
+        resampling=resampling,
+        type=type,
+        scale=scale,
+        format=format,
+        creation_options=creation_options,
+        record=record,
+        nodata=nodata,
+        threads=threads,
+    )
+    if isinstance(source, Block):
+        _core.ortho_of_block(source, strip_limit, output, surface, options, progress)
+    else:
+        strips = [source] if isinstance(source, Strip) else list(source)
+        _core.ortho_of_strips(strips, output, surface, options, progress)
 
 
 def _edges(band: Band) -> tuple[Any, Any]:
@@ -96,37 +188,72 @@ def _edges(band: Band) -> tuple[Any, Any]:
     return np.interp(at, sides, corners[:, 0]), np.interp(at, sides, corners[:, 1])
 
 
-def footprint(source: Strip | Band, surface: Surface) -> dict[str, Any]:
+def _feature(kind: str, points: npt.NDArray[np.float64], properties: dict[str, Any]) -> dict[str, Any]:
+    coordinates = [points.tolist()] if kind == "Polygon" else points.tolist()
+    return {"type": "Feature", "geometry": {"type": kind, "coordinates": coordinates}, "properties": properties}
+
+
+def _outline(band: Band, ground: Ground) -> dict[str, Any] | None:
+    seen = ground.status <= Status.OUTSIDE_ORIENTATION
+    ring = np.column_stack([ground.x[seen], ground.y[seen], ground.z[seen]])
+    if len(ring) < 4:
+        return None
+    if not np.array_equal(ring[0], ring[-1]):
+        ring = np.vstack([ring, ring[:1]])
+    properties = {
+        "band": band.id,
+        "gsd": band.nominal_gsd,
+        "start": band.start_time,
+        "end": band.end_time,
+        "look": float(np.degrees(band.look_angle)),
+        "complete": bool(seen.all()),
+    }
+    return _feature("Polygon", ring, properties)
+
+
+def _lines(band: Band, every: int, on: dict[str, Any]) -> list[dict[str, Any]]:
+    """Each `every`th line and the last one on the ground; those without two points there are left out."""
+    last = band.lines - 1
+    lines = np.append(np.arange(0, last, every), last)
+    samples = np.linspace(-0.5, band.samples - 0.5, POINTS_PER_LINE + 1)
+    ground = band.to_ground(samples, lines[:, np.newaxis], **on)
+    times = band.times(lines).time
+    features = []
+    for i, line in enumerate(lines.tolist()):
+        seen = ground.status[i] <= Status.OUTSIDE_ORIENTATION
+        points = np.column_stack([ground.x[i, seen], ground.y[i, seen], ground.z[i, seen]])
+        if len(points) > 1:
+            features.append(_feature("LineString", points, {"band": band.id, "line": line, "time": float(times[i])}))
+    return features
+
+
+def footprint(
+    source: Strip | Band, surface: Surface, *, every: int | None = None, crs: CoordinateSystem | str | None = None
+) -> dict[str, Any]:
     """The outline of each band on a surface, as a GeoJSON FeatureCollection in WGS 84 degrees (RFC 7946).
 
     Points that the surface doesn't reach are left out; "complete" is false then, and a band without any has no feature.
     ``geopandas.GeoDataFrame.from_features`` takes the result.
+
+    Parameters
+    ----------
+    every
+        After the outline of a band, adds the ground of each so manyth line and of the last one: a LineString with the
+        properties band, line and time (GPS seconds). Lines without two points on the surface are left out.
+    crs
+        Another system of the coordinates, which GeoJSON can't name: ``from_features(..., crs=...)`` has to be given it.
     """
-    bands = [source] if isinstance(source, Band) else list(source)
+    if every is not None and every < 1:
+        raise ValueError(f"every is {every}: it must be at least 1")
+    on: dict[str, Any] = {"surface": surface, "frame": "map" if crs is None else None, "crs": crs}
     features = []
+    bands = [source] if isinstance(source, Band) else list(source)
     for band in bands:
-        samples, lines = _edges(band)
-        ground = band.to_ground(samples, lines, surface=surface, frame="map")
-        seen = ground.status <= Status.OUTSIDE_ORIENTATION
-        ring = np.column_stack([ground.x[seen], ground.y[seen], ground.z[seen]])
-        if len(ring) < 4:
-            continue
-        if not np.array_equal(ring[0], ring[-1]):
-            ring = np.vstack([ring, ring[:1]])
-        features.append(
-            {
-                "type": "Feature",
-                "geometry": {"type": "Polygon", "coordinates": [ring.tolist()]},
-                "properties": {
-                    "band": band.id,
-                    "gsd": band.nominal_gsd,
-                    "start": band.start_time,
-                    "end": band.end_time,
-                    "look": float(np.degrees(band.look_angle)),
-                    "complete": bool(seen.all()),
-                },
-            }
-        )
+        outline = _outline(band, band.to_ground(*_edges(band), **on))
+        if outline is not None:
+            features.append(outline)
+        if every is not None:
+            features += _lines(band, every, on)
     return {"type": "FeatureCollection", "features": features}
 
 

@@ -102,6 +102,16 @@ class Transformed(NamedTuple):
     status: Statuses
 
 
+class Grid(NamedTuple):
+    """The pixels of a raster: columns and rows of them, counted from the outer corner of the first pixel, lie at
+    x = transform[0] + transform[1] column + transform[2] row and y = transform[3] + transform[4] column +
+    transform[5] row of the map, as GDAL's geotransform has it."""
+
+    transform: tuple[float, float, float, float, float, float]
+    columns: int
+    rows: int
+
+
 class PointError(ValueError):
     """A point of a strict call has no result.
 

@@ -52,6 +52,7 @@ PYBIND11_MODULE(_core, module) {
   bindSystems(module);
   bindOrientation(module);
   bindStrips(module);
+  bindPointLists(module);
   bindProducts(module);
   module.attr("statuses") = statuses();
   module.attr("version") = KESSENSOR_VERSION;

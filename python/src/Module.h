@@ -35,6 +35,11 @@ PythonClasses const& pythonClasses();
 /// A coordinate system, or the one of a definition.
 kes::CoordinateSystem systemOf(py::handle system);
 
+/// A surface, with the vertical datum that it was opened with, so that another process can open it likewise.
+struct OpenSurface : kes::Surface {
+  std::string vertical;
+};
+
 /// The text of a path; takes `str` and `os.PathLike`.
 std::string pathOf(py::handle path);
 
@@ -45,6 +50,8 @@ void bindSystems(py::module_& module);
 void bindStrips(py::module_& module);
 void bindProjection(py::class_<kes::Band>& band);
 void bindOrientation(py::module_& module);
+void bindPointLists(py::module_& module);
 void bindProducts(py::module_& module);
+void bindTiles(py::module_& module);
 
 }  // namespace kespython

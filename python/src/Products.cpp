@@ -2,103 +2,79 @@
 // SPDX-License-Identifier: MIT
 
 #include "Module.h"
+#include "OrthoOptions.h"
+#include "PythonProgress.h"
 #include "StripHandle.h"
 
 #include <kesgdal/Orthophoto.h>
 #include <simulation/Block.h>
 #include <simulation/Flight.h>
 
-#include <exception>
 #include <filesystem>
 
 namespace kespython {
 
 namespace {
 
-/// Ends a work from within its progress.
-struct Cancelled {};
-
-/// Python's function of progress, called from whatever thread works. An exception of it, or Ctrl-C, ends the work.
-class PythonProgress {
+/// The strips of a block, opened once; so many of them at the most have their data in memory.
+class StripsOfBlock {
 public:
-  explicit PythonProgress(py::object function) : mFunction(std::move(function)) {}
-
-  void operator()(double done) {
-    py::gil_scoped_acquire const held;
-    try {
-      if (PyErr_CheckSignals() != 0) {
-        throw py::error_already_set();
-      }
-      if (!mFunction.is_none()) {
-        mFunction(done);
-      }
-    } catch (py::error_already_set& error) {
-      mError = std::make_unique<py::error_already_set>(std::move(error));
-      throw Cancelled();
-    }
+  StripsOfBlock(BlockHandle const& block, int limit) : mLimit(static_cast<std::size_t>(limit)) {
+    kes::StripOptions unloaded = block.options();
+    unloaded.load = false;
+    py::gil_scoped_release const released;
+    mStrips = kes::Block(block.block().fileName(), unloaded).strips();
   }
 
-  /// Does a work with the GIL released, which gets `*this` as its progress.
-  template <class Work>
-  void during(Work const& work) {
-    try {
-      py::gil_scoped_release const released;
-      work([this](double done) { (*this)(done); });
-    } catch (Cancelled const&) {
-      throw py::error_already_set(std::move(*mError));
+  void forEach(kesgdal::StripVisitor const& visit) {
+    for (std::size_t i = 0; i < mStrips.size(); ++i) {
+      mStrips[i].load();
+      visit(mStrips[i]);
+      if (i + 1 >= mLimit) {
+        mStrips[i].unload();
+      }
     }
   }
 
 private:
-  py::object mFunction;
-  std::unique_ptr<py::error_already_set> mError;
+  std::vector<kes::Strip> mStrips;
+  std::size_t mLimit;
 };
 
-kesgdal::Resampling resamplingOf(std::string const& name) {
-  if (name == "nearest") {
-    return kesgdal::Resampling::NEAREST;
-  }
-  if (name == "bilinear") {
-    return kesgdal::Resampling::BILINEAR;
-  }
-  if (name == "cubic") {
-    return kesgdal::Resampling::CUBIC;
-  }
-  throw py::value_error("resampling is \"" + name + "\": it must be nearest, bilinear or cubic");
-}
+/// What an orthophoto is made by, beside its strips.
+struct OrthoCall {
+  std::string output;
+  OpenSurface const& surface;
+  OrthoOptions options;
+  py::object progress;
+};
 
-void writeOrtho(std::vector<StripHandle const*> const& strips, py::object const& output, kes::Surface const& surface,
-                py::object const& crs, kesgdal::OrthoPlan const& plan, py::object progress) {
-  kes::CoordinateSystem const map = systemOf(crs);
-  std::string const file = pathOf(output);
-  PythonProgress(std::move(progress)).during([&](kesgdal::Progress const& show) {
-    kesgdal::writeOrthophoto(
-        [&](kesgdal::StripVisitor const& visit) {
-          for (StripHandle const* const strip : strips) {
-            visit(strip->strip());
-          }
-        },
-        map, surface, plan, file, show);
+void writeOrtho(kesgdal::EachStrip const& strips, OrthoCall& call) {
+  PythonProgress(std::move(call.progress)).during([&](kesgdal::Progress const& show) {
+    kesgdal::writeOrthophoto(strips, call.options.map, call.surface, call.options.plan, call.output, show);
   });
 }
 
-void bindOrtho(py::module_& module) {
-  using py::arg;
-  module.def(
-      "ortho",
-      [](std::vector<StripHandle const*> const& strips, py::object const& output, std::vector<std::string> bands,
-         kes::Surface const& surface, py::object const& crs, double gsd, std::string const& resampling, double nodata,
-         int threads, py::object progress) {
-        kesgdal::OrthoPlan plan;
-        plan.bands = std::move(bands);
-        plan.gsd = gsd;
-        plan.resampling = resamplingOf(resampling);
-        plan.noData = nodata;
-        plan.threads = threads;
-        writeOrtho(strips, output, surface, crs, plan, std::move(progress));
+void orthoOfStrips(std::vector<StripHandle const*> const& strips, py::object const& output, OpenSurface const& surface,
+                   py::dict const& options, py::object progress) {
+  OrthoCall call{pathOf(output), surface, orthoOptionsOf(options), std::move(progress)};
+  writeOrtho(
+      [&](kesgdal::StripVisitor const& visit) {
+        for (StripHandle const* const strip : strips) {
+          visit(strip->strip());
+        }
       },
-      arg("strips"), arg("output"), py::kw_only(), arg("bands"), arg("surface"), arg("crs"), arg("gsd"),
-      arg("resampling") = "cubic", arg("nodata") = 0.0, arg("threads") = 1, arg("progress") = py::none());
+      call);
+}
+
+void orthoOfBlock(BlockHandle const& block, int stripLimit, py::object const& output, OpenSurface const& surface,
+                  py::dict const& options, py::object progress) {
+  if (stripLimit < 1) {
+    throw py::value_error("strip_limit is " + std::to_string(stripLimit) + ": it must be at least 1");
+  }
+  OrthoCall call{pathOf(output), surface, orthoOptionsOf(options), std::move(progress)};
+  StripsOfBlock strips(block, stripLimit);
+  writeOrtho([&](kesgdal::StripVisitor const& visit) { strips.forEach(visit); }, call);
 }
 
 /// Options by their names, as far as there are any.
@@ -167,7 +143,10 @@ std::string simulateBlock(py::object const& folder, py::object const& dem, py::d
 
 void bindProducts(py::module_& module) {
   using py::arg;
-  bindOrtho(module);
+  module.def("ortho_of_strips", &orthoOfStrips, arg("strips"), arg("output"), arg("surface"), arg("options"),
+             arg("progress"));
+  module.def("ortho_of_block", &orthoOfBlock, arg("block"), arg("strip_limit"), arg("output"), arg("surface"),
+             arg("options"), arg("progress"));
   module.def("simulate_flight", &simulate, arg("folder"), arg("dem"), arg("options"), arg("progress") = py::none());
   module.def("simulate_block", &simulateBlock, arg("folder"), arg("dem"), arg("options"), arg("progress") = py::none());
 }

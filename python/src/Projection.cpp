@@ -102,7 +102,7 @@ public:
       if (!heights.is_none()) {
         throw py::type_error("heights and surface: only one of them can be given");
       }
-      mSurface = py::cast<kes::Surface>(surface);
+      mSurface = py::cast<OpenSurface const&>(surface);
     } else if (!heights.is_none()) {
       mColumn.emplace("heights", heights);
     }
@@ -253,7 +253,7 @@ py::object projectToImage(kes::Band const& band, py::handle xGiven, py::handle y
   call.options.system = given.system();
   call.options.solver = given.chosenSolver();
   if (z == std::nullopt) {
-    call.options.heights = py::cast<kes::Surface>(given.surface);
+    call.options.heights = kes::Surface(py::cast<OpenSurface const&>(given.surface));
   }
   forEachPiece(sizeOf(shape), given.threads, given.isOneRun(),
                [&](std::size_t size) { return std::make_shared<ImageWork>(call, size); });

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <kes/Block.h>
 #include <kes/Strip.h>
 
 #include <memory>
@@ -37,5 +38,28 @@ public:
 private:
   std::optional<kes::Strip> mStrip;
 };
+
+/// Likewise for a block.
+class BlockHandle {
+public:
+  BlockHandle(std::string const& file, kes::StripOptions options)
+      : mOptions(std::move(options)), mBlock(kes::Block(file, mOptions)) {}
+
+  kes::Block const& block() const {
+    requireOpen(mBlock.has_value(), "block");
+    return *mBlock;
+  }
+  /// Those of all its strips.
+  kes::StripOptions const& options() const { return mOptions; }
+  bool isClosed() const { return !mBlock.has_value(); }
+  void close() { mBlock.reset(); }
+
+private:
+  kes::StripOptions mOptions;
+  std::optional<kes::Block> mBlock;
+};
+
+/// The options that the state of a strip or a block has; see `_state` of both.
+kes::StripOptions stripOptionsOf(py::dict const& state);
 
 }  // namespace kespython

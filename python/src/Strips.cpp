@@ -69,15 +69,19 @@ kes::Band bandOf(StripHandle const& self, py::object const& key) {
   return strip.band(id);
 }
 
-py::dict stateOf(kes::Strip const& strip) {
-  kes::StripOptions const& options = strip.options();
+// What a strip or a block was opened with.
+py::dict stateOf(std::string const& file, kes::StripOptions const& options) {
   py::dict state;
-  state["file"] = strip.fileName();
+  state["file"] = file;
   state["calibrations"] = options.calibrations;
   state["settings"] = options.settings.empty() ? py::object(py::none()) : py::str(options.settings);
   state["orientation"] = options.orientation == kes::Orientation::original ? "original" : "adjusted";
   state["standard_deviations"] = options.standardDeviations;
   return state;
+}
+
+py::dict stateOf(kes::Strip const& strip) {
+  return stateOf(strip.fileName(), strip.options());
 }
 
 // A band in Python knows how its strip was opened, so that it can be pickled.
@@ -170,25 +174,12 @@ forward positive; `start_time` and `end_time` GPS seconds. Threads may share one
       .def_property_readonly("start_time", &kes::Band::startTime)
       .def_property_readonly("end_time", &kes::Band::endTime)
       .def_property_readonly("image_file", &kes::Band::imagePath)
+      .def_property_readonly("points_file",
+                             [](kes::Band const& self) { return self.model().img(self.index())->iptFileName(); })
       .def_property_readonly("crs", &kes::Band::localSystem)
       .def_property_readonly_static("line_margin", [](py::object const&) { return kes::Band::lineMargin; });
   bindProjection(band);
 }
-
-/// Likewise for a block.
-class BlockHandle {
-public:
-  BlockHandle(std::string const& file, kes::StripOptions const& options) : mBlock(kes::Block(file, options)) {}
-  kes::Block const& block() const {
-    requireOpen(mBlock.has_value(), "block");
-    return *mBlock;
-  }
-  bool isClosed() const { return !mBlock.has_value(); }
-  void close() { mBlock.reset(); }
-
-private:
-  std::optional<kes::Block> mBlock;
-};
 
 std::unique_ptr<StripHandle> stripOf(BlockHandle const& self, std::string const& name) {
   kes::Block const& block = self.block();
@@ -218,6 +209,8 @@ of `Strip` and hold for all strips.
       .def_property_readonly("crs", [](BlockHandle const& self) { return self.block().mapSystem(); })
       .def_property_readonly("strip_names", [](BlockHandle const& self) { return self.block().stripNames(); })
       .def_property_readonly("elevation_files", [](BlockHandle const& self) { return self.block().elevationFiles(); })
+      .def_property_readonly("_state",
+                             [](BlockHandle const& self) { return stateOf(self.block().fileName(), self.options()); })
       .def_property_readonly("closed", &BlockHandle::isClosed)
       .def("close", &BlockHandle::close)
       .def("__enter__", [](py::object const& self) { return self; })
@@ -228,6 +221,11 @@ of `Strip` and hold for all strips.
 }
 
 }  // namespace
+
+kes::StripOptions stripOptionsOf(py::dict const& state) {
+  return optionsOf(py::cast<std::vector<py::object>>(state["calibrations"]), state["settings"],
+                   py::cast<std::string>(state["orientation"]), py::cast<bool>(state["standard_deviations"]));
+}
 
 void throwNotFound(std::function<void()> const& lookUp) {
   try {

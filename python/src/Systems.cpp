@@ -53,7 +53,7 @@ py::object transform(kes::CoordinateSystem const& from, py::handle to, py::handl
   return pythonClasses().transformed(columns[0], columns[1], columns[2], given.status);
 }
 
-py::object heightsOf(kes::Surface const& surface, py::handle x, py::handle y) {
+py::object heightsOf(OpenSurface const& surface, py::handle x, py::handle y) {
   Points given(x, y, py::float_(0.0));
   std::span<kes::Status> const status = given.statuses();
   py::array_t<double> heights(given.shape);
@@ -135,7 +135,7 @@ Transformed
 
 void bindSurface(py::module_& module) {
   using py::arg;
-  py::class_<kes::Surface>(module, "Surface", R"(A surface of the Earth: an elevation model, or one height everywhere.
+  py::class_<OpenSurface>(module, "Surface", R"(A surface of the Earth: an elevation model, or one height everywhere.
 
 Parameters
 ----------
@@ -143,26 +143,33 @@ file : path
     Any raster that GDAL reads; its first band, bilinear between the centres of cells. It stays open.
 cache_bytes : int
     Memory for its tiles.
+vertical : str, optional
+    The definition of what heights count from, such as "EPSG:5773" (the geoid EGM96), for a file that doesn't say so;
+    those of such a file are taken as ellipsoidal otherwise, see `has_vertical_datum`.
 
 Raises
 ------
 RuntimeError
-    "Can't open elevation model ..." with the reason.
+    "Can't open elevation model ..." with the reason, such as a file whose heights have another datum than `vertical`.
 )")
-      .def(py::init([](py::object const& file, std::size_t cacheSize) {
-             std::string const name = pathOf(file);
-             return kes::Surface::raster(name, cacheSize);
+      .def(py::init([](py::object const& file, std::size_t cacheSize, std::optional<std::string> const& vertical) {
+             std::string const datum = vertical.value_or("");
+             return OpenSurface{kes::Surface::raster(pathOf(file), {datum}, cacheSize), datum};
            }),
-           arg("file"), arg("cache_bytes") = std::size_t{256} << 20)
+           arg("file"), arg("cache_bytes") = std::size_t{256} << 20, py::kw_only(), arg("vertical") = py::none())
       .def_static(
           "constant",
-          [](py::object const& system, double height) { return kes::Surface::constant(systemOf(system), height); },
+          [](py::object const& system, double height) {
+            return OpenSurface{kes::Surface::constant(systemOf(system), height), ""};
+          },
           arg("crs"), arg("height"))
-      .def_property_readonly("file", &kes::Surface::fileName)
-      .def_property_readonly("crs", &kes::Surface::coordinateSystem)
+      .def_property_readonly("file", [](OpenSurface const& self) { return self.fileName(); })
+      .def_property_readonly("crs", [](OpenSurface const& self) { return self.coordinateSystem(); })
+      .def_property_readonly("has_vertical_datum", [](OpenSurface const& self) { return self.hasVerticalDatum(); })
+      .def_property_readonly("_vertical", [](OpenSurface const& self) { return self.vertical; })
       .def(
           "height_range",
-          [](kes::Surface const& self) -> py::object {
+          [](OpenSurface const& self) -> py::object {
             std::optional<kes::Surface::HeightRange> range;
             {
               py::gil_scoped_release const released;

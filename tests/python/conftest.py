@@ -33,6 +33,13 @@ def block_file(tmp_path_factory: pytest.TempPathFactory) -> Path:
     return Path(ks.simulate(folder, DEM, strips=2, lines=1500, samples=400, points=5, threads=2))
 
 
+@pytest.fixture(scope="session")
+def block_images(tmp_path_factory: pytest.TempPathFactory) -> Path:
+    """The block file of two small strips that overlap, with images of one band."""
+    folder = tmp_path_factory.mktemp("flights") / "images"
+    return Path(ks.simulate(folder, DEM, strips=2, lines=500, samples=400, points=1, render=["PANN00A"], threads=2))
+
+
 @pytest.fixture
 def strip(flight: Path) -> Iterator[ks.Strip]:
     with ks.Strip(flight) as opened:

@@ -54,6 +54,9 @@ public:
   /// The same, with the vertical datum that the file lacks. Throws likewise, also when the file has another one; the
   /// reason names both.
   [[nodiscard]] static Surface raster(std::string const& fileName, VerticalDatum const& vertical);
+  /// The same, with so many bytes of memory for its tiles.
+  [[nodiscard]] static Surface raster(std::string const& fileName, VerticalDatum const& vertical,
+                                      std::size_t cacheSize);
   /// An elevation source of the host, shared: it and its coordinate system live as long as any copy of this. Its
   /// `height` is called from all threads of a call at once, and must not change what it returns. An exception that it
   /// throws ends the call and comes out of it.
