@@ -58,7 +58,7 @@ class CMakeBuild(build_ext):
 
 setup(
     version=version(),
-    packages=["kessensor"],
+    packages=["kessensor", "kessensor.cluster"],
     package_dir={"kessensor": "python/kessensor"},
     package_data={"kessensor": ["py.typed", "*.pyi"]},
     ext_modules=[Extension("kessensor._core", sources=[])],

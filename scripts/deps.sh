@@ -13,6 +13,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind python3 jq
   man-db zsh fish
   python3-dev pybind11-dev python3-numpy python3-pytest python3-hypothesis python3-matplotlib python3-jsonschema mypy
+  python3-dask python3-distributed
 )
 if [ "${1:-}" = packages ]; then
   packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap)

@@ -89,18 +89,20 @@ def _reduce_strip(self: Strip) -> tuple[Callable[..., Strip], tuple[Any, ...]]:
 
 @lru_cache(maxsize=8)
 def _strip_of_bands(pickled_state: bytes, expected: str) -> Strip:
-    """A strip that this process has opened for bands; `expected` keeps changed contents apart."""
-    return Strip(**pickle.loads(pickled_state))
+    """A strip that this process has opened for all bands of it; `expected` is the hash of its files."""
+    strip = Strip(**pickle.loads(pickled_state))
+    _require_same(strip.file, content_hash(strip.files), expected)
+    return strip
 
 
-def _open_band(state: dict[str, Any], band_id: str, expected: str) -> Band:
-    band = _strip_of_bands(pickle.dumps(state), expected)[band_id]
-    _require_same(state["file"], _views_hash(band._files, [band]), expected)
+def _open_band(state: dict[str, Any], band_id: str, files: str, views: str) -> Band:
+    band = _strip_of_bands(pickle.dumps(state), files)[band_id]
+    _require_same(state["file"], _views_hash([], [band]), views)
     return band
 
 
 def _reduce_band(self: Band) -> tuple[Callable[..., Band], tuple[Any, ...]]:
-    return _open_band, (self._state, self.id, _views_hash(self._files, [self]))
+    return _open_band, (self._state, self.id, content_hash(self._files), _views_hash([], [self]))
 
 
 def _open_surface(file: str, vertical: str, expected: str) -> Surface:

@@ -54,6 +54,7 @@ PYBIND11_MODULE(_core, module) {
   bindStrips(module);
   bindPointLists(module);
   bindProducts(module);
+  bindTiles(module);
   module.attr("statuses") = statuses();
   module.attr("version") = KESSENSOR_VERSION;
   module.def("threads_of_machine", &kes::threadsOfMachine);

@@ -5,8 +5,12 @@
 
 from __future__ import annotations
 
+import subprocess
+import sys
 from collections.abc import Iterator
+from dataclasses import dataclass
 from pathlib import Path
+from typing import Any
 
 import hypothesis
 import pytest
@@ -38,6 +42,37 @@ def block_images(tmp_path_factory: pytest.TempPathFactory) -> Path:
     """The block file of two small strips that overlap, with images of one band."""
     folder = tmp_path_factory.mktemp("flights") / "images"
     return Path(ks.simulate(folder, DEM, strips=2, lines=500, samples=400, points=1, render=["PANN00A"], threads=2))
+
+
+@dataclass(frozen=True)
+class Mosaic:
+    """An orthophoto of some 200 tiles: the block, its options, and the file that one process makes of it."""
+
+    block: Path
+    options: dict[str, Any]
+    whole: Path
+
+
+@pytest.fixture(scope="session")
+def mosaic(surface: ks.Surface, tmp_path_factory: pytest.TempPathFactory) -> Mosaic:
+    """A row of tiles of 1024 by 48 pixels, along two strips that overlap."""
+    folder = tmp_path_factory.mktemp("mosaic")
+    # By another process: the one that simulates keeps the camera from where it wrote it first.
+    simulate = (
+        "import sys, kessensor as ks; print(ks.simulate(*sys.argv[1:], strips=2, lines=2400, samples=210, points=1, "
+        "heading=90.0, overlap=60.0, render=['PANN00A'], threads=2))"
+    )
+    run = subprocess.run([sys.executable, "-c", simulate, folder / "block", DEM], check=True, stdout=subprocess.PIPE)
+    block = Path(run.stdout.decode().strip())
+    with ks.Block(block) as opened, opened["Line1"] as strip:
+        band = strip["PANN00A"]
+        ends = band.to_ground(band.samples / 2, [20, band.lines - 20], surface=surface, crs="EPSG:32616")
+        low, high = sorted(ends.x.tolist())
+        gsd = (high - low) / (200 * 1024)
+        options: dict[str, Any] = {"bands": ["PANN00A"], "surface": surface, "crs": "EPSG:32616", "gsd": gsd,
+                                   "extent": (low, ends.y.mean(), high, ends.y.mean() + 47 * gsd)}
+        ks.ortho(opened, folder / "whole.tif", threads=2, **options)
+    return Mosaic(block, options, folder / "whole.tif")
 
 
 @pytest.fixture
