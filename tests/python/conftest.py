@@ -52,6 +52,10 @@ class Mosaic:
     options: dict[str, Any]
     whole: Path
 
+    def but(self, **changed: Any) -> dict[str, Any]:
+        """Its options with others in place of some."""
+        return self.options | changed
+
 
 @pytest.fixture(scope="session")
 def mosaic(surface: ks.Surface, tmp_path_factory: pytest.TempPathFactory) -> Mosaic:

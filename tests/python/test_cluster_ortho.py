@@ -48,7 +48,7 @@ def block(mosaic: Mosaic) -> Iterator[ks.Block]:
 
 def plan(mosaic: Mosaic, manifest: Path, **options: Any) -> Path:
     with ks.Block(mosaic.block) as block:
-        cluster.plan(block, manifest, tile=TILE, **(mosaic.options | options))
+        cluster.plan(block, manifest, tile=TILE, **mosaic.but(**options))
     return manifest
 
 
@@ -74,11 +74,13 @@ def test_own_workers_make_the_same_file(mosaic: Mosaic, block: ks.Block, tmp_pat
 
 
 @contextmanager
-def program(*command: str | Path, **options: Any) -> Iterator[subprocess.Popen[bytes]]:
-    """Runs a program, and ends it."""
-    with subprocess.Popen(command, start_new_session=True, **options) as process:
+def program(module: str, *arguments: str | Path, folder: Path) -> Iterator[None]:
+    """Runs a module of Python, and ends it."""
+    quiet = subprocess.DEVNULL
+    command: list[str | Path] = [sys.executable, "-m", module, *arguments]
+    with subprocess.Popen(command, start_new_session=True, stdout=quiet, stderr=quiet, cwd=folder) as process:
         try:
-            yield process
+            yield
         finally:
             process.send_signal(signal.SIGINT)
             try:
@@ -90,18 +92,15 @@ def program(*command: str | Path, **options: Any) -> Iterator[subprocess.Popen[b
 def test_scheduler_and_workers_of_their_own(mosaic: Mosaic, tmp_path: Path) -> None:
     manifest = plan(mosaic, tmp_path / "plan.json")
     scheduler_file = tmp_path / "scheduler.json"
-    quiet: dict[str, Any] = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, "cwd": tmp_path}
-    dask = [sys.executable, "-m", "distributed.cli"]
-    address = ["--host", "127.0.0.1", "--scheduler-file", scheduler_file]
+    common: list[str | Path] = ["--host", "127.0.0.1", "--scheduler-file", scheduler_file, "--no-dashboard"]
     with ExitStack() as programs:
-        scheduler = [f"{dask[2]}.dask_scheduler", *address, "--port", "0", "--no-dashboard"]
-        programs.enter_context(program(*dask[:2], *scheduler, **quiet))
+        programs.enter_context(program("distributed.cli.dask_scheduler", *common, "--port", "0", folder=tmp_path))
         end = time.monotonic() + 30.0
         while not scheduler_file.exists() and time.monotonic() < end:
             time.sleep(0.1)
         for _ in range(2):
-            worker = [f"{dask[2]}.dask_worker", *address, "--nthreads", "1", "--no-dashboard", "--memory-limit", "0"]
-            programs.enter_context(program(*dask[:2], *worker, **quiet))
+            alone = ["--nthreads", "1", "--memory-limit", "0"]
+            programs.enter_context(program("distributed.cli.dask_worker", *common, *alone, folder=tmp_path))
         command = ["-m", "kessensor.cluster", "ortho", manifest, "-o", tmp_path / "ortho.tif"]
         run = subprocess.run(
             [sys.executable, *command, "--scheduler-file", scheduler_file], check=True, stdout=subprocess.PIPE, text=True
@@ -179,8 +178,7 @@ def test_other_options_are_another_plan(mosaic: Mosaic, block: ks.Block, client:
     output = tmp_path / "ortho.tif"
     with pytest.raises(Enough):
         cluster.ortho(block, output, tile=TILE, client=client, progress=stop_after(0.1), **mosaic.options)
-    other = mosaic.options | {"resampling": "nearest"}
-    summary = cluster.ortho(block, output, tile=TILE, client=client, **other)
+    summary = cluster.ortho(block, output, tile=TILE, client=client, **mosaic.but(resampling="nearest"))
     assert summary.resumed == 0
     assert len(names(tmp_path)) == 3  # the first plan and its tiles stay
 
@@ -225,7 +223,7 @@ def test_interrupted_program_leaves_no_process(mosaic: Mosaic, tmp_path: Path) -
 def test_sources_that_others_cannot_open(mosaic: Mosaic, block: ks.Block, tmp_path: Path) -> None:
     flat = ks.Surface.constant("EPSG:32616", 300.0)
     with pytest.raises(ValueError, match="^surface: other processes can't open one without a file$"):
-        cluster.plan(block, tmp_path / "plan.json", **(mosaic.options | {"surface": flat}))
+        cluster.plan(block, tmp_path / "plan.json", **mosaic.but(surface=flat))
     with pytest.raises(ValueError, match="^source: there is no strip$"):
         cluster.plan([], tmp_path / "plan.json", **mosaic.options)
     with block["Line1"] as strip, ks.Strip(strip.file, orientation="original") as other:

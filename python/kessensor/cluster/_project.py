@@ -58,7 +58,7 @@ def project(
     frame: Literal["lsr", "map"] | None = None,
     solver: Literal["precise", "point"] = "precise",
     threads: int = 1,
-) -> Ground | Image:
+) -> Any:
     """Projects Dask's arrays, lazily and chunk by chunk, with the bits of `Band.to_ground` and `Band.to_image`.
 
     Workers open the band and the surface once each, by path, and refuse files that have changed since this call.
