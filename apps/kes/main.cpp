@@ -44,7 +44,7 @@ int parseAndRun(int argc, char** argv) {
   app.set_version_flag("--version", "kes " KESSENSOR_VERSION);
   app.require_subcommand(1);
   app.footer("Example: kes info flight/strip.stp\n"
-             "'kes help COMMAND' lists a command's options.");
+             "'kes help COMMAND' lists a command's options. In Python: import kessensor; see docs/python.md.");
   tool::Run run;
   addCommands(app, run);
   std::vector<std::string> const arguments = tool::preparedArguments(argc, argv);

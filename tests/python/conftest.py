@@ -5,6 +5,7 @@
 
 from __future__ import annotations
 
+import os
 import subprocess
 import sys
 from collections.abc import Iterator
@@ -44,9 +45,13 @@ def block_images(tmp_path_factory: pytest.TempPathFactory) -> Path:
     return Path(ks.simulate(folder, DEM, strips=2, lines=500, samples=400, points=1, render=["PANN00A"], threads=2))
 
 
+#: Of the mosaic; fewer where the library is slow.
+TILES = int(os.environ.get("KESSENSOR_TEST_TILES", "200"))
+
+
 @dataclass(frozen=True)
 class Mosaic:
-    """An orthophoto of some 200 tiles: the block, its options, and the file that one process makes of it."""
+    """An orthophoto of `TILES` tiles and one or two more: the block, its options, and the file that one process makes of it."""
 
     block: Path
     options: dict[str, Any]
@@ -72,9 +77,9 @@ def mosaic(surface: ks.Surface, tmp_path_factory: pytest.TempPathFactory) -> Mos
         band = strip["PANN00A"]
         ends = band.to_ground(band.samples / 2, [20, band.lines - 20], surface=surface, crs="EPSG:32616")
         low, high = sorted(ends.x.tolist())
-        gsd = (high - low) / (200 * 1024)
+        gsd, y = (high - low) / (200 * 1024), float(ends.y.mean())
         options: dict[str, Any] = {"bands": ["PANN00A"], "surface": surface, "crs": "EPSG:32616", "gsd": gsd,
-                                   "extent": (low, ends.y.mean(), high, ends.y.mean() + 47 * gsd)}
+                                   "extent": (low, y, low + TILES * 1024 * gsd, y + 47 * gsd)}
         ks.ortho(opened, folder / "whole.tif", threads=2, **options)
     return Mosaic(block, options, folder / "whole.tif")
 

@@ -19,7 +19,7 @@ from pathlib import Path
 from typing import Any
 
 import pytest
-from conftest import DEM, Mosaic
+from conftest import DEM, TILES, Mosaic
 
 pytest.importorskip("distributed")
 
@@ -66,7 +66,7 @@ def test_own_workers_make_the_same_file(mosaic: Mosaic, block: ks.Block, tmp_pat
     assert (tmp_path / "ortho.tif").read_bytes() == mosaic.whole.read_bytes()
     assert names(tmp_path) == ["ortho.tif"]
     assert done == sorted(done) and done[-1] == 1.0
-    assert 200 <= summary.tiles == summary.made == sum(share.tiles for share in summary.workers.values())
+    assert TILES <= summary.tiles == summary.made == sum(share.tiles for share in summary.workers.values())
     assert len(summary.workers) == 2 and (summary.resumed, summary.tried_again) == (0, 0)
     text = repr(summary).splitlines()
     assert text[0].startswith(f"{tmp_path / 'ortho.tif'}: {summary.tiles} tiles, {summary.tiles} made, 0 there before, ")
@@ -99,12 +99,11 @@ def test_scheduler_and_workers_of_their_own(mosaic: Mosaic, tmp_path: Path) -> N
         while not scheduler_file.exists() and time.monotonic() < end:
             time.sleep(0.1)
         for _ in range(2):
-            alone = ["--nthreads", "1", "--memory-limit", "0"]
+            alone: list[str | Path] = ["--nthreads", "1", "--memory-limit", "0"]
             programs.enter_context(program("distributed.cli.dask_worker", *common, *alone, folder=tmp_path))
-        command = ["-m", "kessensor.cluster", "ortho", manifest, "-o", tmp_path / "ortho.tif"]
-        run = subprocess.run(
-            [sys.executable, *command, "--scheduler-file", scheduler_file], check=True, stdout=subprocess.PIPE, text=True
-        )
+        command = [sys.executable, "-m", "kessensor.cluster", "ortho", str(manifest), "-o", str(tmp_path / "ortho.tif")]
+        command += ["--scheduler-file", str(scheduler_file)]
+        run = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True)
     assert (tmp_path / "ortho.tif").read_bytes() == mosaic.whole.read_bytes()
     first, *shares = run.stdout.splitlines()
     assert ", 0 there before, 0 tried again; tiles " in first and len(shares) in (1, 2)
@@ -159,7 +158,7 @@ def test_stopped_work_goes_on_from_its_tiles(mosaic: Mosaic, block: ks.Block, cl
     folder = next(tmp_path.glob("*.tiles"))
     made = names(folder)
     # Whole tiles alone: no file of work.
-    assert len(made) > 90 and all(name.endswith(".tif") and not name.startswith(".") for name in made)
+    assert len(made) >= 0.4 * TILES and all(name.endswith(".tif") and not name.startswith(".") for name in made)
     assert not output.exists() and not any(client.processing().values())
     summary = cluster.ortho(block, output, tile=TILE, client=client, **mosaic.options)
     assert summary.resumed == len(made) and summary.made == summary.tiles - len(made)

@@ -49,8 +49,10 @@ def assert_same(found: Any, expected: Any) -> None:
 @pytest.mark.parametrize("chunks", [(37, 41), (5, 7), (1, 41), (37, 1)])
 def test_any_chunks_have_the_bits_of_one_call(band: ks.Band, surface: ks.Surface, chunks: tuple[int, int]) -> None:
     samples, lines = points(chunks)
-    ground = cluster.project(band, samples, lines, 35.0, to="ground")
-    assert isinstance(ground, ks.Ground) and ground.x.chunks == samples.chunks
+    ground: Any = cluster.project(band, samples, lines, 35.0, to="ground")
+    assert type(ground) is ks.Ground
+    columns: list[Any] = list(ground)
+    assert [column.chunks for column in columns] == [samples.chunks] * 4
     with_heights = band.to_ground(samples.compute(), lines.compute(), 35.0)
     assert_same(array.compute(*ground, scheduler="sync"), with_heights)
     on_surface = cluster.project(band, samples, lines, to="ground", surface=surface, crs="EPSG:32616")

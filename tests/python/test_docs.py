@@ -7,12 +7,14 @@ from __future__ import annotations
 
 import doctest
 import inspect
+import re
 from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
 
 import numpy as np
 import pytest
+from conftest import DEM, Mosaic
 
 import kessensor as ks
 
@@ -45,6 +47,25 @@ def test_has_a_docstring(name: str) -> None:
     if name.startswith("CoordinateSystem.wgs84"):
         return
     assert inspect.getdoc(NAMES[name]), name
+
+
+PAGE = DEM.parents[2] / "docs" / "python.md"
+
+
+def test_page_runs(flight: Path, mosaic: Mosaic, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    pytest.importorskip("distributed")
+    for name, target in {"flight": flight.parent, "block": mosaic.block.parent, "terrain.tif": DEM}.items():
+        (tmp_path / name).symlink_to(target)
+    monkeypatch.chdir(tmp_path)
+    names: dict[str, Any] = {}
+    blocks = re.findall(r"^```python\n(.*?)^```$", PAGE.read_text(), re.MULTILINE | re.DOTALL)
+    for block in blocks:
+        exec(block, names)
+    assert len(blocks) == 3
+    assert names["seen"].all() and (tmp_path / "ortho.tif").exists()
+    band, surface = names["band"], ks.Surface(DEM)
+    assert names["heights"].shape == (1000, 800)
+    assert names["heights"][7, 9] == band.to_ground(9.0, 7.0, surface=surface).z
 
 
 @pytest.mark.parametrize("name", [name for name in NAMES if ">>>" in (NAMES[name].__doc__ or "")])

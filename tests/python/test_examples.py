@@ -133,9 +133,10 @@ PartitionName=all Nodes=ALL Default=YES State=UP
     )
     munge = ["--foreground", "--force", f"--key-file={key}", f"--socket={folder}/munge.sock"]
     munge += [f"--pid-file={folder}/munge.pid", f"--log-file={folder}/munge.log", f"--seed-file={folder}/munge.seed"]
-    started = []
+    commands = [["munged", *munge], ["slurmctld", "-D", "-f", str(config)], ["slurmd", "-D", "-f", str(config)]]
+    started: list[subprocess.Popen[bytes]] = []
     try:
-        for command in (["munged", *munge], ["slurmctld", "-D", "-f", config], ["slurmd", "-D", "-f", config]):
+        for command in commands:
             started.append(subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
             time.sleep(1.0)
         yield config

@@ -8,6 +8,7 @@ from __future__ import annotations
 from typing import Any
 
 try:
+    import dask
     import dask.array
     import distributed
 except ImportError as error:
@@ -17,5 +18,6 @@ except ImportError as error:
     ) from error
 
 array: Any = dask.array
+config: Any = dask.config
 Client: Any = distributed.Client
 LocalCluster: Any = distributed.LocalCluster

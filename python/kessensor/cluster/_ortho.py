@@ -19,7 +19,7 @@ from typing import Any
 from kessensor import _core
 from kessensor._core import Block, CoordinateSystem, Strip, Surface
 from kessensor._products import ortho_options
-from kessensor.cluster._dask import Client, LocalCluster
+from kessensor.cluster._dask import Client, LocalCluster, config
 from kessensor.cluster._farm import Farm, Limits
 from kessensor.cluster._worker import Record, Work
 
@@ -28,8 +28,11 @@ Progress = Callable[[float], object]
 
 #: Parts of the progress at which tiles begin and end; planning and finishing read all inputs once each.
 TILES_FROM, TILES_TO = 0.05, 0.95
-#: GDAL's own share of the memory for its cache of blocks, which all processes of a machine have together here.
-CACHE_SHARE = 0.05
+#: Of Dask. The scheduler keeps some 400 bytes of each of the last transitions, 100 000 by default.
+SCHEDULER_CONFIG = {"distributed.scheduler.transition-log-length": 1000}
+#: MiB of a worker's cache of blocks, which by default has a twentieth of the machine's memory in each process. Images
+#: and elevation models have caches of their own.
+GDAL_CACHE = "16"
 
 
 @dataclass
@@ -119,16 +122,11 @@ class _TileWork:
     tasks_on_host: int
 
     def __call__(self, index: int, check: Callable[[], None]) -> Record:
-        share_machine(self.tasks_on_host)
+        # In vain where this process has used GDAL before.
+        os.environ.setdefault("GDAL_CACHEMAX", GDAL_CACHE)
         threads = max(1, len(os.sched_getaffinity(0)) // self.tasks_on_host)
         with _maker(self.manifest, threads, self.strip_limit) as maker:
             return maker.make(index, lambda done: check())
-
-
-def share_machine(tasks: int) -> None:
-    """Keeps GDAL's cache of blocks within this task's share; in vain where GDAL has begun or somebody else has said."""
-    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES")
-    os.environ.setdefault("GDAL_CACHEMAX", f"{max(16, int(CACHE_SHARE * memory / tasks) >> 20)}")
 
 
 def _source_of(source: Strip | Block | Iterable[Strip]) -> tuple[list[str], dict[str, Any]]:
@@ -251,6 +249,7 @@ def _farm(client: Any, workers: int | None, limits: Limits) -> Iterator[Farm]:
         return
     count = workers or len(os.sched_getaffinity(0))
     with (
+        config.set(SCHEDULER_CONFIG),
         LocalCluster(
             n_workers=count, threads_per_worker=1, processes=True, dashboard_address=":0", memory_limit=0
         ) as cluster,
