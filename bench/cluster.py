@@ -2,8 +2,8 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""cluster.py scheduler [ITEMS]: what items that do nothing cost the scheduler of a cluster: bytes that it holds for each
-in the end, processor time, and how many pass in a second. The scheduler and two workers are processes of their own.
+"""cluster.py scheduler [ITEMS]: what items that do nothing cost the scheduler of a cluster: bytes that it holds for
+each in the end, processor time, and how many pass in a second. The scheduler and two workers are processes of their own.
 
 cluster.py ortho BLOCK TERRAIN FOLDER [GSD [TILE]]: an orthophoto by one process and by one and two workers, and again
 when all tiles but one are there: seconds, and whether the bytes are equal. PYTHONPATH has the package."""

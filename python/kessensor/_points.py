@@ -156,8 +156,7 @@ def residuals(
     Returns
     -------
     numpy.ndarray
-        A structured array, which ``pandas.DataFrame`` takes, with a row for each measurement, also for those that aren't
-        active. Fields: strip, band, id; sample and line as measured; projected_sample and projected_line;
+        A structured array, which ``pandas.DataFrame`` takes, with a row for each measurement, active or not. Fields: strip, band, id; sample and line as measured; projected_sample and projected_line;
         residual_sample and residual_line (measured less projected, pixels); gsd (metres to a pixel); active; status (a
         `Status`). Where a point has no projection, and where its id isn't among the ground points (NOT_FINITE), the
         numbers are NaN.

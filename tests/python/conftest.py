@@ -51,7 +51,7 @@ TILES = int(os.environ.get("KESSENSOR_TEST_TILES", "200"))
 
 @dataclass(frozen=True)
 class Mosaic:
-    """An orthophoto of `TILES` tiles and one or two more: the block, its options, and the file that one process makes of it."""
+    """An orthophoto of `TILES` tiles or a few more: the block, its options, and the file that one process makes."""
 
     block: Path
     options: dict[str, Any]

@@ -69,7 +69,8 @@ def test_own_workers_make_the_same_file(mosaic: Mosaic, block: ks.Block, tmp_pat
     assert TILES <= summary.tiles == summary.made == sum(share.tiles for share in summary.workers.values())
     assert len(summary.workers) == 2 and (summary.resumed, summary.tried_again) == (0, 0)
     text = repr(summary).splitlines()
-    assert text[0].startswith(f"{tmp_path / 'ortho.tif'}: {summary.tiles} tiles, {summary.tiles} made, 0 there before, ")
+    count = summary.tiles
+    assert text[0].startswith(f"{tmp_path / 'ortho.tif'}: {count} tiles, {count} made, 0 there before, 0 tried again; ")
     assert len(text) == 3
 
 

@@ -93,6 +93,6 @@ def test_files_that_changed_are_refused(flight: Path, tmp_path: Path) -> None:
 def test_what_depends_on_chunks_is_refused(band: ks.Band) -> None:
     with pytest.raises(ValueError) as caught:
         cluster.project(band, 1.0, 2.0, to="image", solver="run")  # type: ignore[arg-type]
-    assert str(caught.value) == 'solver is "run": it must be precise or point, of which a result depends on its point alone'
+    assert str(caught.value) == 'solver is "run": it must be precise or point, which work point by point'
     with pytest.raises(ValueError, match='^to is "map": it must be ground or image$'):
         cluster.project(band, 1.0, 2.0, to="map")  # type: ignore[arg-type]

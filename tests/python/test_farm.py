@@ -159,7 +159,11 @@ def test_cluster_without_workers(tmp_path: Path) -> None:
 def test_scheduler_holds_few_items_at_once(client: Any, tmp_path: Path) -> None:
     held: list[int] = []
     farm = Farm(client, Limits())
-    farm.work(range(60), lambda tasks_on_host: Task(tmp_path), lambda item, record: held.append(len(keys_of(client, farm.run))))
+
+    def count(item: int, record: dict[str, Any]) -> None:
+        held.append(len(keys_of(client, farm.run)))
+
+    farm.work(range(60), lambda tasks_on_host: Task(tmp_path), count)
     assert max(held) <= 4  # two that run, and two that have just ended
     assert is_gone(client, farm.run)
 

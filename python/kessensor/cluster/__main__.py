@@ -24,7 +24,7 @@ def _parser() -> argparse.ArgumentParser:
     where.add_argument("--workers", type=int, metavar="N", help="processes of this machine [one for each processor]")
     ortho.add_argument("--limit", type=float, default=3600.0, metavar="S", help="seconds that a tile may take [3600]")
     ortho.add_argument("--retries", type=int, default=5, metavar="N", help="how often a tile is tried again [5]")
-    ortho.add_argument("--strip-limit", type=int, default=1, metavar="N", help="strips in a worker's memory at once [1]")
+    ortho.add_argument("--strip-limit", type=int, default=1, metavar="N", help="strips in memory at once [1]")
     ortho.add_argument("--keep-tiles", action="store_true", help="leave the tiles when the orthophoto is done")
     return parser
 

@@ -159,7 +159,7 @@ class Farm:
                 future.add_done_callback(lambda future: self._finished.put(future.key))
 
     def _landed(self) -> list[tuple[_Flight, _worker.Record | None]]:
-        """Waits a moment for items, and returns those that have ended; without a record, one that has to be done again."""
+        """Waits a moment for items, and returns those that have ended: without a record, those to be done again."""
         keys: list[str] = []
         with suppress(queue.Empty):
             keys.append(self._finished.get(timeout=TICK))

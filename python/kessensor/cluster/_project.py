@@ -91,7 +91,7 @@ def project(
     if to not in ("ground", "image"):
         raise ValueError(f'to is "{to}": it must be ground or image')
     if solver not in ("precise", "point"):
-        raise ValueError(f'solver is "{solver}": it must be precise or point, of which a result depends on its point alone')
+        raise ValueError(f'solver is "{solver}": it must be precise or point, which work point by point')
     given = [a, b] if c is None else [a, b, c]
     columns = [column if isinstance(column, array.Array) else array.asarray(column) for column in given]
     dtype = _GROUND if to == "ground" else _IMAGE
