@@ -137,6 +137,7 @@ def test_workers_that_are_killed_lose_nothing(mosaic: Mosaic, block: ks.Block, c
         killer.join()
     assert (tmp_path / "ortho.tif").read_bytes() == mosaic.whole.read_bytes()
     assert killed > 1 and summary.made + summary.resumed == summary.tiles
+    assert names(tmp_path) == ["ortho.tif"]  # nothing half-made
     assert len(summary.workers) > 2 or summary.tried_again > 0
 
 
