@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "AccuracyTable.h"
-#include "CameraMotion.h"
 #include "Checks.h"
 #include "PointParts.h"
 #include "Projector.h"
+#include "Vectors.h"
 
 #include <kes/Accuracy.h>
 #include <kes/Band.h>
@@ -13,10 +13,22 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
+
+namespace kes::detail {
+
+namespace {
+
+#include "AccuracyFormulas-inl.h"
+
+}  // namespace
+
+}  // namespace kes::detail
 
 namespace kes {
 
@@ -30,117 +42,60 @@ using detail::operator+;
 using detail::operator-;
 using detail::operator*;
 
-constexpr std::size_t TRAJECTORY = 6;  // columns
-constexpr std::size_t MEASURING = 3;
-constexpr std::size_t SAMPLE = 0;
-constexpr std::size_t LINE = 1;
-constexpr std::size_t HEIGHT = 2;
-
-/// The axes of a system at a ground position in the local system, with a length of 1: along x, along y, and up from the
-/// surface of equal heights.
-struct GroundAxes {
-  Vector x{1.0, 0.0, 0.0};
-  Vector y{0.0, 1.0, 0.0};
-  Vector up{0.0, 0.0, 1.0};
-};
+using Cut = detail::CutOf<double, Vector>;
+using Place = detail::PlaceOf<double>;
+using Rows = detail::RowsOf<double>;
 
 Vector normalised(Vector const& v) {
   return 1.0 / std::sqrt(dot(v, v)) * v;
 }
 
-/// From small steps along the system's x and y.
-GroundAxes axesAlong(Vector const& stepX, Vector const& stepY) {
-  GroundAxes axes;
-  axes.x = normalised(stepX);
-  axes.y = normalised(stepY - dot(stepY, axes.x) * axes.x);
-  axes.up = cross(axes.x, axes.y);
-  if (axes.up.z < 0.0) {
-    axes.up = -1.0 * axes.up;
-  }
-  return axes;
-}
-
-/// How a displacement or turn of a line of sight moves the place where it meets a surface of equal heights: the rows x
-/// and y of what maps one to the other.
-///
-/// The line of sight runs from the perspective centre along `away`. A displacement v of the line moves its place by
-/// v - away (up v) / (up away); a turn w displaces the place by w x away.
-class Cut {
+/// Surfaces of equal heights of the local system.
+class HorizontalPlane {
 public:
-  Cut(GroundAxes const& axes, Vector const& away)
-      : mDepth(dot(axes.up, away)), mSlopeX(dot(axes.x, away) / mDepth), mSlopeY(dot(axes.y, away) / mDepth),
-        mX(axes.x - mSlopeX * axes.up), mY(axes.y - mSlopeY * axes.up), mTurnX(cross(away, mX)),
-        mTurnY(cross(away, mY)) {}
+  explicit HorizontalPlane(double height) : mHeight(height) {}
 
-  bool goesDown() const { return mDepth < 0.0; }
-  double slopeX() const { return mSlopeX; }
-  double slopeY() const { return mSlopeY; }
-  Vector const& displacedX() const { return mX; }
-  Vector const& displacedY() const { return mY; }
-  double turnedX(Vector const& axis) const { return dot(axis, mTurnX); }
-  double turnedY(Vector const& axis) const { return dot(axis, mTurnY); }
+  Cut cut(Vector const& away) const { return detail::horizontalCutOf<double>(away); }
+  Place place(Vector const& eye, Vector const& direction) const {
+    return detail::horizontalPlaceOf(eye, direction, mHeight);
+  }
 
 private:
-  double mDepth;
-  double mSlopeX;
-  double mSlopeY;
+  double mHeight;
+};
+
+/// A surface of equal heights of another system at a position in the local system, with axes along x, along y, and up.
+class TangentPlane {
+public:
+  /// From small steps along the system's x and y.
+  // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): the position, then the steps in their order
+  TangentPlane(Vector const& at, Vector const& stepX, Vector const& stepY)
+      : mAt(at), mX(normalised(stepX)), mY(normalised(stepY - dot(stepY, mX) * mX)), mUp(cross(mX, mY)) {}
+
+  Cut cut(Vector const& away) const {
+    double const perDepth = 1.0 / dot(mUp, away);
+    double const slopeX = dot(mX, away) * perDepth;
+    double const slopeY = dot(mY, away) * perDepth;
+    Vector const rowX = mX - slopeX * mUp;
+    Vector const rowY = mY - slopeY * mUp;
+    // A height grows upward, whichever way the axes go round.
+    double const upward = mUp.z < 0.0 ? -1.0 : 1.0;
+    return {rowX, rowY, cross(away, rowX), cross(away, rowY), upward * slopeX, upward * slopeY};
+  }
+  Place place(Vector const& eye, Vector const& direction) const {
+    Vector const from = eye - mAt;
+    Vector const found = from - dot(mUp, from) / dot(mUp, direction) * direction;
+    return {dot(mX, found), dot(mY, found)};
+  }
+
+private:
+  Vector mAt;
   Vector mX;
   Vector mY;
-  Vector mTurnX;
-  Vector mTurnY;
+  Vector mUp;
 };
 
-/// Fills the columns of a point's errors.
-class Columns {
-public:
-  Columns(Cut const& cut, GroundErrors& errors) : mCut(cut), mErrors(errors) {}
-
-  void setTrajectory(Deviations const& sigma, Vector const& up) {
-    Vector const& x = mCut.displacedX();
-    Vector const& y = mCut.displacedY();
-    // With the camera's rotation into the local system as those about x by omega, y by phi and z by kappa, one after
-    // the other, a small change of an angle turns about the axis that the rotations before have led to.
-    double const perCosine = 1.0 / std::sqrt(up.y * up.y + up.z * up.z);
-    Vector const omega(1.0, 0.0, 0.0);
-    Vector const phi(0.0, up.z * perCosine, -up.y * perCosine);
-    mErrors.trajectory = {sigma[0] * x.x,
-                          sigma[1] * x.y,
-                          sigma[2] * x.z,
-                          sigma[3] * mCut.turnedX(omega),
-                          sigma[4] * mCut.turnedX(phi),
-                          sigma[5] * mCut.turnedX(up),
-                          sigma[0] * y.x,
-                          sigma[1] * y.y,
-                          sigma[2] * y.z,
-                          sigma[3] * mCut.turnedY(omega),
-                          sigma[4] * mCut.turnedY(phi),
-                          sigma[5] * mCut.turnedY(up),
-                          0.0,
-                          0.0,
-                          0.0,
-                          0.0,
-                          0.0,
-                          0.0};
-  }
-
-  void setMeasuring(std::size_t column, Vector const& displacement, Vector const& turn) {
-    mErrors.measuring[column] = dot(mCut.displacedX(), displacement) + mCut.turnedX(turn);
-    mErrors.measuring[MEASURING + column] = dot(mCut.displacedY(), displacement) + mCut.turnedY(turn);
-    mErrors.measuring[2 * MEASURING + column] = 0.0;
-  }
-
-  void setHeight(double sigma) {
-    mErrors.measuring[HEIGHT] = sigma * mCut.slopeX();
-    mErrors.measuring[MEASURING + HEIGHT] = sigma * mCut.slopeY();
-    mErrors.measuring[2 * MEASURING + HEIGHT] = sigma;
-  }
-
-private:
-  Cut const& mCut;
-  GroundErrors& mErrors;
-};
-
-/// The sum of products of two rows' elements.
+/// The sum of products of neighbouring elements.
 template <std::size_t Size>
 double product(std::array<double, Size> const& matrix, std::size_t a, std::size_t b) {
   constexpr std::size_t columns = Size / 3;
@@ -165,66 +120,69 @@ Covariance times(double factor, Covariance const& c) {
   return {factor * c.xx, factor * c.xy, factor * c.xz, factor * c.yy, factor * c.yz, factor * c.zz};
 }
 
-/// The errors of positions of a band; for one thread.
+GroundErrors errorsOf(Rows const& rows, double time, double heightSigma) {
+  GroundErrors errors{};
+  errors.time = time;
+  std::copy_n(rows.x, Rows::trajectory, errors.trajectory.begin());
+  std::copy_n(rows.y, Rows::trajectory, errors.trajectory.begin() + Rows::trajectory);
+  constexpr std::size_t measuring = Rows::columns - Rows::trajectory;
+  std::copy_n(rows.x + Rows::trajectory, measuring, errors.measuring.begin());
+  std::copy_n(rows.y + Rows::trajectory, measuring, errors.measuring.begin() + measuring);
+  errors.measuring.back() = heightSigma;
+  return errors;
+}
+
+GroundErrors noErrors() {
+  GroundErrors errors{};
+  errors.time = detail::NAN_VALUE;
+  errors.trajectory.fill(detail::NAN_VALUE);
+  errors.measuring.fill(detail::NAN_VALUE);
+  return errors;
+}
+
+/// The errors of single positions of a band; for one thread.
 class ErrorsOfBand {
 public:
-  ErrorsOfBand(detail::OpenStrip const& strip, int band, AccuracyOptions const& options)
-      : mProjector(strip, band), mOptions(options) {
-    if (options.trajectory) {
-      mConstant = detail::deviationsOf(*options.trajectory);
-    } else {
-      mTable = &strip.accuracies(band);
-    }
-  }
+  ErrorsOfBand(detail::OpenStrip const& strip, int band, AccuracyOptions const& options,
+               detail::AccuracyTable const& accuracies)
+      : projector(strip, band), mOptions(options), mAccuracies(accuracies) {}
 
-  bool hasLine(double line) const { return mProjector.hasLine(line); }
-
-  /// With the status of the result; `ground` is in the local system.
-  Status set(geo::XYPoint const& image, geo::XYZPoint const& ground, GroundAxes const& axes, GroundErrors& errors) {
-    detail::ViewChain const& chain = mProjector.chain();
-    detail::Moment const moment = detail::momentOf(chain, image.y);
-    detail::CameraAxes const camera = detail::axesOf(detail::turnOf(chain.orientation()[moment.record], moment.part));
-    Vector const away = ground - moment.position;
-    Cut const cut(axes, away);
-    double const depth = -dot(camera.up, away);
-    if (!(cut.goesDown() && depth > 0.0)) {
+  /// Of a ground position in the local system, with the status of the result. The heights' surface runs through it.
+  template <class Surface>
+  Status set(geo::XYPoint const& image, geo::XYZPoint const& ground, Surface const& surface, GroundErrors& errors) {
+    if (!projector.hasLine(image.y)) {
       return Status::noSolution;
     }
-    errors.time = moment.time + chain.epoch();
-    Columns columns(cut, errors);
-    columns.setTrajectory(mTable != nullptr ? mTable->at(moment.record, moment.part) : mConstant, camera.up);
-    columns.setHeight(mOptions.heightSigma);
-    double const sigma = mOptions.imageSigma;
-    // The focal plane's distances on the ground.
-    double const scale = depth / chain.focalLength();
-    geo::XYPoint const before = chain.sensorLine().focal(image.x - sigma);
-    geo::XYPoint const after = chain.sensorLine().focal(image.x + sigma);
-    columns.setMeasuring(
-        SAMPLE, 0.5 * scale * ((after.x - before.x) * camera.along + (after.y - before.y) * camera.across), {});
-    setLine(columns, image.y, moment, camera, scale);
-    return mProjector.status(image, moment.time);
+    detail::Projector::Camera const& camera = projector.camera(image.y);
+    Vector const away = ground - camera.pose.centre;
+    if (!(away.z < 0.0 && dot(camera.pose.up, away) < 0.0)) {
+      return Status::noSolution;
+    }
+    Deviations const sigma = mAccuracies.at(camera.time);
+    Rows rows;
+    detail::setTrajectoryOf(rows, surface.cut(away), camera.pose.up, sigma.data(), mOptions.heightSigma);
+    detail::CornersOf<double> corners;
+    setPlaces(corners.before, surface, image.x, image.y - mOptions.imageSigma);
+    setPlaces(corners.after, surface, image.x, image.y + mOptions.imageSigma);
+    detail::setMeasuringOf(rows, corners);
+    errors = errorsOf(rows, camera.time + projector.chain().epoch(), mOptions.heightSigma);
+    return projector.status(image, camera.time);
   }
+
+  detail::Projector projector;
 
 private:
-  // A standard deviation to either side, so that the orientation's scatter from record to record, which turns slopes at
-  // one place into those of a moment, has no part in it.
-  void setLine(Columns& columns, double line, detail::Moment const& moment, detail::CameraAxes const& camera,
-               double scale) const {
-    detail::ViewChain const& chain = mProjector.chain();
-    detail::Moment const before = detail::momentOf(chain, line - mOptions.imageSigma);
-    detail::Moment const after = detail::momentOf(chain, line + mOptions.imageSigma);
-    detail::Quaternion const step{after.attitude.q0 - before.attitude.q0, after.attitude.q1 - before.attitude.q1,
-                                  after.attitude.q2 - before.attitude.q2, after.attitude.q3 - before.attitude.q3};
-    double const shift = chain.pixelSize() * (chain.lines().correction(after.interval, after.lines) -
-                                              chain.lines().correction(before.interval, before.lines));
-    columns.setMeasuring(LINE, 0.5 * (after.position - before.position) + 0.5 * scale * shift * camera.along,
-                         camera.toLocal(0.5 * detail::turnOfStep(moment.attitude, step)));
+  template <class Surface>
+  // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): sample and line in their order
+  void setPlaces(Place (&places)[2], Surface const& surface, double sample, double line) const {
+    detail::ViewChain const& chain = projector.chain();
+    detail::Pose const pose = chain.pose(chain.pieceAt(line), line);
+    places[0] = surface.place(pose.centre, chain.ray(pose, sample - mOptions.imageSigma));
+    places[1] = surface.place(pose.centre, chain.ray(pose, sample + mOptions.imageSigma));
   }
 
-  detail::Projector mProjector;
   AccuracyOptions const& mOptions;
-  detail::AccuracyTable const* mTable = nullptr;
-  Deviations mConstant{};
+  detail::AccuracyTable const& mAccuracies;
 };
 
 void requireSigmas(AccuracyOptions const& options) {
@@ -245,13 +203,14 @@ struct AccuracyCall {
   std::span<GroundErrors> errors;
   std::span<Covariance> covariances;
   std::span<Status> status;
+  detail::AccuracyTable const& accuracies;
 };
 
 /// Some points of a call.
 class AccuracyPart {
 public:
   AccuracyPart(detail::OpenStrip const& strip, int band, AccuracyCall const& call)
-      : mErrors(strip, band, call.options), mCall(call),
+      : mErrors(strip, band, call.options, call.accuracies), mCall(call),
         mToLocal(call.options.system ? strip.conversion(*call.options.system, strip.localSystem()) : nullptr),
         mIsLocal(!call.options.system || *call.options.system == strip.localSystem()) {
     if (!mIsLocal) {
@@ -260,8 +219,18 @@ public:
   }
 
   void find(std::size_t begin, std::size_t end) {
+    bool const inLanes = mIsLocal && mErrors.projector.hasLanes() && end - begin > 1;
     for (std::size_t i = begin; i < end; i += POINTS_PER_BLOCK) {
-      findBlock(i, std::min(POINTS_PER_BLOCK, end - i));
+      std::size_t const count = std::min(POINTS_PER_BLOCK, end - i);
+      if (inLanes) {
+        findInLanes(i, count);
+      } else if (mIsLocal) {
+        for (std::size_t k = i; k < i + count; ++k) {
+          findLocal(k);
+        }
+      } else {
+        findConverted(i, count);
+      }
     }
   }
 
@@ -269,41 +238,55 @@ private:
   static constexpr std::size_t POINTS_PER_BLOCK = 512;
   static constexpr double STEP = 10.0;  // metres, along which a system's axes are straight
 
-  void findBlock(std::size_t begin, std::size_t count) {
-    if (!mIsLocal) {
-      convert(begin, count);
+  // Those that the lanes leave, one after the other.
+  void findInLanes(std::size_t begin, std::size_t count) {
+    mRest.resize(count);
+    std::size_t const rest = mErrors.projector.findErrorsInLanes(
+        {&mCall.image[begin], &mCall.ground[begin], count, mCall.accuracies, mErrors.projector.chain().epoch(),
+         mCall.options.imageSigma, mCall.options.heightSigma, mCall.errors.empty() ? nullptr : &mCall.errors[begin],
+         mCall.covariances.empty() ? nullptr : &mCall.covariances[begin], &mCall.status[begin], mRest.data()});
+    for (std::size_t n = 0; n < rest; ++n) {
+      findLocal(begin + mRest[n]);
     }
-    GroundAxes const local;
+  }
+
+  void findLocal(std::size_t i) {
+    GroundErrors errors;
+    Status const status = isGiven(i)
+                              ? mErrors.set(mCall.image[i], mCall.ground[i], HorizontalPlane(mCall.ground[i].z), errors)
+                              : Status::notFinite;
+    store(i, errors, status);
+  }
+
+  void findConverted(std::size_t begin, std::size_t count) {
+    convert(begin, count);
     for (std::size_t k = 0; k < count; ++k) {
       std::size_t const i = begin + k;
-      GroundErrors own;
-      GroundErrors& errors = mCall.errors.empty() ? own : mCall.errors[i];
-      Status const status = mIsLocal ? find(i, mCall.ground[i], local, errors) : findConverted(i, k, errors);
-      mCall.status[i] = status;
-      if (!hasResult(status)) {
-        setNothing(errors);
-      }
-      if (!mCall.covariances.empty()) {
-        mCall.covariances[i] = errors.covariance();
-      }
+      GroundErrors errors;
+      store(i, errors, isGiven(i) ? setConverted(i, k, errors) : Status::notFinite);
     }
   }
 
-  Status find(std::size_t i, geo::XYZPoint const& local, GroundAxes const& axes, GroundErrors& errors) {
-    if (!detail::isFinite(mCall.image[i]) || !detail::isFinite(mCall.ground[i])) {
-      return Status::notFinite;
-    }
-    return mErrors.hasLine(mCall.image[i].y) ? mErrors.set(mCall.image[i], local, axes, errors) : Status::noSolution;
-  }
-
-  Status findConverted(std::size_t i, std::size_t k, GroundErrors& errors) {
-    Vector const& local = mLocal[k];
-    Vector const stepX = mAlongX[k] - local;
-    Vector const stepY = mAlongY[k] - local;
-    if (detail::isFinite(mCall.ground[i]) && !(detail::isFinite(stepX) && detail::isFinite(stepY))) {
+  Status setConverted(std::size_t i, std::size_t k, GroundErrors& errors) {
+    Vector const stepX = mAlongX[k] - mLocal[k];
+    Vector const stepY = mAlongY[k] - mLocal[k];
+    if (!(detail::isFinite(stepX) && detail::isFinite(stepY))) {
       return Status::notTransformable;
     }
-    return find(i, local, axesAlong(stepX, stepY), errors);
+    return mErrors.set(mCall.image[i], mLocal[k], TangentPlane(mLocal[k], stepX, stepY), errors);
+  }
+
+  bool isGiven(std::size_t i) const { return detail::isFinite(mCall.image[i]) && detail::isFinite(mCall.ground[i]); }
+
+  void store(std::size_t i, GroundErrors const& found, Status status) {
+    GroundErrors const errors = hasResult(status) ? found : noErrors();
+    mCall.status[i] = status;
+    if (!mCall.errors.empty()) {
+      mCall.errors[i] = errors;
+    }
+    if (!mCall.covariances.empty()) {
+      mCall.covariances[i] = errors.covariance();
+    }
   }
 
   // The positions, and those a small step along x and along y.
@@ -311,16 +294,11 @@ private:
     auto const given = mCall.ground.subspan(begin, count);
     for (auto const& [positions, step] : {std::pair(&mLocal, Vector()), std::pair(&mAlongX, Vector(mStep, 0.0, 0.0)),
                                           std::pair(&mAlongY, Vector(0.0, mStep, 0.0))}) {
+      Vector const along = step;
       positions->resize(count);
-      std::transform(given.begin(), given.end(), positions->begin(), [&](Vector const& p) { return p + step; });
+      std::transform(given.begin(), given.end(), positions->begin(), [&](Vector const& p) { return p + along; });
       mToLocal(*positions, *positions);
     }
-  }
-
-  static void setNothing(GroundErrors& errors) {
-    errors.time = detail::NAN_VALUE;
-    errors.trajectory.fill(detail::NAN_VALUE);
-    errors.measuring.fill(detail::NAN_VALUE);
   }
 
   ErrorsOfBand mErrors;
@@ -328,6 +306,7 @@ private:
   detail::Converter mToLocal;
   bool mIsLocal;
   double mStep = 0.0;
+  std::vector<std::uint32_t> mRest;
   std::vector<geo::XYZPoint> mLocal;
   std::vector<geo::XYZPoint> mAlongX;
   std::vector<geo::XYZPoint> mAlongY;
@@ -347,7 +326,7 @@ Covariance relativeCovariance(GroundErrors const& a, GroundErrors const& b, doub
     throw std::invalid_argument("the correlation time must be positive");
   }
   double const change = -std::expm1(-std::fabs(b.time - a.time) / correlationTime);
-  std::array<double, 3 * TRAJECTORY> difference{};
+  std::array<double, 3 * Rows::trajectory> difference{};
   std::transform(a.trajectory.begin(), a.trajectory.end(), b.trajectory.begin(), difference.begin(), std::minus<>());
   Covariance const independent = sum(covarianceOf(a.trajectory), covarianceOf(b.trajectory));
   return sum(sum(times(1.0 - change, covarianceOf(difference)), times(change, independent)),
@@ -362,7 +341,12 @@ std::size_t Band::accuracy(std::span<geo::XYPoint const> image, std::span<geo::X
   detail::requireSizeOrNone(covariances, image.size());
   detail::requireSize(status, image.size());
   requireSigmas(options);
-  AccuracyCall const call{image, ground, options, errors, covariances, status};
+  std::optional<detail::AccuracyTable> constant;
+  if (options.trajectory) {
+    constant.emplace(detail::deviationsOf(*options.trajectory));
+  }
+  AccuracyCall const call{
+      image, ground, options, errors, covariances, status, constant ? *constant : mStrip->accuracies(mIndex)};
   detail::forEachPart(image.size(), options.threads, [&](std::size_t begin, std::size_t end) {
     AccuracyPart part(*mStrip, mIndex, call);
     part.find(begin, end);

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "CameraMotion.h"
 #include "Checks.h"
 #include "PointParts.h"
 #include "Projector.h"
+#include "Vectors.h"
 
 #include <kes/Band.h>
 #include <kes/Partials.h>
@@ -18,7 +18,6 @@ namespace kes {
 
 namespace {
 
-using detail::CameraAxes;
 using detail::cross;
 using detail::dot;
 using detail::Vector;
@@ -26,21 +25,95 @@ using detail::operator+;
 using detail::operator-;
 using detail::operator*;
 
+/// A place in a band's tables of lines and orientation.
+struct Moment {
+  std::size_t interval;         ///< Of the lines.
+  double lines;                 ///< After that interval's beginning.
+  double time;                  ///< Since the chain's epoch.
+  std::size_t record;           ///< The interval of the orientation.
+  double part;                  ///< Of the orientation's interval.
+  detail::Quaternion attitude;  ///< Of any length.
+  Vector position;              ///< In the local system.
+};
+
+/// Of a line of the table, `later` seconds after its own time.
+Moment momentOf(detail::ViewChain const& chain, double line, double later = 0.0) {
+  Moment moment;
+  moment.interval = chain.lines().intervalOf(line);
+  moment.lines = line - chain.lines().lineOf(moment.interval);
+  detail::LineTable::Interval const& interval = chain.lines()[moment.interval];
+  moment.time = interval.time + interval.timeStep * moment.lines + later;
+  moment.record = chain.orientation().find(moment.time, chain.lines().record(moment.interval));
+  detail::OrientationTable::Interval const& record = chain.orientation()[moment.record];
+  double const w = moment.part = detail::partOf(record, moment.time);
+  moment.attitude = {record.attitude.q0 + w * record.attitudeStep.q0, record.attitude.q1 + w * record.attitudeStep.q1,
+                     record.attitude.q2 + w * record.attitudeStep.q2, record.attitude.q3 + w * record.attitudeStep.q3};
+  moment.position = detail::centreOf<Vector>(record, w);
+  return moment;
+}
+
+double squaredLength(detail::Quaternion const& q) {
+  return q.q0 * q.q0 + q.q1 * q.q1 + q.q2 * q.q2 + q.q3 * q.q3;
+}
+
+/// The rotation from the camera into the local system by its columns, the camera's axes with a length of 1.
+struct CameraAxes {
+  Vector along;
+  Vector across;
+  Vector up;
+
+  Vector toLocal(Vector const& v) const { return v.x * along + v.y * across + v.z * up; }
+  Vector toCamera(Vector const& v) const { return {dot(along, v), dot(across, v), dot(up, v)}; }
+};
+
+CameraAxes axesOf(detail::Turn<double> const& turn) {
+  double const perLength = 1.0 / turn.half;
+  return {perLength * detail::alongOf<Vector>(turn), perLength * detail::acrossOf<Vector>(turn),
+          perLength * detail::upOf<Vector>(turn)};
+}
+
+/// The rotation vector, about the camera's axes, of a small step of its quaternion. (The derivative of a quaternion q
+/// that turns the ground into the camera is -(0, w) q / 2 for an angular velocity w of the camera; the length of q
+/// cancels out.)
+Vector turnOfStep(detail::Quaternion const& q, detail::Quaternion const& step) {
+  Vector const v(q.q1, q.q2, q.q3);
+  Vector const dv(step.q1, step.q2, step.q3);
+  return 2.0 / squaredLength(q) * (step.q0 * v - q.q0 * dv + cross(dv, v));
+}
+
 Vector vectorOf(std::array<double, 3> const& v) {
   return {v[0], v[1], v[2]};
 }
 
-/// Exp(rotation) v, by Rodrigues' formula; exactly v without a rotation.
-Vector turned(Vector const& rotation, Vector const& v) {
-  double const angle = std::sqrt(dot(rotation, rotation));
-  if (angle == 0.0) {
-    return v;
+/// Exp(rotation), by Rodrigues' formula; nothing changes exactly without a rotation.
+class Turning {
+public:
+  explicit Turning(std::array<double, 3> const& rotation) : mRotation(vectorOf(rotation)) {
+    double const angle = std::sqrt(dot(mRotation, mRotation));
+    mIsNone = angle == 0.0;
+    if (!mIsNone) {
+      double const halfSine = std::sin(0.5 * angle) / (0.5 * angle);
+      mSine = std::sin(angle) / angle;
+      mVersine = 0.5 * halfSine * halfSine;
+    }
   }
-  double const sine = std::sin(angle) / angle;
-  double const halfSine = std::sin(0.5 * angle) / (0.5 * angle);
-  Vector const once = cross(rotation, v);
-  return v + sine * once + 0.5 * halfSine * halfSine * cross(rotation, once);
-}
+  Vector turned(Vector const& v) const { return turned(v, mSine); }
+  Vector turnedBack(Vector const& v) const { return turned(v, -mSine); }
+
+private:
+  Vector turned(Vector const& v, double sine) const {
+    if (mIsNone) {
+      return v;
+    }
+    Vector const once = cross(mRotation, v);
+    return v + sine * once + mVersine * cross(mRotation, once);
+  }
+
+  Vector mRotation;
+  bool mIsNone;
+  double mSine = 0.0;     // for each radian
+  double mVersine = 0.0;  // for each square radian
+};
 
 /// A row of a 2 x 3 matrix.
 void setRow(std::array<double, 6>& matrix, std::size_t row, Vector const& v) {
@@ -54,9 +127,9 @@ class Residual {
 public:
   // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): two positions of different types
   Residual(detail::ViewChain const& chain, geo::XYPoint const& image, ModelCorrections const& corrections)
-      : mChain(chain), mSample(image.x), mCorrections(corrections), mAttitude(vectorOf(corrections.attitude)),
-        mBoresight(vectorOf(corrections.boresight)), mMoment(detail::momentOf(chain, image.y, corrections.time)),
-        mAxes(detail::axesOf(detail::turnOf(chain.orientation()[mMoment.record], mMoment.part))),
+      : mChain(chain), mSample(image.x), mCorrections(corrections), mAttitude(corrections.attitude),
+        mBoresight(corrections.boresight), mMoment(momentOf(chain, image.y, corrections.time)),
+        mAxes(axesOf(detail::turnOf(chain.orientation()[mMoment.record], mMoment.part))),
         mFocalLength(chain.focalLength() + corrections.focalLength) {}
 
   double time() const { return mMoment.time; }
@@ -65,8 +138,8 @@ public:
   bool set(geo::XYZPoint const& ground, ResidualPartials& result) {
     // In the camera's axes by the orientation; with its attitude corrected; with the boresight.
     Vector const away = ground - (mMoment.position + vectorOf(mCorrections.position));
-    mCorrected = turned(-1.0 * mAttitude, mAxes.toCamera(away));
-    mSighted = turned(-1.0 * mBoresight, mCorrected);
+    mCorrected = mAttitude.turnedBack(mAxes.toCamera(away));
+    mSighted = mBoresight.turnedBack(mCorrected);
     mSeen = mSighted - vectorOf(mCorrections.leverArm);
     if (!(mSeen.z < 0.0)) {
       return false;
@@ -88,8 +161,8 @@ private:
     Vector const slopes[] = {{scale, 0.0, -scale * mRatioX}, {0.0, scale, -scale * mRatioY}};
     for (std::size_t row = 0; row < 2; ++row) {
       Vector const& k = slopes[row];
-      Vector const beforeBoresight = turned(mBoresight, k);
-      Vector const byGround = mAxes.toLocal(turned(mAttitude, beforeBoresight));
+      Vector const beforeBoresight = mBoresight.turned(k);
+      Vector const byGround = mAxes.toLocal(mAttitude.turned(beforeBoresight));
       setRow(result.byLeverArm, row, -1.0 * k);
       setRow(result.byBoresight, row, cross(k, mSighted));
       setRow(result.byAttitude, row, cross(beforeBoresight, mCorrected));
@@ -102,8 +175,7 @@ private:
   void setByTime(ResidualPartials& result) const {
     detail::OrientationTable::Interval const& record = mChain.orientation()[mMoment.record];
     Vector const velocity = record.rate * record.positionStep;
-    Vector const turning =
-        record.rate * turned(-1.0 * mAttitude, detail::turnOfStep(mMoment.attitude, record.attitudeStep));
+    Vector const turning = record.rate * mAttitude.turnedBack(turnOfStep(mMoment.attitude, record.attitudeStep));
     for (std::size_t row = 0; row < 2; ++row) {
       double const* const position = &result.byPosition[3 * row];
       double const* const attitude = &result.byAttitude[3 * row];
@@ -140,9 +212,9 @@ private:
   detail::ViewChain const& mChain;
   double mSample;
   ModelCorrections const& mCorrections;
-  Vector mAttitude;
-  Vector mBoresight;
-  detail::Moment mMoment;
+  Turning mAttitude;
+  Turning mBoresight;
+  Moment mMoment;
   CameraAxes mAxes;
   double mFocalLength;
   Vector mCorrected;
