@@ -33,7 +33,7 @@ TEST_P(ErrorLanes, FindErrorsToTheBitOfSinglePositions) {
     auto image = test::imagePoints(prepared.band, 6, 700);
     auto ground = test::toGround(prepared.band, image, test::atHeight(60.0)).points;
     image[5].x = std::numeric_limits<double>::quiet_NaN();
-    image[17].y -= 300.0;
+    image[17].y -= 2000.0;
     image[29].y += 1e4;
     ground[77].y = std::numeric_limits<double>::infinity();
     ground[91].z += 1e5;
