@@ -112,10 +112,11 @@ TEST(Accuracy, AxesAreThoseOfTheSystem) {
     ASSERT_EQ(band.accuracy(local.image, ground, options, errors, {}, status), ground.size());
     for (std::size_t i = 0; i < ground.size(); i += 300) {
       // A displaced position of the local system, in the other one.
-      auto const compare = [&](std::array<double, 18> const& from, std::array<double, 18> const& to, std::size_t k) {
+      auto const compare = [&](auto const& from, auto const& to, std::size_t k) {
+        std::size_t const columns = from.size() / 3;
         constexpr double exaggeration = 1000.0;
         geo::XYZPoint const& at = local.ground[i];
-        geo::XYZPoint const moved(at.x + exaggeration * from[k], at.y + exaggeration * from[6 + k], at.z);
+        geo::XYZPoint const moved(at.x + exaggeration * from[k], at.y + exaggeration * from[columns + k], at.z);
         geo::XYZPoint there;
         band.localSystem().transform(system, {&moved, 1}, {&there, 1});
         double const unit = system.horizontalUnit().metres;
@@ -125,12 +126,14 @@ TEST(Accuracy, AxesAreThoseOfTheSystem) {
         double const length = std::hypot(x, y);
         // Scale of the map and curvature of the ellipsoid.
         EXPECT_NEAR(to[k], x, 0.01 * length) << i << ' ' << k;
-        EXPECT_NEAR(to[6 + k], y, 0.01 * length) << i << ' ' << k;
-        EXPECT_EQ(to[12 + k], 0.0);
+        EXPECT_NEAR(to[columns + k], y, 0.01 * length) << i << ' ' << k;
+        EXPECT_EQ(to[2 * columns + k], 0.0);
       };
       for (std::size_t k = 0; k < 6; ++k) {
         compare(local.errors[i].trajectory, errors[i].trajectory, k);
       }
+      compare(local.errors[i].measuring, errors[i].measuring, 0);
+      compare(local.errors[i].measuring, errors[i].measuring, 1);
       EXPECT_EQ(errors[i].measuring[8], 0.3);
       double const distance = std::hypot(local.ground[i].x, local.ground[i].y);
       double const tilt = distance / earthRadius + 1e-9;
