@@ -101,6 +101,14 @@ BandData const& OpenStrip::band(int index) const {
   return *slot.data;
 }
 
+AccuracyTable const& OpenStrip::accuracies(int index) const {
+  Slot& slot = mBands[static_cast<std::size_t>(index)];
+  std::call_once(slot.hasAccuracies, [&] {
+    slot.accuracies = std::make_unique<AccuracyTable const>(*mModel->eop(), band(index).chain.epoch());
+  });
+  return *slot.accuracies;
+}
+
 std::shared_ptr<BulkConversion const> OpenStrip::conversion(CoordinateSystem const& from,
                                                             CoordinateSystem const& to) const {
   if (from == to) {

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "AccuracyTable.h"
 #include "BulkConversion.h"
 #include "LaneTables.h"
 #include "LineSearch.h"
@@ -51,6 +52,8 @@ public:
   CoordinateSystem const& localSystem() const { return *mLocal; }
   /// What is prepared of a band, which exists; the strip is loaded.
   BandData const& band(int index) const;
+  /// The standard deviations in the orientation's intervals of such a band.
+  AccuracyTable const& accuracies(int index) const;
   /// The conversion between two systems, fast near the strip: from its flight down to 12 km below, and three flying
   /// heights around. Null if they are equal. Those used last are kept. The strip is loaded.
   std::shared_ptr<BulkConversion const> conversion(CoordinateSystem const& from, CoordinateSystem const& to) const;
@@ -63,6 +66,8 @@ private:
   struct Slot {
     std::once_flag isPrepared;
     std::unique_ptr<BandData const> data;
+    std::once_flag hasAccuracies;
+    std::unique_ptr<AccuracyTable const> accuracies;
   };
   std::unique_ptr<Slot[]> mBands;
   mutable std::mutex mConversionMutex;

@@ -22,16 +22,11 @@ geo::XYZPoint difference(sensor::EOP const& to, sensor::EOP const& from) {
   return {to.x - from.x, to.y - from.y, to.z - from.z};
 }
 
-std::vector<sensor::EOP> ascendingRecords(sensor::EOPData const& data, double epoch) {
-  std::vector<sensor::EOP> records;
+sensor::EOP sinceEpoch(sensor::EOPData const& data, int i, double epoch) {
   sensor::EOP record;
-  for (int i = 0; data.atIndex(i, record) == 0; ++i) {
-    record.gpsTime -= epoch;
-    if (records.empty() || record.gpsTime >= records.back().gpsTime) {
-      records.push_back(record);
-    }
-  }
-  return records;
+  data.atIndex(i, record);
+  record.gpsTime -= epoch;
+  return record;
 }
 
 OrientationTable::Interval between(sensor::EOP const& a, sensor::EOP const& b) {
@@ -52,8 +47,25 @@ OrientationTable::Interval beyond(sensor::EOP const& end, geo::XYZPoint const& s
 
 }  // namespace
 
+std::vector<int> ascendingRecords(sensor::EOPData const& data, double epoch) {
+  std::vector<int> records;
+  double latest = -std::numeric_limits<double>::infinity();
+  sensor::EOP record;
+  for (int i = 0; data.atIndex(i, record) == 0; ++i) {
+    double const time = record.gpsTime - epoch;
+    if (records.empty() || time >= latest) {
+      records.push_back(i);
+      latest = time;
+    }
+  }
+  return records;
+}
+
 OrientationTable::OrientationTable(sensor::EOPData const& data, double epoch) : mFirst(NAN_VALUE), mLast(NAN_VALUE) {
-  std::vector<sensor::EOP> const records = ascendingRecords(data, epoch);
+  std::vector<sensor::EOP> records;
+  for (int const i : ascendingRecords(data, epoch)) {
+    records.push_back(sinceEpoch(data, i, epoch));
+  }
   std::size_t const n = records.size();
   if (n < 2) {
     return;

@@ -24,6 +24,9 @@ struct Quaternion {
   double q3;
 };
 
+/// The records whose times, in seconds from an epoch, aren't before that of an earlier record, by their numbers.
+std::vector<int> ascendingRecords(sensor::EOPData const& data, double epoch);
+
 /// The orientation records of a strip, prepared for look-ups in double precision: in each interval of time, position
 /// and quaternion are linear. (The records hold quaternions in single precision; what is between them is double.)
 ///

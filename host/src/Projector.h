@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "AccuracyKernels.h"
 #include "LaneKernels.h"
 #include "OpenStrip.h"
 #include "RayKernels.h"
@@ -53,7 +54,7 @@ public:
   Camera const& camera(double line);
   Found find(geo::XYZPoint const& ground) { return mData.search.find(ground, mMemory); }
 
-  /// Whether `findInLanes`, `projectInLanes` and `findRaysInLanes` have tables to read.
+  /// Whether the four operations below have tables to read.
   bool hasLanes() const { return !mData.lanes.isEmpty(); }
   std::size_t findInLanes(LanesToImage const& run) const {
     return detail::findInLanes(mData.lanes, {mData.samples, mData.lines}, run);
@@ -63,6 +64,9 @@ public:
   }
   std::size_t findRaysInLanes(LanesToRays const& run) const {
     return detail::findRaysInLanes(mData.lanes, {mData.samples, mData.lines}, run);
+  }
+  std::size_t findErrorsInLanes(LanesToErrors const& run) const {
+    return detail::findErrorsInLanes(mData.lanes, {mData.samples, mData.lines}, run);
   }
 
   /// Of a point that has a result.

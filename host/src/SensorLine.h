@@ -37,6 +37,18 @@ public:
   bool ascends() const { return mAscends; }
   /// Focal position of a sample of the image.
   geo::XYPoint focal(double sample) const;
+  /// The focal position's change for each sample there.
+  geo::XYPoint slope(double sample) const;
+  /// A sample's coordinate along the line, from -1 at the first calibrated sample to 1 at the last one, and its change
+  /// for each sample.
+  struct Normalised {
+    double n;
+    double perSample;
+  };
+  Normalised normalised(double sample) const {
+    double const perSample = 2.0 / mLastSample;
+    return {(sample - mFirstSample) * perSample - 1.0, perSample};
+  }
   /// The sample of the image that lies at a focal y.
   Sample at(double y) const;
 
@@ -59,6 +71,13 @@ private:
     double xPerQ;
   };
 
+  // Where a sample between the ends of the line lies: between a calibrated pixel and the next.
+  struct Place {
+    Pixel const& pixel;
+    double part;
+  };
+  Place placeOf(double s) const;
+  bool isBetweenEnds(double s) const { return s >= 0.0 && s < mLastSample; }
   void makeStarts();
   std::size_t entryAt(double q) const;
 
@@ -79,17 +98,29 @@ private:
 
 inline geo::XYPoint SensorLine::focal(double sample) const {
   double const s = sample - mFirstSample;
-  if (!(s >= 0.0 && s < mLastSample)) {
+  if (!isBetweenEnds(s)) {
     return {mFirstX + mChordX * s, mFirstY + mSampleLength * s};
   }
+  auto const [pixel, part] = placeOf(s);
+  return {pixel.x + pixel.xStep * part, pixel.y + pixel.yStep * part};
+}
+
+inline geo::XYPoint SensorLine::slope(double sample) const {
+  double const s = sample - mFirstSample;
+  if (!isBetweenEnds(s)) {
+    return {mChordX, mSampleLength};
+  }
+  Pixel const& pixel = placeOf(s).pixel;
+  return {pixel.xStep * mEntriesPerSample, pixel.yStep * mEntriesPerSample};
+}
+
+inline SensorLine::Place SensorLine::placeOf(double s) const {
   double const p = s * mEntriesPerSample;
   // With a sparse table, rounding can lead to the last entry, where no interval begins.
   auto const last = static_cast<std::int64_t>(mPixels.size()) - 2;
   auto const whole = static_cast<std::int64_t>(p);
   std::int64_t const k = whole < last ? whole : last;
-  Pixel const& pixel = mPixels[static_cast<std::size_t>(k)];
-  double const part = p - static_cast<double>(k);
-  return {pixel.x + pixel.xStep * part, pixel.y + pixel.yStep * part};
+  return {mPixels[static_cast<std::size_t>(k)], p - static_cast<double>(k)};
 }
 
 inline SensorLine::Sample SensorLine::at(double y) const {

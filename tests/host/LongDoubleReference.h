@@ -104,6 +104,54 @@ public:
     return {a.time + (b.time - a.time) * u, a.correction + (b.correction - a.correction) * u};
   }
 
+  using Vector = std::array<Real, 3>;
+  using Quaternion = std::array<Real, 4>;
+
+  /// v' = q v q*, written out by its cross products.
+  static Vector turned(Quaternion const& q, Vector const& v) {
+    Vector const c{q[2] * v[2] - q[3] * v[1], q[3] * v[0] - q[1] * v[2], q[1] * v[1] - q[2] * v[0]};
+    return {v[0] + 2 * (q[0] * c[0] + q[2] * c[2] - q[3] * c[1]), v[1] + 2 * (q[0] * c[1] + q[3] * c[0] - q[1] * c[2]),
+            v[2] + 2 * (q[0] * c[2] + q[1] * c[1] - q[2] * c[0])};
+  }
+
+  /// Where the camera is at a time; the quaternion, of length 1, turns the ground into the camera.
+  struct Pose {
+    Vector position;
+    Quaternion attitude;
+  };
+  Pose pose(Real t) const {
+    std::size_t const next = recordAfter(t);
+    sensor::EOP const& b = mEop[next];
+    sensor::EOP const& a = mEop[next - 1];
+    Real const w = (t - a.gpsTime) / (static_cast<Real>(b.gpsTime) - a.gpsTime);
+    auto const mix = [w](Real from, Real to) { return from + w * (to - from); };
+    Quaternion q{mix(a.q0, b.q0), mix(a.q1, b.q1), mix(a.q2, b.q2), mix(a.q3, b.q3)};
+    Real const length = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
+    for (Real& part : q) {
+      part /= length;
+    }
+    return {{mix(a.x, b.x), mix(a.y, b.y), mix(a.z, b.z)}, q};
+  }
+  /// The number of the first record after a time; within the flight.
+  std::size_t recordAfter(Real t) const {
+    auto const next = std::upper_bound(mEop.begin() + 1, mEop.end() - 1, t,
+                                       [](Real value, sensor::EOP const& eop) { return value < eop.gpsTime; });
+    return static_cast<std::size_t>(next - mEop.begin());
+  }
+
+  Real focalLength() const { return mFocalLength; }
+  /// The last sample of the calibration, and the image's sample 0 there.
+  Real lastCalibrated() const { return static_cast<Real>(mX.size() - 1); }
+  Real offset() const { return mOffset; }
+  /// The focal position of a sample between the first and the last calibrated one.
+  std::array<Real, 2> focal(Real sample) const {
+    Real const s = sample + mOffset;
+    auto const k = static_cast<std::size_t>(std::min(std::max(std::floor(s), 0.0L), lastCalibrated() - 1.0L));
+    Real const part = s - static_cast<Real>(k);
+    return {mX[k] + (static_cast<Real>(mX[k + 1]) - mX[k]) * part,
+            mY[k] + (static_cast<Real>(mY[k + 1]) - mY[k]) * part};
+  }
+
   /// How far ahead of the sensor line a position is in the focal plane at a line, metres; and its sample there.
   struct Seen {
     Real ahead;
@@ -111,23 +159,8 @@ public:
   };
   Seen see(geo::XYZPoint const& p, Real line) const {
     auto const [t, correction] = exposure(line);
-    auto const next = std::upper_bound(mEop.begin() + 1, mEop.end() - 1, t,
-                                       [](Real value, sensor::EOP const& eop) { return value < eop.gpsTime; });
-    sensor::EOP const& b = *next;
-    sensor::EOP const& a = *(next - 1);
-    Real const w = (t - a.gpsTime) / (static_cast<Real>(b.gpsTime) - a.gpsTime);
-    auto const mix = [w](Real from, Real to) { return from + w * (to - from); };
-    std::array<Real, 4> q{mix(a.q0, b.q0), mix(a.q1, b.q1), mix(a.q2, b.q2), mix(a.q3, b.q3)};
-    Real const length = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-    for (Real& part : q) {
-      part /= length;
-    }
-    std::array<Real, 3> const d{p.x - mix(a.x, b.x), p.y - mix(a.y, b.y), p.z - mix(a.z, b.z)};
-    // The quaternion turns the ground into the camera: v' = q v q*, written out by its cross products.
-    std::array<Real, 3> const c{q[2] * d[2] - q[3] * d[1], q[3] * d[0] - q[1] * d[2], q[1] * d[1] - q[2] * d[0]};
-    std::array<Real, 3> const v{d[0] + 2 * (q[0] * c[0] + q[2] * c[2] - q[3] * c[1]),
-                                d[1] + 2 * (q[0] * c[1] + q[3] * c[0] - q[1] * c[2]),
-                                d[2] + 2 * (q[0] * c[2] + q[1] * c[1] - q[2] * c[0])};
+    Pose const pose = this->pose(t);
+    Vector const v = turned(pose.attitude, {p.x - pose.position[0], p.y - pose.position[1], p.z - pose.position[2]});
     Real const s = -mFocalLength / v[2];
     return at(v[0] * s - mPixelSize * correction, v[1] * s);
   }

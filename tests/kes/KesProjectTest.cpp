@@ -7,6 +7,8 @@
 #include "support/StripA.h"
 #include "support/TempFolder.h"
 
+#include <sensor/EOPData.h>
+
 #include <cmath>
 #include <set>
 #include <sstream>
@@ -305,6 +307,57 @@ TEST(KesProject, MissingAdjustedOrientationIsReported) {
   KesRun const original = projected({"--orientation", "original"});
   EXPECT_EQ(original.err, "");
   EXPECT_EQ(original.out, usual.out);
+}
+
+// Straight and level to the east, 1000 m above the ground: a line is 1 m, a sample 2 m across. Per axis, the default
+// standard deviations are 0.05 m and 1e-5 radians; the latter are 1 cm below the camera.
+TEST(KesProject, SigmaAddsStandardDeviationsOfGroundPositions) {
+  test::TempFolder const folder;
+  std::string const strip = test::SmallStrip().write(folder);
+  auto const projected = [&](std::string const& sigma, std::string const& heightSigma) {
+    return kes({"project", strip, "--calibrations", folder / "calibration", "--orientation", "original", "--band",
+                "PANN00A", "--to", "ground", "--sigma", sigma, "--height-sigma", heightSigma},
+               "sample,line,height\n50,50,0\n100,50,0\n50,,0\n");
+  };
+  KesRun const run = projected("0.3", "0.4");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(run.err, "kes: " + (folder / "flight.eop") +
+                         " has no standard deviations of its records: its default ones hold for all\n"
+                         "kes: 3 points: 2 ok, 1 notFinite\n");
+  auto const rows = rowsOf(run.out);
+  ASSERT_EQ(rows.size(), 4U);
+  EXPECT_EQ(rows[0], (Fields{"sample", "line", "height", "x", "y", "z", "sigmaX", "sigmaY", "sigmaZ"}));
+  EXPECT_NEAR(std::stod(rows[1][6]), std::sqrt(0.05 * 0.05 + 0.01 * 0.01 + 0.3 * 0.3), 1e-6);
+  EXPECT_NEAR(std::stod(rows[1][7]), std::sqrt(0.05 * 0.05 + 0.01 * 0.01 + 0.6 * 0.6), 1e-6);
+  EXPECT_EQ(rows[1][8], "0.4");
+  // A hundred metres aside, where the line of sight goes out by a tenth of its depth.
+  EXPECT_NEAR(std::stod(rows[2][6]), std::sqrt(0.05 * 0.05 + 0.01 * 0.01 + 0.001 * 0.001 + 0.3 * 0.3), 1e-6);
+  EXPECT_NEAR(std::stod(rows[2][7]), std::sqrt(0.05 * 0.05 * 1.01 + 0.0101 * 0.0101 + 0.6 * 0.6 + 0.04 * 0.04), 1e-6);
+  EXPECT_EQ(rows[3], (Fields{"50", "", "0", "", "", "", "", "", ""}));
+  // With standard deviations of the records.
+  sensor::EOPData data(folder / "flight.eop", true, true);
+  for (int i = 0; i < data.numSets(); ++i) {
+    data.setStdDevs(i, 0.25F, 0.5F, 0.0F, 0.0F, 0.0F, 0.0F);
+  }
+  data.write(folder / "flight.eop", 0);
+  KesRun const own = projected("0", "0");
+  EXPECT_EQ(own.err, "kes: 3 points: 2 ok, 1 notFinite\n");
+  Fields const row = rowsOf(own.out).at(1);
+  EXPECT_EQ(Fields(row.begin() + 6, row.end()), (Fields{"0.25", "0.5", "0"}));
+}
+
+TEST(KesProject, SigmaNeedsHeightsOnTheGround) {
+  auto const errorOf = [](std::vector<std::string> const& options) {
+    KesRun const run = project(options, "");
+    EXPECT_EQ(run.code, 2);
+    return run.err.substr(0, run.err.find('\n'));
+  };
+  EXPECT_EQ(errorOf({"--band", "PANF27A", "--to", "image", "--sigma", "1"}), "--sigma: goes with --to ground");
+  EXPECT_EQ(errorOf({"--band", "PANF27A", "--to", "ground", "--sigma", "1", "--dem", KESSENSOR_TERRAIN}),
+            "--sigma: goes with heights of the table, without --dem");
+  EXPECT_EQ(errorOf({"--band", "PANF27A", "--to", "ground", "--sigma", "-1"}),
+            "--sigma: Value -1 not in range 0.000000 to 1000000.000000");
+  EXPECT_EQ(errorOf({"--band", "PANF27A", "--to", "ground", "--height-sigma", "1"}), "--height-sigma requires --sigma");
 }
 
 TEST(KesProject, WrongUsageGivesTwo) {

@@ -10,6 +10,8 @@
 
 #include <kes/Surface.h>
 
+#include <cmath>
+#include <iostream>
 #include <numeric>
 
 namespace tool {
@@ -34,6 +36,9 @@ std::vector<std::string> columnsOf(ProjectOptions const& options) {
 std::vector<std::string> resultsOf(ProjectOptions const& options) {
   std::vector<std::string> results =
       options.toGround ? std::vector<std::string>{"x", "y", "z"} : std::vector<std::string>{"sample", "line"};
+  if (options.sigma) {
+    results.insert(results.end(), {"sigmaX", "sigmaY", "sigmaZ"});
+  }
   if (options.verify) {
     results.insert(results.end(), {"closure", "closurePixels"});
   }
@@ -41,6 +46,12 @@ std::vector<std::string> resultsOf(ProjectOptions const& options) {
     results.push_back("status");
   }
   return results;
+}
+
+kes::StripOptions openingOf(ProjectOptions const& options) {
+  kes::StripOptions opening = options.strip.camera.opening(options.orientation.value());
+  opening.standardDeviations = options.sigma.has_value();
+  return opening;
 }
 
 }  // namespace
@@ -77,8 +88,7 @@ std::string StatusCounts::text() const {
 }
 
 PointProjection::PointProjection(ProjectOptions const& options, std::istream& in, std::string const& name)
-    : mOptions(options), mIn(&in),
-      mStrip(openStrip(options.strip.file, options.strip.camera.opening(options.orientation.value()))),
+    : mOptions(options), mIn(&in), mStrip(openStrip(options.strip.file, openingOf(options))),
       mBand(mStrip.band(options.band)), mTable(in, name, columnsOf(options), resultsOf(options)) {
   options.orientation.check(mStrip);
   mForms.fill(options.decimals);
@@ -88,6 +98,15 @@ PointProjection::PointProjection(ProjectOptions const& options, std::istream& in
     mToGround.system = mToImage.system = options.map.system();
     if (options.toGround && isGeographic(*mToGround.system)) {
       mForms[0] = mForms[1] = options.decimals.ofAngles();
+    }
+  }
+  if (options.sigma) {
+    mAccuracy.system = mToGround.system;
+    mAccuracy.imageSigma = *options.sigma;
+    mAccuracy.heightSigma = options.heightSigma;
+    if (!mStrip.trajectory().hasStandardDeviations()) {
+      std::cerr << "kes: " << mStrip.trajectory().fileName()
+                << " has no standard deviations of its records: its default ones hold for all\n";
     }
   }
   if (options.dem.isGiven()) {
@@ -160,6 +179,16 @@ void PointProjection::projectToGround(Block& block) const {
     options.heights = kes::HeightPerPoint{block.heights};
   }
   mBand.toGround(block.image, options, block.ground, block.status);
+  if (mOptions.sigma) {
+    findAccuracies(block);
+  }
+}
+
+// A point without a result has no accuracy, either.
+void PointProjection::findAccuracies(Block& block) const {
+  block.covariances.resize(block.image.size());
+  std::vector<kes::Status> status(block.image.size());
+  mBand.accuracy(block.image, block.ground, mAccuracy, {}, block.covariances, status);
 }
 
 void PointProjection::projectToImage(Block& block) const {
@@ -185,6 +214,12 @@ void PointProjection::append(Block& block, std::size_t i) const {
   } else {
     results[count++] = block.image[i].x;
     results[count++] = block.image[i].y;
+  }
+  if (mOptions.sigma) {
+    kes::Covariance const& covariance = block.covariances[i];
+    for (double const variance : {covariance.xx, covariance.yy, covariance.zz}) {
+      results[count++] = std::sqrt(variance);
+    }
   }
   if (mOptions.verify) {
     results[count++] = block.closure[i].metres;

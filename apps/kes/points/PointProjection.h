@@ -40,6 +40,8 @@ struct ProjectOptions {
   std::optional<float> tdi;
   bool verify = false;
   bool status = false;
+  std::optional<double> sigma;  ///< Of image positions, pixels; nothing: no accuracies.
+  double heightSigma = 0.0;     ///< Metres.
   bool strict = false;
   int threads = 1;
   NumberForm decimals;
@@ -91,15 +93,17 @@ private:
     std::vector<double> heights;
     std::vector<kes::Status> status;
     std::vector<kes::Closure> closure;
+    std::vector<kes::Covariance> covariances;
     CsvText text;
     std::int64_t end = 0;  ///< The byte that the stream has come to.
   };
 
-  static constexpr std::size_t mostResults = 5;
+  static constexpr std::size_t mostResults = 8;
 
   void project(Block& block) const;
   void projectToGround(Block& block) const;
   void projectToImage(Block& block) const;
+  void findAccuracies(Block& block) const;
   void append(Block& block, std::size_t i) const;
   void finish(Block const& block);
   void count(Block const& block, std::size_t i);
@@ -110,6 +114,7 @@ private:
   kes::Band mBand;
   kes::ToGroundOptions mToGround;
   kes::ToImageOptions mToImage;
+  kes::AccuracyOptions mAccuracy;
   PointTable mTable;
   std::array<NumberForm, mostResults> mForms;  ///< Of the results that are numbers.
   StatusCounts mCounts;

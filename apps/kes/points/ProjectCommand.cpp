@@ -131,6 +131,20 @@ void addModelOptions(CLI::App& command, ProjectOptions& options) {
   command.add_flag("--strict", options.strict, "Exit code 1 when a point has no result; the message names the first");
 }
 
+void addAccuracyOptions(CLI::App& command, ProjectOptions& options) {
+  CLI::Option* const sigma =
+      command
+          .add_option("--sigma", options.sigma,
+                      "To the ground: add columns sigmaX, sigmaY, sigmaZ, standard deviations in metres, from those of "
+                      "the orientation and this one of image positions")
+          ->type_name("PIXELS")
+          ->check(CLI::Range(0.0, 1e6));
+  command.add_option("--height-sigma", options.heightSigma, "Standard deviation of heights, metres [0]")
+      ->type_name("M")
+      ->check(CLI::Range(0.0, 1e6))
+      ->needs(sigma);
+}
+
 void checkColumns(ProjectOptions const& options) {
   std::vector<std::string> const read = numbersOf(options);
   for (auto const& [name, own] : options.columns) {
@@ -145,6 +159,12 @@ void checkTogether(CommandLine const& line) {
   ProjectOptions const& options = line.options;
   if (options.tdi && line.to == "image") {
     throw CLI::ValidationError("--tdi", "goes with --to ground");
+  }
+  if (options.sigma && line.to == "image") {
+    throw CLI::ValidationError("--sigma", "goes with --to ground");
+  }
+  if (options.sigma && options.dem.isGiven()) {
+    throw CLI::ValidationError("--sigma", "goes with heights of the table, without --dem");
   }
   if (!options.map.crs.empty() && line.frame == "lsr") {
     throw CLI::ValidationError("--crs", "goes with --frame map");
@@ -172,6 +192,7 @@ void addProject(CLI::App& app, Run& run) {
           "of all parts, one after the other, are that of the whole");
   addGroundOptions(*command, *line);
   addModelOptions(*command, line->options);
+  addAccuracyOptions(*command, line->options);
   command->footer("Results replace columns of the same name, or follow the others. Points without a result have empty\n"
                   "fields; standard error has the number of points by status. Exit code 1 when no point has a result.\n"
                   "Example: kes project flight/strip.stp --calibrations flight/calibration --band PANF27A --to ground "

@@ -5,7 +5,9 @@
 
 #include <geo/XYPoint.h>
 #include <geo/XYZPoint.h>
+#include <kes/Accuracy.h>
 #include <kes/CoordinateSystem.h>
+#include <kes/Partials.h>
 #include <kes/Projection.h>
 #include <kes/Status.h>
 #include <kes/keshost_export.h>
@@ -84,6 +86,26 @@ public:
   std::size_t rays(std::span<geo::XYPoint const> image, std::span<Ray> rays, std::span<Status> status,
                    int threads = 1) const;
 
+  /// The residuals in the focal plane of ground positions (in the local system) at image positions, and their partial
+  /// derivatives, in double precision: the very formulae of `Solver::precise`, so that positions that it found one from
+  /// the other have a residual of zero, but for its rounding and its limit of 1e-6 lines. Corrections of the model: one
+  /// for each position, or none at all. Statuses are those of `rays`, with `noSolution` also for a ground position that
+  /// isn't in front of the camera; partials without a result are NaN. Throws std::invalid_argument "spans differ in
+  /// size".
+  std::size_t partials(std::span<geo::XYPoint const> image, std::span<geo::XYZPoint const> ground,
+                       std::span<ModelCorrections const> corrections, std::span<ResidualPartials> partials,
+                       std::span<Status> status, int threads = 1) const;
+
+  /// The accuracy of ground positions that image positions see at heights: how each error moves them, and their
+  /// covariance matrices (one of the two spans of outputs may be empty). To first order, but for image positions, whose
+  /// errors lead to the mean of the positions a standard deviation to either side. Statuses are those of `rays`, with
+  /// `notFinite` and `notTransformable` also for ground positions, and with `noSolution` for those that don't lie in
+  /// front of the camera and below it; results without one are NaN. Throws std::invalid_argument "spans differ in
+  /// size", and "standard deviations must be finite and not negative" of those in `options`.
+  std::size_t accuracy(std::span<geo::XYPoint const> image, std::span<geo::XYZPoint const> ground,
+                       AccuracyOptions const& options, std::span<GroundErrors> errors,
+                       std::span<Covariance> covariances, std::span<Status> status) const;
+
   /// A single point and its status.
   struct OnGround {
     geo::XYZPoint position;
@@ -93,8 +115,14 @@ public:
     geo::XYPoint position;
     Status status;
   };
+  struct WithPartials {
+    ResidualPartials partials;
+    Status status;
+  };
   [[nodiscard]] OnGround toGround(geo::XYPoint const& image, ToGroundOptions const& options) const;
   [[nodiscard]] InImage toImage(geo::XYZPoint const& ground, ToImageOptions const& options = {}) const;
+  [[nodiscard]] WithPartials partials(geo::XYPoint const& image, geo::XYZPoint const& ground,
+                                      ModelCorrections const& corrections = {}) const;
 
   /// The library's own object, for what this interface doesn't have. It lives as long as any copy of this.
   [[nodiscard]] sensor::KESStripModel const& model() const;
