@@ -57,7 +57,8 @@ Spline::Place Spline::placeOf(double time) const {
     piece = next;
   }
   double const steps = (time - piece->start) / piece->interval;
-  double const within = std::clamp(steps, 0.0, static_cast<double>(piece->intervals));
+  // A time that isn't a number counts as the start.
+  double const within = steps > 0.0 ? std::min(steps, static_cast<double>(piece->intervals)) : 0.0;
   int const interval = std::min(static_cast<int>(within), piece->intervals - 1);
   return {&*piece, interval, within - interval, within == steps};
 }

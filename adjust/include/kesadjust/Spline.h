@@ -18,7 +18,8 @@ namespace kesadjust {
 /// A strip falls into pieces at gaps of its orientation. Each piece is cut into equal intervals, as few as have at most
 /// the given length, with a node at each end, so that the shortest one has two nodes. A linear piece has a coefficient
 /// per node, the value there; a cubic one has one more on either side, and its value at a node is
-/// (c[k] + 4 c[k + 1] + c[k + 2]) / 6. Before a piece, after it and in a gap the value is that of the nearest end.
+/// (c[k] + 4 c[k + 1] + c[k + 2]) / 6. Before a piece, after it and in a gap the value is that of the nearest end;
+/// at a time that isn't a number, of the start.
 ///
 /// Never changes: any number of threads may use one.
 class KESADJUST_EXPORT Spline {
