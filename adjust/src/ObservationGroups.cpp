@@ -30,8 +30,9 @@ public:
     return i;
   }
   void join(std::size_t a, std::size_t b) {
-    auto const [low, high] = std::minmax(root(a), root(b));
-    mParents[high] = low;
+    a = root(a);
+    b = root(b);
+    mParents[std::max(a, b)] = std::min(a, b);
   }
 
 private:
