@@ -6,7 +6,6 @@
 #include "Unknowns.h"
 
 #include <Eigen/Core>
-
 #include <cstdint>
 #include <unordered_map>
 #include <vector>

@@ -5,7 +5,6 @@
 
 #include <Eigen/Cholesky>
 #include <Eigen/Eigenvalues>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <Eigen/Core>
-
 #include <vector>
 
 namespace kesadjust {

@@ -5,7 +5,6 @@
 
 #include <Eigen/OrderingMethods>
 #include <Eigen/SparseCore>
-
 #include <algorithm>
 #include <iterator>
 #include <numeric>

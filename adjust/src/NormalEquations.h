@@ -11,7 +11,6 @@
 #include <kesadjust/Problem.h>
 
 #include <Eigen/Core>
-
 #include <span>
 #include <vector>
 

@@ -11,7 +11,6 @@
 #include <kesadjust/RobustLoss.h>
 
 #include <Eigen/Core>
-
 #include <span>
 #include <vector>
 

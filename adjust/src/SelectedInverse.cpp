@@ -4,7 +4,6 @@
 #include "SelectedInverse.h"
 
 #include <Eigen/Cholesky>
-
 #include <algorithm>
 
 namespace kesadjust {

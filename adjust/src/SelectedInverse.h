@@ -6,7 +6,6 @@
 #include "SparseFactor.h"
 
 #include <Eigen/Core>
-
 #include <optional>
 #include <vector>
 

@@ -4,7 +4,6 @@
 #include "SparseFactor.h"
 
 #include <Eigen/Cholesky>
-
 #include <algorithm>
 
 namespace kesadjust {

@@ -7,7 +7,6 @@
 #include "EliminationOrder.h"
 
 #include <Eigen/Core>
-
 #include <span>
 #include <stdexcept>
 #include <vector>

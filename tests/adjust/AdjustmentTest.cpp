@@ -5,9 +5,9 @@
 
 #include <kesadjust/Adjustment.h>
 
-#include <Eigen/LU>
 #include <gtest/gtest.h>
 
+#include <Eigen/LU>
 #include <cmath>
 #include <functional>
 #include <limits>

@@ -6,7 +6,6 @@
 #include <kesadjust/Problem.h>
 
 #include <Eigen/Core>
-
 #include <random>
 #include <string>
 #include <vector>

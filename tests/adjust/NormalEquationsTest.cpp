@@ -5,9 +5,9 @@
 
 #include "LinearProblem.h"
 
-#include <Eigen/LU>
 #include <gtest/gtest.h>
 
+#include <Eigen/LU>
 #include <cmath>
 #include <cstring>
 #include <limits>

@@ -6,11 +6,11 @@
 #include "LinearProblem.h"
 #include "SelectedInverse.h"
 
+#include <gtest/gtest.h>
+
 #include <Eigen/Cholesky>
 #include <Eigen/LU>
 #include <Eigen/SparseCholesky>
-#include <gtest/gtest.h>
-
 #include <random>
 
 namespace {

@@ -4,10 +4,10 @@
 #include <kesadjust/GaussMarkovPrior.h>
 #include <kesadjust/Spline.h>
 
-#include <Eigen/Core>
-#include <Eigen/LU>
 #include <gtest/gtest.h>
 
+#include <Eigen/Core>
+#include <Eigen/LU>
 #include <cmath>
 #include <limits>
 

@@ -5,7 +5,6 @@
 
 #include <Eigen/Cholesky>
 #include <Eigen/Geometry>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -121,11 +120,11 @@ void ToyBlock::drawTruth() {
   }
 }
 
-void ToyBlock::addPoint(std::string const& name, Eigen::Vector3d const& place) {
+void ToyBlock::addPoint(std::string const& name, Eigen::Vector3d const& place, std::size_t leastRays) {
   mNames.push_back(name);
   mTruth.points.push_back(place);
   std::vector<Observation> const rays = observed(pointCount() - 1);
-  if (rays.size() < mSetting.leastRays) {
+  if (rays.size() < leastRays) {
     mNames.pop_back();
     mTruth.points.pop_back();
     return;
@@ -147,14 +146,14 @@ void ToyBlock::addPoints() {
   for (double x = 300.0; x < speed * mSetting.duration - 200.0; x += mSetting.pointSpacing) {
     for (double y = -250.0; y < width + 300.0; y += mSetting.pointSpacing) {
       std::string const name = "T" + std::to_string(x) + "_" + std::to_string(y);
-      addPoint(name, {x + 7.0 * mNormal(mRandom), y, hill(mRandom)});
+      addPoint(name, {x + 7.0 * mNormal(mRandom), y, hill(mRandom)}, mSetting.leastRays);
     }
   }
   std::array<Eigen::Vector2d, 5> const places{
       {{450.0, -150.0}, {450.0, 500.0}, {1950.0, -150.0}, {1950.0, 500.0}, {1200.0, 175.0}}};
   for (int i = 0; i < mSetting.controls; ++i) {
     Eigen::Vector2d const& place = places[static_cast<std::size_t>(i)];
-    addPoint("C" + std::to_string(i), {place.x(), place.y(), hill(mRandom)});
+    addPoint("C" + std::to_string(i), {place.x(), place.y(), hill(mRandom)}, 0);
     Observation observation;
     observation.identity = {kesadjust::ObservationKind::ground, pointCount() - 1, -1, 0, 0.0, 0.0};
     observation.sigma = mSetting.controlSigma;

@@ -8,7 +8,6 @@
 #include <kesadjust/Spline.h>
 
 #include <Eigen/Core>
-
 #include <random>
 #include <string>
 #include <vector>
@@ -28,7 +27,7 @@ struct ToySetting {
   int parallelStrips = 2;
   int crossStrips = 1;
   double duration = 40.0;     ///< Of a strip.
-  std::size_t leastRays = 1;  ///< Points that fewer image points see are left out.
+  std::size_t leastRays = 1;  ///< Tie points that fewer image points see are left out.
   int controls = 4;           ///< At the corners of the block, and one in its middle with 5.
   double pixelSigma = 0.3;
   double controlSigma = 0.03;
@@ -86,7 +85,7 @@ private:
   void addStrips();
   void drawTruth();
   void addPoints();
-  void addPoint(std::string const& name, Eigen::Vector3d const& place);
+  void addPoint(std::string const& name, Eigen::Vector3d const& place, std::size_t leastRays);
   std::vector<Observation> observed(int point);
   /// u of a point, and what its derivatives need.
   Sight sight(State const& state, int strip, double time, int point) const;

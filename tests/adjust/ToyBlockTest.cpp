@@ -145,7 +145,7 @@ TEST(ToyBlock, IsTheSameWithBlundersAsWithoutThem) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     ToySetting setting;
     setting.seed = seed;
-    setting.pointSpacing = 120.0;
+    setting.pointSpacing = 80.0;
     setting.blunders = 0.05;
     // Two rays of one strip would meet at another height, and one ray checks nothing.
     setting.leastRays = 5;
@@ -154,7 +154,7 @@ TEST(ToyBlock, IsTheSameWithBlundersAsWithoutThem) {
     ToyBlock clean(setting);
     AdjustmentResult const result = adjust(block);
     ASSERT_TRUE(result.hasConverged);
-    ASSERT_GT(block.blunders().size(), 30U);
+    ASSERT_GT(block.blunders().size(), 50U);
     for (std::size_t const i : block.blunders()) {
       EXPECT_EQ(result.observations[i].state, ObservationState::rejected) << "seed " << seed << ", observation " << i;
     }
@@ -165,7 +165,7 @@ TEST(ToyBlock, IsTheSameWithBlundersAsWithoutThem) {
 
 TEST(ToyBlock, HasTheSameBitsForAnyNumberOfThreadsAndOrderOfInput) {
   ToySetting setting;
-  setting.pointSpacing = 60.0;
+  setting.pointSpacing = 80.0;
   setting.blunders = 0.05;
   ToyBlock reference(setting);
   AdjustmentResult const expected = adjust(reference);
