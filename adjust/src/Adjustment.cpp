@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Determinability.h"
+#include "GroundControl.h"
 #include "NormalEquations.h"
 #include "ObservationGroups.h"
 #include "SelectedInverse.h"
@@ -32,8 +33,6 @@ constexpr double leastDamping = 1e-7;
 constexpr double greatestDamping = 1e8;
 /// A change of the cost below this part of it is rounding.
 constexpr double roundingOfCost = 1e-11;
-/// A coordinate with less redundancy isn't checked by others.
-constexpr double leastRedundancy = 1e-6;
 constexpr std::size_t observationsPerPiece = 4096;
 
 class CovariancesOfBlocks : public Covariances {
@@ -72,11 +71,9 @@ private:
   Weighting weighting(RobustLoss const& loss) const { return {loss, mIsActive}; }
   bool solve(RobustLoss const& loss);
   std::optional<double> iterate(Weighting const& current, double damping);
-  Solver solver(double damping);
+  Solver solver(double damping, bool withConsidered);
   void settle();
   bool reclassify();
-  std::vector<GroundTest> groundTests(SelectedInverse const& inverse);
-  bool changeGround(std::vector<GroundTest> const& tests);
   bool holdUndetermined(SelectedInverse const& inverse);
   void hold(int parameter, double ratio, std::vector<std::string> direction);
   void moveHeldToPrior();
@@ -95,9 +92,8 @@ private:
   Unknowns mUnknowns;
   ObservationGroups mGroups;
   NormalEquations mNormals;
+  GroundControl mGround;
   std::vector<char> mIsActive;
-  std::vector<int> mTimesExcluded;                  ///< Of each point's coordinates.
-  std::vector<std::vector<std::size_t>> mGroundOf;  ///< Each point's observed coordinates.
   std::vector<HeldParameter> mHeld;
   std::vector<IterationRecord> mIterations;
   bool mHasConverged = true;
@@ -105,17 +101,8 @@ private:
 
 Run::Run(Problem& problem, AdjustmentOptions const& options)
     : mProblem(problem), mOptions(options), mUnknowns(problem.blocks()), mGroups(problem),
-      mNormals(problem, mGroups, mUnknowns, options.threads), mIsActive(problem.observationCount(), 1),
-      mTimesExcluded(static_cast<std::size_t>(problem.pointCount())),
-      mGroundOf(static_cast<std::size_t>(problem.pointCount())) {
-  for (ObservationGroup const& group : mGroups.groups()) {
-    for (std::size_t const i : mGroups.observations(group)) {
-      if (group.point != noPoint && problem.identity(i).kind == ObservationKind::ground) {
-        mGroundOf[static_cast<std::size_t>(group.point)].push_back(i);
-      }
-    }
-  }
-}
+      mNormals(problem, mGroups, mUnknowns, options.threads), mGround(problem, mGroups),
+      mIsActive(problem.observationCount(), 1) {}
 
 template <class Work>
 void Run::forEachObservation(Work const& work) const {
@@ -158,11 +145,16 @@ void Run::hold(int parameter, double ratio, std::vector<std::string> direction) 
   mHeld.push_back({parameter, nameOf(parameter), ratio, std::move(direction)});
 }
 
-/// The factor at the current state; a constant that nothing determines is held.
-Solver Run::solver(double damping) {
+/// The factor at the current state, without held constants, or with those that have a prior. A constant that nothing
+/// determines is held.
+Solver Run::solver(double damping, bool withConsidered) {
   for (;;) {
+    std::vector<int> left = heldParameters();
+    if (withConsidered) {
+      std::erase_if(left, [this](int parameter) { return std::isfinite(priorSigma(parameter)); });
+    }
     try {
-      return Solver(mNormals.matrix(), heldParameters(), damping);
+      return Solver(mNormals.matrix(), left, damping);
     } catch (UndeterminedParameter const& undetermined) {
       int const parameter = undetermined.parameter();
       if (mUnknowns.kind(mUnknowns.blockOf(parameter)) == BlockKind::node) {
@@ -179,7 +171,7 @@ std::optional<double> Run::iterate(Weighting const& current, double damping) {
   std::vector<double> step;
   std::vector<double> right;
   {
-    Solver const normals = solver(damping);
+    Solver const normals = solver(damping, false);
     right = mNormals.gradient();
     for (int const parameter : heldParameters()) {
       right[static_cast<std::size_t>(parameter)] = 0.0;
@@ -252,83 +244,13 @@ void Run::settle() {
 
 /// The inverse at the current state, held constants considered.
 SelectedInverse Run::selectedInverse() {
-  std::vector<int> known;
+  Solver const normals = solver(0.0, true);
   std::vector<SelectedInverse::Considered> considered;
   for (HeldParameter const& held : mHeld) {
     double const sigma = priorSigma(held.parameter);
-    if (std::isfinite(sigma)) {
-      considered.push_back({held.parameter, sigma * sigma});
-    } else {
-      known.push_back(held.parameter);
-    }
+    considered.push_back({held.parameter, std::isfinite(sigma) ? sigma * sigma : 0.0});
   }
-  for (int const parameter : known) {
-    considered.push_back({parameter, 0.0});
-  }
-  Solver const normals(mNormals.matrix(), known, 0.0);
   return SelectedInverse(normals.factor, considered);
-}
-
-std::vector<GroundTest> Run::groundTests(SelectedInverse const& inverse) {
-  std::vector<char> isAsked(mGroundOf.size());
-  std::transform(mGroundOf.begin(), mGroundOf.end(), isAsked.begin(),
-                 [](auto const& ground) { return static_cast<char>(!ground.empty()); });
-  auto const covariances = mNormals.pointCovariances(weighting({}), inverse, isAsked);
-  std::vector<GroundTest> tests;
-  LinearisedObservation row;
-  for (std::size_t point = 0; point < mGroundOf.size(); ++point) {
-    if (mGroundOf[point].empty()) {
-      continue;
-    }
-    bool const isUsed = mIsActive[mGroundOf[point].front()] != 0;
-    int const number = static_cast<int>(point);
-    GroundTest test{number, mProblem.pointName(number), {}, 0.0, isUsed};
-    for (std::size_t const i : mGroundOf[point]) {
-      row.parts.clear();
-      mProblem.linearise(i, row);
-      for (int k = 0; k < row.rows && covariances[point](0, 0) > 0.0; ++k) {
-        Eigen::Map<Eigen::RowVector3d const> const a(row.pointJacobian.data() + 3 * k);
-        double const spread = (a * covariances[point]).dot(a);
-        double const variance = isUsed ? 1.0 - spread : 1.0 + spread;
-        double const normalised =
-            variance > leastRedundancy ? row.residuals[static_cast<std::size_t>(k)] / std::sqrt(variance) : 0.0;
-        double& kept = test.normalised[static_cast<std::size_t>(k)];
-        kept = std::abs(normalised) > std::abs(kept) ? normalised : kept;
-        test.largest = std::max(test.largest, std::abs(normalised));
-      }
-    }
-    tests.push_back(std::move(test));
-  }
-  std::sort(tests.begin(), tests.end(), [](GroundTest const& a, GroundTest const& b) { return a.name < b.name; });
-  return tests;
-}
-
-/// Takes out the worst ground point, or takes back one that others predict; returns whether any changed.
-bool Run::changeGround(std::vector<GroundTest> const& tests) {
-  auto const activate = [&](GroundTest const& test, char isActive) {
-    for (std::size_t const i : mGroundOf[static_cast<std::size_t>(test.point)]) {
-      mIsActive[i] = isActive;
-    }
-  };
-  auto const byUsed = [](GroundTest const& a, GroundTest const& b) {
-    return (a.isUsed ? a.largest : -1.0) < (b.isUsed ? b.largest : -1.0);
-  };
-  auto const worst = std::max_element(tests.begin(), tests.end(), byUsed);
-  if (worst != tests.end() && worst->isUsed && worst->largest > mOptions.criticalValue) {
-    activate(*worst, 0);
-    ++mTimesExcluded[static_cast<std::size_t>(worst->point)];
-    return true;
-  }
-  // Once only, so that this ends.
-  auto const back = std::find_if(tests.begin(), tests.end(), [&](GroundTest const& test) {
-    return !test.isUsed && test.largest > 0.0 && test.largest <= mOptions.criticalValue &&
-           mTimesExcluded[static_cast<std::size_t>(test.point)] == 1;
-  });
-  if (back != tests.end()) {
-    activate(*back, 1);
-    return true;
-  }
-  return false;
 }
 
 /// Holds the constants that aren't determined; returns whether there are any new ones.
@@ -425,16 +347,15 @@ AdjustmentResult Run::result() {
   }
   settle();
   std::optional<SelectedInverse> inverse(selectedInverse());
-  std::vector<GroundTest> tests = groundTests(*inverse);
+  std::vector<GroundTest> tests = mGround.tests(mNormals, weighting({}), *inverse);
   for (;;) {
-    bool const groundChanged = changeGround(tests);
-    if (!groundChanged && !holdUndetermined(*inverse)) {
+    if (!mGround.change(tests, mOptions.criticalValue, mIsActive) && !holdUndetermined(*inverse)) {
       break;
     }
     moveHeldToPrior();
     settle();
     inverse.emplace(selectedInverse());
-    tests = groundTests(*inverse);
+    tests = mGround.tests(mNormals, weighting({}), *inverse);
   }
 
   AdjustmentResult result;
@@ -450,8 +371,8 @@ AdjustmentResult Run::result() {
   for (HeldParameter const& held : mHeld) {
     result.parameterSigmas[static_cast<std::size_t>(held.parameter)] = priorSigma(held.parameter);
   }
-  std::vector<char> const all(mGroundOf.size(), 1);
-  result.points.resize(mGroundOf.size());
+  std::vector<char> const all(static_cast<std::size_t>(mProblem.pointCount()), 1);
+  result.points.resize(all.size());
   auto const covariances = mNormals.pointCovariances(weighting({}), *inverse, all);
   for (std::size_t i = 0; i < covariances.size(); ++i) {
     auto const& c = covariances[i];
@@ -467,6 +388,9 @@ AdjustmentResult Run::result() {
 }  // namespace
 
 AdjustmentResult adjust(Problem& problem, AdjustmentOptions const& options) {
+  if (!(options.loss.scale > 0.0)) {
+    throw std::invalid_argument("The scale of a robust loss must be positive");
+  }
   return Run(problem, options).result();
 }
 

