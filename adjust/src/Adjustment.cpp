@@ -27,7 +27,10 @@ namespace {
 
 constexpr double infinite = std::numeric_limits<double>::infinity();
 /// How often gross errors among image points are looked for again.
-constexpr int maxRejections = 10;
+constexpr int maxRejections = 5;
+/// With a robust loss, which only finds gross errors, an iteration that would lower the cost by less than this part of
+/// it is the last one: weights settle slowly.
+constexpr double robustConvergence = 1e-6;
 constexpr double firstDamping = 1e-4;
 constexpr double leastDamping = 1e-7;
 constexpr double greatestDamping = 1e8;
@@ -70,7 +73,8 @@ public:
 private:
   Weighting weighting(RobustLoss const& loss) const { return {loss, mIsActive}; }
   bool solve(RobustLoss const& loss);
-  std::optional<double> iterate(Weighting const& current, double damping);
+  enum class Step { taken, refused, notNeeded };
+  Step iterate(Weighting const& current, double damping);
   Solver solver(double damping, bool withConsidered);
   void settle();
   bool reclassify();
@@ -165,8 +169,8 @@ Solver Run::solver(double damping, bool withConsidered) {
   }
 }
 
-/// One step; the predicted decrease of the cost, or nothing when the cost rose and the state was restored.
-std::optional<double> Run::iterate(Weighting const& current, double damping) {
+/// One step, unless it is smaller than what counts; refused when the cost rose and the state was restored.
+Run::Step Run::iterate(Weighting const& current, double damping) {
   double const cost = mNormals.cost();
   std::vector<double> step;
   std::vector<double> right;
@@ -181,18 +185,20 @@ std::optional<double> Run::iterate(Weighting const& current, double damping) {
   }
   double const decrease = std::inner_product(right.begin(), right.end(), step.begin(), mNormals.pointDecrease());
   mIterations.push_back({cost, decrease, damping, true});
-  if (decrease <= mOptions.convergence && damping == 0.0) {
-    return decrease;
+  bool const isRobust = current.loss.kind != RobustLoss::Kind::squares;
+  double const least = isRobust ? std::max(mOptions.convergence, robustConvergence * cost) : mOptions.convergence;
+  if (decrease <= least && damping == 0.0) {
+    return Step::notNeeded;
   }
   mProblem.apply(step, mNormals.pointSteps(current, step));
   mNormals.assemble(current);
   if (mNormals.cost() <= cost + roundingOfCost * cost + mOptions.convergence) {
-    return decrease;
+    return Step::taken;
   }
   mProblem.undo();
   mNormals.assemble(current);
   mIterations.back().isTaken = false;
-  return std::nullopt;
+  return Step::refused;
 }
 
 /// Iterates to the least cost; returns whether it came there.
@@ -202,13 +208,15 @@ bool Run::solve(RobustLoss const& loss) {
   mNormals.assemble(current);
   double damping = 0.0;
   for (int i = 0; i < mOptions.maxIterations && damping <= greatestDamping; ++i) {
-    auto const decrease = iterate(current, damping);
-    if (!decrease) {
-      damping = std::max(10.0 * damping, firstDamping);
-    } else if (*decrease <= mOptions.convergence && damping == 0.0) {
+    switch (iterate(current, damping)) {
+    case Step::notNeeded:
       return true;
-    } else {
+    case Step::taken:
       damping = damping <= leastDamping ? 0.0 : 0.1 * damping;
+      break;
+    case Step::refused:
+      damping = std::max(10.0 * damping, firstDamping);
+      break;
     }
   }
   return false;

@@ -36,7 +36,7 @@ GroundTest GroundControl::testOf(std::size_t point, Eigen::Matrix3d const& covar
     row.parts.clear();
     mProblem.linearise(i, row);
     for (int k = 0; k < row.rows && isDetermined; ++k) {
-      Eigen::Map<Eigen::RowVector3d const> const a(row.pointJacobian.data() + 3 * k);
+      Eigen::Map<Eigen::RowVector3d const> const a(row.pointJacobian.data() + std::ptrdiff_t{3} * k);
       double const spread = (a * covariance).dot(a);
       double const variance = isUsed ? 1.0 - spread : 1.0 + spread;
       double const residual = row.residuals[static_cast<std::size_t>(k)];

@@ -14,7 +14,7 @@
 
 namespace kesadjust {
 
-/// The observed coordinates of ground points, and their test: data snooping (Baarda 1968), one point at a time. With the
+/// The observed coordinates of ground points and their test: data snooping (Baarda 1968), one point at a time. With the
 /// adjusted point's covariance Q and an observation's Jacobian a and residual r, both in standard deviations, the
 /// normalised residual is r / sqrt(1 - a Q a^T) while it counts, and r / sqrt(1 + a Q a^T) once it was taken out.
 class GroundControl {
@@ -24,7 +24,7 @@ public:
   /// The tests of all ground points, by name.
   std::vector<GroundTest> tests(NormalEquations const& normals, Weighting const& weighting,
                                 SelectedInverse const& inverse) const;
-  /// Takes out the point that fails worst, or takes back one that the others predict, once; returns whether any changed.
+  /// Takes out the point that fails worst, or takes back one that the others predict, once; true when any changed.
   bool change(std::vector<GroundTest> const& tests, double criticalValue, std::vector<char>& isActive);
 
 private:

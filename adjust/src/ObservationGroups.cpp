@@ -105,7 +105,7 @@ std::vector<Component> componentsOf(Problem const& problem) {
       continue;
     }
     auto const strip = static_cast<std::size_t>(identity.strip);
-    auto const point = static_cast<std::size_t>(strips + identity.point);
+    auto const point = static_cast<std::size_t>(strips) + static_cast<std::size_t>(identity.point);
     isSeen[strip] = isSeen[point] = 1;
     sets.join(strip, point);
   }

@@ -202,7 +202,7 @@ void PointSystem::addTo(BlockMatrix& matrix, std::span<double> gradient) {
     mGradient.noalias() -= mY * mReducedPointGradient;
     for (std::size_t a = 0; a < count; ++a) {
       for (std::size_t b = 0; b <= a; ++b) {
-        subtractProduct(mY.data() + 3 * mOffsets[a], mOffsets[a + 1] - mOffsets[a], mY.data() + 3 * mOffsets[b],
+        subtractProduct(mY.row(mOffsets[a]).data(), mOffsets[a + 1] - mOffsets[a], mY.row(mOffsets[b]).data(),
                         mOffsets[b + 1] - mOffsets[b], data + mSlots[a * count + b]);
       }
     }

@@ -144,6 +144,7 @@ double SelectedInverse::variance(int parameter) const {
 
 Eigen::MatrixXd SelectedInverse::ofConstants(std::vector<int> const& parameters) const {
   std::vector<Eigen::Index> places;
+  places.reserve(parameters.size());
   for (int const parameter : parameters) {
     places.push_back(std::find(mConstants.begin(), mConstants.end(), parameter) - mConstants.begin());
   }

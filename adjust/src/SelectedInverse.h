@@ -11,14 +11,14 @@
 
 namespace kesadjust {
 
-/// The entries of the inverse Z = N^-1 on the pattern of the factor (Takahashi, Fagan and Chin 1973), by supernodes: with
+/// The entries of the inverse Z = N^-1 on the pattern of the factor (Takahashi, Fagan, Chin 1973) by supernodes: with
 /// pivots J, rows R and X = L_RJ L_JJ^-1, Z_RJ = -Z_RR X and Z_JJ = (L_JJ L_JJ^T)^-1 - X^T Z_RJ. Z_RR belongs to the
 /// parent's pivots and rows, so that one pass from the last supernode to the first has all it needs.
 ///
 /// All pairs of blocks that one eliminated point sees are coupled in N, and the pattern of the factor contains that of
 /// N: the covariance of every point can be computed from these entries.
 ///
-/// A considered constant isn't estimated: it keeps a given variance, and all others take over its part in them (consider
+/// A considered constant isn't estimated: it keeps a given variance, and all others take over a part of it (consider
 /// covariance, Schmidt 1966). With the matrix S of all constants after the elimination of the nodes, split into
 /// estimated ones x and considered ones c of variances P, K = -S_xx^-1 S_xc:
 /// Z_xx = S_xx^-1 + K P K^T, Z_xc = K P, Z_cc = P. The recursion takes that to all nodes.

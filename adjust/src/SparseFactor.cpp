@@ -17,7 +17,8 @@ constexpr double leastPivot = 1e-12;
 /// don't depend on the machine.
 void fixProducts() {
   static bool const done = [] {
-    Eigen::setCpuCacheSizes(32 * 1024, 512 * 1024, 4 * 1024 * 1024);
+    constexpr std::ptrdiff_t kibibyte = 1024;
+    Eigen::setCpuCacheSizes(32 * kibibyte, 512 * kibibyte, 4096 * kibibyte);
     return true;
   }();
   static_cast<void>(done);
@@ -32,6 +33,23 @@ std::vector<int> parametersOf(std::vector<int> const& blocks, Unknowns const& un
     }
   }
   return parameters;
+}
+
+/// Replaces y by L^-1 y, with the triangle L at the top of a supernode's columns.
+void solveForward(Eigen::MatrixXd const& l, Eigen::VectorXd& y) {
+  for (Eigen::Index j = 0; j < y.size(); ++j) {
+    Eigen::Index const below = y.size() - j - 1;
+    y(j) /= l(j, j);
+    y.tail(below) -= y(j) * l.col(j).segment(j + 1, below);
+  }
+}
+
+/// Replaces y by L^-T y.
+void solveBackward(Eigen::MatrixXd const& l, Eigen::VectorXd& y) {
+  for (Eigen::Index j = y.size(); j-- > 0;) {
+    Eigen::Index const below = y.size() - j - 1;
+    y(j) = (y(j) - l.col(j).segment(j + 1, below).dot(y.tail(below))) / l(j, j);
+  }
 }
 
 /// The first pivot of a dense matrix that is lost; -1 for none.
@@ -138,9 +156,10 @@ void SparseFactor::eliminate(std::size_t supernode, Front& front) {
   for (Eigen::Index i = 0; i < width; ++i) {
     int const parameter = parameters[static_cast<std::size_t>(i)];
     int const block = mMatrix->unknowns().blockOf(parameter);
-    double const* values = mMatrix->find(block, block);
+    int const size = mMatrix->unknowns().sizeOf(block);
     int const within = parameter - mMatrix->unknowns().offset(block);
-    diagonal(i) = values == nullptr ? 0.0 : values[within * (mMatrix->unknowns().sizeOf(block) + 1)];
+    double const* values = mMatrix->find(block, block);
+    diagonal(i) = values == nullptr ? 0.0 : ConstBlockView(values, size, size)(within, within);
   }
 
   Eigen::MatrixXd const pivots = front.topLeftCorner(width, width);
@@ -189,7 +208,7 @@ std::vector<double> SparseFactor::solve(std::span<double const> b) const {
     std::vector<int> const rows = parametersOf(nodes[s].rows, unknowns);
     auto const width = static_cast<Eigen::Index>(pivots.size());
     Eigen::VectorXd y = gathered(pivots);
-    mColumns[s].topRows(width).triangularView<Eigen::Lower>().solveInPlace(y);
+    solveForward(mColumns[s], y);
     scatter(pivots, y);
     scatter(rows, gathered(rows) - mColumns[s].bottomRows(mColumns[s].rows() - width) * y);
   }
@@ -199,7 +218,7 @@ std::vector<double> SparseFactor::solve(std::span<double const> b) const {
     auto const width = static_cast<Eigen::Index>(pivots.size());
     Eigen::VectorXd y =
         gathered(pivots) - mColumns[s].bottomRows(mColumns[s].rows() - width).transpose() * gathered(rows);
-    mColumns[s].topRows(width).triangularView<Eigen::Lower>().transpose().solveInPlace(y);
+    solveBackward(mColumns[s], y);
     scatter(pivots, y);
   }
   return x;

@@ -89,9 +89,10 @@ Spline::Basis Spline::rateAt(double time) const {
 
 double Spline::evaluate(double time, std::span<double const> coefficients) const {
   Basis const basis = at(time);
+  std::span<double const> const seen = coefficients.subspan(static_cast<std::size_t>(basis.first));
   double value = 0.0;
-  for (int k = 0; k < basis.count; ++k) {
-    value += basis.weights[static_cast<std::size_t>(k)] * coefficients[static_cast<std::size_t>(basis.first + k)];
+  for (std::size_t k = 0; k < static_cast<std::size_t>(basis.count); ++k) {
+    value += basis.weights[k] * seen[k];
   }
   return value;
 }

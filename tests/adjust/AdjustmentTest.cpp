@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <Eigen/LU>
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -177,8 +178,8 @@ TEST(Adjustment, SaysWhenItDidNotConverge) {
 }
 
 TEST(Adjustment, TakesOutGrossErrorsAndTakesBackWhatFitsWithoutThem) {
-  // With five gross errors, twelve zeros and one -3.2, the estimate of Huber's loss is 13 m + 3.2 = 5 * 2.5: 0.72, or
-  // 3.92 away from -3.2 with a limit of 3.9; without gross errors the mean is -3.2 / 13 = -0.25.
+  // With five gross errors, twelve zeros and one -3.2, the estimate m of Huber's loss has 12 m + 2.5 = 5 * 2.5: it is
+  // 0.83, too far from -3.2. Without gross errors the mean is -3.2 / 13 = -0.25.
   Combinations problem({infinite});
   for (int i = 0; i < 12; ++i) {
     problem.observe({1.0}, 0.0);
@@ -197,6 +198,16 @@ TEST(Adjustment, TakesOutGrossErrorsAndTakesBackWhatFitsWithoutThem) {
     EXPECT_EQ(result.observations[i].state, ObservationState::rejected);
   }
   EXPECT_EQ(result.redundancy, 12);
+  // The robust estimate came first, with its least cost.
+  double const m = 10.0 / 12.0;
+  double cost = 12.0 * m * m + 5.0 * (m + 3.2) - 6.25;
+  for (int i = 0; i < 5; ++i) {
+    cost += 5.0 * (1000.0 + i - m) - 6.25;
+  }
+  auto const robust = std::find_if(result.iterations.begin(), result.iterations.end(),
+                                   [&](auto const& iteration) { return iteration.decrease <= 1e-6 * cost; });
+  ASSERT_NE(robust, result.iterations.end());
+  EXPECT_NEAR(robust->cost, cost, 0.05);
 }
 
 TEST(Adjustment, DoesNotReweightOtherObservations) {
@@ -235,6 +246,8 @@ TEST(Adjustment, HoldsAParameterThatThePriorDetermines) {
   EXPECT_EQ(result.held[0].name, "a");
   EXPECT_NEAR(result.held[0].ratio, 1.0 / std::sqrt(1.5), 1e-15);
   EXPECT_EQ(result.held[0].direction, std::vector<std::string>{"a"});
+  // Two observations and b's prior for b.
+  EXPECT_EQ(result.redundancy, 2);
   EXPECT_EQ(problem.mState(0), 0.0);
   EXPECT_NEAR(problem.mState(1), 200.0 / 101.0, 1e-14);
   EXPECT_EQ(result.parameterSigmas[0], 1.0);

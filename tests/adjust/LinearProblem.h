@@ -50,7 +50,7 @@ private:
   Eigen::VectorXd mOldState;
 };
 
-/// Two strips whose nodes form chains with priors, constants of each strip and calibration, points seen three times from
+/// Two strips whose nodes form chains with priors, constants of each strip and calibration, points seen thrice from
 /// each strip, some of them with coordinates; random Jacobians and residuals of standard deviation 1.
 LinearProblem randomProblem(unsigned seed);
 

@@ -17,7 +17,7 @@ namespace test {
 /// A block of straight, level strips over hills, seen by three sensor lines forward, down and backward, with a truth
 /// drawn from the priors of all parameters. Metres, seconds, radians; image coordinates in pixels.
 ///
-/// With the nominal position C0(t) and the axes R0 of a strip (along, left, up), corrections c and theta of splines, the
+/// With the nominal position C0(t) and the axes R0 of a strip (along, left, up), corrections c, theta of splines, the
 /// strip's time offset e and the boresight b, a point P has
 ///     u = (I - [b]x) (I - [theta(t)]x) R0^T (P - C0(t) - v e - c(t)),  x = -f u1 / u3, y = -f u2 / u3.
 /// A line's time is that at which the true P comes to its x; what is observed of x and y has noise of sigma pixels.

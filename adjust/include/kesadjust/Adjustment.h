@@ -20,7 +20,7 @@ struct AdjustmentOptions {
   int threads = 1;  ///< Results are the same for any number.
   int maxIterations = 50;
   /// An iteration is the last one when its step would lower the cost by less than this: a step of that many squared
-  /// standard deviations of all unknowns together.
+  /// standard deviations of all unknowns together. While gross errors are looked for, a millionth of the cost will do.
   double convergence = 1e-6;
   /// The loss of image points while gross errors are looked for; with `RobustLoss::Kind::squares` none are.
   RobustLoss loss{RobustLoss::Kind::cauchy, 2.5};

@@ -29,7 +29,7 @@ struct KESADJUST_EXPORT GaussMarkovPrior {
   /// The coefficients of a linear spline are those values. Those of a cubic one are not: the values are v = B c with
   /// rows (1, 4, 1) / 6, two fewer than coefficients. The second difference of the first and of the last three
   /// coefficients, h^2 times the second derivative at the ends, gets mean zero and the variance of the process's own
-  /// second difference, s^2 = sigma^2 (6 - 8 rho + 2 rho^2), independent of v. With E for both differences the precision
+  /// second difference, s^2 = sigma^2 (6 - 8 rho + 2 rho^2), independent of v. With E for the two differences, that
   /// of c is B^T P B + E^T E / s^2, of half bandwidth 3. B over E is regular, so that v keeps the covariance P^-1.
   ///
   /// Between nodes a spline is smoother than the process; the variance there is smaller than sigma^2.
@@ -41,7 +41,7 @@ struct KESADJUST_EXPORT GaussMarkovPrior {
 /// Errors of a class of navigation systems after post-processing with a reference station: orders of magnitude as the
 /// literature on direct georeferencing gives them (Skaloud 1999, PhD thesis, University of Calgary; Groves, Principles
 /// of GNSS, Inertial, and Multisensor Integrated Navigation Systems, 2013). The standard deviations that come with a
-/// trajectory are preferable where it has them. Correlation times: satellite positions err with troposphere, ambiguities
+/// trajectory are preferable where it has them. Correlation times: satellite positions err with troposphere, ambiguity
 /// and geometry over several minutes; roll and pitch are bounded by accelerations, heading by turns only.
 struct NavigationClass {
   std::string name;
