@@ -7,7 +7,7 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/kessensor")
 
 # Libraries and tool find each other by relative paths, so that the installed tree can be moved.
-set(libraries kesfiles kesplatform kessensor keshost kesgdal)
+set(libraries kesfiles kesplatform kessensor keshost kesadjust kesgdal)
 foreach(library IN LISTS libraries)
   if(NOT TARGET ${library})
     list(REMOVE_ITEM libraries ${library})
@@ -15,7 +15,7 @@ foreach(library IN LISTS libraries)
 endforeach()
 set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN")
 foreach(library IN LISTS libraries)
-  string(REGEX REPLACE "^kes(files|platform|host|gdal)$" "\\1" name ${library})
+  string(REGEX REPLACE "^kes(files|platform|host|adjust|gdal)$" "\\1" name ${library})
   set_target_properties(${library} PROPERTIES EXPORT_NAME ${name})
 endforeach()
 # Programs need the component "libraries" alone; the package for Python consists of it and "python".

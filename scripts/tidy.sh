@@ -42,6 +42,6 @@ export -f check fingerprint
 sources=("$@")
 if [ $# -eq 0 ]; then
   mapfile -t sources < <(git ls-files --cached --others --exclude-standard \
-    'files/*.cpp' 'platform/*.cpp' 'src/*.cpp' 'host/*.cpp' 'gdal/*.cpp')
+    'files/*.cpp' 'platform/*.cpp' 'src/*.cpp' 'host/*.cpp' 'adjust/*.cpp' 'gdal/*.cpp')
 fi
 printf '%s\0' "${sources[@]}" | xargs -0 -n 1 -P "$(nproc)" bash -euo pipefail -c 'check "$1"' check

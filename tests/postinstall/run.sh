@@ -23,7 +23,7 @@ cached() {
 exported() {
   nm -DC --defined-only "$1" | cut -d' ' -f3- |
     sed -E -e 's/^(vtable|typeinfo|typeinfo name|VTT|guard variable|construction vtable) for //' \
-      -e 's/^(non-virtual|virtual) thunk to //' -e 's/^[a-z][a-z ]* ((sensor|xmlFileData|kes|kesgdal|geo|dsm|raster|util|files)::)/\1/' |
+      -e 's/^(non-virtual|virtual) thunk to //' -e 's/^[a-z][a-z ]* ((sensor|xmlFileData|kes|kesadjust|kesgdal|geo|dsm|raster|util|files)::)/\1/' |
     grep -vE '^([a-z][a-z_ ]*[*&]* )?(std|__gnu_cxx|boost|Qt[A-Za-z]*|Q[A-Z][A-Za-z]*)(::|<|\()|^(decltype|operator)' |
     grep -vE '^(_init|_fini|_edata|_end|__bss_start|\.gomp_critical_user_.*|__(a|t|ub)san.*|__odr_asan.*|__covrec.*)$' |
     sed -E 's/^([A-Za-z_]+::[A-Za-z_0-9]+).*/\1/' | LC_ALL=C sort -u
@@ -66,6 +66,7 @@ echo "== run it"
 "$work/consumer/consumer" "$here/../data/strip-a"
 "$work/consumer/host_consumer" "$here/../data/strip-a"
 "$work/consumer/gdal_consumer" "$here/../data/strip-a"
+"$work/consumer/adjust_consumer"
 
 "$work/consumer/shadowing_consumer"
 
