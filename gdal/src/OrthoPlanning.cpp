@@ -147,6 +147,16 @@ void visitAll(std::vector<std::string> const& files, kes::StripOptions opening, 
   }
 }
 
+// A process keeps the cameras that it has read, whatever becomes of their files; others couldn't read them.
+void requireCameras(OrthoTiling::Data const& data) {
+  for (LaidStrip const& strip : data.layout.strips) {
+    if (!std::filesystem::is_directory(data.path(strip.cameraFolder))) {
+      throw std::runtime_error("strip " + strip.fileName + " has its camera from " + strip.cameraFolder +
+                               ", which is gone: plan in a new process");
+    }
+  }
+}
+
 kes::Surface surfaceOf(OrthoSource const& source) {
   return kes::Surface::raster(source.elevationModel, kes::Surface::VerticalDatum{source.vertical});
 }
@@ -162,6 +172,7 @@ OrthoTiling planOrthophoto(EachStrip const& strips, OrthoSource const& source, O
                          {},       std::filesystem::current_path().string(),
                          source,   layOut(strips, map, surface, plan, fileName),
                          {},       {}};
+  requireCameras(data);
   data.threads = plan.threads;
   data.memory = memoryOf(data.layout, surface);
   setImageCache(data, options.memory);

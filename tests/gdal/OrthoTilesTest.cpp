@@ -182,8 +182,7 @@ TEST(OrthoTiles, WithMoreThreadsThanTheBoundHasRoomForAreRefused) {
                  "2 threads exceed the memory of the plan, which was made for 1");
 }
 
-// None of the pixels that are asked for is seen.
-TEST(OrthoTiles, WithoutAnyPixelMakeNoFile) {
+TEST(OrthoTiles, WithoutAnyDataMakeTheFileOfOneProcess) {
   TiledFlights const flights;
   OrthoPlan plan = flights.first.plan();
   for (auto const* const flight : {&flights.first, &flights.second}) {
@@ -197,6 +196,30 @@ TEST(OrthoTiles, WithoutAnyPixelMakeNoFile) {
   kesgdal::makeTile(tiling, 0);
   flights.write(plan, flights.strips());
   EXPECT_TRUE(flights.finishedBytes(tiling) == test::contents(flights.output()));
+}
+
+// A corner of the box around a strip that lies askew.
+TEST(OrthoTiles, OfWhatNoImageSeesMakeNoFile) {
+  TiledFlights const flights;
+  OrthoPlan plan = flights.first.plan();
+  kesgdal::GeoTransform const place = flights.ortho(plan, flights.strips({&flights.first})).geoTransform;
+  plan.extent = kesgdal::Extent{{place[0], place[3] + 3.0 * place[5]}, {place[0] + 3.0 * place[1], place[3]}};
+  OrthoTiling const tiling = flights.planned(plan, {});
+  flights.makeAll(tiling);
+  EXPECT_MESSAGE(kesgdal::finishOrthophoto(tiling, flights.finished()),
+                 "no image shows anything of the part of the map that is asked for");
+  EXPECT_FALSE(fs::exists(flights.finished()));
+}
+
+// A process keeps the camera that it has read; other ones couldn't read it.
+TEST(OrthoTiles, OfACameraThatIsGoneAreNotPlanned) {
+  TiledFlights const flights;
+  std::string const strip = flights.source().strips.front();
+  std::string const camera = kes::Strip(strip, flights.first.opening()).camera().folder();
+  fs::rename(camera, camera + "-moved");
+  EXPECT_MESSAGE(flights.planned(flights.first.plan(), {}),
+                 "strip " + strip + " has its camera from " + camera + ", which is gone: plan in a new process");
+  EXPECT_FALSE(fs::exists(flights.manifest()));
 }
 
 }  // namespace
