@@ -32,7 +32,7 @@ class ClosureOfPixels {
 public:
   /// Adds the pixels that a band's image has in a tile, of a regular grid of 32 by 32 in the whole part.
   void add(kes::Band const& band, kes::CoordinateSystem const& map, kes::Surface const& surface, OrthoGrid const& grid,
-           CheckedPixels const& pixels);
+           CheckedPixels const& checked);
   void add(ClosureOfPixels const& other);
 
   std::uint64_t count() const { return mCount; }

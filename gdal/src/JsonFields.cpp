@@ -70,11 +70,11 @@ double JsonFields::number(char const* name) const {
   return result;
 }
 
-int JsonFields::asInt(char const* name, double number) const {
-  if (!isWhole(number) || std::abs(number) > std::numeric_limits<int>::max()) {
-    fail(name, "is no whole number");
+int JsonFields::asInt(char const* name, double value) const {
+  if (!isWhole(value) || std::abs(value) > std::numeric_limits<int>::max()) {
+    fail(name, "is no whole value");
   }
-  return static_cast<int>(number);
+  return static_cast<int>(value);
 }
 
 int JsonFields::integer(char const* name) const {

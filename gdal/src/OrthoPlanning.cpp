@@ -40,13 +40,13 @@ constexpr std::uint64_t leastWindow = 8 * mebibyte;
 constexpr double reachOfPixel = 4.0;  // of the widest interpolation, in steps
 
 std::uint64_t elevationBytes(kes::Surface const& surface) {
-  constexpr int tileCells = 128;
-  constexpr std::uint64_t tileBytes = 80 * 1024;
+  constexpr std::uint64_t tileCells = 128;
+  constexpr std::uint64_t tileBytes = std::uint64_t{80} * 1024;
   auto const* const raster = dynamic_cast<dsm::RasterElevationSource const*>(&surface.platform());
   if (raster == nullptr) {
     return 0;
   }
-  auto const tiles = [&](int cells) { return static_cast<std::uint64_t>(cells / tileCells + 1); };
+  auto const tiles = [&](int cells) { return static_cast<std::uint64_t>(cells) / tileCells + 1; };
   return std::min<std::uint64_t>(tiles(raster->grid().columns) * tiles(raster->grid().rows) * tileBytes,
                                  dsm::RasterElevationSource::DEFAULT_CACHE_SIZE);
 }

@@ -38,8 +38,6 @@ using detail::cross;
 using detail::Deviations;
 using detail::dot;
 using detail::Vector;
-using detail::operator+;
-using detail::operator-;
 using detail::operator*;
 
 using Cut = detail::CutOf<double, Vector>;

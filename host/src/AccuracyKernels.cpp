@@ -95,6 +95,7 @@ private:
   }
 
   // False where one of the lines of sight isn't there, or is beyond the ends of the sensor line.
+  // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): coordinates in their order
   HWY_INLINE Mask setMeasuring(RowsOf<Lanes>& rows, Lanes sample, Lanes line, Lanes height) {
     Lanes const sigma = same(mRun.imageSigma);
     CornersOf<Lanes> corners;

@@ -21,9 +21,6 @@ namespace {
 using detail::cross;
 using detail::dot;
 using detail::Vector;
-using detail::operator+;
-using detail::operator-;
-using detail::operator*;
 
 /// A place in a band's tables of lines and orientation.
 struct Moment {
