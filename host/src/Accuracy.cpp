@@ -38,7 +38,12 @@ using detail::cross;
 using detail::Deviations;
 using detail::dot;
 using detail::Vector;
+// clang-tidy 14 doesn't see where an operator is used.
+// NOLINTBEGIN(misc-unused-using-decls)
+using detail::operator+;
+using detail::operator-;
 using detail::operator*;
+// NOLINTEND(misc-unused-using-decls)
 
 using Cut = detail::CutOf<double, Vector>;
 using Place = detail::PlaceOf<double>;

@@ -21,6 +21,12 @@ namespace {
 using detail::cross;
 using detail::dot;
 using detail::Vector;
+// clang-tidy 14 doesn't see where an operator is used.
+// NOLINTBEGIN(misc-unused-using-decls)
+using detail::operator+;
+using detail::operator-;
+using detail::operator*;
+// NOLINTEND(misc-unused-using-decls)
 
 /// A place in a band's tables of lines and orientation.
 struct Moment {
