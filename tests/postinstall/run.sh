@@ -103,7 +103,7 @@ refused() {
 if [ -n "$(find "$prefix" -name kesgdal.pc)" ]; then
   echo "== build a host with pkg-config"
   export PKG_CONFIG_PATH="$libraries/pkgconfig"
-  [ "$(pkg-config --modversion kessensor keshost kesgdal | sort -u)" = "$(cached CMAKE_PROJECT_VERSION)" ]
+  [ "$(pkg-config --modversion kessensor keshost kesadjust kesgdal | sort -u)" = "$(cached CMAKE_PROJECT_VERSION)" ]
   for host in main:kessensor host:keshost gdal:kesgdal; do
     read -ra options < <(pkg-config --cflags --libs "${host#*:}")
     "$compiler" "${flags[@]}" -std=c++20 "$here/consumer/${host%:*}.cpp" -o "$work/plain" "${options[@]}" \
