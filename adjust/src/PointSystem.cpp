@@ -197,7 +197,7 @@ void PointSystem::addTo(BlockMatrix& matrix, std::span<double> gradient) {
   for (std::size_t i = 0; i < mCount; ++i) {
     addDirectTerms(mObservations[i], data);
   }
-  if (mHasPoint) {
+  if (mHasPoint && count > 0) {
     mY = mC.triangularView<Eigen::Lower>().solve(mW.transpose()).transpose();
     mGradient.noalias() -= mY * mReducedPointGradient;
     for (std::size_t a = 0; a < count; ++a) {

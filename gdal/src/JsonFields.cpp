@@ -72,7 +72,7 @@ double JsonFields::number(char const* name) const {
 
 int JsonFields::asInt(char const* name, double value) const {
   if (!isWhole(value) || std::abs(value) > std::numeric_limits<int>::max()) {
-    fail(name, "is no whole value");
+    fail(name, "is no whole number");
   }
   return static_cast<int>(value);
 }
