@@ -60,7 +60,7 @@ struct HeldParameter {
   std::string name;
   /// Posterior over prior standard deviation, of the parameter or the direction; infinity without a prior.
   double ratio;
-  /// Parameters that can't be told from it, the one with the largest part first; alone when it is weak itself.
+  /// Parameters that it can't be separated from, that with the largest part first; alone when it is weak itself.
   std::vector<std::string> direction;
 };
 
