@@ -15,6 +15,10 @@ from pathlib import Path
 from kessensor.cluster._worker import Record
 
 
+#: Seconds that a task hangs.
+DEAF = 20.0
+
+
 @dataclass(frozen=True)
 class Task:
     """Leaves a trace of each item in a folder, and behaves by name."""
@@ -41,7 +45,7 @@ class Task:
 
     def deaf(self, check: Callable[[], None]) -> None:
         """Hangs, and never checks."""
-        time.sleep(8)
+        time.sleep(DEAF)
 
     def slow(self, check: Callable[[], None]) -> None:
         """Takes too long, and checks."""
