@@ -79,3 +79,12 @@ if(KESSENSOR_PLATFORM STREQUAL "own")
     kes_pkg_config(kesgdal -lkesgdal "Orthophotos and footprints of kessensor" keshost)
   endif()
 endif()
+
+# An archive of the installed tree, which runs from anywhere.
+set(CPACK_GENERATOR TGZ)
+set(CPACK_PACKAGE_FILE_NAME "kessensor-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_CHECKSUM SHA256)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)

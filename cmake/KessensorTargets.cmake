@@ -98,10 +98,14 @@ endfunction()
 set(KESSENSOR_TEST_OPTIMISATION -O1 CACHE STRING "Level of optimisation of test programs in a release build")
 mark_as_advanced(KESSENSOR_TEST_OPTIMISATION)
 
-# kes_test(NAME SOURCES... [LIBRARIES target...]): a test program of a folder; each of its tests is a CTest entry with
-# the label NAME.
+option(KESSENSOR_TESTS_TOGETHER "Run the tests of a program in two processes, in place of one for each" OFF)
+mark_as_advanced(KESSENSOR_TESTS_TOGETHER)
+
+# kes_test(NAME SOURCES... [LIBRARIES target...] [APART]): a test program of a folder; each of its tests is a CTest entry
+# with the label NAME. With KESSENSOR_TESTS_TOGETHER its two halves are, unless its tests need processes of their own
+# (APART): most tests take less time than a process needs to start, above all with sanitizers.
 function(kes_test name)
-  cmake_parse_arguments(ARG "" "" "LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "APART" "" "LIBRARIES" ${ARGN})
   set(target kessensor_${name}_tests)
   add_executable(${target} ${ARG_UNPARSED_ARGUMENTS})
   kes_properties(${target})
@@ -114,5 +118,13 @@ function(kes_test name)
   if(KESSENSOR_LTO)
     target_link_options(${target} PRIVATE -fno-lto)
   endif()
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS ${name})
+  if(ARG_APART OR NOT KESSENSOR_TESTS_TOGETHER)
+    gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS ${name})
+    return()
+  endif()
+  foreach(half 0 1)
+    add_test(NAME ${name}.tests.${half} COMMAND ${target} --gtest_brief=1)
+    set_tests_properties(${name}.tests.${half} PROPERTIES LABELS ${name} TIMEOUT 1800 COST 200
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=2;GTEST_SHARD_INDEX=${half}")
+  endforeach()
 endfunction()

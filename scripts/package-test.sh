@@ -48,7 +48,7 @@ for test in "${tests[@]}"; do
     packages+=("${deb:+./}${deb:-$package}")
   done
   # Those that the wanted ones depend on.
-  mapfile -t own < <(cd "$root" && ls packages/libkes*[a-z]0_*.deb)
+  mapfile -t own < <(cd "$root" && ls packages/libkes*[a-z]1_*.deb)
   started=$SECONDS
   inside apt-get install -y -qq --no-install-recommends "${own[@]/#/./}" "${packages[@]}" >"$work/install.log" 2>&1 || {
     tail -20 "$work/install.log"

@@ -4,7 +4,7 @@
 #
 # run.sh BUILD_DIR: installs a finished build into a temporary folder, builds hosts against it, and runs them. The
 # hosts' build also compiles every installed header alone. Compares the names that each library exports with the
-# reviewed lists beside this script.
+# reviewed lists beside this script. Unpacks the archive elsewhere, and flies the flight of the packages' tests there.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -134,4 +134,20 @@ if [ -x "$prefix/bin/kes" ]; then
       exit 1
     }
   done
+fi
+
+echo "== pack it, and run it elsewhere"
+(cd "$build" && cpack -G TGZ -B "$work/archive" >"$work/pack.log") || {
+  cat "$work/pack.log"
+  exit 1
+}
+mkdir "$work/elsewhere"
+tar -xzf "$work"/archive/*.tar.gz -C "$work/elsewhere" --strip-components=1
+diff <(cd "$prefix" && find . -type f -o -type l | LC_ALL=C sort) \
+  <(cd "$work/elsewhere" && find . -type f -o -type l | LC_ALL=C sort)
+mv "$prefix" "$work/gone"
+modules=$(find "$work/elsewhere" -path '*/kessensor/__init__.py' -printf '%h/..')
+if [ -n "$modules" ]; then
+  (cd "$here/../.." && env PATH="$work/elsewhere/bin:$(dirname "$(cached Python3_EXECUTABLE)"):$PATH" \
+    PYTHONPATH="$modules" AUTOPKGTEST_TMP="$(mktemp -d -p "$work")" debian/tests/flight)
 fi
