@@ -11,7 +11,7 @@ packages=(
   qt6-base-dev qtbase5-dev libboost-dev libeigen3-dev libhwy-dev
   libproj-dev proj-data proj-bin libgdal-dev gdal-bin
   libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind python3 jq
-  abigail-tools man-db zsh fish
+  abigail-tools xz-utils man-db zsh fish
   python3-dev pybind11-dev python3-numpy python3-pytest python3-hypothesis python3-matplotlib python3-jsonschema mypy
   python3-dask python3-distributed
 )
