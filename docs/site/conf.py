@@ -1,0 +1,41 @@
+# SPDX-FileCopyrightText: 2026 The kessensor authors
+# SPDX-License-Identifier: MIT
+
+"""Configuration of the manual's site; scripts/docs.sh lays out its sources and says in the environment where the rest
+lies."""
+
+import os
+
+project = "kessensor"
+author = "The kessensor authors"
+copyright = "2026, the kessensor authors"  # noqa: A001
+release = version = os.environ["KESSENSOR_VERSION"]
+
+extensions = ["myst_parser", "sphinx.ext.mathjax", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
+myst_enable_extensions = ["deflist", "dollarmath"]
+myst_heading_anchors = 4
+nitpicky = False
+root_doc = "index"
+
+highlight_language = "none"
+
+autodoc_typehints = "none"
+autodoc_member_order = "groupwise"
+
+# Formulas are set in the browser, by a copy of MathJax beside the pages: no request leaves the site.
+mathjax_path = "mathjax/MathJax.js?config=TeX-AMS_CHTML"
+mathjax2_config = {
+    "tex2jax": {"inlineMath": [["\\(", "\\)"]], "displayMath": [["\\[", "\\]"]], "processClass": "math"},
+    "showMathMenu": False,
+    "messageStyle": "none",
+}
+myst_update_mathjax = False
+
+html_theme = "furo"
+html_title = f"kessensor {release}"
+html_static_path = ["_static", os.environ["KESSENSOR_DOCS_STATIC"]]
+html_css_files = ["manual.css"]
+html_copy_source = False
+html_show_sourcelink = False
+html_show_sphinx = False
+html_last_updated_fmt = None
