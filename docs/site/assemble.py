@@ -9,6 +9,7 @@ from the pages for man(1), and a page for each public C++ header.
 """
 
 import argparse
+import json
 import shutil
 from pathlib import Path
 
@@ -29,10 +30,6 @@ LIBRARIES = [
     ),
     ("Files and texts", "Library `kesfiles`.", "files/include/files"),
 ]
-
-
-def title_of(text, underline="="):
-    return f"{text}\n{underline * len(text)}\n\n"
 
 
 def write(path, text):
@@ -58,34 +55,51 @@ def copy_pages(root, out):
     copy(root / "docs/site/python.rst", out / "python.rst")
 
 
+# Pages that stand in a list of their own, and not in the navigation of all others, which would take long to make and to
+# read.
+OUTSIDE_NAVIGATION = "---\norphan: true\n---\n\n"
+
+
 def write_tool(manual, out):
-    pages = sorted(manual.glob("*.1"))
-    for page in pages:
-        write(out / "tool" / f"{page.stem}.md", man_pages.markdown(page.read_text(encoding="utf-8")))
-    index = title_of("The commands of kes") + (
-        "All options of each command, as ``kes COMMAND --help`` prints them. :doc:`The guide of the tool <../docs/kes>` "
-        "says what the commands do.\n\n.. toctree::\n   :maxdepth: 1\n\n"
+    index = (
+        "# The commands of kes\n\nAll options of each command, as `kes COMMAND --help` prints them. "
+        "[The guide of the tool](../docs/kes.md) says what the commands do.\n\n"
     )
-    write(out / "tool/index.rst", index + "".join(f"   {page.stem}\n" for page in pages))
+    for page in sorted(manual.glob("*.1")):
+        text = man_pages.markdown(page.read_text(encoding="utf-8"))
+        write(out / "tool" / page.with_suffix(".md").name, OUTSIDE_NAVIGATION + "[All commands](index.md)\n\n" + text)
+        indent = "  " * max(0, page.stem.count("-") - 1)
+        index += f"{indent}- [{page.stem.replace('-', ' ')}]({page.stem}.md): {man_pages.summary(text)}\n"
+    write(out / "tool/index.md", index)
 
 
 def write_headers(root, xml, out):
     headers = header_pages.Headers(xml)
-    index = title_of("C++") + (
-        "A page for each public header. :doc:`The guide <../docs/guide>` says which class is for what, and "
-        ":doc:`a page of its own <../docs/sensor>` has the traps of the sensor classes.\n\n"
+    index = (
+        "# C++\n\nA page for each public header. [The guide](../docs/guide.md) says which class is for what, and "
+        "[a page of its own](../docs/sensor.md) has the traps of the sensor classes.\n\n"
     )
     for title, what, folder in LIBRARIES:
-        index += title_of(title, "-") + what.replace("`", "``") + "\n\n.. toctree::\n   :maxdepth: 1\n\n"
+        index += f"## {title}\n\n{what}\n\n| header | |\n|---|---|\n"
         base = root / folder.partition("include")[0] / "include"
         for header in sorted((root / folder).rglob("*.h")):
             include = header.relative_to(base).as_posix()
             if text := headers.markdown(include, header.read_text(encoding="utf-8")):
-                page = include.removesuffix(".h")
-                index += f"   {page}\n"
-                write(out / "cpp" / f"{page}.md", text)
+                page = Path(include).with_suffix(".md")
+                up = "../" * (len(page.parts) - 1)
+                write(out / "cpp" / page, OUTSIDE_NAVIGATION + f"[All headers]({up}index.md)\n\n" + text)
+                names = ", ".join(f"`{name}`" for name in headers.names(include))
+                index += f"| [<{include}>]({page}) | {names} |\n"
         index += "\n"
-    write(out / "cpp/index.rst", index)
+    write(out / "cpp/index.md", index)
+
+
+def write_schemas(root, out):
+    text = "# JSON Schemas\n\nOf the output of `kes` with `--json`, and of the files that it writes in JSON.\n\n"
+    for schema in sorted((root / "docs/schema").glob("*.json")):
+        what = json.loads(schema.read_text(encoding="utf-8")).get("title", "")
+        text += f"- [{schema.name}](schema/{schema.name})" + (f": {what}" if what else "") + "\n"
+    write(out / "docs/schema.md", OUTSIDE_NAVIGATION + text)
 
 
 def main():
@@ -98,6 +112,7 @@ def main():
     copy_pages(options.root, options.out)
     write_tool(options.manual, options.out)
     write_headers(options.root, options.xml, options.out)
+    write_schemas(options.root, options.out)
 
 
 if __name__ == "__main__":

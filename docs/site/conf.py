@@ -39,3 +39,4 @@ html_copy_source = False
 html_show_sourcelink = False
 html_show_sphinx = False
 html_last_updated_fmt = None
+html_use_index = False

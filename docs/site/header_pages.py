@@ -35,6 +35,13 @@ class Headers:
     def _at(self, element):
         return self.headers.setdefault(element.find("location").get("file"), [])
 
+    def names(self, header):
+        """Of the outermost classes, enumerations and functions of a header, in its order."""
+        elements = sorted(self.headers.get(header, []), key=_line)
+        names = [element.findtext("compoundname") or element.findtext("name") for element in elements]
+        nested = {inner.text for element in elements for inner in element.findall("innerclass")}
+        return list(dict.fromkeys(name.rpartition("::")[2] for name in names if name not in nested))
+
     def markdown(self, header, text):
         """The page of a header, or nothing for one without declarations. `text` is the header's own."""
         names = self.headers.get(header, [])

@@ -13,6 +13,12 @@ def markdown(page):
     return _Page().read(page)
 
 
+def summary(text):
+    """The first sentence of a page's description in Markdown."""
+    description = text.partition("## Description")[2].strip().splitlines()[0]
+    return description.partition(". ")[0].rstrip(".")
+
+
 def _plain(text):
     """Escapes of troff become characters, and what Markdown would read as markup is escaped."""
     text = text.replace("\\(dq", '"').replace("\\&", "").replace("\\-", "-").replace("\\e", "\\")
