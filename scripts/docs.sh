@@ -40,4 +40,7 @@ export KESSENSOR_VERSION
 "$python" docs/site/assemble.py "$out/source" --root "$root" --manual "$out/man" --xml "$out/doxygen/xml"
 "$python" -m sphinx -q -W --keep-going -b html -c docs/site -d "$out/doctrees" "$out/source" "$out/html"
 rm -f "$out/html/.buildinfo" "$out/html/objects.inv"
+# Debian's style sheet of the theme asks the web server for this one.
+cp /usr/share/javascript/normalize.css/normalize.css "$out/html/_static/styles/"
+sed -i 's#/javascript/normalize.css/normalize.css#normalize.css#' "$out/html/_static/styles/furo.css"
 echo "$out/html/index.html"

@@ -14,13 +14,14 @@ release = version = os.environ["KESSENSOR_VERSION"]
 extensions = ["myst_parser", "sphinx.ext.mathjax", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
 myst_enable_extensions = ["deflist", "dollarmath"]
 myst_heading_anchors = 4
-nitpicky = False
 root_doc = "index"
 
 highlight_language = "none"
 
 autodoc_typehints = "none"
 autodoc_member_order = "groupwise"
+# What only kessensor.cluster imports need not be installed.
+autodoc_mock_imports = ["dask", "distributed"]
 
 # Formulas are set in the browser, by a copy of MathJax beside the pages: no request leaves the site.
 mathjax_path = "mathjax/MathJax.js?config=TeX-AMS_CHTML"
@@ -40,3 +41,4 @@ html_show_sourcelink = False
 html_show_sphinx = False
 html_last_updated_fmt = None
 html_use_index = False
+html_domain_indices = False

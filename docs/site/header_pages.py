@@ -116,7 +116,7 @@ def _members(members):
 
 
 def _code(declarations):
-    return "```cpp\n" + "\n".join(declarations) + "\n```"
+    return "```c++\n" + "\n".join(declarations) + "\n```"
 
 
 def _values(member):

@@ -176,7 +176,7 @@ def make_flight(options):
         "data": options.terrain.parent.parent,
         "demo-output": folder / "flight",
         "build/release/apps/kes/kes": options.tool,
-        "scripts": options.terrain.parents[2] / "scripts",
+        "scripts/examples": options.terrain.parents[2] / "scripts/examples",
     }.items():
         (folder / link).parent.mkdir(parents=True, exist_ok=True)
         (folder / link).symlink_to(target)
