@@ -5,6 +5,13 @@
 lies."""
 
 import os
+import sys
+from pathlib import Path
+
+import kessensor
+
+sys.path.insert(0, str(Path(__file__).parent))
+from stub_signatures import signatures  # noqa: E402
 
 project = "kessensor"
 author = "The kessensor authors"
@@ -15,6 +22,7 @@ extensions = ["myst_parser", "sphinx.ext.mathjax", "sphinx.ext.autodoc", "sphinx
 myst_enable_extensions = ["deflist", "dollarmath"]
 myst_heading_anchors = 4
 root_doc = "index"
+smartquotes = False  # of "--option" they would make a dash
 
 highlight_language = "none"
 
@@ -42,3 +50,16 @@ html_show_sphinx = False
 html_last_updated_fmt = None
 html_use_index = False
 html_domain_indices = False
+
+STUBS = signatures(Path(kessensor.__file__).parent / "_core.pyi")
+
+
+def signature_of_stub(app, what, name, item, options, signature, return_annotation):
+    """For what comes without one."""
+    if signature in (None, "()", "(*args, **kwargs)"):
+        return STUBS.get(name.removeprefix("kessensor."), (signature, return_annotation))
+    return None
+
+
+def setup(app):
+    app.connect("autodoc-process-signature", signature_of_stub)
