@@ -2,10 +2,10 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 #
-# docs.sh [BUILD [OUT]]: builds the manual as a site of static pages, OUT/html/index.html (OUT is build/docs without it).
-# Installs what is missing, and builds the tool and the Python package, whose help is a part of it; those of the folder
-# BUILD are taken as they are instead, and nothing is installed. A warning of Sphinx or Doxygen is an error. Nothing is
-# downloaded, and no page needs the network. With SOURCE_DATE_EPOCH, the same sources give the same bytes.
+# docs.sh [BUILD [OUT]]: builds the manual as a site of static pages, OUT/html/index.html (OUT is build/docs if it isn't
+# given). Installs what is missing, and builds the tool and the Python package, whose help is a part of it. With a folder
+# BUILD, it takes those that were built there, and installs nothing. A warning of Sphinx or Doxygen is an error. No page
+# needs the network, and the same sources give the same bytes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -29,8 +29,8 @@ EOF
 # The parts of MathJax that pages of TeX formulas ask for.
 mathjax=/usr/share/javascript/mathjax
 mkdir -p "$out/static/mathjax"
-(cd "$mathjax" && cp -RL --parents MathJax.js config/TeX-AMS_CHTML.js extensions/*.js extensions/TeX extensions/HTML-CSS \
-  jax/element jax/input/TeX jax/output/CommonHTML fonts/HTML-CSS/TeX/woff "$out/static/mathjax")
+(cd "$mathjax" && cp -RL --parents MathJax.js config/TeX-AMS_CHTML.js extensions/*.js extensions/TeX \
+  extensions/HTML-CSS jax/element jax/input/TeX jax/output/CommonHTML fonts/HTML-CSS/TeX/woff "$out/static/mathjax")
 
 python=${PYTHON:-/usr/bin/python3}
 export PYTHONDONTWRITEBYTECODE=1 PYTHONHASHSEED=0 PYTHONPATH=$build/python

@@ -120,7 +120,11 @@ def frames():
     drawing.text((middle[0] + 12, middle[1] - 6), "(x, y, −f)", INK, italic=True)
 
     # The camera's axes.
-    for axis, name, offset in ((0, "x along the flight", (4, 20)), (1, "y along the line", (-6, -8)), (2, "z up, against the view", (-10, 10))):
+    for axis, name, offset in (
+        (0, "x along the flight", (4, 20)),
+        (1, "y along the line", (-6, -8)),
+        (2, "z up, against the view", (-10, 10)),
+    ):
         end = centre + 0.62 * turn[:, axis]
         drawing.path([place(centre), place(end)], GOLD, 2.5, arrow="end")
         spot = place(end)
@@ -131,7 +135,11 @@ def frames():
 
     # The local system.
     anchor = np.array([-1.0, 0.0, 0.0])
-    for axis, name, offset in (((0.7, 0, 0), "x east", (6, 16)), ((0, 0.7, 0), "y north", (-10, -6)), ((0, 0, 0.62), "z up", (8, 6))):
+    for axis, name, offset in (
+        ((0.7, 0, 0), "x east", (6, 16)),
+        ((0, 0.7, 0), "y north", (-10, -6)),
+        ((0, 0, 0.62), "z up", (8, 6)),
+    ):
         end = anchor + np.array(axis)
         drawing.path([place(anchor), place(end)], INK, 2.5, arrow="end")
         spot = place(end)
@@ -154,7 +162,8 @@ def focal_plane():
     def place(x, y):
         return origin[0] - scale * y, origin[1] - scale * x
 
-    drawing.path([place(-0.0195, 0.046), place(0.038, 0.046), place(0.038, -0.046), place(-0.0195, -0.046)], FAINT, 1.0, "#f6f8fa", closed=True)
+    frame = [place(-0.0195, 0.046), place(0.038, 0.046), place(0.038, -0.046), place(-0.0195, -0.046)]
+    drawing.path(frame, FAINT, 1.0, "#f6f8fa", closed=True)
     for name, look in LOOKS.items():
         tangent = np.tan(np.radians(look))
         y = np.linspace(-HALF_LINE, HALF_LINE, 41)
@@ -209,7 +218,8 @@ def timing():
     for line in range(4):
         centre = line + 0.5 - 0.5 * integration
         drawing.path([(at(line), top + 78), (at(line), row - 8)], FAINT, 1.0, dash="3 3")
-        drawing.path([(at(centre - 0.5 * integration), row), (at(centre + 0.5 * integration), row)], BLUE, 12.0, opacity=0.25)
+        exposure = [(at(centre - 0.5 * integration), row), (at(centre + 0.5 * integration), row)]
+        drawing.path(exposure, BLUE, 12.0, opacity=0.25)
         drawing.dot((at(centre), row), BLUE, 5)
     drawing.path([(at(0.5 - integration), row + 24), (at(0.5), row + 24)], BLUE, 1.2, arrow="both")
     drawing.text((at(0.5 - 0.5 * integration), row + 44), "integration time e", BLUE, "middle", 14)
@@ -219,11 +229,13 @@ def timing():
 
     # Records of the orientation.
     row = top + 222
-    drawing.text((24, row - 18), "records of the orientation; in between, position and quaternion are linear", INK, size=14)
+    words = "records of the orientation; in between, position and quaternion are linear"
+    drawing.text((24, row - 18), words, INK, size=14)
     for record in np.arange(-0.3, 3.7, 0.47):
         drawing.path([(at(record), row - 7), (at(record), row + 7)], GOLD, 2.0)
     drawing.path([(60, row), (850, row)], GOLD, 1.2)
-    drawing.text((24, row + 40), "What the line itself looks at stays in its place: x moves by the pixel size times d in the focal plane.", SOFT, size=14)
+    words = "What the line itself looks at stays in its place: x moves by the pixel size times d in the focal plane."
+    drawing.text((24, row + 40), words, SOFT, size=14)
     return drawing
 
 
@@ -268,7 +280,8 @@ def heights():
     drawing.text((60, terrain(60.0) - 10), "terrain", INK, size=14)
     drawing.text((700, geoid(700.0) - 10), "geoid", GREEN, size=14)
     drawing.text((24, 34), "h = H + N", INK, size=17, italic=True)
-    drawing.text((24, 58), "h above the ellipsoid, H above the geoid, N the geoid's own height: tens of metres", SOFT, size=14)
+    words = "h above the ellipsoid, H above the geoid, N the geoid's own height: tens of metres"
+    drawing.text((24, 58), words, SOFT, size=14)
     return drawing
 
 

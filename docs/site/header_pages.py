@@ -211,7 +211,8 @@ def _block(element):
     if element.tag == "verbatim":
         return "```text\n" + "\n".join(line.removeprefix("///") for line in element.text.splitlines()) + "\n```"
     if element.tag == "table":
-        rows = [" | ".join(" ".join(_block(block) for block in entry) for entry in row) for row in element.findall("row")]
+        entries = [[" ".join(_block(block) for block in entry) for entry in row] for row in element.findall("row")]
+        rows = [" | ".join(row) for row in entries]
         columns = len(element.find("row"))
         return "\n".join([f"| {rows[0]} |", "|" + "---|" * columns, *(f"| {row} |" for row in rows[1:])])
     raise ValueError(f"element {element.tag} of a comment isn't known")

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""The pages that `kes manual` writes, as Markdown. Only the requests that it uses are known; another one is an error."""
+"""The pages that `kes manual` writes, as Markdown. Only the requests that it uses are known; others are an error."""
 
 import re
 

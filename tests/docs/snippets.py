@@ -125,8 +125,10 @@ def snippets_of(page, languages):
     ):
         sys.exit(f"{page}: a block or the comment of one isn't written as this script reads it")
     common = [line for lines in BEFORE_EACH.findall(text) for line in lines.splitlines()]
-    for block, following in zip(blocks, [*blocks[1:], None]):
+    for before, block, following in zip([None, *blocks], blocks, [*blocks[1:], None]):
         if is_output(block):
+            if before is None or before[3] not in ("sh", "python") or before[1] == "build":
+                sys.exit(f"{page}: a block of text is the output of nothing that is run")
             continue
         lines = (block[2] or "").splitlines()
         yield Snippet(
@@ -187,11 +189,11 @@ def make_flight(options):
 
 def folder_of_page(options):
     """A new folder with links to all that `make_flight` made."""
-    folder = options.work / "run"
+    folder = (options.work / "run").absolute()
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     for made in options.folder.iterdir():
-        (folder / made.name).symlink_to(made)
+        (folder / made.name).symlink_to(made.absolute())
     return folder
 
 
@@ -244,16 +246,13 @@ def run_commands(snippet, options):
     if snippet.what == "build":
         return done(["bash", "-n", "-c", snippet.text]) and commands_exist(snippet.text, options.root)
     where = {"cwd": options.folder, "env": environment_of(options)}
-    return (not snippet.setup or done(["bash", "-euo", "pipefail", "-c", "\n".join(snippet.setup)], **where)) and prints(
-        ["bash", "-euo", "pipefail", "-c", snippet.text], snippet.output, **where
-    )
+    if snippet.setup and not done(["bash", "-euo", "pipefail", "-c", "\n".join(snippet.setup)], **where):
+        return False
+    return prints(["bash", "-euo", "pipefail", "-c", snippet.text], snippet.output, **where)
 
 
 def compare_output(snippet, options):
     """A block of output with the commands in its comment."""
-    if snippet.what != "output":
-        print(snippet.place, "shows the output of nothing")
-        return False
     command = ["bash", "-uo", "pipefail", "-c", "\n".join(snippet.setup)]
     return prints(command, snippet.text, fails=True, cwd=options.folder, env=environment_of(options))
 
@@ -270,7 +269,7 @@ def check_synopsis(snippet, options):
         known = set(re.findall(r"(?<![\w-])--?[a-z][\w-]*", result.stdout))
         missing = set(re.findall(r"(?<![\w-])--?[a-z][\w-]*", synopsis)) - known
         if result.returncode != 0 or command[:1] != ["kes"] or missing:
-            print(*command, "has no", *sorted(missing))
+            print(*command, *(["has no", *sorted(missing)] if result.returncode == 0 else ["isn't a command"]))
             good = False
     return good
 
