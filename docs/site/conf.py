@@ -15,7 +15,7 @@ from stub_signatures import signatures  # noqa: E402
 
 project = "kessensor"
 author = "The kessensor authors"
-copyright = "2026, the kessensor authors"  # noqa: A001
+copyright = "the kessensor authors"  # noqa: A001
 release = version = os.environ["KESSENSOR_VERSION"]
 
 extensions = ["myst_parser", "sphinx.ext.mathjax", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
