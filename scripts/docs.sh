@@ -17,7 +17,7 @@ build=$(realpath "${1:-build/release}")
 mkdir -p "${2:-build/docs}"
 out=$(realpath "${2:-build/docs}")
 
-rm -rf "$out/man" "$out/doxygen" "$out/static" "$out/html"
+rm -rf "$out"/{man,doxygen,static,source,doctrees,html}
 "$build/apps/kes/kes" manual "$out/man"
 
 mkdir -p "$out/doxygen"

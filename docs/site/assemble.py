@@ -33,16 +33,13 @@ LIBRARIES = [
 
 
 def write(path, text):
-    """Writes a source, unless it is the same: what doesn't change isn't built again."""
     path.parent.mkdir(parents=True, exist_ok=True)
-    if not path.is_file() or path.read_text(encoding="utf-8") != text:
-        path.write_text(text, encoding="utf-8")
+    path.write_text(text, encoding="utf-8")
 
 
 def copy(source, target):
     target.parent.mkdir(parents=True, exist_ok=True)
-    if not target.is_file() or target.read_bytes() != source.read_bytes():
-        shutil.copyfile(source, target)
+    shutil.copyfile(source, target)
 
 
 def copy_pages(root, out):

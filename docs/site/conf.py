@@ -26,6 +26,7 @@ smartquotes = False  # of "--option" they would make a dash
 
 highlight_language = "none"
 
+napoleon_use_ivar = True
 autodoc_typehints = "none"
 autodoc_member_order = "groupwise"
 # What only kessensor.cluster imports need not be installed.
@@ -56,10 +57,16 @@ STUBS = signatures(Path(kessensor.__file__).parent / "_core.pyi")
 
 def signature_of_stub(app, what, name, item, options, signature, return_annotation):
     """For what comes without one."""
-    if signature in (None, "()", "(*args, **kwargs)"):
+    if not signature:
         return STUBS.get(name.removeprefix("kessensor."), (signature, return_annotation))
     return None
 
 
+def without_alias(app, what, name, item, options, lines):
+    """What Python says of each field of a named tuple says nothing."""
+    lines[:] = [line for line in lines if not line.startswith("Alias for field number")]
+
+
 def setup(app):
     app.connect("autodoc-process-signature", signature_of_stub)
+    app.connect("autodoc-process-docstring", without_alias)

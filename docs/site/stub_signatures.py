@@ -13,7 +13,8 @@ def _signature(function):
         arguments.args = arguments.args[1:]
     for argument in [*arguments.args, *arguments.kwonlyargs]:
         argument.annotation = None
-    return f"({ast.unparse(arguments).replace('=...', '=…')})", ast.unparse(function.returns)
+    result = None if function.name == "__init__" else ast.unparse(function.returns)
+    return f"({ast.unparse(arguments).replace('=...', '=…')})", result
 
 
 def signatures(stub):
