@@ -10,13 +10,15 @@ from the pages for man(1), and a page for each public C++ header.
 
 import argparse
 import json
+import re
 import shutil
 from pathlib import Path
 
 import header_pages
 import man_pages
 
-PAGES = ["SECURITY.md", "CHANGELOG.md", "docs", "scripts/examples"]
+PAGES = ["SECURITY.md", "CHANGELOG.md", "docs"]
+LINK = re.compile(r"\]\(\s*([^)\s#:]+)")
 LIBRARIES = [
     ("The front door", "Library `keshost`, target `kessensor::host`.", "host/include/kes"),
     ("Orthophotos and footprints", "Library `kesgdal`, target `kessensor::gdal`.", "gdal/include/kesgdal"),
@@ -42,12 +44,22 @@ def copy(source, target):
     shutil.copyfile(source, target)
 
 
+def copy_linked_files(page, root, out):
+    """Files of the tree that a page links to and that aren't pages, such as scripts: readers download them."""
+    for link in LINK.findall(page.read_text(encoding="utf-8")):
+        target = (page.parent / link).resolve()
+        if target.is_file() and root in target.parents and target.suffix != ".md":
+            copy(target, out / target.relative_to(root))
+
+
 def copy_pages(root, out):
     for name in PAGES:
         page = root / name
         for file in [page] if page.is_file() else sorted(page.rglob("*")):
             if file.is_file() and root / "docs/site" not in file.parents and file.name != "Doxyfile":
                 copy(file, out / file.relative_to(root))
+                if file.suffix == ".md":
+                    copy_linked_files(file, root, out)
     copy(root / "docs/site/index.rst", out / "index.rst")
     copy(root / "docs/site/python.rst", out / "python.rst")
 
