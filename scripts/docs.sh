@@ -2,10 +2,10 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 #
-# docs.sh [BUILD [OUT]]: builds the manual as a site of static pages, OUT/html/index.html (OUT is build/docs if it isn't
-# given). Installs what is missing, and builds the tool and the Python package, whose help is a part of it. With a folder
+# docs.sh [BUILD [OUT]]: builds the manual as a site of static pages, OUT/html/index.html; OUT is build/docs by default.
+# Installs what is missing, and builds the tool and the Python package, whose help is a part of the site. With a folder
 # BUILD, it takes those that were built there, and installs nothing. A warning of Sphinx or Doxygen is an error. No page
-# needs the network, and the same sources give the same bytes.
+# needs the network, and the same sources lead to the same bytes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD

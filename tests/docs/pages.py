@@ -191,7 +191,11 @@ OUTPUT_DIRECTORY = {folder}
             stub.write_text(STUB, encoding="utf-8")
             self.assertEqual(
                 stub_signatures.signatures(stub),
-                {"Band": ("(file)", None), "Band.gsd": ("(samples, *, threads=…)", "Sampling"), "count": ("()", "int")},
+                {
+                    "Band": ("(file)", None),
+                    "Band.gsd": ("(samples, *, threads=…)", "Sampling"),
+                    "count": ("()", "int"),
+                },
             )
 
 
