@@ -2,8 +2,9 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 #
-# deps.sh [packages]: installs the Debian packages that the build, the tests, the benchmarks and the demo need, as far as
-# they are missing; also what makes packages of our own, if asked. On a system without apt, prints the list and succeeds.
+# deps.sh [packages|docs]: installs the Debian packages that the build, the tests, the benchmarks and the demo need, as
+# far as they are missing; also what makes packages of our own, or the manual, if asked. On a system without apt, prints
+# the list and succeeds.
 set -euo pipefail
 
 packages=(
@@ -15,9 +16,10 @@ packages=(
   python3-dev pybind11-dev python3-numpy python3-pytest python3-hypothesis python3-matplotlib python3-jsonschema mypy
   python3-dask python3-distributed
 )
-if [ "${1:-}" = packages ]; then
-  packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap)
-fi
+case "${1:-}" in
+  packages) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap) ;;
+  docs) packages+=(python3-sphinx python3-myst-parser furo libjs-mathjax doxygen) ;;
+esac
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
   echo "This system has no apt. Please see to these packages (Debian's names):"

@@ -4,8 +4,9 @@
 
 """snippets.py MODE PAGE...: builds the fenced blocks of the documentation's pages, and runs them.
 
-Modes: `flight` makes a folder to run in; `programs` takes the blocks of C++, Python and shell commands; `projects`
-those of CMake, as projects that find the installed package; `names` looks for the tests that the pages name.
+Modes: `flight` makes a folder to run in; `programs` takes the blocks of C++, Python and shell commands, the output that
+is shown, and the synopses of commands; `projects` those of CMake, as projects that find the installed package; `names`
+looks for the tests that the pages name.
 
 A block may have an HTML comment directly above it:
 
@@ -22,10 +23,16 @@ those with includes of their own. Includes come first. A block with
 includes of its own gets no others; the rest get all of the library. Of shell commands, `build` checks the syntax and
 that the programs exist. For CMake, `build` configures only.
 
-Programs run in a folder with a simulated flight: see `make_flight`.
+A block of `text` right after one of commands or Python is what that prints on standard output, to the letter; `...`
+stands for anything. With a comment `snippet: output`, it is what the commands in the comment print, even if they fail.
+A block without a language is a synopsis: the tool must have its commands and options.
+
+Programs run in a folder with a simulated flight (see `make_flight`), each page in one of its own that has links to all
+in it.
 """
 
 import argparse
+import itertools
 import os
 import re
 import shlex
@@ -36,7 +43,7 @@ from pathlib import Path
 from typing import NamedTuple
 
 BLOCK = re.compile(
-    r"(?:^<!-- snippet: ([^\n]*?)(?: -->|\n(.*?)^-->)\n)?^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL
+    r"(?:^<!-- snippet: ([^\n]*?)(?: -->|\n(.*?)^-->)\n)?^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL
 )
 BEFORE_EACH = re.compile(r"^<!-- before each block\n(.*?)^-->$", re.MULTILINE | re.DOTALL)
 TEST_NAME = re.compile(r"`([A-Z]\w+)\.([A-Z]\w+)`")
@@ -94,6 +101,7 @@ class Snippet(NamedTuple):
     setup: list[str]
     conditions: list[str]
     thrown: str
+    output: str | None  # that is shown
 
     @property
     def name(self):
@@ -104,6 +112,11 @@ def values(lines, key):
     return [line.removeprefix(key).strip() for line in lines if line.startswith(key)]
 
 
+def is_output(block):
+    """Whether a block shows what the one before it prints."""
+    return block[3] == "text" and block[1] is None
+
+
 def snippets_of(page, languages):
     text = page.read_text(encoding="utf-8")
     blocks = list(BLOCK.finditer(text))
@@ -112,7 +125,11 @@ def snippets_of(page, languages):
     ):
         sys.exit(f"{page}: a block or the comment of one isn't written as this script reads it")
     common = [line for lines in BEFORE_EACH.findall(text) for line in lines.splitlines()]
-    for block in blocks:
+    for before, block, following in zip([None, *blocks], blocks, [*blocks[1:], None]):
+        if is_output(block):
+            if before is None or before[3] not in ("sh", "python") or before[1] == "build":
+                sys.exit(f"{page}: a block of text is the output of nothing that is run")
+            continue
         lines = (block[2] or "").splitlines()
         yield Snippet(
             place=f"{page.name}:{text.count(chr(10), 0, block.start(4))}",
@@ -123,6 +140,7 @@ def snippets_of(page, languages):
             setup=[line for line in lines if not line.startswith(("expect:", "throws:"))],
             conditions=values(lines, "expect:"),
             thrown="".join(values(lines, "throws:")),
+            output=following[4] if following is not None and is_output(following) else None,
         )
         if block[3] not in languages:
             sys.exit(f"{page}: nothing is known of blocks in {block[3]}")
@@ -133,6 +151,19 @@ def done(command, **options):
     if result.returncode != 0:
         print(shlex.join(map(str, command)), result.stdout, result.stderr, sep="\n")
     return result.returncode == 0
+
+
+def prints(command, expected, fails=False, **options):
+    """Whether a command prints what is expected on standard output; all the same without an expectation."""
+    if expected is None:
+        return done(command, **options)
+    result = subprocess.run(command, capture_output=True, text=True, errors="replace", check=False, **options)
+    shown = [line.rstrip() for line in result.stdout.splitlines()]
+    pattern = ".*?".join(map(re.escape, expected.rstrip("\n").split("...")))
+    good = re.fullmatch(pattern, "\n".join(shown), re.DOTALL) and (fails or result.returncode == 0)
+    if not good:
+        print(shlex.join(map(str, command)), result.stdout, result.stderr, "expected:", expected, sep="\n")
+    return bool(good)
 
 
 def make_flight(options):
@@ -147,12 +178,23 @@ def make_flight(options):
         "data": options.terrain.parent.parent,
         "demo-output": folder / "flight",
         "build/release/apps/kes/kes": options.tool,
+        "scripts/examples": options.terrain.parents[2] / "scripts/examples",
     }.items():
         (folder / link).parent.mkdir(parents=True, exist_ok=True)
         (folder / link).symlink_to(target)
     simulate = "simulate flight --dem terrain.tif --lines 1300 --samples 6100 --render PANN00A"
     block = "block create valley.blf flight/strip.stp --crs EPSG:32616 --dem terrain.tif"
     return all(done([options.tool, *words.split()], cwd=folder) for words in (simulate, block))
+
+
+def folder_of_page(options):
+    """A new folder with links to all that `make_flight` made."""
+    folder = (options.work / "run").absolute()
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    for made in options.folder.iterdir():
+        (folder / made.name).symlink_to(made.absolute())
+    return folder
 
 
 def is_include(line):
@@ -194,11 +236,42 @@ def commands_exist(text, root):
     return not missing
 
 
+def environment_of(options, **more):
+    """With the tool in the path."""
+    path = f"{options.folder / 'build/release/apps/kes'}:{os.environ['PATH']}"
+    return {**os.environ, "PATH": path, **more}
+
+
 def run_commands(snippet, options):
-    script = "\n".join([*snippet.setup, snippet.text])
     if snippet.what == "build":
-        return done(["bash", "-n", "-c", script]) and commands_exist(snippet.text, options.root)
-    return done(["bash", "-euo", "pipefail", "-c", script], cwd=options.folder)
+        return done(["bash", "-n", "-c", snippet.text]) and commands_exist(snippet.text, options.root)
+    where = {"cwd": options.folder, "env": environment_of(options)}
+    if snippet.setup and not done(["bash", "-euo", "pipefail", "-c", "\n".join(snippet.setup)], **where):
+        return False
+    return prints(["bash", "-euo", "pipefail", "-c", snippet.text], snippet.output, **where)
+
+
+def compare_output(snippet, options):
+    """A block of output with the commands in its comment."""
+    command = ["bash", "-uo", "pipefail", "-c", "\n".join(snippet.setup)]
+    return prints(command, snippet.text, fails=True, cwd=options.folder, env=environment_of(options))
+
+
+def check_synopsis(snippet, options):
+    """Whether the tool has the commands and options of a synopsis, whose lines go on where they are indented."""
+    good = True
+    for synopsis in re.split(r"\n(?! )", snippet.text.strip()):
+        words = synopsis.split()
+        command = list(itertools.takewhile(re.compile(r"[a-z]+").fullmatch, words))
+        result = subprocess.run(
+            [*command, "--help"], capture_output=True, text=True, check=False, env=environment_of(options)
+        )
+        known = set(re.findall(r"(?<![\w-])--?[a-z][\w-]*", result.stdout))
+        missing = set(re.findall(r"(?<![\w-])--?[a-z][\w-]*", synopsis)) - known
+        if result.returncode != 0 or command[:1] != ["kes"] or missing:
+            print(*command, *(["has no", *sorted(missing)] if result.returncode == 0 else ["isn't a command"]))
+            good = False
+    return good
 
 
 def configure_and_build(snippet, options):
@@ -231,12 +304,18 @@ def run_python(snippet, options):
     if not options.python:
         compile(script, snippet.place, "exec")
         return True
-    environment = {**os.environ, "PYTHONPATH": str(options.python), "PYTHONDONTWRITEBYTECODE": "1"}
-    return done([sys.executable, "-c", script], cwd=options.folder, env=environment)
+    environment = environment_of(options, PYTHONPATH=str(options.python), PYTHONDONTWRITEBYTECODE="1")
+    return prints([sys.executable, "-c", script], snippet.output, cwd=options.folder, env=environment)
 
 
 WAYS = {
-    "programs": {"cpp": build_and_run, "sh": run_commands, "python": run_python},
+    "programs": {
+        "cpp": build_and_run,
+        "sh": run_commands,
+        "python": run_python,
+        "text": compare_output,
+        "": check_synopsis,
+    },
     "projects": {"cmake": configure_and_build},
 }
 
@@ -260,6 +339,8 @@ def main():
     if options.mode == "names":
         return 0 if all(tests_exist(page, options.root) for page in options.pages) else 1
     options.work.mkdir(parents=True, exist_ok=True)
+    if options.mode == "programs":
+        options.folder = folder_of_page(options)
     languages = {language for ways in WAYS.values() for language in ways}
     failed = 0
     for page in options.pages:

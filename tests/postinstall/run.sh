@@ -71,7 +71,7 @@ echo "== run it"
 "$work/consumer/shadowing_consumer"
 
 echo "== build the projects of the documentation"
-python3 "$here/../docs/snippets.py" projects "$here"/../../{README,docs/guide,docs/tutorial}.md --root "$here/../.." \
+python3 "$here/../docs/snippets.py" projects "$here"/../../{README,docs/guide,docs/start,docs/tutorial}.md --root "$here/../.." \
   --work "$work/projects" --configure="-DCMAKE_PREFIX_PATH=$prefix -DCMAKE_CXX_COMPILER=$(cached CMAKE_CXX_COMPILER) \
   -DCMAKE_CXX_COMPILER_LAUNCHER=$(cached KESSENSOR_CCACHE | grep -v NOTFOUND || true) \
   -DKESSENSOR_QT_VERSION=$(cached KESSENSOR_QT_VERSION)"
