@@ -16,9 +16,10 @@ packages=(
   python3-dev pybind11-dev python3-numpy python3-pytest python3-hypothesis python3-matplotlib python3-jsonschema mypy
   python3-dask python3-distributed
 )
+docs=(python3-sphinx python3-myst-parser furo libjs-mathjax doxygen)
 case "${1:-}" in
-  packages) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap) ;;
-  docs) packages+=(python3-sphinx python3-myst-parser furo libjs-mathjax doxygen) ;;
+  packages) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap "${docs[@]}") ;;
+  docs) packages+=("${docs[@]}") ;;
 esac
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then

@@ -72,8 +72,8 @@ public:
   /// many have a result. Throws std::invalid_argument "spans differ in size" (spans of outputs may be empty), and
   /// std::runtime_error when an elevation model can't be read.
   ///
-  /// Precise results close to 1e-6 lines and samples. On a surface, the height is that of the surface to 1 mm. In
-  /// another system than the local one, a height that was asked for is met to a micrometre.
+  /// Precise results close to 1e-6 lines and samples in the local system. On a surface, the height is that of the
+  /// surface to 1 mm. In another system than the local one, a height that was asked for is met to a micrometre.
   std::size_t toGround(std::span<geo::XYPoint const> image, ToGroundOptions const& options,
                        std::span<geo::XYZPoint> ground, std::span<Status> status) const;
   /// Projects ground positions to the image, likewise.
