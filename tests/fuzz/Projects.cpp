@@ -59,8 +59,8 @@ void project(KESStripModel const& model, int band) {
   auto const width = static_cast<double>(model.imageWidth(band));
   auto const height = static_cast<double>(model.imageHeight(band));
   std::vector<geo::XYZPoint> grounds;
-  for (geo::XYPoint const& image : {geo::XYPoint{0.0, 0.0}, geo::XYPoint{width / 2, height / 2},
-                                    geo::XYPoint{width - 1, height - 1}, geo::XYPoint{-1e6, 1e6}}) {
+  for (geo::XYPoint const& image :
+       {geo::XYPoint{0.0, 0.0}, geo::XYPoint{width / 2, height - 1}, geo::XYPoint{-1e6, 1e6}}) {
     geo::XYZPoint ground;
     geo::XYPoint back;
     model.imageToLsr(image, 15.0F, band, ground);
@@ -71,11 +71,11 @@ void project(KESStripModel const& model, int band) {
     model.zenith(image, band);
     grounds.push_back(ground);
   }
+  // The form for four lanes takes four points.
   grounds.push_back({std::nan(""), 0.0, 0.0});
-  std::vector<geo::XYPoint> images;
+  std::vector<geo::XYPoint> images(grounds.size());
   model.lsrToImage(grounds, band, images);
   model.lsrToImageSSE(grounds, band, images);
-  require(images.size() == grounds.size(), "an image point for each point on the ground");
   model.lookAngle(band);
   model.gsd(band);
   model.scale(band);
