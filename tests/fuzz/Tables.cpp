@@ -106,12 +106,19 @@ bool isBlank(Fields const& fields) {
   return fields.size() == 1 && fields.front().find_first_not_of(" \t\r\n") == std::string::npos;
 }
 
+/// A carriage return before a line feed is dropped, also within quotes.
+bool losesReturns(Fields const& fields) {
+  return std::any_of(fields.begin(), fields.end(),
+                     [](std::string const& field) { return field.find("\r\n") != std::string::npos; });
+}
+
 /// A table whose text, with commas, isn't taken for another one: the marks of encodings are bytes like any others in the
 /// middle of a table.
 bool canBeWritten(std::vector<Fields> const& rows) {
   std::string const first = rows.front().front().substr(0, 2);
   bool const beginsWithMark = first == "\xEF\xBB" || first == "\xFF\xFE" || first == "\xFE\xFF";
-  return !beginsWithMark && std::none_of(rows.begin(), rows.end(), isBlank);
+  return !beginsWithMark && std::none_of(rows.begin(), rows.end(), isBlank) &&
+         std::none_of(rows.begin(), rows.end(), losesReturns);
 }
 
 }  // namespace
