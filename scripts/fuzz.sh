@@ -8,7 +8,7 @@
 # next run goes on.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-seconds=$1
+seconds=${1:?usage: fuzz.sh SECONDS [KIND...]}
 shift
 kinds=("$@")
 [ $# -gt 0 ] || mapfile -t kinds < <(ls tests/fuzz/corpus)
@@ -34,7 +34,7 @@ run() {
   [ ! -e "tests/fuzz/dictionaries/$kind.dict" ] || cat "tests/fuzz/dictionaries/$kind.dict" >> "$TMPDIR/$kind.dict"
   touch "$TMPDIR/$kind.start"
   TMPDIR=$TMPDIR/$kind "$PROGRAM" "--kind=$kind" "-max_total_time=$SHARE" -timeout=5 -rss_limit_mb=1024 \
-    -malloc_limit_mb=64 -max_len=8192 "-dict=$TMPDIR/$kind.dict" "-artifact_prefix=$findings/" -print_final_stats=1 \
+    -malloc_limit_mb=16 -max_len=8192 "-dict=$TMPDIR/$kind.dict" "-artifact_prefix=$findings/" -print_final_stats=1 \
     "build/fuzz/corpus/$kind" "tests/fuzz/corpus/$kind" > "$log" 2>&1 || status=$?
   local executions coverage new
   executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")

@@ -44,7 +44,8 @@ bool isAllowed(std::string const& definition) {
       "|\\+proj=(utm|longlat|tmerc|merc|lcc|stere|laea|geocent)( "
       "\\+(zone|lat_0|lon_0|lat_1|lat_2|k|x_0|y_0)=-?[0-9.]{1,9})*"
       "( \\+south)?( \\+(datum=WGS84|ellps=GRS80))?( \\+units=(m|us-ft|km))?( \\+no_defs)? \\+type=crs)\\s*");
-  return std::regex_match(definition, allowed);
+  // The matching takes stack for each character.
+  return definition.size() < 256 && std::regex_match(definition, allowed);
 }
 
 void transform(geo::coordSys const& system) {
