@@ -38,6 +38,11 @@ public:
     return flight;
   }
   TempFolder const& folder() const { return mFolder; }
+  /// Forgets where the block file of another run has cameras.
+  void resetSearchPaths() const {
+    sensor::CameraFactory::instance()->clearSearchPaths();
+    sensor::CameraFactory::instance()->addSearchPath(mFolder / "calibration");
+  }
 
 private:
   Flight() {
@@ -47,7 +52,6 @@ private:
     mFolder.file("line.it", std::string("\0\0\0\0\xC4\x09\0\0\x02\0\0\0\xD0\x07\0\0", 16));
     mFolder.file("line.tdi", std::string("\0\0\0\0\x01\x03\0\0\0\x04", 10));
     mFolder.file("controls.gpt", "\"A\" 1 2 3 0.1 0.1 0.1 1\n");
-    sensor::CameraFactory::instance()->addSearchPath(mFolder / "calibration");
   }
 
   TempFolder mFolder;
@@ -134,6 +138,7 @@ struct Block final : sensor::BlockModelData {
 }  // namespace
 
 void strip(std::string_view bytes) {
+  Flight::instance().resetSearchPaths();
   TempFolder const& folder = Flight::instance().folder();
   TempFolder const outputs;
   std::string const name = folder.file("strip.stp", bytes);
@@ -154,8 +159,8 @@ void block(std::string_view bytes) {
   if (!hasCodesAlone(text)) {
     return;
   }
-  Flight const& flight = Flight::instance();
-  TempFolder const& folder = flight.folder();
+  Flight::instance().resetSearchPaths();
+  TempFolder const& folder = Flight::instance().folder();
   folder.file("strip.stp", test::SmallStrip().text());
   std::string const name = folder.file("block.blf", text);
   std::unique_ptr<Block> block;
