@@ -29,17 +29,18 @@ trap 'rm -rf "$TMPDIR"' EXIT
 
 run() {
   local kind=$1 log=build/fuzz/logs/$1.log findings=$PWD/build/fuzz/findings/$1 status=0
-  mkdir -p build/fuzz/logs "build/fuzz/corpus/$kind" "$findings" "$TMPDIR/$kind"
-  cat tests/fuzz/dictionaries/common.dict > "$TMPDIR/$kind.dict"
-  [ ! -e "tests/fuzz/dictionaries/$kind.dict" ] || cat "tests/fuzz/dictionaries/$kind.dict" >> "$TMPDIR/$kind.dict"
-  touch "$TMPDIR/$kind.start"
-  TMPDIR=$TMPDIR/$kind "$PROGRAM" "--kind=$kind" "-max_total_time=$SHARE" -timeout=5 -rss_limit_mb=1024 \
-    -malloc_limit_mb=16 -max_len=8192 "-dict=$TMPDIR/$kind.dict" "-artifact_prefix=$findings/" -print_final_stats=1 \
+  local scratch=$TMPDIR/$1
+  mkdir -p build/fuzz/logs "build/fuzz/corpus/$kind" "$findings" "$scratch"
+  cat tests/fuzz/dictionaries/common.dict > "$scratch.dict"
+  [ ! -e "tests/fuzz/dictionaries/$kind.dict" ] || cat "tests/fuzz/dictionaries/$kind.dict" >> "$scratch.dict"
+  touch "$scratch.start"
+  TMPDIR=$scratch "$PROGRAM" "--kind=$kind" "-max_total_time=$SHARE" -timeout=5 -rss_limit_mb=1024 \
+    -malloc_limit_mb=16 -max_len=8192 "-dict=$scratch.dict" "-artifact_prefix=$findings/" -print_final_stats=1 \
     "build/fuzz/corpus/$kind" "tests/fuzz/corpus/$kind" > "$log" 2>&1 || status=$?
   local executions coverage new
   executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
   coverage=$(sed -n 's/.* cov: \([0-9]*\) .*/\1/p' "$log" | tail -n 1)
-  new=$(find "$findings" -type f -newer "$TMPDIR/$kind.start" | wc -l)
+  new=$(find "$findings" -type f -newer "$scratch.start" | wc -l)
   [ "$status" -eq 0 ] || new=$((new > 0 ? new : 1))
   printf '%-18s %12s %14s %9s %9s\n' "$kind" "${executions:-?}" \
     "$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")" "${coverage:-?}" "$new"
