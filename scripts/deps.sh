@@ -8,7 +8,7 @@
 set -euo pipefail
 
 packages=(
-  g++ clang clang-format clang-tidy libomp-dev cmake ninja-build ccache git pkg-config
+  g++ clang libclang-rt-14-dev clang-format clang-tidy libomp-dev cmake ninja-build ccache git pkg-config
   qt6-base-dev qtbase5-dev libboost-dev libeigen3-dev libhwy-dev
   libproj-dev proj-data proj-bin libgdal-dev gdal-bin
   libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev valgrind python3 jq

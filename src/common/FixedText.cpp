@@ -5,6 +5,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 
 namespace sensor {
@@ -18,6 +19,11 @@ constexpr int maxSize = std::numeric_limits<double>::max_exponent10 + 3 + maxDec
 }  // namespace
 
 void appendFixed(std::string& text, double value, int decimals) {
+  // No reader knows the sign that a NaN may have: the result of 0 / 0 has one.
+  if (std::isnan(value)) {
+    text += "nan";
+    return;
+  }
   std::array<char, maxSize> digits{};
   auto const result =
       std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, decimals);

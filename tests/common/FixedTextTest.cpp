@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <locale>
@@ -52,6 +53,10 @@ TEST(FixedText, LargestNumbersAndThoseThatAreNoneHaveRoom) {
   EXPECT_EQ(fixedText(infinity, 5), "inf");
   EXPECT_EQ(fixedText(-infinity, 5), "-inf");
   EXPECT_EQ(fixedText(std::numeric_limits<double>::quiet_NaN(), 5), "nan");
+}
+
+TEST(FixedText, NanHasNoSign) {
+  EXPECT_EQ(fixedText(std::copysign(std::numeric_limits<double>::quiet_NaN(), -1.0), 5), "nan");
 }
 
 TEST(FixedText, TextIsAddedToWhatIsThere) {

@@ -4,6 +4,8 @@
 #include "EopStore.h"
 #include "timing/Attitude.h"
 
+#include <cmath>
+#include <limits>
 #include <locale>
 
 namespace {
@@ -252,6 +254,18 @@ TEST(EOPDataWrite, StoreThatWasWrittenLoadsAgain) {
   EOPData again(folder / "a.eop", false);
   again.loadData(false);
   EXPECT_EQ(again.numSets(), 2);
+}
+
+TEST(EOPDataWrite, AnchorThatIsNotANumberReadsBackAsSuch) {
+  test::TempFolder const folder;
+  double const nan = std::copysign(std::numeric_limits<double>::quiet_NaN(), -1.0);
+  EOPData eop = source();
+  eop.setAnchorPoint({nan, 0.75, nan});
+  eop.write(folder / "a.eop", 0);
+  EOPData const again(folder / "a.eop");
+  EXPECT_TRUE(std::isnan(again.anchorPoint().x));
+  EXPECT_EQ(again.anchorPoint().y, 0.75);
+  EXPECT_TRUE(std::isnan(again.anchorPoint().z));
 }
 
 TEST(EOPDataWrite, LopFileHasSixDoublesARecord) {
