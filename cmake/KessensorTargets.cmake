@@ -3,7 +3,10 @@
 
 # The properties that all targets share, and functions for the two most frequent kinds of target.
 
-# kes_properties(TARGET): language level, warnings, floating-point rules, sanitizers.
+# Counts the runs of each line and branch as the source has them; threads count together.
+set(KESSENSOR_COUNTERS -O0 --coverage -fprofile-update=atomic)
+
+# kes_properties(TARGET): language level, warnings, floating-point rules, sanitizers, counters.
 function(kes_properties target)
   target_compile_features(${target} PUBLIC cxx_std_17 PRIVATE cxx_std_20)
   set_target_properties(${target} PROPERTIES
@@ -27,6 +30,13 @@ function(kes_properties target)
     target_compile_options(${target} PRIVATE -fsanitize=${KESSENSOR_SANITIZE} -fno-omit-frame-pointer
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${KESSENSOR_SANITIZE})
+  endif()
+  if(KESSENSOR_COVERAGE)
+    target_link_options(${target} PRIVATE --coverage)
+    # The tests themselves aren't measured.
+    if(NOT target MATCHES "_tests$|_test_support$")
+      target_compile_options(${target} PRIVATE ${KESSENSOR_COUNTERS})
+    endif()
   endif()
 endfunction()
 
@@ -114,6 +124,13 @@ function(kes_test name)
   target_compile_options(${target} PRIVATE
     $<$<CONFIG:Release>:${KESSENSOR_TEST_OPTIMISATION}> $<$<CONFIG:RelWithDebInfo>:-O0>)
   target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES} kessensor_test_support)
+  if(KESSENSOR_COVERAGE)
+    # Sources of a library or the tool that the tests compile anew.
+    set(measured ${ARG_UNPARSED_ARGUMENTS})
+    list(FILTER measured INCLUDE REGEX "^${PROJECT_SOURCE_DIR}/")
+    list(FILTER measured EXCLUDE REGEX "^${PROJECT_SOURCE_DIR}/tests/")
+    set_property(SOURCE ${measured} APPEND PROPERTY COMPILE_OPTIONS ${KESSENSOR_COUNTERS})
+  endif()
   # Otherwise the linker would optimise across the folders again for each test program, which takes minutes.
   if(KESSENSOR_LTO)
     target_link_options(${target} PRIVATE -fno-lto)

@@ -84,7 +84,7 @@ private:
     if (level > mostPlainLevels || !take("<") || !name(element.name) || !attributes(element)) {
       return false;
     }
-    return take("/>") || (take(">") && content(element, level) && endTag(element.name));
+    return take("/>") || (take(">") && content(element, level) && restOfEndTag(element.name));
   }
 
   bool attributes(XmlElement& element) {
@@ -113,8 +113,9 @@ private:
     return false;
   }
 
+  // Ends after the "</" of the parent's end tag.
   bool content(XmlElement& parent, int level) {
-    for (skipBlanks(); !mRest.starts_with("</"); skipBlanks()) {
+    for (skipBlanks(); !take("</"); skipBlanks()) {
       if (!element(parent.children.emplace_back(), level + 1)) {
         return false;
       }
@@ -122,8 +123,8 @@ private:
     return true;
   }
 
-  bool endTag(std::string const& name) {
-    bool const isHere = take("</") && take(name);
+  bool restOfEndTag(std::string const& name) {
+    bool const isHere = take(name);
     skipBlanks();
     return isHere && take(">");
   }

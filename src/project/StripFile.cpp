@@ -87,9 +87,6 @@ void readCalibration(XmlElement const& element, StripDescription& strip) {
 
 void readEOP(XmlElement const& element, StripDescription& strip) {
   strip.originalEOPFileName = resolved(element.text(stripFile::fileName), strip.folder);
-  if (strip.originalEOPFileName.empty()) {
-    throw std::runtime_error("Element \"eop\" is empty!");
-  }
   strip.adjustedEOPFileName.clear();
   if (!trimmedText(element, stripFile::adjustedFileName).empty()) {
     strip.adjustedEOPFileName = resolved(element.text(stripFile::adjustedFileName), strip.folder);
@@ -119,7 +116,7 @@ void requireCompleteness(StripDescription const& strip) {
   if (strip.images.empty()) {
     throw std::runtime_error("Strip contains no usable images/");
   }
-  if (strip.cameraVersion.empty() || strip.sensorId.empty()) {
+  if (strip.cameraVersion.empty()) {
     throw std::runtime_error("Missing element: \"Calibration\"");
   }
   if (strip.rawDataLocation.empty()) {

@@ -196,7 +196,8 @@ void SerializerCameraKesV1Cam::readCam(std::string const& fileName, CalibrationG
   geometry->setFileName(fileName);
   radiometry->setFileName(fileName);
   QString const first = nextLine(rest);
-  if (!first.startsWith(fromUtf8(CAM_FILE_ID)) && !first.startsWith(fromUtf8(CAM_FILE_ID_OLD))) {
+  auto const isFirst = [&first](std::string const& id) { return first.startsWith(fromUtf8(id)); };
+  if (!isFirst(CAM_FILE_ID) && !isFirst(CAM_FILE_ID_OLD)) {
     throw std::runtime_error("Not a valid calibration, missing \"" + CAM_FILE_ID + "\" or \"" + CAM_FILE_ID_OLD +
                              "\" keyword in " + fileName);
   }

@@ -36,6 +36,10 @@ bool GuardedText::atEnd() const {
   return endsEarly() || mRead == mBytes.size();
 }
 
+bool GuardedText::endsEarly() const {
+  return !mRefusal.isEmpty() && mRead == mChecked;
+}
+
 // Of a text that isn't harmless, the longest harmless start is looked for by halving.
 void GuardedText::check(qint64 size) {
   mRefusal = refusalOf(mBytes, size);

@@ -22,7 +22,7 @@ public:
   bool checkAll();
 
   /// Whether reading has come to a place where the text may not be read on.
-  bool endsEarly() const { return !mRefusal.isEmpty() && mRead == mChecked; }
+  bool endsEarly() const;
   /// Why the text ends early; empty as long as the text was found harmless.
   QString const& refusal() const { return mRefusal; }
 

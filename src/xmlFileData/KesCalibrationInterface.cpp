@@ -48,8 +48,7 @@ Data& loaded(std::unique_ptr<Data> const& data) {
 }
 
 bool copyFile(QString const& source, QString const& target) {
-  sensor::InputFile file(source.toStdString());
-  auto const contents = file.isOpen() ? file.readAll() : std::nullopt;
+  auto const contents = sensor::InputFile(source.toStdString()).readAll();
   return contents &&
          files::replaceFile(target.toStdString(), {contents->constData(), static_cast<std::size_t>(contents->size())});
 }

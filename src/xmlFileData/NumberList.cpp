@@ -39,7 +39,7 @@ bool isOfNumber(char16_t c) {
 std::optional<double> wordNumber(std::u16string_view word) {
   std::array<char, maxPlainSize> text;
   if (word.size() > text.size() || !std::all_of(word.begin(), word.end(), isOfNumber) || !isDigit(word.back()) ||
-      !isDigit(word[word.size() > 1 && word.front() == u'-' ? 1 : 0])) {
+      !isDigit(word[word.front() == u'-' ? 1 : 0])) {
     return std::nullopt;
   }
   std::transform(word.begin(), word.end(), text.begin(), [](char16_t c) { return static_cast<char>(c); });

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "support/FailingReads.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
@@ -94,6 +95,35 @@ TEST(SerializerMisalignmentV1Dat, CommentsAloneAreNotValid) {
   test::TempFolder const folder;
   for (char const* text : {"# one", "# one\n", "#\n#\n", "#"}) {
     EXPECT_MESSAGE(readText(folder, text), "Not a valid misalignment file: " + (folder / "misalignment.dat"));
+  }
+}
+
+// Comments and numbers before, at and after the 64 KiB that are read at once.
+TEST(SerializerMisalignmentV1Dat, CommentsMayBeLongerThanAnyPiece) {
+  test::TempFolder const folder;
+  for (std::size_t const size : {65534, 65535, 65536, 65537, 200000}) {
+    std::string const comment = "#" + std::string(size - 2, 'c') + "\n";
+    EXPECT_EQ(readText(folder, comment + "1 2 3 4 5 6\n").kappa(), 5.0) << size;
+    EXPECT_EQ(readText(folder, comment + comment + "1 2 3 4 5 6\n").omega(), 1.0) << size;
+    EXPECT_MESSAGE(readText(folder, comment), "Not a valid misalignment file: " + (folder / "misalignment.dat"));
+  }
+}
+
+// The line is cut where its sixth number could go on.
+TEST(SerializerMisalignmentV1Dat, LineOfNumbersThatIsLongerThanAPieceIsQuoted) {
+  test::TempFolder const folder;
+  std::string const line = std::string(65536 - 11, ' ') + "1 2 3 4 5 6";
+  EXPECT_MESSAGE(readText(folder, line + "0\n"),
+                 "Parse error in file: " + (folder / "misalignment.dat") + "(" + line + ")");
+  EXPECT_EQ(readText(folder, line.substr(1) + "\n").stdDevKappa(), 6.0);
+}
+
+TEST(SerializerMisalignmentV1Dat, FileThatCantBeReadIsNotValid) {
+  test::TempFolder const folder;
+  std::string const name = folder.file("m", "# a comment\n1 2 3 4 5 6\n");
+  for (int const good : {0, 1}) {
+    test::FailingReads const badDisk(good);
+    EXPECT_MESSAGE(Misalignment{SerializerMisalignmentV1Dat(name)}, "Not a valid misalignment file: " + name);
   }
 }
 

@@ -191,6 +191,17 @@ TEST_F(XmlCameraFactory, QuickLookNeedsMisalignmentAndAWholeCreation) {
   }
 }
 
+// A creation with a date, then one without; only after them comes the misalignment.
+TEST_F(XmlCameraFactory, QuickLookKeepsACreationWhenALaterOneHasNoDate) {
+  std::string const creation = mFiles.geometry.substr(
+      mFiles.geometry.find("<Creation"), mFiles.geometry.find("</Creation>") + 11 - mFiles.geometry.find("<Creation"));
+  mFiles.geometry = with(mFiles.geometry, creation,
+                         creation + "<Creation Name=\"\" Location=\"no\" Environment=\"no\" Remark=\"no\"><DateTime "
+                                    "Date=\"20101301\" Time=\"000000\"/></Creation>");
+  write();
+  EXPECT_EQ(quickInfo().creationInfo, "Made in Works, Bench (first)");
+}
+
 TEST_F(XmlCameraFactory, QuickLookTakesTheNextDateBehindACreation) {
   mFiles.geometry = with(XmlFolder().geometry, "<DateTime Type=\"UTC\" Date=\"20100312\" Time=\"141530\"/></Creation>",
                          "</Creation><x><DateTime Date=\"20110101\" Time=\"000001\"/></x>");

@@ -3,6 +3,7 @@
 
 #include "common/InputFile.h"
 
+#include "support/ResourceLimit.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -103,6 +104,17 @@ TEST_F(InputFileTest, WhatIsNoRegularFileCannotBeOpened) {
     char byte = 'x';
     EXPECT_FALSE(file.read(0, &byte, 1)) << name;
   }
+}
+
+TEST_F(InputFileTest, FileThatTheSystemDoesNotOpenHasNoBytes) {
+  std::string const name = digits();
+  test::ResourceLimit const noMoreFiles(RLIMIT_NOFILE, 0);
+  InputFile file(name);
+  EXPECT_FALSE(file.isOpen());
+  EXPECT_EQ(file.size(), 0);
+  char byte = 'x';
+  EXPECT_FALSE(file.read(0, &byte, 1));
+  EXPECT_EQ(byte, 'x');
 }
 
 TEST_F(InputFileTest, FileThatShrinksAfterOpeningIsReadOnlyWhereItStillIs) {

@@ -3,6 +3,7 @@
 
 #include "common/TextLines.h"
 
+#include "support/ResourceLimit.h"
 #include "support/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -93,6 +94,16 @@ TEST_F(TextLinesTest, TextOfWideCharactersAboveTheSizeOfAProjectFileIsRefused) {
   std::filesystem::resize_file(name, std::uintmax_t{256} << 20);
   EXPECT_TRUE(TextLines(name).isOpen());
 }
+
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(TextLinesTest, TextOfWideCharactersThatTheMemoryDoesNotHoldIsRefused) {
+  std::string const name = folder.file("f", utf16(u"a", false));
+  std::filesystem::resize_file(name, std::uintmax_t{200} << 20);
+  auto const limit = test::memoryLimit(rlim_t{64} << 20);
+  TextLines lines(name);
+  EXPECT_FALSE(lines.isOpen());
+}
+#endif
 
 // Pieces of 256 KiB are read: lines that end before, at and behind the end of a piece, and across several.
 TEST_F(TextLinesTest, MayLieAcrossThePiecesOfTheFile) {

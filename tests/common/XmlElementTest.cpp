@@ -6,6 +6,7 @@
 #include "common/InputFile.h"
 #include "common/QtText.h"
 #include "common/XmlDocument.h"
+#include "support/FailingReads.h"
 #include "support/TempFolder.h"
 
 #include <QDomDocument>
@@ -90,8 +91,12 @@ TEST(XmlElement, WhatIsNotPlainIsLeftToTheDocumentModel) {
   for (std::string const text : {"",
                                  "  ",
                                  "a",
+                                 "<",
                                  "<a",
+                                 "<a ",
+                                 "<a b=\"1\" ",
                                  "<a>",
+                                 "<a></",
                                  "<a></b>",
                                  "<a/><b/>",
                                  "<a b=1/>",
@@ -181,6 +186,8 @@ TEST(XmlElement, FilesAreReadAsTheirText) {
   EXPECT_EQ(read("<a b=\"Z\xC3\xBCrich\"/>"), "<a b=[Z\xC3\xBCrich]></>");
   EXPECT_EQ(read("<?xml version=\"1.0\" encoding=\"iso-8859-1\"?><a b=\"Z\xFCrich\"/>"), "<a b=[Z\xC3\xBCrich]></>");
   EXPECT_EQ(read("<!DOCTYPE a><a/>"), "(document type declarations are not accepted)");
+  test::FailingReads const badDisk(0);
+  EXPECT_EQ(read("<a/>"), "(the file can't be read)");
 }
 
 }  // namespace

@@ -145,6 +145,11 @@ TEST(XmlMarkup, WideTextIsReadCharacterByCharacter) {
   EXPECT_EQ(nodes(wide(QByteArray("<\0!-- a='1' -->", 15), false, true)), 1);
 }
 
+TEST(XmlMarkup, HalfACharacterIsNoMarkup) {
+  EXPECT_EQ(nodes(QByteArray(1, '\0')), 0);
+  EXPECT_EQ(refusal(QByteArray(1, '\0')), "");
+}
+
 TEST(XmlMarkup, MoreNodesThanAsked) {
   EXPECT_EQ(sensor::xmlMarkupRefusal(QByteArray("<a b='c'/>"), 2), QString());
   EXPECT_EQ(sensor::xmlMarkupRefusal(QByteArray("<a b='c'/>"), 1).toStdString(),

@@ -3,6 +3,7 @@
 
 #include "files/FileReplacement.h"
 
+#include "support/ResourceLimit.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -135,6 +136,26 @@ TEST_F(FileReplacementTest, PlaceThatIsNoFileIsRefused) {
   EXPECT_TRUE(fs::is_symlink(folder / "link"));
   EXPECT_EQ(test::entryCount(inner), 0);
   EXPECT_EQ(test::entryCount(folder.path()), 3);
+}
+
+TEST_F(FileReplacementTest, PlaceThatBecameAFolderMeanwhileStays) {
+  FileReplacement file(name);
+  file.write("new");
+  folder.folder("file");
+  EXPECT_FALSE(file.commit());
+  EXPECT_TRUE(fs::is_empty(name));
+}
+
+// The file is closed before it is renamed, by way of another number of it.
+TEST_F(FileReplacementTest, ProcessWithTooManyOpenFilesKeepsTheOldOne) {
+  folder.file("file", "old");
+  FileReplacement file(name);
+  file.write("new");
+  {
+    test::ResourceLimit const noMoreFiles(RLIMIT_NOFILE, 0);
+    EXPECT_FALSE(file.commit());
+  }
+  EXPECT_EQ(test::contents(name), "old");
 }
 
 TEST_F(FileReplacementTest, FileThatMayNotBeWrittenStays) {

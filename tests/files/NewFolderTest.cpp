@@ -39,6 +39,15 @@ TEST_F(NewFolderTest, AppearsAsAWhole) {
   EXPECT_EQ(test::entryCount(folder.path()), 1);
 }
 
+TEST_F(NewFolderTest, KeepsLinksAndPipes) {
+  NewFolder output(name);
+  fs::create_symlink("nowhere", output.path() + "/link");
+  ASSERT_EQ(mkfifo((output.path() + "/pipe").c_str(), 0600), 0);
+  output.keep();
+  EXPECT_EQ(fs::read_symlink(name + "/link"), "nowhere");
+  EXPECT_TRUE(fs::is_fifo(name + "/pipe"));
+}
+
 TEST_F(NewFolderTest, WithoutKeepNothingHappened) {
   {
     NewFolder const output(name);
@@ -128,6 +137,21 @@ TEST_F(NewFolderTest, WhatAppearsMeanwhileStays) {
   folder.file("out/precious", "text");
   EXPECT_EQ(messageOf([&] { output.keep(); }), "can't make folder " + name + ": Directory not empty");
   EXPECT_EQ(test::contents(name + "/precious"), "text");
+}
+
+TEST_F(NewFolderTest, RootIsNoNewFolder) {
+  EXPECT_EQ(messageOf([] { NewFolder const output("/"); }), "can't make folder /: No such file or directory");
+}
+
+TEST_F(NewFolderTest, PermissionsThatCantBeKeptAreReported) {
+  folder.folder("out");
+  NewFolder output(name);
+  std::string message;
+  {
+    Interposed const system([](std::string const& function) { return function == "fchmod" ? EPERM : 0; });
+    message = messageOf([&] { output.keep(); });
+  }
+  EXPECT_EQ(message, "can't make folder " + name + ": Operation not permitted");
 }
 
 // Two files, an inner folder and the folder are synced, then it is renamed, and the folder around is synced.

@@ -91,6 +91,16 @@ TEST_F(WorkFolderTest, PlaceThatIsNoFileIsRefused) {
   EXPECT_EQ(test::entryCount(folder.path()), 2);
 }
 
+TEST_F(WorkFolderTest, PlaceThatCantBeReachedIsRefused) {
+  std::string const below = folder.file("plain", "") + "/file";
+  EXPECT_EQ(messageOf([&] { WorkFolder const work(below); }), "can't write " + below + ": Not a directory");
+  std::string const loop = folder / "a";
+  fs::create_symlink("b", loop);
+  fs::create_symlink("a", folder / "b");
+  EXPECT_EQ(messageOf([&] { WorkFolder const work(loop); }),
+            "can't write " + loop + ": Too many levels of symbolic links");
+}
+
 TEST_F(WorkFolderTest, PlaceThatBecameAFolderMeanwhileIsRefused) {
   WorkFolder const work(name);
   EXPECT_TRUE(files::replaceFile(work / "a", "new"));
@@ -151,6 +161,18 @@ TEST_F(WorkFolderTest, FolderThatASweepRemovedBeforeItsLockIsReplacedByAnother) 
   WorkFolder const work(name);
   EXPECT_EQ(opened, 2);
   EXPECT_TRUE(fs::is_directory(fs::path(work / "a").parent_path()));
+}
+
+TEST_F(WorkFolderTest, SystemThatTakesEveryNameForUsedIsAskedAHundredTimes) {
+  int calls = 0;
+  std::string message;
+  {
+    Interposed const system(
+        [&](std::string const& function) { return function == "mkdir" && ++calls > 0 ? EEXIST : 0; });
+    message = messageOf([&] { WorkFolder const work(name); });
+  }
+  EXPECT_EQ(message, "can't write " + name + ": File exists");
+  EXPECT_EQ(calls, 100);
 }
 
 TEST_F(WorkFolderTest, DiskWithoutRoomIsReported) {

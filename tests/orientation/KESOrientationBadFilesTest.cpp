@@ -3,6 +3,8 @@
 
 #include "OdfFiles.h"
 #include "OdfStore.h"
+#include "support/FailingReads.h"
+#include "support/ResourceLimit.h"
 #include "support/TempFolder.h"
 
 #include <algorithm>
@@ -40,11 +42,22 @@ TEST_F(KESOrientationBadFiles, WhatIsNoFileCantBeLoaded) {
   }
 }
 
-TEST_F(KESOrientationBadFiles, MissingFileLeavesTheStore) {
+TEST_F(KESOrientationBadFiles, FileThatIsMissingOrCantBeReadLeavesTheStore) {
   ASSERT_EQ(read(OdfFile().bytes()), 0);
   EXPECT_EQ(mStore.read(mFolder / "none.odf"), 1);
   EXPECT_EQ(mStore.stripName(), "line7");
   EXPECT_EQ(mStore.numSets(), 4);
+  test::FailingReads const badDisk(0);
+  EXPECT_EQ(mStore.read(mFolder / "a.odf"), 1);
+  EXPECT_EQ(mStore.stripName(), "line7");
+  EXPECT_EQ(mStore.numSets(), 4);
+}
+
+TEST_F(KESOrientationBadFiles, RecordsThatCantBeReadAreZeroed) {
+  std::string const name = mFolder.file("a.odf", OdfFile().bytes());
+  test::FailingReads const badDisk(1);
+  EXPECT_EQ(mStore.read(name), 1);
+  expectZeroedRecords(4);
 }
 
 TEST_F(KESOrientationBadFiles, FileWithFewerRecordsCantBeLoaded) {
@@ -144,6 +157,17 @@ TEST_F(KESOrientationBadFiles, RecordsThatAreThereMayTakeMoreThanSixtyFourMebiby
   EXPECT_EQ(mStore.read(name), 1);
   EXPECT_EQ(mStore.numSets(), 0);
 }
+
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(KESOrientationBadFiles, RecordsThatTheMemoryDoesNotHoldAreNone) {
+  constexpr int count = (400 << 20) / 40;
+  std::string const name = mFolder.file("a.odf", OdfFile().with(176, std::to_string(count)).header());
+  std::filesystem::resize_file(name, 512 + std::uintmax_t{40} * count);
+  auto const limit = test::memoryLimit(rlim_t{100} << 20);
+  EXPECT_EQ(mStore.read(name), 1);
+  EXPECT_EQ(mStore.numSets(), 0);
+}
+#endif
 
 // Ends of texts, blanks, signs, digits, letters, and bytes that are no ASCII.
 TEST_F(KESOrientationBadFiles, AnyByteOfTheHeaderMayBeAnything) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "TakeFiles.h"
+#include "support/FailingReads.h"
 
 #include <filesystem>
 #include <sys/stat.h>
@@ -88,6 +89,12 @@ TEST_F(ODFConverterSupportFiles, WhatIsNoFileCantBeOpened) {
     EXPECT_MESSAGE(runOfSupports({good, name}), "Can't open sup file: " + name);
     EXPECT_MESSAGE(run({mA}, {}, {name}), "Can't read anchor from support file: " + name);
   }
+}
+
+TEST_F(ODFConverterSupportFiles, FileThatCantBeReadCantBeOpened) {
+  std::string const sup = support("a.sup", original(mA));
+  test::FailingReads const badDisk(0);
+  EXPECT_MESSAGE(runOfSupports({sup}), "Can't open sup file: " + sup);
 }
 
 // Before any ODF is read.

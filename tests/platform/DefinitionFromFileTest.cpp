@@ -246,6 +246,20 @@ TEST_F(DefinitionFromFile, GridsInTheFoldersOfTheEnvironmentAreProjs) {
   }
 }
 
+TEST_F(DefinitionFromFile, RelativeFoldersOfTheEnvironmentAreNotProjs) {
+  grid("relative.gtx");
+  std::string const own = std::filesystem::path(proj_context_get_database_path(nullptr)).parent_path();
+  auto const before = std::filesystem::current_path();
+  std::filesystem::current_path(mFolder.path());
+  ::setenv("PROJ_DATA", (own + ":.").c_str(), 1);
+  std::thread([&] {
+    EXPECT_EQ(refusal("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=relative.gtx"),
+              "no transformation to WGS 84 without the missing grid relative.gtx");
+  }).join();
+  ::unsetenv("PROJ_DATA");
+  std::filesystem::current_path(before);
+}
+
 TEST_F(DefinitionFromFile, UsersMayNameAnyGrid) {
   System const system = test::systemOf("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=" + grid("typed.gtx"));
   EXPECT_NEAR(heightAtPlace(system), 44.796, 0.01);

@@ -3,6 +3,7 @@
 
 #include "StatisticsSupport.h"
 #include "support/Matchers.h"
+#include "support/ResourceLimit.h"
 
 #include <raster/Statistics.h>
 
@@ -188,6 +189,37 @@ TEST_F(StatisticsFile, BandWithAStatisticThatIsNoNumberIsNotTaken) {
     folder.file("a.stat", document("1", mean));
     EXPECT_FALSE(plain().hasLayer(stat, 0)) << mean;
   }
+}
+
+TEST_F(StatisticsFile, BandNeedsNoHistogramAndHasNoneWhenItIsSavedAgain) {
+  std::string const histogram = "<Histograms>";
+  std::string text = document();
+  auto const begin = text.find(histogram);
+  text.erase(begin, text.find("<Metadata>") - begin);
+  folder.file("a.stat", text);
+  Statistics statistics = plain();
+  EXPECT_TRUE(statistics.load(stat, 1.0F, Statistics::allLayers));
+  statistics.save(folder / "b.stat");
+  EXPECT_EQ(test::contents(folder / "b.stat").find(histogram), std::string::npos);
+  Statistics again = plain();
+  EXPECT_TRUE(again.load(folder / "b.stat", 1.0F, Statistics::allLayers));
+  expectSame(again.layer(0), statistics.layer(0));
+  EXPECT_EQ(again.layer(0).mean, 2.5);
+}
+
+TEST_F(StatisticsFile, WhatElseADocumentHoldsIsPassedOver) {
+  std::string text = document();
+  text.insert(text.find("<MDI"), "<!-- of the band -->");
+  text.insert(text.find("<PAMRasterBand"), "<!-- of all --><SRS>x</SRS><PAMRasterBand band=\"2\"/>");
+  folder.file("a.stat", text);
+  EXPECT_TRUE(plain().hasLayer(stat, 0));
+  EXPECT_FALSE(plain().hasLayer(stat, 1));
+}
+
+TEST_F(StatisticsFile, FileThatTheSystemDoesNotOpenHasNoLayer) {
+  folder.file("a.stat", document());
+  test::ResourceLimit const noMoreFiles(RLIMIT_NOFILE, 0);
+  EXPECT_FALSE(plain().hasLayer(stat, 0));
 }
 
 TEST_F(StatisticsFile, BandWithAHistogramThatIsNoneIsNotTaken) {

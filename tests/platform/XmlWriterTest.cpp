@@ -144,6 +144,8 @@ TEST(XmlWriter, HalvesOfASurrogatePairAreLeftOutAndWholePairsStay) {
   for (QString const& text : {value, pair}) {
     EXPECT_EQ(written([&](XmlWriter& w) { w.writeElement("e", text); }), "<e>\xF0\x9F\x97\xBA</e>\n");
   }
+  QString const apart = pair.at(0) + QString("a") + pair.at(1);
+  EXPECT_EQ(written([&](XmlWriter& w) { w.writeElement("e", apart); }), "<e>a</e>\n");
 }
 
 TEST(XmlWriter, TextIsUtf8) {

@@ -52,6 +52,12 @@ TEST(GroundPointList, AddsPointsBehindTheOthersInTheOrderOfTheCalls) {
   EXPECT_THAT(list.points(), ElementsAre(b, a, otherA, b));
 }
 
+TEST(GroundPointList, TakesPointsIntoAnEmptyList) {
+  GroundPointList list;
+  EXPECT_EQ(list.addPoints({otherA, b}, false), 0);
+  EXPECT_THAT(list.points(), ElementsAre(otherA, b));
+}
+
 TEST(GroundPointList, ReplacesPointsWhenAsked) {
   GroundPointList list({a, b});
   EXPECT_EQ(list.addPoints({otherA}, true), 0);

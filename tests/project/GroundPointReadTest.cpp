@@ -150,6 +150,9 @@ TEST(GroundPointRead, ClearTellsWhetherThePointsOfTheListStay) {
   EXPECT_THAT(list.points(), ElementsAre(ground("A", 1, 2, 3), ground("B", 4, 5, 6)));
   EXPECT_EQ(list.read(file, true), 0);
   EXPECT_THAT(list.points(), ElementsAre(ground("B", 4, 5, 6)));
+  GroundPointList empty;
+  EXPECT_EQ(empty.read(file, false), 0);
+  EXPECT_THAT(empty.points(), ElementsAre(ground("B", 4, 5, 6)));
 }
 
 TEST(GroundPointRead, EmptyFileClears) {

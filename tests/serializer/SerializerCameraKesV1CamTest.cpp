@@ -158,11 +158,15 @@ TEST_F(CamFolder, SpectralTableCompletesTheFiles) {
   mFolder.file("a.cam", camText("ONE"));
   mFolder.file("b.cam", camText("TWO", "CENTER_WAVELENGTH_NM\t700\n"));
   mFolder.file("c.cam", camText("THREE"));
+  mFolder.file("d.cam", camText("FOUR", "SPECTRAL_WIDTH_NM\t60\n"));
+  mFolder.file("e.cam", camText("FIVE"));
   mFolder.file("radiocal.xml", "<radiometric_calibration version=\"1.0\"><other name=\"ONE\"/>"
                                "<band name=\"ONE\" center_wavelength=\"1\" width=\"2\"/>"
                                "<band name=\"ONE\" center_wavelength=\"560.5\" width=\"70\"/>"
                                "<band name=\"TWO\" center_wavelength=\"500\" width=\"50\"/>"
                                "<band name=\"THREE\" center_wavelength=\"500\" width=\"wide\"/>"
+                               "<band name=\"FOUR\" center_wavelength=\"500\" width=\"50\"/>"
+                               "<band name=\"FIVE\" center_wavelength=\"green\" width=\"50\"/>"
                                "<band center_wavelength=\"500\" width=\"50\"/></radiometric_calibration>");
   auto const camera = read();
   EXPECT_THAT(camera->calibrationRadiometry("ONE")->centerWavelength(), SameBits(560.5F * 1e-9F));
@@ -170,6 +174,9 @@ TEST_F(CamFolder, SpectralTableCompletesTheFiles) {
   EXPECT_THAT(camera->calibrationRadiometry("TWO")->centerWavelength(), SameBits(static_cast<float>(700.0 * 1e-9)));
   EXPECT_THAT(camera->calibrationRadiometry("TWO")->bandWidth(), SameBits(50.0F * 1e-9F));
   EXPECT_EQ(camera->calibrationRadiometry("THREE")->centerWavelength(), 0.0F);
+  EXPECT_THAT(camera->calibrationRadiometry("FOUR")->centerWavelength(), SameBits(500.0F * 1e-9F));
+  EXPECT_THAT(camera->calibrationRadiometry("FOUR")->bandWidth(), SameBits(static_cast<float>(60.0 * 1e-9)));
+  EXPECT_EQ(camera->calibrationRadiometry("FIVE")->bandWidth(), 0.0F);
 }
 
 TEST_F(CamFolder, SpectralValueOfAFileThatIsNotAboveZeroIsCompleted) {

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "CtgFiles.h"
-#include "ShortFile.h"
 #include "support/Matchers.h"
+#include "support/ShortFile.h"
 
 #include <sensor/CameraTime.h>
 

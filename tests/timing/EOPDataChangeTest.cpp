@@ -52,6 +52,16 @@ TEST(EOPDataChange, RecordIsReplaced) {
   EXPECT_FALSE(eop.setEOP(-1, EOP()));
 }
 
+// A store whose times once went back is never taken for ascending again: records are found by walking.
+TEST(EOPDataChange, TimesThatWentBackAndAreMendedAreFound) {
+  EOPData eop = twoRecords();
+  EXPECT_TRUE(eop.setEOP(1, eopAt(4.0, 7.0)));
+  EXPECT_TRUE(eop.setEOP(1, eopAt(6.0, 8.0)));
+  EOP out;
+  EXPECT_EQ(eop.atGPS(sensor::seconds(6.0), out), 0);
+  EXPECT_EQ(out.x, 8.0);
+}
+
 TEST(EOPDataChange, CorrectionIsAddedToPositionAndAngles) {
   EOPData eop = twoRecords();
   EOP const before = recordOf(eop, 1);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "EopStore.h"
+#include "support/FailingReads.h"
 
 #include <filesystem>
 
@@ -67,6 +68,29 @@ TEST_P(EOPDataFailedLoad, StoreHasNoRecords) {
   expectNoRecords(eop);
   EOPData copy = eop;
   expectNoRecords(copy);
+}
+
+// Reads fail one later each time: in the header, its block (but for version 1), the records, the standard deviations.
+TEST_P(EOPDataFailedLoad, FileThatCantBeReadOnSaysSo) {
+  EopFile whole = file(4);
+  whole.stdDevs = true;
+  std::string const name = write(whole.bytes());
+  std::vector<std::string> messages;
+  for (int good = 0; messages.size() == static_cast<std::size_t>(good); ++good) {
+    test::FailingReads const badDisk(good);
+    try {
+      EXPECT_EQ(EOPData(name, true, true).numSets(), 4);
+      EXPECT_FALSE(badDisk.haveFailed());
+    } catch (std::runtime_error const& error) {
+      messages.emplace_back(error.what());
+    }
+  }
+  std::vector<std::string> expected(messages.size(), "Unknown EOP version in file: " + name);
+  ASSERT_GE(expected.size(), 4U);
+  expected.end()[-1] = "Header/std.dev. data mismatch in EOP file: " + name;
+  expected.end()[-2] = mismatch();
+  expected.end()[-3] = GetParam() == 1 ? expected.front() : mismatch();
+  EXPECT_EQ(messages, expected);
 }
 
 TEST_P(EOPDataFailedLoad, StoreThatHadRecordsBeforeHasNone) {

@@ -33,6 +33,14 @@ TEST_F(EOPDataStdDev, WayFromTheRecordIsRoundedToSinglePrecision) {
   EXPECT_EQ(deviationsAt(eop, t).values, (Values{w, 2 * w, 4 * w, 8 * w, 16 * w, -w}));
 }
 
+TEST_F(EOPDataStdDev, ThoseInMemoryAreNotReadAgain) {
+  EOPData eop = store({50.0, 51.0});
+  Values const changed{6, 5, 4, 3, 2, 1};
+  eop.setStdDevs(0, 6, 5, 4, 3, 2, 1);
+  eop.loadData(true);
+  EXPECT_EQ(deviationsAt(eop, 50.0).values, changed);
+}
+
 TEST_F(EOPDataStdDev, VeryTimeOfARecordHasItsOwn) {
   EOPData const eop = store({50.0, 51.0, 52.0});
   for (int i = 0; i < 3; ++i) {

@@ -361,6 +361,8 @@ TEST(EOPDataWrite, FullDiskKeepsTheOldFile) {
   }
   disk.fill(8192);
   EXPECT_MESSAGE(eop.write("", 0), "failed to write EOP file: " + (disk / "a.eop"));
+  EXPECT_MESSAGE(eop.write(disk / "a.eop", 1), "failed to write EOP file: " + (disk / "a.eop"));
+  EXPECT_MESSAGE(eop.write(disk / "a.eop", 3), "failed to write EOP file: " + (disk / "a.eop"));
   EXPECT_EQ(test::contents(disk / "a.eop"), old);
   EXPECT_EQ(test::entryCount(disk.path()), 2);
 }

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include "ShortFile.h"
 #include "support/Bytes.h"
 #include "support/Matchers.h"
+#include "support/ShortFile.h"
 #include "support/TempFolder.h"
 
 #include <sensor/IntegrationTime.h>

@@ -53,6 +53,23 @@ TEST(GuardedText, WhatFollowsTheReadPiecesHasNoEffect) {
   EXPECT_FALSE(guarded.atEnd());
 }
 
+// The harm is known of with the first piece, but lies ahead.
+TEST(GuardedText, TextThatIsReadUpToTheHarmEndsThereAlone) {
+  GuardedText guarded("<a>" + QByteArray(40000, 'x') + elementOf(257));
+  EXPECT_EQ(guarded.read(3), "<a>");
+  EXPECT_FALSE(guarded.refusal().isEmpty());
+  EXPECT_FALSE(guarded.endsEarly());
+  EXPECT_EQ(guarded.readAll().left(40000), QByteArray(40000, 'x'));
+  EXPECT_TRUE(guarded.endsEarly());
+}
+
+TEST(GuardedText, NothingCanBeWrittenOrReadOfNoBytes) {
+  GuardedText guarded("<a/>");
+  char byte = 'x';
+  EXPECT_EQ(guarded.read(&byte, 0), 0);
+  EXPECT_FALSE(guarded.isWritable());
+}
+
 TEST(GuardedText, WalkIntoTooManyAttributesEndsWithThatError) {
   test::TempFolder const folder;
   QByteArray const text = "<a><b/>" + elementOf(257) + "<c/></a>";

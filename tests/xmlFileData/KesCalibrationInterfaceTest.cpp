@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "support/FailingReads.h"
 #include "support/Matchers.h"
 #include "support/Slots.h"
 #include "support/XmlFolder.h"
@@ -309,6 +310,17 @@ TEST_F(KesCalibration, CopyOverwritesNothing) {
     EXPECT_EQ(contents(mFolder / target + "/" + name), "mine");
     EXPECT_EQ(calibration.findFile("Geometry"), source + "/" + XmlFolder::geometryName);
   }
+}
+
+TEST_F(KesCalibration, CopyNeedsFilesThatCanBeRead) {
+  std::string const source = write();
+  std::string const target = mFolder.folder("target");
+  KesCalibrationInterface calibration(source, "");
+  calibration.load();
+  test::FailingReads const badDisk(0);
+  EXPECT_MESSAGE(calibration.createAt(target), "Impossible to create new calibration at " + target + " for " + source +
+                                                   "/" + XmlFolder::geometryName);
+  EXPECT_EQ(test::entryCount(target), 0);
 }
 
 TEST_F(KesCalibration, CopyNeedsItsFolder) {

@@ -52,6 +52,7 @@ TEST(NumberList, NumbersStandBetweenAnyWhiteSpace) {
 TEST(NumberList, WhatIsNoNumberEndsTheList) {
   EXPECT_THAT(numbers("1 x 2"), ElementsAre(1));
   EXPECT_THAT(numbers("1,5 2"), ElementsAre(1));
+  EXPECT_THAT(numbers("1\x08 2"), ElementsAre(1));
   EXPECT_THAT(numbers("- 1"), testing::SizeIs(testing::Le(1U)));
 }
 

@@ -203,6 +203,15 @@ TEST_F(SensorDataXmlReader, FileMissesRootAndLines) {
   EXPECT_THAT(message, testing::Not(testing::HasSubstr(path())));
 }
 
+TEST_F(SensorDataXmlReader, SensorsOfSeveralListsAreAllThere) {
+  auto const from = mText.find("<Sensors>");
+  auto const to = mText.find("</Sensors>") + 10;
+  std::string const list = mText.substr(from, to - from);
+  KesBSensorCorrectionData const data = read(with(mText, list, list + with(list, "i=\"4\"", "i=\"9\"")));
+  EXPECT_EQ(data.sensors().size(), 3U);
+  EXPECT_EQ(data.sensors().at(9).type, data.sensors().at(4).type);
+}
+
 class CurveOf : public SensorDataXmlReader {
 protected:
   std::string curve(std::string const& in, std::string const& out) const {

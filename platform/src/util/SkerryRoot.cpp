@@ -18,11 +18,9 @@ char const anchor = 0;
 
 std::string getSkerryRoot() {
   Dl_info info{};
-  if (dladdr(&anchor, &info) == 0 || info.dli_fname == nullptr) {
-    return KESSENSOR_INSTALL_PREFIX;
-  }
+  dladdr(&anchor, &info);
   std::error_code error;
-  auto const library = std::filesystem::canonical(info.dli_fname, error);
+  auto const library = std::filesystem::canonical(info.dli_fname == nullptr ? "" : info.dli_fname, error);
   if (error) {
     return KESSENSOR_INSTALL_PREFIX;
   }
