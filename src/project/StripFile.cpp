@@ -87,6 +87,9 @@ void readCalibration(XmlElement const& element, StripDescription& strip) {
 
 void readEOP(XmlElement const& element, StripDescription& strip) {
   strip.originalEOPFileName = resolved(element.text(stripFile::fileName), strip.folder);
+  if (strip.originalEOPFileName.empty()) {
+    throw std::runtime_error("Element \"eop\" is empty!");
+  }
   strip.adjustedEOPFileName.clear();
   if (!trimmedText(element, stripFile::adjustedFileName).empty()) {
     strip.adjustedEOPFileName = resolved(element.text(stripFile::adjustedFileName), strip.folder);
@@ -116,7 +119,7 @@ void requireCompleteness(StripDescription const& strip) {
   if (strip.images.empty()) {
     throw std::runtime_error("Strip contains no usable images/");
   }
-  if (strip.cameraVersion.empty()) {
+  if (strip.cameraVersion.empty() || strip.sensorId.empty()) {
     throw std::runtime_error("Missing element: \"Calibration\"");
   }
   if (strip.rawDataLocation.empty()) {
