@@ -112,25 +112,15 @@ void BlockProblem::addImagePoints(std::vector<ImageMeasurement> measurements) {
   }
 }
 
-/// Times and scales of the image points; those without a line of sight are left out.
+/// Times of the image points; those without a line of sight are left out.
 void BlockProblem::findSights() {
   auto const hasNone = [this](ImageObservation& observation) {
-    kes::Band const& band = mImages[static_cast<std::size_t>(observation.image)].band;
     kes::Ray ray{};
     kes::Status status{};
-    geo::XYPoint const& position = observation.measurement.position;
-    if (band.rays({&position, 1}, {&ray, 1}, {&status, 1}) == 0) {
-      return true;
-    }
+    kes::Band const& band = mImages[static_cast<std::size_t>(observation.image)].band;
+    std::size_t const found = band.rays({&observation.measurement.position, 1}, {&ray, 1}, {&status, 1});
     observation.time = ray.time;
-    // A place on the line of sight: the slopes of the image don't depend on how far away it is.
-    constexpr double away = 1000.0;  // metres
-    geo::XYZPoint const ground = pointOf(vectorOf(ray.centre) + away * vectorOf(ray.direction));
-    auto const [partials, found] = band.partials(position, ground);
-    Eigen::Matrix2d const byImage =
-        Eigen::Map<Eigen::Matrix<double, 2, 2, Eigen::RowMajor> const>(partials.byImage.data());
-    observation.toPixels = -byImage.inverse();
-    return !kes::hasResult(found) || !observation.toPixels.allFinite();
+    return found == 0;
   };
   std::size_t const before = mImagePoints.size();
   std::erase_if(mImagePoints, hasNone);
@@ -139,6 +129,25 @@ void BlockProblem::findSights() {
   }
   if (mImagePoints.empty()) {
     throw std::runtime_error("no image point has a line of sight");
+  }
+}
+
+/// From the focal plane to pixels: the inverse of the slopes at the place on the line of sight that is nearest to the
+/// point. The slope along the flight depends on how far away that is.
+void BlockProblem::findScales() {
+  for (ImageObservation& observation : mImagePoints) {
+    ImagePart const& image = mImages[static_cast<std::size_t>(observation.image)];
+    StripPart const& strip = mStrips[static_cast<std::size_t>(image.strip)];
+    geo::XYPoint const& position = observation.measurement.position;
+    kes::Ray ray{};
+    kes::Status status{};
+    image.band.rays({&position, 1}, {&ray, 1}, {&status, 1});
+    Eigen::Vector3d const direction = vectorOf(ray.direction);
+    double const away = direction.dot(strip.toStrip(this->position(observation.point)) - vectorOf(ray.centre));
+    geo::XYZPoint const ground = pointOf(vectorOf(ray.centre) + std::max(away, 1.0) * direction);
+    kes::ResidualPartials const partials = image.band.partials(position, ground).partials;
+    observation.toPixels =
+        -Eigen::Map<Eigen::Matrix<double, 2, 2, Eigen::RowMajor> const>(partials.byImage.data()).inverse();
   }
 }
 

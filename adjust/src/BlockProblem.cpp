@@ -95,6 +95,7 @@ BlockProblem::BlockProblem(std::span<kes::Strip const> strips, Measurements cons
   addImagePoints(measurements.image);
   findSights();
   intersect();
+  findScales();
   addControl();
   if (options.surface) {
     addSurface(*options.surface, options.surfaceSigma);

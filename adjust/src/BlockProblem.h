@@ -124,6 +124,7 @@ private:
   void addPoints(Measurements const& measurements);
   void addImagePoints(std::vector<ImageMeasurement> measurements);
   void findSights();
+  void findScales();
   void intersect();
   void addControl();
   void addSurface(kes::Surface const& surface, double sigma);

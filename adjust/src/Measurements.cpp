@@ -21,6 +21,8 @@ namespace kesadjust {
 
 namespace {
 
+constexpr int checkType = 2;
+
 bool contains(std::vector<std::string> const& ids, std::string const& id) {
   return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
@@ -51,7 +53,7 @@ std::vector<GroundMeasurement> groundMeasurements(sensor::GroundPointList const&
     result.push_back({point.id,
                       {point.x, point.y, point.z},
                       {orElse(point.sx, plan), orElse(point.sy, plan), orElse(point.sz, height)},
-                      isNamedCheck || (!roles.control.empty() && !isControl)});
+                      isNamedCheck || (roles.control.empty() ? point.type == checkType : !isControl)});
   }
   return result;
 }

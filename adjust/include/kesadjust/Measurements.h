@@ -47,7 +47,8 @@ struct DefaultSigmas {
 };
 
 /// Which ground points are control and which are check points. Points of `control` are control points, those of `check`
-/// check points. All others are check points if `control` names any, otherwise control points.
+/// check points. All others are check points if `control` names any; otherwise those of type 2 are check points and the
+/// rest control points.
 struct GroundRoles {
   std::vector<std::string> control;
   std::vector<std::string> check;

@@ -207,8 +207,9 @@ void addModel(CLI::App& command, Options& options) {
 }
 
 void addMeasurements(CLI::App& command, Options& options) {
-  addRepeatable(command, "--control", options.roles.control, "ID",
-                "Ground point that is a control point; all others are check points [all are control points]")
+  addRepeatable(
+      command, "--control", options.roles.control, "ID",
+      "Ground point that is a control point; all others are check points [all but those of type 2 are control points]")
       ->delimiter(',');
   addRepeatable(command, "--check", options.roles.check, "ID", "Ground point that is a check point; repeatable")
       ->delimiter(',');
