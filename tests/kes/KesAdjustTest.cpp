@@ -88,6 +88,9 @@ TEST_F(KesAdjust, RefusesWhatItCantDo) {
   std::string const full = mFolder.folder("full");
   mFolder.file("full/notes.txt", "mine");
   EXPECT_EQ(adjust({"-o", full}).err, "kes: error: " + full + " exists and is not an empty folder\n");
+  EXPECT_EQ(adjust({"--free", "boresight,focal", "-o", mFolder / "out"}).err,
+            "kes: error: \"focal\" changes the camera, which an orientation can't make up for: give --report-only\n");
+  EXPECT_FALSE(fs::exists(mFolder / "out"));
   EXPECT_EQ(adjust({}).code, 2);
   EXPECT_EQ(adjust({"--dry-run", "--prior", "cheap"}).code, 2);
 }

@@ -68,6 +68,23 @@ std::vector<kesadjust::Freedom> freedoms(std::vector<std::string> const& texts) 
   return result;
 }
 
+/// The adjusted orientation has what is left of boresight, lever arm and time, but goes with the camera as it is.
+void requireCameraAsItIs(std::vector<kesadjust::Freedom> const& free) {
+  for (kesadjust::Freedom const& freedom : free) {
+    switch (freedom.quantity) {
+    case kesadjust::Quantity::focalLength:
+    case kesadjust::Quantity::lineOffset:
+    case kesadjust::Quantity::lineRotation:
+    case kesadjust::Quantity::lineBend:
+    case kesadjust::Quantity::lineScale:
+      throw std::runtime_error("\"" + kesadjust::nameOf(freedom.quantity) +
+                               "\" changes the camera, which an orientation can't make up for: give --report-only");
+    default:
+      break;
+    }
+  }
+}
+
 std::vector<kes::Strip> loadedStrips(kes::Block const& block, Progress& progress) {
   std::vector<kes::Strip> strips;
   std::vector<std::string> const names = block.stripNames();
@@ -141,6 +158,9 @@ int judged(kesadjust::BlockResult const& result) {
 int adjust(Options const& options) {
   kesadjust::BlockAdjustmentOptions settings = options.adjustment;
   settings.free = freedoms(options.free);
+  if (!options.isPlan && !options.isReportOnly) {
+    requireCameraAsItIs(settings.free);
+  }
   if (options.dem.isGiven()) {
     settings.surface = options.dem.open();
     settings.surfaceSigma = options.demSigma;
