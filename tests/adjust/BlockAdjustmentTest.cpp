@@ -30,6 +30,12 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+std::string contentOf(std::string const& file) {
+  std::stringstream text;
+  text << std::ifstream(file).rdbuf();
+  return text.str();
+}
+
 /// Two parallel strips and one across, whose measurements are planned: exactly where the model has them.
 class SimulatedBlock {
 public:
@@ -63,9 +69,7 @@ public:
 
 private:
   static void removeAdjusted(std::string const& file) {
-    std::stringstream text;
-    text << std::ifstream(file).rdbuf();
-    std::string content = text.str();
+    std::string content = contentOf(file);
     std::size_t const start = content.find(" filename_adjusted=\"");
     ASSERT_NE(start, std::string::npos);
     std::size_t const value = content.find('"', start) + 1;
@@ -327,6 +331,23 @@ TEST(OrientationUpdate, LiesWhereTheStripFindsIt) {
   EXPECT_NEAR(accuracy->attitude.omega, expected.sigma.attitude.omega, 1e-8);
   // The strip file as it was.
   EXPECT_TRUE(std::filesystem::exists(backup / "1-strip.stp"));
+}
+
+TEST(OrientationUpdate, LeavesAllStripsAsTheyWereWhenOneFails) {
+  SimulatedBlock const own;
+  BlockAdjustment block(own.strips, *own.planned, tactical());
+  block.run();
+  std::vector<kesadjust::OrientationUpdate> updates;
+  for (std::size_t i = 0; i < 2; ++i) {
+    updates.emplace_back(own.strips[i], block.orientation(own.strips[i].name()));
+  }
+  std::string const before = contentOf(own.strips[0].fileName());
+  std::filesystem::remove(own.strips[1].fileName());
+  test::TempFolder const backup;
+  EXPECT_MESSAGE(kesadjust::OrientationUpdate::install(updates, backup.path()), "Unable to open Stp file");
+  EXPECT_EQ(contentOf(own.strips[0].fileName()), before);
+  EXPECT_FALSE(std::filesystem::exists(updates[0].target()));
+  EXPECT_FALSE(std::filesystem::exists(updates[1].target()));
 }
 
 }  // namespace
