@@ -28,6 +28,7 @@ void addCamera(CLI::App& app, Run& run);
 void addOrtho(CLI::App& app, Run& run);
 void addBlock(CLI::App& app, Run& run);
 void addPoints(CLI::App& app, Run& run);
+void addAdjust(CLI::App& app, Run& run);
 void addWhere(CLI::App& app, Run& run);
 void addLegacy(CLI::App& app, Run& run);
 void addReport(CLI::App& app, Run& run);

@@ -32,6 +32,7 @@ void addCommands(CLI::App& app, tool::Run& run) {
   tool::addOrtho(app, run);
   tool::addBlock(app, run);
   tool::addPoints(app, run);
+  tool::addAdjust(app, run);
   tool::addWhere(app, run);
   tool::addReport(app, run);
   tool::addLegacy(app, run);

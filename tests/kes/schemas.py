@@ -99,6 +99,9 @@ def documents(folder):
         yield of(command, command, strips)
     yield of("closure", "closure", strip, "--grid", 5, "--solver", "run", codes=(0, 1))
     yield of("points-residuals", "points", "residuals", strips)
+    yield of("adjust", "adjust", strips, "--dry-run", "--progress", "json")
+    run("adjust", strips, "--report-only", "-o", folder / "adjusted", codes=(0, 1))
+    yield "adjust", json.loads((folder / "adjusted/adjustment.json").read_text(encoding="utf-8"))
     x, y, z = (block / "control/controls.gpt").read_text(encoding="utf-8").splitlines()[0].split('"')[2].split()[:3]
     crs = info[1]["coordinateSystem"]
     yield of("where", "where", strips, x, y, z, "--crs", crs)
@@ -125,7 +128,7 @@ def documents(folder):
     for line in lines:
         yield "progress", line
     tasks = {line["progress"]["task"] for line in lines}
-    for task in {"simulating", "checking", "projecting", "planning", "orthorectifying", "finishing"} - tasks:
+    for task in {"simulating", "checking", "projecting", "planning", "orthorectifying", "finishing", "adjusting"} - tasks:
         failures.append(f"no progress of {task}")
 
 

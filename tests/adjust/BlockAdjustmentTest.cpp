@@ -1,0 +1,353 @@
+// SPDX-FileCopyrightText: 2026 The kessensor authors
+// SPDX-License-Identifier: MIT
+
+#include "BlockProblem.h"
+#include "support/Matchers.h"
+#include "support/TempFolder.h"
+
+#include <kes/Block.h>
+#include <kesadjust/BlockAdjustment.h>
+#include <kesadjust/OrientationUpdate.h>
+#include <simulation/Block.h>
+
+#include <Eigen/LU>
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+namespace {
+
+using kesadjust::BlockAdjustment;
+using kesadjust::BlockAdjustmentOptions;
+using kesadjust::BlockProblem;
+using kesadjust::BlockResult;
+using kesadjust::ImageMeasurement;
+using kesadjust::Measurements;
+using kesadjust::Quantity;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::string contentOf(std::string const& file) {
+  std::stringstream text;
+  text << std::ifstream(file).rdbuf();
+  return text.str();
+}
+
+/// Two parallel strips and one across, whose measurements are planned: exactly where the model has them.
+class SimulatedBlock {
+public:
+  SimulatedBlock() {
+    simulation::BlockPlan plan;
+    plan.flight.dem = KESSENSOR_TERRAIN;
+    plan.flight.samples = 1000;
+    plan.flight.lines = 10000;
+    plan.flight.height = 1500.0;
+    plan.strips = 2;
+    plan.crossStrips = 1;
+    plan.points = 12;
+    file = mFolder / "block/block.blf";
+    simulation::simulateBlock(plan, mFolder / "block");
+    // Without the adjusted orientation that simulated strips have.
+    for (char const* strip : {"Line1", "Line2", "Cross1"}) {
+      removeAdjusted(mFolder / (std::string("block/") + strip + "/strip.stp"));
+    }
+    kes::StripOptions options;
+    options.orientation = kes::Orientation::original;
+    kes::Block const block(file, options);
+    strips = block.strips();
+    given = kesadjust::readMeasurements(block, strips, {}, {});
+    planned = kesadjust::plannedMeasurements(*given, strips, {2.0, 3}, {});
+  }
+
+  std::string file;
+  std::vector<kes::Strip> strips;
+  std::optional<Measurements> given;
+  std::optional<Measurements> planned;
+
+private:
+  static void removeAdjusted(std::string const& file) {
+    std::string content = contentOf(file);
+    std::size_t const start = content.find(" filename_adjusted=\"");
+    ASSERT_NE(start, std::string::npos);
+    std::size_t const value = content.find('"', start) + 1;
+    content.erase(start, content.find('"', value) + 1 - start);
+    std::ofstream(file) << content;
+  }
+
+  test::TempFolder mFolder;
+};
+
+SimulatedBlock const& simulated() {
+  static SimulatedBlock const block;
+  return block;
+}
+
+BlockAdjustmentOptions tactical() {
+  BlockAdjustmentOptions options;
+  options.navigation = "tactical";
+  return options;
+}
+
+BlockAdjustmentOptions withAll() {
+  BlockAdjustmentOptions options = tactical();
+  options.free.clear();
+  for (int i = 0; i <= static_cast<int>(Quantity::shift); ++i) {
+    auto const quantity = static_cast<Quantity>(i);
+    options.free.push_back({quantity, kesadjust::weakPrior(quantity)});
+  }
+  return options;
+}
+
+Measurements noisy(Measurements measurements) {
+  std::mt19937 random(7);
+  std::normal_distribution<double> normal(0.0, 0.3);
+  for (ImageMeasurement& point : measurements.image) {
+    point.position.x += normal(random);
+    point.position.y += normal(random);
+  }
+  return measurements;
+}
+
+kesadjust::AdjustedParameter const& parameter(BlockResult const& result, std::string const& name) {
+  return *std::find_if(result.parameters.begin(), result.parameters.end(),
+                       [&](auto const& candidate) { return candidate.name == name; });
+}
+
+TEST(BlockProblem, DerivativesAreThoseOfTheResiduals) {
+  BlockProblem problem(simulated().strips, *simulated().planned, withAll());
+  std::vector<double> step(problem.parameters().size());
+  std::vector<double> const still(3 * static_cast<std::size_t>(problem.pointCount()));
+  std::mt19937 random(3);
+  std::uniform_real_distribution<double> part(-1.0, 1.0);
+
+  // Somewhere beside zero: 10 cm and 1 mrad at nodes, a tenth of the prior otherwise.
+  std::vector<double> scale(step.size());
+  for (auto const& block : problem.blocks()) {
+    std::size_t const first = static_cast<std::size_t>(&block - problem.blocks().data());
+    for (std::size_t i = 0; block.kind == kesadjust::BlockKind::node && i < 6; ++i) {
+      scale[6 * first + i] = i < 3 ? 0.1 : 1e-3;
+    }
+  }
+  for (auto const& constants : problem.constants()) {
+    for (std::size_t i = 0; i < constants.slots.size(); ++i) {
+      scale[static_cast<std::size_t>(constants.offset) + i] = 0.1 * kesadjust::weakPrior(constants.slots[i].quantity);
+    }
+  }
+  for (std::size_t i = 0; i < step.size(); ++i) {
+    step[i] = part(random) * scale[i];
+  }
+  problem.apply(step, still);
+
+  for (std::size_t i = 0; i < problem.imagePoints().size(); i += 97) {
+    kesadjust::LinearisedObservation row;
+    problem.linearise(i, row);
+    for (kesadjust::JacobianPart const& jacobian : row.parts) {
+      for (int k = 0; k < jacobian.count; ++k) {
+        auto const number = static_cast<std::size_t>(jacobian.block + k);
+        std::size_t offset = 0;
+        for (std::size_t b = 0; b < number; ++b) {
+          offset += problem.blocks()[b].names.size();
+        }
+        std::size_t const size = problem.blocks()[number].names.size();
+        for (std::size_t c = 0; c < size; ++c) {
+          double const h = 1e-3 * scale[offset + c];
+          std::vector<double> change(step.size());
+          std::array<Eigen::Vector2d, 2> ends;
+          for (int side = 0; side < 2; ++side) {
+            change[offset + c] = side == 0 ? -h : h;
+            problem.apply(change, still);
+            kesadjust::LinearisedObservation moved;
+            problem.linearise(i, moved);
+            ends[static_cast<std::size_t>(side)] = {moved.residuals[0], moved.residuals[1]};
+            problem.undo();
+          }
+          Eigen::Vector2d const slope = (ends[1] - ends[0]) / (2.0 * h);
+          double const weight = jacobian.weights[static_cast<std::size_t>(k)];
+          Eigen::Vector2d const expected(weight * jacobian.jacobian[c], weight * jacobian.jacobian[size + c]);
+          EXPECT_LT((slope - expected).norm(), 1e-4 * expected.norm() + 1e-9 / h)
+              << problem.blocks()[number].names[c] << ", observation " << i;
+        }
+      }
+    }
+  }
+}
+
+TEST(BlockAdjustment, LeavesNothingOfPointsThatAreWhereTheModelHasThem) {
+  BlockAdjustment block(simulated().strips, *simulated().planned, tactical());
+  BlockResult const& result = block.run();
+  EXPECT_THAT(result.objections, IsEmpty());
+  EXPECT_LT(result.solution.sigmaZero, 1e-2);
+  EXPECT_LT(result.summaries.back().rms.x, 1e-3);
+  EXPECT_LT(result.summaries.back().rms.y, 1e-3);
+}
+
+TEST(BlockAdjustment, HasResidualsAsLargeAsTheNoiseSays) {
+  BlockAdjustment block(simulated().strips, noisy(*simulated().planned), tactical());
+  BlockResult const& result = block.run();
+  // chi-square with some thousand degrees of freedom
+  EXPECT_GT(result.solution.redundancy, 1000);
+  EXPECT_NEAR(result.solution.sigmaZero, 1.0, 4.0 / std::sqrt(2.0 * static_cast<double>(result.solution.redundancy)));
+}
+
+TEST(BlockAdjustment, FindsTheBoresight) {
+  std::array<double, 3> const boresight{2e-4, -3e-4, 0.0};
+  Measurements moved = *simulated().planned;
+  for (ImageMeasurement& point : moved.image) {
+    auto const strip = std::find_if(simulated().strips.begin(), simulated().strips.end(),
+                                    [&](kes::Strip const& s) { return s.name() == point.strip; });
+    kes::Band const band = strip->band(point.band);
+    kes::ToGroundOptions options;
+    options.heights = kes::ConstantHeight{strip->meanTerrainHeight()};
+    auto const ground = band.toGround(point.position, options).position;
+    kes::ResidualPartials const p = band.partials(point.position, ground).partials;
+    Eigen::Vector2d change = Eigen::Vector2d::Zero();
+    for (std::size_t i = 0; i < 3; ++i) {
+      change -= boresight[i] * Eigen::Vector2d(p.byBoresight[i], p.byBoresight[3 + i]);
+    }
+    Eigen::Matrix2d byImage;
+    byImage << p.byImage[0], p.byImage[1], p.byImage[2], p.byImage[3];
+    Eigen::Vector2d const pixels = byImage.inverse() * change;
+    point.position.x += pixels.x();
+    point.position.y += pixels.y();
+  }
+  BlockAdjustment block(simulated().strips, moved, tactical());
+  BlockResult const& result = block.run();
+  // Without noise, all that is left is what the priors of the nodes take over: less than a standard deviation.
+  kesadjust::AdjustedParameter const& roll = parameter(result, "boresight roll");
+  kesadjust::AdjustedParameter const& pitch = parameter(result, "boresight pitch");
+  EXPECT_LT(roll.sigma, 1e-4);
+  EXPECT_LT(pitch.sigma, 1e-4);
+  EXPECT_NEAR(roll.value, boresight[0], roll.sigma);
+  EXPECT_NEAR(pitch.value, boresight[1], pitch.sigma);
+}
+
+TEST(BlockAdjustment, NamesAndHoldsTheRollOfOneStripWithoutControl) {
+  Measurements alone = *simulated().planned;
+  std::erase_if(alone.image, [](ImageMeasurement const& point) { return point.strip != "Line1"; });
+  alone.ground.clear();
+  auto const line = std::find_if(simulated().strips.begin(), simulated().strips.end(),
+                                 [](kes::Strip const& strip) { return strip.name() == "Line1"; });
+  BlockAdjustment block(std::span(&*line, 1), alone, tactical());
+  BlockResult const& result = block.run();
+  EXPECT_TRUE(parameter(result, "boresight roll").isHeld);
+  EXPECT_EQ(parameter(result, "boresight roll").value, 0.0);
+  EXPECT_THAT(result.warnings,
+              Contains("boresight roll isn't determined and keeps its prior; what would determine it: strips flown to "
+                       "and fro that overlap, and cross strips or control points"));
+  EXPECT_THAT(result.warnings, Contains("no control point: the block lies where its navigation has it"));
+}
+
+TEST(BlockAdjustment, HasTheSameBitsForAnyOrderAndThreads) {
+  Measurements const measurements = noisy(*simulated().planned);
+  BlockAdjustment first(simulated().strips, measurements, tactical());
+  Measurements shuffled = measurements;
+  std::shuffle(shuffled.image.begin(), shuffled.image.end(), std::mt19937(5));
+  std::reverse(shuffled.ground.begin(), shuffled.ground.end());
+  BlockAdjustmentOptions options = tactical();
+  options.solver.threads = 3;
+  BlockAdjustment second(simulated().strips, shuffled, options);
+  BlockResult const& a = first.run();
+  BlockResult const& b = second.run();
+  EXPECT_EQ(a.solution.cost, b.solution.cost);
+  EXPECT_EQ(a.solution.parameterSigmas, b.solution.parameterSigmas);
+  ASSERT_EQ(a.points.size(), b.points.size());
+  for (std::size_t i = 0; i < a.points.size(); ++i) {
+    EXPECT_EQ(a.points[i].position.x, b.points[i].position.x) << a.points[i].id;
+    EXPECT_EQ(a.points[i].sigmas, b.points[i].sigmas) << a.points[i].id;
+  }
+}
+
+TEST(BlockAdjustment, CountsAPointThatIsGivenTwiceOnce) {
+  Measurements twice = *simulated().planned;
+  twice.image.push_back(twice.image.front());
+  BlockAdjustment block(simulated().strips, twice, tactical());
+  BlockResult const& result = block.run();
+  EXPECT_EQ(result.imagePoints.size(), twice.image.size() - 1);
+  EXPECT_THAT(result.warnings, Contains("1 image point given more than once: one of each counts"));
+}
+
+TEST(BlockAdjustment, SuspectsExchangedAxes) {
+  Measurements exchanged = *simulated().planned;
+  for (kesadjust::GroundMeasurement& point : exchanged.ground) {
+    std::swap(point.position.x, point.position.y);
+  }
+  try {
+    BlockAdjustment(simulated().strips, exchanged, tactical());
+    FAIL();
+  } catch (std::runtime_error const& error) {
+    EXPECT_THAT(error.what(), HasSubstr("with x and y exchanged: are their columns swapped?"));
+  }
+}
+
+TEST(BlockAdjustment, DoubtsHeightsThatAllDepartAlike) {
+  Measurements lifted = *simulated().planned;
+  for (kesadjust::GroundMeasurement& point : lifted.ground) {
+    point.position.z += 30.0;
+  }
+  BlockAdjustment block(simulated().strips, lifted, tactical());
+  EXPECT_THAT(block.run().objections, Contains(HasSubstr("ground points lie 30.0 m above where their lines of sight "
+                                                         "meet: are their heights counted from another surface?")));
+}
+
+TEST(BlockAdjustment, NamesAMeasurementOfNoStrip) {
+  Measurements wrong = *simulated().planned;
+  auto const message = [&] {
+    return test::messageOf<std::invalid_argument>([&] { BlockAdjustment(simulated().strips, wrong, tactical()); });
+  };
+  wrong.image.front().strip = "Line9";
+  EXPECT_EQ(message(), "no strip is named Line9");
+  wrong.image.front().strip = "Line1";
+  wrong.image.front().band = "PANX00A";
+  EXPECT_EQ(message(), "strip \"Line1\" has no band \"PANX00A\"");
+}
+
+TEST(OrientationUpdate, LiesWhereTheStripFindsIt) {
+  SimulatedBlock const own;
+  BlockAdjustment block(own.strips, noisy(*own.planned), tactical());
+  block.run();
+  kes::Strip const& strip = own.strips.front();
+  std::vector<kesadjust::AdjustedRecord> const records = block.orientation(strip.name());
+  std::vector<kesadjust::OrientationUpdate> updates;
+  updates.emplace_back(strip, records);
+  test::TempFolder const backup;
+  kesadjust::OrientationUpdate::install(updates, backup.path());
+
+  kes::StripOptions options;
+  options.standardDeviations = true;
+  kes::Strip const adjusted(strip.fileName(), options);
+  EXPECT_TRUE(adjusted.usesAdjustedOrientation());
+  kes::Trajectory const trajectory = adjusted.trajectory();
+  ASSERT_EQ(trajectory.size(), records.size());
+  std::size_t const middle = records.size() / 2;
+  kesadjust::AdjustedRecord const& expected = records[middle];
+  EXPECT_EQ(trajectory[middle].time, expected.time);
+  EXPECT_NEAR(trajectory[middle].position.x, expected.position.x, 1e-6);
+  EXPECT_NEAR(trajectory[middle].attitude.kappa, expected.attitude.kappa, 1e-6);
+  auto const accuracy = trajectory.accuracyAt(expected.time);
+  EXPECT_NEAR(accuracy->position.z, expected.sigma.position.z, 1e-6);
+  EXPECT_NEAR(accuracy->attitude.omega, expected.sigma.attitude.omega, 1e-8);
+  // The strip file as it was.
+  EXPECT_TRUE(std::filesystem::exists(backup / "1-strip.stp"));
+}
+
+TEST(OrientationUpdate, LeavesAllStripsAsTheyWereWhenOneFails) {
+  SimulatedBlock const own;
+  BlockAdjustment block(own.strips, *own.planned, tactical());
+  block.run();
+  std::vector<kesadjust::OrientationUpdate> updates;
+  for (std::size_t i = 0; i < 2; ++i) {
+    updates.emplace_back(own.strips[i], block.orientation(own.strips[i].name()));
+  }
+  std::string const before = contentOf(own.strips[0].fileName());
+  std::filesystem::remove(own.strips[1].fileName());
+  test::TempFolder const backup;
+  EXPECT_MESSAGE(kesadjust::OrientationUpdate::install(updates, backup.path()), "Unable to open Stp file");
+  EXPECT_EQ(contentOf(own.strips[0].fileName()), before);
+  EXPECT_FALSE(std::filesystem::exists(updates[0].target()));
+  EXPECT_FALSE(std::filesystem::exists(updates[1].target()));
+}
+
+}  // namespace
