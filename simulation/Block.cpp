@@ -233,6 +233,9 @@ void Block::writeTruth() {
 
 // The list leaves the block, which would otherwise write it once more, and name its file by an absolute path.
 void Block::writeGroundPoints() {
+  if (mPlan.groundPointCount() == 0) {
+    return;
+  }
   require(mBlock.writeGroundPoints() == 0, path(groundPointFile()));
   mBlock.setGroundPoints(sensor::GroundPointList());
   mBlock.setGroundPointFile(groundPointFile());
@@ -261,7 +264,7 @@ BlockFiles simulateBlock(BlockPlan const& plan, std::string const& folder, Progr
   auto map = mappingSystem(plan, terrain);
   std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan.flight, terrain) : nullptr;
   files::NewFolder output(folder);
-  BlockFiles files{blockFile, calibrationFolder, groundPointFile(), "", {}};
+  BlockFiles files{blockFile, calibrationFolder, plan.groundPointCount() == 0 ? "" : groundPointFile(), "", {}};
   {
     Block block(plan, terrain, head, std::move(map), absoluteFolder(output.path()), absoluteFolder(folder));
     double const steps = static_cast<double>(flights.size()) + 1.0;

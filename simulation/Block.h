@@ -15,6 +15,7 @@ namespace simulation {
 struct BlockFiles {
   std::string block;
   std::string calibrations;
+  /// Empty in a block without ground points.
   std::string groundPoints;
   /// With errors to recover, or control, check or tie points: the errors and the true points.
   std::string truth;

@@ -56,6 +56,8 @@ struct BlockPlan {
   bool hasTruth() const { return flight.errors || hasProofPoints(); }
   /// Whether there are control, check or tie points.
   bool hasProofPoints() const { return control > 0 || check > 0 || ties > 0.0; }
+  /// In the list of ground points, of which there is none without any.
+  int groundPointCount() const { return hasProofPoints() ? control + check : points; }
   /// `flight`, with an empty plan of errors where the block has a truth and no other plan.
   FlightPlan recordedFlight() const;
   /// From the left side of the first strip to the right side of the last, metres.

@@ -147,12 +147,12 @@ private:
   StripErrors mErrors;
 };
 
-constexpr char const* originalErrorsEop = "flight.eop";
+constexpr char const* recordedEop = "flight.eop";
 
 FlightFiles filesOf(FlightPlan const& plan) {
   FlightFiles files;
   files.strip = "strip.stp";
-  files.originalEop = plan.errors ? originalErrorsEop : "eop/flight.eop";
+  files.originalEop = plan.errors ? recordedEop : "eop/flight.eop";
   files.adjustedEop = plan.errors ? "" : "eop/flight.eop.adj";
   files.trueEop = "truth/flight.eop";
   files.trueStrip = plan.errors ? "truth/strip.stp" : "";

@@ -42,17 +42,15 @@ void add(Listing& listing, std::string const& name, Options const& options, std:
   }
 }
 
-void addStrips(Listing& listing, Options const& options, simulation::FlightFiles const& files) {
-  add(listing, "strip", options, {files.strip});
-  if (!files.xmlStrip.empty()) {
-    add(listing, "HDB00 strip", options, {files.xmlStrip});
+void addIfAny(Listing& listing, std::string const& name, Options const& options, std::string const& file) {
+  if (!file.empty()) {
+    add(listing, name, options, {file});
   }
 }
 
-void addTruth(Listing& listing, Options const& options, std::string const& truth) {
-  if (!truth.empty()) {
-    add(listing, "truth", options, {truth});
-  }
+void addStrips(Listing& listing, Options const& options, simulation::FlightFiles const& files) {
+  add(listing, "strip", options, {files.strip});
+  addIfAny(listing, "HDB00 strip", options, files.xmlStrip);
 }
 
 Listing fly(Options const& options, simulation::Progress const& progress) {
@@ -61,7 +59,7 @@ Listing fly(Options const& options, simulation::Progress const& progress) {
   addStrips(listing, options, files);
   add(listing, "calibrations", options, {files.calibrations});
   add(listing, "true orientation", options, {files.trueEop});
-  addTruth(listing, options, files.truth);
+  addIfAny(listing, "truth", options, files.truth);
   add(listing, "support file", options, files.supportFiles);
   add(listing, "image", options, files.images);
   return listing;
@@ -78,8 +76,8 @@ Listing flyBlock(Options const& options, simulation::Progress const& progress) {
   Listing listing;
   add(listing, "block", options, {files.block});
   add(listing, "calibrations", options, {files.calibrations});
-  add(listing, "ground points", options, {files.groundPoints});
-  addTruth(listing, options, files.truth);
+  addIfAny(listing, "ground points", options, files.groundPoints);
+  addIfAny(listing, "truth", options, files.truth);
   for (simulation::FlightFiles const& strip : files.strips) {
     addStrips(listing, options, strip);
     add(listing, "support file", options, strip.supportFiles);
