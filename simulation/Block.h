@@ -15,7 +15,10 @@ namespace simulation {
 struct BlockFiles {
   std::string block;
   std::string calibrations;
+  /// Empty in a block without ground points.
   std::string groundPoints;
+  /// With errors to recover, or control, check or tie points: the errors and the true points.
+  std::string truth;
   /// Of each flight, in the order of `BlockPlan::flights`.
   std::vector<FlightFiles> strips;
 };
@@ -30,6 +33,9 @@ struct BlockFiles {
 ///
 /// Image points are where the true orientation has them, with noise (see `measured`). They differ from where a strip's
 /// orientation has them by its errors, too.
+///
+/// With control or check points, these are the ground points of the block, with the coordinates of their survey. Tie
+/// points are measured in `tieBands`, under ids that no ground point has.
 ///
 /// Throws std::runtime_error "strip \"NAME\" leaves the elevation model FILE at longitude L, latitude B" (degrees) when
 /// a band would see, at the mean terrain, what lies outside; when there is no such coordinate system; and otherwise as

@@ -51,10 +51,25 @@ void BlockPlan::validate() const {
   require(overlap >= 0.0 && overlap <= maxOverlap, "the overlap must be from 0 to 90 per cent");
   require(points >= 1 && points <= maxPoints, "the number of ground points must be from 1 to 1000");
   require(noise >= 0.0 && noise <= maxNoise, "the noise must be from 0 to 5 pixels");
-  flight.validate();
+  require(control >= 0 && control <= maxPoints, "the number of control points must be from 0 to 1000");
+  require(check >= 0 && check <= maxPoints, "the number of check points must be from 0 to 1000");
+  require(surveySigma >= 0.0 && surveySigma <= 10.0, "the sigma of surveyed points must be from 0 to 10 metres");
+  require(wrongControl >= 0.0 && wrongControl <= 1000.0, "a control point may be wrong by 0 to 1000 metres");
+  require(wrongControl == 0.0 || control > 0, "without a control point, none can be wrong");
+  require(ties >= 0.0 && ties <= maxTies, "the number of tie points a second must be from 0 to 1000");
+  require(blunders >= 0.0 && blunders <= 50.0, "the share of blunders must be from 0 to 50 per cent");
+  recordedFlight().validate(static_cast<std::size_t>(strips) + static_cast<std::size_t>(crossStrips));
   if (crossStrips > 0) {
     require(across(0).lines <= FlightPlan::maxLines, "the block is wider than the longest cross strip");
   }
+}
+
+FlightPlan BlockPlan::recordedFlight() const {
+  FlightPlan plan = flight;
+  if (hasTruth() && !plan.errors) {
+    plan.errors.emplace();
+  }
+  return plan;
 }
 
 double BlockPlan::spacing() const {
@@ -102,6 +117,9 @@ std::vector<FlightPlan> BlockPlan::flights() const {
   }
   for (std::size_t i = 0; i < plans.size(); ++i) {
     plans[i].seed = seedOf(flight, i);
+    if (auto const errors = recordedFlight().errors) {
+      plans[i].errors = errors->ofStrip(i, plans.size());
+    }
     if (i > 0) {
       plans[i].startTime = nextStart(plans[i - 1]);
     }

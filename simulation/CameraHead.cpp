@@ -14,7 +14,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <files/Angles.h>
 
 namespace simulation {
@@ -92,26 +95,26 @@ sensor::Misalignment misalignmentOf(Version const& version) {
   return misalignment;
 }
 
-void describe(sensor::CalibrationInfo& info, SensorLine const& line, Version const& version) {
+void describe(sensor::CalibrationInfo& info, CameraHead const& head, SensorLine const& line, Version const& version) {
   info.setCalibSource(CameraHead::calibrationSource);
-  info.setSensorId(CameraHead::sensorId(static_cast<int>(line.x.size())));
+  info.setSensorId(head.sensorId());
   info.setBandId(line.bandId);
   info.setCalibDateTime(timeOf(version));
 }
 
-void writeLine(sensor::SerializerCameraKesV1Cam const& serializer, std::string const& folder, SensorLine const& line,
-               Version const& version) {
+// Of a version of a camera, in its folder.
+void writeLine(std::string const& folder, CameraHead const& head, SensorLine const& line, Version const& version) {
   sensor::CalibrationGeometryKes geometry;
-  describe(geometry, line, version);
+  describe(geometry, head, line, version);
   int const count = static_cast<int>(line.x.size());
-  geometry.setFocalLength(CameraHead::focalLength + version.focalLengthError);
+  geometry.setFocalLength(head.calibratedFocalLength() + version.focalLengthError);
   geometry.setPixelData(CameraHead::pixelSize, count, count, line.x, line.y);
   geometry.shiftX(version.shiftX);
   sensor::CalibrationRadiometryKesV1 radiometry;
-  describe(radiometry, line, version);
+  describe(radiometry, head, line, version);
   radiometry.setRadiometricGain(0.0125F);
-  serializer.writeCam(folder + "/" + line.bandId + ".cam", &geometry, &radiometry,
-                      geo::XYZPoint(0.0, 0.0, sensor::nominalMNTZOffset));
+  sensor::SerializerCameraKesV1Cam(folder).writeCam(folder + "/" + line.bandId + ".cam", &geometry, &radiometry,
+                                                    geo::XYZPoint(0.0, 0.0, sensor::nominalMNTZOffset));
 }
 
 void writeRadiocal(std::string const& folder, std::vector<SensorLine> const& lines) {
@@ -127,6 +130,38 @@ void writeRadiocal(std::string const& folder, std::vector<SensorLine> const& lin
 void writeMisalignment(std::string const& folder, Version const& version) {
   sensor::Misalignment const misalignment = misalignmentOf(version);
   sensor::SerializerMisalignmentV1Dat(folder + "/misalignment.dat").write(&misalignment);
+}
+
+// Takes a correction from a line, and adds a principal point to it.
+void shift(SensorLine& line, std::array<double, 2> const& principalPoint, std::array<double, 5> const& correction) {
+  auto const [x, y, rotation, bend, scale] = correction;
+  double const last = static_cast<double>(line.x.size()) - 1.0;
+  for (std::size_t i = 0; i < line.x.size(); ++i) {
+    double const n = static_cast<double>(i) * (2.0 / last) - 1.0;
+    double const dx = x + rotation * n + bend * (3.0 * n * n - 1.0) / 2.0;
+    double const dy = y + scale * n;
+    line.x[i] = static_cast<float>(static_cast<double>(line.x[i]) + principalPoint[0] - dx);
+    line.y[i] = static_cast<float>(static_cast<double>(line.y[i]) + principalPoint[1] - dy);
+  }
+}
+
+// FNV-1a, 32 bits, of the errors in a calibration (G. Fowler, L. Noll, K.-P. Vo).
+std::string idOf(CameraErrors const& errors) {
+  std::uint32_t hash = 2166136261U;
+  auto const add = [&](double value) {
+    auto bits = std::bit_cast<std::uint64_t>(value);
+    for (int i = 0; i < 8; ++i, bits >>= 8U) {
+      hash = (hash ^ static_cast<std::uint32_t>(bits & 0xFFU)) * 16777619U;
+    }
+  };
+  add(errors.common.focalLength);
+  std::for_each(errors.common.principalPoint.begin(), errors.common.principalPoint.end(), add);
+  for (std::array<double, 5> const& line : errors.lines) {
+    std::for_each(line.begin(), line.end(), add);
+  }
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), "e%08x", static_cast<unsigned>(hash));
+  return text.data();
 }
 
 }  // namespace
@@ -163,6 +198,20 @@ CameraHead::CameraHead(int samples) : mSensorId(sensorId(samples)) {
   }
 }
 
+// Corrections c of a recorded line make x - principalPoint + c the true one, see `kes::ResidualPartials`.
+CameraHead CameraHead::recorded(CameraErrors const& errors) const {
+  CameraHead head = *this;
+  if (!errors.areInCalibration()) {
+    return head;
+  }
+  head.mSensorId += idOf(errors);
+  head.mFocalLength = static_cast<float>(static_cast<double>(focalLength) - errors.common.focalLength);
+  for (std::size_t i = 0; i < head.mLines.size(); ++i) {
+    shift(head.mLines[i], errors.common.principalPoint, errors.lines[i]);
+  }
+  return head;
+}
+
 QDateTime CameraHead::calibrationTime() {
   return timeOf(newest);
 }
@@ -195,9 +244,8 @@ void CameraHead::writeCamCalibrations(std::string const& folder) const {
     writeFile(place + "/readme.txt", version.note);
     writeRadiocal(place, mLines);
     writeMisalignment(place, version);
-    sensor::SerializerCameraKesV1Cam const serializer(place);
     for (SensorLine const& line : mLines) {
-      writeLine(serializer, place, line, version);
+      writeLine(place, *this, line, version);
     }
   }
 }

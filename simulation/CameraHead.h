@@ -5,6 +5,7 @@
 
 #include <geo/XYPoint.h>
 #include <sensor/Misalignment.h>
+#include <simulation/FlightErrors.h>
 #include <simulation/FlightPlan.h>
 
 #include <string>
@@ -49,8 +50,15 @@ public:
 
   explicit CameraHead(int samples);
 
-  /// The camera's own id, its samples in five digits: cameras of one id are alike.
+  /// The head as a calibration with these errors has it, under an id of its own; the same one without any.
+  CameraHead recorded(CameraErrors const& errors) const;
+
+  /// The id of a camera without errors, its samples in five digits: cameras of one id are alike.
   static std::string sensorId(int samples);
+  /// The camera's own id: with errors, the letter "e" and eight hexadecimal digits that follow from them come after it.
+  std::string const& sensorId() const { return mSensorId; }
+  /// As it is calibrated, metres.
+  float calibratedFocalLength() const { return mFocalLength; }
 
   /// Of the current version: when it was calibrated, UTC, and how it is turned against the inertial unit.
   static QDateTime calibrationTime();
@@ -68,6 +76,7 @@ public:
 
 private:
   std::string mSensorId;
+  float mFocalLength = focalLength;
   std::vector<SensorLine> mLines;
 };
 

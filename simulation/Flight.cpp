@@ -8,11 +8,26 @@
 #include <simulation/StripProject.h>
 #include <simulation/Terrain.h>
 #include <simulation/Texture.h>
+#include <simulation/Truth.h>
 
 #include <files/NewFolder.h>
 #include <memory>
 
 namespace simulation {
+
+namespace {
+
+void writeTruth(FlightPlan const& plan, WrittenStrip const& strip, std::string const& folder) {
+  CameraHead const head(plan.samples);
+  Truth truth;
+  truth.navigation = plan.errors->navigation;
+  truth.trueCamera = head.sensorId();
+  truth.recordedCamera = head.recorded(strip.errors.camera()).sensorId();
+  truth.strips = {{plan.name, strip.files, strip.errors}};
+  truth.write(folder);
+}
+
+}  // namespace
 
 // Images are most of the work.
 FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Progress const& progress) {
@@ -27,9 +42,15 @@ FlightFiles simulateFlight(FlightPlan const& plan, std::string const& folder, Pr
   Terrain const terrain(plan.dem, {plan.vertical});
   std::unique_ptr<Texture const> const texture = hasImages ? makeTexture(plan, terrain) : nullptr;
   files::NewFolder output(folder);
-  FlightFiles written = writeStripProject(plan, terrain, {output.path(), absoluteFolder(folder)},
-                                          [&](double done) { report(projectPart * done); });
-  writeCalibrations(plan, CameraHead(plan.samples), output.path() + "/" + written.calibrations);
+  CameraErrors const camera = cameraErrorsOf(plan);
+  WrittenStrip strip = writeStripProject(plan, terrain, {output.path(), absoluteFolder(folder)}, camera,
+                                         [&](double done) { report(projectPart * done); });
+  FlightFiles& written = strip.files;
+  writeCalibrations(plan, CameraHead(plan.samples), camera, output.path() + "/" + written.calibrations);
+  if (plan.errors) {
+    written.truth = Truth::fileName;
+    writeTruth(plan, strip, output.path());
+  }
   if (hasImages) {
     written.images = renderImages(plan, output.path(), trueStrip(plan, output.path(), written), terrain, *texture,
                                   [&](double done) { report(projectPart + (1.0 - projectPart) * done); });

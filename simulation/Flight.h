@@ -28,6 +28,9 @@ struct FlightFiles {
   std::vector<std::string> originalOdfs;
   std::vector<std::string> adjustedOdfs;
   std::vector<std::string> supportFiles;
+  /// With errors to recover: the strip file of the true orientation and camera, and the errors.
+  std::string trueStrip;
+  std::string truth;
 };
 
 /// Called with the part that is done, 0 to 1.
@@ -49,6 +52,10 @@ using Progress = std::function<void(double)>;
 ///
 /// With the camera of XML files in the plan, it is written beside the other, with the same sensor lines to the last
 /// digit of the files (see `writeXmlCalibration`), and a second strip file that differs in its name and its camera.
+///
+/// With errors to recover in the plan, the strip file has an orientation and a camera with these errors, and no adjusted
+/// orientation. The orientation lies beside the strip file: that is where the name of an adjusted one, which a strip
+/// file has without a folder, leads. `truth/strip.stp` is the strip without errors, and `truth.json` has them all.
 ///
 /// Throws std::runtime_error when the plan can't be flown, has an unknown band or a texture that can't be used, the
 /// terrain can't be read or lies elsewhere, or the folder can't be written or isn't empty.

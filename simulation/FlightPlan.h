@@ -3,7 +3,11 @@
 
 #pragma once
 
+#include <simulation/ErrorPlan.h>
+
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,12 +51,19 @@ struct FlightPlan {
   static constexpr char const* currentOdf = "1.2";
   /// Whether the camera is written as one of XML files, too, with a strip that has it.
   bool hasXmlCamera = false;
+  /// Errors to recover, in place of those that the original and the adjusted orientation otherwise have: the recorded
+  /// orientation and camera have these alone, and there is no adjusted orientation.
+  std::optional<ErrorPlan> errors;
 
   /// Threads that render, 0 for as many as the machine runs at a time. Images don't depend on it.
   int threads = 0;
 
-  /// Throws std::runtime_error with the first value that can't be flown and its range.
-  void validate() const;
+  /// As many lines as reach over so many metres of level ground, from the height of this plan.
+  void setLength(double metres);
+
+  /// Throws std::runtime_error with the first value that can't be flown and its range, "errors to recover can't be
+  /// written as orientation files of bands", and what `ErrorPlan::validate` throws of so many strips.
+  void validate(std::size_t strips = 1) const;
 };
 
 }  // namespace simulation

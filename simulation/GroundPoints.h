@@ -8,7 +8,9 @@
 #include <kes/Strip.h>
 #include <simulation/BlockPlan.h>
 #include <simulation/Terrain.h>
+#include <simulation/Truth.h>
 
+#include <cstdint>
 #include <vector>
 
 namespace simulation {
@@ -24,5 +26,17 @@ inline constexpr double groundPointAccuracy = 0.01;
 std::vector<geo::GroundPoint> placeGroundPoints(BlockPlan const& plan, Terrain const& terrain,
                                                 std::vector<kes::Strip> const& strips,
                                                 kes::CoordinateSystem const& map);
+
+/// Types of control and check points in the list of ground points.
+inline constexpr std::int32_t controlType = 1;
+inline constexpr std::int32_t checkType = 2;
+
+/// Control points ("GCP001" and so on) and check points ("CHK001") of such a block: places on the terrain in all three
+/// directions of view of a strip, as far as there are any. The first four control points lie as near the block's corners
+/// as that allows, each other point is the farthest from those before of some random places. Their surveyed coordinates
+/// have errors of the standard deviation that they state; one control point, any, is wrong by as much as the plan says,
+/// in any direction. Throws as `placeGroundPoints`.
+std::vector<SurveyedPoint> placeSurveyedPoints(BlockPlan const& plan, Terrain const& terrain,
+                                               std::vector<kes::Strip> const& strips, kes::CoordinateSystem const& map);
 
 }  // namespace simulation

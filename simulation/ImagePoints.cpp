@@ -3,6 +3,9 @@
 
 #include <simulation/ImagePoints.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace simulation {
 
 namespace {
@@ -18,13 +21,25 @@ geo::XYZPoint positionOf(geo::GroundPoint const& point) {
   return {point.x, point.y, point.z};
 }
 
+bool isInside(kes::Band const& band, geo::XYPoint const& image, double border) {
+  return image.x >= border && image.x <= band.samples() - 1.0 - border && image.y >= border &&
+         image.y <= band.lines() - 1.0 - border;
+}
+
 Placed placed(kes::Band const& band, MappedPoints const& ground, double border) {
+  std::vector<geo::XYZPoint> positions;
+  std::transform(ground.points.begin(), ground.points.end(), std::back_inserter(positions), positionOf);
+  std::vector<geo::XYPoint> image(positions.size());
+  std::vector<kes::Status> status(positions.size());
+  kes::ToImageOptions options;
+  options.system = ground.map;
+  band.toImage(positions, options, image, status);
   Placed placed;
-  for (geo::GroundPoint const& point : ground.points) {
-    if (auto const image = placeInImage(band, ground.map, point, border)) {
-      placed.points.push_back(point);
-      placed.positions.push_back(positionOf(point));
-      placed.image.push_back(*image);
+  for (std::size_t i = 0; i < image.size(); ++i) {
+    if (isInside(band, image[i], border)) {
+      placed.points.push_back(ground.points[i]);
+      placed.positions.push_back(positions[i]);
+      placed.image.push_back(image[i]);
     }
   }
   ground.map.transform(band.localSystem(), placed.positions, placed.positions);
@@ -58,9 +73,7 @@ std::optional<geo::XYPoint> placeInImage(kes::Band const& band, kes::CoordinateS
   kes::ToImageOptions options;
   options.system = map;
   auto const [image, status] = band.toImage(positionOf(point), options);
-  bool const isInside = image.x >= border && image.x <= band.samples() - 1.0 - border && image.y >= border &&
-                        image.y <= band.lines() - 1.0 - border;
-  return isInside ? std::optional(image) : std::nullopt;
+  return isInside(band, image, border) ? std::optional(image) : std::nullopt;
 }
 
 std::vector<geo::ImagePoint> measured(kes::Band const& band, MappedPoints const& ground, double noise, Random random) {

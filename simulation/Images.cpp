@@ -98,7 +98,8 @@ std::vector<std::string> renderedBands(FlightPlan const& plan) {
 kes::Strip trueStrip(FlightPlan const& plan, std::string const& folder, FlightFiles const& files) {
   kes::StripOptions options;
   options.calibrations = {(std::filesystem::path(folder) / files.calibrations).lexically_normal().string()};
-  kes::Strip strip(TrueStripFile(folder, files).name(), options);
+  kes::Strip strip = files.trueStrip.empty() ? kes::Strip(TrueStripFile(folder, files).name(), options)
+                                             : kes::Strip(folder + "/" + files.trueStrip, options);
   if (strip.camera().bands().front().samples != plan.samples) {
     throw std::runtime_error(std::string("another camera is in use: ") + CameraHead::type + "_" +
                              CameraHead::sensorId(plan.samples));

@@ -8,6 +8,7 @@
 #include <sensor/SerializerCameraKes.h>
 #include <simulation/CameraHead.h>
 #include <simulation/FlightFrame.h>
+#include <simulation/NavigationErrors.h>
 #include <simulation/OdfSet.h>
 #include <simulation/Output.h>
 #include <simulation/StripProject.h>
@@ -25,6 +26,7 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 namespace simulation {
@@ -38,6 +40,11 @@ constexpr double anchorAboveTerrain = -35.0;  // metres: local heights aren't te
 
 QString qt(std::string const& text) {
   return QString::fromStdString(text);
+}
+
+// Whether an integration time is the name of a file.
+bool isFile(std::string const& integration) {
+  return integration.find('/') != std::string::npos;
 }
 
 // What one band of the strip has besides its line of the camera.
@@ -56,16 +63,51 @@ struct CameraName {
   unsigned version;
 };
 
+// A strip file: its name, how its files are found from its folder, and what it names.
+struct StripFileText {
+  std::string file;
+  std::string name;
+  std::string prefix;  // of all paths but that of the calibrations
+  CameraName camera;
+  std::string sensorId;
+  std::string originalEop;
+  std::string adjustedEop;
+};
+
+// Standard deviations of records: of x, y, z in metres, and of the angles in radians.
+using Deviations = std::array<float, 6>;
+
+Deviations deviationsOf(Navigation::Accuracy const& accuracy) {
+  auto const position = static_cast<float>(accuracy.position);
+  auto const angle = static_cast<float>(accuracy.angle);
+  return {position, position, position, angle, angle, angle};
+}
+
+// Those of the class of navigation systems. It has one for roll and pitch, which omega and phi mix.
+std::optional<Deviations> deviationsOf(ErrorPlan const& errors) {
+  if (errors.navigation.empty()) {
+    return std::nullopt;
+  }
+  auto const [position, attitude] = navigationErrorsOf(errors.navigation);
+  auto const sigma = [](GaussMarkovProcess const& process) { return static_cast<float>(process.sigma); };
+  return Deviations{sigma(position[0]), sigma(position[1]), sigma(position[2]),
+                    sigma(attitude[0]), sigma(attitude[1]), sigma(attitude[2])};
+}
+
 // A flight while it is being made.
 class Flight {
 public:
-  Flight(FlightPlan const& plan, Terrain const& terrain, StripPlace place)
+  Flight(FlightPlan const& plan, Terrain const& terrain, StripPlace place, CameraErrors const& camera)
       : mPlan(plan), mPlace(std::move(place)), mTerrain(terrain), mHead(plan.samples),
         mCycle(FlightFrame::cycleMicroseconds(plan)), mDuration(FlightFrame::duration(plan)), mStart(plan.startTime),
         mMiddle(mStart + 0.5 * mDuration), mMeanTerrain(meanTerrain()), mAnchor(anchor()),
-        mTrajectory(plan, mMiddle, mMeanTerrain + plan.height - mAnchor.z) {}
+        mTrajectory(plan, mMiddle, mMeanTerrain + plan.height - mAnchor.z),
+        mErrors(plan.errors.value_or(ErrorPlan()), camera,
+                {static_cast<double>(firstRecord()) / recordsPerSecond,
+                 static_cast<double>(lastRecord()) / recordsPerSecond},
+                plan.seed) {}
 
-  FlightFiles write(Progress const& progress) const;
+  WrittenStrip write(Progress const& progress) const;
 
 private:
   double meanTerrain() const;
@@ -73,17 +115,20 @@ private:
   std::vector<BandPlan> bandPlans() const;
   BandPlan bandPlan(SensorLine const& line) const;
   void writeTiming(BandPlan const& band) const;
+  std::int64_t firstRecord() const { return std::llround((mStart - leadTime) * recordsPerSecond); }
+  // Rates that change may take an eighth longer than the flight at the first rate.
+  std::int64_t lastRecord() const { return std::llround((mStart + mDuration * 1.125 + leadTime) * recordsPerSecond); }
   std::vector<TimedPose> truth() const;
+  std::vector<TimedPose> recorded(std::vector<TimedPose> const& truth) const;
   std::vector<TimedPose> measured(std::vector<TimedPose> const& truth, Navigation::Accuracy const& accuracy,
                                   std::uint64_t stream) const;
   void writeOrientation(std::string const& file, std::vector<TimedPose> const& poses,
-                        Navigation::Accuracy const* accuracy) const;
+                        std::optional<Deviations> const& deviations) const;
   void writeOrientations(FlightFiles& written) const;
   OdfSet odfSet() const;
   std::uint32_t absoluteTime() const { return startOfWeek + static_cast<std::uint32_t>(mStart); }
   void writeFootprint(BandPlan const& band, SensorLine const& line) const;
-  void writeStrip(std::string const& file, std::string const& name, CameraName const& camera,
-                  std::vector<BandPlan> const& bands) const;
+  void writeStrip(StripFileText const& strip, std::vector<BandPlan> const& bands) const;
   void writeStrips(std::vector<BandPlan> const& bands, FlightFiles& written) const;
   std::string path(std::string const& name) const { return mPlace.folder + "/" + name; }
   std::string imageName(BandPlan const& band) const { return mPlan.name + "_" + band.id + ".tif"; }
@@ -99,10 +144,20 @@ private:
   double mMeanTerrain;
   geo::XYZPoint mAnchor;
   Trajectory mTrajectory;
+  StripErrors mErrors;
 };
 
-FlightFiles const files{"strip.stp", "", "", "eop/flight.eop", "eop/flight.eop.adj", "truth/flight.eop", {},
-                        {},          {}, {}};
+constexpr char const* recordedEop = "flight.eop";
+
+FlightFiles filesOf(FlightPlan const& plan) {
+  FlightFiles files;
+  files.strip = "strip.stp";
+  files.originalEop = plan.errors ? recordedEop : "eop/flight.eop";
+  files.adjustedEop = plan.errors ? "" : "eop/flight.eop.adj";
+  files.trueEop = "truth/flight.eop";
+  files.trueStrip = plan.errors ? "truth/strip.stp" : "";
+  return files;
+}
 
 // Mean height of the terrain under the path and beside it. What the elevation model doesn't cover doesn't count.
 double Flight::meanTerrain() const {
@@ -167,11 +222,8 @@ void Flight::writeTiming(BandPlan const& band) const {
 }
 
 std::vector<TimedPose> Flight::truth() const {
-  std::int64_t const first = std::llround((mStart - leadTime) * recordsPerSecond);
-  // Rates that change may take an eighth longer than the flight at the first rate.
-  std::int64_t const last = std::llround((mStart + mDuration * 1.125 + leadTime) * recordsPerSecond);
   std::vector<TimedPose> poses;
-  for (std::int64_t i = first; i <= last; ++i) {
+  for (std::int64_t i = firstRecord(); i <= lastRecord(); ++i) {
     double const time = static_cast<double>(i) / recordsPerSecond;
     poses.push_back({time, mTrajectory.at(time)});
   }
@@ -189,9 +241,18 @@ std::vector<TimedPose> Flight::measured(std::vector<TimedPose> const& truth, Nav
   return poses;
 }
 
+std::vector<TimedPose> Flight::recorded(std::vector<TimedPose> const& truth) const {
+  std::vector<TimedPose> poses;
+  poses.reserve(truth.size());
+  for (TimedPose const& pose : truth) {
+    poses.push_back(mErrors.recorded(pose));
+  }
+  return poses;
+}
+
 // The truth has no standard deviations.
 void Flight::writeOrientation(std::string const& file, std::vector<TimedPose> const& poses,
-                              Navigation::Accuracy const* accuracy) const {
+                              std::optional<Deviations> const& deviations) const {
   sensor::EOPData eop;
   eop.setAnchorPoint(mAnchor);
   eop.setPOSSource("simulated inertial navigation");
@@ -201,12 +262,11 @@ void Flight::writeOrientation(std::string const& file, std::vector<TimedPose> co
   for (TimedPose const& pose : poses) {
     eop.addEOP(pose.pose.record(pose.time));
   }
-  if (accuracy != nullptr) {
-    auto const position = static_cast<float>(accuracy->position);
-    auto const angle = static_cast<float>(accuracy->angle);
-    eop.setDefaultStdDevs(position, position, position, angle, angle, angle);
+  if (deviations) {
+    auto const [x, y, z, omega, phi, kappa] = *deviations;
+    eop.setDefaultStdDevs(x, y, z, omega, phi, kappa);
     for (int i = 0; i < eop.numSets(); ++i) {
-      eop.setStdDevs(i, position, position, position, angle, angle, angle);
+      eop.setStdDevs(i, x, y, z, omega, phi, kappa);
     }
   }
   eop.write(path(file), 0);
@@ -229,11 +289,15 @@ OdfSet Flight::odfSet() const {
 void Flight::writeOrientations(FlightFiles& written) const {
   enum Stream : std::uint64_t { originalErrors = 101, adjustedErrors };
   std::vector<TimedPose> const truePoses = truth();
+  writeOrientation(written.trueEop, truePoses, std::nullopt);
+  if (mPlan.errors) {
+    writeOrientation(written.originalEop, recorded(truePoses), deviationsOf(*mPlan.errors));
+    return;
+  }
   std::vector<TimedPose> const original = measured(truePoses, Navigation::original, originalErrors);
   std::vector<TimedPose> const adjusted = measured(truePoses, Navigation::adjusted, adjustedErrors);
-  writeOrientation(files.trueEop, truePoses, nullptr);
-  writeOrientation(files.originalEop, original, &Navigation::original);
-  writeOrientation(files.adjustedEop, adjusted, &Navigation::adjusted);
+  writeOrientation(written.originalEop, original, deviationsOf(Navigation::original));
+  writeOrientation(written.adjustedEop, adjusted, deviationsOf(Navigation::adjusted));
   if (!mPlan.odfVersion.empty()) {
     makeFolder(path("odf"));
     OdfSet const odfs = odfSet();
@@ -279,59 +343,85 @@ void Flight::writeFootprint(BandPlan const& band, SensorLine const& line) const 
   writeFile(path("footprints/" + band.id + ".xml"), {text.constData(), static_cast<std::size_t>(text.size())});
 }
 
-void Flight::writeStrip(std::string const& file, std::string const& name, CameraName const& camera,
-                        std::vector<BandPlan> const& bands) const {
+void Flight::writeStrip(StripFileText const& strip, std::vector<BandPlan> const& bands) const {
+  auto const from = [&](std::string const& path) { return qt(strip.prefix + path); };
   QByteArray text;
   QTextStream stream(&text, QIODevice::WriteOnly);
   XmlWriter writer(stream, 0);
   writer.writeStartDocument();
   writer.addAttribute(QStringLiteral("version"), "1.0");
   writer.addAttribute(QStringLiteral("mean_terrain_height"), mMeanTerrain - mAnchor.z, 'f', 2);
-  writer.addAttribute(QStringLiteral("name"), qt(name));
+  writer.addAttribute(QStringLiteral("name"), qt(strip.name));
   writer.writeStartElement(QStringLiteral("Strip"));
-  writer.addAttribute(QStringLiteral("location"), "images");
+  writer.addAttribute(QStringLiteral("location"), from("images"));
   writer.writeStartElement(QStringLiteral("Images"));
   for (BandPlan const& band : bands) {
     writer.addAttribute(QStringLiteral("filename"), qt(imageName(band)));
     writer.addAttribute(QStringLiteral("band"), qt(band.id));
-    writer.addAttribute(QStringLiteral("footprint"), qt("footprints/" + band.id + ".xml"));
-    writer.addAttribute(QStringLiteral("timing"), qt("timing/" + band.id + ".ctg"));
+    writer.addAttribute(QStringLiteral("footprint"), from("footprints/" + band.id + ".xml"));
+    writer.addAttribute(QStringLiteral("timing"), from("timing/" + band.id + ".ctg"));
     if (!band.integration.empty()) {
-      writer.addAttribute(QStringLiteral("it"), qt(band.integration));
+      writer.addAttribute(QStringLiteral("it"),
+                          isFile(band.integration) ? from(band.integration) : qt(band.integration));
     }
     if (!band.tdi.empty()) {
-      writer.addAttribute(QStringLiteral("tdi"), qt(band.tdi));
+      writer.addAttribute(QStringLiteral("tdi"), from(band.tdi));
     }
     writer.addAttribute(QStringLiteral("swath"), band.swath);
     writer.addAttribute(QStringLiteral("offset"), band.offset);
     writer.writeElement(QStringLiteral("Image"), "");
   }
   writer.writeEndElement();
-  writer.addAttribute(QStringLiteral("version"), qt(sensor::SerializerCameraKes::versionFolderName(camera.version)));
-  writer.addAttribute(QStringLiteral("sensor_id"), qt(CameraHead::sensorId(mPlan.samples)));
-  writer.addAttribute(QStringLiteral("sensor_type"), camera.type);
+  writer.addAttribute(QStringLiteral("version"),
+                      qt(sensor::SerializerCameraKes::versionFolderName(strip.camera.version)));
+  writer.addAttribute(QStringLiteral("sensor_id"), qt(strip.sensorId));
+  writer.addAttribute(QStringLiteral("sensor_type"), strip.camera.type);
   writer.writeElement(QStringLiteral("Calibration"), "");
-  writer.addAttribute(QStringLiteral("filename"), qt(files.originalEop));
-  writer.addAttribute(QStringLiteral("filename_adjusted"), qt(files.adjustedEop));
+  writer.addAttribute(QStringLiteral("filename"), from(strip.originalEop));
+  if (!strip.adjustedEop.empty()) {
+    writer.addAttribute(QStringLiteral("filename_adjusted"), from(strip.adjustedEop));
+  }
   writer.writeElement(QStringLiteral("EOP"), "");
-  writer.addAttribute(QStringLiteral("location"), "raw");
+  writer.addAttribute(QStringLiteral("location"), from("raw"));
   writer.writeElement(QStringLiteral("RawData"), "");
   writer.writeEndDocument();
   stream.flush();
-  writeFile(path(file), {text.constData(), static_cast<std::size_t>(text.size())});
+  writeFile(path(strip.file), {text.constData(), static_cast<std::size_t>(text.size())});
 }
 
 void Flight::writeStrips(std::vector<BandPlan> const& bands, FlightFiles& written) const {
-  writeStrip(written.strip, mPlan.name, {CameraHead::type, CameraHead::currentVersion}, bands);
+  StripFileText strip{written.strip,
+                      mPlan.name,
+                      "",
+                      {CameraHead::type, CameraHead::currentVersion},
+                      mHead.recorded(mErrors.camera()).sensorId(),
+                      written.originalEop,
+                      written.adjustedEop};
+  writeStrip(strip, bands);
   if (mPlan.hasXmlCamera) {
-    written.xmlStrip = "strip_hdb.stp";
-    writeStrip(written.xmlStrip, mPlan.name + "_HDB", {XmlCamera::type, XmlCamera::version}, bands);
+    written.xmlStrip = strip.file = "strip_hdb.stp";
+    strip.name = mPlan.name + "_HDB";
+    strip.camera = {XmlCamera::type, XmlCamera::version};
+    writeStrip(strip, bands);
+  }
+  if (mPlan.errors) {
+    writeStrip({written.trueStrip,
+                mPlan.name,
+                "../",
+                {CameraHead::type, CameraHead::currentVersion},
+                mHead.sensorId(),
+                written.trueEop,
+                ""},
+               bands);
   }
 }
 
-FlightFiles Flight::write(Progress const& progress) const {
-  for (char const* folder : {"images", "timing", "footprints", "eop", "truth", "raw"}) {
+WrittenStrip Flight::write(Progress const& progress) const {
+  for (char const* folder : {"images", "timing", "footprints", "truth", "raw"}) {
     makeFolder(path(folder));
+  }
+  if (!mPlan.errors) {
+    makeFolder(path("eop"));
   }
   writeFile(path("raw/readme.txt"), "A simulated flight has no raw data.\n");
   std::vector<BandPlan> const bands = bandPlans();
@@ -340,21 +430,30 @@ FlightFiles Flight::write(Progress const& progress) const {
     writeFootprint(bands[i], mHead.lines()[i]);
   }
   progress(0.5);
-  FlightFiles written = files;
+  FlightFiles written = filesOf(mPlan);
   written.calibrations = mPlace.calibrations;
   writeOrientations(written);
   progress(0.9);
   writeStrips(bands, written);
   progress(1.0);
-  return written;
+  return {written, mErrors};
 }
 
 }  // namespace
 
-void writeCalibrations(FlightPlan const& plan, CameraHead const& head, std::string const& folder) {
+CameraErrors cameraErrorsOf(FlightPlan const& plan) {
+  return plan.errors ? CameraErrors(*plan.errors, plan.seed) : CameraErrors();
+}
+
+void writeCalibrations(FlightPlan const& plan, CameraHead const& head, CameraErrors const& errors,
+                       std::string const& folder) {
   head.writeCamCalibrations(folder);
+  CameraHead const recorded = head.recorded(errors);
+  if (errors.areInCalibration()) {
+    recorded.writeCamCalibrations(folder);
+  }
   if (plan.hasXmlCamera) {
-    writeXmlCalibration(head, folder);
+    writeXmlCalibration(recorded, folder);
   }
 }
 
@@ -362,9 +461,9 @@ std::string absoluteFolder(std::string const& folder) {
   return (std::filesystem::absolute(folder) / "").lexically_normal().parent_path().string();
 }
 
-FlightFiles writeStripProject(FlightPlan const& plan, Terrain const& terrain, StripPlace const& place,
-                              Progress const& progress) {
-  return Flight(plan, terrain, place).write(progress);
+WrittenStrip writeStripProject(FlightPlan const& plan, Terrain const& terrain, StripPlace const& place,
+                               CameraErrors const& camera, Progress const& progress) {
+  return Flight(plan, terrain, place, camera).write(progress);
 }
 
 }  // namespace simulation

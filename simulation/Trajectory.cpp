@@ -41,13 +41,43 @@ Quaternion quaternion(Pose const& pose) {
   return product(z, product(y, x));
 }
 
-}  // namespace
+// Of Exp(-rotation).
+Quaternion backward(std::array<double, 3> const& rotation) {
+  double const angle = std::hypot(rotation[0], rotation[1], rotation[2]);
+  double const perLength = angle == 0.0 ? -0.5 : -std::sin(0.5 * angle) / angle;
+  return {std::cos(0.5 * angle), perLength * rotation[0], perLength * rotation[1], perLength * rotation[2]};
+}
 
-std::array<double, 9> Pose::rotation() const {
-  auto const [w, x, y, z] = quaternion(*this);
+std::array<double, 9> rotationOf(Quaternion const& q) {
+  auto const [w, x, y, z] = q;
   return {1 - 2 * (y * y + z * z), 2 * (x * y - w * z),     2 * (x * z + w * y),
           2 * (x * y + w * z),     1 - 2 * (x * x + z * z), 2 * (y * z - w * x),
           2 * (x * z - w * y),     2 * (y * z + w * x),     1 - 2 * (x * x + y * y)};
+}
+
+}  // namespace
+
+std::array<double, 9> Pose::rotation() const {
+  return rotationOf(quaternion(*this));
+}
+
+geo::XYZPoint Pose::toLocal(std::array<double, 3> const& vector) const {
+  auto const r = rotation();
+  auto const row = [&](std::size_t i) { return r[i] * vector[0] + r[i + 1] * vector[1] + r[i + 2] * vector[2]; };
+  return {row(0), row(3), row(6)};
+}
+
+// By the elements of the product: its first column is (cos yaw cos pitch, sin yaw cos pitch, -sin pitch), its last row
+// (-sin pitch, cos pitch sin roll, cos pitch cos roll).
+Pose Pose::turnedBack(std::array<double, 3> const& rotation) const {
+  constexpr double wholeTurn = 4.0 * halfPi;
+  auto const r = rotationOf(product(quaternion(*this), backward(rotation)));
+  Pose turned = *this;
+  turned.roll = std::atan2(r[7], r[8]);
+  turned.pitch = -std::asin(r[6]);
+  // The yaw goes on from that of this pose, so that neighbouring records have quaternions of one sign.
+  turned.yaw = yaw + std::remainder(std::atan2(r[3], r[0]) - yaw, wholeTurn);
+  return turned;
 }
 
 // By the elements of the product: its first row is (cos phi cos kappa, -cos phi sin kappa, sin phi), its last column

@@ -25,6 +25,11 @@ struct Pose {
   std::array<double, 9> rotation() const;
   /// The angles omega, phi and kappa (radians) of the same rotation as the product Rx(omega) Ry(phi) Rz(kappa).
   std::array<double, 3> omegaPhiKappa() const;
+  /// A vector along the axes of the camera, along those of the local system.
+  geo::XYZPoint toLocal(std::array<double, 3> const& vector) const;
+  /// This pose turned by a rotation vector about the axes of the camera, in the opposite sense: the rotation R becomes
+  /// R Exp(rotation)'.
+  Pose turnedBack(std::array<double, 3> const& rotation) const;
   /// The record of this pose at a time in seconds.
   sensor::EOP record(double time) const;
 };

@@ -189,8 +189,8 @@ void writeSensorData(QXmlStreamWriter& writer, SensorLine const& line, LineRadio
 class Files {
 public:
   Files(CameraHead const& head, std::string folder)
-      : mHead(head), mFolder(std::move(folder)), mSensorId(CameraHead::sensorId(head.samples())),
-        mSystem(system(mSensorId)), mCreation(creation()) {
+      : mHead(head), mFolder(std::move(folder)), mSensorId(head.sensorId()), mSystem(system(mSensorId)),
+        mCreation(creation()) {
     for (std::size_t i = 0; i < head.lines().size(); ++i) {
       mRadiometries.push_back(lineRadiometry(head, i));
     }
@@ -224,7 +224,7 @@ void Files::writeGeometry() const {
   xmlFileData::KesBGeoCalibData data;
   data.setSystem(mSystem);
   data.setCreation(mCreation);
-  data.setLensSystem({millimetres(CameraHead::focalLength), sigmaPosition});
+  data.setLensSystem({millimetres(mHead.calibratedFocalLength()), sigmaPosition});
   data.setMisalignmentValues(misalignment());
   std::map<int, xmlFileData::GeoSensor> sensors;
   int index = 0;
@@ -296,9 +296,8 @@ void Files::write() const {
 
 void writeXmlCalibration(CameraHead const& head, std::string const& folder) {
   using sensor::SerializerCameraKes;
-  std::string const place =
-      folder + "/" + SerializerCameraKes::cameraFolderName(XmlCamera::type, CameraHead::sensorId(head.samples())) +
-      "/" + SerializerCameraKes::versionFolderName(XmlCamera::version);
+  std::string const place = folder + "/" + SerializerCameraKes::cameraFolderName(XmlCamera::type, head.sensorId()) +
+                            "/" + SerializerCameraKes::versionFolderName(XmlCamera::version);
   makeFolder(place);
   Files(head, place).write();
 }

@@ -10,6 +10,8 @@
 #include <simulation/Block.h>
 #include <simulation/Flight.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 
@@ -22,7 +24,11 @@ struct Options {
   ElevationModelOptions dem;
   simulation::FlightPlan flight;
   simulation::BlockPlan block;
+  /// In the order of `ErrorPlan::kinds`.
+  std::array<std::string, 8> errors;
+  std::string navigation;
   ProgressOption progress;
+  double length = 0.0;
   CLI::Option const* lines = nullptr;
   CLI::Option const* strips = nullptr;
 
@@ -36,11 +42,15 @@ void add(Listing& listing, std::string const& name, Options const& options, std:
   }
 }
 
+void addIfAny(Listing& listing, std::string const& name, Options const& options, std::string const& file) {
+  if (!file.empty()) {
+    add(listing, name, options, {file});
+  }
+}
+
 void addStrips(Listing& listing, Options const& options, simulation::FlightFiles const& files) {
   add(listing, "strip", options, {files.strip});
-  if (!files.xmlStrip.empty()) {
-    add(listing, "HDB00 strip", options, {files.xmlStrip});
-  }
+  addIfAny(listing, "HDB00 strip", options, files.xmlStrip);
 }
 
 Listing fly(Options const& options, simulation::Progress const& progress) {
@@ -49,6 +59,7 @@ Listing fly(Options const& options, simulation::Progress const& progress) {
   addStrips(listing, options, files);
   add(listing, "calibrations", options, {files.calibrations});
   add(listing, "true orientation", options, {files.trueEop});
+  addIfAny(listing, "truth", options, files.truth);
   add(listing, "support file", options, files.supportFiles);
   add(listing, "image", options, files.images);
   return listing;
@@ -58,14 +69,15 @@ Listing flyBlock(Options const& options, simulation::Progress const& progress) {
   simulation::BlockPlan plan = options.block;
   int const usualLines = plan.flight.lines;
   plan.flight = options.flight;
-  if (options.lines->count() == 0) {
+  if (options.lines->count() == 0 && options.length == 0.0) {
     plan.flight.lines = usualLines;
   }
   auto const files = simulation::simulateBlock(plan, options.folder, progress);
   Listing listing;
   add(listing, "block", options, {files.block});
   add(listing, "calibrations", options, {files.calibrations});
-  add(listing, "ground points", options, {files.groundPoints});
+  addIfAny(listing, "ground points", options, files.groundPoints);
+  addIfAny(listing, "truth", options, files.truth);
   for (simulation::FlightFiles const& strip : files.strips) {
     addStrips(listing, options, strip);
     add(listing, "support file", options, strip.supportFiles);
@@ -91,6 +103,10 @@ void addFlight(CLI::App& command, Options& options) {
   options.lines = command.add_option("--lines", plan.lines, "Lines of the images, 200 to 200000")
                       ->default_str(std::to_string(plan.lines) + ", in a block " +
                                     std::to_string(simulation::BlockPlan::usualLines));
+  command.add_option("--length", options.length, "Length on the ground, in place of the lines")
+      ->type_name("M")
+      ->check(CLI::PositiveNumber)
+      ->excludes(command.get_option("--lines"));
   command.add_option("--samples", plan.samples, "Samples of the sensor lines")->capture_default_str();
   command.add_option("--seed", plan.seed, "Everything else follows from it")->capture_default_str();
   command.add_option("--height", plan.height, "Metres above the mean terrain")->type_name("M")->capture_default_str();
@@ -132,12 +148,59 @@ void addBlock(CLI::App& command, Options& options) {
   addOption("--overlap", plan.overlap, "What neighbours share of their width")
       ->type_name("PERCENT")
       ->capture_default_str();
-  addOption("--points", plan.points, "Ground points")->capture_default_str();
+  CLI::Option* const points = addOption("--points", plan.points, "Ground points")->capture_default_str();
   addOption("--noise", plan.noise, "Standard deviation of their measurements in the images")
       ->type_name("PX")
       ->capture_default_str();
   addOption("--crs", plan.crs, "System of the block's maps and ground points, any definition of PROJ [the UTM zone]")
       ->type_name("DEFINITION");
+  addOption("--control", plan.control, "Control points, in place of the ground points")->excludes(points);
+  addOption("--check", plan.check, "Check points, likewise")->excludes(points);
+  addOption("--survey-sigma", plan.surveySigma, "Standard deviation of their coordinates")
+      ->type_name("M")
+      ->capture_default_str();
+  addOption("--wrong-control", plan.wrongControl, "By how much one control point is wrong")->type_name("M");
+  addOption("--ties", plan.ties, "Tie points a second of each strip")->type_name("RATE")->excludes(points);
+  addOption("--blunders", plan.blunders, "Share of gross errors among their measurements")->type_name("PERCENT");
+}
+
+// What an option of errors is about, in the order of `ErrorPlan::kinds`.
+constexpr std::array<char const*, 8> errorTexts{
+    "Rotation of the camera against the inertial unit, about its axes, radians: 3 values",
+    "From the orientation's position to the perspective centre, along the camera's axes, metres: 3 values",
+    "Of the calibration, metres: 1 value",
+    "In the focal plane, metres: 2 values",
+    "Offsets in x and y, rotation, bend and scale of each sensor line, metres: 5 values, or 5 for each line",
+    "Of each strip, the clock of the orientation minus that of the camera, seconds: 1 value, or 1 for each strip",
+    "Of each strip's positions, metres: 3 values, or 3 for each strip",
+    "Of each strip's positions, metres a second: 3 values, or 3 for each strip"};
+
+void addErrors(CLI::App& command, Options& options) {
+  constexpr char const* group = "Errors to recover (VALUES: numbers V,V,V, or sigma=S[,S,S] to draw them)";
+  for (std::size_t i = 0; i < errorTexts.size(); ++i) {
+    std::string name = simulation::ErrorPlan::kinds()[i].name;
+    std::replace(name.begin(), name.end(), ' ', '-');
+    command.add_option("--" + name, options.errors[i], errorTexts[i])->type_name("VALUES")->group(group);
+  }
+  command
+      .add_option("--navigation", options.navigation,
+                  "Class of navigation systems: position and attitude err as it does")
+      ->type_name("CLASS")
+      ->group(group);
+}
+
+void takeErrors(Options& options) {
+  simulation::ErrorPlan plan;
+  bool isAny = !options.navigation.empty();
+  plan.navigation = options.navigation;
+  for (std::size_t i = 0; i < options.errors.size(); ++i) {
+    simulation::ErrorSize& size = plan.*simulation::ErrorPlan::kinds()[i].size;
+    size = simulation::errorSizeOf(options.errors[i]);
+    isAny = isAny || !size.isNone();
+  }
+  if (isAny) {
+    options.flight.errors = plan;
+  }
 }
 
 }  // namespace
@@ -150,13 +213,23 @@ void addSimulate(CLI::App& app, Run& run) {
   addFlight(*command, *options);
   addImages(*command, *options);
   addBlock(*command, *options);
+  addErrors(*command, *options);
   options->progress.addTo(*command);
-  command->footer("Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A\n"
-                  "         kes simulate block --dem terrain.tif --strips 4 --cross 2 --points 60");
+  command->footer(
+      "Example: kes simulate flight --dem terrain.tif --lines 20000 --heading 52 --render PANN00A\n"
+      "         kes simulate block --dem terrain.tif --strips 4 --cross 2 --points 60\n"
+      "         kes simulate proof --dem terrain.tif --strips 4 --cross 2 --length 10000 --control 4 --check 20 "
+      "--ties 1 --navigation tactical --boresight sigma=3e-4");
   command->callback([options, &run] {
     options->flight.dem = options->dem.file;
     options->flight.vertical = options->dem.vertical;
-    run = [options] { return simulate(*options); };
+    run = [options] {
+      takeErrors(*options);
+      if (options->length > 0.0) {
+        options->flight.setLength(options->length);
+      }
+      return simulate(*options);
+    };
   });
 }
 

@@ -6,7 +6,7 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Callable, Iterable
+from collections.abc import Callable, Iterable, Sequence
 from typing import Any
 
 import numpy as np
@@ -257,6 +257,23 @@ def footprint(
     return {"type": "FeatureCollection", "features": features}
 
 
+_ERRORS = {
+    "boresight",
+    "lever_arm",
+    "focal_length",
+    "principal_point",
+    "line_shape",
+    "time_offset",
+    "gnss_shift",
+    "gnss_drift",
+}
+
+
+def _error_size(value: str | float | Sequence[float]) -> str:
+    """The size of an error as the tool takes it."""
+    return value if isinstance(value, str) else ",".join(repr(float(v)) for v in np.atleast_1d(value))
+
+
 def simulate(
     folder: str | os.PathLike[str],
     dem: str | os.PathLike[str],
@@ -279,17 +296,31 @@ def simulate(
         band ids, or ["all"]), odf (a version), threads; for a block strips, cross, overlap (per cent), points, noise
         (pixels) and crs. Equal options make equal files.
 
+        length (metres on the ground) takes the place of lines. Errors to recover are boresight, lever_arm,
+        focal_length, principal_point, line_shape, time_offset, gnss_shift and gnss_drift, each a number, a sequence of
+        numbers or, to draw them, a text like "sigma=1e-4", in radians, metres and seconds, and navigation, the name of
+        a class of navigation systems. For a block, control, check, survey_sigma (metres), wrong_control (metres), ties
+        (a second) and blunders (per cent) make the points of a test of an adjustment; control, check and ties take the
+        place of points. ``kes simulate`` describes them all.
+
     Returns
     -------
     str
         The strip file, or the block file.
     """
-    known = {"lines", "samples", "seed", "height", "heading", "name", "start_time", "render", "odf", "threads"}
+    known = {"lines", "length", "samples", "seed", "height", "heading", "name", "start_time", "render", "odf", "threads"}
+    known |= _ERRORS | {"navigation"}
     of_blocks = {"strips", "cross", "overlap", "points", "noise", "crs"}
+    of_blocks |= {"control", "check", "survey_sigma", "wrong_control", "ties", "blunders"}
     allowed = known | of_blocks if "strips" in options else known
     for name in options:
         if name not in allowed:
             hint = " without strips" if name in of_blocks else ""
             raise TypeError(f"simulate() got an unexpected keyword argument '{name}'{hint}")
+    if "lines" in options and "length" in options:
+        raise TypeError("simulate() takes lines or length, not both")
+    if "points" in options and not options.keys().isdisjoint({"control", "check", "ties"}):
+        raise TypeError("simulate() takes points, or control, check and ties, not both")
+    options |= {name: _error_size(value) for name, value in options.items() if name in _ERRORS}
     fly = _core.simulate_block if "strips" in options else _core.simulate_flight
     return fly(folder, dem, options, progress)

@@ -10,7 +10,10 @@
 #include <simulation/Block.h>
 #include <simulation/Flight.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <string>
 
 namespace kespython {
 
@@ -89,6 +92,22 @@ struct NamedOptions {
   }
 };
 
+/// Errors to recover, each as the text that the tool takes.
+std::optional<simulation::ErrorPlan> errorsOf(NamedOptions const& take) {
+  simulation::ErrorPlan plan;
+  take("navigation", plan.navigation);
+  bool isAny = !plan.navigation.empty();
+  for (simulation::ErrorPlan::Kind const& kind : simulation::ErrorPlan::kinds()) {
+    std::string name = kind.name;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    std::string text;
+    take(name.c_str(), text);
+    plan.*kind.size = simulation::errorSizeOf(text);
+    isAny = isAny || !text.empty();
+  }
+  return isAny ? std::optional(plan) : std::nullopt;
+}
+
 simulation::FlightPlan flightOf(py::object const& dem, py::dict const& options) {
   simulation::FlightPlan plan;
   plan.dem = pathOf(dem);
@@ -103,6 +122,12 @@ simulation::FlightPlan flightOf(py::object const& dem, py::dict const& options) 
   take("render", plan.renderedBands);
   take("odf", plan.odfVersion);
   take("threads", plan.threads);
+  plan.errors = errorsOf(take);
+  double length = 0.0;
+  take("length", length);
+  if (options.contains("length")) {
+    plan.setLength(length);
+  }
   return plan;
 }
 
@@ -121,7 +146,7 @@ std::string simulateBlock(py::object const& folder, py::object const& dem, py::d
   simulation::BlockPlan plan;
   int const lines = plan.flight.lines;
   plan.flight = flightOf(dem, options);
-  if (!options.contains("lines")) {
+  if (!options.contains("lines") && !options.contains("length")) {
     plan.flight.lines = lines;
   }
   NamedOptions const take{options};
@@ -131,6 +156,12 @@ std::string simulateBlock(py::object const& folder, py::object const& dem, py::d
   take("points", plan.points);
   take("noise", plan.noise);
   take("crs", plan.crs);
+  take("control", plan.control);
+  take("check", plan.check);
+  take("survey_sigma", plan.surveySigma);
+  take("wrong_control", plan.wrongControl);
+  take("ties", plan.ties);
+  take("blunders", plan.blunders);
   std::string const name = pathOf(folder);
   std::string block;
   PythonProgress(std::move(progress)).during([&](simulation::Progress const& show) {

@@ -5,6 +5,7 @@
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <future>
 
@@ -239,6 +240,91 @@ TEST(KesSimulate, WrongBlocksAreTold) {
   KesRun const outside = kes({"simulate", out, "--dem", KESSENSOR_TERRAIN, "--strips", "40"});
   EXPECT_EQ(outside.code, 1);
   EXPECT_THAT(outside.err, testing::StartsWith("kes: error: strip \"Line1\" leaves the elevation model "));
+  EXPECT_EQ(test::entryCount(folder.path()), 0);
+}
+
+// The numbers of a list in the truth, each on a line of its own.
+std::string listOf(std::string const& truth, std::string const& name, std::size_t count) {
+  std::size_t const begin = truth.find('[', truth.find("\"" + name + "\""));
+  std::string list = truth.substr(begin, truth.find(']', begin) + 1 - begin);
+  list.erase(std::remove_if(list.begin(), list.end(), [](char c) { return c == ' ' || c == '\n'; }), list.end());
+  EXPECT_EQ(static_cast<std::size_t>(std::count(list.begin(), list.end(), ',')) + 1, count) << name;
+  return list;
+}
+
+TEST(KesSimulate, ErrorsAreRecordedAndWrittenAsTheTruth) {
+  test::TempFolder const folder;
+  std::string const out = folder / "flight";
+  KesRun const run =
+      kes(small(out, {"--boresight", "-0.001,0.002,0.003", "--lever-arm", "0.5,0.25,-0.125", "--focal-length", "2e-05",
+                      "--principal-point", "1e-05,-2e-05", "--line-shape", "0,0,0,1e-06,0", "--time-offset", "-0.002",
+                      "--gnss-shift", "1,2,3", "--gnss-drift", "sigma=0.01", "--navigation", "tactical"}));
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("true orientation:  " + out + "/truth/flight.eop\ntruth:             " + out +
+                                 "/truth.json\n"));
+  std::string const truth = test::contents(out + "/truth.json");
+  EXPECT_EQ(listOf(truth, "boresight", 3), "[-0.001,0.002,0.003]");
+  EXPECT_EQ(listOf(truth, "leverArm", 3), "[0.5,0.25,-0.125]");
+  EXPECT_THAT(truth, HasSubstr("\"focalLength\": 2e-05"));
+  EXPECT_EQ(listOf(truth, "principalPoint", 2), "[1e-05,-2e-05]");
+  EXPECT_EQ(listOf(truth, "correction", 5), "[0,0,0,1e-06,0]");
+  EXPECT_THAT(truth, HasSubstr("\"timeOffset\": -0.002"));
+  EXPECT_EQ(listOf(truth, "gnssShift", 3), "[1,2,3]");
+  EXPECT_NE(listOf(truth, "gnssDrift", 3), "[0,0,0]");
+  EXPECT_THAT(truth, HasSubstr("\"navigation\": \"tactical\""));
+  for (char const* strip : {"/strip.stp", "/truth/strip.stp"}) {
+    EXPECT_EQ(kes({"check", out + strip, "--calibrations", out + "/calibration"}).out, "valid\n") << strip;
+  }
+}
+
+TEST(KesSimulate, BlocksHaveControlCheckAndTiePoints) {
+  test::TempFolder const folder;
+  std::string const out = folder / "block";
+  KesRun const run = kes(smallBlock(out, {"--control", "3", "--check", "2", "--survey-sigma", "0.05", "--wrong-control",
+                                          "2", "--ties", "2", "--blunders", "30", "--length", "700"}));
+  EXPECT_EQ(run.code, 2) << "lines and length";
+  std::vector<std::string> arguments{"simulate",        out,    "--dem",          KESSENSOR_TERRAIN,
+                                     "--length",        "1000", "--samples",      "600",
+                                     "--height",        "1000", "--strips",       "2",
+                                     "--control",       "3",    "--check",        "2",
+                                     "--ties",          "2",    "--survey-sigma", "0.05",
+                                     "--wrong-control", "2",    "--blunders",     "30"};
+  KesRun const proof = kes(arguments);
+  ASSERT_EQ(proof.code, 0) << proof.err;
+  EXPECT_THAT(proof.out, HasSubstr("truth:          " + out + "/truth.json\n"));
+  std::string const list = test::contents(out + "/control/controls.gpt");
+  EXPECT_THAT(list, testing::MatchesRegex("\"GCP001\" [^\n]*  0\\.0500000000  1\n\"GCP002\" [^\n]*\n\"GCP003\" [^\n]*\n"
+                                          "\"CHK001\" [^\n]*  0\\.0500000000  2\n\"CHK002\" [^\n]*\n"));
+  std::string const truth = test::contents(out + "/truth.json");
+  EXPECT_THAT(truth, HasSubstr("\"wrong\": true"));
+  EXPECT_THAT(truth, HasSubstr("\"shift\""));
+  EXPECT_THAT(test::contents(out + "/Line1/Line1_PANN00A.ipt"), HasSubstr("\"T000001\" "));
+  EXPECT_THAT(test::contents(out + "/Line1/Line1_REDF16A.ipt"), testing::Not(HasSubstr("\"T0")));
+  // 1000 m from 1000 m up: 1000 / (6.5e-6 * 1000 / 0.0627) = 9646.2 lines.
+  EXPECT_EQ(std::filesystem::file_size(out + "/Line1/timing/PANN00A.ctg"), 9647 * sizeof(double));
+}
+
+TEST(KesSimulate, WrongErrorsAreNamed) {
+  test::TempFolder const folder;
+  std::string const out = folder / "flight";
+  auto const message = [&](std::vector<std::string> const& options) {
+    KesRun const run = kes(small(out, options));
+    EXPECT_EQ(run.code, 1);
+    return run.err;
+  };
+  EXPECT_EQ(message({"--boresight", "1e-4"}), "kes: error: the boresight needs 3 values, not 1\n");
+  EXPECT_EQ(message({"--focal-length", "1 mm"}), "kes: error: 1 mm is no size of an error: it needs numbers, or sigma= "
+                                                 "and numbers, with commas between them\n");
+  EXPECT_THAT(message({"--navigation", "magic"}),
+              testing::StartsWith("kes: error: Unknown class of navigation systems: magic (known: "));
+  EXPECT_EQ(message({"--odf", "--navigation", "mems"}),
+            "kes: error: errors to recover can't be written as orientation files of bands\n");
+  for (char const* option : {"--control", "--check", "--ties", "--blunders", "--survey-sigma", "--wrong-control"}) {
+    EXPECT_EQ(kes(small(out, {option, "1"})).code, 2) << option << " without strips";
+  }
+  for (char const* option : {"--control", "--check", "--ties"}) {
+    EXPECT_EQ(kes(small(out, {"--strips", "1", "--points", "5", option, "1"})).code, 2) << option << " and points";
+  }
   EXPECT_EQ(test::entryCount(folder.path()), 0);
 }
 

@@ -118,6 +118,12 @@ def documents(folder):
     yield "ortho-manifest", json.loads(plan.read_text(encoding="utf-8"))
     yield of("ortho-tile", "ortho", "tile", plan, 0, "--progress", "json")
     yield of("ortho-finish", "ortho", "finish", plan, "-o", folder / "ortho.tif", "--progress", "json")
+    run("simulate", folder / "wrong", "--dem", TERRAIN, "--lines", 300, "--samples", 64, "--navigation", "tactical",
+        "--boresight", "sigma=1e-4", "--lever-arm", "-0.1,0.2,0.3")
+    run("simulate", folder / "proof", "--dem", TERRAIN, "--strips", 2, "--lines", 9000, "--samples", 300, "--control", 3,
+        "--check", 1, "--ties", 1, "--blunders", 20)
+    for simulated in "wrong", "proof":
+        yield "truth", json.loads((folder / simulated / "truth.json").read_text(encoding="utf-8"))
     if (SCHEMAS / "report.schema.json").exists():
         for project in strip, strips:
             run("report", project, "-o", folder / "report.html")

@@ -5,6 +5,7 @@
 
 from __future__ import annotations
 
+import json
 import os
 import pickle
 import shutil
@@ -220,3 +221,27 @@ def test_simulate_refuses_what_it_does_not_know(tmp_path: Path) -> None:
         ks.simulate(tmp_path / "flight", DEM, line=3)
     with pytest.raises(TypeError, match=r"^simulate\(\) got an unexpected keyword argument 'cross' without strips$"):
         ks.simulate(tmp_path / "flight", DEM, cross=3)
+
+
+def test_simulate_has_errors_to_recover(tmp_path: Path) -> None:
+    ks.simulate(tmp_path / "flight", DEM, lines=300, samples=64, boresight=(1e-3, 0, -2e-3), focal_length=1e-5,
+                gnss_shift="sigma=0.1", navigation="tactical")
+    truth = json.loads((tmp_path / "flight" / "truth.json").read_text())
+    assert truth["camera"]["boresight"] == [1e-3, 0, -2e-3]
+    assert truth["camera"]["focalLength"] == 1e-5
+    assert truth["navigation"] == "tactical"
+    assert all(0 < abs(value) < 0.6 for value in truth["strips"][0]["gnssShift"])
+
+
+def test_simulate_has_points_that_test_an_adjustment(tmp_path: Path) -> None:
+    ks.simulate(tmp_path / "block", DEM, strips=1, length=2600.0, samples=400, control=2, check=1, survey_sigma=0.0,
+                wrong_control=1.0, ties=1.0, blunders=20.0)
+    truth = json.loads((tmp_path / "block" / "truth.json").read_text())
+    assert [point["id"] for point in truth["groundPoints"]] == ["GCP001", "GCP002", "CHK001"]
+    assert [point["surveyed"] == point["position"] for point in truth["groundPoints"]].count(False) == 1
+    assert len(truth["tiePoints"]) > 20
+    assert truth["blunders"]
+    with pytest.raises(TypeError, match=r"^simulate\(\) takes points, or control, check and ties, not both$"):
+        ks.simulate(tmp_path / "other", DEM, strips=1, points=3, ties=1.0)
+    with pytest.raises(TypeError, match=r"^simulate\(\) takes lines or length, not both$"):
+        ks.simulate(tmp_path / "other", DEM, lines=300, length=100.0)

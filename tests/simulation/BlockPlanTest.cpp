@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <set>
 
@@ -138,6 +139,42 @@ TEST(BlockPlan, RefusesWhatCantBeFlown) {
               plan.strips = 10;
             }),
             "the block is wider than the longest cross strip");
+}
+
+// What a plan of three strips with control points has wrong.
+std::string fault(std::function<void(BlockPlan&)> const& change) {
+  BlockPlan plan = planOf(2, 1, 0.0);
+  plan.flight.errors.emplace();
+  plan.control = 4;
+  change(plan);
+  return test::messageOf([&] { plan.validate(); });
+}
+
+TEST(BlockPlan, RefusesPointsThatCantBePlaced) {
+  EXPECT_EQ(fault([](BlockPlan& plan) { plan.control = -1; }), "the number of control points must be from 0 to 1000");
+  EXPECT_EQ(fault([](BlockPlan& plan) { plan.check = 1001; }), "the number of check points must be from 0 to 1000");
+  EXPECT_EQ(fault([](BlockPlan& plan) { plan.surveySigma = 10.5; }),
+            "the sigma of surveyed points must be from 0 to 10 metres");
+  EXPECT_EQ(fault([](BlockPlan& plan) { plan.wrongControl = -1.0; }),
+            "a control point may be wrong by 0 to 1000 metres");
+  EXPECT_EQ(fault([](BlockPlan& plan) {
+              plan.control = 0;
+              plan.wrongControl = 1.0;
+            }),
+            "without a control point, none can be wrong");
+  EXPECT_EQ(fault([](BlockPlan& plan) { plan.ties = 1001.0; }),
+            "the number of tie points a second must be from 0 to 1000");
+  EXPECT_EQ(fault([](BlockPlan& plan) { plan.blunders = 51.0; }),
+            "the share of blunders must be from 0 to 50 per cent");
+  EXPECT_EQ(fault([](BlockPlan& plan) {
+              plan.flight.errors->timeOffset.values = {0.0, 0.0};
+            }),
+            "the time offset needs 1 or 3 values, not 2");
+  EXPECT_EQ(fault([](BlockPlan& plan) {
+              plan.flight.errors.reset();
+              plan.flight.odfVersion = "1.2";
+            }),
+            "errors to recover can't be written as orientation files of bands");
 }
 
 }  // namespace
