@@ -62,8 +62,8 @@ public:
   Recorder()
       : mLog(next<int(char const*, int, ...)>("open")(variable(recordVariable), O_WRONLY | O_APPEND | O_CLOEXEC)) {
     std::string const root = variable(folderVariable);
-    line("root " + std::to_string(nodeAt(root)));
     noteEntries(true);
+    line("root " + std::to_string(nodeAt(root)));
     line("safe");
   }
 
@@ -204,18 +204,26 @@ private:
 };
 
 // Never destroyed: files are closed while the process ends, too.
+Recorder& recorder() {
+  static auto* const instance = new Recorder;
+  return *instance;
+}
+
+std::mutex& mutex() {
+  static auto* const instance = new std::mutex;
+  return *instance;
+}
+
 template <class Note>
 void record(Note const& note) {
-  static std::mutex mutex;
   if (!isWanted() || isRecording) {
     return;
   }
   int const error = errno;
   isRecording = true;
   {
-    std::lock_guard<std::mutex> const guard(mutex);
-    static auto* const recorder = new Recorder;
-    note(*recorder);
+    std::lock_guard<std::mutex> const guard(mutex());
+    note(recorder());
   }
   isRecording = false;
   errno = error;
