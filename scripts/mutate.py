@@ -13,7 +13,7 @@ Where the compiler refuses that, as within a constant expression, and for the ot
 What a change comes to:
 
     killed        a test failed, or the program crashed
-    timed out     the tests took ten times as long as without the change, which counts as killed
+    timed out     the tests took ten times the processor's time that they need without it, which counts as killed
     not compiled  the compiler refused the change, which says nothing about the tests
     survived      all tests passed: a test is missing, or the change is equivalent to the original
     equivalent    not tried, since the reviewed list has it with a reason
@@ -32,6 +32,7 @@ import argparse
 import collections
 import concurrent.futures
 import json
+import math
 import os
 import random
 import re
@@ -42,7 +43,6 @@ import subprocess
 import sys
 import tempfile
 import threading
-import time
 from pathlib import Path
 from typing import NamedTuple
 
@@ -79,8 +79,8 @@ CONFIGURATION = [
     "-DKESSENSOR_BUILD_BENCHMARKS=OFF", "-DKESSENSOR_WERROR=OFF", *LINK,
 ]
 TIMES_NORMAL = 10
-SHORTEST_LIMIT = 2.0  # seconds
-LONGEST_BUILD = 3600  # seconds
+SHORTEST_LIMIT = 2  # seconds of the processor
+LONGEST_WAIT = 3600  # seconds, of a build or of tests that sleep
 MOST_MEMORY = 4 << 30
 FAILED_TEST = re.compile(r"^\[  FAILED  \] (\S+?),? ", re.MULTILINE)
 # Operators that can be switched: between their operands comes an object, so that precedence and grouping stay.
@@ -350,12 +350,12 @@ class Copy:
         self.must(["cmake", "-S", self.tree, "-B", self.build, *CONFIGURATION, *options])
         self.must(["ninja", "-C", self.build, *targets])
         self.programs = [self.program(target) for target in targets]
-        started = time.monotonic()
+        used = processor_seconds()
         for program in self.programs:
             code, output = self.run(program)
             if code != 0:
                 raise CheckFailed(f"{program.name} fails without a change:\n{output[-4000:]}")
-        self.limit = max(TIMES_NORMAL * (time.monotonic() - started), SHORTEST_LIMIT)
+        self.limit = max(math.ceil(TIMES_NORMAL * (processor_seconds() - used)), SHORTEST_LIMIT)
 
     def update(self, root):
         """Makes the copy equal to the tree, whatever a run that was killed has left; what is equal isn't built again."""
@@ -378,7 +378,7 @@ class Copy:
                 copy.unlink()
 
     def must(self, command):
-        code, output = run_limited(command, self.tree, os.environ, LONGEST_BUILD)
+        code, output = run_limited(command, self.tree, os.environ)
         if code != 0:
             raise CheckFailed(f"{' '.join(map(str, command))}\n{output[-4000:]}")
 
@@ -389,7 +389,6 @@ class Copy:
         return found[0]
 
     def run(self, program, tests="*", limit=None, more=None):
-        """The exit code, or None when the limit was reached, and the output."""
         shutil.rmtree(self.scratch, ignore_errors=True)
         self.scratch.mkdir(parents=True)
         variables = {"GTEST_FAIL_FAST": "1", "GTEST_FILTER": tests, "GTEST_COLOR": "no", "TMPDIR": str(self.scratch)}
@@ -440,7 +439,7 @@ class Copy:
     def ninja(self, *options):
         # The compiler's cache would keep objects that nobody asks for again.
         variables = {**os.environ, "CCACHE_DISABLE": "1"}
-        return run_limited(["ninja", "-C", str(self.build), *options, *self.targets], self.build, variables, LONGEST_BUILD)
+        return run_limited(["ninja", "-C", str(self.build), *options, *self.targets], self.build, variables)
 
     def outcome_of_tests(self, killers, variables=None):
         # First the tests that noticed most of the other changes.
@@ -472,8 +471,18 @@ def kill(process):
         pass
 
 
-def run_limited(command, folder, variables, limit):
+def processor_seconds():
+    """Of all that was run so far."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
+def run_limited(command, folder, variables, limit=None):
+    """The exit code, or None when the processor's time was used up, and the output."""
+
     def bound():
+        if limit is not None:
+            resource.setrlimit(resource.RLIMIT_CPU, (limit, limit + 1))
         resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
@@ -482,7 +491,8 @@ def run_limited(command, folder, variables, limit):
                                    stdout=output, stderr=subprocess.STDOUT, start_new_session=True, preexec_fn=bound)
         RUNNING.add(process)
         try:
-            code = process.wait(limit)
+            code = process.wait(LONGEST_WAIT)
+            code = None if code in (-signal.SIGXCPU, -signal.SIGKILL) and not STOPPED.is_set() else code
         except subprocess.TimeoutExpired:
             code = None
         finally:
@@ -517,7 +527,8 @@ def try_all(copies, mutants, isFast, report):
         originals = {mutant.source: (copy.tree / mutant.source).read_text(encoding="utf-8") for mutant in group}
         try:
             numbers = copy.build_switches(group, originals)
-            for mutant, number in numbers.items():
+            # In no order, so that a run that is ended early has seen something of everything.
+            for mutant, number in random.Random(len(numbers)).sample(list(numbers.items()), len(numbers)):
                 report(mutant, *copy.outcome_of_switch(mutant, number))
             return numbers
         finally:
