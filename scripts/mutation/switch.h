@@ -39,7 +39,7 @@ T pick(T original, U changed) {
   }                                                                                                                    \
   template <class L, class R, int N>                                                                                   \
   auto operator OLD(Left_##NAME<L, N> left, R&& right)                                                                 \
-      -> decltype(static_cast<L&&>(left.operand) OLD static_cast<R&&>(right)) {                                        \
+      ->decltype(static_cast<L&&>(left.operand) OLD static_cast<R&&>(right)) {                                         \
     using Result = decltype(static_cast<L&&>(left.operand) OLD static_cast<R&&>(right));                               \
     if (isActive(N)) {                                                                                                 \
       return static_cast<Result>(static_cast<L&&>(left.operand) NEW static_cast<R&&>(right));                          \
