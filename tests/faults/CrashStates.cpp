@@ -51,11 +51,11 @@ public:
 
   // Takes a step. What it makes safe no longer is in question.
   void take(Step const& step) {
-    if (step.kind == Step::DATA) {
+    if (step.kind == Step::BYTES) {
       mUnsafe[step.node].push_back(&step);
       return;
     }
-    if (step.kind == Step::ENTRIES) {
+    if (step.kind == Step::NAMES) {
       mChanges.push_back({&step.entries, false});
     } else if (mRecorded.isFolder[static_cast<std::size_t>(step.node)]) {
       saveEntries(step.node);
@@ -244,7 +244,7 @@ private:
       return;
     }
     if (kind == "end") {
-      mRecorded.steps.push_back(std::exchange(mEntries, Step{Step::ENTRIES, -1, 0, 0, {}, {}}));
+      mRecorded.steps.push_back(std::exchange(mEntries, Step{Step::NAMES, -1, 0, 0, {}, {}}));
       return;
     }
     std::uint64_t number = 0;
@@ -254,7 +254,7 @@ private:
     } else if (kind == "new") {
       mNodes.erase(number);
     } else if (kind == "sync") {
-      mRecorded.steps.push_back({Step::SYNC, nodeOf(number), 0, 0, {}, {}});
+      mRecorded.steps.push_back({Step::SAVE, nodeOf(number), 0, 0, {}, {}});
     } else if (kind == "data") {
       readData(nodeOf(number), line);
     } else if (kind == "set" || kind == "unset") {
@@ -265,7 +265,7 @@ private:
   }
 
   void readData(Node node, std::istringstream& line) {
-    Step step{Step::DATA, node, 0, 0, {}, {}};
+    Step step{Step::BYTES, node, 0, 0, {}, {}};
     std::size_t count = 0;
     line >> step.size >> step.begin >> count;
     step.bytes = mBytes.substr(mAt, count);
@@ -287,7 +287,7 @@ private:
   std::string const& mBytes;
   std::size_t mAt = 0;
   std::map<std::uint64_t, Node> mNodes;
-  Step mEntries{Step::ENTRIES, -1, 0, 0, {}, {}};
+  Step mEntries{Step::NAMES, -1, 0, 0, {}, {}};
   Recorded mRecorded;
 };
 

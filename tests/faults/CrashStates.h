@@ -34,11 +34,11 @@ struct EntryChange {
 };
 
 struct Step {
-  enum Kind { DATA, ENTRIES, SYNC } kind = SYNC;
+  enum Kind { BYTES, NAMES, SAVE } kind = SAVE;
   Node node = -1;                    ///< Of data and syncs.
   std::size_t size = 0;              ///< Of the file after a change of its data.
   std::size_t begin = 0;             ///< Where its new bytes begin.
-  std::string bytes;                 ///<
+  std::string bytes;                 ///< From there on.
   std::vector<EntryChange> entries;  ///< Which change together.
 };
 
@@ -59,8 +59,8 @@ struct CrashState {
   std::string lost;  ///< A description of what was lost, for messages.
 };
 
-/// Calls `see` with each state that may be left, once for all those that look the same at a time. Combinations above
-/// `most` are drawn at random with `seed`.
+/// Calls `see` with each state that may be left after each step. Where a step has more than `most`, it sees so many of
+/// them, drawn at random with `seed`, and those with all and with nothing lost.
 void forEachCrashState(Recorded const& recorded, int most, unsigned seed,
                        std::function<void(CrashState const&)> const& see);
 
