@@ -61,9 +61,9 @@ public:
   // The folder as it is found is the first step, which is safe.
   Recorder()
       : mLog(next<int(char const*, int, ...)>("open")(variable(recordVariable), O_WRONLY | O_APPEND | O_CLOEXEC)) {
-    std::string const root = variable(folderVariable);
-    noteEntries(true);
-    line("root " + std::to_string(nodeAt(root)));
+    noteEntries();
+    noteAllContents();
+    line("root " + std::to_string(nodeAt(variable(folderVariable))));
     line("safe");
   }
 
@@ -100,7 +100,7 @@ public:
     if (!hasName(status.st_ino)) {
       noteNew(status.st_ino);
     }
-    noteEntries(false);
+    noteEntries();
     noteFile(file);
   }
 
@@ -112,13 +112,29 @@ public:
   }
 
   // All differences are one step: a rename happens as a whole.
-  void noteEntries(bool withContents) {
+  void noteEntries() {
     std::map<ino_t, Folder> const before = std::exchange(mFolders, foldersNow());
     for (auto const& [node, folder] : mFolders) {
       if (before.count(node) == 0) {
         noteNew(node);
       }
     }
+    std::string const step = stepSince(before);
+    if (!step.empty()) {
+      line(step + "end");
+    }
+  }
+
+private:
+  void noteAllContents() {
+    for (auto const& entry : fs::recursive_directory_iterator(variable(folderVariable))) {
+      if (entry.is_regular_file()) {
+        noteContents(nodeAt(entry.path().string()), contentsOf(entry.path().string()));
+      }
+    }
+  }
+
+  std::string stepSince(std::map<ino_t, Folder> const& before) const {
     std::string step;
     for (auto const& [node, folder] : before) {
       auto const now = mFolders.find(node);
@@ -137,19 +153,9 @@ public:
         }
       }
     }
-    if (!step.empty()) {
-      line(step + "end");
-    }
-    if (withContents) {
-      for (auto const& entry : fs::recursive_directory_iterator(variable(folderVariable))) {
-        if (entry.is_regular_file()) {
-          noteContents(nodeAt(entry.path().string()), contentsOf(entry.path().string()));
-        }
-      }
-    }
+    return step;
   }
 
-private:
   static ino_t nodeAt(std::string const& path) {
     struct stat status {};
     lstat(path.c_str(), &status);
@@ -229,6 +235,11 @@ void record(Note const& note) {
   errno = error;
 }
 
+// Before the first call that changes anything.
+[[gnu::constructor]] void begin() {
+  record([](Recorder&) {});
+}
+
 }  // namespace
 
 void opened(int file) {
@@ -244,7 +255,7 @@ void synced(int file) {
 }
 
 void entriesChanged() {
-  record([](Recorder& recorder) { recorder.noteEntries(false); });
+  record([](Recorder& recorder) { recorder.noteEntries(); });
 }
 
 Closing::Closing(int file)
