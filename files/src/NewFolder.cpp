@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <utility>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -45,6 +46,20 @@ int syncTree(std::string const& folder) {
 }
 
 }  // namespace
+
+void makeFolders(std::string const& path, std::error_code& error) {
+  std::vector<fs::path> changed;
+  for (fs::path place = fs::absolute(path, error); !error && !fs::exists(place, error);) {
+    place = place.parent_path();
+    changed.push_back(place);
+  }
+  fs::create_directories(path, error);
+  for (fs::path const& folder : changed) {
+    if (int const failure = error ? 0 : syncFolder(folder.string()); failure != 0) {
+      error.assign(failure, std::generic_category());
+    }
+  }
+}
 
 struct NewFolder::Body {
   Target target;
@@ -88,7 +103,7 @@ void NewFolder::keep() {
 
 void NewFolder::makeParents() const {
   std::error_code error;
-  fs::create_directories(mBody->target.folder(), error);
+  makeFolders(mBody->target.folder(), error);
   require(error.value());
 }
 

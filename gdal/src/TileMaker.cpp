@@ -7,6 +7,7 @@
 #include "OrthoMosaic.h"
 #include "OrthoWarper.h"
 #include "TileFile.h"
+#include "files/NewFolder.h"
 #include "files/WorkFolder.h"
 
 #include <kesgdal/OrthoTiles.h>
@@ -77,7 +78,7 @@ private:
 
 void makeFolder(std::string const& folder) {
   std::error_code error;
-  fs::create_directories(folder, error);
+  files::makeFolders(folder, error);
   if (error && !fs::is_directory(folder)) {
     throw std::runtime_error("can't make folder " + folder + ": " + error.message());
   }

@@ -103,6 +103,14 @@ TEST(CalibrationGeometryKesBadTable, EntriesThatAreEqualOrNoNumbersAreSafe) {
   }
 }
 
+TEST(CalibrationGeometryKesBadTable, EntryThatIsNotFiniteHarmsNoOther) {
+  for (double const last : {infinity, nan}) {
+    CalibrationGeometryKes const line = LineTable{3, {1, 2, static_cast<float>(last)}, {0, 1, 2}}.line();
+    EXPECT_EQ(focalOf(line, 0.0).x, 1.0);
+    EXPECT_EQ(focalOf(line, 0.5).x, 1.5);
+  }
+}
+
 TEST(CalibrationGeometryKesBadTable, CountsOfSamplesThatAreNoneAreSafe) {
   constexpr int most = std::numeric_limits<int>::max();
   constexpr int least = std::numeric_limits<int>::min();

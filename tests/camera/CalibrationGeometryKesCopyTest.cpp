@@ -142,6 +142,8 @@ TEST(CalibrationGeometryKesCopy, CutOutHasAMeanScaleOfItsOwn) {
   // From 3 to 15 in two steps.
   CalibrationGeometryKes const cut(table.line(), 2, 3);
   EXPECT_EQ(sampleOf(cut, 27.0), 24.0 * static_cast<double>(2.0F / 12.0F));
+  // From 3 to 7 in one step.
+  EXPECT_EQ(sampleOf(CalibrationGeometryKes(table.line(), 2, 2), 27.0), 24.0 / 4.0);
 }
 
 TEST(CalibrationGeometryKesCopy, CutOutMayReachBeyondTheLine) {

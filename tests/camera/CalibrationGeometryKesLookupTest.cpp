@@ -83,6 +83,8 @@ TEST(CalibrationGeometryKesLookup, SparseTableIsStretchedOverTheLine) {
   EXPECT_EQ(focalOf(line, 16.0).x, static_cast<double>(table.x[8]));
   EXPECT_EQ(focalOf(line, 17.0).x, between(table.x[0], table.x[8], 17.0 / 16));
   EXPECT_EQ(focalOf(line, -1.0).x, between(table.x[0], table.x[8], -1.0 / 16));
+  // Three entries for four samples: an entry every one and a half.
+  EXPECT_EQ(focalOf(LineTable{4, {0, 2, 6}, {0, 1, 2}}.line(), 1.5).x, 2.0);
 }
 
 TEST(CalibrationGeometryKesLookup, TableDifferenceIsTakenInFloat) {
@@ -166,6 +168,8 @@ TEST(CalibrationGeometryKesLookup, TwoEntriesAreAStraightLine) {
   expectSample(table, 2.0, 6.0);
   expectSample(table, -0.5, 1.0);
   EXPECT_EQ(focalOf(table.line(), 7.5).x, 5.0);
+  EXPECT_EQ(focalOf(table.line(), 15.0).x, 2.0 + 4.0 * 1.5);
+  EXPECT_EQ(focalOf(table.line(), -5.0).x, 2.0 - 4.0 * 0.5);
 }
 
 // 2^24 + 1 samples: their count less one is 2^24, but as a float less one it would be 2^24 - 1, the mean scale.

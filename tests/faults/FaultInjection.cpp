@@ -6,6 +6,8 @@
 
 #include "FaultPlan.h"
 #include "Hook.h"
+#include "PlannedFolder.h"
+#include "Recording.h"
 
 #include <atomic>
 #include <cerrno>
@@ -26,18 +28,16 @@
 namespace {
 
 using faults::Call;
+using faults::isBelowFolder;
+using faults::isPlanned;
 using faults::next;
+using faults::variable;
 
 constexpr int noFault = -1;
 constexpr int maxFiles = 4096;
 
 // Numbers of the files that count.
 std::atomic<bool> isCounted[maxFiles];
-
-char const* variable(char const* name) {
-  char const* const value = std::getenv(name);
-  return value == nullptr ? "" : value;
-}
 
 faults::Counts* mappedCounts() {
   int const file = static_cast<int>(next<int(char const*, int, ...)>("open")(variable(faults::countsVariable), O_RDWR));
@@ -51,7 +51,6 @@ faults::Counts* mappedCounts() {
 }
 
 struct Plan {
-  char const* folder = variable(faults::folderVariable);
   char const* call = variable(faults::callVariable);
   int number = std::atoi(variable(faults::numberVariable));
   int error = std::atoi(variable(faults::errorVariable));
@@ -91,31 +90,6 @@ bool fails(Call kind) {
   return fault > 0;
 }
 
-bool isBelowFolder(char const* path) {
-  std::size_t const length = std::strlen(plan().folder);
-  return std::strncmp(path, plan().folder, length) == 0 && (path[length] == '/' || path[length] == '\0');
-}
-
-// The place of an open file or folder.
-bool isBelowFolder(int file) {
-  char link[64];
-  std::snprintf(link, sizeof link, "/proc/self/fd/%d", file);
-  char place[PATH_MAX] = "";
-  ssize_t const size = readlink(link, place, sizeof place - 1);
-  place[size < 0 ? 0 : size] = '\0';
-  return isBelowFolder(place);
-}
-
-// A relative path is one below the current folder or the one that is open as `folder`.
-bool isPlanned(int folder, char const* path) {
-  if (path[0] == '/') {
-    return isBelowFolder(path);
-  }
-  char current[PATH_MAX] = "";
-  return folder == AT_FDCWD ? getcwd(current, sizeof current) != nullptr && isBelowFolder(current)
-                            : isBelowFolder(folder);
-}
-
 bool isCountedFile(int file) {
   return file >= 0 && file < maxFiles && isCounted[file];
 }
@@ -127,6 +101,13 @@ int noted(int file, bool counts) {
   return file;
 }
 
+int notedAsOpened(int file, bool counts) {
+  if (counts && file >= 0) {
+    faults::recording::opened(file);
+  }
+  return noted(file, counts);
+}
+
 bool isForWriting(int flags) {
   return (flags & O_ACCMODE) != O_RDONLY || (flags & O_CREAT) != 0;
 }
@@ -134,7 +115,7 @@ bool isForWriting(int flags) {
 template <class Open>
 int openFile(int folder, char const* path, int flags, Open const& open) {
   bool const counts = isForWriting(flags) && isPlanned(folder, path);
-  return counts && fails(faults::OPEN) ? -1 : noted(open(), counts);
+  return counts && fails(faults::OPEN) ? -1 : notedAsOpened(open(), counts);
 }
 
 // Of a process that is killed within a write, half of it is there.
@@ -145,7 +126,9 @@ ssize_t writeFile(int file, std::size_t size, Write const& write) {
   }
   int const fault = faultOf(faults::WRITE);
   if (fault == noFault) {
-    return write(size);
+    ssize_t const written = write(size);
+    faults::recording::changed(file);
+    return written;
   }
   if (fault == 0) {
     write(size / 2);
@@ -155,14 +138,36 @@ ssize_t writeFile(int file, std::size_t size, Write const& write) {
   return -1;
 }
 
+template <class Truncate>
+int truncateFile(int file, Truncate const& truncate) {
+  if (!isCountedFile(file)) {
+    return truncate();
+  }
+  int const result = fails(faults::WRITE) ? -1 : truncate();
+  faults::recording::changed(file);
+  return result;
+}
+
 template <class Sync>
 int syncFile(int file, Sync const& sync) {
-  return isBelowFolder(file) && fails(faults::SYNC) ? -1 : sync(file);
+  if (!isBelowFolder(file)) {
+    return sync(file);
+  }
+  int const result = fails(faults::SYNC) ? -1 : sync(file);
+  if (result == 0) {
+    faults::recording::synced(file);
+  }
+  return result;
 }
 
 template <class Rename>
 int renameFile(int folder, char const* to, Rename const& rename) {
-  return isPlanned(folder, to) && fails(faults::RENAME) ? -1 : rename();
+  if (isPlanned(folder, to) && fails(faults::RENAME)) {
+    return -1;
+  }
+  int const result = rename();
+  faults::recording::entriesChanged();
+  return result;
 }
 
 FILE* openStream(char const* path, char const* mode, char const* function) {
@@ -172,14 +177,14 @@ FILE* openStream(char const* path, char const* mode, char const* function) {
   }
   FILE* const stream = next<FILE*(char const*, char const*)>(function)(path, mode);
   if (stream != nullptr) {
-    noted(fileno(stream), counts);
+    notedAsOpened(fileno(stream), counts);
   }
   return stream;
 }
 
 int makeTemporary(char* path, char const* function, int flags) {
   bool const counts = isPlanned(AT_FDCWD, path);
-  return counts && fails(faults::OPEN) ? -1 : noted(next<int(char*, int)>(function)(path, flags), counts);
+  return counts && fails(faults::OPEN) ? -1 : notedAsOpened(next<int(char*, int)>(function)(path, flags), counts);
 }
 
 // No signal interrupts the making of a folder.
@@ -255,11 +260,15 @@ KES_HOOK int mkostemp64(char* path, int flags) {
 }
 
 KES_HOOK char* mkdtemp(char* path) {
-  return folderFails(path) ? nullptr : next<char*(char*)>("mkdtemp")(path);
+  char* const result = folderFails(path) ? nullptr : next<char*(char*)>("mkdtemp")(path);
+  faults::recording::entriesChanged();
+  return result;
 }
 
 KES_HOOK int mkdir(char const* path, mode_t mode) {
-  return folderFails(path) ? -1 : next<int(char const*, mode_t)>("mkdir")(path, mode);
+  int const result = folderFails(path) ? -1 : next<int(char const*, mode_t)>("mkdir")(path, mode);
+  faults::recording::entriesChanged();
+  return result;
 }
 
 KES_HOOK ssize_t write(int file, void const* bytes, size_t size) {
@@ -312,11 +321,11 @@ KES_HOOK size_t fwrite(void const* bytes, size_t size, size_t count, FILE* strea
 }
 
 KES_HOOK int ftruncate(int file, off_t size) {
-  return isCountedFile(file) && fails(faults::WRITE) ? -1 : next<int(int, off_t)>("ftruncate")(file, size);
+  return truncateFile(file, [&] { return next<int(int, off_t)>("ftruncate")(file, size); });
 }
 
 KES_HOOK int ftruncate64(int file, off64_t size) {
-  return isCountedFile(file) && fails(faults::WRITE) ? -1 : next<int(int, off64_t)>("ftruncate64")(file, size);
+  return truncateFile(file, [&] { return next<int(int, off64_t)>("ftruncate64")(file, size); });
 }
 
 KES_HOOK int fsync(int file) {
@@ -357,6 +366,9 @@ KES_HOOK int linkat(int fromFolder, char const* from, int toFolder, char const* 
 KES_HOOK int close(int file) {
   bool const failing = isCountedFile(file) && fails(faults::CLOSE);
   int const error = errno;
+  if (isCountedFile(file)) {
+    faults::recording::changed(file);
+  }
   noted(file, false);
   int const result = next<int(int)>("close")(file);
   errno = failing ? error : errno;
@@ -367,6 +379,7 @@ KES_HOOK int close(int file) {
 KES_HOOK int fclose(FILE* stream) {
   bool const failing = isCountedFile(fileno(stream)) && fails(faults::CLOSE);
   int const error = errno;
+  faults::recording::Closing const closing(isCountedFile(fileno(stream)) ? fileno(stream) : -1);
   noted(fileno(stream), false);
   if (failing) {
     __fpurge(stream);

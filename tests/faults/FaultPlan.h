@@ -23,6 +23,8 @@ constexpr char callVariable[] = "KES_FAULT_CALL";
 constexpr char numberVariable[] = "KES_FAULT_NUMBER";
 /// The error number to fail with, or 0 to kill the process instead.
 constexpr char errorVariable[] = "KES_FAULT_ERROR";
+/// An existing file to record steps in (Recording.h); none is recorded without it.
+constexpr char recordVariable[] = "KES_FAULT_RECORD";
 /// The file of the counts.
 constexpr char countsVariable[] = "KES_FAULT_COUNTS";
 

@@ -31,12 +31,13 @@ void redirect(int stream, std::string const& file) {
 }
 
 [[noreturn]] void runProgram(std::vector<std::string> const& command, std::string const& folder, Fault const& fault,
-                             std::string const& counts, std::string const& messages) {
+                             std::string const& counts, std::string const& record, std::string const& messages) {
   setenv(folderVariable, folder.c_str(), 1);
   setenv(callVariable, callName(fault.call).c_str(), 1);
   setenv(numberVariable, std::to_string(fault.number).c_str(), 1);
   setenv(errorVariable, std::to_string(fault.error).c_str(), 1);
   setenv(countsVariable, counts.c_str(), 1);
+  setenv(recordVariable, record.c_str(), 1);
   setenv("LD_PRELOAD", KES_FAULT_INJECTION, 1);
   setenv("TZ", "UTC", 1);
   setenv("QT_HASH_SEED", "0", 1);  // the order of the attributes of an XML document
@@ -93,13 +94,14 @@ std::string textOf(Fault const& fault) {
   return what + " at call " + std::to_string(fault.number) + " of kind " + callName(fault.call);
 }
 
-Outcome run(std::vector<std::string> const& command, std::string const& folder, Fault const& fault) {
+Outcome run(std::vector<std::string> const& command, std::string const& folder, Fault const& fault,
+            std::string const& record) {
   test::TempFolder const reports;
   std::string const counts = reports.file("counts", std::string(sizeof(Counts), '\0'));
   std::string const messages = reports / "messages";
   pid_t const child = fork();
   if (child == 0) {
-    runProgram(command, folder, fault, counts, messages);
+    runProgram(command, folder, fault, counts, record, messages);
   }
   int status = 0;
   waitpid(child, &status, 0);

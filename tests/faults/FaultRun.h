@@ -37,7 +37,9 @@ struct Outcome {
   std::string messages;  ///< From the standard error stream.
 };
 
-/// Runs a program, whose path comes first, with a fault among its calls on files below `folder`.
-Outcome run(std::vector<std::string> const& command, std::string const& folder, Fault const& fault = {});
+/// Runs a program, whose path comes first, with a fault among its calls on files below `folder`. Its steps go into the
+/// file `record`, unless that is empty.
+Outcome run(std::vector<std::string> const& command, std::string const& folder, Fault const& fault = {},
+            std::string const& record = {});
 
 }  // namespace faults

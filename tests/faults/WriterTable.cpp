@@ -3,6 +3,7 @@
 
 #include "WriterTable.h"
 
+#include "FaultRun.h"
 #include "platform/ElevationSupport.h"
 #include "support/Bytes.h"
 #include "support/SmallStrip.h"
@@ -10,6 +11,7 @@
 #include "support/XmlFolder.h"
 
 #include <gdal_priv.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
@@ -85,6 +87,12 @@ void imageOfStrip(test::TempFolder const& folder) {
   raster.write(folder, "images/PANN00A.tif");
 }
 
+void scene(test::TempFolder const& folder) {
+  smallStrip(folder);
+  terrain(folder);
+  imageOfStrip(folder);
+}
+
 Writer ofLibrary(std::string const& name, Prepare const& prepare) {
   Writer writer;
   writer.name = name;
@@ -96,18 +104,20 @@ Writer ofLibrary(std::string const& name, Prepare const& prepare) {
 }
 
 // "@" at the start of an argument stands for the folder.
+std::vector<std::string> toolCommand(std::vector<std::string> const& arguments, std::string const& folder) {
+  std::vector<std::string> command{KES_PROGRAM};
+  for (std::string const& argument : arguments) {
+    command.push_back(argument.front() == '@' ? folder + argument.substr(1) : argument);
+  }
+  return command;
+}
+
 Writer ofTool(std::string const& name, Prepare const& prepare, std::vector<std::string> const& arguments) {
   Writer writer;
   writer.name = name;
   writer.prepare = prepare;
   writer.sample = 3;
-  writer.command = [arguments](std::string const& folder) {
-    std::vector<std::string> command{KES_PROGRAM};
-    for (std::string const& argument : arguments) {
-      command.push_back(argument.front() == '@' ? folder + argument.substr(1) : argument);
-    }
-    return command;
-  };
+  writer.command = [arguments](std::string const& folder) { return toolCommand(arguments, folder); };
   return writer;
 }
 
@@ -146,6 +156,22 @@ Writer ofFolder(Writer writer) {
   writer.refusesOldOutput = true;
   writer.sample = 2;
   return ofGdal(writer);
+}
+
+std::vector<std::string> onStrip(std::vector<std::string> arguments) {
+  arguments.insert(arguments.end(), {"--calibrations", "@/calibration"});
+  return arguments;
+}
+
+// Commands of the tool that come before the one in question.
+Prepare after(Prepare const& first, std::vector<std::vector<std::string>> const& commands) {
+  return [first, commands](test::TempFolder const& folder) {
+    first(folder);
+    for (auto const& arguments : commands) {
+      Outcome const outcome = run(toolCommand(arguments, folder.path()), folder.path());
+      ASSERT_EQ(outcome.code, 0) << outcome.messages;
+    }
+  };
 }
 
 }  // namespace
@@ -187,13 +213,7 @@ std::vector<Writer> toolWriters() {
   if (std::string(KES_PROGRAM).empty()) {
     return {};
   }
-  std::vector<std::string> const calibrations{"--calibrations", "@/calibration"};
-  auto const onStrip = [&](std::vector<std::string> arguments) {
-    arguments.insert(arguments.end(), calibrations.begin(), calibrations.end());
-    return arguments;
-  };
   Prepare const xmlCamera = [](auto const& folder) { test::XmlFolder().write(folder, "calibration/HDB00_S/v001"); };
-  Prepare const scene = with(with(smallStrip, terrain), imageOfStrip);
   return {ofTool("kes-eop-convert", with(smallStrip, oldFile("out.eop")),
                  {"eop", "convert", "@/flight.eop", "@/out.eop", "--to", "binary"}),
           ofTool("kes-odf-convert-csv", with(orientations, oldFile("out.csv")),
@@ -217,12 +237,27 @@ std::vector<Writer> toolWriters() {
           ofGdal(ofTool("kes-ortho", with(scene, oldFile("out.tif")),
                         onStrip({"ortho", "@/strip.stp", "--band", "PANN00A", "--dem", "@/dem.tif", "--crs",
                                  "EPSG:32617", "--gsd", "2", "-o", "@/out.tif", "--nodata", "-1", "--threads", "1"}))),
+          ofTool("kes-report", with(scene, oldFile("out.html")),
+                 onStrip({"report", "@/strip.stp", "--dem", "@/dem.tif", "-o", "@/out.html"})),
           ofFolder(ofTool("kes-simulate", [](auto const& folder) { folder.file("out.part/mine.txt", "of the user\n"); },
                           {"simulate", "@/out", "--dem", KESSENSOR_TERRAIN, "--lines", "200", "--samples", "64",
                            "--odf", "--hdb", "--render", "PANN00A"})),
           ofFolder(ofTool("kes-simulate-block", [](auto const&) {},
                           {"simulate", "@/out", "--dem", KESSENSOR_TERRAIN, "--lines", "1200", "--samples", "400",
                            "--height", "1000", "--strips", "2", "--points", "4"}))};
+}
+
+std::vector<Writer> planWriters() {
+  if (std::string(KES_PROGRAM).empty()) {
+    return {};
+  }
+  auto const plan = onStrip({"ortho", "plan", "@/strip.stp", "--band", "PANN00A", "--dem", "@/dem.tif", "--crs",
+                             "EPSG:32617", "--gsd", "1", "--tile", "16", "--threads", "1", "-o", "@/plan.json"});
+  std::vector<std::string> const tiles{"ortho", "tile", "@/plan.json", "--part", "1/1"};
+  return {ofTool("kes-ortho-plan", with(scene, oldFile("plan.json")), plan),
+          ofTool("kes-ortho-tile", after(scene, {plan}), tiles),
+          ofTool("kes-ortho-finish", after(with(scene, oldFile("out.tif")), {plan, tiles}),
+                 {"ortho", "finish", "@/plan.json", "-o", "@/out.tif"})};
 }
 
 }  // namespace faults

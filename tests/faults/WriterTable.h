@@ -41,5 +41,7 @@ void PrintTo(Writer const& writer, std::ostream* out);
 
 std::vector<Writer> libraryWriters();
 std::vector<Writer> toolWriters();
+/// Of an orthophoto in tiles. A plan names its inputs by path and time, so that these work only where they are prepared.
+std::vector<Writer> planWriters();
 
 }  // namespace faults

@@ -56,6 +56,29 @@ TEST_F(NewFolderTest, WithoutKeepNothingHappened) {
   EXPECT_EQ(test::entryCount(folder.path()), 0);
 }
 
+// One sync for each of the folders around the new ones.
+TEST_F(NewFolderTest, MissingFoldersAreMadeAndTheirNamesSynced) {
+  std::error_code error;
+  for (int const expected : {3, 0}) {
+    int syncs = 0;
+    Interposed const calls([&](std::string const& function) {
+      syncs += function == "fsync" ? 1 : 0;
+      return 0;
+    });
+    files::makeFolders(folder / "a/b/c", error);
+    EXPECT_FALSE(error);
+    EXPECT_EQ(syncs, expected);
+  }
+  EXPECT_TRUE(fs::is_directory(folder / "a/b/c"));
+}
+
+TEST_F(NewFolderTest, NameThatCantBeSyncedIsReported) {
+  std::error_code error;
+  Interposed const calls([](std::string const& function) { return function == "fsync" ? EIO : 0; });
+  files::makeFolders(folder / "a", error);
+  EXPECT_EQ(error.value(), EIO);
+}
+
 TEST_F(NewFolderTest, FoldersOfTheUserStay) {
   folder.file("out.part/precious", "text");
   NewFolder output(name);

@@ -163,6 +163,22 @@ TEST_P(EOPDataBadFiles, BlockLargerThanAnyProjectFileIsNotRead) {
   }
 }
 
+// Its text, and the zero byte that ends it, come long before.
+TEST_P(EOPDataBadFiles, BlockThatEndsAfterTheFileIsNotRead) {
+  if (GetParam() == 1) {
+    GTEST_SKIP() << "version 1 has no block";
+  }
+  constexpr std::int32_t length = 1 << 20;
+  std::uintmax_t const begin = GetParam() == 3 ? 20 : 24;
+  for (std::uintmax_t const missing : {0U, 1U}) {
+    EopFile source = file();
+    source.records.clear();
+    std::string const name = write(with(source.bytes(), GetParam() == 3 ? 16 : 20, length));
+    std::filesystem::resize_file(name, begin + length - missing);
+    EXPECT_EQ(EOPData(name, false).posSource(), missing == 0 ? "inertial" : "");
+  }
+}
+
 // The file's hole after the text may be as long as the header claims.
 TEST_P(EOPDataBadFiles, BlockIsReadNoFurtherThanItsZeroByteNeeds) {
   if (GetParam() == 1) {

@@ -16,6 +16,7 @@
 #include <QTextStream>
 
 #include <files/FileReplacement.h>
+#include <files/NewFolder.h>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -122,7 +123,9 @@ void createBlock(std::string const& file, BlockPlan const& plan) {
     requirePoints(plan.groundPoints);
     block.setGroundPointFile(belowFolder(plan.groundPoints, block.dataPath()));
   }
-  if (!QDir().mkpath(QString::fromStdString(block.dataPath()))) {
+  std::error_code error;
+  files::makeFolders(block.dataPath(), error);
+  if (error) {
     throw std::runtime_error("Error creating directory: " + block.dataPath());
   }
   block.setFileName(file);

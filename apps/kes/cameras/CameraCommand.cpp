@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <files/NewFolder.h>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -255,7 +256,7 @@ int quick(Options const& options) {
 // A calibration is never written over itself, nor through links among the files of another folder.
 void makeOutputFolder(std::string const& folder, std::string const& calibrationFolder) {
   std::error_code error;
-  std::filesystem::create_directories(folder, error);
+  files::makeFolders(folder, error);
   if (error || !std::filesystem::is_directory(folder)) {
     throw std::runtime_error("can't make folder " + folder + ": " +
                              (error ? error.message() : std::string("it isn't a folder")));

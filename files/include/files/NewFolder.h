@@ -7,8 +7,13 @@
 
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace files {
+
+/// Makes a folder with all those around it that are missing, as std::filesystem::create_directories does, and syncs the
+/// names of the new ones: a file that is written there later can't be lost with its folder.
+KESFILES_EXPORT void makeFolders(std::string const& path, std::error_code& error);
 
 /// A folder that a run fills and that appears under its name as a whole at the end. Until `keep` it bears another name
 /// beside it; whatever ends the run before removes it. The name, the lock and the sweep are as with `FileReplacement`;
