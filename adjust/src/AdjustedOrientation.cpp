@@ -135,10 +135,12 @@ private:
     mFirst = basis.first;
     mCount = basis.count;
     std::vector<std::pair<int, Eigen::Index>> blocks;
+    std::vector<ConstantBlock const*> const allConstants = ofConstants();
+    blocks.reserve(static_cast<std::size_t>(basis.count) + allConstants.size());
     for (int k = 0; k < basis.count; ++k) {
       blocks.emplace_back(mStrip.firstBlock + basis.first + k, 6);
     }
-    for (ConstantBlock const* constants : ofConstants()) {
+    for (ConstantBlock const* constants : allConstants) {
       blocks.emplace_back(constants->block, static_cast<Eigen::Index>(constants->slots.size()));
     }
     Eigen::Index size = 0;

@@ -175,7 +175,11 @@ std::optional<int> BlockProblem::addConstantBlock(BlockAdjustmentOptions const& 
     for (std::size_t i = 0; i < traits.components.size(); ++i) {
       std::string const& component = traits.components[i];
       constants.slots.push_back({traits.quantity, static_cast<int>(i)});
-      block.names.push_back(traits.label + (component.empty() ? "" : " " + component) + suffix);
+      std::string& name = block.names.emplace_back(traits.label);
+      if (!component.empty()) {
+        name.append(" ").append(component);
+      }
+      name += suffix;
       block.priorSigmas.push_back(freedom->sigma);
     }
   }
@@ -207,7 +211,7 @@ void BlockProblem::addConstants(BlockAdjustmentOptions const& options) {
       std::string const id = image.band.id();
       auto& known = lines[static_cast<std::size_t>(camera)];
       if (mStrips[static_cast<std::size_t>(image.strip)].camera == camera && known.count(id) == 0) {
-        known[id] = addConstantBlock(options, Owner::line, -1, " of " + id + suffix);
+        known[id] = addConstantBlock(options, Owner::line, -1, std::string(" of ").append(id).append(suffix));
       }
     }
   }

@@ -128,7 +128,7 @@ private:
   void intersect();
   void addControl();
   void addSurface(kes::Surface const& surface, double sigma);
-  void add(kes::ModelCorrections& corrections, ConstantBlock const& constants) const;
+  void add(kes::ModelCorrections& sum, ConstantBlock const& constants) const;
   void lineariseImage(ImageObservation const& observation, LinearisedObservation& result) const;
   void lineariseGround(GroundObservation const& observation, LinearisedObservation& result) const;
 

@@ -28,7 +28,7 @@ void copy(Eigen::Vector3d const& from, std::array<double, 3>& to) {
 /// A point's coordinates, and how they depart from those given.
 void describePoint(BlockProblem const& problem, std::size_t i, PointResult const& found, AdjustedPoint& point) {
   BlockPoint const& known = problem.points()[i];
-  Eigen::Vector3d const local = problem.position(static_cast<int>(i));
+  Eigen::Vector3d const& local = problem.position(static_cast<int>(i));
   geo::XYZPoint const here = pointOf(local);
   problem.system().transform(problem.groundSystem(), {&here, 1}, {&point.position, 1});
   point.isDetermined = found.isDetermined;

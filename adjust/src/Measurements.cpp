@@ -87,6 +87,7 @@ std::multimap<std::string, ImageName> imagesByName(std::span<kes::Strip const> s
 /// One row of planned points: below the line of a band, at the mean terrain height, in the strip's local system.
 std::vector<geo::XYZPoint> rowBelow(kes::Strip const& strip, kes::Band const& band, double line, int across) {
   std::vector<geo::XYPoint> places;
+  places.reserve(static_cast<std::size_t>(across));
   for (int i = 0; i < across; ++i) {
     places.emplace_back((i + 0.5) / across * (band.samples() - 1), line);
   }

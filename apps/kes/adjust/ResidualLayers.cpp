@@ -46,7 +46,10 @@ VectorLayer pointLayer(Adjustment const& adjustment, kes::CoordinateSystem const
       attributes.emplace_back(sigma);
     }
     for (double const difference : point.difference) {
-      attributes.push_back(point.role == PointRole::tie ? Attribute() : Attribute(difference));
+      Attribute& attribute = attributes.emplace_back();
+      if (point.role != PointRole::tie) {
+        attribute = difference;
+      }
     }
     layer.features.push_back({{position}, attributes});
   }
