@@ -89,7 +89,8 @@ std::string writeFlight(std::string const& folder, unsigned seed, int lines, dou
   plan.samples = CAMERAS[seed % 3];
   plan.height = 500.0 + 3500.0 * unit(random);
   plan.heading = 360.0 * unit(random);
-  auto const files = simulation::writeStripProject(plan, terrain(), {folder, folder}, {}, [](double) {});
+  simulation::FlightFiles const files =
+      simulation::writeStripProject(plan, terrain(), {folder, folder}, {}, [](double) {}).files;
   if (roughness > 1.0) {
     roughen(folder + "/" + files.originalEop, roughness);
     roughen(folder + "/" + files.adjustedEop, roughness);
