@@ -10,11 +10,11 @@
 #include <raster/Statistics.h>
 
 #include <QDomDocument>
+#include <QRegularExpression>
 
 #include <cmath>
 #include <map>
 #include <memory>
-#include <regex>
 #include <string>
 
 namespace fuzz {
@@ -39,13 +39,12 @@ void requireSameLayers(Layers const& a, Layers const& b) {
 
 /// PROJ is none of ours: of what the library hands on, it sees codes, and strings of a few projections with numbers.
 bool isAllowed(std::string const& definition) {
-  static std::regex const allowed(
-      "\\s*(EPSG:[0-9]{1,6}(\\+[0-9]{1,6})?"
+  static QRegularExpression const allowed(
+      "^\\s*(EPSG:[0-9]{1,6}(\\+[0-9]{1,6})?"
       "|\\+proj=(utm|longlat|tmerc|merc|lcc|stere|laea|geocent)( "
       "\\+(zone|lat_0|lon_0|lat_1|lat_2|k|x_0|y_0)=-?[0-9.]{1,9})*"
-      "( \\+south)?( \\+(datum=WGS84|ellps=GRS80))?( \\+units=(m|us-ft|km))?( \\+no_defs)? \\+type=crs)\\s*");
-  // The matching takes stack for each character.
-  return definition.size() < 256 && std::regex_match(definition, allowed);
+      "( \\+south)?( \\+(datum=WGS84|ellps=GRS80))?( \\+units=(m|us-ft|km))?( \\+no_defs)? \\+type=crs)\\s*$");
+  return definition.size() < 256 && allowed.match(QString::fromStdString(definition)).hasMatch();
 }
 
 void transform(geo::coordSys const& system) {

@@ -16,10 +16,11 @@
 #include <sensor/KESStripModelData.h>
 #include <util/SkerryIni.h>
 
+#include <QRegularExpression>
+
 #include <array>
 #include <cmath>
 #include <memory>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -116,8 +117,8 @@ void requireRoundTrip(KESStripModel const& model, std::string const& copy, std::
 
 /// PROJ is none of ours: it sees codes alone.
 bool hasCodesAlone(std::string const& text) {
-  static std::regex const systems("<CoordinateSystem(?! definition=\"EPSG:[0-9]{1,6}(\\+[0-9]{1,6})?\"/>)");
-  return !std::regex_search(text, systems);
+  static QRegularExpression const systems("<CoordinateSystem(?! definition=\"EPSG:[0-9]{1,6}(\\+[0-9]{1,6})?\"/>)");
+  return !systems.match(QString::fromStdString(text)).hasMatch();
 }
 
 void requireSameBlock(sensor::BlockModelData const& a, sensor::BlockModelData const& b) {
