@@ -101,7 +101,7 @@ TEST(SerializerMisalignmentV1Dat, CommentsAloneAreNotValid) {
 // Comments and numbers before, at and after the 64 KiB that are read at once.
 TEST(SerializerMisalignmentV1Dat, CommentsMayBeLongerThanAnyPiece) {
   test::TempFolder const folder;
-  for (std::size_t const size : {65534, 65535, 65536, 65537, 200000}) {
+  for (std::size_t const size : {65534U, 65535U, 65536U, 65537U, 200000U}) {
     std::string const comment = "#" + std::string(size - 2, 'c') + "\n";
     EXPECT_EQ(readText(folder, comment + "1 2 3 4 5 6\n").kappa(), 5.0) << size;
     EXPECT_EQ(readText(folder, comment + comment + "1 2 3 4 5 6\n").omega(), 1.0) << size;

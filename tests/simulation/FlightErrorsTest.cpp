@@ -121,9 +121,9 @@ TEST_F(FlightErrors, CorrectionsOfTheTruthUndoTheErrors) {
       {"principalPoint", [](kes::ModelCorrections& c) { c.principalPoint = {}; }},
       {"line", [](kes::ModelCorrections& c) { c.line = {}; }}};
   for (auto const& [name, remove] : parts) {
-    Rms const without = residualsOf(recorded, truth, [&](int band, double time) {
+    Rms const without = residualsOf(recorded, truth, [&, &removePart = remove](int band, double time) {
       kes::ModelCorrections corrections = test::correctionsOf(document, 0, band, time);
-      remove(corrections);
+      removePart(corrections);
       return corrections;
     });
     EXPECT_GT(std::hypot(without.along, without.across), 0.02) << name;
