@@ -10,9 +10,10 @@ namespace tool {
 
 namespace {
 
-bool needsQuotes(std::string_view field, char separator) {
-  return std::any_of(field.begin(), field.end(),
-                     [&](char c) { return c == separator || c == '"' || c == '\r' || c == '\n'; });
+// Whether it has the separator of this table or another, which a reader could take for that of a table with this field
+// in its first line.
+bool needsQuotes(std::string_view field) {
+  return field.find_first_of(",;\t\"\r\n") != std::string_view::npos;
 }
 
 }  // namespace
@@ -45,8 +46,8 @@ void CsvText::append(double value, NumberForm const& form) {
   }
 }
 
-void CsvText::appendField(std::string_view field, char separator) {
-  if (!needsQuotes(field, separator)) {
+void CsvText::appendField(std::string_view field) {
+  if (!needsQuotes(field)) {
     append(field);
     return;
   }
@@ -66,7 +67,7 @@ void appendCsvLine(std::string& out, std::vector<std::string> const& fields) {
     if (i > 0) {
       line.append(',');
     }
-    line.appendField(fields[i], ',');
+    line.appendField(fields[i]);
   }
   line.append('\n');
   out += line.view();

@@ -24,7 +24,7 @@ public:
   /// Nothing for a number that isn't finite.
   void append(double value, NumberForm const& form = {});
   /// A field, in quotes if it needs them.
-  void appendField(std::string_view field, char separator);
+  void appendField(std::string_view field);
 
 private:
   char* room(std::size_t size);
