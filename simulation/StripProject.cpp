@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
-#include <XmlWriter.h>
 #include <geo/coordSys.h>
 #include <geo/coordSysFactory.h>
 #include <sensor/EOPData.h>
@@ -12,14 +11,12 @@
 #include <simulation/OdfSet.h>
 #include <simulation/Output.h>
 #include <simulation/StripProject.h>
+#include <simulation/StripXml.h>
 #include <simulation/Timing.h>
 #include <simulation/Trajectory.h>
 #include <simulation/XmlCalibration.h>
 
-#include <QByteArray>
-#include <QIODevice>
 #include <QString>
-#include <QTextStream>
 
 #include <algorithm>
 #include <array>
@@ -37,42 +34,6 @@ constexpr std::uint32_t startOfWeek = 1268299912;  // whole seconds
 constexpr double recordsPerSecond = 200.0;
 constexpr double leadTime = 1.0;              // seconds of orientation before the first line and after the last
 constexpr double anchorAboveTerrain = -35.0;  // metres: local heights aren't terrain heights
-
-QString qt(std::string const& text) {
-  return QString::fromStdString(text);
-}
-
-// Whether an integration time is the name of a file.
-bool isFile(std::string const& integration) {
-  return integration.find('/') != std::string::npos;
-}
-
-// What one band of the strip has besides its line of the camera.
-struct BandPlan {
-  std::string id;
-  int swath;
-  int offset;
-  std::vector<RateChange> rates;
-  std::string integration;  // milliseconds, or a file
-  std::string tdi;          // a file
-};
-
-// How a strip file names its camera, but for the camera's id.
-struct CameraName {
-  char const* type;
-  unsigned version;
-};
-
-// A strip file: its name, how its files are found from its folder, and what it names.
-struct StripFileText {
-  std::string file;
-  std::string name;
-  std::string prefix;  // of all paths but that of the calibrations
-  CameraName camera;
-  std::string sensorId;
-  std::string originalEop;
-  std::string adjustedEop;
-};
 
 // Standard deviations of records: of x, y, z in metres, and of the angles in radians.
 using Deviations = std::array<float, 6>;
@@ -127,11 +88,9 @@ private:
   void writeOrientations(FlightFiles& written) const;
   OdfSet odfSet() const;
   std::uint32_t absoluteTime() const { return startOfWeek + static_cast<std::uint32_t>(mStart); }
-  void writeFootprint(BandPlan const& band, SensorLine const& line) const;
-  void writeStrip(StripFileText const& strip, std::vector<BandPlan> const& bands) const;
+  std::vector<geo::XYZPoint> footprint(BandPlan const& band, SensorLine const& line) const;
   void writeStrips(std::vector<BandPlan> const& bands, FlightFiles& written) const;
   std::string path(std::string const& name) const { return mPlace.folder + "/" + name; }
-  std::string imageName(BandPlan const& band) const { return mPlan.name + "_" + band.id + ".tif"; }
 
   FlightPlan mPlan;
   StripPlace mPlace;
@@ -308,16 +267,11 @@ void Flight::writeOrientations(FlightFiles& written) const {
 }
 
 // Where the rays of the band's corners and edges meet the mean terrain, in longitude and latitude.
-void Flight::writeFootprint(BandPlan const& band, SensorLine const& line) const {
+std::vector<geo::XYZPoint> Flight::footprint(BandPlan const& band, SensorLine const& line) const {
   std::unique_ptr<geo::coordSys> const local(geo::coordSysFactory::getInstance()->createLSR84(mAnchor));
   std::unique_ptr<geo::coordSys> const geographic(geo::coordSysFactory::getInstance()->createGEO84(true, false));
   std::vector<double> const times = lineTimes(mStart, mPlan.lines, band.rates);
-  QByteArray text;
-  QTextStream stream(&text, QIODevice::WriteOnly);
-  XmlWriter writer(stream, 0);
-  writer.writeStartDocument();
-  writer.addAttribute(QStringLiteral("band"), qt(band.id));
-  writer.writeStartElement(QStringLiteral("Footprint"));
+  std::vector<geo::XYZPoint> points;
   auto const addPoint = [&](int sample, std::size_t lineNumber) {
     Pose const pose = mTrajectory.at(times[lineNumber]);
     auto const r = pose.rotation();
@@ -325,11 +279,9 @@ void Flight::writeFootprint(BandPlan const& band, SensorLine const& line) const 
     std::array<double, 3> const ray{focal.x, focal.y, -static_cast<double>(CameraHead::focalLength)};
     auto const turned = [&](std::size_t row) { return r[row] * ray[0] + r[row + 1] * ray[1] + r[row + 2] * ray[2]; };
     double const s = (mMeanTerrain - mAnchor.z - pose.position.z) / turned(6);
-    geo::XYZPoint point(pose.position.x + s * turned(0), pose.position.y + s * turned(3), mMeanTerrain - mAnchor.z);
+    geo::XYZPoint& point =
+        points.emplace_back(pose.position.x + s * turned(0), pose.position.y + s * turned(3), mMeanTerrain - mAnchor.z);
     geo::coordSys::transform(local.get(), geographic.get(), point, point);
-    writer.addAttribute(QStringLiteral("lon"), point.x, 'f', 9);
-    writer.addAttribute(QStringLiteral("lat"), point.y, 'f', 9);
-    writer.writeElement(QStringLiteral("Point"), "");
   };
   constexpr std::size_t steps = 8;
   for (std::size_t i = 0; i <= steps; ++i) {
@@ -338,81 +290,32 @@ void Flight::writeFootprint(BandPlan const& band, SensorLine const& line) const 
   for (std::size_t i = 0; i <= steps; ++i) {
     addPoint(band.swath - 1, (steps - i) * (times.size() - 1) / steps);
   }
-  writer.writeEndDocument();
-  stream.flush();
-  writeFile(path("footprints/" + band.id + ".xml"), {text.constData(), static_cast<std::size_t>(text.size())});
-}
-
-void Flight::writeStrip(StripFileText const& strip, std::vector<BandPlan> const& bands) const {
-  auto const from = [&](std::string const& path) { return qt(strip.prefix + path); };
-  QByteArray text;
-  QTextStream stream(&text, QIODevice::WriteOnly);
-  XmlWriter writer(stream, 0);
-  writer.writeStartDocument();
-  writer.addAttribute(QStringLiteral("version"), "1.0");
-  writer.addAttribute(QStringLiteral("mean_terrain_height"), mMeanTerrain - mAnchor.z, 'f', 2);
-  writer.addAttribute(QStringLiteral("name"), qt(strip.name));
-  writer.writeStartElement(QStringLiteral("Strip"));
-  writer.addAttribute(QStringLiteral("location"), from("images"));
-  writer.writeStartElement(QStringLiteral("Images"));
-  for (BandPlan const& band : bands) {
-    writer.addAttribute(QStringLiteral("filename"), qt(imageName(band)));
-    writer.addAttribute(QStringLiteral("band"), qt(band.id));
-    writer.addAttribute(QStringLiteral("footprint"), from("footprints/" + band.id + ".xml"));
-    writer.addAttribute(QStringLiteral("timing"), from("timing/" + band.id + ".ctg"));
-    if (!band.integration.empty()) {
-      writer.addAttribute(QStringLiteral("it"),
-                          isFile(band.integration) ? from(band.integration) : qt(band.integration));
-    }
-    if (!band.tdi.empty()) {
-      writer.addAttribute(QStringLiteral("tdi"), from(band.tdi));
-    }
-    writer.addAttribute(QStringLiteral("swath"), band.swath);
-    writer.addAttribute(QStringLiteral("offset"), band.offset);
-    writer.writeElement(QStringLiteral("Image"), "");
-  }
-  writer.writeEndElement();
-  writer.addAttribute(QStringLiteral("version"),
-                      qt(sensor::SerializerCameraKes::versionFolderName(strip.camera.version)));
-  writer.addAttribute(QStringLiteral("sensor_id"), qt(strip.sensorId));
-  writer.addAttribute(QStringLiteral("sensor_type"), strip.camera.type);
-  writer.writeElement(QStringLiteral("Calibration"), "");
-  writer.addAttribute(QStringLiteral("filename"), from(strip.originalEop));
-  if (!strip.adjustedEop.empty()) {
-    writer.addAttribute(QStringLiteral("filename_adjusted"), from(strip.adjustedEop));
-  }
-  writer.writeElement(QStringLiteral("EOP"), "");
-  writer.addAttribute(QStringLiteral("location"), from("raw"));
-  writer.writeElement(QStringLiteral("RawData"), "");
-  writer.writeEndDocument();
-  stream.flush();
-  writeFile(path(strip.file), {text.constData(), static_cast<std::size_t>(text.size())});
+  return points;
 }
 
 void Flight::writeStrips(std::vector<BandPlan> const& bands, FlightFiles& written) const {
-  StripFileText strip{written.strip,
-                      mPlan.name,
-                      "",
-                      {CameraHead::type, CameraHead::currentVersion},
-                      mHead.recorded(mErrors.camera()).sensorId(),
-                      written.originalEop,
-                      written.adjustedEop};
-  writeStrip(strip, bands);
+  StripXml strip{mPlan.name,
+                 mPlan.name,
+                 mMeanTerrain - mAnchor.z,
+                 "",
+                 {CameraHead::type, CameraHead::currentVersion},
+                 mHead.recorded(mErrors.camera()).sensorId(),
+                 written.originalEop,
+                 written.adjustedEop};
+  writeStrip(path(written.strip), strip, bands);
   if (mPlan.hasXmlCamera) {
-    written.xmlStrip = strip.file = "strip_hdb.stp";
-    strip.name = mPlan.name + "_HDB";
-    strip.camera = {XmlCamera::type, XmlCamera::version};
-    writeStrip(strip, bands);
+    written.xmlStrip = "strip_hdb.stp";
+    StripXml xmlStrip = strip;
+    xmlStrip.name = mPlan.name + "_HDB";
+    xmlStrip.camera = {XmlCamera::type, XmlCamera::version};
+    writeStrip(path(written.xmlStrip), xmlStrip, bands);
   }
   if (mPlan.errors) {
-    writeStrip({written.trueStrip,
-                mPlan.name,
-                "../",
-                {CameraHead::type, CameraHead::currentVersion},
-                mHead.sensorId(),
-                written.trueEop,
-                ""},
-               bands);
+    strip.prefix = "../";
+    strip.sensorId = mHead.sensorId();
+    strip.originalEop = written.trueEop;
+    strip.adjustedEop = "";
+    writeStrip(path(written.trueStrip), strip, bands);
   }
 }
 
@@ -427,7 +330,7 @@ WrittenStrip Flight::write(Progress const& progress) const {
   std::vector<BandPlan> const bands = bandPlans();
   for (std::size_t i = 0; i < bands.size(); ++i) {
     writeTiming(bands[i]);
-    writeFootprint(bands[i], mHead.lines()[i]);
+    writeFootprint(path("footprints/" + bands[i].id + ".xml"), bands[i], footprint(bands[i], mHead.lines()[i]));
   }
   progress(0.5);
   FlightFiles written = filesOf(mPlan);
