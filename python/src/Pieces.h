@@ -22,7 +22,8 @@ namespace kespython {
 
 namespace py = pybind11;
 
-/// Points that are gathered from the caller's arrays, worked on and stored together: they stay in the processor's cache.
+/// Points that are gathered from the caller's arrays, worked on and stored together: they stay in the processor's
+/// cache.
 inline constexpr std::size_t POINTS_PER_PIECE = 8192;
 
 /// Throws ValueError "threads is 0: it must be at least 1".
