@@ -75,8 +75,8 @@ def test_ground_with_sigma_has_the_covariances_of_accuracy(flight: Path) -> None
     for system in systems:
         plain = band.to_ground(samples, lines, HEIGHT, **system)
         ground = band.to_ground(samples, lines, HEIGHT, sigma=0.3, height_sigma=0.1, threads=3, **system)
-        for before, after in zip(plain, ground, strict=False):
-            np.testing.assert_array_equal(before, after)
+        for name in plain._fields:
+            np.testing.assert_array_equal(getattr(ground, name), getattr(plain, name))
         found = band.accuracy(samples, lines, *ground[:3], sigma=0.3, height_sigma=0.1, **system)
         np.testing.assert_array_equal(ground.covariance, found.covariance)
         np.testing.assert_array_equal(ground.sigmas, found.sigmas)
@@ -94,13 +94,16 @@ def test_standard_deviations_are_those_of_the_tool(flight: Path, tmp_path: Path)
     table = tmp_path / "points.csv"
     rows = [f"{sample!r},{line!r},{HEIGHT}\n" for sample, line in zip(samples.tolist(), lines.tolist(), strict=True)]
     table.write_text("sample,line,height\n" + "".join(rows))
-    command = [os.environ["KESSENSOR_TOOL"], "project", flight, table, "--band", "PANN00A", "--to", "ground"]
+    command: list[str | Path] = [os.environ["KESSENSOR_TOOL"], "project", flight, table]
+    command += ["--band", "PANN00A", "--to", "ground", "--covariance"]
     command += ["--crs", "EPSG:32616", "--sigma", "0.3", "--height-sigma", "0.1"]
     run = subprocess.run(command, check=True, capture_output=True, text=True)
-    printed = np.genfromtxt(run.stdout.splitlines(), delimiter=",", names=True)
+    printed: Any = np.genfromtxt(run.stdout.splitlines(), delimiter=",", names=True)
     ground = band.to_ground(samples, lines, HEIGHT, crs="EPSG:32616", sigma=0.3, height_sigma=0.1)
     for i, name in enumerate(("sigmaX", "sigmaY", "sigmaZ")):
         np.testing.assert_array_equal(printed[name], ground.sigmas[:, i])
+    for name, (i, k) in {"covarianceXY": (0, 1), "covarianceXZ": (0, 2), "covarianceYZ": (1, 2)}.items():
+        np.testing.assert_array_equal(printed[name], ground.covariance[:, i, k])
 
 
 def test_accuracies_have_statuses(band: ks.Band) -> None:
@@ -184,7 +187,7 @@ def test_residuals_move_as_their_derivatives_say(band: ks.Band) -> None:
                        "principal_point": 1e-6, "focal_length": 1e-6, "time": 1e-7}.items():
         matrix = getattr(found, "by_" + name)
         value = np.zeros(np.shape(getattr(ks.ModelCorrections(), name)))
-        columns = [()] if value.ndim == 0 else [(column,) for column in range(len(value))]
+        columns: list[tuple[int, ...]] = [()] if value.ndim == 0 else [(column,) for column in range(len(value))]
         for column in columns:
             ends = []
             for sign in (-1, 1):
@@ -228,8 +231,8 @@ def test_each_point_may_have_its_own_corrections(band: ks.Band) -> None:
     for i in (0, 5000, 8999):
         own = ks.ModelCorrections(attitude=attitude[i], time=times[i], line=(1e-6, 0.0, 2e-6, 0.0, 0.0))
         one = band.partials(samples[i], lines[i], x[i], y[i], z[i], corrections=own)
-        for field, single in zip(found, one, strict=True):
-            np.testing.assert_array_equal(field[i], single)
+        for name in one._fields:
+            np.testing.assert_array_equal(getattr(found, name)[i], getattr(one, name))
     # The corrections' axes broadcast with those of the points.
     spread = band.partials(10.0, 500.0, x[0], y[0], z[0], corrections=ks.ModelCorrections(attitude=attitude[:4]))
     assert spread.residual.shape == (4, 2) and spread.by_line.shape == (4, 2, 5)
@@ -240,7 +243,7 @@ def test_each_point_may_have_its_own_corrections(band: ks.Band) -> None:
 
 
 def test_partials_have_statuses(band: ks.Band) -> None:
-    x, y, z, _ = band.to_ground(10.0, 500.0, HEIGHT)
+    x, y, z = (float(axis) for axis in band.to_ground(10.0, 500.0, HEIGHT)[:3])
     found = band.partials([10.0, -5.0, np.nan, 10.0], 500.0, x, y, [z, z, z, 1e5])
     statuses = [ks.Status.OK, ks.Status.OUTSIDE_IMAGE, ks.Status.NOT_FINITE, ks.Status.NO_SOLUTION]
     assert found.status.tolist() == statuses

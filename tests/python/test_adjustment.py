@@ -35,7 +35,7 @@ def of_tool(measured_block: Path, tmp_path_factory: pytest.TempPathFactory) -> P
     if not TOOL:
         pytest.skip("KESSENSOR_TOOL names no kes")
     folder = tmp_path_factory.mktemp("tool") / "results"
-    command = [TOOL, "adjust", measured_block, *AS_TOOL, "--report-only", "-o", folder]
+    command: list[str | Path] = [TOOL, "adjust", measured_block, *AS_TOOL, "--report-only", "-o", folder]
     subprocess.run(command, check=True, capture_output=True)
     return folder
 
@@ -142,7 +142,7 @@ def test_options_reach_the_adjustment(measured_block: Path, adjusted: ks.Adjustm
     assert (dense.corrections["nodes"] > adjusted.corrections["nodes"]).all()
     cubic = ks.adjust(measured_block, degree="cubic", **OPTIONS)
     np.testing.assert_array_equal(cubic.corrections["nodes"], adjusted.corrections["nodes"] + 2)
-    without = ks.adjust(measured_block, **{**OPTIONS, "free": []})
+    without = ks.adjust(measured_block, free=[], navigation="tactical")
     assert len(without.parameters) == 0
     assert (ks.adjust(measured_block, loss="squares", **OPTIONS).image_points["state"] == "used").all()
     strict = ks.adjust(measured_block, rejection=1.5, loss="huber", loss_scale=1.0, **OPTIONS)
