@@ -161,6 +161,8 @@ def test_correlation_times_may_be_those_of_a_class(band: ks.Band) -> None:
     plan, height, roll_pitch, heading = tactical[1:]
     times = [plan[1], plan[1], height[1], roll_pitch[1], roll_pitch[1], heading[1]]
     assert len(set(times)) > 2
+    own = ks.NavigationClass("own", (0.1, 10.0), (0.2, 20.0), (3e-5, 30.0), (4e-5, 40.0))
+    assert own.correlation_times == (10.0, 10.0, 20.0, 30.0, 30.0, 40.0)
     np.testing.assert_array_equal(ks.relative_covariance(a, b, "tactical"), ks.relative_covariance(a, b, times))
     with pytest.raises(ValueError, match='^correlation_time is "cheap": it must be a number or one of navigation, '):
         ks.relative_covariance(a, b, "cheap")
@@ -183,20 +185,34 @@ def test_residuals_move_as_their_derivatives_say(band: ks.Band) -> None:
         moved = [np.stack(ground[:3]) + sign * step[:, np.newaxis] for sign in (-1, 1)]
         ends = [band.partials(samples, lines, *place).residual for place in moved]
         np.testing.assert_allclose((ends[1] - ends[0]) / 0.02, found.by_ground[..., axis], rtol=1e-6, atol=1e-12)
-    for name, size in {"position": 1e-3, "attitude": 1e-6, "boresight": 1e-6, "lever_arm": 1e-3, "line": 1e-6,
-                       "principal_point": 1e-6, "focal_length": 1e-6, "time": 1e-7}.items():
-        matrix = getattr(found, "by_" + name)
-        value = np.zeros(np.shape(getattr(ks.ModelCorrections(), name)))
-        columns: list[tuple[int, ...]] = [()] if value.ndim == 0 else [(column,) for column in range(len(value))]
-        for column in columns:
-            ends = []
-            for sign in (-1, 1):
-                value[...] = 0.0
-                value[column] = sign * size
-                corrections = ks.ModelCorrections(**{name: value.copy()})
-                ends.append(band.partials(samples, lines, *ground[:3], corrections=corrections).residual)
-            expected = matrix[(..., *column)]
-            np.testing.assert_allclose((ends[1] - ends[0]) / (2 * size), expected, rtol=1e-5, atol=1e-9, err_msg=name)
+
+
+#: Steps of differences, in the units of the corrections.
+STEPS = {"position": 1e-3, "attitude": 1e-6, "boresight": 1e-6, "lever_arm": 1e-3, "time": 1e-7, "focal_length": 1e-6,
+         "principal_point": 1e-6, "line": 1e-6}  # fmt: skip
+
+
+@pytest.mark.parametrize("name", STEPS)
+def test_residuals_move_with_corrections_as_their_derivatives_say(band: ks.Band, name: str) -> None:
+    samples, lines = positions(band, 30)
+    samples, lines = np.floor(samples) + 0.4, np.floor(lines) + 0.3
+    ground = band.to_ground(samples, lines, HEIGHT)
+    some = ks.ModelCorrections(
+        attitude=(0.005, -0.003, 0.004), boresight=(0.01, -0.02, 0.015), lever_arm=(0.3, -0.2, 0.1), time=1e-4
+    )
+    # Derivatives by a rotation vector are those of a further rotation: differences show them where it is zero.
+    still = some._replace(**{name: np.zeros(np.shape(getattr(ks.ModelCorrections(), name)))})
+
+    def residual(value: Floats) -> Floats:
+        return band.partials(samples, lines, *ground[:3], corrections=still._replace(**{name: value})).residual
+
+    matrix = getattr(band.partials(samples, lines, *ground[:3], corrections=still), "by_" + name)
+    zero = np.zeros_like(getattr(still, name))
+    for column in np.ndindex(zero.shape):
+        step = zero.copy()
+        step[column] = STEPS[name]
+        difference = (residual(step) - residual(-step)) / (2 * STEPS[name])
+        np.testing.assert_allclose(difference, matrix[(..., *column)], rtol=1e-5, atol=1e-9)
 
 
 def test_image_and_ground_move_as_their_derivatives_say(band: ks.Band) -> None:
