@@ -19,6 +19,8 @@ struct Choice {
   char const* name;
   Value value;
 };
+template <class Value>
+Choice(char const*, Value) -> Choice<Value>;
 
 /// The options that were given.
 class Given {
