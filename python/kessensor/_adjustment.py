@@ -115,8 +115,12 @@ class Adjustment:
         Whether the iteration came to its end.
     iterations : numpy.ndarray
         Fields cost (before the step), decrease (as the linear model predicts it), damping, taken.
-    cost, redundancy, sigma_zero : float, int, float
-        The weighted sum of squares; observations and priors minus unknowns; the root of the cost over the redundancy.
+    cost : float
+        The weighted sum of the squares of all residuals, those of priors included.
+    redundancy : int
+        Observations and priors minus unknowns.
+    sigma_zero : float
+        The root of the cost over the redundancy.
     parameters : numpy.ndarray
         Constants that were free: name, kind, value, sigma, prior (its standard deviation; radians, metres, seconds),
         held (the observations don't determine it), remedy (what would).
@@ -139,35 +143,27 @@ class Adjustment:
         One, unless the block falls apart.
     """
 
-    block: str
-    crs: CoordinateSystem
-    planned: bool
-    objections: list[str]
-    warnings: list[str]
-    converged: bool
-    iterations: Table
-    cost: float
-    redundancy: int
-    sigma_zero: float
-    parameters: Table
-    corrections: Table
-    points: Table
-    image_points: Table
-    residuals: Table
-    correlations: Table
-    islands: list[Island]
-
     def __init__(self, block: str, adjusted: _core.AdjustedBlock) -> None:
         self.block = block
         self._adjusted = adjusted
         self._orientations: list[tuple[str, str]] = []
         result = adjusted.result()
-        self.crs = result["coordinate_system"]
+        self.crs: CoordinateSystem = result["coordinate_system"]
+        self.planned: bool = result["planned"]
+        self.objections: list[str] = result["objections"]
+        self.warnings: list[str] = result["warnings"]
+        self.converged: bool = result["converged"]
+        self.iterations = _table(result["iterations"])
+        self.cost: float = result["cost"]
+        self.redundancy: int = result["redundancy"]
+        self.sigma_zero: float = result["sigma_zero"]
+        self.parameters = _table(result["parameters"])
+        self.corrections = _table(result["corrections"])
+        self.points = _table(result["points"])
+        self.image_points = _table(result["image_points"])
+        self.residuals = _table(result["residuals"])
+        self.correlations = _table(result["correlations"])
         self.islands = [Island(*island) for island in result["islands"]]
-        for name in ("planned", "objections", "warnings", "converged", "cost", "redundancy", "sigma_zero"):
-            setattr(self, name, result[name])
-        for name in ("iterations", "parameters", "corrections", "points", "image_points", "residuals", "correlations"):
-            setattr(self, name, _table(result[name]))
 
     def __repr__(self) -> str:
         usable = "" if self.usable else ", must not be used"

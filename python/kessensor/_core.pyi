@@ -162,24 +162,6 @@ class Band:
         lines: npt.ArrayLike,
         heights: npt.ArrayLike | None = ...,
         *,
-        surface: Surface | None = ...,
-        crs: CoordinateSystem | str | None = ...,
-        frame: _Frame | None = ...,
-        solver: _Solver = ...,
-        threads: int = ...,
-        strict: bool = ...,
-        tdi_stages: float | None = ...,
-        sigma: None = ...,
-        height_sigma: None = ...,
-        out: _Out | None = ...,
-    ) -> Ground: ...
-    @overload
-    def to_ground(
-        self,
-        samples: npt.ArrayLike,
-        lines: npt.ArrayLike,
-        heights: npt.ArrayLike | None = ...,
-        *,
         surface: None = ...,
         crs: CoordinateSystem | str | None = ...,
         frame: _Frame | None = ...,
@@ -191,6 +173,24 @@ class Band:
         height_sigma: float | None = ...,
         out: _Out | None = ...,
     ) -> GroundWithCovariance: ...
+    @overload
+    def to_ground(
+        self,
+        samples: npt.ArrayLike,
+        lines: npt.ArrayLike,
+        heights: npt.ArrayLike | None = ...,
+        *,
+        surface: Surface | None = ...,
+        crs: CoordinateSystem | str | None = ...,
+        frame: _Frame | None = ...,
+        solver: _Solver = ...,
+        threads: int = ...,
+        strict: bool = ...,
+        tdi_stages: float | None = ...,
+        sigma: None = ...,
+        height_sigma: None = ...,
+        out: _Out | None = ...,
+    ) -> Ground: ...
     def to_image(
         self,
         x: npt.ArrayLike,
