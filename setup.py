@@ -37,7 +37,6 @@ class CMakeBuild(build_ext):
             "CMAKE_INSTALL_LIBDIR": "kessensor/lib",
             "KESSENSOR_PYTHON": "ON",
             "KESSENSOR_PYTHON_INSTALL_DIR": ".",
-            "KESSENSOR_BUILD_ADJUST": "OFF",
             "KESSENSOR_BUILD_TOOL": "OFF",
             "KESSENSOR_BUILD_TESTS": "OFF",
             "KESSENSOR_BUILD_BENCHMARKS": "OFF",

@@ -235,20 +235,22 @@ void partials(benchmark::State& state) {
 }
 BENCHMARK(partials)->Name("partial derivatives, random pixels");
 
-void accuracy(benchmark::State& state) {
+// What covariances cost beside the projection.
+void accuracy(benchmark::State& state, double imageSigma) {
   kes::Band const band = flight(SHORT).band();
   std::vector<geo::XYPoint> const image = randomPixels(band);
   std::vector<geo::XYZPoint> const ground = randomGround(band);
   std::vector<kes::Covariance> covariances(image.size());
   std::vector<kes::Status> status(image.size());
   kes::AccuracyOptions options;
-  options.imageSigma = 0.3;
+  options.imageSigma = imageSigma;
   for (auto _ : state) {
     band.accuracy(image, ground, options, {}, covariances, status);
     benchmark::DoNotOptimize(covariances.data());
   }
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(image.size()));
 }
-BENCHMARK(accuracy)->Name("covariances, random pixels at a height");
+BENCHMARK_CAPTURE(accuracy, withImage, 0.3)->Name("covariances, random pixels at a height");
+BENCHMARK_CAPTURE(accuracy, ofOrientation, 0.0)->Name("covariances of the orientation, random pixels at a height");
 
 }  // namespace

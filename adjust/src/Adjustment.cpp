@@ -67,7 +67,7 @@ struct Solver {
 
 class Run {
 public:
-  Run(Problem& problem, AdjustmentOptions const& options);
+  Run(Problem& problem, AdjustmentOptions const& options, IterationWatch const& watch);
   AdjustmentResult result();
 
 private:
@@ -93,6 +93,7 @@ private:
 
   Problem& mProblem;
   AdjustmentOptions const& mOptions;
+  IterationWatch const& mWatch;
   Unknowns mUnknowns;
   ObservationGroups mGroups;
   NormalEquations mNormals;
@@ -103,8 +104,8 @@ private:
   bool mHasConverged = true;
 };
 
-Run::Run(Problem& problem, AdjustmentOptions const& options)
-    : mProblem(problem), mOptions(options), mUnknowns(problem.blocks()), mGroups(problem),
+Run::Run(Problem& problem, AdjustmentOptions const& options, IterationWatch const& watch)
+    : mProblem(problem), mOptions(options), mWatch(watch), mUnknowns(problem.blocks()), mGroups(problem),
       mNormals(problem, mGroups, mUnknowns, options.threads), mGround(problem, mGroups),
       mIsActive(problem.observationCount(), 1) {}
 
@@ -208,7 +209,11 @@ bool Run::solve(RobustLoss const& loss) {
   mNormals.assemble(current);
   double damping = 0.0;
   for (int i = 0; i < mOptions.maxIterations && damping <= greatestDamping; ++i) {
-    switch (iterate(current, damping)) {
+    Step const step = iterate(current, damping);
+    if (mWatch) {
+      mWatch(mIterations.back());
+    }
+    switch (step) {
     case Step::notNeeded:
       return true;
     case Step::taken:
@@ -396,10 +401,14 @@ AdjustmentResult Run::result() {
 }  // namespace
 
 AdjustmentResult adjust(Problem& problem, AdjustmentOptions const& options) {
+  return adjust(problem, options, IterationWatch());
+}
+
+AdjustmentResult adjust(Problem& problem, AdjustmentOptions const& options, IterationWatch const& watch) {
   if (!(options.loss.scale > 0.0)) {
     throw std::invalid_argument("The scale of a robust loss must be positive");
   }
-  return Run(problem, options).result();
+  return Run(problem, options, watch).result();
 }
 
 }  // namespace kesadjust

@@ -31,9 +31,13 @@ BlockAdjustment::BlockAdjustment(BlockAdjustment&&) noexcept = default;
 BlockAdjustment& BlockAdjustment::operator=(BlockAdjustment&&) noexcept = default;
 
 BlockResult const& BlockAdjustment::run() {
+  return run(IterationWatch());
+}
+
+BlockResult const& BlockAdjustment::run(IterationWatch const& watch) {
   BlockProblem& problem = mImpl->problem;
   BlockResult result;
-  result.solution = adjust(problem, mImpl->options);
+  result.solution = adjust(problem, mImpl->options, watch);
   result.warnings = problem.remarks();
   if (auto const doubt = doubtAboutHeights(problem)) {
     result.objections.push_back(*doubt);

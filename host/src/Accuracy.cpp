@@ -198,6 +198,14 @@ void requireSigmas(AccuracyOptions const& options) {
   }
 }
 
+// 1 - exp(-|dt| / T): how much of an error at one time is independent of that at another.
+double changeBetween(GroundErrors const& a, GroundErrors const& b, double correlationTime) {
+  if (!(correlationTime > 0.0)) {
+    throw std::invalid_argument("the correlation time must be positive");
+  }
+  return -std::expm1(-std::fabs(b.time - a.time) / correlationTime);
+}
+
 /// A call, and what all its parts share.
 struct AccuracyCall {
   std::span<geo::XYPoint const> image;
@@ -325,14 +333,31 @@ Covariance GroundErrors::covariance() const {
 // difference is A A' + B B' - r (A B' + B A') = r (A - B)(A - B)' + (1 - r)(A A' + B B'), where nothing cancels for
 // neighbours.
 Covariance relativeCovariance(GroundErrors const& a, GroundErrors const& b, double correlationTime) {
-  if (!(correlationTime > 0.0)) {
-    throw std::invalid_argument("the correlation time must be positive");
-  }
-  double const change = -std::expm1(-std::fabs(b.time - a.time) / correlationTime);
+  double const change = changeBetween(a, b, correlationTime);
   std::array<double, 3 * Rows::trajectory> difference{};
   std::transform(a.trajectory.begin(), a.trajectory.end(), b.trajectory.begin(), difference.begin(), std::minus<>());
   Covariance const independent = sum(covarianceOf(a.trajectory), covarianceOf(b.trajectory));
   return sum(sum(times(1.0 - change, covarianceOf(difference)), times(change, independent)),
+             sum(covarianceOf(a.measuring), covarianceOf(b.measuring)));
+}
+
+// The same, error by error: the root of its r or 1 - r is a factor of its column.
+Covariance relativeCovariance(GroundErrors const& a, GroundErrors const& b, CorrelationTimes const& correlationTimes) {
+  auto const& [position, attitude] = correlationTimes;
+  std::array<double, Rows::trajectory> const times{position.x,     position.y,   position.z,
+                                                   attitude.omega, attitude.phi, attitude.kappa};
+  std::array<double, 3 * Rows::trajectory> difference{};
+  std::array<double, 3 * Rows::trajectory> changeOfA{};
+  std::array<double, 3 * Rows::trajectory> changeOfB{};
+  for (std::size_t column = 0; column < times.size(); ++column) {
+    double const change = changeBetween(a, b, times[column]);
+    for (std::size_t i = column; i < difference.size(); i += times.size()) {
+      difference[i] = std::sqrt(1.0 - change) * (a.trajectory[i] - b.trajectory[i]);
+      changeOfA[i] = std::sqrt(change) * a.trajectory[i];
+      changeOfB[i] = std::sqrt(change) * b.trajectory[i];
+    }
+  }
+  return sum(sum(covarianceOf(difference), sum(covarianceOf(changeOfA), covarianceOf(changeOfB))),
              sum(covarianceOf(a.measuring), covarianceOf(b.measuring)));
 }
 

@@ -97,6 +97,12 @@ private:
   // False where one of the lines of sight isn't there, or is beyond the ends of the sensor line.
   // NOLINTNEXTLINE(bugprone-easily-swappable-parameters): coordinates in their order
   HWY_INLINE Mask setMeasuring(RowsOf<Lanes>& rows, Lanes sample, Lanes line, Lanes height) {
+    if (mRun.imageSigma == 0.0) {
+      GroundLanes::Ray const ray = mBefore.ray(sample, line);
+      PlaceOf<Lanes> const place = horizontalPlaceOf(ray.eye, ray.direction, height);
+      setMeasuringOf(rows, CornersOf<Lanes>{{place, place}, {place, place}});
+      return ray.exists;
+    }
     Lanes const sigma = same(mRun.imageSigma);
     CornersOf<Lanes> corners;
     Mask isMeasured = sigma >= zero();

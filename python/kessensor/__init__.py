@@ -18,6 +18,16 @@ GIL is released while the library works.
 """
 
 from kessensor import _methods
+from kessensor._accuracy import (
+    Accuracy,
+    GroundPartials,
+    ModelCorrections,
+    NavigationClass,
+    ResidualPartials,
+    navigation_classes,
+    relative_covariance,
+)
+from kessensor._adjustment import Adjustment, Island, adjust
 from kessensor._core import (
     Band,
     Block,
@@ -39,6 +49,7 @@ from kessensor._results import (
     Grid,
     Ground,
     GroundSampling,
+    GroundWithCovariance,
     Heights,
     Image,
     NotFoundError,
@@ -52,6 +63,8 @@ _methods.install()
 del _methods
 
 __all__ = [
+    "Accuracy",
+    "Adjustment",
     "Band",
     "Block",
     "Camera",
@@ -61,11 +74,17 @@ __all__ = [
     "Directions",
     "Grid",
     "Ground",
+    "GroundPartials",
     "GroundSampling",
+    "GroundWithCovariance",
     "Heights",
     "Image",
+    "Island",
+    "ModelCorrections",
+    "NavigationClass",
     "NotFoundError",
     "PointError",
+    "ResidualPartials",
     "Status",
     "Strip",
     "Surface",
@@ -74,10 +93,13 @@ __all__ = [
     "Transformed",
     "Unit",
     "__version__",
+    "adjust",
     "footprint",
     "ground_points",
     "image_points",
+    "navigation_classes",
     "ortho",
+    "relative_covariance",
     "residuals",
     "simulate",
     "threads_of_machine",

@@ -9,11 +9,13 @@ from typing import Any, Literal, overload
 import numpy as np
 import numpy.typing as npt
 
+from kessensor._accuracy import Accuracy, ModelCorrections, ResidualPartials
 from kessensor._results import (
     Closure,
     Directions,
     Ground,
     GroundSampling,
+    GroundWithCovariance,
     Heights,
     Image,
     Times,
@@ -153,6 +155,25 @@ class Band:
     def points_file(self) -> str: ...
     @property
     def crs(self) -> CoordinateSystem: ...
+    @overload
+    def to_ground(
+        self,
+        samples: npt.ArrayLike,
+        lines: npt.ArrayLike,
+        heights: npt.ArrayLike | None = ...,
+        *,
+        surface: None = ...,
+        crs: CoordinateSystem | str | None = ...,
+        frame: _Frame | None = ...,
+        solver: _Solver = ...,
+        threads: int = ...,
+        strict: bool = ...,
+        tdi_stages: float | None = ...,
+        sigma: float,
+        height_sigma: float | None = ...,
+        out: _Out | None = ...,
+    ) -> GroundWithCovariance: ...
+    @overload
     def to_ground(
         self,
         samples: npt.ArrayLike,
@@ -166,6 +187,8 @@ class Band:
         threads: int = ...,
         strict: bool = ...,
         tdi_stages: float | None = ...,
+        sigma: None = ...,
+        height_sigma: None = ...,
         out: _Out | None = ...,
     ) -> Ground: ...
     def to_image(
@@ -201,6 +224,34 @@ class Band:
     ) -> Directions: ...
     def centres(self, lines: npt.ArrayLike, *, threads: int = ..., strict: bool = ...) -> Ground: ...
     def times(self, lines: npt.ArrayLike, *, threads: int = ..., strict: bool = ...) -> Times: ...
+    def partials(
+        self,
+        samples: npt.ArrayLike,
+        lines: npt.ArrayLike,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        z: npt.ArrayLike,
+        *,
+        corrections: ModelCorrections | None = ...,
+        threads: int = ...,
+        strict: bool = ...,
+    ) -> ResidualPartials: ...
+    def accuracy(
+        self,
+        samples: npt.ArrayLike,
+        lines: npt.ArrayLike,
+        x: npt.ArrayLike,
+        y: npt.ArrayLike,
+        z: npt.ArrayLike,
+        *,
+        sigma: float = ...,
+        height_sigma: float = ...,
+        orientation: Sequence[float] | None = ...,
+        crs: CoordinateSystem | str | None = ...,
+        frame: str | None = ...,
+        threads: int = ...,
+        strict: bool = ...,
+    ) -> Accuracy: ...
     def gsd(
         self,
         samples: npt.ArrayLike,
@@ -350,3 +401,32 @@ def finish_ortho(
     keep_tiles: bool,
     progress: Callable[[float], object] | None,
 ) -> None: ...
+
+def partials(
+    band: Band,
+    positions: tuple[npt.ArrayLike, npt.ArrayLike, npt.ArrayLike, npt.ArrayLike, npt.ArrayLike],
+    corrections: npt.NDArray[np.float64] | None,
+    threads: int,
+    strict: bool,
+) -> tuple[npt.NDArray[np.float64], npt.NDArray[np.uint8]]: ...
+def accuracy(
+    band: Band,
+    positions: tuple[npt.ArrayLike, npt.ArrayLike, npt.ArrayLike, npt.ArrayLike, npt.ArrayLike],
+    options: dict[str, Any],
+) -> tuple[npt.NDArray[np.float64], npt.NDArray[np.float64], npt.NDArray[np.uint8]]: ...
+def ground_partials(table: npt.NDArray[np.float64]) -> npt.NDArray[np.float64]: ...
+def image_by_ground(table: npt.NDArray[np.float64]) -> npt.NDArray[np.float64]: ...
+def relative_covariance(
+    a: npt.NDArray[np.float64], b: npt.NDArray[np.float64], correlation_times: list[float]
+) -> npt.NDArray[np.float64]: ...
+def navigation_classes() -> list[tuple[str, Any, Any, Any, Any]]: ...
+
+class AdjustedBlock:
+    def result(self) -> dict[str, Any]: ...
+    def orientation(self, strip: str) -> dict[str, Any]: ...
+    def write(self, strip: str, file: _Path) -> None: ...
+    def install(self, backup: _Path) -> list[tuple[str, str]]: ...
+
+def adjust_block(
+    file: str, state: dict[str, Any], options: dict[str, Any], progress: Callable[[float], object] | None
+) -> AdjustedBlock: ...

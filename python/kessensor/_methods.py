@@ -16,6 +16,7 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
+from kessensor._accuracy import accuracy, partials
 from kessensor._core import Band, Block, Camera, CoordinateSystem, Strip, Surface, Trajectory
 from kessensor._results import GroundSampling
 
@@ -224,7 +225,14 @@ def _trajectory_text(trajectory: Trajectory) -> str:
 def install() -> None:
     """Gives the classes their methods."""
     methods: dict[type, dict[str, Any]] = {
-        Band: {"__reduce__": _reduce_band, "gsd": ground_sampling, "__repr__": _band_text, "_repr_html_": _band_html},
+        Band: {
+            "__reduce__": _reduce_band,
+            "accuracy": accuracy,
+            "gsd": ground_sampling,
+            "partials": partials,
+            "__repr__": _band_text,
+            "_repr_html_": _band_html,
+        },
         Block: {"__repr__": _block_text, "_repr_html_": _block_html},
         Camera: {"__repr__": _camera_text},
         CoordinateSystem: {"__repr__": _system_text},

@@ -46,6 +46,28 @@ class Ground(NamedTuple):
     status: Statuses
 
 
+def standard_deviations(covariances: Floats) -> Floats:
+    """The roots of the diagonals of matrices."""
+    roots: Floats = np.sqrt(np.diagonal(covariances, axis1=-2, axis2=-1))
+    return roots
+
+
+class GroundWithCovariance(NamedTuple):
+    """`Ground` with the covariance matrices of its positions, in metres on the ground along x, y and up."""
+
+    x: Floats
+    y: Floats
+    z: Floats
+    status: Statuses
+    #: 3 x 3, after the axes of the points; square metres. NaN without a result.
+    covariance: Floats
+
+    @property
+    def sigmas(self) -> Floats:
+        """Standard deviations of x, y and z: one more axis of 3."""
+        return standard_deviations(self.covariance)
+
+
 class Image(NamedTuple):
     """Positions in an image: sample and line, from 0 at the centre of the first pixel, and a `Status` each."""
 

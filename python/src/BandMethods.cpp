@@ -13,15 +13,17 @@ void bindProjection(py::class_<kes::Band>& band) {
       "to_ground",
       [](kes::Band const& self, py::object const& samples, py::object const& lines, py::object const& heights,
          py::object surface, py::object crs, py::object frame, std::string solver, int threads, bool strict,
-         std::optional<float> tdiStages, py::object out) {
+         std::optional<float> tdiStages, std::optional<double> sigma, std::optional<double> heightSigma,
+         py::object out) {
         return projectToGround(
             self, samples, lines, heights,
             {std::move(surface), std::move(crs), std::move(frame), std::move(solver), threads, strict, std::move(out)},
-            tdiStages, GroundResult::positions);
+            {GroundResult::positions, tdiStages, sigma, heightSigma});
       },
       arg("samples"), arg("lines"), arg("heights") = none, py::kw_only(), arg("surface") = none, arg("crs") = none,
       arg("frame") = none, arg("solver") = "precise", arg("threads") = 1, arg("strict") = false,
-      arg("tdi_stages") = none, arg("out") = none, R"(Project image positions to the ground.
+      arg("tdi_stages") = none, arg("sigma") = none, arg("height_sigma") = none, arg("out") = none,
+      R"(Project image positions to the ground.
 
 Parameters
 ----------
@@ -46,14 +48,21 @@ strict : bool
     Whether a point without a result raises PointError. Otherwise a bad point never raises and disturbs no other.
 tdi_stages : float, optional
     In place of the image's own.
+sigma : float, optional
+    Standard deviation of the image positions, pixels along the line and across; 0 for exact ones. The results then have
+    covariance matrices, from these and the orientation's standard deviations: those of its records where the strip was
+    opened with ``standard_deviations=True`` and the file has them, otherwise its default ones. `accuracy` has more.
+height_sigma : float, optional
+    Standard deviation of the heights, metres; with `sigma`. They are exact by default.
 out : sequence of arrays, optional
     Where the results go: x, y, z and, if there are four, the status. Arrays of float64 (of uint8 for the status) of the
-    shape of the results. They may be the arrays given, but not overlap them otherwise.
+    shape of the results. They may be the arrays given, but not overlap them otherwise. Covariances are a new array.
 
 Returns
 -------
-Ground
-    x, y, z and status, in the shape that the arrays given have together.
+Ground or GroundWithCovariance
+    x, y, z and status, in the shape that the arrays given have together; with `sigma` also the covariance matrices, in
+    an array with two more axes.
 
 Raises
 ------
@@ -70,6 +79,9 @@ Examples
 [[35.0, 35.0], [35.0, 35.0]]
 >>> (ground.status == ks.Status.OK).all()
 True
+>>> ground = band.to_ground([0, 100], [[500], [501]], heights=35.0, sigma=0.3, height_sigma=0.1)
+>>> ground.covariance.shape, bool(np.allclose(ground.sigmas[..., 2], 0.1))
+((2, 2, 3, 3), True)
 )");
   band.def(
       "to_image",
@@ -120,7 +132,7 @@ Examples
         return projectToGround(
             self, samples, lines, heights,
             {std::move(surface), std::move(crs), std::move(frame), std::move(solver), threads, strict, std::move(out)},
-            std::nullopt, GroundResult::closure);
+            {GroundResult::closure, {}, {}, {}});
       },
       arg("samples"), arg("lines"), arg("heights") = none, py::kw_only(), arg("surface") = none, arg("crs") = none,
       arg("frame") = none, arg("solver") = "precise", arg("threads") = 1, arg("strict") = false, arg("out") = none,

@@ -15,9 +15,11 @@ PythonClasses* classes = nullptr;
 
 void readClasses() {
   py::module_ const results = py::module_::import("kessensor._results");
-  classes = new PythonClasses{results.attr("Ground"),      results.attr("Image"),      results.attr("Closure"),
-                              results.attr("Directions"),  results.attr("Times"),      results.attr("Heights"),
-                              results.attr("Transformed"), results.attr("PointError"), results.attr("NotFoundError")};
+  classes =
+      new PythonClasses{results.attr("Ground"),       results.attr("GroundWithCovariance"), results.attr("Image"),
+                        results.attr("Closure"),      results.attr("Directions"),           results.attr("Times"),
+                        results.attr("Heights"),      results.attr("Transformed"),          results.attr("PointError"),
+                        results.attr("NotFoundError")};
 }
 
 py::dict statuses() {
@@ -55,6 +57,8 @@ PYBIND11_MODULE(_core, module) {
   bindPointLists(module);
   bindProducts(module);
   bindTiles(module);
+  bindAccuracy(module);
+  bindAdjustment(module);
   module.attr("statuses") = statuses();
   module.attr("version") = KESSENSOR_VERSION;
   module.def("threads_of_machine", &kes::threadsOfMachine);

@@ -21,6 +21,7 @@ namespace py = pybind11;
 /// The classes of results and errors, which the package has in Python. They live as long as the process.
 struct PythonClasses {
   py::object ground;
+  py::object groundWithCovariance;
   py::object image;
   py::object closure;
   py::object directions;
@@ -53,5 +54,7 @@ void bindOrientation(py::module_& module);
 void bindPointLists(py::module_& module);
 void bindProducts(py::module_& module);
 void bindTiles(py::module_& module);
+void bindAccuracy(py::module_& module);
+void bindAdjustment(py::module_& module);
 
 }  // namespace kespython

@@ -3,6 +3,7 @@
 
 #include "OrthoOptions.h"
 
+#include "GivenOptions.h"
 #include "Module.h"
 
 #include <array>
@@ -14,12 +15,6 @@ namespace kespython {
 
 namespace {
 
-template <class Value>
-struct Choice {
-  char const* name;
-  Value value;
-};
-
 constexpr std::array resamplings{Choice{"nearest", kesgdal::Resampling::NEAREST},
                                  Choice{"bilinear", kesgdal::Resampling::BILINEAR},
                                  Choice{"cubic", kesgdal::Resampling::CUBIC}};
@@ -30,43 +25,6 @@ constexpr std::array types{
     Choice{"float64", kesgdal::PixelType::FLOAT64},
 };
 constexpr std::array formats{Choice{"COG", kesgdal::FileFormat::COG}, Choice{"GTiff", kesgdal::FileFormat::GTIFF}};
-
-/// The options that were given.
-class Given {
-public:
-  explicit Given(py::dict const& options) : mOptions(options) {}
-
-  bool has(char const* name) const { return mOptions.contains(name) && !mOptions[name].is_none(); }
-  py::object operator[](char const* name) const { return mOptions[name]; }
-
-  /// Leaves the value of an option that wasn't given.
-  template <class Value>
-  void take(char const* name, Value& value) const {
-    if (has(name)) {
-      value = py::cast<Value>(mOptions[name]);
-    }
-  }
-
-  template <class Value, std::size_t N>
-  void choose(char const* name, std::array<Choice<Value>, N> const& choices, Value& value) const {
-    if (!has(name)) {
-      return;
-    }
-    auto const wanted = py::cast<std::string>(mOptions[name]);
-    std::string names;
-    for (std::size_t i = 0; i < N; ++i) {
-      if (wanted == choices[i].name) {
-        value = choices[i].value;
-        return;
-      }
-      names += (i == 0 ? "" : i + 1 == N ? " or " : ", ") + std::string(choices[i].name);
-    }
-    throw py::value_error(std::string(name) + " is \"" + wanted + "\": it must be " + names);
-  }
-
-private:
-  py::dict const& mOptions;
-};
 
 kesgdal::OrthoGrid gridOf(py::object const& given) {
   auto const [transform, columns, rows] = py::cast<std::tuple<kesgdal::GeoTransform, int, int>>(given);

@@ -24,6 +24,8 @@ public:
   Target const& operator[](std::size_t column) const { return mColumns[column]; }
   std::span<kes::Status> status(std::size_t begin, std::size_t count) const { return {mStatusData + begin, count}; }
 
+  /// The array of statuses.
+  py::object status() const { return mStatus; }
   /// A named tuple of the arrays.
   py::object as(py::handle type) const;
   /// Throws PointError for the first point without a result.

@@ -3,12 +3,13 @@
 
 #include "Projection.h"
 
+#include "Accuracy.h"
 #include "Columns.h"
 #include "Module.h"
+#include "Pieces.h"
 #include "PointResults.h"
 
 #include <kes/Band.h>
-#include <kes/Parallel.h>
 
 #include <array>
 #include <memory>
@@ -16,13 +17,6 @@
 #include <stdexcept>
 
 namespace kespython {
-
-namespace {
-
-// Points that are gathered from the caller's arrays, worked on and stored together: they stay in the processor's cache.
-constexpr std::size_t POINTS_PER_PIECE = 8192;
-
-}  // namespace
 
 std::optional<kes::CoordinateSystem> CallOptions::system() const {
   std::string const name = frame.is_none() ? "" : py::cast<std::string>(frame);
@@ -54,45 +48,6 @@ kes::Solver CallOptions::chosenSolver() const {
 }
 
 namespace {
-
-void requireThreads(int threads) {
-  if (threads < 1) {
-    throw py::value_error("threads is " + std::to_string(threads) + ": it must be at least 1");
-  }
-}
-
-// Calls `makeWork()` once in each thread, and what it returns for pieces of the points, with the GIL released.
-template <class MakeWork>
-void forEachPiece(std::size_t count, int threads, bool isOneRun, MakeWork const& makeWork) {
-  py::gil_scoped_release const released;
-  std::size_t const size = isOneRun ? std::max<std::size_t>(count, 1) : POINTS_PER_PIECE;
-  std::size_t const pieces = (count + size - 1) / size;
-  kes::forEachIndexByWorkers(pieces, threads, [&]() -> kes::Worker {
-    return [&, work = makeWork(std::min(size, count))](std::size_t piece) {
-      std::size_t const begin = piece * size;
-      (*work)(begin, std::min(size, count - begin));
-    };
-  });
-}
-
-/// Image positions of Python's arrays.
-struct ImageColumns {
-  Column samples;
-  Column lines;
-  ImageColumns(py::handle samplesGiven, py::handle linesGiven)
-      : samples("samples", samplesGiven), lines("lines", linesGiven) {}
-};
-
-struct ImageSources {
-  Source samples;
-  Source lines;
-  ImageSources(ImageColumns const& columns, Shape const& shape)
-      : samples(columns.samples, shape), lines(columns.lines, shape) {}
-  void read(std::size_t begin, std::span<geo::XYPoint> image) const {
-    readPoints<2>({&samples, &lines}, begin, image.size(), &image.data()->x);
-  }
-};
-static_assert(sizeof(geo::XYPoint) == 2 * sizeof(double) && sizeof(geo::XYZPoint) == 3 * sizeof(double));
 
 /// Heights of a call to the ground: a surface's, or a column's.
 class Heights {
@@ -131,6 +86,8 @@ struct GroundCall {
   kes::ToGroundOptions options;
   PointResults const& results;
   bool wantsClosure;
+  kes::AccuracyOptions accuracy;
+  std::optional<CovarianceArray> covariances;
 };
 
 /// One thread's share, with memory of its own.
@@ -138,7 +95,8 @@ class GroundWork {
 public:
   GroundWork(GroundCall const& call, std::size_t size)
       : mCall(call), mOptions(call.options), mImage(size), mGround(size), mHeights(call.heights ? size : 0),
-        mClosure(call.wantsClosure ? size : 0) {}
+        mClosure(call.wantsClosure ? size : 0), mCovariances(call.covariances ? size : 0),
+        mStatus(call.covariances ? size : 0) {}
 
   void operator()(std::size_t begin, std::size_t count) {
     std::span const image(mImage.data(), count);
@@ -157,6 +115,11 @@ public:
       return;
     }
     writePoints<3>(&ground.data()->x, begin, count, {&mCall.results[0], &mCall.results[1], &mCall.results[2]});
+    if (mCall.covariances) {
+      std::span const covariances(mCovariances.data(), count);
+      mCall.band.accuracy(image, ground, mCall.accuracy, {}, covariances, {mStatus.data(), count});
+      mCall.covariances->write(begin, covariances);
+    }
   }
 
 private:
@@ -166,14 +129,26 @@ private:
   std::vector<geo::XYZPoint> mGround;
   std::vector<double> mHeights;
   std::vector<kes::Closure> mClosure;
+  std::vector<kes::Covariance> mCovariances;
+  std::vector<kes::Status> mStatus;
 };
+
+void requireSigmasThatGoTogether(CallOptions const& given, GroundCallOptions const& ofGround) {
+  if (ofGround.heightSigma && !ofGround.sigma) {
+    throw py::type_error("height_sigma: sigma must be given, too");
+  }
+  if (ofGround.sigma && !given.surface.is_none()) {
+    throw py::type_error("sigma and surface: only one of them can be given");
+  }
+}
 
 }  // namespace
 
 py::object projectToGround(kes::Band const& band, py::handle samples, py::handle lines, py::handle heightsGiven,
-                           CallOptions const& given, std::optional<float> tdiStages, GroundResult wanted) {
-  bool const wantsClosure = wanted == GroundResult::closure;
+                           CallOptions const& given, GroundCallOptions const& ofGround) {
+  bool const wantsClosure = ofGround.wanted == GroundResult::closure;
   requireThreads(given.threads);
+  requireSigmasThatGoTogether(given, ofGround);
   ImageColumns const image(samples, lines);
   Heights const heights(heightsGiven, given.surface);
   std::vector<Column const*> columns{&image.samples, &image.lines};
@@ -181,17 +156,27 @@ py::object projectToGround(kes::Band const& band, py::handle samples, py::handle
   Shape const shape = commonShape(columns);
   std::vector<char const*> const names = wantsClosure ? std::vector{"pixels", "metres"} : std::vector{"x", "y", "z"};
   PointResults const results(names, given.out, shape);
-  GroundCall call{band, {image, shape}, heights.source(shape), {}, results, wantsClosure};
+  GroundCall call{band, {image, shape}, heights.source(shape), {}, results, wantsClosure, {}, {}};
   call.options.system = given.system();
   call.options.solver = given.chosenSolver();
-  call.options.tdiStages = tdiStages;
+  call.options.tdiStages = ofGround.tdiStages;
   if (heights.surface()) {
     call.options.heights = *heights.surface();
+  }
+  if (ofGround.sigma) {
+    call.accuracy.system = call.options.system;
+    call.accuracy.imageSigma = *ofGround.sigma;
+    call.accuracy.heightSigma = ofGround.heightSigma.value_or(0.0);
+    call.covariances.emplace(shape);
   }
   forEachPiece(sizeOf(shape), given.threads, false,
                [&](std::size_t size) { return std::make_shared<GroundWork>(call, size); });
   if (given.strict) {
     results.requireAll();
+  }
+  if (call.covariances) {
+    py::tuple const ground = results.as(pythonClasses().ground);
+    return pythonClasses().groundWithCovariance(*ground, call.covariances->array());
   }
   return results.as(wantsClosure ? pythonClasses().closure : pythonClasses().ground);
 }

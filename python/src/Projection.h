@@ -36,8 +36,16 @@ struct CallOptions {
 /// Which results of a projection to the ground are wanted: the positions, or their closure.
 enum class GroundResult { positions, closure };
 
+/// What a call to the ground has beside that: standard deviations of image positions, pixels, and of heights, metres.
+struct GroundCallOptions {
+  GroundResult wanted = GroundResult::positions;
+  std::optional<float> tdiStages;
+  std::optional<double> sigma;
+  std::optional<double> heightSigma;
+};
+
 py::object projectToGround(kes::Band const& band, py::handle samples, py::handle lines, py::handle heights,
-                           CallOptions const& given, std::optional<float> tdiStages, GroundResult wanted);
+                           CallOptions const& given, GroundCallOptions const& ofGround);
 
 py::object projectToImage(kes::Band const& band, py::handle x, py::handle y, py::handle z, CallOptions const& given);
 

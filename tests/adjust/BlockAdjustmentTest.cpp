@@ -16,6 +16,7 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -290,6 +291,27 @@ TEST(BlockAdjustment, DoubtsHeightsThatAllDepartAlike) {
   BlockAdjustment block(simulated().strips, lifted, tactical());
   EXPECT_THAT(block.run().objections, Contains(HasSubstr("ground points lie 30.0 m above where their lines of sight "
                                                          "meet: are their heights counted from another surface?")));
+}
+
+TEST(BlockAdjustment, ShowsEachStepToAWatch) {
+  std::vector<double> costs;
+  BlockAdjustment block(simulated().strips, noisy(*simulated().planned), tactical());
+  BlockResult const& result =
+      block.run([&](kesadjust::IterationRecord const& iteration) { costs.push_back(iteration.cost); });
+  ASSERT_GT(costs.size(), 1U);
+  ASSERT_EQ(costs.size(), result.solution.iterations.size());
+  for (std::size_t i = 0; i < costs.size(); ++i) {
+    EXPECT_EQ(costs[i], result.solution.iterations[i].cost) << i;
+  }
+}
+
+TEST(BlockAdjustment, IsEndedByAnExceptionOfItsWatch) {
+  BlockAdjustment block(simulated().strips, *simulated().planned, tactical());
+  EXPECT_EQ(test::messageOf<std::runtime_error>(
+                [&] { block.run([](kesadjust::IterationRecord const&) { throw std::runtime_error("enough"); }); }),
+            "enough");
+  EXPECT_EQ(test::messageOf<std::logic_error>([&] { std::ignore = block.orientation("Line1"); }),
+            "the block isn't adjusted");
 }
 
 TEST(BlockAdjustment, NamesAMeasurementOfNoStrip) {

@@ -168,7 +168,18 @@ TEST(Accuracy, CovarianceIsThatOfDrawnErrors) {
   }
 }
 
-// Two places that two bands see at other times, with errors that are a Gauss-Markov process.
+/// Correlation times of position and attitude in units of one time.
+struct Processes {
+  char const* name;
+  std::array<double, 6> times;
+};
+
+kes::CorrelationTimes correlationTimesOf(Processes const& processes, double unit) {
+  auto const& t = processes.times;
+  return {{t[0] * unit, t[1] * unit, t[2] * unit}, {t[3] * unit, t[4] * unit, t[5] * unit}};
+}
+
+// Two places that two bands see at other times, with errors that are a Gauss-Markov process each.
 TEST(Accuracy, CovarianceOfADifferenceIsThatOfDrawnProcesses) {
   kes::Strip const& strip = flight(4).strip();
   kes::Band const bands[] = {strip.band("PANF27A"), strip.band("NIRF16A")};
@@ -189,9 +200,11 @@ TEST(Accuracy, CovarianceOfADifferenceIsThatOfDrawnProcesses) {
   }
   double const apart = errors[1].time - errors[0].time;
   ASSERT_GT(apart, 0.5);
-  for (double const correlationTime : {0.3 * apart, 2.0 * apart, 50.0 * apart}) {
-    SCOPED_TRACE(testing::Message() << correlationTime << " s");
-    double const r = std::exp(-apart / correlationTime);
+  for (Processes const& processes :
+       {Processes{"fast", {0.3, 0.3, 0.3, 0.3, 0.3, 0.3}}, Processes{"slow", {2.0, 2.0, 2.0, 2.0, 2.0, 2.0}},
+        Processes{"slower", {50.0, 50.0, 50.0, 50.0, 50.0, 50.0}},
+        Processes{"each its own", {0.2, 30.0, 1.0, 8.0, 0.5, 3.0}}}) {
+    SCOPED_TRACE(processes.name);
     std::mt19937_64 random(11);
     std::normal_distribution<double> normal;
     Scatter scatter;
@@ -201,6 +214,7 @@ TEST(Accuracy, CovarianceOfADifferenceIsThatOfDrawnProcesses) {
       for (std::size_t i = 0; i < 2; ++i) {
         std::array<double, 6> drawn{};
         for (std::size_t k = 0; k < 6; ++k) {
+          double const r = std::exp(-1.0 / processes.times[k]);
           process[k] = i == 0 ? normal(random) : r * process[k] + std::sqrt(1.0 - r * r) * normal(random);
           drawn[k] = sigma[i][k] * process[k];
         }
@@ -211,7 +225,10 @@ TEST(Accuracy, CovarianceOfADifferenceIsThatOfDrawnProcesses) {
       }
       scatter.add(difference(moved[1], moved[0]));
     }
-    scatter.expect(kes::relativeCovariance(errors[0], errors[1], correlationTime));
+    scatter.expect(kes::relativeCovariance(errors[0], errors[1], correlationTimesOf(processes, apart)));
+    if (processes.times.front() == processes.times.back()) {
+      scatter.expect(kes::relativeCovariance(errors[0], errors[1], processes.times.front() * apart));
+    }
   }
 }
 

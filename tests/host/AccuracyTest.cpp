@@ -238,6 +238,9 @@ TEST(Accuracy, BadOptionsAreRefused) {
   for (double const time : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
     EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { std::ignore = kes::relativeCovariance({}, {}, time); }),
               "the correlation time must be positive");
+    kes::CorrelationTimes const times{{1.0, 1.0, 1.0}, {1.0, time, 1.0}};
+    EXPECT_EQ(test::messageOf<std::invalid_argument>([&] { std::ignore = kes::relativeCovariance({}, {}, times); }),
+              "the correlation time must be positive");
   }
 }
 

@@ -20,12 +20,12 @@ using test::Prepared;
 class ErrorLanes : public test::WithInstructionSet {};
 
 // Ground positions that see their image positions, some beyond the image, some above the camera, some nowhere.
-TEST_P(ErrorLanes, FindErrorsToTheBitOfSinglePositions) {
+void expectErrorsOfSinglePositions(double imageSigma) {
   kes::TrajectoryAccuracy const given{{0.03, 0.05, 0.07}, {2e-5, 3e-5, 5e-5}};
   AccuracyTable const accuracies(deviationsOf(given));
   kes::AccuracyOptions options;
   options.trajectory = given;
-  options.imageSigma = 0.4;
+  options.imageSigma = imageSigma;
   options.heightSigma = 0.2;
   for (char const* const id : test::BANDS) {
     SCOPED_TRACE(id);
@@ -70,6 +70,15 @@ TEST_P(ErrorLanes, FindErrorsToTheBitOfSinglePositions) {
     EXPECT_EQ(next, left);
     EXPECT_GE(left, 5U);
   }
+}
+
+TEST_P(ErrorLanes, FindErrorsToTheBitOfSinglePositions) {
+  expectErrorsOfSinglePositions(0.4);
+}
+
+// The corners around an image position are that position.
+TEST_P(ErrorLanes, FindErrorsToTheBitWithoutThoseOfImagePositions) {
+  expectErrorsOfSinglePositions(0.0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sets, ErrorLanes, testing::ValuesIn(test::instructionSets()),

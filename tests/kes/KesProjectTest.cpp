@@ -346,6 +346,31 @@ TEST(KesProject, SigmaAddsStandardDeviationsOfGroundPositions) {
   EXPECT_EQ(Fields(row.begin() + 6, row.end()), (Fields{"0.25", "0.5", "0"}));
 }
 
+// The same flight. An error in the height of the line of sight's start, or a turn about the flight's axis, moves a
+// position aside along y alone: x and y have no covariance but by the heights' own standard deviation.
+TEST(KesProject, CovariancesFollowTheStandardDeviations) {
+  test::TempFolder const folder;
+  std::string const strip = test::SmallStrip().write(folder);
+  KesRun const run =
+      kes({"project", strip, "--calibrations", folder / "calibration", "--orientation", "original", "--band", "PANN00A",
+           "--to", "ground", "--sigma", "0", "--height-sigma", "0.5", "--covariance", "--decimals", "1", "--verify"},
+          "sample,line,height\n100,50,0\n50,,0\n");
+  auto const rows = rowsOf(run.out);
+  ASSERT_EQ(rows.size(), 3U) << run.err;
+  EXPECT_EQ(Fields(rows[0].begin() + 6, rows[0].end()),
+            (Fields{"sigmaX", "sigmaY", "sigmaZ", "covarianceXY", "covarianceXZ", "covarianceYZ", "closure",
+                    "closurePixels", "status"}));
+  EXPECT_EQ(rows[1][8], "0.5");
+  // The line of sight goes out by a tenth of its depth: a height moves the position by a tenth of its error, back to
+  // below the camera.
+  double const y = std::stod(rows[1][4]);
+  ASSERT_NEAR(std::fabs(y), 100.0, 5.0);
+  EXPECT_NEAR(std::stod(rows[1][9]), 0.0, 1e-5);
+  EXPECT_NEAR(std::stod(rows[1][10]), 0.0, 1e-5);
+  EXPECT_NEAR(std::stod(rows[1][11]), -y / 1000.0 * 0.25, 1e-5);
+  EXPECT_EQ(Fields(rows[2].begin() + 6, rows[2].end() - 1), Fields(8, ""));
+}
+
 TEST(KesProject, SigmaNeedsHeightsOnTheGround) {
   auto const errorOf = [](std::vector<std::string> const& options) {
     KesRun const run = project(options, "");
@@ -358,6 +383,7 @@ TEST(KesProject, SigmaNeedsHeightsOnTheGround) {
   EXPECT_EQ(errorOf({"--band", "PANF27A", "--to", "ground", "--sigma", "-1"}),
             "--sigma: Value -1 not in range 0.000000 to 1000000.000000");
   EXPECT_EQ(errorOf({"--band", "PANF27A", "--to", "ground", "--height-sigma", "1"}), "--height-sigma requires --sigma");
+  EXPECT_EQ(errorOf({"--band", "PANF27A", "--to", "ground", "--covariance"}), "--covariance requires --sigma");
 }
 
 TEST(KesProject, WrongUsageGivesTwo) {

@@ -45,6 +45,20 @@ def block_images(tmp_path_factory: pytest.TempPathFactory) -> Path:
     return Path(ks.simulate(folder, DEM, strips=2, lines=500, samples=400, points=1, render=["PANN00A"], threads=2))
 
 
+@pytest.fixture(scope="session")
+def measured_block(tmp_path_factory: pytest.TempPathFactory) -> Path:
+    """The block file of two parallel strips and one across, with measured points and a boresight, and errors of the
+    trajectories."""
+    folder = tmp_path_factory.mktemp("measured") / "block"
+    # By another process: the one that simulates keeps the camera from where it wrote it first.
+    simulate = (
+        "import sys, kessensor as ks; print(ks.simulate(*sys.argv[1:], strips=2, cross=1, lines=3000, samples=300, "
+        "height=1500.0, control=4, check=3, ties=10.0, navigation='tactical', boresight=(4e-4, -3e-4, 0.0), threads=2))"
+    )
+    run = subprocess.run([sys.executable, "-c", simulate, folder, DEM], check=True, stdout=subprocess.PIPE)
+    return Path(run.stdout.decode().strip())
+
+
 #: Of the mosaic; fewer where the library is slow.
 TILES = int(os.environ.get("KESSENSOR_TEST_TILES", "200"))
 

@@ -26,4 +26,6 @@ assert Path(ks.__file__).is_relative_to(sys.prefix), ks.__file__
 strip = ks.Strip(ks.simulate("flight", sys.argv[1], lines=200, samples=64))
 ground = strip["PANN00A"].to_ground(10.0, 20.0, surface=ks.Surface(sys.argv[1]), crs="EPSG:32616")
 assert ground.status == ks.Status.OK, ground
+block = ks.simulate("block", sys.argv[1], strips=2, lines=1000, samples=64, control=4, ties=4.0, navigation="tactical")
+assert ks.adjust(block, plan=True).planned
 PYTHON

@@ -8,6 +8,7 @@ from __future__ import annotations
 import doctest
 import inspect
 import re
+import shutil
 from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
@@ -35,7 +36,8 @@ NAMES = dict(documented())
 
 
 def test_methods_are_found() -> None:
-    assert {"Band.to_ground", "Band.gsd", "Surface.heights", "Trajectory.table", "ortho"} <= NAMES.keys()
+    assert {"Band.to_ground", "Band.gsd", "Band.partials", "Surface.heights", "Trajectory.table"} <= NAMES.keys()
+    assert {"ortho", "adjust", "Adjustment.install"} <= NAMES.keys()
 
 
 # Whose name says it all.
@@ -52,16 +54,23 @@ def test_has_a_docstring(name: str) -> None:
 PAGE = DEM.parents[2] / "docs" / "python.md"
 
 
-def test_page_runs(flight: Path, mosaic: Mosaic, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_page_runs(
+    flight: Path, mosaic: Mosaic, measured_block: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
     pytest.importorskip("distributed")
     for name, target in {"flight": flight.parent, "block": mosaic.block.parent, "terrain.tif": DEM}.items():
         (tmp_path / name).symlink_to(target)
+    # The page changes it.
+    shutil.copytree(measured_block.parent, tmp_path / "adjustment")
     monkeypatch.chdir(tmp_path)
     names: dict[str, Any] = {}
     blocks = re.findall(r"^```python\n(.*?)^```$", PAGE.read_text(), re.MULTILINE | re.DOTALL)
     for block in blocks:
         exec(block, names)
-    assert len(blocks) == 3
+    assert len(blocks) == 5
+    assert names["sigmas"].shape == (2, 3) and names["derivatives"].by_line.shape == (2, 3, 5)
+    assert 0.0 < names["apart"][0, 0] < names["first"].covariance[0, 0] + names["second"].covariance[0, 0]
+    assert len(names["checks"]) == 3 and (tmp_path / "adjustment" / "replaced").is_dir()
     assert names["seen"].all() and (tmp_path / "ortho.tif").exists()
     band, surface = names["band"], ks.Surface(DEM)
     assert names["heights"].shape == (1000, 800)

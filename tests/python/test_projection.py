@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import threading
 import time
+from collections.abc import Callable
 from typing import Any
 
 import numpy as np
@@ -257,7 +258,16 @@ def test_arrays_of_many_pieces(band: ks.Band) -> None:
         assert (ground.x[i, k], ground.y[i, k]) == (one.x, one.y)
 
 
-def test_gil_is_released(band: ks.Band) -> None:
+@pytest.mark.parametrize(
+    "work",
+    [
+        lambda band, samples: band.to_ground(samples, 100.0),
+        lambda band, samples: band.partials(samples[:200_000], 100.0, 0.0, 0.0, 0.0),
+        lambda band, samples: band.accuracy(samples[:500_000], 100.0, 0.0, 0.0, 0.0, sigma=0.3),
+    ],
+    ids=["to_ground", "partials", "accuracy"],
+)
+def test_gil_is_released(band: ks.Band, work: Callable[[ks.Band, Any], object]) -> None:
     """Another thread of Python runs while a projection does."""
     turns = 0
     ended = threading.Event()
@@ -273,7 +283,7 @@ def test_gil_is_released(band: ks.Band) -> None:
     counter.start()
     try:
         before = turns
-        band.to_ground(samples, 100.0)
+        work(band, samples)
         during = turns - before
     finally:
         ended.set()

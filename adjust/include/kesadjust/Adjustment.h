@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -42,6 +43,10 @@ struct IterationRecord {
   double damping;   ///< Of Levenberg's method; 0 for a step of Gauss and Newton.
   bool isTaken;     ///< False when the cost rose, and the state was restored.
 };
+
+/// Called after each step, in the thread that adjusts. An exception of it ends the adjustment, and the problem's state is
+/// that after the step.
+using IterationWatch = std::function<void(IterationRecord const&)>;
 
 /// The covariances of the adjusted parameters that belong together, for a variance factor of 1. Any number of threads
 /// may use one.
@@ -125,5 +130,7 @@ struct AdjustmentResult {
 /// determines NAME" for a node's parameter without a prior. The same bits for any number of threads and any order of
 /// the problem's observations and points.
 [[nodiscard]] KESADJUST_EXPORT AdjustmentResult adjust(Problem& problem, AdjustmentOptions const& options = {});
+[[nodiscard]] KESADJUST_EXPORT AdjustmentResult adjust(Problem& problem, AdjustmentOptions const& options,
+                                                       IterationWatch const& watch);
 
 }  // namespace kesadjust

@@ -162,6 +162,7 @@ public:
 
   /// Adjusts; a second call continues from the result. Throws as `kesadjust::adjust`.
   BlockResult const& run();
+  BlockResult const& run(IterationWatch const& watch);
 
   /// The adjusted orientation of a strip, at the times of its records, after `run`: the navigation's own motion with the
   /// corrections, boresight, lever arm, time offset and shift, so that it goes with the camera as it was. Standard

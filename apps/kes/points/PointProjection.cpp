@@ -39,6 +39,9 @@ std::vector<std::string> resultsOf(ProjectOptions const& options) {
   if (options.sigma) {
     results.insert(results.end(), {"sigmaX", "sigmaY", "sigmaZ"});
   }
+  if (options.covariance) {
+    results.insert(results.end(), {"covarianceXY", "covarianceXZ", "covarianceYZ"});
+  }
   if (options.verify) {
     results.insert(results.end(), {"closure", "closurePixels"});
   }
@@ -92,6 +95,10 @@ PointProjection::PointProjection(ProjectOptions const& options, std::istream& in
       mBand(mStrip.band(options.band)), mTable(in, name, columnsOf(options), resultsOf(options)) {
   options.orientation.check(mStrip);
   mForms.fill(options.decimals);
+  if (options.covariance) {
+    // Square metres, after position and standard deviations: in full, whatever decimals the others have.
+    std::fill_n(mForms.begin() + 6, 3, NumberForm());
+  }
   mToGround.solver = mToImage.solver = options.solver;
   mToGround.tdiStages = options.tdi;
   if (options.frame == Frame::map) {
@@ -219,6 +226,12 @@ void PointProjection::append(Block& block, std::size_t i) const {
     kes::Covariance const& covariance = block.covariances[i];
     for (double const variance : {covariance.xx, covariance.yy, covariance.zz}) {
       results[count++] = std::sqrt(variance);
+    }
+  }
+  if (mOptions.covariance) {
+    kes::Covariance const& covariance = block.covariances[i];
+    for (double const value : {covariance.xy, covariance.xz, covariance.yz}) {
+      results[count++] = value;
     }
   }
   if (mOptions.verify) {

@@ -42,6 +42,7 @@ struct ProjectOptions {
   bool status = false;
   std::optional<double> sigma;  ///< Of image positions, pixels; nothing: no accuracies.
   double heightSigma = 0.0;     ///< Metres.
+  bool covariance = false;      ///< Whether covariances follow the standard deviations.
   bool strict = false;
   int threads = 1;
   NumberForm decimals;
@@ -98,7 +99,7 @@ private:
     std::int64_t end = 0;  ///< The byte that the stream has come to.
   };
 
-  static constexpr std::size_t mostResults = 8;
+  static constexpr std::size_t mostResults = 11;
 
   void project(Block& block) const;
   void projectToGround(Block& block) const;

@@ -143,6 +143,10 @@ void addAccuracyOptions(CLI::App& command, ProjectOptions& options) {
       ->type_name("M")
       ->check(CLI::Range(0.0, 1e6))
       ->needs(sigma);
+  command
+      .add_flag("--covariance", options.covariance,
+                "Add columns covarianceXY, covarianceXZ, covarianceYZ, too, square metres")
+      ->needs(sigma);
 }
 
 void checkColumns(ProjectOptions const& options) {

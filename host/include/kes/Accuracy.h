@@ -49,11 +49,21 @@ struct AccuracyOptions {
   int threads = 1;
 };
 
+/// Seconds in which the correlation of each error of the trajectory with itself falls to 1/e; infinity for one that never
+/// changes.
+struct CorrelationTimes {
+  geo::XYZPoint position;
+  AttitudeAngles attitude;
+};
+
 /// The covariance of the difference of two ground positions of one strip, of any of its bands: errors of the trajectory
 /// are a first-order Gauss-Markov process each, whose correlation falls to 1/e in `correlationTime` seconds (infinity:
 /// they never change); those of image positions and heights don't depend on one another. Both in axes that are the same
 /// or nearly so. Throws std::invalid_argument "the correlation time must be positive".
 [[nodiscard]] KESHOST_EXPORT Covariance relativeCovariance(GroundErrors const& a, GroundErrors const& b,
                                                            double correlationTime);
+/// Likewise, with a correlation time for each error of the trajectory.
+[[nodiscard]] KESHOST_EXPORT Covariance relativeCovariance(GroundErrors const& a, GroundErrors const& b,
+                                                           CorrelationTimes const& correlationTimes);
 
 }  // namespace kes
