@@ -15,6 +15,7 @@
 #include <QFile>
 #include <QSettings>
 #include <QTextStream>
+#include <QXmlStreamWriter>
 
 #include <algorithm>
 #include <cstddef>
@@ -123,6 +124,42 @@ void copyOtherFiles(fs::path const& from, fs::path const& to) {
   }
 }
 
+/// The writer leaves out the spectral bands that CAM files have, and radiocal.xml may lack them: this is one with all of
+/// the camera's.
+void writeSpectralBands(CameraKes const& camera, fs::path const& folder) {
+  QByteArray bytes;
+  QXmlStreamWriter xml(&bytes);
+  xml.setAutoFormatting(true);
+  xml.writeStartDocument();
+  xml.writeStartElement(QStringLiteral("radiometric_calibration"));
+  xml.writeAttribute(QStringLiteral("version"), QStringLiteral("1.0"));
+  std::vector<std::string> bands;
+  camera.bandIds(bands);
+  for (std::string const& band : bands) {
+    sensor::CalibrationRadiometryKes const& radiometry = *camera.calibrationRadiometry(band);
+    auto const nanometres = [](float metres) { return QString::number(static_cast<double>(metres) * 1e9, 'g', 9); };
+    xml.writeEmptyElement(QStringLiteral("band"));
+    xml.writeAttribute(QStringLiteral("name"), QString::fromStdString(band));
+    xml.writeAttribute(QStringLiteral("center_wavelength"), nanometres(radiometry.centerWavelength()));
+    xml.writeAttribute(QStringLiteral("width"), nanometres(radiometry.bandWidth()));
+  }
+  xml.writeEndDocument();
+  std::string const file = (folder / "radiocal.xml").string();
+  if (!files::replaceFile(file, {bytes.constData(), static_cast<std::size_t>(bytes.size())})) {
+    throw std::runtime_error("can't write " + file);
+  }
+}
+
+bool hasSpectralBands(CameraKes const& camera, CameraKes const& other) {
+  std::vector<std::string> bands;
+  other.bandIds(bands);
+  return std::all_of(bands.begin(), bands.end(), [&](std::string const& band) {
+    sensor::CalibrationRadiometryKes const* const a = camera.calibrationRadiometry(band);
+    sensor::CalibrationRadiometryKes const* const b = other.calibrationRadiometry(band);
+    return a != nullptr && a->centerWavelength() == b->centerWavelength() && a->bandWidth() == b->bandWidth();
+  });
+}
+
 bool isKnown(CameraCorrections const& camera, fs::path const& cameraFolder, unsigned number) {
   return sensor::CameraFactory::instance()->validateCamera(camera.sensorId, camera.type, number) ||
          fs::exists(cameraFolder / SerializerCameraKes::versionFolderName(number));
@@ -206,6 +243,10 @@ void CameraUpdate::write(std::string const& calibrations) const {
   fs::rename(output / mCorrections.sensorId, written);
   fs::remove(output);
   copyOtherFiles(mOldFolder, written);
+  if (mCorrections.type != xmlCameraType &&
+      !hasSpectralBands(*readCamera(mCorrections, mNumber, written.string()), *camera)) {
+    writeSpectralBands(*camera, written);
+  }
 }
 
 void CameraUpdate::install(std::string const& calibrations) const {

@@ -7,6 +7,7 @@
 #include <kes/Block.h>
 #include <kesadjust/BlockUpdate.h>
 #include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CalibrationRadiometryKes.h>
 #include <sensor/CameraKes.h>
 #include <sensor/Misalignment.h>
 #include <sensor/SerializerCameraKesV1Cam.h>
@@ -274,6 +275,25 @@ TEST_F(ABlockUpdate, CorrectsFocalLengthAndSensorLines) {
   }
   EXPECT_EQ(b.calibSource(), "adjusted from v003");
   EXPECT_EQ(is.misalignment()->omega(), was.misalignment()->omega());
+}
+
+// The writer of CAM files leaves them out.
+TEST_F(ABlockUpdate, KeepsSpectralBandsOfCamFiles) {
+  std::string const old = folder() + "/calibration/KESA0_" + idIn(folder() + "/Line1/strip.stp") + "/v003";
+  fs::remove(old + "/radiocal.xml");
+  for (fs::directory_entry const& entry : fs::directory_iterator(old)) {
+    if (entry.path().extension() == ".cam") {
+      std::string text = test::contents(entry.path().string());
+      text.insert(text.find("START_XY"), "CENTER_WAVELENGTH_NM 633.25\nSPECTRAL_WIDTH_NM 50.5\n");
+      std::ofstream(entry.path()) << text;
+    }
+  }
+  adjust();
+  update().install();
+  sensor::CameraKes const camera("KESA0", "S", 4, sensor::SerializerCameraKesV1Cam(mCameras[0].folder()));
+  sensor::CalibrationRadiometryKes const& radiometry = *camera.calibrationRadiometry("REDF16A");
+  EXPECT_NEAR(static_cast<double>(radiometry.centerWavelength()), 633.25e-9, 1e-13);
+  EXPECT_NEAR(static_cast<double>(radiometry.bandWidth()), 50.5e-9, 1e-14);
 }
 
 TEST_F(ABlockUpdate, LeavesTheSettingsOfTheProcess) {

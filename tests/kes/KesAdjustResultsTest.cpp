@@ -259,7 +259,7 @@ protected:
 };
 
 TEST_F(KesAdjustLayers, PointsHaveTheirAccuracies) {
-  open();
+  ASSERT_NO_FATAL_FAILURE(open());
   OGRLayer& layer = *mData->GetLayerByName("points");
   EXPECT_EQ(wkbFlatten(layer.GetGeomType()), wkbPoint);
   EXPECT_EQ(std::string(layer.GetSpatialRef()->GetAuthorityCode(nullptr)), "32616");
@@ -303,7 +303,7 @@ TEST_F(KesAdjustLayers, PointsHaveTheirAccuracies) {
 }
 
 TEST_F(KesAdjustLayers, ResidualsAreVectorsOnTheGround) {
-  open();
+  ASSERT_NO_FATAL_FAILURE(open());
   OGRLayer& layer = *mData->GetLayerByName("residuals");
   EXPECT_EQ(wkbFlatten(layer.GetGeomType()), wkbLineString);
   EXPECT_EQ(fieldsOf(layer), (Fields{{"strip", OFTString},
