@@ -169,7 +169,9 @@ std::optional<std::vector<ChangeJournal::Change>> ChangeJournal::read(fs::path c
     throw std::runtime_error(file.string() + " is a copy: only the original can undo an interrupted update");
   }
   std::vector<Change> changes;
-  for (QJsonValue const& change : journal[QStringLiteral("changes")].toArray()) {
+  QJsonArray const listed = journal[QStringLiteral("changes")].toArray();
+  for (auto const& element : listed) {
+    QJsonObject const change = element.toObject();
     changes.push_back({change[QStringLiteral("path")].toString().toStdString(),
                        change[QStringLiteral("copy")].toString().toStdString()});
   }

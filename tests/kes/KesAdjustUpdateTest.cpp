@@ -173,6 +173,21 @@ TEST_F(KesAdjustUpdate, ReportOnlyLeavesTheCamera) {
   EXPECT_FALSE(fs::exists(folder() + "/calibration/" + written.filename().string() + "/v004"));
 }
 
+TEST_F(KesAdjustUpdate, InterruptedOneIsNoticedAndUndone) {
+  std::string const journal = block() + ".adjusting";
+  write(journal, "{\"file\": \"");
+  KesRun const check = test::kes({"check", block()});
+  EXPECT_EQ(check.code, 1);
+  EXPECT_THAT(check.out, HasSubstr("error: " + block() +
+                                   ": an adjustment was interrupted while it changed the strips; the next one undoes "
+                                   "that\n"));
+  KesRun const plan = test::kes({"adjust", block(), "--dry-run"});
+  EXPECT_EQ(plan.code, 0);
+  EXPECT_EQ(plan.err, "kes: warning: an adjustment of " + block() +
+                          " was interrupted; its strips and cameras are again what they were before\n");
+  EXPECT_FALSE(fs::exists(journal));
+}
+
 // The strip's folder can't take the adjusted orientation of the second strip.
 TEST_F(KesAdjustUpdate, ReportListsNothingWhenNothingChanged) {
   fs::create_directory(folder() + "/Line1/flight.eop.adj");

@@ -319,7 +319,9 @@ void addAdjust(CLI::App& app, Run& run) {
   options->camera.addTo(*command);
   CLI::Option* const plan = command->add_flag(
       "--dry-run", options->isPlan, "Expected accuracies of the block, with planned tie points; changes no strip");
-  command->add_flag("--report-only", options->isReportOnly, "Leaves the strips with the orientation that they have")
+  command
+      ->add_flag("--report-only", options->isReportOnly,
+                 "Leaves the strips with the orientation and the camera that they have")
       ->excludes(plan);
   addThreads(*command, options->adjustment.solver.threads, "Threads that work; the result doesn't depend on it");
   command->add_option("-o,--output", options->output, "Folder for the results, new or empty")->type_name("FOLDER");

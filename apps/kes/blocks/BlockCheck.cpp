@@ -12,10 +12,12 @@
 
 #include <dsm/RasterElevationSource.h>
 #include <kes/Block.h>
+#include <kesadjust/BlockUpdate.h>
 #include <raster/OpenRaster.h>
 #include <sensor/kessensor.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -32,6 +34,9 @@ public:
   void run() {
     std::string const failure = open();
     std::vector<ListedFile> const strips = listBlock(mFindings);
+    if (std::filesystem::exists(kesadjust::BlockUpdate::journalOf(mReport->file))) {
+      mFindings.error(wholeFile, "an adjustment was interrupted while it changed the strips; the next one undoes that");
+    }
     if (mBlock) {
       checkModels();
       checkGroundPoints();
