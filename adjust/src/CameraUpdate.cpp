@@ -112,8 +112,8 @@ void correctCamera(CameraKes& camera, CameraCorrections const& corrections, std:
   }
 }
 
-/// What the writer leaves out: notes, spectral bands and whatever else lies beside the calibration. CAM files are all written, under
-/// their bands' names.
+/// What the writer leaves out: notes and whatever else lies beside the calibration. CAM files are all
+/// written, under their bands' names.
 void copyOtherFiles(fs::path const& from, fs::path const& to) {
   for (fs::directory_entry const& entry : fs::directory_iterator(from)) {
     bool const isCam = QString::fromStdString(entry.path().extension().string()).toLower() == QLatin1String(".cam");
@@ -124,8 +124,8 @@ void copyOtherFiles(fs::path const& from, fs::path const& to) {
   }
 }
 
-/// The writer leaves out the spectral bands that CAM files have, and radiocal.xml may lack them: this is one with all of
-/// the camera's.
+/// The writer leaves out the spectral bands that CAM files have, and radiocal.xml may lack them: this is one with all
+/// of the camera's.
 void writeSpectralBands(CameraKes const& camera, fs::path const& folder) {
   QByteArray bytes;
   QXmlStreamWriter xml(&bytes);

@@ -43,6 +43,12 @@ bool copyFile(fs::path const& from, fs::path const& to) {
   return contents.size() == fs::file_size(from, error) && !error && files::replaceFile(to.string(), contents);
 }
 
+bool hasNoRoomFor(fs::path const& file, fs::path const& place) {
+  std::error_code error;
+  std::uintmax_t const size = fs::file_size(file, error);
+  return !error && fs::space(place.parent_path(), error).available < size && !error;
+}
+
 bool isSame(fs::path const& a, fs::path const& b) {
   std::error_code error;
   bool const areFiles = fs::is_regular_file(a, error) && fs::is_regular_file(b, error);
@@ -91,7 +97,9 @@ void ChangeJournal::Lock::sync() const {
 }
 
 ChangeJournal::ChangeJournal(fs::path file, fs::path copies)
-    : mFile(fs::absolute(file)), mCopies(fs::absolute(copies)) {}
+    : mFile(fs::absolute(file)), mCopies(fs::absolute(copies)) {
+  mLock.emplace(mFile.parent_path());
+}
 
 void ChangeJournal::keep(fs::path const& path) {
   Change change{fs::absolute(path), {}};
@@ -110,7 +118,6 @@ void ChangeJournal::begin() {
     changes.append(
         QJsonObject{{QStringLiteral("path"), textOf(change.path)}, {QStringLiteral("copy"), textOf(change.copy)}});
   }
-  mLock.emplace(mFile.parent_path());
   bool const isWritten = createFile(mFile, [&] {
     return QJsonDocument(QJsonObject{{QStringLiteral("file"), identityOf(mFile)}, {QStringLiteral("changes"), changes}})
         .toJson();
@@ -121,19 +128,20 @@ void ChangeJournal::begin() {
       std::error_code ignored;
       fs::remove(mFile, ignored);
     }
-    mLock.reset();
     throw std::runtime_error("can't write " + mFile.string() + ": " + reason);
   }
+  mIsBegun = true;
   mLock->sync();
 }
 
 void ChangeJournal::finish() {
   remove(mFile, *mLock);
+  mIsBegun = false;
   mLock.reset();
 }
 
 void ChangeJournal::undo() {
-  if (mLock) {
+  if (mIsBegun) {
     undo(mChanges);
     finish();
   }
@@ -178,8 +186,8 @@ std::optional<std::vector<ChangeJournal::Change>> ChangeJournal::read(fs::path c
   return changes;
 }
 
-/// New files go first, which leaves room on a full disk. If there still is none, an old file is restored in the place of the
-/// new one, since its copy is safe.
+/// New files go first, which leaves room on a full disk. If there still is none, an old file is restored in the place
+/// of the new one, since its copy is safe.
 void ChangeJournal::undo(std::vector<Change> const& changes) {
   std::error_code error;
   for (Change const& change : changes) {
@@ -194,7 +202,7 @@ void ChangeJournal::undo(std::vector<Change> const& changes) {
     if (kept.empty() || isSame(path, kept) || copyFile(kept, path)) {
       continue;
     }
-    if (fs::is_regular_file(kept, error)) {
+    if (hasNoRoomFor(kept, path)) {
       fs::remove(path, error);
     }
     if (!copyFile(kept, path)) {

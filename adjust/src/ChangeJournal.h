@@ -16,14 +16,15 @@ namespace kesadjust {
 /// removed when all have changed. A journal that is found without a process at work is of one that was killed: `undo`
 /// gives every file its former contents, and removes what was new.
 ///
-/// A lock on the journal's folder makes processes take turns: from `begin` to `finish` or the end of the object, and in
+/// A lock on the journal's folder makes processes take turns: as long as the object lives, until `finish`, and in
 /// `undo`. File systems without locks do without.
 class ChangeJournal {
 public:
   /// Copies go into the folder `copies`, which must exist.
   ChangeJournal(std::filesystem::path file, std::filesystem::path copies);
 
-  /// Copies a file, or remembers that a file or folder isn't there. Throws std::runtime_error "can't copy FILE to COPY".
+  /// Copies a file, or remembers that a file or folder isn't there. Throws std::runtime_error "can't copy FILE to
+  /// COPY".
   void keep(std::filesystem::path const& path);
   /// Writes the journal; files may change now. Throws std::runtime_error "can't write FILE: " and the reason.
   void begin();
@@ -34,8 +35,8 @@ public:
 
   /// Takes back the changes of a process that didn't come to their end; false when there is no journal. A journal that
   /// isn't complete is removed: nothing had changed. Throws std::runtime_error "can't restore FILE from COPY", after
-  /// which the journal stays, and "FILE is a copy: only the original can undo an interrupted update" for a journal that was moved
-  /// from elsewhere, whose names can't be trusted.
+  /// which the journal stays, and "FILE is a copy: only the original can undo an interrupted update" for a journal
+  /// that was moved from elsewhere, whose names can't be trusted.
   static bool undo(std::filesystem::path const& file);
 
 private:
@@ -65,6 +66,7 @@ private:
   std::filesystem::path mCopies;
   std::vector<Change> mChanges;
   std::optional<Lock> mLock;
+  bool mIsBegun = false;
 };
 
 }  // namespace kesadjust

@@ -16,7 +16,8 @@
 
 namespace test {
 
-/// A simulated block of three strips with control, check and tie points, a copy for each test, and runs of `kes adjust`.
+/// A simulated block of three strips with control, check and tie points, a copy for each test, and runs of `kes
+/// adjust`.
 class AdjustedBlock : public testing::Test {
 protected:
   AdjustedBlock() { std::filesystem::copy(original(), folder(), std::filesystem::copy_options::recursive); }

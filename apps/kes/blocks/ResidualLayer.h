@@ -11,9 +11,10 @@
 
 namespace tool {
 
-/// An empty layer of residuals as vectors on the ground, with its style. The attributes of a feature: strip, band, point;
-/// measured sample and line; residual in samples and lines; the same across and along the flight, metres; whether the
-/// measurement is in use; whether it is an outlier, where the layer has that; how much longer the vector is drawn.
+/// An empty layer of residuals as vectors on the ground, with its style. The attributes of a feature: strip, band,
+/// point; measured sample and line; residual in samples and lines; the same across and along the flight, metres;
+/// whether the measurement is in use; whether it is an outlier, where the layer has that; how much longer the vector
+/// is drawn.
 VectorLayer residualLayer(bool hasOutliers);
 
 /// A residual on the ground.

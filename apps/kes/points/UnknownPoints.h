@@ -26,7 +26,8 @@ public:
     std::string id;
   };
 
-  /// Those in the images of a strip, in the order of bands and measurements. One list that serves two strips counts once.
+  /// Those in the images of a strip, in the order of bands and measurements. One list that serves two strips counts
+  /// once.
   std::vector<Measurement> add(kes::Strip const& strip, GroundPointIndex const& points);
 
   bool isTie(std::string const& id) const;
