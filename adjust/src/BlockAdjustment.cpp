@@ -62,4 +62,11 @@ std::vector<AdjustedRecord> BlockAdjustment::orientation(std::string const& stri
   return adjustedOrientation(mImpl->problem, *part, *mImpl->result.solution.covariances);
 }
 
+std::vector<CameraCorrections> BlockAdjustment::cameras() const {
+  if (!mImpl->isAdjusted) {
+    throw std::logic_error("the block isn't adjusted");
+  }
+  return cameraCorrections(mImpl->problem);
+}
+
 }  // namespace kesadjust

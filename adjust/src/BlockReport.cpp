@@ -188,6 +188,11 @@ void correlate(BlockProblem const& problem, ConstantBlock const& first, Constant
   }
 }
 
+/// Whether a quantity changes the camera itself: the orientation has no part of it.
+bool isOfCameraFile(Quantity quantity) {
+  return quantity == Quantity::focalLength || traitsOf(quantity).owner == Owner::line;
+}
+
 }  // namespace
 
 void describe(BlockProblem const& problem, BlockResult& result) {
@@ -201,6 +206,36 @@ void describe(BlockProblem const& problem, BlockResult& result) {
       correlate(problem, constants[i], constants[k], result);
     }
   }
+}
+
+std::vector<CameraCorrections> cameraCorrections(BlockProblem const& problem) {
+  std::map<int, CameraCorrections> found;
+  for (ImagePart const& image : problem.images()) {
+    StripPart const& strip = problem.strips()[static_cast<std::size_t>(image.strip)];
+    kes::ModelCorrections corrections;
+    bool isCorrected = false;
+    for (int const number : image.constants) {
+      ConstantBlock const& constants = problem.constants()[static_cast<std::size_t>(number)];
+      for (std::size_t i = 0; i < constants.slots.size(); ++i) {
+        valueIn(corrections, constants.slots[i]) = problem.parameters()[static_cast<std::size_t>(constants.offset) + i];
+        isCorrected = isCorrected || isOfCameraFile(constants.slots[i].quantity);
+      }
+    }
+    if (isCorrected) {
+      kes::Camera const camera = strip.strip->camera();
+      CameraCorrections& result = found[strip.camera];
+      result.type = camera.type();
+      result.sensorId = camera.sensorId();
+      result.version = camera.version();
+      result.focalLength = corrections.focalLength;
+      result.lines[image.band.id()] = corrections.line;
+    }
+  }
+  std::vector<CameraCorrections> cameras;
+  for (auto& [number, corrections] : found) {
+    cameras.push_back(std::move(corrections));
+  }
+  return cameras;
 }
 
 }  // namespace kesadjust

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include <kesadjust/BlockUpdate.h>
 #include <kesadjust/OrientationUpdate.h>
 #include <sensor/EOPData.h>
 #include <sensor/KESStripModel.h>
@@ -12,45 +13,6 @@
 namespace kesadjust {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-/// Copies of files that are to change, which can take their place again.
-class Backup {
-public:
-  explicit Backup(fs::path folder) : mFolder(std::move(folder)) {}
-
-  /// Remembers a file, or that there is none.
-  void keep(fs::path const& file) {
-    Kept kept{file, {}};
-    if (fs::exists(file)) {
-      kept.copy = mFolder / (std::to_string(mKept.size() + 1) + "-" + file.filename().string());
-      fs::copy_file(file, kept.copy);
-    }
-    mKept.push_back(std::move(kept));
-  }
-  /// Does what it can.
-  void restore() const noexcept {
-    std::error_code ignored;
-    for (Kept const& kept : mKept) {
-      if (kept.copy.empty()) {
-        fs::remove(kept.file, ignored);
-      } else {
-        fs::copy_file(kept.copy, kept.file, fs::copy_options::overwrite_existing, ignored);
-      }
-    }
-  }
-
-private:
-  struct Kept {
-    fs::path file;
-    fs::path copy;
-  };
-  fs::path mFolder;
-  std::vector<Kept> mKept;
-};
-
-}  // namespace
 
 struct OrientationUpdate::Impl {
   explicit Impl(kes::Strip const& strip) : data(strip.fileName(), nullptr, false, true, true) {
@@ -107,20 +69,20 @@ void OrientationUpdate::write(std::string const& fileName) const {
   copy.write(fileName, 0);
 }
 
+std::vector<std::string> OrientationUpdate::changedFiles() const {
+  return {mImpl->data.fileName(), target(), target() + ".bak"};
+}
+
+void OrientationUpdate::install() {
+  mImpl->install();
+}
+
 void OrientationUpdate::install(std::span<OrientationUpdate> updates, std::string const& backup) {
-  Backup files(backup);
-  for (OrientationUpdate const& update : updates) {
-    files.keep(update.mImpl->data.fileName());
-    files.keep(update.target());
+  BlockUpdate all(backup + "/journal", backup);
+  for (OrientationUpdate& update : updates) {
+    all.add(update);
   }
-  try {
-    for (OrientationUpdate& update : updates) {
-      update.mImpl->install();
-    }
-  } catch (...) {
-    files.restore();
-    throw;
-  }
+  all.install();
 }
 
 }  // namespace kesadjust

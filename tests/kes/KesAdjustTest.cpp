@@ -73,12 +73,6 @@ TEST_F(KesAdjust, ReportsWithoutChangingTheBlock) {
 }
 
 TEST_F(KesAdjust, RefusesWhatItCantDo) {
-  EXPECT_EQ(
-      adjust({"--dry-run", "--free", "roll"}).err,
-      "kes: error: there is no parameter \"roll\"; there are boresight, lever-arm, focal, offset, rotation, bend, "
-      "scale, time, shift\n");
-  EXPECT_EQ(adjust({"--dry-run", "--free", "boresight=-1"}).err,
-            "kes: error: \"boresight=-1\" has no positive standard deviation\n");
   EXPECT_EQ(adjust({"--dry-run", "--control", "X9"}).err, "kes: error: no ground point has the id X9\n");
   EXPECT_EQ(adjust({"--dry-run", "--control", "P001", "--check", "P001"}).err,
             "kes: error: P001 is a control and a check point\n");
@@ -87,12 +81,37 @@ TEST_F(KesAdjust, RefusesWhatItCantDo) {
             "kes: error: " + ties + " isn't named after an image of the block\n");
   std::string const full = mFolder.folder("full");
   mFolder.file("full/notes.txt", "mine");
-  EXPECT_EQ(adjust({"-o", full}).err, "kes: error: " + full + " exists and is not an empty folder\n");
-  EXPECT_EQ(adjust({"--free", "boresight,focal", "-o", mFolder / "out"}).err,
-            "kes: error: \"focal\" changes the camera, which an orientation can't make up for: give --report-only\n");
-  EXPECT_FALSE(fs::exists(mFolder / "out"));
+  KesRun const run = adjust({"-o", full});
+  EXPECT_EQ(run.err, "kes: error: " + full + " exists and is not an empty folder\n");
+  EXPECT_EQ(run.code, 1);
+}
+
+TEST_F(KesAdjust, WrongArgumentsAreWrongUsage) {
+  std::string const hint = "\nRun with --help for more information.\n";
+  KesRun const unknown = adjust({"--dry-run", "--free", "roll"});
+  EXPECT_EQ(unknown.code, 2);
+  EXPECT_EQ(unknown.err,
+            "--free: there is no parameter \"roll\"; there are boresight, lever-arm, focal, offset, rotation, bend, "
+            "scale, time, shift" +
+                hint);
+  KesRun const negative = adjust({"--dry-run", "--free", "boresight=-1"});
+  EXPECT_EQ(negative.code, 2);
+  EXPECT_EQ(negative.err, "--free: \"boresight=-1\" has no positive standard deviation" + hint);
   EXPECT_EQ(adjust({}).code, 2);
   EXPECT_EQ(adjust({"--dry-run", "--prior", "cheap"}).code, 2);
+  EXPECT_EQ(adjust({"--dry-run", "--dem-sigma", "1"}).code, 2);
+}
+
+// It is empty as the images aren't rendered.
+TEST_F(KesAdjust, ResultsDontReplaceAFolderOfTheBlock) {
+  for (char const* name : {"block/Line1/images", "block/Line2/raw"}) {
+    std::string const folder = *sFolder / name;
+    fs::remove(folder + "/readme.txt");
+    KesRun const run = adjust({"--report-only", "-o", folder});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.err, "kes: error: can't write " + folder + ": it is read, too\n");
+    EXPECT_TRUE(fs::is_empty(folder));
+  }
 }
 
 }  // namespace

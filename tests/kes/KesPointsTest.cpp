@@ -175,6 +175,24 @@ TEST_F(KesPoints, MeasurementsOfUnknownPointsAreNamed) {
   EXPECT_THAT(residuals(name).out, HasSubstr("warning: PANN00A: point \"X\" isn't among the ground points\n"));
 }
 
+TEST_F(KesPoints, PointsOfTwoImagesAreTiePoints) {
+  std::string const name = block();
+  std::string const other = addStrip("b.stp", "East");
+  std::string text = test::contents(other);
+  mFolder.file("b.stp", text.replace(text.find("PANN00A.tif"), 11, "OTHER.tif"));
+  mFolder.file("OTHER.ipt", "\"X\" 2 2 1 1 1\n\"Y\" 3 3 1 1 1\n\"A\" 60.5 10 0.1 0.1 1\n");
+  std::string const out = residuals(name).out;
+  EXPECT_THAT(out, HasSubstr("\ntie points: 1, each in two images or more\n"));
+  EXPECT_THAT(out, testing::Not(HasSubstr("\"X\"")));
+  EXPECT_THAT(out, HasSubstr("warning: PANN00A: point \"Y\" isn't among the ground points\n"));
+  KesRun const check = test::kes({"check", name, "--calibrations", mFolder / "calibration"});
+  EXPECT_THAT(check.out, HasSubstr("tie points: 1, each in two images or more\n"));
+  EXPECT_THAT(check.out, testing::Not(HasSubstr("\"X\"")));
+  EXPECT_THAT(check.out, HasSubstr("warning: " + other + ": PANN00A: point \"Y\" isn't among the ground points\n"));
+  json const all = json::parse(test::kes({"check", name, "--calibrations", mFolder / "calibration", "--json"}).out);
+  EXPECT_EQ(all["tiePoints"], 1);
+}
+
 TEST_F(KesPoints, TextHasEachResidualAndTheSums) {
   std::string const out = residuals(block()).out;
   EXPECT_THAT(out, HasSubstr("strip: East\n"));

@@ -11,6 +11,7 @@
 #include <kesadjust/kesadjust_export.h>
 
 #include <array>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -141,6 +142,16 @@ struct AdjustedRecord {
   kes::TrajectoryAccuracy sigma;
 };
 
+/// What an adjustment has found of a camera besides boresight and lever arm, which the adjusted orientation has.
+struct CameraCorrections {
+  std::string type;
+  std::string sensorId;
+  unsigned version = 0;
+  double focalLength = 0.0;  ///< Metres.
+  /// Of sensor lines, by their bands, as in `kes::ModelCorrections`.
+  std::map<std::string, std::array<double, 5>> lines;
+};
+
 /// The adjustment of a block of strips: corrections of each strip's trajectory at nodes in time, boresight and whatever
 /// else is set free, and all ground points, from points in the images and on the ground.
 ///
@@ -165,10 +176,15 @@ public:
   BlockResult const& run(IterationWatch const& watch);
 
   /// The adjusted orientation of a strip, at the times of its records, after `run`: the navigation's own motion with the
-  /// corrections, boresight, lever arm, time offset and shift, so that it goes with the camera as it was. Standard
+  /// corrections, boresight, lever arm, time offset and shift, so that it goes with the camera as it was, but for
+  /// what `cameras` returns. Standard
   /// deviations join those of the adjustment with what a Gauss-Markov process may do between two nodes. Throws
   /// std::out_of_range "no strip is named NAME", and std::logic_error "the block isn't adjusted".
   [[nodiscard]] std::vector<AdjustedRecord> orientation(std::string const& strip) const;
+
+  /// The cameras whose focal length or sensor lines were free, after `run`: the adjusted orientations go with them in a
+  /// new version. Throws std::logic_error "the block isn't adjusted".
+  [[nodiscard]] std::vector<CameraCorrections> cameras() const;
 
 private:
   struct Impl;

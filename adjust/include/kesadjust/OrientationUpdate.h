@@ -34,13 +34,19 @@ public:
   /// Writes the orientation to any file, and leaves the strip as it is. Throws as `sensor::EOPData::write`.
   void write(std::string const& fileName) const;
 
-  /// Makes it the adjusted orientation of each strip: of all, or, when one fails, of none. What it replaces is copied to
-  /// `backup`, an existing folder, beforehand: the strip files, and adjusted orientations that were there before. An
-  /// adjusted orientation that was there also stays beside the new one, as ".bak", unless there is one. Throws as
-  /// `sensor::KESStripModelData::completeEOPAdjustment`, and what copying throws.
+  /// Makes it the adjusted orientation of each strip, in a `BlockUpdate` of nothing else, whose journal is in
+  /// `backup`: of all, or, when one fails, of none. What it replaces is copied to `backup`, an existing folder,
+  /// beforehand: the strip files, and adjusted orientations that were there before. An adjusted orientation that was
+  /// there also stays beside the new one, as ".bak", unless there is one. Throws as `BlockUpdate::install` and
+  /// `sensor::KESStripModelData::completeEOPAdjustment`.
   static void install(std::span<OrientationUpdate> updates, std::string const& backup);
 
 private:
+  friend class BlockUpdate;
+  /// The files that `install` changes, makes or removes.
+  std::vector<std::string> changedFiles() const;
+  void install();
+
   struct Impl;
   std::unique_ptr<Impl> mImpl;
 };

@@ -6,6 +6,7 @@
 #include "images/OrthoOptions.h"
 #include "images/VectorFile.h"
 #include "shared/ElevationModel.h"
+#include "shared/InputGuard.h"
 #include "shared/Numbers.h"
 #include "shared/Opening.h"
 #include "shared/Options.h"
@@ -13,15 +14,22 @@
 
 #include <kes/Parallel.h>
 #include <kesadjust/BlockAdjustment.h>
+#include <kesadjust/BlockUpdate.h>
+#include <kesadjust/CameraUpdate.h>
 #include <kesadjust/GaussMarkovPrior.h>
 #include <kesadjust/OrientationUpdate.h>
+#include <sensor/KESStripModel.h>
+#include <sensor/KESStripModelData.h>
 
+#include <algorithm>
 #include <files/FileReplacement.h>
 #include <files/NewFolder.h>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 #include <stdexcept>
 
 namespace tool {
@@ -29,6 +37,8 @@ namespace tool {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::size_t longestName = 200;  // bytes, without what is added
 
 struct Options {
   std::string block;
@@ -68,23 +78,6 @@ std::vector<kesadjust::Freedom> freedoms(std::vector<std::string> const& texts) 
   return result;
 }
 
-/// The adjusted orientation has what is left of boresight, lever arm and time, but goes with the camera as it is.
-void requireCameraAsItIs(std::vector<kesadjust::Freedom> const& free) {
-  for (kesadjust::Freedom const& freedom : free) {
-    switch (freedom.quantity) {
-    case kesadjust::Quantity::focalLength:
-    case kesadjust::Quantity::lineOffset:
-    case kesadjust::Quantity::lineRotation:
-    case kesadjust::Quantity::lineBend:
-    case kesadjust::Quantity::lineScale:
-      throw std::runtime_error("\"" + kesadjust::nameOf(freedom.quantity) +
-                               "\" changes the camera, which an orientation can't make up for: give --report-only");
-    default:
-      break;
-    }
-  }
-}
-
 std::vector<kes::Strip> loadedStrips(kes::Block const& block, Progress& progress) {
   std::vector<kes::Strip> strips;
   std::vector<std::string> const names = block.stripNames();
@@ -104,40 +97,84 @@ void writeText(std::string const& file, std::string const& text) {
   }
 }
 
-/// The results in a folder that appears as a whole. Strips change last, all or none.
+/// A file's name for each strip: what stands in the way in a file name, and in names without regard to case, is
+/// replaced by its place in the block.
+std::vector<std::string> fileNamesOf(std::span<kes::Strip const> strips) {
+  std::vector<std::string> names;
+  std::set<std::string> taken;
+  for (kes::Strip const& strip : strips) {
+    std::string name = strip.name();
+    std::replace(name.begin(), name.end(), '/', '_');
+    bool const isUsable = !name.empty() && name.front() != '.' && name.size() <= longestName;
+    name = isUsable ? name : "strip" + std::to_string(names.size() + 1);
+    while (!taken.insert(name).second) {
+      name += "_" + std::to_string(names.size() + 1);
+    }
+    names.push_back(name);
+  }
+  return names;
+}
+
+/// The results in a folder that appears as a whole. The block changes last.
 class Output {
 public:
   explicit Output(std::string const& folder) : mName(folder), mFolder(folder) {}
 
+  void addOrientations(std::span<kes::Strip const> strips, kesadjust::BlockAdjustment const& block,
+                       std::function<void(double)> const& show) {
+    std::string const folder = mFolder.path() + "/orientation";
+    fs::create_directories(folder);
+    std::vector<std::string> const names = fileNamesOf(strips);
+    for (std::size_t i = 0; i < strips.size(); ++i) {
+      mUpdates.emplace_back(strips[i], block.orientation(strips[i].name()));
+      mUpdates.back().write(folder + "/" + names[i] + ".eop");
+      show(static_cast<double>(i + 1) / static_cast<double>(strips.size()));
+    }
+  }
+  void addCameras(std::span<kes::Strip const> strips, kesadjust::BlockAdjustment const& block) {
+    mCameras = kesadjust::CameraUpdate::of(block.cameras(), strips);
+    for (kesadjust::CameraUpdate const& camera : mCameras) {
+      camera.write(mFolder.path() + "/calibration");
+    }
+  }
   void add(Adjustment const& adjustment, std::span<kes::Strip const> strips, kes::CoordinateSystem const& map) {
-    std::string const text = toJson(adjustment).dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
-    writeText(mFolder.path() + "/adjustment.json", text);
+    writeText(mFolder.path() + reportFile, textOf(adjustment));
     writeLayers(mFolder.path() + "/residuals.gpkg", map.definition(), layersOf(adjustment, strips, map));
   }
+  void keep() { mFolder.keep(); }
 
-  void add(kes::Strip const& strip, kesadjust::BlockAdjustment const& block) {
-    mUpdates.emplace_back(strip, block.orientation(strip.name()));
-    fs::create_directories(mFolder.path() + "/orientation");
-    mUpdates.back().write(mFolder.path() + "/orientation/" + fs::path(strip.name()).filename().string() + ".eop");
-  }
-
-  std::string const& target(std::size_t strip) const { return mUpdates[strip].target(); }
-
-  void keep(bool isInstalled) {
-    std::string const backup = mFolder.path() + "/replaced";
-    if (isInstalled) {
-      fs::create_directories(backup);
+  /// Changes the block, and says so in the report.
+  void install(Adjustment& report, std::span<kes::Strip const> strips) {
+    for (std::size_t i = 0; i < strips.size(); ++i) {
+      report.orientations.push_back({strips[i].name(), mUpdates[i].target()});
     }
-    mFolder.keep();
-    if (isInstalled) {
-      kesadjust::OrientationUpdate::install(mUpdates, mName + "/replaced");
+    for (kesadjust::CameraUpdate const& camera : mCameras) {
+      report.cameras.push_back({camera.version(), camera.folder()});
     }
+    std::string const backup = mName + "/replaced";
+    fs::create_directories(backup);
+    kesadjust::BlockUpdate update(kesadjust::BlockUpdate::journalOf(report.block), backup);
+    for (kesadjust::OrientationUpdate& orientation : mUpdates) {
+      update.add(orientation);
+    }
+    for (kesadjust::CameraUpdate const& camera : mCameras) {
+      update.add(camera, mName + "/calibration");
+    }
+    update.add(mName + reportFile, textOf(report));
+    update.install();
   }
 
 private:
+  static constexpr char const* reportFile = "/adjustment.json";
+
+  static std::string textOf(Adjustment const& adjustment) {
+    return toJson(adjustment).dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
+  }
+
   std::string mName;
   files::NewFolder mFolder;
   std::vector<kesadjust::OrientationUpdate> mUpdates;
+  std::vector<kesadjust::CameraUpdate> mCameras;
 };
 
 void show(Adjustment const& adjustment, bool asJson) {
@@ -155,16 +192,39 @@ int judged(kesadjust::BlockResult const& result) {
   return result.objections.empty() ? 0 : 1;
 }
 
-int adjust(Options const& options) {
+/// What a run that was killed has left half done would be adjusted otherwise.
+void undoInterruptedUpdate(std::string const& block) {
+  std::string const journal = kesadjust::BlockUpdate::journalOf(block);
+  if (kesadjust::BlockUpdate::undoInterrupted(journal)) {
+    std::cerr << "kes: warning: an adjustment of " << block
+              << " was interrupted; its strips and cameras are again what they were before\n";
+  }
+}
+
+kesadjust::BlockAdjustmentOptions settingsOf(Options const& options) {
   kesadjust::BlockAdjustmentOptions settings = options.adjustment;
   settings.free = freedoms(options.free);
-  if (!options.isPlan && !options.isReportOnly) {
-    requireCameraAsItIs(settings.free);
-  }
   if (options.dem.isGiven()) {
     settings.surface = options.dem.open();
     settings.surfaceSigma = options.demSigma;
   }
+  return settings;
+}
+
+/// Results in an empty folder for images or raw data would pass for those.
+void requireOtherFolder(std::string const& output, std::span<kes::Strip const> strips) {
+  InputGuard const guard(output);
+  for (kes::Strip const& strip : strips) {
+    sensor::KESStripModelData const& data = *strip.model().modelData();
+    guard.check(data.imageDataLocation());
+    guard.check(data.rawDataLocation());
+  }
+}
+
+int adjust(Options const& options) {
+  // Before there is an output folder: the old one may have what is needed here.
+  undoInterruptedUpdate(options.block);
+  kesadjust::BlockAdjustmentOptions const settings = settingsOf(options);
   // Before the work begins: that there is room for its results.
   std::optional<Output> output;
   if (!options.output.empty()) {
@@ -175,6 +235,9 @@ int adjust(Options const& options) {
   opening.standardDeviations = true;
   kes::Block const block = openBlock(options.block, opening);
   std::vector<kes::Strip> const strips = loadedStrips(block, *progress);
+  if (output) {
+    requireOtherFolder(options.output, strips);
+  }
   kesadjust::DefaultSigmas const sigmas;
   kesadjust::Measurements measurements =
       kesadjust::readMeasurements(block, strips, options.roles, sigmas, options.ties);
@@ -185,18 +248,17 @@ int adjust(Options const& options) {
   kesadjust::BlockResult const& result = adjustment.run();
   progress->show(0.8);
 
-  Adjustment report{options.block, measurements.system, options.isPlan, result, {}};
-  bool const isInstalled = output && !options.isPlan && !options.isReportOnly && result.objections.empty();
-  for (std::size_t i = 0; i < strips.size() && output && !options.isPlan; ++i) {
-    output->add(strips[i], adjustment);
-    if (isInstalled) {
-      report.orientations.push_back({strips[i].name(), output->target(i)});
-    }
-    progress->show(0.8 + 0.15 * static_cast<double>(i + 1) / static_cast<double>(strips.size()));
-  }
+  Adjustment report{options.block, measurements.system, options.isPlan, result, {}, {}};
   if (output) {
+    if (!options.isPlan) {
+      output->addOrientations(strips, adjustment, [&](double done) { progress->show(0.8 + 0.15 * done); });
+      output->addCameras(strips, adjustment);
+    }
     output->add(report, strips, block.mapSystem());
-    output->keep(isInstalled);
+    output->keep();
+    if (!options.isPlan && !options.isReportOnly && result.objections.empty()) {
+      output->install(report, strips);
+    }
   }
   progress.reset();
   show(report, options.json);
@@ -257,7 +319,9 @@ void addAdjust(CLI::App& app, Run& run) {
   options->camera.addTo(*command);
   CLI::Option* const plan = command->add_flag(
       "--dry-run", options->isPlan, "Expected accuracies of the block, with planned tie points; changes no strip");
-  command->add_flag("--report-only", options->isReportOnly, "Leaves the strips with the orientation that they have")
+  command
+      ->add_flag("--report-only", options->isReportOnly,
+                 "Leaves the strips with the orientation and the camera that they have")
       ->excludes(plan);
   addThreads(*command, options->adjustment.solver.threads, "Threads that work; the result doesn't depend on it");
   command->add_option("-o,--output", options->output, "Folder for the results, new or empty")->type_name("FOLDER");
@@ -269,6 +333,11 @@ void addAdjust(CLI::App& app, Run& run) {
   command->callback([options, &run] {
     if (options->output.empty() && !options->isPlan) {
       throw CLI::RequiredError("--output");
+    }
+    try {
+      freedoms(options->free);
+    } catch (std::exception const& error) {
+      throw CLI::ValidationError("--free", error.what());
     }
     run = [options] { return adjust(*options); };
   });

@@ -108,6 +108,10 @@ Json described(OrientationFile const& orientation) {
   return {{"strip", orientation.strip}, {"file", orientation.file}};
 }
 
+Json described(CameraFolder const& camera) {
+  return {{"version", camera.version}, {"folder", camera.folder}};
+}
+
 template <class Value>
 Json list(std::vector<Value> const& values) {
   Json array = Json::array();
@@ -137,7 +141,8 @@ Json toJson(Adjustment const& adjustment) {
           {"corrections", list(result.strips)},
           {"points", list(result.points)},
           {"imagePoints", list(result.imagePoints)},
-          {"orientations", list(adjustment.orientations)}};
+          {"orientations", list(adjustment.orientations)},
+          {"cameras", list(adjustment.cameras)}};
 }
 
 }  // namespace tool

@@ -21,6 +21,12 @@ struct OrientationFile {
   std::string file;
 };
 
+/// A new version of a camera's calibration.
+struct CameraFolder {
+  std::string version;
+  std::string folder;
+};
+
 /// An adjustment, and what it is of.
 struct Adjustment {
   std::string block;
@@ -28,6 +34,7 @@ struct Adjustment {
   bool isPlan = false;           ///< Of a block that isn't measured yet.
   kesadjust::BlockResult const& result;
   std::vector<OrientationFile> orientations;  ///< Empty where the strips stay as they were.
+  std::vector<CameraFolder> cameras;          ///< Likewise, and where no camera was adjusted.
 };
 
 /// The summary for people.

@@ -200,6 +200,9 @@ void printText(Adjustment const& adjustment) {
   for (OrientationFile const& orientation : adjustment.orientations) {
     std::cout << "adjusted orientation of " << orientation.strip << ": " << orientation.file << '\n';
   }
+  for (CameraFolder const& camera : adjustment.cameras) {
+    std::cout << "adjusted camera: " << camera.folder << '\n';
+  }
 }
 
 }  // namespace tool

@@ -3,9 +3,9 @@
 
 #include "adjust/AdjustmentReport.h"
 #include "blocks/GisStyles.h"
+#include "blocks/ResidualLayer.h"
 
 #include <map>
-#include <optional>
 
 namespace tool {
 
@@ -56,11 +56,10 @@ VectorLayer pointLayer(Adjustment const& adjustment, kes::CoordinateSystem const
   return layer;
 }
 
-/// From the adjusted point to where the image point lies on the ground at its height, on the map; nothing where the
+/// From the adjusted point to where the image point lies on the ground at its height, on the map; empty where the
 /// image position isn't seen.
-std::optional<std::vector<geo::XYZPoint>> vectorOf(kes::Strip const& strip,
-                                                   kesadjust::AdjustedImagePoint const& imagePoint,
-                                                   geo::XYZPoint const& local, kes::CoordinateSystem const& map) {
+std::vector<geo::XYZPoint> vectorOf(kes::Strip const& strip, kesadjust::AdjustedImagePoint const& imagePoint,
+                                    geo::XYZPoint const& local, kes::CoordinateSystem const& map) {
   kes::Band const band = strip.band(imagePoint.measurement.band);
   kes::ToGroundOptions toGround;
   toGround.heights = kes::ConstantHeight{local.z};
@@ -69,33 +68,16 @@ std::optional<std::vector<geo::XYZPoint>> vectorOf(kes::Strip const& strip,
   auto const [adjusted, adjustedStatus] =
       band.toGround({measured.x + imagePoint.residual.x, measured.y + imagePoint.residual.y}, toGround);
   if (!kes::hasResult(status) || !kes::hasResult(adjustedStatus)) {
-    return std::nullopt;
+    return {};
   }
-  std::vector<geo::XYZPoint> ends{
-      local, {local.x + exaggeration * (seen.x - adjusted.x), local.y + exaggeration * (seen.y - adjusted.y), local.z}};
-  bool const isOnMap = strip.localSystem().transform(map, ends, ends) == ends.size();
-  return isOnMap ? std::optional(ends) : std::nullopt;
+  return drawn({local, {seen.x - adjusted.x, seen.y - adjusted.y}}, exaggeration, strip, map);
 }
 
 }  // namespace
 
 std::vector<VectorLayer> layersOf(Adjustment const& adjustment, std::span<kes::Strip const> strips,
                                   kes::CoordinateSystem const& map) {
-  VectorLayer residuals{"residuals",
-                        Shape::line,
-                        {{"strip", FieldType::text},
-                         {"band", FieldType::text},
-                         {"point", FieldType::text},
-                         {"sample", FieldType::number},
-                         {"line", FieldType::number},
-                         {"residual_sample", FieldType::number},
-                         {"residual_line", FieldType::number},
-                         {"across", FieldType::number},
-                         {"along", FieldType::number},
-                         {"used", FieldType::whole},
-                         {"exaggeration", FieldType::number}},
-                        {},
-                        gisStyle::residuals()};
+  VectorLayer residuals = residualLayer(false);
   std::map<std::string, kes::Strip const*> stripOf;
   for (kes::Strip const& strip : strips) {
     stripOf[strip.name()] = &strip;
@@ -112,11 +94,11 @@ std::vector<VectorLayer> layersOf(Adjustment const& adjustment, std::span<kes::S
         adjustment.system.transform(strip.localSystem(), {&point.position, 1}, {&local, 1}) != 1) {
       continue;
     }
-    if (auto const ends = vectorOf(strip, imagePoint, local, map)) {
+    if (auto const ends = vectorOf(strip, imagePoint, local, map); !ends.empty()) {
       kes::Band const band = strip.band(imagePoint.measurement.band);
       geo::XYPoint const& residual = imagePoint.residual;
       residuals.features.push_back(
-          {*ends,
+          {ends,
            {imagePoint.measurement.strip, imagePoint.measurement.band, imagePoint.measurement.point,
             imagePoint.measurement.position.x, imagePoint.measurement.position.y, residual.x, residual.y,
             residual.x * band.gsd(), residual.y * band.gsd() / band.scale(),

@@ -7,14 +7,17 @@
 #include "check/FileChecks.h"
 #include "check/ProjectListing.h"
 #include "points/Residuals.h"
+#include "points/UnknownPoints.h"
 #include "shared/Opening.h"
 
 #include <dsm/RasterElevationSource.h>
 #include <kes/Block.h>
+#include <kesadjust/BlockUpdate.h>
 #include <raster/OpenRaster.h>
 #include <sensor/kessensor.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -31,6 +34,9 @@ public:
   void run() {
     std::string const failure = open();
     std::vector<ListedFile> const strips = listBlock(mFindings);
+    if (std::filesystem::exists(kesadjust::BlockUpdate::journalOf(mReport->file))) {
+      mFindings.error(wholeFile, "an adjustment was interrupted while it changed the strips; the next one undoes that");
+    }
     if (mBlock) {
       checkModels();
       checkGroundPoints();
@@ -38,6 +44,7 @@ public:
     for (std::size_t i = 0; i < strips.size(); ++i) {
       check(strips[i], i, strips.size());
     }
+    warnOfUnknownPoints();
     if (!failure.empty() && !hasErrors()) {
       mFindings.error(wholeFile, failure);
     }
@@ -121,19 +128,21 @@ private:
     if (strip.localSystem().transform(mBlock->mapSystem(), {&anchor, 1}, {&map, 1}) != 1) {
       findings.error(wholeFile, "the block's coordinate system doesn't reach as far");
     }
-    checkImagePoints(strip, findings);
+    mUnknownOfStrip[mReport->strips.size()] = mUnknown.add(strip, *mPointIndex);
   }
 
-  void checkImagePoints(kes::Strip const& strip, FileFindings& findings) {
-    for (int band = 0; band < strip.bandCount(); ++band) {
-      sensor::KESImage const& image = *strip.model().img(band);
-      sensor::ImagePointList const points(image.iptFileName(), strip.name(), image.bandID());
-      for (geo::ImagePoint const& point : points.points()) {
-        if (mPointIndex->find(point.id) == nullptr) {
-          findings.warn(wholeFile, image.bandID() + ": point \"" + point.id + "\" isn't among the ground points");
+  // Only when all strips are known, tie points are.
+  void warnOfUnknownPoints() {
+    for (auto const& [index, measurements] : mUnknownOfStrip) {
+      StripFindings& strip = mReport->strips[index];
+      FileFindings findings(strip.findings, strip.file);
+      for (UnknownPoints::Measurement const& measurement : measurements) {
+        if (!mUnknown.isTie(measurement.id)) {
+          findings.warn(wholeFile, UnknownPoints::warning(measurement));
         }
       }
     }
+    mReport->tiePoints = mUnknown.tieCount();
   }
 
   BlockFindings* mReport;
@@ -142,6 +151,8 @@ private:
   std::optional<kes::Block> mBlock;
   std::optional<BlockGroundPoints> mGroundPoints;
   std::optional<GroundPointIndex> mPointIndex;
+  UnknownPoints mUnknown;
+  std::map<std::size_t, std::vector<UnknownPoints::Measurement>> mUnknownOfStrip;  ///< By its place in the report.
   std::map<std::string, std::string> mFileOfStrip;
   CheckedFiles mChecked;
 };
@@ -154,7 +165,7 @@ bool BlockFindings::isValid() const {
 }
 
 BlockFindings checkBlock(std::string const& file, CheckPlan const& plan) {
-  BlockFindings report{file, {}, {}};
+  BlockFindings report{file, {}, {}, 0};
   BlockCheck(report, plan).run();
   return report;
 }
@@ -163,6 +174,7 @@ Json toJson(BlockFindings const& report) {
   return {{"file", report.file},
           {"valid", report.isValid()},
           {"findings", arrayOf(report.findings.all())},
+          {"tiePoints", report.tiePoints},
           {"strips", arrayOf(report.strips)}};
 }
 

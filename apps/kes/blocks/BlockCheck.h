@@ -5,6 +5,7 @@
 
 #include "strips/StripCheck.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@ struct BlockFindings {
   std::string file;
   Findings findings;
   std::vector<StripFindings> strips;
+  std::size_t tiePoints = 0;  ///< That two images or more have, and no list of ground points.
 
   bool isValid() const;
 };

@@ -5,6 +5,7 @@
 
 #include "blocks/BlockFile.h"
 #include "blocks/GisStyles.h"
+#include "blocks/ResidualLayer.h"
 #include "images/Outlines.h"
 #include "points/Residuals.h"
 #include "shared/GpsTime.h"
@@ -121,10 +122,7 @@ private:
     if (!kes::hasResult(status)) {
       return {};
     }
-    ends.emplace_back(ends[0].x + mExaggeration * (measured.x - ends[0].x),
-                      ends[0].y + mExaggeration * (measured.y - ends[0].y), ends[0].z);
-    bool const isOnMap = strip.localSystem().transform(mGround.map, ends, ends) == ends.size();
-    return isOnMap ? ends : Points();
+    return drawn({ends[0], {measured.x - ends[0].x, measured.y - ends[0].y}}, mExaggeration, strip, mGround.map);
   }
 
   VectorLayer groundPoints() const {
@@ -174,22 +172,7 @@ private:
                             {"orientation", FieldType::text}},
                            {},
                            gisStyle::flightLines()};
-  VectorLayer mResiduals{"residuals",
-                         Shape::line,
-                         {{"strip", FieldType::text},
-                          {"band", FieldType::text},
-                          {"point", FieldType::text},
-                          {"sample", FieldType::number},
-                          {"line", FieldType::number},
-                          {"residual_sample", FieldType::number},
-                          {"residual_line", FieldType::number},
-                          {"across", FieldType::number},
-                          {"along", FieldType::number},
-                          {"used", FieldType::whole},
-                          {"outlier", FieldType::whole},
-                          {"exaggeration", FieldType::number}},
-                         {},
-                         gisStyle::residuals()};
+  VectorLayer mResiduals = residualLayer(true);
 };
 
 ElevationModelOptions elevationModelOf(kes::Block const& block, ElevationModelOptions dem) {

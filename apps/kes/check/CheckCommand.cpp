@@ -4,6 +4,7 @@
 #include "check/CheckCommand.h"
 
 #include "blocks/BlockCheck.h"
+#include "points/UnknownPoints.h"
 #include "shared/Opening.h"
 #include "shared/Options.h"
 #include "shared/Progress.h"
@@ -53,6 +54,9 @@ int report(BlockFindings const& block, Options const& options) {
   }
   for (StripFindings const& strip : block.strips) {
     printText(strip, options.deep);
+  }
+  if (block.tiePoints > 0) {
+    std::cout << UnknownPoints::tieText(block.tiePoints) << '\n';
   }
   return result(block.isValid(), false);
 }

@@ -3,6 +3,7 @@
 
 #include "Command.h"
 #include "points/GroundControl.h"
+#include "points/UnknownPoints.h"
 #include "shared/Csv.h"
 #include "shared/Numbers.h"
 #include "shared/StripSet.h"
@@ -84,7 +85,7 @@ std::vector<Row> statisticsTable(std::string const& what) {
   return {head};
 }
 
-void printText(StripResiduals const& strip) {
+void printText(StripResiduals const& strip, UnknownPoints const& unknown) {
   std::cout << "strip: " << strip.name << '\n';
   std::vector<Row> rows{{"band", "point", "sample", "line", "residual sample", "line", ""}};
   std::vector<Row> sums = statisticsTable("band");
@@ -94,7 +95,9 @@ void printText(StripResiduals const& strip) {
     }
     sums.push_back(row(image.bandId, image.statistics, image.gsd));
     for (std::string const& id : image.unknown) {
-      std::cout << "warning: " << image.bandId << ": point \"" << id << "\" isn't among the ground points\n";
+      if (!unknown.isTie(id)) {
+        std::cout << "warning: " << UnknownPoints::warning({image.bandId, id}) << '\n';
+      }
     }
   }
   std::cout << '\n';
@@ -175,14 +178,19 @@ void requireWithin(double limit, std::vector<StripResiduals> const& strips) {
 }
 
 void printAll(Options const& options, StripSet const& set, std::vector<StripResiduals> const& strips,
-              ResidualStatistics const& total) {
+              UnknownPoints const& unknown, ResidualStatistics const& total) {
   if (options.csv) {
     printCsv(strips, options.decimals);
   } else if (options.json) {
     print(resultsOf(arrayOf(strips), set, {{"statistics", toJson(total)}}));
   } else {
-    printEach(strips);
-    std::cout << '\n';
+    for (StripResiduals const& strip : strips) {
+      printText(strip, unknown);
+      std::cout << '\n';
+    }
+    if (std::size_t const count = unknown.tieCount(); count > 0) {
+      std::cout << UnknownPoints::tieText(count) << "\n\n";
+    }
     std::vector<Row> table = statisticsTable("all");
     table.push_back(row("", total, std::nullopt));
     printTable(table);
@@ -197,16 +205,18 @@ int residuals(Options const& options) {
   BandChoice choice(options.bands);
   std::vector<geo::XYPoint> all;
   std::vector<StripResiduals> strips;
+  UnknownPoints unknown;
   set.forEach([&](kes::Strip const& strip, kes::Block const* block) {
     options.orientation.check(strip);
     strips.push_back({strip.name(), residualsOf(strip, choice.of(strip), points, control.systemFor(block))});
+    unknown.add(strip, points);
     for (ImageResiduals const& image : strips.back().images) {
       std::vector<geo::XYPoint> const used = image.used();
       all.insert(all.end(), used.begin(), used.end());
     }
   });
   choice.requireAll();
-  printAll(options, set, strips, statisticsOf(all));
+  printAll(options, set, strips, unknown, statisticsOf(all));
   requireProjection(strips);
   if (all.empty()) {
     throw std::runtime_error("no measurement of a ground point is in use");
