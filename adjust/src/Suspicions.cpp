@@ -49,9 +49,11 @@ void requireOwnAxes(BlockProblem const& problem, std::span<GroundMeasurement con
   std::vector<double> asGiven;
   std::vector<double> exchanged;
   for (GroundMeasurement const& ground : given) {
-    auto const point = std::find_if(problem.points().begin(), problem.points().end(),
-                                    [&](BlockPoint const& p) { return p.name == ground.id; });
-    if (point == problem.points().end() || !point->intersection) {
+    // Sorted by name.
+    auto const point =
+        std::lower_bound(problem.points().begin(), problem.points().end(), ground.id,
+                         [](BlockPoint const& candidate, std::string const& id) { return candidate.name < id; });
+    if (point == problem.points().end() || point->name != ground.id || !point->intersection) {
       continue;
     }
     auto const distance = [&](geo::XYZPoint const& position) {
