@@ -38,23 +38,6 @@ constexpr double greatestDamping = 1e8;
 constexpr double roundingOfCost = 1e-11;
 constexpr std::size_t observationsPerPiece = 4096;
 
-class CovariancesOfBlocks : public Covariances {
-public:
-  explicit CovariancesOfBlocks(SelectedInverse inverse) : mInverse(std::move(inverse)) {}
-  bool between(int row, int column, std::span<double> result) const override {
-    Eigen::MatrixXd block;
-    if (!mInverse.covariance(row, column, block)) {
-      return false;
-    }
-    BlockView(result.data(), block.rows(), block.cols()) = block;
-    return true;
-  }
-  SelectedInverse const& inverse() const { return mInverse; }
-
-private:
-  SelectedInverse mInverse;
-};
-
 /// The normal equations with held parameters, and their factor.
 struct Solver {
   BlockMatrix matrix;
@@ -345,20 +328,20 @@ void Run::describe(AdjustmentResult& result) const {
       }
     }
   }
-  for (Component const& component : componentsOf(mProblem)) {
-    result.islands.push_back({component.strips, {}});
-    for (int const point : component.points) {
-      result.islands.back().points.push_back(mProblem.pointName(point));
-    }
-    std::sort(result.islands.back().points.begin(), result.islands.back().points.end());
-  }
+  result.islands = islandsOf(mProblem);
 }
 
 AdjustmentResult Run::result() {
   if (mOptions.loss.kind != RobustLoss::Kind::squares) {
     solve(mOptions.loss);
+    settle();
+    while (mGround.suspect(mIsActive)) {
+      solve(mOptions.loss);
+      settle();
+    }
+  } else {
+    settle();
   }
-  settle();
   std::optional<SelectedInverse> inverse(selectedInverse());
   std::vector<GroundTest> tests = mGround.tests(mNormals, weighting({}), *inverse);
   for (;;) {
@@ -394,7 +377,7 @@ AdjustmentResult Run::result() {
   describe(result);
   result.groundTests = std::move(tests);
   result.held = std::move(mHeld);
-  result.covariances = std::make_shared<CovariancesOfBlocks>(std::move(*inverse));
+  result.covariances = covariancesOf(std::move(*inverse));
   return result;
 }
 

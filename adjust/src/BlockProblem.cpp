@@ -3,6 +3,9 @@
 
 #include "BlockProblem.h"
 
+#include "Median.h"
+#include "NodeSpacing.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -56,6 +59,15 @@ double rootMeanSquare(kes::Trajectory const& trajectory, double (*value)(kes::Tr
   return std::sqrt(sum / static_cast<double>(trajectory.size()));
 }
 
+/// The median of the standard deviations of image points, pixels; not a number without any.
+double noiseOf(std::vector<ImageMeasurement> const& measurements) {
+  std::vector<double> sigmas;
+  for (ImageMeasurement const& measurement : measurements) {
+    sigmas.insert(sigmas.end(), {measurement.sigma.x, measurement.sigma.y});
+  }
+  return medianOf(std::move(sigmas));
+}
+
 }  // namespace
 
 std::array<GaussMarkovPrior, corrections> priorsOf(kes::Trajectory const& trajectory, std::string const& navigation) {
@@ -88,7 +100,7 @@ std::array<GaussMarkovPrior, corrections> priorsOf(kes::Trajectory const& trajec
 BlockProblem::BlockProblem(std::span<kes::Strip const> strips, Measurements const& measurements,
                            BlockAdjustmentOptions const& options)
     : mSystem(kes::CoordinateSystem::wgs84Degrees()), mGroundSystem(measurements.system) {
-  addStrips(strips, options);
+  addStrips(strips, options, noiseOf(measurements.image));
   addConstants(options);
   mState.parameters.assign(static_cast<std::size_t>(mParameterCount), 0.0);
   addPoints(measurements);
@@ -102,7 +114,7 @@ BlockProblem::BlockProblem(std::span<kes::Strip const> strips, Measurements cons
   }
 }
 
-void BlockProblem::addStrips(std::span<kes::Strip const> strips, BlockAdjustmentOptions const& options) {
+void BlockProblem::addStrips(std::span<kes::Strip const> strips, BlockAdjustmentOptions const& options, double noise) {
   std::vector<kes::Strip const*> sorted;
   for (kes::Strip const& strip : strips) {
     sorted.push_back(&strip);
@@ -120,11 +132,13 @@ void BlockProblem::addStrips(std::span<kes::Strip const> strips, BlockAdjustment
     kes::Trajectory const trajectory = strip->trajectory();
     kes::Camera const camera = strip->camera();
     int const number = cameras.emplace(std::pair(camera.sensorId(), camera.version()), cameras.size()).first->second;
+    auto const priors = priorsOf(trajectory, options.navigation);
+    double const spacing = options.nodeSpacing.value_or(nodeSpacing(priors, StripView::of(*strip), noise));
     mStrips.push_back({strip,
                        trajectory,
                        rigidMotion(mSystem, strip->localSystem()),
-                       Spline(spansOf(*strip, trajectory, options.greatestGap), options.degree, options.nodeSpacing),
-                       priorsOf(trajectory, options.navigation),
+                       Spline(spansOf(*strip, trajectory, options.greatestGap), options.degree, spacing),
+                       priors,
                        0,
                        0,
                        {},

@@ -116,7 +116,7 @@ private:
     std::vector<Eigen::Vector3d> points;
   };
 
-  void addStrips(std::span<kes::Strip const> strips, BlockAdjustmentOptions const& options);
+  void addStrips(std::span<kes::Strip const> strips, BlockAdjustmentOptions const& options, double noise);
   void addNodes(StripPart& strip);
   void addConstants(BlockAdjustmentOptions const& options);
   std::optional<int> addConstantBlock(BlockAdjustmentOptions const& options, Owner owner, int strip,

@@ -141,7 +141,10 @@ void describeParameters(BlockProblem const& problem, BlockResult& result) {
 
 void describeStrips(BlockProblem const& problem, BlockResult& result) {
   for (StripPart const& strip : problem.strips()) {
-    StripCorrections corrections{strip.strip->name(), strip.spline.size(), {}, {}, {}};
+    StripCorrections corrections{strip.strip->name(), strip.spline.size(), 0.0, {}, {}, {}};
+    for (Spline::Piece const& piece : strip.spline.pieces()) {
+      corrections.nodeSpacing = std::max(corrections.nodeSpacing, piece.interval);
+    }
     for (std::size_t axis = 0; axis < 6; ++axis) {
       double values = 0.0;
       double sigmas = 0.0;

@@ -16,12 +16,18 @@ constexpr double leastRedundancy = 1e-6;
 }  // namespace
 
 GroundControl::GroundControl(Problem const& problem, ObservationGroups const& groups)
-    : mProblem(problem), mObservations(static_cast<std::size_t>(problem.pointCount())),
+    : mProblem(problem), mObservations(static_cast<std::size_t>(problem.pointCount())), mSights(mObservations.size()),
       mTimesTakenOut(mObservations.size()) {
   for (ObservationGroup const& group : groups.groups()) {
     for (std::size_t const i : groups.observations(group)) {
-      if (group.point != noPoint && problem.identity(i).kind == ObservationKind::ground) {
+      if (group.point == noPoint) {
+        continue;
+      }
+      ObservationKind const kind = problem.identity(i).kind;
+      if (kind == ObservationKind::ground) {
         mObservations[static_cast<std::size_t>(group.point)].push_back(i);
+      } else if (kind == ObservationKind::image) {
+        mSights[static_cast<std::size_t>(group.point)].push_back(i);
       }
     }
   }
@@ -63,6 +69,29 @@ std::vector<GroundTest> GroundControl::tests(NormalEquations const& normals, Wei
   }
   std::sort(tests.begin(), tests.end(), [](GroundTest const& a, GroundTest const& b) { return a.name < b.name; });
   return tests;
+}
+
+bool GroundControl::suspect(std::vector<char>& isActive) {
+  constexpr std::ptrdiff_t fewest = 2;
+  bool changed = false;
+  for (std::size_t point = 0; point < mObservations.size(); ++point) {
+    auto const isRejected = [&](std::size_t i) { return isActive[i] == 0; };
+    auto const& sights = mSights[point];
+    auto const rejected = std::count_if(sights.begin(), sights.end(), isRejected);
+    bool const drivesAway = rejected >= fewest && 2 * rejected >= static_cast<std::ptrdiff_t>(sights.size());
+    if (!drivesAway || mObservations[point].empty() || mTimesTakenOut[point] > 0) {
+      continue;
+    }
+    for (std::size_t const i : mObservations[point]) {
+      isActive[i] = 0;
+    }
+    for (std::size_t const i : sights) {
+      isActive[i] = 1;
+    }
+    ++mTimesTakenOut[point];
+    changed = true;
+  }
+  return changed;
 }
 
 bool GroundControl::change(std::vector<GroundTest> const& tests, double criticalValue, std::vector<char>& isActive) {

@@ -24,6 +24,11 @@ public:
   /// The tests of all ground points, by name.
   std::vector<GroundTest> tests(NormalEquations const& normals, Weighting const& weighting,
                                 SelectedInverse const& inverse) const;
+  /// Takes out points whose coordinates drove away their image points: where two and at least half of these were
+  /// rejected, those are taken back, and the coordinates have to be predicted by them. Each point once; true when any
+  /// changed. Coordinates have no robust loss, so that wrong ones make right image points look grossly wrong, and
+  /// without these nothing would check the coordinates.
+  bool suspect(std::vector<char>& isActive);
   /// Takes out the point that fails worst, or takes back one that the others predict, once; true when any changed.
   bool change(std::vector<GroundTest> const& tests, double criticalValue, std::vector<char>& isActive);
 
@@ -32,6 +37,7 @@ private:
 
   Problem const& mProblem;
   std::vector<std::vector<std::size_t>> mObservations;  ///< Of each point.
+  std::vector<std::vector<std::size_t>> mSights;        ///< Image points of those that have coordinates.
   std::vector<int> mTimesTakenOut;
 };
 

@@ -127,4 +127,16 @@ std::vector<Component> componentsOf(Problem const& problem) {
   return components;
 }
 
+std::vector<Island> islandsOf(Problem const& problem) {
+  std::vector<Island> islands;
+  for (Component const& component : componentsOf(problem)) {
+    Island& island = islands.emplace_back(Island{component.strips, {}});
+    for (int const point : component.points) {
+      island.points.push_back(problem.pointName(point));
+    }
+    std::sort(island.points.begin(), island.points.end());
+  }
+  return islands;
+}
+
 }  // namespace kesadjust

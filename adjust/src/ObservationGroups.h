@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <kesadjust/Adjustment.h>
 #include <kesadjust/Problem.h>
 
 #include <cstddef>
@@ -45,5 +46,7 @@ private:
 
 /// The connected components of strips and points, by their first strip; points in the order of their numbers.
 std::vector<Component> componentsOf(Problem const& problem);
+/// The same with the names of points, sorted.
+std::vector<Island> islandsOf(Problem const& problem);
 
 }  // namespace kesadjust

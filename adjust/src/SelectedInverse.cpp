@@ -53,6 +53,22 @@ Eigen::MatrixXd constantsCovariance(SparseFactor const& factor,
   return z;
 }
 
+class CovariancesOfBlocks : public Covariances {
+public:
+  explicit CovariancesOfBlocks(SelectedInverse inverse) : mInverse(std::move(inverse)) {}
+  bool between(int row, int column, std::span<double> result) const override {
+    Eigen::MatrixXd block;
+    if (!mInverse.covariance(row, column, block)) {
+      return false;
+    }
+    BlockView(result.data(), block.rows(), block.cols()) = block;
+    return true;
+  }
+
+private:
+  SelectedInverse mInverse;
+};
+
 }  // namespace
 
 SelectedInverse::SelectedInverse(SparseFactor const& factor, std::vector<Considered> const& considered)
@@ -149,6 +165,10 @@ Eigen::MatrixXd SelectedInverse::ofConstants(std::vector<int> const& parameters)
     places.push_back(std::find(mConstants.begin(), mConstants.end(), parameter) - mConstants.begin());
   }
   return places.empty() ? Eigen::MatrixXd() : Eigen::MatrixXd(mColumns.back()(places, places));
+}
+
+std::shared_ptr<Covariances const> covariancesOf(SelectedInverse inverse) {
+  return std::make_shared<CovariancesOfBlocks>(std::move(inverse));
 }
 
 }  // namespace kesadjust

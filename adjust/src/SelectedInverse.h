@@ -5,7 +5,10 @@
 
 #include "SparseFactor.h"
 
+#include <kesadjust/Adjustment.h>
+
 #include <Eigen/Core>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -52,5 +55,8 @@ private:
   std::vector<Eigen::MatrixXd> mColumns;  ///< Z of each supernode's pivots and rows by its pivots.
   std::vector<std::vector<int>> mOffsets;
 };
+
+/// The same for those who have a result.
+std::shared_ptr<Covariances const> covariancesOf(SelectedInverse inverse);
 
 }  // namespace kesadjust

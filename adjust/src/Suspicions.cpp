@@ -3,6 +3,8 @@
 
 #include "Suspicions.h"
 
+#include "Median.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -21,15 +23,6 @@ constexpr double commonPart = 0.2;   // of an offset, by which its points may di
 constexpr std::size_t fewest = 3;    // points that make an offset a common one
 constexpr double perKilometre = 1e-3;
 constexpr char const* geoid = "EPSG:4326+5773";
-
-double medianOf(std::vector<double> values) {
-  if (values.empty()) {
-    return std::numeric_limits<double>::quiet_NaN();
-  }
-  auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
 
 std::string oneDecimal(double value) {
   std::string digits = std::to_string(std::lround(std::abs(value) * 10.0));
@@ -56,9 +49,11 @@ void requireOwnAxes(BlockProblem const& problem, std::span<GroundMeasurement con
   std::vector<double> asGiven;
   std::vector<double> exchanged;
   for (GroundMeasurement const& ground : given) {
-    auto const point = std::find_if(problem.points().begin(), problem.points().end(),
-                                    [&](BlockPoint const& p) { return p.name == ground.id; });
-    if (point == problem.points().end() || !point->intersection) {
+    // Sorted by name.
+    auto const point =
+        std::lower_bound(problem.points().begin(), problem.points().end(), ground.id,
+                         [](BlockPoint const& candidate, std::string const& id) { return candidate.name < id; });
+    if (point == problem.points().end() || point->name != ground.id || !point->intersection) {
       continue;
     }
     auto const distance = [&](geo::XYZPoint const& position) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "BlockProblem.h"
+#include "NodeSpacing.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
@@ -9,6 +10,7 @@
 #include <kesadjust/BlockAdjustment.h>
 #include <kesadjust/OrientationUpdate.h>
 #include <simulation/Block.h>
+#include <simulation/CameraHead.h>
 
 #include <Eigen/LU>
 #include <algorithm>
@@ -174,6 +176,53 @@ TEST(BlockProblem, DerivativesAreThoseOfTheResiduals) {
       }
     }
   }
+}
+
+TEST(BlockAdjustment, PutsNodesAsDenseAsTheNavigationsErrorsMove) {
+  kes::Strip const& strip = simulated().strips.front();
+  auto const view = kesadjust::StripView::of(strip);
+  EXPECT_NEAR(view.distance, 1500.0, 30.0);
+  // 1000 pixels of it; angles of view along the flight as the names of bands have them, in degrees.
+  double const pixel = simulation::CameraHead::groundSize(1500.0);
+  EXPECT_NEAR(view.groundPixel, pixel, 0.02 * pixel);
+  double squares = 0.0;
+  for (std::string const& id : strip.bandIds()) {
+    double const tangent = std::tan(std::stod(id.substr(4, 2)) * 3.14159265 / 180.0);
+    squares += tangent * tangent / static_cast<double>(strip.bandIds().size());
+  }
+  double const edge = 500.0 * pixel / 1500.0;
+  EXPECT_NEAR(view.tangents, 0.5 * (squares + edge * edge / 3.0), 8e-4);
+
+  auto const spacings = [](Measurements measurements, double sigma, std::optional<double> nodes) {
+    for (ImageMeasurement& point : measurements.image) {
+      point.sigma = {sigma, sigma};
+    }
+    BlockAdjustmentOptions options = tactical();
+    options.nodeSpacing = nodes;
+    BlockProblem const problem(simulated().strips, measurements, options);
+    std::vector<double> result;
+    for (auto const& part : problem.strips()) {
+      result.push_back(part.spline.pieces().front().interval);
+    }
+    return result;
+  };
+  // Roll and pitch of 0.005 degrees over 180 s, heading of 0.015 over 400 s; the spacing divides the strip's time.
+  double const perPixel = 3.14159265 / 180.0 * 1500.0 / pixel;
+  double const tilt = 0.005 * perPixel * 0.005 * perPixel / 360.0;
+  double const heading = 0.015 * perPixel * 0.015 * perPixel / 800.0;
+  double const expected = 0.3 * 0.3 / 9.0 / (tilt + view.tangents * heading);
+  // The last strip is a long one.
+  double const usual = spacings(*simulated().planned, 0.3, {}).back();
+  EXPECT_LE(usual, 1.02 * expected);
+  EXPECT_GT(usual, 0.8 * expected);
+  EXPECT_LE(spacings(*simulated().planned, 0.15, {}).back(), 0.25 * 1.02 * expected);
+  // What is asked for counts.
+  double const asked = spacings(*simulated().planned, 0.3, 8.0).back();
+  EXPECT_LE(asked, 8.0);
+  EXPECT_GT(asked, 6.0);
+
+  BlockAdjustment block(simulated().strips, *simulated().planned, tactical());
+  EXPECT_EQ(block.run().strips.back().nodeSpacing, usual);
 }
 
 TEST(BlockAdjustment, LeavesNothingOfPointsThatAreWhereTheModelHasThem) {

@@ -141,6 +141,28 @@ TEST(ToyBlock, FindsAndNamesAWrongControlPoint) {
   EXPECT_LT(largestDifference(block, clean, expected), 1e-2);
 }
 
+TEST(ToyBlock, NamesAWrongControlPointWhoseImagePointsSeemWrong) {
+  // While gross errors of image points are looked for, all nine of the point's would be rejected: 1 m are 33 standard
+  // deviations of its coordinates, and 10 pixels.
+  ToySetting setting;
+  setting.controls = 5;
+  setting.wrongControl = 1.0;
+  ToyBlock block(setting);
+  setting.withoutErrors = true;
+  ToyBlock clean(setting);
+  AdjustmentResult const expected = adjust(clean);
+  AdjustmentResult const result = adjust(block);
+  for (std::size_t i = 0; i < 5; ++i) {
+    EXPECT_EQ(result.groundTests[i].isUsed, i != 2) << i;
+  }
+  EXPECT_LT(result.groundTests[2].normalised[2], -2.0 * AdjustmentOptions().criticalValue);
+  for (std::size_t i = 0; i < block.observationCount(); ++i) {
+    bool const isWrong = i == wrongObservation(block);
+    EXPECT_EQ(result.observations[i].state, isWrong ? ObservationState::rejected : ObservationState::used) << i;
+  }
+  EXPECT_LT(largestDifference(block, clean, expected), 1e-2);
+}
+
 TEST(ToyBlock, IsTheSameWithBlundersAsWithoutThem) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     ToySetting setting;

@@ -49,7 +49,10 @@ struct Freedom {
 
 struct BlockAdjustmentOptions {
   std::vector<Freedom> free{{Quantity::boresight, 1e-3}};
-  double nodeSpacing = 10.0;  ///< Seconds, at most, between nodes of the corrections.
+  /// Seconds, at most, between nodes of the corrections. Nothing: for each strip at most 10 seconds, and as few, not less
+  /// than 1, as keep the motion of its navigation errors between two nodes, as the prior has it, below a third of the
+  /// noise of the image points.
+  std::optional<double> nodeSpacing;
   Spline::Degree degree = Spline::Degree::linear;
   double greatestGap = 0.5;  ///< Seconds without a record of the orientation that don't interrupt the corrections.
   /// The class of the navigation system (see `navigationClasses`). Empty: standard deviations are those of the strip's
@@ -110,6 +113,7 @@ struct AdjustedParameter {
 struct StripCorrections {
   std::string strip;
   int nodes = 0;
+  double nodeSpacing = 0.0;  ///< Seconds, the largest there is between two of them.
   std::array<double, 6> prior{};
   std::array<double, 6> correction{};
   std::array<double, 6> sigma{};

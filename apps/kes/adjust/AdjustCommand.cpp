@@ -282,9 +282,10 @@ void addModel(CLI::App& command, Options& options) {
                   "Class of the navigation system [standard deviations of the orientation files]")
       ->type_name("CLASS")
       ->check(CLI::IsMember(classes));
-  command.add_option("--nodes", options.adjustment.nodeSpacing, "Time between corrections of a trajectory")
+  command
+      .add_option("--nodes", options.adjustment.nodeSpacing,
+                  "Time between corrections of a trajectory [at most 10, less where its errors move faster]")
       ->type_name("S")
-      ->capture_default_str()
       ->check(CLI::Range(0.1, 1e4));
 }
 

@@ -75,6 +75,7 @@ Json described(kesadjust::Correlation const& correlation) {
 Json described(kesadjust::StripCorrections const& strip) {
   return {{"strip", strip.strip},
           {"nodes", strip.nodes},
+          {"nodeSpacing", strip.nodeSpacing},
           {"prior", corrections(strip.prior)},
           {"correction", corrections(strip.correction)},
           {"sigma", corrections(strip.sigma)}};

@@ -144,10 +144,10 @@ void printParameters(BlockResult const& result) {
 }
 
 void printCorrections(BlockResult const& result) {
-  std::vector<Row> rows{{"corrections (RMS)", "nodes", "x m", "y", "z", "roll \"", "pitch", "heading", "sigma x m", "y",
-                         "z", "roll \"", "pitch", "heading"}};
+  std::vector<Row> rows{{"corrections (RMS)", "nodes", "every s", "x m", "y", "z", "roll \"", "pitch", "heading",
+                         "sigma x m", "y", "z", "roll \"", "pitch", "heading"}};
   for (kesadjust::StripCorrections const& strip : result.strips) {
-    Row row{strip.strip, std::to_string(strip.nodes)};
+    Row row{strip.strip, std::to_string(strip.nodes), number(strip.nodeSpacing, 1)};
     for (auto const& values : {strip.correction, strip.sigma}) {
       for (std::size_t i = 0; i < values.size(); ++i) {
         row.push_back(i < 3 ? number(values[i], 3) : number(arcseconds * values[i], 1));
