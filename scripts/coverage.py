@@ -219,8 +219,9 @@ def evaluate(files):
 
 
 def is_asked_for(name, folders):
-    """Whether a file or a row of the table lies in one of some folders; in none of them, all do."""
-    return not folders or any(f"{name}/".startswith(f"{folder.rstrip('/')}/") for folder in folders)
+    """Whether a file lies in one of some folders, or of some rows of the table. Without folders, all do."""
+    return not folders or any(f"{place}/".startswith(f"{folder.rstrip('/')}/")
+                              for folder in folders for place in (name, folder_of(name)))
 
 
 def faults(folders, missing, asked):

@@ -6,8 +6,8 @@
 # and branches of each folder they ran; fails below the marks in coverage.py, or when a test fails. With --no-run,
 # evaluates the counts of earlier runs.
 #
-# With folders as the table names them (src/model, apps/kes; platform is all of its parts), builds and runs their own
-# tests alone and judges these folders. The counts add to those of earlier runs, so that the folders can be measured one
+# With folders as the table names them (src/model, apps/kes; platform is all its parts), builds and runs their own tests
+# alone and judges these folders. The counts add to those of earlier runs, so that the folders can be measured one
 # after the other; objects that were built anew start again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -23,7 +23,10 @@ targets=()
 if [ $# -gt 0 ]; then
   tests=()
   for folder; do
-    name=tests/$(basename "$folder")
+    case $folder in
+      platform/*) name=tests/platform ;;
+      *) name=tests/$(basename "$folder") ;;
+    esac
     [ -d "$name" ] || { echo "$folder has no tests in $name" >&2; exit 2; }
     tests+=("$name")
     targets+=("$name/all")
