@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: 2026 The kessensor authors
 # SPDX-License-Identifier: MIT
 
-"""coverage.py BUILD [--missing [PREFIX]]: prints which share of lines and branches the tests in a build folder have run,
-per folder of the sources, and fails below the marks. With --missing, prints the lines that are missing instead, of all
-files or of those whose names begin with PREFIX.
+"""coverage.py BUILD [FOLDER...] [--missing]: prints which share of lines and branches the tests in a build folder have
+run, per folder of the sources, and fails below the marks. With folders, such as src/model or platform, prints and
+judges these alone. With --missing, prints the lines that are missing instead.
 
 The counts come from gcov's JSON. A branch here is one way out of a decision. Calls that may throw aren't decisions. On
 a line that has run, a decision that never ran doesn't count: either only an exception leads there, or it follows
@@ -132,14 +132,15 @@ class Line:
         return [count for counts in by_shape.values() for count in run_decisions(counts, "switch" in text)]
 
 
-def measure(build):
-    """File -> number of the line -> Line."""
+def measure(build, folders):
+    """File -> number of the line -> Line, of the files in some folders."""
     notes = sorted(build.rglob("*.gcno"))
     files = defaultdict(lambda: defaultdict(Line))
     with multiprocessing.Pool(2) as pool:
         for lines in pool.imap_unordered(gcov, notes):
             for name, number, function, count, branches in lines:
-                files[name][number].add(function, count, branches)
+                if is_asked_for(name, folders):
+                    files[name][number].add(function, count, branches)
     return files
 
 
@@ -217,7 +218,13 @@ def evaluate(files):
     return folders, strict, missing
 
 
-def faults(folders, missing):
+def is_asked_for(name, folders):
+    """Whether a file lies in one of some folders, or of some rows of the table. Without folders, all do."""
+    return not folders or any(f"{place}/".startswith(f"{folder.rstrip('/')}/")
+                              for folder in folders for place in (name, folder_of(name)))
+
+
+def faults(folders, missing, asked):
     """One line for each folder below the marks, each incomplete line of readers and writers, and each exception that no
     incomplete line needs."""
     for name, sums in sorted(folders.items()):
@@ -232,13 +239,14 @@ def faults(folders, missing):
         else:
             yield f"{name}:{number}: {what} not run: {text}"
     for (name, text), count in exceptions.items():
-        if count > 0:
+        if count > 0 and is_asked_for(name, asked):
             yield f"{EXCEPTIONS.name}: has run, or isn't there any more: {name}: {text}"
 
 
 def table(folders, strict):
     yield f"{'folder':24}{'lines':>8}{'run %':>8}{'branches':>10}{'run %':>8}"
-    for name, sums in [*sorted(folders.items()), ("readers and writers", strict)]:
+    strict_row = [("readers and writers", strict)] if strict.lines[1] else []
+    for name, sums in sorted(folders.items()) + strict_row:
         lines, branches = sums.shares()
         yield f"{name:24}{sums.lines[1]:8}{lines:8.1f}{sums.branches[1]:10}{branches:8.1f}"
 
@@ -246,16 +254,21 @@ def table(folders, strict):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build", type=Path)
-    parser.add_argument("--missing", nargs="?", const="", metavar="PREFIX")
+    parser.add_argument("folders", nargs="*", metavar="FOLDER")
+    parser.add_argument("--missing", action="store_true")
     arguments = parser.parse_args()
-    folders, strict, missing = evaluate(measure(arguments.build.resolve()))
-    if arguments.missing is not None:
+    files = measure(arguments.build.resolve(), arguments.folders)
+    absent = [folder for folder in arguments.folders if not any(is_asked_for(name, [folder]) for name in files)]
+    if absent:
+        print(f"No object has counts of: {' '.join(absent)}")
+        return 1
+    folders, strict, missing = evaluate(files)
+    if arguments.missing:
         for name, number, text, what in missing:
-            if name.startswith(arguments.missing):
-                print(f"{name}:{number}: {what}: {text}")
+            print(f"{name}:{number}: {what}: {text}")
         return 0
     print("\n".join(table(folders, strict)))
-    wrong = list(faults(folders, missing))
+    wrong = list(faults(folders, missing, arguments.folders))
     print("\n".join(wrong))
     return 1 if wrong else 0
 

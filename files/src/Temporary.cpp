@@ -52,11 +52,20 @@ Handle makeListed(std::string const& path, Temporary::Make const& make) {
   return made;
 }
 
-// Another thread may be filling a folder meanwhile.
+// Another thread may be filling a folder meanwhile. A file goes also when the process may open no further one, which
+// remove_all needs.
 void removeAll(std::string const& path) {
   std::error_code error;
-  for (int attempt = 0; attempt < mostAttempts && fs::exists(fs::symlink_status(path, error)); ++attempt) {
-    fs::remove_all(path, error);
+  for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    fs::file_status const status = fs::symlink_status(path, error);
+    if (!fs::exists(status)) {
+      return;
+    }
+    if (fs::is_directory(status)) {
+      fs::remove_all(path, error);
+    } else {
+      fs::remove(path, error);
+    }
   }
 }
 

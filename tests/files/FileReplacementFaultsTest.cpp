@@ -3,6 +3,7 @@
 
 #include "Interposed.h"
 #include "files/FileReplacement.h"
+#include "support/ResourceLimit.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -171,6 +172,21 @@ TEST_P(Faults, CloseThatFailsBeforeTheRenameKeepsTheOldFile) {
   }
   EXPECT_FALSE(done);
   EXPECT_TRUE(isOld());
+}
+
+// The close that may report a failed write needs another number of the file.
+TEST_P(Faults, ProcessWithTooManyOpenFilesLeavesWhatWasThere) {
+  bool done = true;
+  {
+    Interposed const system(withKind(GetParam().kind, [](std::string const&) { return 0; }));
+    files::FileReplacement file(name);
+    file.write(newText);
+    test::ResourceLimit const noMoreFiles(RLIMIT_NOFILE, 0);
+    done = file.commit();
+  }
+  EXPECT_FALSE(done);
+  EXPECT_TRUE(isOld());
+  EXPECT_EQ(entries(), GetParam().hasOld ? 1 : 0);
 }
 
 TEST_P(Faults, PartlyDoneWriteGoesOn) {

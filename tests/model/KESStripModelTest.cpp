@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "SmallModel.h"
+#include "project/OriginalStrip.h"
 #include "support/Matchers.h"
 
 #include <geo/coordSys.h>
@@ -132,6 +133,18 @@ TEST_F(StripWithTwoOrientations, EachFlagOfLoadingHasItsPlace) {
   strip.loadData(false, true);
   EXPECT_TRUE(strip.isUseAdjustedEOP());
   EXPECT_TRUE(strip.eop()->isStdDevLoaded());
+}
+
+TEST_F(StripWithTwoOrientations, ExportOfSupportFilesSeesTheStripLoadedOnItsOriginalOrientation) {
+  auto const strip = sensor::openOriginalStrip(mName);
+  ASSERT_TRUE(strip->data().isDataLoaded());
+  EXPECT_TRUE(strip->data().isUseOriginalEOP());
+  EXPECT_FALSE(strip->data().eop()->isStdDevLoaded());
+  // Lines lie 1 m apart, and the middle pixel looks straight down. On the adjusted orientation, x would be 5 m more.
+  geo::XYZPoint const ground = strip->ground({50.0, 20.0}, 30.0F, 0);
+  EXPECT_NEAR(ground.x, 20.0, 1e-3);
+  EXPECT_NEAR(ground.y, 0.0, 1e-3);
+  EXPECT_EQ(ground.z, 30.0);
 }
 
 TEST_F(StripModel, StripOfOneOrientationHasNoAdjustedOne) {

@@ -6,12 +6,14 @@
 #include "model/LineSolver.h"
 
 #include <sensor/CalibrationGeometryKes.h>
+#include <sensor/CameraKes.h>
 #include <sensor/CameraTime.h>
 #include <sensor/EOP.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 
 // How many passes the search for a line takes, in its three forms.
 
@@ -263,6 +265,35 @@ TEST_F(SolverPasses, LaneThatBeginsAnewLeavesTheOthersToTheBit) {
   }
   EXPECT_NEAR(image[6].x, expected[6].x, 0.05);
   EXPECT_NEAR(image[6].y, expected[6].y, 0.1);
+}
+
+// A camera's line may be of a host's own class, whose sample depends on all four numbers that it is asked with.
+class RecordingLine : public sensor::CalibrationGeometryKes {
+public:
+  explicit RecordingLine(CalibrationGeometryKes const& line) : CalibrationGeometryKes(line) {}
+  float sample(float x, float y, float offsetX, float offsetY) const override {
+    offsets.emplace(offsetX, offsetY);
+    return CalibrationGeometryKes::sample(x, y, offsetX, offsetY);
+  }
+  float x(float sample, float line, float offsetSample, float offsetLine) const override {
+    offsets.emplace(offsetSample, offsetLine);
+    return CalibrationGeometryKes::x(sample, line, offsetSample, offsetLine);
+  }
+  mutable std::set<std::pair<float, float>> offsets;
+};
+
+TEST_F(SolverPasses, RunAsksALineOfAnotherClassWithTheOffsetAlongTheLineAlone) {
+  mStrip.bands[0].attributes = "swath=\"81\" offset=\"7\"";
+  auto const strip = model();
+  auto* const camera =
+      const_cast<sensor::Camera*>(sensor::CameraFactory::instance()->camera(mStrip.sensorId, "", "v001"));
+  auto* const line = new RecordingLine(*strip->modelData()->calib(0));
+  dynamic_cast<sensor::CameraKes&>(*camera).addCalibrationGeometry(line);
+  strip->loadData(false, false);
+  XYZPoint const point = ground(*strip, 30.0, 20.0, 0.0F);
+  line->offsets.clear();
+  run(*strip, {point});
+  EXPECT_EQ(line->offsets, (std::set<std::pair<float, float>>{{7.0F, 0.0F}}));
 }
 
 // Above -1 the first interval goes on backward, further back the first cycle time: the model asks for no other time.

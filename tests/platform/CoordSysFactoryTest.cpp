@@ -165,6 +165,13 @@ TEST(CoordSysFactory, NamesTheMissingGridsAndNoOthers) {
   }
 }
 
+TEST(CoordSysFactory, NamesNoGridThatIsThereBesideAMissingOne) {
+  EXPECT_THAT(refusal("+proj=utm +zone=33 +ellps=bessel +nadgrids=nosuch.gsb +geoidgrids=egm96_15.gtx"),
+              EndsWith("no transformation to WGS 84 without the missing grid nosuch.gsb"));
+  EXPECT_THAT(refusal("+proj=utm +zone=33 +ellps=bessel +nadgrids=BETA2007.gsb +geoidgrids=nosuch.gtx"),
+              EndsWith("no transformation to WGS 84 without the missing grid nosuch.gtx"));
+}
+
 TEST(CoordSysFactory, AsksNoNetworkForAGrid) {
   ::setenv("PROJ_NETWORK", "ON", 1);
   EXPECT_THAT(refusal("EPSG:32633+3855"), HasSubstr("us_nga_egm08_25.tif"));

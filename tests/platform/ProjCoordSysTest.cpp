@@ -221,6 +221,11 @@ TEST(ProjCoordSys, ConversionSaysItsStepsAndGrids) {
   EXPECT_EQ(aboveGeoid.grids, std::vector<std::string>{"egm96_15.gtx"});
 }
 
+TEST(ProjCoordSys, ConversionNamesAGridThatWasOptional) {
+  System const system = systemOf("+proj=utm +zone=33 +datum=WGS84 +geoidgrids=@nosuch.gtx,@egm96_15.gtx");
+  EXPECT_THAT(system->conversionAt({500000.0, 5540000.0, 0.0}).grids, testing::Contains("@egm96_15.gtx"));
+}
+
 TEST(ProjCoordSys, ClosedFormulaeHaveNoSteps) {
   geo::Conversion const closed = geographic()->conversionAt({0.1, 0.2, 0.0});
   EXPECT_EQ(closed.name, "");

@@ -4,6 +4,7 @@
 #include "StatisticsSupport.h"
 #include "support/Matchers.h"
 #include "support/ResourceLimit.h"
+#include "support/XmlFolder.h"
 
 #include <raster/Statistics.h>
 
@@ -210,10 +211,16 @@ TEST_F(StatisticsFile, BandNeedsNoHistogramAndHasNoneWhenItIsSavedAgain) {
 TEST_F(StatisticsFile, WhatElseADocumentHoldsIsPassedOver) {
   std::string text = document();
   text.insert(text.find("<MDI"), "<!-- of the band -->");
-  text.insert(text.find("<PAMRasterBand"), "<!-- of all --><SRS>x</SRS><PAMRasterBand band=\"2\"/>");
+  // What a band has makes no other element one.
+  auto const begin = text.find("<PAMRasterBand");
+  std::string other = text.substr(begin, text.find("</PAMDataset>") - begin);
+  other = test::with(test::with(other, "<PAMRasterBand band=\"1\"", "<Overview band=\"2\""), "</PAMRasterBand",
+                     "</Overview");
+  text.insert(begin, "<!-- of all --><SRS>x</SRS>" + other + "<PAMRasterBand band=\"3\"/>");
   folder.file("a.stat", text);
   EXPECT_TRUE(plain().hasLayer(stat, 0));
   EXPECT_FALSE(plain().hasLayer(stat, 1));
+  EXPECT_FALSE(plain().hasLayer(stat, 2));
 }
 
 TEST_F(StatisticsFile, FileThatTheSystemDoesNotOpenHasNoLayer) {

@@ -31,7 +31,7 @@ void addMissingGrids(PJ_CONTEXT* context, PJ const* operation, std::vector<std::
     int available = 1;
     proj_coordoperation_get_grid_used(context, operation, i, &name, nullptr, nullptr, nullptr, nullptr, nullptr,
                                       &available);
-    if (available != 0 || name == nullptr) {
+    if (available != 0) {
       continue;
     }
     std::string const plain = plainName(name);

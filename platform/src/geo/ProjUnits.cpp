@@ -29,7 +29,7 @@ units unitOf(PJ_CONTEXT* context, PJ const* axes, int axis) {
   char const* name = nullptr;
   bool const found = axes != nullptr && proj_cs_get_axis_info(context, axes, axis, nullptr, nullptr, nullptr, &size,
                                                               &name, nullptr, nullptr) != 0;
-  return found && name != nullptr ? units(name, size) : metre();
+  return found ? units(name, size) : metre();
 }
 
 double equatorRadius(PJ_CONTEXT* context, PJ const* crs) {
