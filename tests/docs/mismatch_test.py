@@ -74,6 +74,7 @@ class Mismatch(unittest.TestCase):
             np.testing.assert_allclose(places[:, 3], north, atol=0.015)
             # Windows and their search end at the box of B, whose contents begin 30 rows down.
             self.assertGreaterEqual(places[:, 0].min(), 700000 + (40 + 55) * GSD)
+            self.assertLessEqual(places[:, 0].max(), 700000 + (SIZE - 55) * GSD)
             self.assertLessEqual(places[:, 1].max(), 4050000 - (30 + 55) * GSD)
 
     def test_noise_costs_precision_and_no_place_is_wrong(self):
