@@ -177,7 +177,8 @@ def overlap_of(first: Path, second: Path) -> Overlap | None:
     same = np.allclose([pixel, shear, other_shear, height], [there[1], there[2], there[4], there[5]], rtol=1e-9, atol=0)
     north_up = shear == other_shear == 0 and height == -pixel
     if not (fits and same and north_up and a.GetSpatialRef().IsSame(b.GetSpatialRef())):
-        raise RuntimeError(f"pixels of {first} and {second} don't lie on one another: make both with one --crs and --gsd")
+        reason = "don't lie on one another: make both with one --crs and --gsd"
+        raise RuntimeError(f"pixels of {first} and {second} {reason}")
     left, top = max(0, round(columns)), max(0, round(rows))
     width = min(a.RasterXSize, round(columns) + b.RasterXSize) - left
     depth = min(a.RasterYSize, round(rows) + b.RasterYSize) - top

@@ -30,7 +30,8 @@ def waves():
     random = np.random.default_rng(5)
     length, direction = random.uniform(5, 60, 150), random.uniform(0, np.pi, 150)
     number = 2 * np.pi / length
-    return random.uniform(50, 150, 150), number * np.cos(direction), number * np.sin(direction), random.uniform(0, 6, 150)
+    amplitude, phase = random.uniform(50, 150, 150), random.uniform(0, 6, 150)
+    return amplitude, number * np.cos(direction), number * np.sin(direction), phase
 
 
 class Mismatch(unittest.TestCase):
