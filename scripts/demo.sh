@@ -4,7 +4,9 @@
 #
 # demo.sh [OUTDIR]: from a fresh checkout to results. Installs missing packages, builds, flies a strip over real
 # terrain, projects points of its images to the ground and back, and makes an orthophoto of three bands, their
-# footprints and a quick-look of both. Replaces OUTDIR (demo-output), which then holds the flight and all results.
+# footprints and a quick-look of both. Then flies a block whose orientation has errors, adjusts it, and measures and
+# draws how its orthophotos fit before and after. Replaces OUTDIR (demo-output), which then holds all flights and
+# results.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out=${1:-demo-output}
@@ -73,5 +75,50 @@ ground = band.to_ground([[0], [band.samples - 1]], [0, band.lines - 1], surface=
 print(band, *zip(ground.x.ravel(), ground.y.ravel(), ground.z.ravel()), sep="\n")
 PYTHON
 
+block=$out/block
+ortho() {
+  "$kes" ortho "${@:2}" --calibrations "$block/calibration" --band PANN00A --dem "$dem" --crs EPSG:32616 --gsd 0.2 \
+    --format GTiff --type UInt16 --orientation "$1"
+}
+# Orthophotos of the three parallel strips with an orientation, and how far they depart from one another.
+fit_of() {
+  for strip in Line1 Line2 Line3; do
+    ortho "$1" "$block/$strip/strip.stp" -o "$block/$1-$strip.tif"
+  done
+  scripts/examples/mismatch.py "$block/$1"-Line{1,2,3}.tif
+}
+median_of() {
+  sed -E 's/.*median ([0-9.]+),.*/\1/' <<< "$1"
+}
+
 echo
-echo "In $out: the flight (strip.stp), ortho.tif, footprints.geojson, and a picture of both, quicklook.png"
+echo "== A block of three strips and one across, with a boresight and the errors of a tactical navigation system"
+scripts/demo/landscape.py "$out/landscape.tif" EPSG:32616 745700 4052100 747000 4053700
+"$kes" simulate "$block" --dem "$dem" --strips 3 --cross 1 --lines 3000 --samples 2400 --control 4 --check 8 --ties 2 \
+  --navigation tactical --boresight sigma=3e-4 --seed 7 --texture "$out/landscape.tif" --render PANN00A
+before=$(fit_of original)
+
+echo
+echo "== Its adjustment by four control points and the tie points"
+"$kes" adjust "$block/block.blf" --prior tactical -o "$block/adjustment"
+after=$(fit_of adjusted)
+
+echo
+echo "== Orthophotos of neighbouring strips where they overlap"
+echo "recorded orientation: $before"
+echo "adjusted orientation: $after"
+
+# A place on the seam between the first two strips, from the mosaic with each orientation.
+place=(--extent 746276 4052590 746366 4052634)
+for orientation in original adjusted; do
+  ortho "$orientation" "$block/block.blf" "${place[@]}" -o "$block/$orientation-seam.tif"
+done
+ortho original "$block/Line1/strip.stp" "${place[@]}" -o "$block/seam-Line1.tif"
+scripts/demo/seam.py "$out/seam.png" "$block/seam-Line1.tif" \
+  "$block/original-seam.tif" "Recorded orientation: $(median_of "$before") pixels between strips (median)" \
+  "$block/adjusted-seam.tif" "Adjusted orientation: $(median_of "$after") pixels"
+rm "$out/landscape.tif" "$block"/*seam*.tif
+
+echo
+echo "In $out: the flight (strip.stp), ortho.tif, footprints.geojson, and a picture of both, quicklook.png;"
+echo "in $block: the adjusted block, and orthophotos of its strips before and after; seam.png shows a seam of both"

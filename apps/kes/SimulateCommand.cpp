@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <exception>
 #include <memory>
 #include <string>
 
@@ -33,6 +35,9 @@ struct Options {
   CLI::Option const* strips = nullptr;
 
   bool isBlock() const { return strips->count() != 0; }
+  std::size_t numStrips() const {
+    return isBlock() ? static_cast<std::size_t>(std::max(block.strips, 1) + std::max(block.crossStrips, 0)) : 1;
+  }
   std::string path(std::string const& file) const { return folder + "/" + file; }
 };
 
@@ -199,7 +204,17 @@ void takeErrors(Options& options) {
     isAny = isAny || !size.isNone();
   }
   if (isAny) {
+    plan.validate(options.numStrips());
     options.flight.errors = plan;
+  }
+}
+
+// Errors that can't be simulated are wrong arguments.
+void requireErrors(Options& options) {
+  try {
+    takeErrors(options);
+  } catch (std::exception const& error) {
+    throw CLI::ValidationError(error.what());
   }
 }
 
@@ -223,8 +238,8 @@ void addSimulate(CLI::App& app, Run& run) {
   command->callback([options, &run] {
     options->flight.dem = options->dem.file;
     options->flight.vertical = options->dem.vertical;
+    requireErrors(*options);
     run = [options] {
-      takeErrors(*options);
       if (options->length > 0.0) {
         options->flight.setLength(options->length);
       }

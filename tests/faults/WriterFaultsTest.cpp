@@ -4,6 +4,7 @@
 #include "FaultRun.h"
 #include "WriterTable.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <set>
 
 // Every writer, with each call that may fail failing. What stands at its end is the old file or the new one, and the
@@ -210,6 +212,48 @@ TEST_P(WriterFaults, FullDiskLeavesTheOldFileOrTheNewOneAndIsReported) {
   }
 }
 
+// A folder on a small disk for as long as this lives.
+class FolderOnDisk {
+public:
+  explicit FolderOnDisk(test::SmallFileSystem const& disk) {
+    char const* const before = std::getenv("TMPDIR");
+    std::string const old = before == nullptr ? "/tmp" : before;
+    setenv("TMPDIR", disk.path().c_str(), 1);
+    mFolder.emplace();
+    setenv("TMPDIR", old.c_str(), 1);
+  }
+  test::TempFolder const& operator*() const { return *mFolder; }
+
+private:
+  std::optional<test::TempFolder> mFolder;
+};
+
+class PlanFaults : public testing::TestWithParam<Writer> {};
+
+// A plan names its inputs by path and time, so that these are made on the small disk and stay there.
+TEST_P(PlanFaults, FullDiskIsReportedLeavesWholeFilesAndTheNextRunGoesOn) {
+  test::SmallFileSystem const disk(std::int64_t{16} << 20);
+  if (!disk.isMounted()) {
+    GTEST_SKIP() << "no file system can be mounted here";
+  }
+  FolderOnDisk const onDisk(disk);
+  std::string const folder = (*onDisk).path();
+  ASSERT_NO_FATAL_FAILURE(GetParam().prepare(*onDisk));
+  Files const old = faults::filesBelow(folder);
+  disk.fill();
+  Outcome const failed = faults::run(GetParam().command(folder), folder);
+  EXPECT_EQ(failed.code, 1);
+  EXPECT_THAT(failed.messages, testing::HasSubstr("kes: error: "));
+  // The folder of the tiles may be there already.
+  Files left = faults::filesBelow(folder);
+  std::erase_if(left, [&](auto const& file) { return file.first.back() == '/' && old.count(file.first) == 0; });
+  EXPECT_TRUE(left == old) << difference(old, left);
+  std::filesystem::remove(disk / "filler");
+  Outcome const next = faults::run(GetParam().command(folder), folder);
+  EXPECT_EQ(next.code, 0) << next.messages;
+  EXPECT_FALSE(faults::filesBelow(folder) == old);
+}
+
 std::string nameOf(testing::TestParamInfo<Writer> const& instance) {
   std::string name = instance.param.name;
   std::replace(name.begin(), name.end(), '-', '_');
@@ -217,6 +261,7 @@ std::string nameOf(testing::TestParamInfo<Writer> const& instance) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Library, WriterFaults, testing::ValuesIn(faults::libraryWriters()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Plan, PlanFaults, testing::ValuesIn(faults::planWriters()), nameOf);
 INSTANTIATE_TEST_SUITE_P(Tool, WriterFaults, testing::ValuesIn(faults::toolWriters()), nameOf);
 
 }  // namespace

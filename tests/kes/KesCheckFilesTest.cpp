@@ -41,7 +41,7 @@ TEST_F(KesCheckFiles, OrientationRecordsOutOfOrderAndGapsHaveTheirBytes) {
   overwrite("flight.eop", record(6), 99.4);
   EXPECT_EQ(findings(),
             (Lines{"warning: " + at(record(5)) + "record 5 isn't later than the one before it: 99.2 s after 99.2 s",
-                   "warning: " + at(record(6)) + "a gap of 0.20000000000000284 s before record 6, at 99.2 s",
+                   "warning: " + at(record(6)) + "a gap of 0.2 s before record 6, at 99.2 s",
                    "warning: " + at(record(7)) + "record 7 isn't later than the one before it: 99.35 s after 99.4 s"}));
 }
 

@@ -307,18 +307,22 @@ TEST(KesSimulate, BlocksHaveControlCheckAndTiePoints) {
 TEST(KesSimulate, WrongErrorsAreNamed) {
   test::TempFolder const folder;
   std::string const out = folder / "flight";
+  std::string const hint = "\nRun with --help for more information.\n";
   auto const message = [&](std::vector<std::string> const& options) {
     KesRun const run = kes(small(out, options));
-    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.code, 2);
     return run.err;
   };
-  EXPECT_EQ(message({"--boresight", "1e-4"}), "kes: error: the boresight needs 3 values, not 1\n");
-  EXPECT_EQ(message({"--focal-length", "1 mm"}), "kes: error: 1 mm is no size of an error: it needs numbers, or sigma= "
-                                                 "and numbers, with commas between them\n");
+  EXPECT_EQ(message({"--boresight", "1e-4"}), "the boresight needs 3 values, not 1" + hint);
+  EXPECT_EQ(message({"--strips", "2", "--cross", "1", "--time-offset", "0.01,0.02"}),
+            "the time offset needs 1 or 3 values, not 2" + hint);
+  EXPECT_EQ(message({"--focal-length", "1 mm"}),
+            "1 mm is no size of an error: it needs numbers, or sigma= and numbers, with commas between them" + hint);
   EXPECT_THAT(message({"--navigation", "magic"}),
-              testing::StartsWith("kes: error: Unknown class of navigation systems: magic (known: "));
-  EXPECT_EQ(message({"--odf", "--navigation", "mems"}),
-            "kes: error: errors to recover can't be written as orientation files of bands\n");
+              testing::StartsWith("Unknown class of navigation systems: magic (known: "));
+  KesRun const files = kes(small(out, {"--odf", "--navigation", "mems"}));
+  EXPECT_EQ(files.code, 1);
+  EXPECT_EQ(files.err, "kes: error: errors to recover can't be written as orientation files of bands\n");
   for (char const* option : {"--control", "--check", "--ties", "--blunders", "--survey-sigma", "--wrong-control"}) {
     EXPECT_EQ(kes(small(out, {option, "1"})).code, 2) << option << " without strips";
   }

@@ -24,6 +24,11 @@ using Value = XmlAttribute::Value;
 
 constexpr double farthest = 1e6;  // metres from the anchor point
 
+// A difference of two times has no more digits that mean something: seconds of a week are exact to 1e-10 s.
+double toMicroseconds(double seconds) {
+  return std::round(seconds * 1e6) / 1e6;
+}
+
 XmlElement const& blockSchema() {
   using namespace sensor::eopFile::block;
   static XmlElement const schema{
@@ -186,8 +191,8 @@ private:
         mFindings->warn(atByte(offset), record(index) + " isn't later than the one before it: " + text(time) +
                                             " s after " + text(*mTime) + " s");
       } else if (mPeriod > 0.0 && interval > longestPeriod * mPeriod) {
-        mFindings->warn(atByte(offset),
-                        "a gap of " + text(interval) + " s before " + record(index) + ", at " + text(*mTime) + " s");
+        mFindings->warn(atByte(offset), "a gap of " + text(toMicroseconds(interval)) + " s before " + record(index) +
+                                            ", at " + text(*mTime) + " s");
       }
     }
     mTime = time;
