@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import math
 import os
+import warnings
 from collections.abc import Callable, Iterable, Mapping
 from typing import Any, NamedTuple
 
@@ -18,8 +19,6 @@ from kessensor._points import Table
 
 Path = str | os.PathLike[str]
 
-#: What an orientation can't make up for.
-OF_CAMERAS = {"focal", "offset", "rotation", "bend", "scale"}
 IMAGE_AXES = ("sample", "line")
 GROUND_AXES = ("x", "y", "z")
 TRAJECTORY_AXES = ("x", "y", "z", "roll", "pitch", "heading")
@@ -66,6 +65,7 @@ def _described_corrections(row: dict[str, Any]) -> dict[str, Any]:
     return {
         "strip": row["strip"],
         "nodes": row["nodes"],
+        "nodeSpacing": row["node_spacing"],
         **{name: _grouped(row, TRAJECTORY_AXES, name + "_") for name in ("prior", "correction", "sigma")},
     }
 
@@ -125,8 +125,9 @@ class Adjustment:
         Constants that were free: name, kind, value, sigma, prior (its standard deviation; radians, metres, seconds),
         held (the observations don't determine it), remedy (what would).
     corrections : numpy.ndarray
-        Corrections of each strip's trajectory: strip, nodes, and root mean squares over the nodes of prior, correction
-        and sigma along x, y, z (metres, local), roll, pitch and heading (radians), such as sigma_roll.
+        Corrections of each strip's trajectory: strip, nodes, node_spacing (seconds, the largest), and root mean squares
+        over the nodes of prior, correction and sigma along x, y, z (metres, local), roll, pitch and heading (radians),
+        such as sigma_roll.
     points : numpy.ndarray
         Ground points: id, role (control, check, tie), rays, determined, used; x, y, z in `crs`; sigma_x to
         normalised_z: standard deviations, and differences adjusted minus given, in metres along its axes, and those in
@@ -147,6 +148,7 @@ class Adjustment:
         self.block = block
         self._adjusted = adjusted
         self._orientations: list[tuple[str, str]] = []
+        self._cameras: list[tuple[str, str]] = []
         result = adjusted.result()
         self.crs: CoordinateSystem = result["coordinate_system"]
         self.planned: bool = result["planned"]
@@ -194,6 +196,7 @@ class Adjustment:
             "points": [_described_point(row) for row in _rows(self.points)],
             "imagePoints": [_described_image_point(row) for row in _rows(self.image_points)],
             "orientations": [{"strip": strip, "file": file} for strip, file in self._orientations],
+            "cameras": [{"version": version, "folder": folder} for version, folder in self._cameras],
         }
 
     def orientation(self, strip: str) -> Table:
@@ -223,18 +226,22 @@ class Adjustment:
     def install(self, backup: Path) -> None:
         """Makes the adjusted orientation that of each strip: of all or, when one fails, of none.
 
-        Strips that are opened from now on have it; those that are open stay as they are.
+        Cameras whose focal length or sensor lines were free get a new version beside the old one, which the strips use.
+        Strips that are opened from now on have both; those that are open stay as they are. A process that is killed
+        meanwhile leaves a journal beside the block file, and the next `adjust` undoes what it has changed. No other
+        thread may open, load or unload strips meanwhile.
 
         Parameters
         ----------
         backup
-            A folder, new or empty, for copies of what is replaced: strip files and older adjusted orientations.
+            A folder, new or empty, for copies of what is replaced, which are strip files and older adjusted
+            orientations, and for new calibrations.
 
         Raises
         ------
         RuntimeError
-            When the result must not be used, for a plan, when it was installed before, when parameters of the camera
-            were free, which an orientation can't make up for, and when a file can't be written.
+            When the result must not be used, for a plan, when it was installed before, and when a file can't be read or
+            written.
         """
         if self._orientations:
             raise RuntimeError("the orientations are installed already")
@@ -242,10 +249,7 @@ class Adjustment:
             raise RuntimeError("a plan has no orientations to install")
         if self.objections:
             raise RuntimeError("the result must not be used: " + "; ".join(self.objections))
-        of_camera = [kind for kind in dict.fromkeys(self.parameters["kind"].tolist()) if kind in OF_CAMERAS]
-        if of_camera:
-            raise RuntimeError(f'"{of_camera[0]}" changes the camera, which an orientation can\'t make up for')
-        self._orientations = self._adjusted.install(backup)
+        self._orientations, self._cameras = self._adjusted.install(backup)
 
 
 def adjust(
@@ -278,6 +282,7 @@ def adjust(
 
     Strips start from their original orientation, and no file changes: `Adjustment.install` makes the results those of
     the strips. They are the same bits for any number of threads. What isn't given has the default of ``kes adjust``.
+    What a process that was killed while it installed has changed is undone first, with a RuntimeWarning.
 
     Parameters
     ----------
@@ -291,7 +296,8 @@ def adjust(
         A class of navigation systems; see `navigation_classes`. By default standard deviations are those of the
         orientation files where these have them.
     nodes
-        Seconds, at most, between nodes of the corrections.
+        Seconds, at most, between nodes of the corrections; by default as few as the navigation's errors need, from 1 to
+        10.
     degree : {"linear", "cubic"}
         Of the corrections' splines.
     greatest_gap
@@ -367,4 +373,10 @@ def adjust(
         "threads": threads,
     }
     state = (block if isinstance(block, Block) else Block(block))._state
+    if _core.undo_interrupted(state["file"]):
+        warnings.warn(
+            f"an adjustment of {state['file']} was interrupted; its strips and cameras are again what they were before",
+            RuntimeWarning,
+            stacklevel=2,
+        )
     return Adjustment(state["file"], _core.adjust_block(state["file"], state, options, progress))

@@ -8,6 +8,7 @@
 #include "StripHandle.h"
 
 #include <kesadjust/BlockAdjustment.h>
+#include <kesadjust/BlockUpdate.h>
 #include <kesadjust/GaussMarkovPrior.h>
 #include <kesadjust/Measurements.h>
 #include <kesadjust/OrientationUpdate.h>
@@ -88,11 +89,17 @@ AdjustCall callOf(py::dict const& options) {
   return call;
 }
 
+/// What has become that of the strips.
+struct Installed {
+  std::vector<std::pair<std::string, std::string>> orientations;  ///< Files by the names of their strips.
+  std::vector<std::pair<std::string, std::string>> cameras;       ///< Folders by the names of their versions.
+};
+
 /// An adjusted block with its strips.
 class AdjustedBlock {
 public:
   AdjustedBlock(kes::Block const& block, AdjustCall const& call, PythonProgress& progress)
-      : mStrips(loaded(block, progress)), mMeasurements(measurements(block, call)),
+      : mFile(block.fileName()), mStrips(loaded(block, progress)), mMeasurements(measurements(block, call)),
         mAdjustment(mStrips, mMeasurements, call.options), mIsPlan(call.plan.has_value()) {
     double left = 1.0 - LOADING;
     mResult = &mAdjustment.run([&](kesadjust::IterationRecord const&) {
@@ -111,19 +118,31 @@ public:
   std::vector<kesadjust::AdjustedRecord> orientation(std::string const& strip) const {
     return mAdjustment.orientation(strip);
   }
-  void write(std::string const& strip, std::string const& file) const { update(stripOf(strip)).write(file); }
+  void write(std::string const& strip, std::string const& file) const {
+    orientationUpdate(stripOf(strip)).write(file);
+  }
 
-  // The new orientation files by the names of their strips.
-  std::vector<std::pair<std::string, std::string>> install(std::string const& backup) const {
-    std::vector<kesadjust::OrientationUpdate> updates;
-    std::vector<std::pair<std::string, std::string>> files;
+  Installed install(std::string const& backup) const {
+    Installed installed;
+    std::vector<kesadjust::OrientationUpdate> orientations;
     for (kes::Strip const& strip : mStrips) {
-      updates.push_back(update(strip));
-      files.emplace_back(strip.name(), updates.back().target());
+      orientations.push_back(orientationUpdate(strip));
+      installed.orientations.emplace_back(strip.name(), orientations.back().target());
     }
+    std::vector<kesadjust::CameraUpdate> const cameras = kesadjust::CameraUpdate::of(mAdjustment.cameras(), mStrips);
+    std::string const calibrations = backup + "/calibration";
     files::NewFolder(backup).keep();
-    kesadjust::OrientationUpdate::install(updates, backup);
-    return files;
+    kesadjust::BlockUpdate update(kesadjust::BlockUpdate::journalOf(mFile), backup);
+    for (kesadjust::OrientationUpdate& orientation : orientations) {
+      update.add(orientation);
+    }
+    for (kesadjust::CameraUpdate const& camera : cameras) {
+      camera.write(calibrations);
+      update.add(camera, calibrations);
+      installed.cameras.emplace_back(camera.version(), camera.folder());
+    }
+    update.install();
+    return installed;
   }
 
 private:
@@ -154,7 +173,7 @@ private:
     throw std::out_of_range("no strip is named " + name);
   }
 
-  kesadjust::OrientationUpdate update(kes::Strip const& strip) const {
+  kesadjust::OrientationUpdate orientationUpdate(kes::Strip const& strip) const {
     return {strip, mAdjustment.orientation(strip.name())};
   }
 
@@ -166,6 +185,7 @@ private:
     return names;
   }
 
+  std::string mFile;
   std::vector<kes::Strip> mStrips;
   kesadjust::Measurements mMeasurements;
   kesadjust::BlockAdjustment mAdjustment;
@@ -233,9 +253,13 @@ void bindAdjustment(py::module_& module) {
           [](AdjustedBlock const& self, py::object const& given) {
             std::string const backup = pathOf(given);
             py::gil_scoped_release const released;
-            return self.install(backup);
+            Installed const installed = self.install(backup);
+            return std::pair(installed.orientations, installed.cameras);
           },
           arg("backup"));
+  module.def("undo_interrupted", [](std::string const& block) {
+    return kesadjust::BlockUpdate::undoInterrupted(kesadjust::BlockUpdate::journalOf(block));
+  });
   module.def("adjust_block", &adjustBlock, arg("file"), arg("state"), arg("options"), arg("progress"));
   module.def("navigation_classes", &navigationClasses);
 }

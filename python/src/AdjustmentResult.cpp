@@ -160,6 +160,7 @@ py::dict corrections(std::vector<kesadjust::StripCorrections> const& rows) {
   return Table(rows)
       .add("strip", [](Corrections const& strip) { return strip.strip; })
       .add("nodes", [](Corrections const& strip) { return strip.nodes; })
+      .add("node_spacing", [](Corrections const& strip) { return strip.nodeSpacing; })
       .add("prior", OF_TRAJECTORY, [](Corrections const& strip) { return strip.prior; })
       .add("correction", OF_TRAJECTORY, [](Corrections const& strip) { return strip.correction; })
       .add("sigma", OF_TRAJECTORY, [](Corrections const& strip) { return strip.sigma; })

@@ -193,9 +193,9 @@ std::string parameterTables(json const& report) {
     table += parameter["name"].get<std::string>() +
              decimals(2, valuesOf(parameter, {"value", "sigma", "prior"}), arcseconds) + " \"\n";
   }
-  table += "\ncorrections (RMS) nodes x m y z roll \" pitch heading sigma x m y z roll \" pitch heading\n";
+  table += "\ncorrections (RMS) nodes every s x m y z roll \" pitch heading sigma x m y z roll \" pitch heading\n";
   for (json const& strip : report["corrections"]) {
-    table += strip["strip"].get<std::string>() + whole(strip["nodes"]);
+    table += strip["strip"].get<std::string>() + whole(strip["nodes"]) + decimals(1, {strip["nodeSpacing"]});
     for (char const* kind : {"correction", "sigma"}) {
       table += decimals(3, valuesOf(strip[kind], {"x", "y", "z"})) +
                decimals(1, valuesOf(strip[kind], {"roll", "pitch", "heading"}), arcseconds);
