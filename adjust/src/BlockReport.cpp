@@ -198,6 +198,28 @@ bool isOfCameraFile(Quantity quantity) {
 
 }  // namespace
 
+char const* nameOf(PointRole role) {
+  switch (role) {
+  case PointRole::control:
+    return "control";
+  case PointRole::check:
+    return "check";
+  default:
+    return "tie";
+  }
+}
+
+char const* nameOf(ObservationState state) {
+  switch (state) {
+  case ObservationState::used:
+    return "used";
+  case ObservationState::rejected:
+    return "rejected";
+  default:
+    return "pointNotDetermined";
+  }
+}
+
 void describe(BlockProblem const& problem, BlockResult& result) {
   describePoints(problem, result);
   describeImagePoints(problem, result);

@@ -118,9 +118,7 @@ public:
   std::vector<kesadjust::AdjustedRecord> orientation(std::string const& strip) const {
     return mAdjustment.orientation(strip);
   }
-  void write(std::string const& strip, std::string const& file) const {
-    orientationUpdate(stripOf(strip)).write(file);
-  }
+  void write(std::string const& strip, std::string const& file) const { orientationUpdate(stripOf(strip)).write(file); }
 
   Installed install(std::string const& backup) const {
     Installed installed;

@@ -15,35 +15,12 @@ namespace kespython {
 
 namespace {
 
-using kesadjust::ObservationState;
 using kesadjust::PointRole;
 
 constexpr double NONE = std::numeric_limits<double>::quiet_NaN();
 constexpr std::array XYZ{"x", "y", "z"};
 constexpr std::array OF_IMAGE{"sample", "line"};
 constexpr std::array OF_TRAJECTORY{"x", "y", "z", "roll", "pitch", "heading"};
-
-char const* nameOf(PointRole role) {
-  switch (role) {
-  case PointRole::control:
-    return "control";
-  case PointRole::check:
-    return "check";
-  default:
-    return "tie";
-  }
-}
-
-char const* nameOf(ObservationState state) {
-  switch (state) {
-  case ObservationState::used:
-    return "used";
-  case ObservationState::rejected:
-    return "rejected";
-  default:
-    return "pointNotDetermined";
-  }
-}
 
 std::array<double, 2> numbersOf(geo::XYPoint const& point) {
   return {point.x, point.y};

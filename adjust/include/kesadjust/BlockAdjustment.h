@@ -66,6 +66,10 @@ struct BlockAdjustmentOptions {
 
 enum class PointRole : unsigned char { control, check, tie };
 
+/// Names in reports: "control", "check" or "tie"; "used", "rejected" or "pointNotDetermined".
+[[nodiscard]] KESADJUST_EXPORT char const* nameOf(PointRole role);
+[[nodiscard]] KESADJUST_EXPORT char const* nameOf(ObservationState state);
+
 /// A ground point after the adjustment. Differences and standard deviations in metres along the axes of the system of
 /// the ground points.
 struct AdjustedPoint {

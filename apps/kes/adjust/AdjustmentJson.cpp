@@ -9,7 +9,6 @@ namespace tool {
 
 namespace {
 
-using kesadjust::ObservationState;
 using kesadjust::PointRole;
 
 Json inImage(geo::XYPoint const& point) {
@@ -28,28 +27,6 @@ Json corrections(std::array<double, 6> const& values) {
 /// Null for the strip or band of a sum over all.
 Json nameOrNull(std::string const& name) {
   return name.empty() ? Json() : Json(name);
-}
-
-char const* nameOf(PointRole role) {
-  switch (role) {
-  case PointRole::control:
-    return "control";
-  case PointRole::check:
-    return "check";
-  default:
-    return "tie";
-  }
-}
-
-char const* nameOf(ObservationState state) {
-  switch (state) {
-  case ObservationState::used:
-    return "used";
-  case ObservationState::rejected:
-    return "rejected";
-  default:
-    return "pointNotDetermined";
-  }
 }
 
 Json described(kesadjust::ResidualSummary const& summary) {
