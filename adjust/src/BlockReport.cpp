@@ -257,6 +257,7 @@ std::vector<CameraCorrections> cameraCorrections(BlockProblem const& problem) {
     }
   }
   std::vector<CameraCorrections> cameras;
+  cameras.reserve(found.size());
   for (auto& [number, corrections] : found) {
     cameras.push_back(std::move(corrections));
   }

@@ -96,7 +96,7 @@ void ChangeJournal::Lock::sync() const {
   }
 }
 
-ChangeJournal::ChangeJournal(fs::path file, fs::path copies)
+ChangeJournal::ChangeJournal(fs::path const& file, fs::path const& copies)
     : mFile(fs::absolute(file)), mCopies(fs::absolute(copies)) {
   mLock.emplace(mFile.parent_path());
 }

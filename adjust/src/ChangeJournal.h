@@ -21,7 +21,7 @@ namespace kesadjust {
 class ChangeJournal {
 public:
   /// Copies go into the folder `copies`, which must exist.
-  ChangeJournal(std::filesystem::path file, std::filesystem::path copies);
+  ChangeJournal(std::filesystem::path const& file, std::filesystem::path const& copies);
 
   /// Copies a file, or remembers that a file or folder isn't there. Throws std::runtime_error "can't copy FILE to
   /// COPY".

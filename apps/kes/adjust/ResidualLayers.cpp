@@ -16,10 +16,6 @@ using kesadjust::PointRole;
 
 constexpr double exaggeration = 500.0;
 
-char const* nameOf(PointRole role) {
-  return role == PointRole::control ? "control" : role == PointRole::check ? "check" : "tie";
-}
-
 VectorLayer pointLayer(Adjustment const& adjustment, kes::CoordinateSystem const& map) {
   VectorLayer layer{"points",
                     Shape::point,
