@@ -372,11 +372,13 @@ def adjust(
         "convergence": convergence,
         "threads": threads,
     }
-    state = (block if isinstance(block, Block) else Block(block))._state
-    if _core.undo_interrupted(state["file"]):
+    # A strip that is half changed may not open.
+    file = block._state["file"] if isinstance(block, Block) else os.fspath(block)
+    if _core.undo_interrupted(file):
         warnings.warn(
-            f"an adjustment of {state['file']} was interrupted; its strips and cameras are again what they were before",
+            f"an adjustment of {file} was interrupted; its strips and cameras are again what they were before",
             RuntimeWarning,
             stacklevel=2,
         )
+    state = (block if isinstance(block, Block) else Block(block))._state
     return Adjustment(state["file"], _core.adjust_block(state["file"], state, options, progress))
