@@ -271,6 +271,10 @@ TEST(CsvText, NumbersAreShortestAndThoseThatArentFiniteAreEmpty) {
   }
   EXPECT_EQ(text.view(), "0.1;-1e+300;;;2;");
   text.clear();
+  text.appendField("a,b", ";");
+  text.appendField("a;b", ";");
+  text.appendField("c,d", tool::anySeparator);
+  EXPECT_EQ(text.view(), "a,b\"a;b\"\"c,d\"");
 }
 
 TEST(CsvText, GrowsAndKeepsWhatItHas) {

@@ -43,6 +43,8 @@ TEST(KesTables, SeparatorIsThatOfTheHeaderLineAndIsKept) {
   KesRun const run = toGround("id;sample;line;\"height, metres; or so\";height\n\"a;b\";100;50;c,d;18.5\n");
   std::string const row = "\n\"a;b\";100;50;c,d;18.5";
   EXPECT_EQ(resultOf(run, row), replaced(resultOf(commas, "\n7,100,50,18.5"), ',', ';'));
+  // One that separates fields elsewhere would be taken for the table's own in its first line.
+  EXPECT_EQ(toGround("id;sample;line;\"a,b,c,d\";height\n").out, "id;sample;line;\"a,b,c,d\";height;x;y;z\n");
 }
 
 TEST(KesTables, BlanksAndCaseOfNamesDontMatter) {

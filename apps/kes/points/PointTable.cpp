@@ -45,7 +45,7 @@ void PointTable::appendHeader(CsvText& text) const {
     if (i > 0) {
       text.append(separator);
     }
-    text.appendField(mNames[i]);
+    text.appendField(mNames[i], anySeparator);
   }
   text.append('\n');
 }
@@ -79,7 +79,7 @@ void PointTable::appendFields(CsvText& text, CsvRows const& rows, std::size_t i,
     if (column > piece.first) {
       text.append(separator);
     }
-    text.appendField(rows.field(i, column));
+    text.appendField(rows.field(i, column), {&separator, 1});
   }
 }
 

@@ -10,10 +10,9 @@ namespace tool {
 
 namespace {
 
-// Whether it has the separator of this table or another, which a reader could take for that of a table with this field
-// in its first line.
-bool needsQuotes(std::string_view field) {
-  return field.find_first_of(",;\t\"\r\n") != std::string_view::npos;
+bool needsQuotes(std::string_view field, std::string_view separators) {
+  return field.find_first_of("\"\r\n") != std::string_view::npos ||
+         field.find_first_of(separators) != std::string_view::npos;
 }
 
 }  // namespace
@@ -46,8 +45,8 @@ void CsvText::append(double value, NumberForm const& form) {
   }
 }
 
-void CsvText::appendField(std::string_view field) {
-  if (!needsQuotes(field)) {
+void CsvText::appendField(std::string_view field, std::string_view separators) {
+  if (!needsQuotes(field, separators)) {
     append(field);
     return;
   }
@@ -67,7 +66,7 @@ void appendCsvLine(std::string& out, std::vector<std::string> const& fields) {
     if (i > 0) {
       line.append(',');
     }
-    line.appendField(fields[i]);
+    line.appendField(fields[i], anySeparator);
   }
   line.append('\n');
   out += line.view();

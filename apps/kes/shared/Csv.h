@@ -13,6 +13,10 @@
 
 namespace tool {
 
+/// What may separate fields. The first line of a table has quotes around fields with any of them, for there a reader
+/// looks for the table's own.
+constexpr std::string_view anySeparator = ",;\t";
+
 /// The text of a table while it is written. It keeps its memory when it is cleared.
 class CsvText {
 public:
@@ -23,8 +27,8 @@ public:
   void append(char c);
   /// Nothing for a number that isn't finite.
   void append(double value, NumberForm const& form = {});
-  /// A field, in quotes if it needs them.
-  void appendField(std::string_view field);
+  /// A field, in quotes if it has a quote, a line end or one of the separators.
+  void appendField(std::string_view field, std::string_view separators);
 
 private:
   char* room(std::size_t size);
@@ -34,7 +38,7 @@ private:
   std::size_t mCapacity = 0;
 };
 
-/// Appends the fields as one line; quotes those that need it.
+/// Appends the fields as one line with commas, which may be the first of a table; quotes those that need it.
 void appendCsvLine(std::string& out, std::vector<std::string> const& fields);
 
 }  // namespace tool
