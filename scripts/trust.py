@@ -4,7 +4,8 @@
 
 """trust.py [STEP...]: measures what docs/trust.md says of the tests, and writes the figures there.
 
-Steps: tests, coverage, fuzzing and mutation; by default all, which takes hours. Figures of steps that are left out stay.
+Steps: tests, coverage, fuzzing and mutation; by default all, which takes hours. Figures of steps that are left out
+stay.
 """
 
 import argparse

@@ -22,12 +22,12 @@ struct StripView {
 
 /// How far the nodes of a strip's corrections may lie apart, seconds: from 1 to 10.
 ///
-/// A spline of first degree is straight between its nodes; the process of the prior isn't. Given its values at two nodes
-/// h apart, a Gauss-Markov process of variance σ² and a correlation time T much longer than h departs from the straight
-/// line like a Brownian bridge, with the variance σ² h / (2 T) in the middle. From the distance D, position errors move
-/// the image of the ground by dx / g, dy / g and dz tan(view) / g pixels of the size g, tilts by D dθ / g, and heading
-/// errors by D tan(view) dκ / g. With the variances of `priors` (x, y, z, roll, pitch, heading) per second, w = σ² / (2 T),
-/// the mean variance per second of the two image coordinates is
+/// A spline of first degree is straight between its nodes; the process of the prior isn't. Given its values at two
+/// nodes h apart, a Gauss-Markov process of variance σ² and a correlation time T much longer than h departs from the
+/// straight line like a Brownian bridge, with the variance σ² h / (2 T) in the middle. From the distance D, position
+/// errors move the image of the ground by dx / g, dy / g and dz tan(view) / g pixels of the size g, tilts by D dθ / g,
+/// and heading errors by D tan(view) dκ / g. With the variances of `priors` (x, y, z, roll, pitch, heading) per second,
+/// w = σ² / (2 T), the mean variance per second of the two image coordinates is
 ///
 ///   q = [ (w_x + w_y) / 2 + m w_z + D² ((w_roll + w_pitch) / 2 + m w_heading) ] / g²,  m = mean of tan²(view).
 ///

@@ -3,21 +3,15 @@
 
 #include "BlockProblem.h"
 #include "NodeSpacing.h"
+#include "PlannedBlock.h"
 #include "support/Matchers.h"
-#include "support/TempFolder.h"
 
-#include <kes/Block.h>
 #include <kesadjust/BlockAdjustment.h>
-#include <kesadjust/OrientationUpdate.h>
-#include <simulation/Block.h>
 #include <simulation/CameraHead.h>
 
 #include <Eigen/LU>
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <tuple>
 
 namespace {
@@ -29,70 +23,12 @@ using kesadjust::BlockResult;
 using kesadjust::ImageMeasurement;
 using kesadjust::Measurements;
 using kesadjust::Quantity;
+using test::noisy;
+using test::PlannedBlock;
+using test::tactical;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-std::string contentOf(std::string const& file) {
-  std::stringstream text;
-  text << std::ifstream(file).rdbuf();
-  return text.str();
-}
-
-/// Two parallel strips and one across, whose measurements are planned: exactly where the model has them.
-class SimulatedBlock {
-public:
-  SimulatedBlock() {
-    simulation::BlockPlan plan;
-    plan.flight.dem = KESSENSOR_TERRAIN;
-    plan.flight.samples = 1000;
-    plan.flight.lines = 10000;
-    plan.flight.height = 1500.0;
-    plan.strips = 2;
-    plan.crossStrips = 1;
-    plan.points = 12;
-    file = mFolder / "block/block.blf";
-    simulation::simulateBlock(plan, mFolder / "block");
-    // Without the adjusted orientation that simulated strips have.
-    for (char const* strip : {"Line1", "Line2", "Cross1"}) {
-      removeAdjusted(mFolder / (std::string("block/") + strip + "/strip.stp"));
-    }
-    kes::StripOptions options;
-    options.orientation = kes::Orientation::original;
-    kes::Block const block(file, options);
-    strips = block.strips();
-    given = kesadjust::readMeasurements(block, strips, {}, {});
-    planned = kesadjust::plannedMeasurements(*given, strips, {2.0, 3}, {});
-  }
-
-  std::string file;
-  std::vector<kes::Strip> strips;
-  std::optional<Measurements> given;
-  std::optional<Measurements> planned;
-
-private:
-  static void removeAdjusted(std::string const& file) {
-    std::string content = contentOf(file);
-    std::size_t const start = content.find(" filename_adjusted=\"");
-    ASSERT_NE(start, std::string::npos);
-    std::size_t const value = content.find('"', start) + 1;
-    content.erase(start, content.find('"', value) + 1 - start);
-    std::ofstream(file) << content;
-  }
-
-  test::TempFolder mFolder;
-};
-
-SimulatedBlock const& simulated() {
-  static SimulatedBlock const block;
-  return block;
-}
-
-BlockAdjustmentOptions tactical() {
-  BlockAdjustmentOptions options;
-  options.navigation = "tactical";
-  return options;
-}
 
 BlockAdjustmentOptions withAll() {
   BlockAdjustmentOptions options = tactical();
@@ -104,23 +40,13 @@ BlockAdjustmentOptions withAll() {
   return options;
 }
 
-Measurements noisy(Measurements measurements) {
-  std::mt19937 random(7);
-  std::normal_distribution<double> normal(0.0, 0.3);
-  for (ImageMeasurement& point : measurements.image) {
-    point.position.x += normal(random);
-    point.position.y += normal(random);
-  }
-  return measurements;
-}
-
 kesadjust::AdjustedParameter const& parameter(BlockResult const& result, std::string const& name) {
   return *std::find_if(result.parameters.begin(), result.parameters.end(),
                        [&](auto const& candidate) { return candidate.name == name; });
 }
 
 TEST(BlockProblem, DerivativesAreThoseOfTheResiduals) {
-  BlockProblem problem(simulated().strips, *simulated().planned, withAll());
+  BlockProblem problem(PlannedBlock::shared().strips, *PlannedBlock::shared().planned, withAll());
   std::vector<double> step(problem.parameters().size());
   std::vector<double> const still(3 * static_cast<std::size_t>(problem.pointCount()));
   std::mt19937 random(3);
@@ -179,7 +105,7 @@ TEST(BlockProblem, DerivativesAreThoseOfTheResiduals) {
 }
 
 TEST(BlockAdjustment, PutsNodesAsDenseAsTheNavigationsErrorsMove) {
-  kes::Strip const& strip = simulated().strips.front();
+  kes::Strip const& strip = PlannedBlock::shared().strips.front();
   auto const view = kesadjust::StripView::of(strip);
   EXPECT_NEAR(view.distance, 1500.0, 30.0);
   // 1000 pixels of it; angles of view along the flight as the names of bands have them, in degrees.
@@ -199,7 +125,7 @@ TEST(BlockAdjustment, PutsNodesAsDenseAsTheNavigationsErrorsMove) {
     }
     BlockAdjustmentOptions options = tactical();
     options.nodeSpacing = nodes;
-    BlockProblem const problem(simulated().strips, measurements, options);
+    BlockProblem const problem(PlannedBlock::shared().strips, measurements, options);
     std::vector<double> result;
     for (auto const& part : problem.strips()) {
       result.push_back(part.spline.pieces().front().interval);
@@ -212,21 +138,21 @@ TEST(BlockAdjustment, PutsNodesAsDenseAsTheNavigationsErrorsMove) {
   double const heading = 0.015 * perPixel * 0.015 * perPixel / 800.0;
   double const expected = 0.3 * 0.3 / 9.0 / (tilt + view.tangents * heading);
   // The last strip is a long one.
-  double const usual = spacings(*simulated().planned, 0.3, {}).back();
+  double const usual = spacings(*PlannedBlock::shared().planned, 0.3, {}).back();
   EXPECT_LE(usual, 1.02 * expected);
   EXPECT_GT(usual, 0.8 * expected);
-  EXPECT_LE(spacings(*simulated().planned, 0.15, {}).back(), 0.25 * 1.02 * expected);
+  EXPECT_LE(spacings(*PlannedBlock::shared().planned, 0.15, {}).back(), 0.25 * 1.02 * expected);
   // What is asked for counts.
-  double const asked = spacings(*simulated().planned, 0.3, 8.0).back();
+  double const asked = spacings(*PlannedBlock::shared().planned, 0.3, 8.0).back();
   EXPECT_LE(asked, 8.0);
   EXPECT_GT(asked, 6.0);
 
-  BlockAdjustment block(simulated().strips, *simulated().planned, tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, *PlannedBlock::shared().planned, tactical());
   EXPECT_EQ(block.run().strips.back().nodeSpacing, usual);
 }
 
 TEST(BlockAdjustment, LeavesNothingOfPointsThatAreWhereTheModelHasThem) {
-  BlockAdjustment block(simulated().strips, *simulated().planned, tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, *PlannedBlock::shared().planned, tactical());
   BlockResult const& result = block.run();
   EXPECT_THAT(result.objections, IsEmpty());
   EXPECT_LT(result.solution.sigmaZero, 1e-2);
@@ -235,7 +161,7 @@ TEST(BlockAdjustment, LeavesNothingOfPointsThatAreWhereTheModelHasThem) {
 }
 
 TEST(BlockAdjustment, HasResidualsAsLargeAsTheNoiseSays) {
-  BlockAdjustment block(simulated().strips, noisy(*simulated().planned), tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, noisy(*PlannedBlock::shared().planned), tactical());
   BlockResult const& result = block.run();
   // chi-square with some thousand degrees of freedom
   EXPECT_GT(result.solution.redundancy, 1000);
@@ -244,9 +170,9 @@ TEST(BlockAdjustment, HasResidualsAsLargeAsTheNoiseSays) {
 
 TEST(BlockAdjustment, FindsTheBoresight) {
   std::array<double, 3> const boresight{2e-4, -3e-4, 0.0};
-  Measurements moved = *simulated().planned;
+  Measurements moved = *PlannedBlock::shared().planned;
   for (ImageMeasurement& point : moved.image) {
-    auto const strip = std::find_if(simulated().strips.begin(), simulated().strips.end(),
+    auto const strip = std::find_if(PlannedBlock::shared().strips.begin(), PlannedBlock::shared().strips.end(),
                                     [&](kes::Strip const& s) { return s.name() == point.strip; });
     kes::Band const band = strip->band(point.band);
     kes::ToGroundOptions options;
@@ -263,7 +189,7 @@ TEST(BlockAdjustment, FindsTheBoresight) {
     point.position.x += pixels.x();
     point.position.y += pixels.y();
   }
-  BlockAdjustment block(simulated().strips, moved, tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, moved, tactical());
   BlockResult const& result = block.run();
   // Without noise, all that is left is what the priors of the nodes take over: less than a standard deviation.
   kesadjust::AdjustedParameter const& roll = parameter(result, "boresight roll");
@@ -275,10 +201,10 @@ TEST(BlockAdjustment, FindsTheBoresight) {
 }
 
 TEST(BlockAdjustment, NamesAndHoldsTheRollOfOneStripWithoutControl) {
-  Measurements alone = *simulated().planned;
+  Measurements alone = *PlannedBlock::shared().planned;
   std::erase_if(alone.image, [](ImageMeasurement const& point) { return point.strip != "Line1"; });
   alone.ground.clear();
-  auto const line = std::find_if(simulated().strips.begin(), simulated().strips.end(),
+  auto const line = std::find_if(PlannedBlock::shared().strips.begin(), PlannedBlock::shared().strips.end(),
                                  [](kes::Strip const& strip) { return strip.name() == "Line1"; });
   BlockAdjustment block(std::span(&*line, 1), alone, tactical());
   BlockResult const& result = block.run();
@@ -291,14 +217,14 @@ TEST(BlockAdjustment, NamesAndHoldsTheRollOfOneStripWithoutControl) {
 }
 
 TEST(BlockAdjustment, HasTheSameBitsForAnyOrderAndThreads) {
-  Measurements const measurements = noisy(*simulated().planned);
-  BlockAdjustment first(simulated().strips, measurements, tactical());
+  Measurements const measurements = noisy(*PlannedBlock::shared().planned);
+  BlockAdjustment first(PlannedBlock::shared().strips, measurements, tactical());
   Measurements shuffled = measurements;
   std::shuffle(shuffled.image.begin(), shuffled.image.end(), std::mt19937(5));
   std::reverse(shuffled.ground.begin(), shuffled.ground.end());
   BlockAdjustmentOptions options = tactical();
   options.solver.threads = 3;
-  BlockAdjustment second(simulated().strips, shuffled, options);
+  BlockAdjustment second(PlannedBlock::shared().strips, shuffled, options);
   BlockResult const& a = first.run();
   BlockResult const& b = second.run();
   EXPECT_EQ(a.solution.cost, b.solution.cost);
@@ -311,21 +237,21 @@ TEST(BlockAdjustment, HasTheSameBitsForAnyOrderAndThreads) {
 }
 
 TEST(BlockAdjustment, CountsAPointThatIsGivenTwiceOnce) {
-  Measurements twice = *simulated().planned;
+  Measurements twice = *PlannedBlock::shared().planned;
   twice.image.push_back(twice.image.front());
-  BlockAdjustment block(simulated().strips, twice, tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, twice, tactical());
   BlockResult const& result = block.run();
   EXPECT_EQ(result.imagePoints.size(), twice.image.size() - 1);
   EXPECT_THAT(result.warnings, Contains("1 image point given more than once: one of each counts"));
 }
 
 TEST(BlockAdjustment, SuspectsExchangedAxes) {
-  Measurements exchanged = *simulated().planned;
+  Measurements exchanged = *PlannedBlock::shared().planned;
   for (kesadjust::GroundMeasurement& point : exchanged.ground) {
     std::swap(point.position.x, point.position.y);
   }
   try {
-    BlockAdjustment(simulated().strips, exchanged, tactical());
+    BlockAdjustment(PlannedBlock::shared().strips, exchanged, tactical());
     FAIL();
   } catch (std::runtime_error const& error) {
     EXPECT_THAT(error.what(), HasSubstr("with x and y exchanged: are their columns swapped?"));
@@ -333,18 +259,18 @@ TEST(BlockAdjustment, SuspectsExchangedAxes) {
 }
 
 TEST(BlockAdjustment, DoubtsHeightsThatAllDepartAlike) {
-  Measurements lifted = *simulated().planned;
+  Measurements lifted = *PlannedBlock::shared().planned;
   for (kesadjust::GroundMeasurement& point : lifted.ground) {
     point.position.z += 30.0;
   }
-  BlockAdjustment block(simulated().strips, lifted, tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, lifted, tactical());
   EXPECT_THAT(block.run().objections, Contains(HasSubstr("ground points lie 30.0 m above where their lines of sight "
                                                          "meet: are their heights counted from another surface?")));
 }
 
 TEST(BlockAdjustment, ShowsEachStepToAWatch) {
   std::vector<double> costs;
-  BlockAdjustment block(simulated().strips, noisy(*simulated().planned), tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, noisy(*PlannedBlock::shared().planned), tactical());
   BlockResult const& result =
       block.run([&](kesadjust::IterationRecord const& iteration) { costs.push_back(iteration.cost); });
   ASSERT_GT(costs.size(), 1U);
@@ -355,7 +281,7 @@ TEST(BlockAdjustment, ShowsEachStepToAWatch) {
 }
 
 TEST(BlockAdjustment, IsEndedByAnExceptionOfItsWatch) {
-  BlockAdjustment block(simulated().strips, *simulated().planned, tactical());
+  BlockAdjustment block(PlannedBlock::shared().strips, *PlannedBlock::shared().planned, tactical());
   EXPECT_EQ(test::messageOf<std::runtime_error>(
                 [&] { block.run([](kesadjust::IterationRecord const&) { throw std::runtime_error("enough"); }); }),
             "enough");
@@ -364,61 +290,16 @@ TEST(BlockAdjustment, IsEndedByAnExceptionOfItsWatch) {
 }
 
 TEST(BlockAdjustment, NamesAMeasurementOfNoStrip) {
-  Measurements wrong = *simulated().planned;
+  Measurements wrong = *PlannedBlock::shared().planned;
   auto const message = [&] {
-    return test::messageOf<std::invalid_argument>([&] { BlockAdjustment(simulated().strips, wrong, tactical()); });
+    return test::messageOf<std::invalid_argument>(
+        [&] { BlockAdjustment(PlannedBlock::shared().strips, wrong, tactical()); });
   };
   wrong.image.front().strip = "Line9";
   EXPECT_EQ(message(), "no strip is named Line9");
   wrong.image.front().strip = "Line1";
   wrong.image.front().band = "PANX00A";
   EXPECT_EQ(message(), "strip \"Line1\" has no band \"PANX00A\"");
-}
-
-TEST(OrientationUpdate, LiesWhereTheStripFindsIt) {
-  SimulatedBlock const own;
-  BlockAdjustment block(own.strips, noisy(*own.planned), tactical());
-  block.run();
-  kes::Strip const& strip = own.strips.front();
-  std::vector<kesadjust::AdjustedRecord> const records = block.orientation(strip.name());
-  std::vector<kesadjust::OrientationUpdate> updates;
-  updates.emplace_back(strip, records);
-  test::TempFolder const backup;
-  kesadjust::OrientationUpdate::install(updates, backup.path());
-
-  kes::StripOptions options;
-  options.standardDeviations = true;
-  kes::Strip const adjusted(strip.fileName(), options);
-  EXPECT_TRUE(adjusted.usesAdjustedOrientation());
-  kes::Trajectory const trajectory = adjusted.trajectory();
-  ASSERT_EQ(trajectory.size(), records.size());
-  std::size_t const middle = records.size() / 2;
-  kesadjust::AdjustedRecord const& expected = records[middle];
-  EXPECT_EQ(trajectory[middle].time, expected.time);
-  EXPECT_NEAR(trajectory[middle].position.x, expected.position.x, 1e-6);
-  EXPECT_NEAR(trajectory[middle].attitude.kappa, expected.attitude.kappa, 1e-6);
-  auto const accuracy = trajectory.accuracyAt(expected.time);
-  EXPECT_NEAR(accuracy->position.z, expected.sigma.position.z, 1e-6);
-  EXPECT_NEAR(accuracy->attitude.omega, expected.sigma.attitude.omega, 1e-8);
-  // The strip file as it was.
-  EXPECT_TRUE(std::filesystem::exists(backup / "1-strip.stp"));
-}
-
-TEST(OrientationUpdate, LeavesAllStripsAsTheyWereWhenOneFails) {
-  SimulatedBlock const own;
-  BlockAdjustment block(own.strips, *own.planned, tactical());
-  block.run();
-  std::vector<kesadjust::OrientationUpdate> updates;
-  for (std::size_t i = 0; i < 2; ++i) {
-    updates.emplace_back(own.strips[i], block.orientation(own.strips[i].name()));
-  }
-  std::string const before = contentOf(own.strips[0].fileName());
-  std::filesystem::remove(own.strips[1].fileName());
-  test::TempFolder const backup;
-  EXPECT_MESSAGE(kesadjust::OrientationUpdate::install(updates, backup.path()), "Unable to open Stp file");
-  EXPECT_EQ(contentOf(own.strips[0].fileName()), before);
-  EXPECT_FALSE(std::filesystem::exists(updates[0].target()));
-  EXPECT_FALSE(std::filesystem::exists(updates[1].target()));
 }
 
 }  // namespace

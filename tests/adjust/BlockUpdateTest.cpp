@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The kessensor authors
 // SPDX-License-Identifier: MIT
 
+#include "PlannedBlock.h"
 #include "support/Matchers.h"
 #include "support/TempFolder.h"
 
@@ -33,6 +34,9 @@ using kesadjust::BlockResult;
 using kesadjust::BlockUpdate;
 using kesadjust::CameraUpdate;
 using kesadjust::Quantity;
+using test::noisy;
+using test::PlannedBlock;
+using test::tactical;
 using testing::HasSubstr;
 
 constexpr double focalLengthError = 4e-5;
@@ -313,6 +317,52 @@ TEST_F(ABlockUpdate, ChangesAllOrNothingWhenAFileCantBeWritten) {
   changes.add(mFolder / "missing/report.json", "text");
   EXPECT_MESSAGE(changes.install(), "can't write " + (mFolder / "missing/report.json"));
   EXPECT_EQ(filesBelow(folder()), before);
+}
+
+TEST(OrientationUpdate, LiesWhereTheStripFindsIt) {
+  PlannedBlock const own;
+  BlockAdjustment block(own.strips, noisy(*own.planned), tactical());
+  block.run();
+  kes::Strip const& strip = own.strips.front();
+  std::vector<kesadjust::AdjustedRecord> const records = block.orientation(strip.name());
+  std::vector<kesadjust::OrientationUpdate> updates;
+  updates.emplace_back(strip, records);
+  test::TempFolder const backup;
+  kesadjust::OrientationUpdate::install(updates, backup.path());
+
+  kes::StripOptions options;
+  options.standardDeviations = true;
+  kes::Strip const adjusted(strip.fileName(), options);
+  EXPECT_TRUE(adjusted.usesAdjustedOrientation());
+  kes::Trajectory const trajectory = adjusted.trajectory();
+  ASSERT_EQ(trajectory.size(), records.size());
+  std::size_t const middle = records.size() / 2;
+  kesadjust::AdjustedRecord const& expected = records[middle];
+  EXPECT_EQ(trajectory[middle].time, expected.time);
+  EXPECT_NEAR(trajectory[middle].position.x, expected.position.x, 1e-6);
+  EXPECT_NEAR(trajectory[middle].attitude.kappa, expected.attitude.kappa, 1e-6);
+  auto const accuracy = trajectory.accuracyAt(expected.time);
+  EXPECT_NEAR(accuracy->position.z, expected.sigma.position.z, 1e-6);
+  EXPECT_NEAR(accuracy->attitude.omega, expected.sigma.attitude.omega, 1e-8);
+  // The strip file as it was.
+  EXPECT_TRUE(fs::exists(backup / "1-strip.stp"));
+}
+
+TEST(OrientationUpdate, LeavesAllStripsAsTheyWereWhenOneFails) {
+  PlannedBlock const own;
+  BlockAdjustment block(own.strips, *own.planned, tactical());
+  block.run();
+  std::vector<kesadjust::OrientationUpdate> updates;
+  for (std::size_t i = 0; i < 2; ++i) {
+    updates.emplace_back(own.strips[i], block.orientation(own.strips[i].name()));
+  }
+  std::string const before = test::contents(own.strips[0].fileName());
+  fs::remove(own.strips[1].fileName());
+  test::TempFolder const backup;
+  EXPECT_MESSAGE(kesadjust::OrientationUpdate::install(updates, backup.path()), "Unable to open Stp file");
+  EXPECT_EQ(test::contents(own.strips[0].fileName()), before);
+  EXPECT_FALSE(fs::exists(updates[0].target()));
+  EXPECT_FALSE(fs::exists(updates[1].target()));
 }
 
 }  // namespace

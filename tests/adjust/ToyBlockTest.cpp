@@ -74,6 +74,21 @@ std::size_t wrongObservation(ToyBlock const& block) {
   return i;
 }
 
+struct WrongAndClean {
+  ToyBlock block;
+  ToyBlock clean;
+};
+
+/// Five control points, of which "C2" is 1 m too high; and the same block without errors.
+WrongAndClean withWrongControl() {
+  ToySetting setting;
+  setting.controls = 5;
+  setting.wrongControl = 1.0;
+  ToySetting clean = setting;
+  clean.withoutErrors = true;
+  return {ToyBlock(setting), ToyBlock(clean)};
+}
+
 class TruthOfSigmas : public testing::TestWithParam<kesadjust::Spline::Degree> {};
 
 TEST_P(TruthOfSigmas, HoldsOver200Blocks) {
@@ -117,12 +132,7 @@ TEST(ToyBlock, ConvergesInAFewIterations) {
 }
 
 TEST(ToyBlock, FindsAndNamesAWrongControlPoint) {
-  ToySetting setting;
-  setting.controls = 5;
-  setting.wrongControl = 1.0;
-  ToyBlock block(setting);
-  setting.withoutErrors = true;
-  ToyBlock clean(setting);
+  auto [block, clean] = withWrongControl();
   AdjustmentResult const expected = adjust(clean, plain());
   AdjustmentResult const result = adjust(block, plain());
   ASSERT_EQ(result.groundTests.size(), 5U);
@@ -144,12 +154,7 @@ TEST(ToyBlock, FindsAndNamesAWrongControlPoint) {
 TEST(ToyBlock, NamesAWrongControlPointWhoseImagePointsSeemWrong) {
   // While gross errors of image points are looked for, all nine of the point's would be rejected: 1 m are 33 standard
   // deviations of its coordinates, and 10 pixels.
-  ToySetting setting;
-  setting.controls = 5;
-  setting.wrongControl = 1.0;
-  ToyBlock block(setting);
-  setting.withoutErrors = true;
-  ToyBlock clean(setting);
+  auto [block, clean] = withWrongControl();
   AdjustmentResult const expected = adjust(clean);
   AdjustmentResult const result = adjust(block);
   for (std::size_t i = 0; i < 5; ++i) {

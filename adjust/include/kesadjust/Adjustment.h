@@ -44,8 +44,8 @@ struct IterationRecord {
   bool isTaken;     ///< False when the cost rose, and the state was restored.
 };
 
-/// Called after each step, in the thread that adjusts. An exception of it ends the adjustment, and the problem's state is
-/// that after the step.
+/// Called after each step, in the thread that adjusts. An exception of it ends the adjustment, and the problem's state
+/// is that after the step.
 using IterationWatch = std::function<void(IterationRecord const&)>;
 
 /// The covariances of the adjusted parameters that belong together, for a variance factor of 1. Any number of threads

@@ -49,9 +49,9 @@ struct Freedom {
 
 struct BlockAdjustmentOptions {
   std::vector<Freedom> free{{Quantity::boresight, 1e-3}};
-  /// Seconds, at most, between nodes of the corrections. Nothing: for each strip at most 10 seconds, and as few, not less
-  /// than 1, as keep the motion of its navigation errors between two nodes, as the prior has it, below a third of the
-  /// noise of the image points.
+  /// Seconds, at most, between nodes of the corrections. Nothing: for each strip at most 10 seconds, and as few, not
+  /// less than 1, as keep the motion of its navigation errors between two nodes, as the prior has it, below a third of
+  /// the noise of the image points.
   std::optional<double> nodeSpacing;
   Spline::Degree degree = Spline::Degree::linear;
   double greatestGap = 0.5;  ///< Seconds without a record of the orientation that don't interrupt the corrections.

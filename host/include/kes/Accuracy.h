@@ -49,8 +49,8 @@ struct AccuracyOptions {
   int threads = 1;
 };
 
-/// Seconds in which the correlation of each error of the trajectory with itself falls to 1/e; infinity for one that never
-/// changes.
+/// Seconds in which the correlation of each error of the trajectory with itself falls to 1/e; infinity for one that
+/// never changes.
 struct CorrelationTimes {
   geo::XYZPoint position;
   AttitudeAngles attitude;
